@@ -1,0 +1,90 @@
+// AsnList: the doubly linked list that holds every SEQUENCE OF and SET OF value.
+//
+// A node carries its element space inline; the codec keeps a pointer to the separately
+// allocated element there (dataSize is then the size of a pointer).
+#pragma once
+
+#include <cstdint>
+
+namespace qex {
+
+struct AsnListNode {
+  AsnListNode* prev;
+  AsnListNode* next;
+  void* data[1];  // the element space, dataSize bytes
+};
+
+struct AsnList {
+  AsnListNode* first;
+  AsnListNode* last;
+  AsnListNode* curr;
+  int32_t count;
+  int32_t dataSize;
+};
+
+// AsnListNew returns an empty list, null when memory is out; AsnListInit empties an
+// existing header. Nodes will have `dataSize` bytes of element space.
+AsnList* AsnListNew(int32_t dataSize);
+void AsnListInit(AsnList* list, int32_t dataSize);
+
+// Adding a node: it becomes the current one and its element space is returned; null when
+// memory is out, and from the two inserting at `curr` also when there is no current node.
+void* AsnListAppend(AsnList* list);
+void* AsnListPrepend(AsnList* list);
+void* AsnListInsertAfter(AsnList* list);
+void* AsnListInsertBefore(AsnList* list);
+
+// AsnListRemoveCurrent unlinks and frees the current node, not what it points to; the
+// node after it becomes current.
+void AsnListRemoveCurrent(AsnList* list);
+
+// Moving: each sets `curr` and returns its element space, or null. AsnListNext and
+// AsnListPrev start at the first or last node when there is no current one.
+void* AsnListFirst(AsnList* list);
+void* AsnListLast(AsnList* list);
+void* AsnListNext(AsnList* list);
+void* AsnListPrev(AsnList* list);
+void* AsnListCurr(const AsnList* list);
+int32_t AsnListCount(const AsnList* list);
+
+// AsnListConcat moves the nodes of `l2` behind those of `l1` and returns `l1`. `l2` still
+// describes the same nodes and is to be discarded without freeing them.
+AsnList* AsnListConcat(AsnList* l1, AsnList* l2);
+
+// AsnListIndexOf returns the position of the node whose stored pointer is `element`, or -1.
+// The walk ends at the first node whose stored pointer is null. `curr` stays.
+int32_t AsnListIndexOf(const void* element, const AsnList* list);
+
+// AsnListFreeNodes frees the nodes and empties the list; AsnListFree frees the header too.
+// Elements are not freed.
+void AsnListFreeNodes(AsnList* list);
+void AsnListFree(AsnList* list);
+
+// ElementsOf lets a range-for visit the element pointers of a list of `T`; a null list is empty.
+template <class T>
+class ElementsOf {
+ public:
+  explicit ElementsOf(const AsnList* list) : first_(list == nullptr ? nullptr : list->first) {}
+  struct Iterator {
+    const AsnListNode* node;
+    T* operator*() const { return static_cast<T*>(node->data[0]); }
+    Iterator& operator++() {
+      node = node->next;
+      return *this;
+    }
+    bool operator!=(const Iterator& other) const { return node != other.node; }
+  };
+  Iterator begin() const { return {first_}; }
+  Iterator end() const { return {nullptr}; }
+
+ private:
+  const AsnListNode* first_;
+};
+
+// FirstOf returns the first element of a list of `T`, or null.
+template <class T>
+T* FirstOf(const AsnList* list) {
+  return list == nullptr || list->first == nullptr ? nullptr : static_cast<T*>(list->first->data[0]);
+}
+
+}  // namespace qex

@@ -1,0 +1,68 @@
+// Open types: ANY and ANY DEFINED BY, resolved through two tables of registered types, one
+// keyed by OBJECT IDENTIFIER and one by INTEGER.
+//
+// Tables hash their keys and compare nothing but the hashes: two keys of the same 32-bit hash
+// are one key, and the first registration wins. Registration is a one-time affair that the
+// caller serialises; looking up changes nothing.
+#pragma once
+
+#include <cstdint>
+#include <cstdio>
+
+#include "ber/primitives.h"
+
+namespace qex {
+
+using AnyEncode = AsnLen (*)(ExpBuf** b, const void* v);
+using AnyDecode = void (*)(ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env);
+using AnyFree = void (*)(void* v);
+using AnyPrint = void (*)(FILE* f, const void* v, unsigned indent);
+
+// One registered type. The identifier's octets stay those of the registering code.
+struct AnyInfo {
+  int32_t anyId;
+  AsnOid oid;
+  int32_t intId;
+  uint32_t size;  // bytes of the value record
+  AnyEncode Encode;
+  AnyDecode Decode;
+  AnyFree Free;
+  AnyPrint Print;
+};
+
+struct AsnAny {
+  const AnyInfo* ai;  // null when the type is not known
+  void* value;
+};
+
+// Open types stand at most this deep inside each other. A deeper value is refused with
+// kOpenTypeDepthCode, so that no input decides how much stack is used.
+inline constexpr uint32_t kMaxOpenTypeDepth = 64;
+inline constexpr AsnInt kOpenTypeDepthCode = -29;
+
+// InstallAnyByOid and InstallAnyByInt register a type. False when memory is out; a key that is
+// already present keeps its first registration and counts as success.
+bool InstallAnyByOid(int32_t anyId, const AsnOid& oid, uint32_t size, AnyEncode encode, AnyDecode decode,
+                     AnyFree free, AnyPrint print);
+bool InstallAnyByInt(int32_t anyId, int32_t intId, uint32_t size, AnyEncode encode, AnyDecode decode,
+                     AnyFree free, AnyPrint print);
+
+// FreeAnyTables releases both tables; it runs at the end of the process too.
+void FreeAnyTables();
+
+// SetAnyTypeByOid and SetAnyTypeByInt look the type up; null is stored when it is not registered.
+void SetAnyTypeByOid(AsnAny* any, const AsnOid& oid);
+void SetAnyTypeByInt(AsnAny* any, int32_t intId);
+
+// AnyKeyHash is the hash of a key of `n` octets.
+uint32_t AnyKeyHash(const uint8_t* octets, size_t n);
+
+// BDecAny allocates the value and decodes it, tag and length included. An unknown type raises
+// -44, one that stands too deep kOpenTypeDepthCode.
+void BDecAny(ExpBuf** b, AsnAny* any, AsnLen* bytes, AsnJmpEnv& env);
+// BEncAny writes the value, or nothing when the type is not known or there is no value.
+AsnLen BEncAny(ExpBuf** b, const AsnAny* any);
+void FreeAny(AsnAny* any);
+void PrintAny(FILE* f, const AsnAny* any, unsigned indent);
+
+}  // namespace qex

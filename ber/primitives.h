@@ -1,0 +1,130 @@
+// The primitive types and their routines: content decoder, full decoder, content encoder,
+// full encoder, release, print (X.690 8.2 to 8.7, 8.19).
+//
+// Content decoders take the tag and the length that have been read, and add the octets of
+// the content to `*bytes`. Full decoders read tag and length themselves and raise -40 on
+// another tag. Encoders write backward and return the number of octets written. Octets of a
+// decoded value are allocated with AsnAlloc and belong to the value; its Free routine
+// releases them. An announced length beyond the data left ends as running out of data does,
+// before anything is allocated for it.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstdio>
+
+#include "ber/tag_length.h"
+
+namespace qex {
+
+using AsnBool = uint8_t;    // 1 for every non-zero content octet
+using UAsnInt = uint32_t;
+
+// Octets, with a zero octet behind them that is not counted.
+struct AsnOcts {
+  uint32_t count;
+  uint8_t* octs;
+};
+
+// Bits; the first one is the high bit of the first octet.
+struct AsnBits {
+  uint32_t count;  // in bits
+  uint8_t* octs;
+};
+
+// An object identifier, kept as its contents octets.
+struct AsnOid {
+  uint32_t count;
+  const uint8_t* octs;
+};
+
+struct AsnNull {
+  uint8_t unused;
+};
+
+constexpr size_t BitOctets(uint32_t bits) { return (size_t{bits} + 7) / 8; }
+
+// BOOLEAN
+void BDecAsnBoolContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBool* v, AsnLen* bytes, AsnJmpEnv& env);
+void BDecAsnBool(ExpBuf** b, AsnBool* v, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BEncAsnBoolContent(ExpBuf** b, const AsnBool* v);
+AsnLen BEncAsnBool(ExpBuf** b, const AsnBool* v);
+void FreeAsnBool(AsnBool* v);
+void PrintAsnBool(FILE* f, const AsnBool* v, unsigned indent);
+
+// INTEGER of 32 bits
+// Deliberate: a content of length 0 still reads one octet, which is not counted.
+void BDecAsnIntContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
+void BDecAsnInt(ExpBuf** b, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BEncAsnIntContent(ExpBuf** b, const AsnInt* v);
+AsnLen BEncAsnInt(ExpBuf** b, const AsnInt* v);
+void FreeAsnInt(AsnInt* v);
+void PrintAsnInt(FILE* f, const AsnInt* v, unsigned indent);
+
+// INTEGER of 32 bits, never negative
+void BDecUAsnIntContent(ExpBuf** b, AsnTag tag, AsnLen len, UAsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
+void BDecUAsnInt(ExpBuf** b, UAsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BEncUAsnIntContent(ExpBuf** b, const UAsnInt* v);
+AsnLen BEncUAsnInt(ExpBuf** b, const UAsnInt* v);
+void FreeUAsnInt(UAsnInt* v);
+void PrintUAsnInt(FILE* f, const UAsnInt* v, unsigned indent);
+
+// BIT STRING
+void BDecAsnBitsContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env);
+void BDecAsnBits(ExpBuf** b, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BEncAsnBitsContent(ExpBuf** b, const AsnBits* v);
+AsnLen BEncAsnBits(ExpBuf** b, const AsnBits* v);
+void FreeAsnBits(AsnBits* v);
+void PrintAsnBits(FILE* f, const AsnBits* v, unsigned indent);
+
+// OCTET STRING, the base of every character string and time type and of large INTEGERs.
+// BDecOctetString is the content decoder: the constructed bit of `tag` chooses the form.
+void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
+void BDecAsnOcts(ExpBuf** b, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BEncAsnOctsContent(ExpBuf** b, const AsnOcts* v);
+AsnLen BEncAsnOcts(ExpBuf** b, const AsnOcts* v);
+void FreeAsnOcts(AsnOcts* v);
+void PrintAsnOcts(FILE* f, const AsnOcts* v, unsigned indent);
+
+// NULL. Given a null pointer the full encoder writes nothing and returns 0.
+void BDecAsnNullContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnNull* v, AsnLen* bytes, AsnJmpEnv& env);
+void BDecAsnNull(ExpBuf** b, AsnNull* v, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BEncAsnNullContent(ExpBuf** b, const AsnNull* v);
+AsnLen BEncAsnNull(ExpBuf** b, const AsnNull* v);
+void FreeAsnNull(AsnNull* v);
+void PrintAsnNull(FILE* f, const AsnNull* v, unsigned indent);
+
+// OBJECT IDENTIFIER
+void BDecAsnOidContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnOid* v, AsnLen* bytes, AsnJmpEnv& env);
+void BDecAsnOid(ExpBuf** b, AsnOid* v, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BEncAsnOidContent(ExpBuf** b, const AsnOid* v);
+AsnLen BEncAsnOid(ExpBuf** b, const AsnOid* v);
+void FreeAsnOid(AsnOid* v);
+void PrintAsnOid(FILE* f, const AsnOid* v, unsigned indent);
+
+// Equality: same count and same octets; of bit strings over their whole octets.
+bool AsnOctsEqual(const AsnOcts& a, const AsnOcts& b);
+bool AsnBitsEqual(const AsnBits& a, const AsnBits& b);
+bool AsnOidEqual(const AsnOid& a, const AsnOid& b);
+
+// Bit `i` of a BIT STRING; beyond the bit count setting does nothing and testing is false.
+void AsnBitsSet(AsnBits* v, uint32_t i);
+void AsnBitsClear(AsnBits* v, uint32_t i);
+bool AsnBitsTest(const AsnBits* v, uint32_t i);
+
+// An object identifier as a linked list of its arcs.
+struct AsnArc {
+  AsnArc* next;
+  uint32_t number;
+};
+
+// AsnOidToArcs returns the arcs of `oid` as a new list, null when there are none or memory is out.
+AsnArc* AsnOidToArcs(const AsnOid& oid);
+// AsnArcsToOid stores the contents octets of `arcs` in `*oid`; false when there are fewer than
+// two arcs or memory is out.
+bool AsnArcsToOid(const AsnArc* arcs, AsnOid* oid);
+// AsnArcsEncodedSize returns the number of contents octets of `arcs`.
+size_t AsnArcsEncodedSize(const AsnArc* arcs);
+void AsnFreeArcs(AsnArc* arcs);
+
+}  // namespace qex
