@@ -1,0 +1,419 @@
+/*
+ * qex.h: the interface of libqex, time-stamping by RFC 3161.
+ *
+ * What crosses it is a byte buffer or a record of fixed layout, and both are the caller's: the
+ * library keeps no pointer past a call and hands out no memory (digest contexts, below, are the one
+ * exception). It does no input or output; the caller carries bytes to and from the authority.
+ *
+ * A usual exchange: digest the data (QEX_SHA256_...), encode a request (QEX_EncodeTSQ_Ex), send it,
+ * unpack the reply (QEX_UnpackTSR), read its status (QEX_GetTSR_Status), take the token
+ * (QEX_GetTSR_EncodedToken), verify it (QEX_VerifyTST_Signature), read it (QEX_GetTST_TSTInfoEx).
+ *
+ * Conventions of every function that returns a code:
+ * - The code is 0 (QEX_OK) or one of the negative QEX_E_ values below.
+ * - Lengths are in bytes. Input is read up to its length and no further; it is DER or BER, and what
+ *   follows the first value of it is ignored.
+ * - Output buffers: on entry *outLength is the capacity of `out`, on return the length of the complete
+ *   output. When `out` is null or too small nothing is written to it, *outLength is set to the length
+ *   needed and QEX_E_SIZE is returned; so a call with a null `out` asks for the length.
+ * - Text fields of records are zero-terminated. A value longer than its field is cut to the field, the
+ *   rest of the record is filled, and the function returns QEX_E_SIZE unless it is said otherwise; a
+ *   ...Length field holds the full length of its value all the same.
+ * - No exception leaves a function. Malformed input is reported on the standard error stream in a line
+ *   for people, and by QEX_GetLastAsnError in a number.
+ *
+ * Threads: functions may be called from several threads at once. The last ASN.1 error and the switch
+ * QEX_VERIFY_ESSCERTIDV2 are one word each for the whole process.
+ */
+#ifndef QEX_H
+#define QEX_H
+
+#include <stdint.h>
+
+#if defined(_WIN32) && defined(QEX_BUILDING)
+#define QEX_EXPORT __declspec(dllexport)
+#elif defined(_WIN32)
+#define QEX_EXPORT __declspec(dllimport)
+#elif defined(__GNUC__)
+#define QEX_EXPORT __attribute__((visibility("default")))
+#else
+#define QEX_EXPORT
+#endif
+
+#ifdef __cplusplus
+#define QEX_NOEXCEPT noexcept
+extern "C" {
+#else
+#define QEX_NOEXCEPT
+#endif
+
+/* ---- Result codes. The value -4 is never returned. ---- */
+
+enum {
+  /* Success. */
+  QEX_OK = 0,
+  /* Bad argument: a required pointer is null, a record's size field is not what the function expects, a
+     transport mode is out of range, an input text is not terminated inside its field, an input length
+     exceeds its field, a framed reply does not begin as its transport mode requires, or the authority's
+     certificate that the caller gave does not decode. */
+  QEX_E_ARG = -1,
+  /* Memory ran out. From QEX_VerifyTST_Signature also: a number of the key or signature is too large. */
+  QEX_E_NOMEM = -2,
+  /* Does not fit: the output buffer is absent or too small, or a decoded value is longer than its field
+     in the record (which is filled all the same). */
+  QEX_E_SIZE = -3,
+  /* An element that the operation needs is absent, or encoding it again produced nothing. */
+  QEX_E_MISSING = -5,
+  /* The input does not decode, or the token lacks the structure that the operation walks. */
+  QEX_E_DECODE = -6,
+  /* The token does not decode, is not signed data, or lacks its content, a usable first SignerInfo or a
+     message-digest attribute. */
+  QEX_E_BADTOKEN = -7,
+  /* The signature, or the digest of the content, does not verify. */
+  QEX_E_SIGNATURE = -8,
+  /* The status of the response is neither granted (0) nor grantedWithMods (1). */
+  QEX_E_REJECTED = -9,
+  /* The response carries no time-stamp token. */
+  QEX_E_NOTOKEN = -10,
+  /* The transport framing announces another length than the caller gave. */
+  QEX_E_LENGTH = -11,
+  /* The transport framing is not acceptable: HTTP status other than 200, wrong or missing content type,
+     content length 0, socket flag other than 5. */
+  QEX_E_FRAMING = -12,
+  /* Transport mode 3; or the authority's key algorithm, or the pairing of digest and signature
+     algorithm, is not supported. */
+  QEX_E_UNSUPPORTED = -13,
+  /* No certificate of the token matches the token's signing-certificate attribute. */
+  QEX_E_NOCERT = -14,
+  /* The token carries no time attribute certificate. */
+  QEX_E_NOTAC = -15,
+  /* A certificate or digest does not match what the token's signed attributes record, or a time attribute
+     certificate does not belong to the token. */
+  QEX_E_MISMATCH = -16,
+  /* The time attribute certificate has attributes but no timing-policy attribute. */
+  QEX_E_NOPOLICY = -17
+};
+
+/* ---- Transport modes: how a message is framed on its way. ---- */
+
+enum {
+  /* The DER encoding alone. */
+  QEX_TRANSPORT_RAW = 0,
+  /* A 4-byte big-endian length of what follows it, a flag byte, the DER encoding. The flag is 0 in a
+     request and 5 in a reply. */
+  QEX_TRANSPORT_SOCKET = 1,
+  /* An HTTP/1.0 message: head, empty line, DER encoding (RFC 3161, 3.4). */
+  QEX_TRANSPORT_HTTP = 2,
+  /* Not supported: QEX_E_UNSUPPORTED. */
+  QEX_TRANSPORT_RESERVED = 3
+};
+
+/* ---- Records. Natural alignment, no padding; integers in the machine's byte order. ---- */
+
+/* A 64-bit unsigned number: high * 2^32 + low. */
+typedef struct QEX_U64 {
+  uint32_t high;
+  uint32_t low;
+} QEX_U64;
+
+/* A time-stamp request (RFC 3161, 2.4.1). 440 bytes. */
+typedef struct QEX_TSQ_DATA_EX {
+  uint32_t size;                /* 440, set by the caller before the call */
+  char hashAlgorithm[128];      /* object identifier of the hash algorithm, dotted text */
+  uint8_t hashedMessage[128];   /* the hash of the data to be stamped */
+  uint32_t hashedMessageLength; /* bytes of hashedMessage, 0 to 128 */
+  char reqPolicy[128];          /* requested policy, dotted text; empty: none */
+  uint8_t nonce[40];            /* contents octets of the nonce INTEGER, big-endian two's complement */
+  uint32_t nonceLength;         /* bytes of nonce, 0 to 40; 0: no nonce */
+  uint32_t certReq;             /* non-zero: the authority shall include its certificate */
+} QEX_TSQ_DATA_EX;
+
+/* A time-stamp request, short form. 312 bytes. */
+typedef struct QEX_TSQ_DATA {
+  char hashAlgorithm[128];      /* as above */
+  uint8_t hashedMessage[40];    /* room for 40 bytes only */
+  uint32_t hashedMessageLength; /* encoding: 0 to 40; decoding: the full length */
+  char reqPolicy[128];          /* as above */
+  QEX_U64 nonce;                /* 0: no nonce */
+  uint32_t certReq;             /* as above */
+} QEX_TSQ_DATA;
+
+/* The status of a response (RFC 3161, 2.4.2). 88 bytes. */
+typedef struct QEX_TSR_STATUS {
+  int32_t status;      /* PKIStatus: 0 granted, 1 grantedWithMods, 2 rejection, 3 waiting,
+                          4 revocationWarning, 5 revocationNotification */
+  char statusText[80]; /* the first text of statusString, at most 79 bytes; empty when absent */
+  uint32_t failInfo;   /* from failInfo, a string of n bits: n - 1, which is the number of the failure
+                          when its bit is the last one encoded (0 badAlg, 2 badRequest, 5 badDataFormat,
+                          14 timeNotAvailable, 15 unacceptedPolicy, 16 unacceptedExtension,
+                          17 addInfoNotAvailable, 25 systemFailure); but the value of the first byte
+                          when n is 8, 4294967295 when n is 0, and 0 when failInfo is absent */
+} QEX_TSR_STATUS;
+
+/* The content of a time-stamp token (RFC 3161, 2.4.2, TSTInfo). 1044 bytes. */
+typedef struct QEX_TSTINFO_EX {
+  uint32_t size;                /* 1044, set by the caller before the call; 880 on return */
+  uint32_t version;             /* of the TSTInfo */
+  char policy[128];             /* the authority's policy, dotted text */
+  char hashAlgorithm[128];      /* hash algorithm of the imprint, dotted text */
+  uint8_t hashedMessage[128];   /* the imprint's hash, its first up to 128 bytes */
+  uint32_t hashedMessageLength; /* its full length */
+  uint8_t serialNumber[40];     /* contents octets of the serial number, its first up to 40 bytes */
+  uint32_t serialNumberLength;  /* its full length */
+  char genTime[32];             /* the GeneralizedTime as encoded (20241115080000Z, or with a fraction),
+                                   at most 31 characters */
+  uint32_t accuracySeconds;     /* 0 when absent */
+  uint32_t accuracyMillis;      /* 0 when absent */
+  uint32_t accuracyMicros;      /* 0 when absent */
+  uint32_t ordering;            /* 1: ordering is TRUE */
+  uint8_t nonce[40];            /* contents octets of the nonce, its first up to 40 bytes */
+  uint32_t nonceLength;         /* its full length; 0 when absent */
+  char tsaName[512];            /* the authority's directory name, as CN=...;O=...; empty when absent
+                                   or a name of another form */
+} QEX_TSTINFO_EX;
+
+/* The content of a time-stamp token, short form. 880 bytes. */
+typedef struct QEX_TSTINFO {
+  uint32_t version;             /* as above */
+  char policy[128];             /* as above */
+  char hashAlgorithm[128];      /* as above */
+  uint8_t hashedMessage[40];    /* the first 40 bytes; more are cut without a report */
+  uint32_t hashedMessageLength; /* the full length */
+  QEX_U64 serialNumber;         /* its 64 bits; see QEX_GetTST_TSTInfo for longer ones */
+  char genTime[32];             /* as above */
+  uint32_t accuracySeconds;     /* as above */
+  uint32_t accuracyMillis;      /* as above */
+  uint32_t accuracyMicros;      /* as above */
+  uint32_t ordering;            /* as above */
+  QEX_U64 nonce;                /* 0 when absent */
+  char tsaName[512];            /* as above */
+} QEX_TSTINFO;
+
+/* ---- Digests: MD5 (RFC 1321), SHA-1, SHA-256, SHA-384, SHA-512 (FIPS 180-4). ----
+ *
+ * QEX_x_Init returns a new context. It does not check its allocation: when memory is out it faults, as
+ * its callers are expected to have the memory of one context.
+ * QEX_x_Update appends `length` bytes of `data`; a length of 0 changes nothing.
+ * QEX_x_Final writes the digest to `digest` and releases the context, which must not be used again and
+ * must not be freed by the caller. A context that is not finished is lost.
+ * Pointers are not checked. Contexts are independent: different ones may be used by different threads.
+ */
+
+typedef struct QEX_MD5_CTX QEX_MD5_CTX;
+typedef struct QEX_SHA1_CTX QEX_SHA1_CTX;
+typedef struct QEX_SHA256_CTX QEX_SHA256_CTX;
+typedef struct QEX_SHA512_CTX QEX_SHA512_CTX; /* of SHA-384 too */
+
+/* MD5: 16 bytes. Broken for collisions; for reading what was stamped with it. */
+QEX_EXPORT QEX_MD5_CTX* QEX_MD5_Init(void) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_MD5_Update(QEX_MD5_CTX* context, const uint8_t* data, uint32_t length) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_MD5_Final(QEX_MD5_CTX* context, uint8_t* digest) QEX_NOEXCEPT;
+
+/* SHA-1: 20 bytes. Broken for collisions; for reading what was stamped with it. */
+QEX_EXPORT QEX_SHA1_CTX* QEX_SHA1_Init(void) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA1_Update(QEX_SHA1_CTX* context, const uint8_t* data, uint32_t length) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA1_Final(QEX_SHA1_CTX* context, uint8_t* digest) QEX_NOEXCEPT;
+
+/* SHA-256: 32 bytes. */
+QEX_EXPORT QEX_SHA256_CTX* QEX_SHA256_Init(void) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA256_Update(QEX_SHA256_CTX* context, const uint8_t* data, uint32_t length) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA256_Final(QEX_SHA256_CTX* context, uint8_t* digest) QEX_NOEXCEPT;
+
+/* SHA-384: 48 bytes. Its Update and that of SHA-512 are one function: a context of either may be passed
+   to either. */
+QEX_EXPORT QEX_SHA512_CTX* QEX_SHA384_Init(void) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA384_Update(QEX_SHA512_CTX* context, const uint8_t* data, uint32_t length) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA384_Final(QEX_SHA512_CTX* context, uint8_t* digest) QEX_NOEXCEPT;
+
+/* SHA-512: 64 bytes. */
+QEX_EXPORT QEX_SHA512_CTX* QEX_SHA512_Init(void) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA512_Update(QEX_SHA512_CTX* context, const uint8_t* data, uint32_t length) QEX_NOEXCEPT;
+QEX_EXPORT void QEX_SHA512_Final(QEX_SHA512_CTX* context, uint8_t* digest) QEX_NOEXCEPT;
+
+/* ---- Errors ---- */
+
+/*
+ * QEX_GetLastAsnError returns the number with which the most recent decoding or encoding in the process
+ * ended: 0 when it succeeded, else a negative number that names the place of the failure inside the
+ * codec, or 100 when QEX_VerifyTST_Signature met a well-formed token that lacks a part. Calls refused
+ * with QEX_E_ARG for their arguments leave it as it was. It never fails and changes nothing.
+ */
+QEX_EXPORT int32_t QEX_GetLastAsnError(void) QEX_NOEXCEPT;
+
+/* ---- Requests (RFC 3161, 2.4.1) ---- */
+
+/*
+ * QEX_EncodeTSQ_Ex writes a TimeStampReq, framed for `transport`, to `out` under the output-buffer rule
+ * above. The request has version 1 and no extensions; its nonce is taken as it stands, without a sign
+ * byte added or removed; certReq stands in it only when it is asked for. The algorithm's parameters are
+ * absent for SHA-1, SHA-256, SHA-384 and SHA-512, and NULL for MD5 and any other algorithm.
+ *
+ * The head is 0 bytes (raw), 5 bytes (socket) or 117 bytes (HTTP: a POST of VKS/HttpTspServer).
+ * Deliberate: the Content-Length of the HTTP head has four digits, and a digit 0 stands as a blank unless it
+ * is the last one (300 reads "3 0" behind a blank); of 10000 bytes and more the first character is no digit.
+ * Deliberate: an identifier text that is not well formed becomes an identifier of no octets, and an arc of
+ * 16384 or more loses the base-128 digits of 0 in its middle. Decode the request to check an unusual policy.
+ *
+ * QEX_OK.
+ * QEX_E_ARG: transport above 3; `req` or `outLength` null; size not 440; hashedMessageLength above 128 or
+ *   nonceLength above 40; hashAlgorithm or reqPolicy not terminated. Nothing is written.
+ * QEX_E_UNSUPPORTED: transport 3. Nothing is written.
+ * QEX_E_NOMEM: the ASN.1 tables could not be built. QEX_E_DECODE: the encoding failed, for want of memory.
+ * QEX_E_SIZE: `out` null or too small; *outLength is the length needed, head included.
+ */
+QEX_EXPORT int32_t QEX_EncodeTSQ_Ex(const QEX_TSQ_DATA_EX* req, uint8_t* out, uint32_t* outLength,
+                                    uint32_t transport) QEX_NOEXCEPT;
+
+/*
+ * QEX_EncodeTSQ is QEX_EncodeTSQ_Ex for the short record: hashedMessageLength is at most 40, and a nonce of
+ * 0 is no nonce. Codes are those of QEX_EncodeTSQ_Ex; a negative transport is QEX_E_ARG.
+ */
+QEX_EXPORT int32_t QEX_EncodeTSQ(const QEX_TSQ_DATA* req, uint8_t* out, uint32_t* outLength,
+                                 int32_t transport) QEX_NOEXCEPT;
+
+/*
+ * QEX_DecodeTSQ_Ex reads a TimeStampReq of `length` bytes into `req`. The request may stand bare, behind
+ * the 5-byte socket head, or in an HTTP POST. Version, parameters and extensions are not reported.
+ *
+ * QEX_OK.
+ * QEX_E_ARG: `req` or `data` null, or size not 440.
+ * QEX_E_NOMEM: the ASN.1 tables could not be built. QEX_E_DECODE: no TimeStampReq. `req` is unchanged.
+ * QEX_E_MISSING: nothing was decoded; `req` is cleared.
+ * QEX_E_SIZE: a hash of more than 128 bytes, a nonce of more than 40 or an identifier whose text is longer
+ *   than its field; `req` is filled with what fits.
+ */
+QEX_EXPORT int32_t QEX_DecodeTSQ_Ex(QEX_TSQ_DATA_EX* req, const uint8_t* data, uint32_t length) QEX_NOEXCEPT;
+
+/*
+ * QEX_DecodeTSQ is QEX_DecodeTSQ_Ex for the short record. A hash of more than 40 bytes is cut to 40 without
+ * a report; hashedMessageLength holds its full length.
+ *
+ * Pass a cleared record: when hashAlgorithm or reqPolicy of `req` as they stand before the call hold no
+ * zero byte, the result is QEX_E_SIZE although the record is filled well.
+ * Codes are those of QEX_DecodeTSQ_Ex; any of them but QEX_OK leaves `req` unchanged. QEX_E_SIZE is returned
+ * with a filled record for the reason above and for a nonce of more than 64 bits.
+ */
+QEX_EXPORT int32_t QEX_DecodeTSQ(QEX_TSQ_DATA* req, const uint8_t* data, uint32_t length) QEX_NOEXCEPT;
+
+/* ---- Responses (RFC 3161, 2.4.2) ---- */
+
+/*
+ * QEX_UnpackTSR strips the transport framing from the reply of *length bytes in `buffer`. On success the
+ * bare TimeStampResp stands at the start of `buffer` and *length is its length. *transportStatus receives
+ * 0 (raw), the flag byte (socket) or the HTTP status code (HTTP; 0 until it is known).
+ *
+ * HTTP: the head ends at the first empty line; the status must be 200, and one content-type line must read
+ * application/timestamp-reply, in any case of letters and without a parameter. Without a content-length
+ * line, or with a negative one, the body is all that follows the head.
+ *
+ * QEX_OK.
+ * QEX_E_ARG: transport negative or above 3; a pointer null; fewer than 5 bytes (socket) or 6 (HTTP); no
+ *   HTTP/ in front, no end of the head or no status in the status line. `buffer` is unchanged.
+ * QEX_E_UNSUPPORTED: transport 3; nothing is touched. QEX_E_NOMEM: `buffer` is unchanged.
+ * QEX_E_LENGTH: the announced length differs from *length, which is set to the total that is announced,
+ *   head included: read on until that many bytes are there, and call again.
+ * QEX_E_FRAMING: HTTP status not 200, content type missing or another, content length 0; socket flag not 5.
+ */
+QEX_EXPORT int32_t QEX_UnpackTSR(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus,
+                                 int32_t transport) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTSR_Status reads the status of a bare TimeStampResp of `tsrLength` bytes. A status text of more
+ * than 79 bytes is cut without a report.
+ *
+ * QEX_OK. QEX_E_ARG: a pointer is null. QEX_E_NOMEM: the ASN.1 tables could not be built.
+ * QEX_E_DECODE: no TimeStampResp. QEX_E_MISSING: it has no status. `status` is unchanged by all of these.
+ */
+QEX_EXPORT int32_t QEX_GetTSR_Status(QEX_TSR_STATUS* status, const uint8_t* tsr,
+                                     uint32_t tsrLength) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTSR_EncodedToken writes the time-stamp token of a bare TimeStampResp, a CMS ContentInfo (RFC 5652),
+ * to `out` under the output-buffer rule. It is encoded afresh, in definite lengths.
+ *
+ * QEX_OK. QEX_E_ARG: `tsr` or `outLength` null. QEX_E_NOMEM. QEX_E_DECODE: no TimeStampResp.
+ * QEX_E_MISSING: no status. QEX_E_REJECTED: the status is neither 0 nor 1. QEX_E_NOTOKEN: no token.
+ * QEX_E_SIZE: `out` null or too small. Only this one and success set *outLength.
+ */
+QEX_EXPORT int32_t QEX_GetTSR_EncodedToken(uint8_t* out, uint32_t* outLength, const uint8_t* tsr,
+                                           uint32_t tsrLength) QEX_NOEXCEPT;
+
+/* ---- Tokens (RFC 3161, 2.4.2; RFC 5652) ---- */
+
+/*
+ * QEX_GetTST_TSTInfoEx reads the TSTInfo of a token of `tokenLength` bytes. Content types are not checked,
+ * and nothing is verified: see QEX_VerifyTST_Signature.
+ *
+ * Set info->size to 1044 before every call: it holds 880 on return. Only the first 880 bytes of the record
+ * are cleared; the last 164 bytes of tsaName keep what they held when the token names no authority, behind
+ * a terminator. An entry that does not fit into tsaName is left out without a report.
+ *
+ * QEX_OK. QEX_E_ARG: a pointer is null or size is not 1044. QEX_E_NOMEM.
+ * QEX_E_DECODE: the token, or the TSTInfo in it, does not decode. QEX_E_MISSING: the token has no content,
+ *   or its signed data none. `info` is unchanged by all of these.
+ * QEX_E_SIZE: a serial number of more than 40 bytes, a hash of more than 128, a nonce of more than 40 or an
+ *   identifier whose text is longer than its field; `info` is filled with what fits.
+ */
+QEX_EXPORT int32_t QEX_GetTST_TSTInfoEx(QEX_TSTINFO_EX* info, const uint8_t* token,
+                                        uint32_t tokenLength) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTST_TSTInfo is QEX_GetTST_TSTInfoEx for the short record; any code of that one but QEX_OK leaves
+ * `info` unchanged. QEX_E_SIZE is returned with a filled record for a serial number or nonce of more than
+ * 64 bits, which reads as 0 there.
+ */
+QEX_EXPORT int32_t QEX_GetTST_TSTInfo(QEX_TSTINFO* info, const uint8_t* token,
+                                      uint32_t tokenLength) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTST_TSACert writes the authority's certificate, which is the certificate of the token that the first
+ * identifier of its signing-certificate attribute names (RFC 2634, 5.4; RFC 5035 under
+ * QEX_VERIFY_ESSCERTIDV2, below), to `out` under the output-buffer rule. It is encoded afresh.
+ *
+ * QEX_OK. QEX_E_ARG: `token` or `outLength` null. QEX_E_NOMEM.
+ * QEX_E_BADTOKEN: the token does not decode or has no content.
+ * QEX_E_NOCERT: no certificate matches; *outLength is the length of the last certificate that was tried, and
+ *   unchanged when the token has none.
+ * QEX_E_MISSING: a certificate could not be encoded. QEX_E_SIZE: `out` null or too small.
+ */
+QEX_EXPORT int32_t QEX_GetTST_TSACert(uint8_t* out, uint32_t* outLength, const uint8_t* token,
+                                      uint32_t tokenLength) QEX_NOEXCEPT;
+
+/*
+ * QEX_VerifyTST_Signature checks that the token was signed with the authority's key: the first SignerInfo's
+ * message-digest attribute is the digest of the content, its signature over the signed attributes verifies
+ * under the key of the authority's certificate (RSA by PKCS #1 v1.5, or DSA), and the first identifier of
+ * its signing-certificate attribute names that certificate.
+ *
+ * The certificate is that of `tsaCert`, `tsaCertLen` bytes of DER. When `tsaCert` is null or its length 0,
+ * it is looked for among the certificates of the token: the token is then consistent in itself, and whose
+ * key it was is for the caller to judge.
+ *
+ * Not checked: certificate dates, chain, revocation and key usage; the content types, the signing time, the
+ * signer identifier; further SignerInfos; the octets in front of the DigestInfo in an RSA block. Therefore
+ * accept only certificates that you trust, whose public exponent is at least 65537.
+ *
+ * Environment: when QEX_VERIFY_ESSCERTIDV2 is exactly 1, the signing-certificate-v2 attribute (RFC 5035) with
+ * SHA-256, SHA-384 or SHA-512 is used and the first version ignored; else the first version (SHA-1), and the
+ * second is ignored. It is read once in the life of the process.
+ *
+ * QEX_OK: the token verifies.
+ * QEX_E_ARG: `token` null; or `tsaCert` does not decode.
+ * QEX_E_BADTOKEN: the token does not decode, is not signed data, or lacks its content, a usable first
+ *   SignerInfo or a message-digest attribute. When it decodes, the last ASN.1 error is 100.
+ * QEX_E_NOCERT: no certificate of the token matches its signing-certificate attribute.
+ * QEX_E_MISSING: the certificate lacks its public key, or the key does not decode.
+ * QEX_E_SIGNATURE: digest or signature do not verify.
+ * QEX_E_UNSUPPORTED: the key algorithm, or the pair of digest and signature algorithm, is not supported.
+ * QEX_E_NOMEM: memory ran out, or a number of key or signature is too large.
+ * QEX_E_DECODE: `tsaCert` was given, but the token has no signing-certificate attribute of the version used.
+ * QEX_E_MISMATCH: `tsaCert` was given, and the attribute names another certificate first.
+ */
+QEX_EXPORT int32_t QEX_VerifyTST_Signature(const uint8_t* token, uint32_t tokenLen, const uint8_t* tsaCert,
+                                           uint32_t tsaCertLen) QEX_NOEXCEPT;
+
+#ifdef __cplusplus
+}
+#endif
+
+#endif /* QEX_H */
