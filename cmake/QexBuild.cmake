@@ -8,35 +8,46 @@ set(CMAKE_CXX_STANDARD 20)
 set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_C_STANDARD 99)
+set(CMAKE_C_STANDARD_REQUIRED ON)
 set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# qex_compile_options(TARGET): warnings, and the instrumentation asked for.
+# What instrumentation adds to a compile or link line, as lists.
+set(QEX_INSTRUMENT_COMPILE "")
+set(QEX_INSTRUMENT_LINK "")
+if(QEX_SANITIZE)
+  list(APPEND QEX_INSTRUMENT_COMPILE -fsanitize=${QEX_SANITIZE} -fno-sanitize-recover=all
+       -fno-omit-frame-pointer)
+  list(APPEND QEX_INSTRUMENT_LINK -fsanitize=${QEX_SANITIZE})
+endif()
+if(QEX_COVERAGE)
+  # Counters are atomic, for the tests that call the library from several threads.
+  list(APPEND QEX_INSTRUMENT_COMPILE --coverage -O0 -fprofile-update=atomic)
+  list(APPEND QEX_INSTRUMENT_LINK --coverage)
+endif()
+
+# qex_compile_options(TARGET): warnings, hardening, and the instrumentation asked for.
 function(qex_compile_options target)
-  target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow)
+  target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow
+                         -fstack-protector-strong ${QEX_INSTRUMENT_COMPILE})
   if(QEX_WERROR)
     target_compile_options(${target} PRIVATE -Werror)
   endif()
-  if(QEX_SANITIZE)
-    target_compile_options(${target} PRIVATE -fsanitize=${QEX_SANITIZE} -fno-sanitize-recover=all
-                                             -fno-omit-frame-pointer)
-  endif()
-  if(QEX_COVERAGE)
-    target_compile_options(${target} PRIVATE --coverage -O0)
+  if(NOT QEX_SANITIZE AND NOT QEX_COVERAGE)
+    target_compile_options(${target} PRIVATE
+                           $<$<CONFIG:Release,RelWithDebInfo>:-U_FORTIFY_SOURCE$<SEMICOLON>-D_FORTIFY_SOURCE=2>)
   endif()
 endfunction()
 
-# qex_link_options(TARGET SCOPE): what instrumentation needs at link time.
+# qex_link_options(TARGET SCOPE): what instrumentation needs at link time. It is no
+# part of the installed package: a build for tests is not what gets installed.
 function(qex_link_options target scope)
-  if(QEX_SANITIZE)
-    target_link_options(${target} ${scope} -fsanitize=${QEX_SANITIZE})
-  endif()
-  if(QEX_COVERAGE)
-    target_link_options(${target} ${scope} --coverage)
-  endif()
+  foreach(option IN LISTS QEX_INSTRUMENT_LINK)
+    target_link_options(${target} ${scope} $<BUILD_INTERFACE:${option}>)
+  endforeach()
 endfunction()
 
 # qex_left_out(PART WHY): remembers a part that is not built.
@@ -49,4 +60,7 @@ function(qex_report_left_out)
   foreach(line IN LISTS list)
     message(STATUS "Left out - ${line}")
   endforeach()
+  if(NOT list)
+    message(STATUS "Nothing left out: library, tool, tests and benchmarks are built")
+  endif()
 endfunction()
