@@ -28,7 +28,8 @@ struct ExpBuf {
 inline constexpr size_t kInitialBlockSize = 1024;
 inline constexpr size_t kLibraryBlockSize = 2048;  // in force once the library is initialised
 
-// ExpBufSetBlockSize sets the size in bytes of the data blocks allocated from now on.
+// ExpBufSetBlockSize sets the size in bytes of the data blocks allocated from now on; 0
+// counts as 1. ExpBufBlockSize returns it. The word is one for the whole process, atomic.
 void ExpBufSetBlockSize(size_t bytes);
 size_t ExpBufBlockSize();
 
@@ -46,42 +47,77 @@ void ExpBufFreeChain(ExpBuf* buf);
 ExpBuf* ExpBufFirst(ExpBuf* buf);
 ExpBuf* ExpBufLast(ExpBuf* buf);
 
-// ExpBufRewind moves the handle to the front block and makes the chain readable from its start.
+// ExpBufRewind makes the chain readable from its start: the handle moves to the front-most
+// block that holds data, cursors return to the first byte and every readError is cleared.
 void ExpBufRewind(ExpBuf** b);
 
 // ExpBufLength returns the number of data bytes in the whole chain of `buf`.
 size_t ExpBufLength(const ExpBuf* buf);
 
+// ExpBufEnterNextBlock moves the handle from a used-up block that has a successor to the next
+// one that holds data, or to the last one, and sets that block's cursor to its start.
+void ExpBufEnterNextBlock(ExpBuf** b);
+
 // ExpBufGetByte returns the next byte and advances. At the end of the data it sets
-// readError and returns 0. When a block is used up the handle moves to the next one
-// that holds data.
-uint8_t ExpBufGetByte(ExpBuf** b);
+// readError and returns 0; the handle stays. When a block is used up the handle moves to
+// the next one that holds data.
+inline uint8_t ExpBufGetByte(ExpBuf** b) {
+  ExpBuf* block = *b;
+  if (block->cursor == block->end) {
+    block->readError = 1;
+    return 0;
+  }
+  const uint8_t byte = *block->cursor++;
+  if (block->cursor == block->end && block->nextBlock != nullptr) ExpBufEnterNextBlock(b);
+  return byte;
+}
 
 // ExpBufPeekByte returns the next byte without advancing; at the end of the data it
-// sets readError and returns 0.
+// sets readError and returns 0, and reads nothing.
 uint8_t ExpBufPeekByte(ExpBuf** b);
 
 // ExpBufCopyOut copies up to `n` bytes to `dst`, crossing blocks, and returns how many.
-// Fewer than `n` set readError on the block where the data ended.
+// Fewer than `n` set readError on the block where the handle ends.
 size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n);
 
 // ExpBufGetSegment returns the next run of at most `*n` bytes inside the current block
-// without copying, sets `*n` to its length and advances. A block that is used up yields
-// null and 0.
+// without copying, sets `*n` to its length and advances as ExpBufGetByte does. At the end of
+// the data it returns null and sets `*n` to 0; readError is not touched.
 const uint8_t* ExpBufGetSegment(ExpBuf** b, size_t* n);
 
 // ExpBufRemaining returns the number of bytes between the cursor and the end of the chain.
 size_t ExpBufRemaining(const ExpBuf* buf);
 
+// ExpBufExpect tells whether `n` bytes can be read: as many remain, and no read has failed. Where
+// fewer remain it sets readError, as reading them would. It looks at no more blocks than the
+// bytes take up, so that asking before every value keeps decoding linear.
+bool ExpBufExpect(ExpBuf** b, size_t n);
+
+// ExpBufEnterPrevBlock moves the handle from a full block to the one before it, emptied for
+// writing backward, or to a new one put in front. False when that cannot be allocated; the
+// block in hand then carries writeError.
+bool ExpBufEnterPrevBlock(ExpBuf** b);
+
 // ExpBufPutByteRvs puts a byte in front of the data. A full block is preceded by a new
 // one; when that cannot be allocated writeError is set.
-void ExpBufPutByteRvs(ExpBuf** b, uint8_t byte);
+inline void ExpBufPutByteRvs(ExpBuf** b, uint8_t byte) {
+  if ((*b)->writeError != 0) return;
+  while ((*b)->first == (*b)->blockStart) {
+    if (!ExpBufEnterPrevBlock(b)) return;
+  }
+  *--(*b)->first = byte;
+}
 
-// ExpBufPutSegRvs puts a run of bytes in front of the data, in its own order.
+// ExpBufPutSegRvs puts a run of bytes in front of the data, in its own order: its last bytes
+// go into the later block. When a block cannot be allocated writeError is set and the rest of
+// the run, its head, is not written.
+// Deliberate: a block that already stands in front is taken as it is, where ExpBufPutByteRvs
+// empties it first.
 void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n);
 
 // ExpBufCopyToFile writes the data of the whole chain to `file` and returns what the
-// last write returned. A short write is reported on the standard error stream.
+// last write returned. A short write is reported on the standard error stream, and the
+// blocks after it are still written.
 size_t ExpBufCopyToFile(ExpBuf* buf, FILE* file);
 
 // ExpBufHolder owns the chain that an encoder builds, from its front block on.

@@ -28,7 +28,8 @@ AsnList* AsnListNew(int32_t dataSize);
 void AsnListInit(AsnList* list, int32_t dataSize);
 
 // Adding a node: it becomes the current one and its element space is returned; null when
-// memory is out, and from the two inserting at `curr` also when there is no current node.
+// memory is out (or 2^31 - 1 nodes stand already), and from the two inserting at `curr` also
+// when there is no current node.
 void* AsnListAppend(AsnList* list);
 void* AsnListPrepend(AsnList* list);
 void* AsnListInsertAfter(AsnList* list);
@@ -47,7 +48,8 @@ void* AsnListPrev(AsnList* list);
 void* AsnListCurr(const AsnList* list);
 int32_t AsnListCount(const AsnList* list);
 
-// AsnListConcat moves the nodes of `l2` behind those of `l1` and returns `l1`. `l2` still
+// AsnListConcat moves the nodes of `l2` behind those of `l1` and returns `l1`; the current node
+// of `l1` stays, or is its first one when it was empty. `l2` still
 // describes the same nodes and is to be discarded without freeing them.
 AsnList* AsnListConcat(AsnList* l1, AsnList* l2);
 

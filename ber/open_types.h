@@ -47,22 +47,27 @@ bool InstallAnyByOid(int32_t anyId, const AsnOid& oid, uint32_t size, AnyEncode 
 bool InstallAnyByInt(int32_t anyId, int32_t intId, uint32_t size, AnyEncode encode, AnyDecode decode,
                      AnyFree free, AnyPrint print);
 
-// FreeAnyTables releases both tables; it runs at the end of the process too.
+// FreeAnyTables releases both tables and their descriptors, so that no AsnAny may be used
+// after it; it runs at the end of the process too.
 void FreeAnyTables();
 
 // SetAnyTypeByOid and SetAnyTypeByInt look the type up; null is stored when it is not registered.
 void SetAnyTypeByOid(AsnAny* any, const AsnOid& oid);
 void SetAnyTypeByInt(AsnAny* any, int32_t intId);
 
-// AnyKeyHash is the hash of a key of `n` octets.
+// AnyKeyHash is the hash of a key of `n` octets: h * 65587 + octet for each, the octet taken as
+// signed, in 32 bits.
 uint32_t AnyKeyHash(const uint8_t* octets, size_t n);
 
 // BDecAny allocates the value and decodes it, tag and length included. An unknown type raises
-// -44, one that stands too deep kOpenTypeDepthCode.
+// -44, one that stands too deep kOpenTypeDepthCode. The value belongs to `any`, also after its
+// decoder was left half way; FreeAny releases it.
 void BDecAny(ExpBuf** b, AsnAny* any, AsnLen* bytes, AsnJmpEnv& env);
 // BEncAny writes the value, or nothing when the type is not known or there is no value.
 AsnLen BEncAny(ExpBuf** b, const AsnAny* any);
+// FreeAny releases the value, what it holds by the type's own Free routine.
 void FreeAny(AsnAny* any);
+// PrintAny prints the value; one that is absent or of no known type shows as a comment.
 void PrintAny(FILE* f, const AsnAny* any, unsigned indent);
 
 }  // namespace qex

@@ -6,7 +6,7 @@
 // another tag. Encoders write backward and return the number of octets written. Octets of a
 // decoded value are allocated with AsnAlloc and belong to the value; its Free routine
 // releases them. An announced length beyond the data left ends as running out of data does,
-// before anything is allocated for it.
+// before anything is allocated for it. An allocation that fails raises -27 without a text.
 #pragma once
 
 #include <cstddef>
@@ -17,7 +17,7 @@
 
 namespace qex {
 
-using AsnBool = uint8_t;    // 1 for every non-zero content octet
+using AsnBool = uint8_t;  // 1 for every non-zero content octet
 using UAsnInt = uint32_t;
 
 // Octets, with a zero octet behind them that is not counted.
@@ -42,9 +42,12 @@ struct AsnNull {
   uint8_t unused;
 };
 
-constexpr size_t BitOctets(uint32_t bits) { return (size_t{bits} + 7) / 8; }
+// BitOctets returns the number of octets that hold `bits` bits.
+constexpr size_t BitOctets(uint32_t bits) {
+  return bits / 8 + (bits % 8 != 0 ? 1u : 0u);
+}
 
-// BOOLEAN
+// BOOLEAN. A length other than 1 raises -5, data that end early -6. True is written as 0xFF.
 void BDecAsnBoolContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBool* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnBool(ExpBuf** b, AsnBool* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnBoolContent(ExpBuf** b, const AsnBool* v);
@@ -52,7 +55,7 @@ AsnLen BEncAsnBool(ExpBuf** b, const AsnBool* v);
 void FreeAsnBool(AsnBool* v);
 void PrintAsnBool(FILE* f, const AsnBool* v, unsigned indent);
 
-// INTEGER of 32 bits
+// INTEGER of 32 bits. More than four octets raise -7, data that end early -8.
 // Deliberate: a content of length 0 still reads one octet, which is not counted.
 void BDecAsnIntContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnInt(ExpBuf** b, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
@@ -61,7 +64,8 @@ AsnLen BEncAsnInt(ExpBuf** b, const AsnInt* v);
 void FreeAsnInt(AsnInt* v);
 void PrintAsnInt(FILE* f, const AsnInt* v, unsigned indent);
 
-// INTEGER of 32 bits, never negative
+// INTEGER of 32 bits, never negative. More than five octets raise -9, a first octet with bit 7
+// set -10, five octets with a first one other than 0 raise -11, data that end early -12.
 void BDecUAsnIntContent(ExpBuf** b, AsnTag tag, AsnLen len, UAsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecUAsnInt(ExpBuf** b, UAsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncUAsnIntContent(ExpBuf** b, const UAsnInt* v);
@@ -69,7 +73,9 @@ AsnLen BEncUAsnInt(ExpBuf** b, const UAsnInt* v);
 void FreeUAsnInt(UAsnInt* v);
 void PrintUAsnInt(FILE* f, const UAsnInt* v, unsigned indent);
 
-// BIT STRING
+// BIT STRING, primitive or constructed by the constructed bit of `tag` (ber/constructed.h).
+// Data that end early, a content of length 0 and a bit count beyond 32 bits raise -4. Unused
+// bits above what the octets hold give 0 bits. The encoder writes BitOctets(count) octets.
 void BDecAsnBitsContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnBits(ExpBuf** b, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnBitsContent(ExpBuf** b, const AsnBits* v);
@@ -78,7 +84,8 @@ void FreeAsnBits(AsnBits* v);
 void PrintAsnBits(FILE* f, const AsnBits* v, unsigned indent);
 
 // OCTET STRING, the base of every character string and time type and of large INTEGERs.
-// BDecOctetString is the content decoder: the constructed bit of `tag` chooses the form.
+// BDecOctetString is the content decoder: the constructed bit of `tag` chooses the form
+// (ber/constructed.h). Data that end early raise -20 in the primitive form.
 void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnOcts(ExpBuf** b, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnOctsContent(ExpBuf** b, const AsnOcts* v);
@@ -86,7 +93,7 @@ AsnLen BEncAsnOcts(ExpBuf** b, const AsnOcts* v);
 void FreeAsnOcts(AsnOcts* v);
 void PrintAsnOcts(FILE* f, const AsnOcts* v, unsigned indent);
 
-// NULL. Given a null pointer the full encoder writes nothing and returns 0.
+// NULL. A length other than 0 raises -17. Given a null pointer the full encoder writes nothing and returns 0.
 void BDecAsnNullContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnNull* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnNull(ExpBuf** b, AsnNull* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnNullContent(ExpBuf** b, const AsnNull* v);
@@ -94,7 +101,8 @@ AsnLen BEncAsnNull(ExpBuf** b, const AsnNull* v);
 void FreeAsnNull(AsnNull* v);
 void PrintAsnNull(FILE* f, const AsnNull* v, unsigned indent);
 
-// OBJECT IDENTIFIER
+// OBJECT IDENTIFIER. Data that end early raise -21; the arcs are not looked at. Print takes
+// a last sub-identifier that is cut off as far as it goes; without octets it prints "{}".
 void BDecAsnOidContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnOid* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnOid(ExpBuf** b, AsnOid* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnOidContent(ExpBuf** b, const AsnOid* v);
@@ -112,7 +120,7 @@ void AsnBitsSet(AsnBits* v, uint32_t i);
 void AsnBitsClear(AsnBits* v, uint32_t i);
 bool AsnBitsTest(const AsnBits* v, uint32_t i);
 
-// An object identifier as a linked list of its arcs.
+// An object identifier as a linked list of its arcs. An arc beyond 32 bits shows its low 32.
 struct AsnArc {
   AsnArc* next;
   uint32_t number;
@@ -123,7 +131,7 @@ AsnArc* AsnOidToArcs(const AsnOid& oid);
 // AsnArcsToOid stores the contents octets of `arcs` in `*oid`; false when there are fewer than
 // two arcs or memory is out.
 bool AsnArcsToOid(const AsnArc* arcs, AsnOid* oid);
-// AsnArcsEncodedSize returns the number of contents octets of `arcs`.
+// AsnArcsEncodedSize returns the number of contents octets of `arcs`, 0 for fewer than two.
 size_t AsnArcsEncodedSize(const AsnArc* arcs);
 void AsnFreeArcs(AsnArc* arcs);
 

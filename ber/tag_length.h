@@ -2,7 +2,7 @@
 //
 // A decoding error is a text to AsnError and a jump with a negative code to the recovery
 // point that the AsnJmpEnv stands for. The jump is a C++ exception, thrown by AsnRaise and
-// caught by AsnTry, and by nothing else.
+// caught by AsnCatch, and by nothing else.
 #pragma once
 
 #include <concepts>
@@ -26,6 +26,9 @@ struct AsnJmpEnv {
   uint32_t openTypeDepth = 0;
 };
 
+// Raised without a text when an allocation fails inside a decoder.
+inline constexpr AsnInt kOutOfMemoryCode = -27;
+
 // What leaves a decoder.
 struct AsnJump {
   AsnInt code;
@@ -33,10 +36,10 @@ struct AsnJump {
 
 // AsnRaise leaves the decoder with `code`. Nothing is freed on the way: whoever set the
 // recovery point frees what had been decoded.
-[[noreturn]] void AsnRaise(AsnJmpEnv& env, AsnInt code);
+[[noreturn, gnu::cold]] void AsnRaise(AsnJmpEnv& env, AsnInt code);
 
 // AsnFail reports `text`, then raises `code`.
-[[noreturn]] void AsnFail(AsnJmpEnv& env, AsnInt code, const char* text);
+[[noreturn, gnu::cold]] void AsnFail(AsnJmpEnv& env, AsnInt code, const char* text);
 
 // AsnCatch runs `decode` under a recovery point of its own and returns the code of the
 // jump that left it, 0 when none did.
@@ -76,5 +79,9 @@ AsnLen BEncDefLen(ExpBuf** b, AsnLen len);
 
 // BEncTag writes the identifier octet of a tag whose number is below 31 and returns 1.
 AsnLen BEncTag(ExpBuf** b, AsnTag tag);
+
+// BEncLenAndTag puts length and identifier octet in front of a content of `n` octets and returns
+// the number of octets of the whole.
+AsnLen BEncLenAndTag(ExpBuf** b, AsnTag tag, AsnLen n);
 
 }  // namespace qex

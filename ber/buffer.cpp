@@ -1,0 +1,230 @@
+// Expanding buffers: blocks and chains, reading forward, writing backward.
+//
+// Header and data block are two allocations of the C heap, never zeroed: every byte between
+// `first` and `end` has been written by a caller.
+#include "ber/buffer.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+namespace qex {
+
+namespace {
+
+std::atomic<size_t> block_size{kInitialBlockSize};
+
+void empty_for_writing(ExpBuf* block) {
+  block->end = block->blockEnd;
+  block->first = block->blockEnd;
+  block->cursor = block->blockEnd;
+}
+
+// room is the number of bytes that still fit in front of the data of `block`.
+size_t room(const ExpBuf* block) {
+  return static_cast<size_t>(block->first - block->blockStart);
+}
+
+size_t unread(const ExpBuf* block) {
+  return static_cast<size_t>(block->end - block->cursor);
+}
+
+size_t held(const ExpBuf* block) {
+  return static_cast<size_t>(block->end - block->first);
+}
+
+// put_block_in_front allocates a block before the front-most block `*b` and moves the handle
+// to it; without memory it marks the block in hand.
+bool put_block_in_front(ExpBuf** b) {
+  ExpBuf* current = *b;
+  ExpBuf* fresh = ExpBufNew();
+  if (fresh == nullptr) {
+    current->writeError = 1;
+    return false;
+  }
+  fresh->nextBlock = current;
+  current->prevBlock = fresh;
+  *b = fresh;
+  return true;
+}
+
+// advance moves past `n` bytes of the block in hand, and out of it when it is used up.
+void advance(ExpBuf** b, size_t n) {
+  ExpBuf* block = *b;
+  block->cursor += n;
+  if (block->cursor == block->end && block->nextBlock != nullptr) ExpBufEnterNextBlock(b);
+}
+
+}  // namespace
+
+void ExpBufSetBlockSize(size_t bytes) {
+  block_size.store(std::max<size_t>(bytes, 1), std::memory_order_relaxed);
+}
+
+size_t ExpBufBlockSize() {
+  return block_size.load(std::memory_order_relaxed);
+}
+
+ExpBuf* ExpBufNew() {
+  const size_t size = ExpBufBlockSize();
+  auto* block = static_cast<ExpBuf*>(std::malloc(sizeof(ExpBuf)));
+  if (block == nullptr) return nullptr;
+  auto* data = static_cast<uint8_t*>(std::malloc(size));
+  if (data == nullptr) {
+    std::free(block);
+    return nullptr;
+  }
+  *block = ExpBuf{};
+  block->blockStart = data;
+  block->blockEnd = data + size;
+  empty_for_writing(block);
+  return block;
+}
+
+void ExpBufWrapData(ExpBuf* buf, const uint8_t* data, size_t len) {
+  // The bytes are never written: the chain operations write in front of `first` only, and
+  // there is no room in front of the first byte of a wrapped block.
+  auto* start = const_cast<uint8_t*>(data);
+  *buf = ExpBuf{};
+  buf->blockStart = start;
+  buf->first = start;
+  buf->cursor = start;
+  buf->end = len == 0 ? start : start + len;
+  buf->blockEnd = buf->end;
+}
+
+void ExpBufFreeChain(ExpBuf* buf) {
+  while (buf != nullptr) {
+    ExpBuf* next = buf->nextBlock;
+    std::free(buf->blockStart);
+    std::free(buf);
+    buf = next;
+  }
+}
+
+ExpBuf* ExpBufFirst(ExpBuf* buf) {
+  while (buf->prevBlock != nullptr) buf = buf->prevBlock;
+  return buf;
+}
+
+ExpBuf* ExpBufLast(ExpBuf* buf) {
+  while (buf->nextBlock != nullptr) buf = buf->nextBlock;
+  return buf;
+}
+
+void ExpBufRewind(ExpBuf** b) {
+  ExpBuf* front = ExpBufFirst(*b);
+  for (ExpBuf* block = front; block != nullptr; block = block->nextBlock) {
+    block->cursor = block->first;
+    block->readError = 0;
+  }
+  while (held(front) == 0 && front->nextBlock != nullptr) front = front->nextBlock;
+  *b = front;
+}
+
+size_t ExpBufLength(const ExpBuf* buf) {
+  while (buf->prevBlock != nullptr) buf = buf->prevBlock;
+  size_t total = 0;
+  for (; buf != nullptr; buf = buf->nextBlock) total += held(buf);
+  return total;
+}
+
+void ExpBufEnterNextBlock(ExpBuf** b) {
+  ExpBuf* block = (*b)->nextBlock;
+  while (block->first == block->end && block->nextBlock != nullptr) block = block->nextBlock;
+  block->cursor = block->first;
+  *b = block;
+}
+
+uint8_t ExpBufPeekByte(ExpBuf** b) {
+  ExpBuf* block = *b;
+  if (block->cursor == block->end) {
+    block->readError = 1;
+    return 0;
+  }
+  return *block->cursor;
+}
+
+size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n) {
+  size_t copied = 0;
+  while (copied < n) {
+    ExpBuf* block = *b;
+    const size_t run = std::min(n - copied, unread(block));
+    if (run == 0) {
+      block->readError = 1;
+      break;
+    }
+    std::memcpy(dst + copied, block->cursor, run);
+    copied += run;
+    advance(b, run);
+  }
+  return copied;
+}
+
+const uint8_t* ExpBufGetSegment(ExpBuf** b, size_t* n) {
+  const size_t left = unread(*b);
+  if (left == 0) {
+    *n = 0;
+    return nullptr;
+  }
+  *n = std::min(*n, left);
+  const uint8_t* run = (*b)->cursor;
+  advance(b, *n);
+  return run;
+}
+
+size_t ExpBufRemaining(const ExpBuf* buf) {
+  size_t total = unread(buf);
+  for (const ExpBuf* block = buf->nextBlock; block != nullptr; block = block->nextBlock) total += held(block);
+  return total;
+}
+
+bool ExpBufExpect(ExpBuf** b, size_t n) {
+  ExpBuf* block = *b;
+  size_t left = unread(block);
+  while (left < n && block->nextBlock != nullptr) {
+    block = block->nextBlock;
+    left += held(block);
+  }
+  if (left < n) block->readError = 1;
+  return left >= n && (*b)->readError == 0;
+}
+
+bool ExpBufEnterPrevBlock(ExpBuf** b) {
+  ExpBuf* previous = (*b)->prevBlock;
+  if (previous == nullptr) return put_block_in_front(b);
+  empty_for_writing(previous);
+  previous->writeError = 0;
+  previous->readError = 1;  // not readable until the chain is rewound
+  *b = previous;
+  return true;
+}
+
+void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n) {
+  while (n != 0 && (*b)->writeError == 0) {
+    ExpBuf* block = *b;
+    const size_t run = std::min(n, room(block));
+    n -= run;
+    block->first -= run;
+    std::memcpy(block->first, data + n, run);
+    if (n == 0) return;
+    if (block->prevBlock != nullptr) {
+      *b = block->prevBlock;
+    } else if (!put_block_in_front(b)) {
+      return;
+    }
+  }
+}
+
+size_t ExpBufCopyToFile(ExpBuf* buf, FILE* file) {
+  size_t written = 0;
+  for (const ExpBuf* block = ExpBufFirst(buf); block != nullptr; block = block->nextBlock) {
+    const size_t n = held(block);
+    written = n == 0 ? 0 : std::fwrite(block->first, 1, n, file);
+    if (written != n) std::fputs("ExpBufCopyToFile: error during writing\n", stderr);
+  }
+  return written;
+}
+
+}  // namespace qex

@@ -1,0 +1,88 @@
+// The constructed forms of OCTET STRING and BIT STRING (X.690 8.6.4, 8.7.3): the octets of
+// their primitive components are collected as segments of the input, which are copied once.
+//
+// Components may stand inside each other as deep as the input has octets, so nothing here
+// recurses: what is open is kept on the heap, and memory is linear in the input.
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <type_traits>
+
+#include "ber/tag_length.h"
+
+namespace qex {
+
+// Deliberate: never reset. Once a constructed BIT STRING has ended in unused bits, every later
+// constructed one in the process is refused with -1 at its first component. Tests set it to 0.
+extern std::atomic<uint16_t> lastUnusedBits;
+
+// DecoderStack is a stack of records on the C heap that is released when the decoder is left.
+// Growing raises -27 when memory is out; nothing is allocated before the first record.
+template <class T>
+class DecoderStack {
+ public:
+  static_assert(std::is_trivially_copyable_v<T>);
+  DecoderStack() = default;
+  ~DecoderStack() { std::free(items_); }
+  DecoderStack(const DecoderStack&) = delete;
+  DecoderStack& operator=(const DecoderStack&) = delete;
+
+  bool empty() const { return count_ == 0; }
+  void push(const T& item, AsnJmpEnv& env) {
+    if (count_ == capacity_) grow(env);
+    items_[count_++] = item;
+  }
+  T pop() { return items_[--count_]; }
+  const T* begin() const { return items_; }
+  const T* end() const { return count_ == 0 ? items_ : items_ + count_; }
+
+ private:
+  static constexpr size_t kFirstCapacity = 128;
+
+  void grow(AsnJmpEnv& env) {
+    if (capacity_ > SIZE_MAX / sizeof(T) / 2) AsnRaise(env, kOutOfMemoryCode);
+    const size_t capacity = capacity_ == 0 ? kFirstCapacity : 2 * capacity_;
+    void* items = std::realloc(items_, capacity * sizeof(T));
+    if (items == nullptr) AsnRaise(env, kOutOfMemoryCode);
+    items_ = static_cast<T*>(items);
+    capacity_ = capacity;
+  }
+
+  T* items_ = nullptr;
+  size_t count_ = 0;
+  size_t capacity_ = 0;
+};
+
+struct Segment {
+  const uint8_t* octets;
+  size_t count;
+};
+
+// The octets of a constructed string, in order, as they lie in the input.
+struct SegmentStack {
+  DecoderStack<Segment> segments;
+  size_t total = 0;
+
+  void push(const uint8_t* octets, size_t count, AsnJmpEnv& env) {
+    segments.push({octets, count}, env);
+    total += count;
+  }
+  // copy_to writes the `total` octets to `dst`.
+  void copy_to(uint8_t* dst) const;
+};
+
+// BDecConsOctetString collects the content of a constructed OCTET STRING of length `len`,
+// INDEFINITE_LEN included, and adds the octets read to `*bytes`. A component that ends early
+// raises -18, one of another type -19, a bad end-of-contents -28.
+// A component that runs past a definite length is left to the lengths around it.
+void BDecConsOctetString(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* bytes, AsnJmpEnv& env);
+
+// FillBitStringStk does the same for a constructed BIT STRING and returns the unused bits of
+// its last component. A component after one with unused bits raises -1, one that ends early
+// -2, one of another type -3.
+uint32_t FillBitStringStk(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* bytes, AsnJmpEnv& env);
+
+}  // namespace qex

@@ -1,0 +1,196 @@
+// Open types and their two tables.
+//
+// A table has 256 slots, chosen by the low 8 bits of the hash. Where two hashes meet, the slot
+// turns from a leaf into a further table that goes by the next 8 bits, so no table lies deeper
+// than the fourth. The hash that an entry stores is shifted by 8 bits for each level above it.
+#include "ber/open_types.h"
+
+#include <cstdlib>
+#include <cstring>
+
+#include "ber/memory.h"
+
+namespace qex {
+
+namespace {
+
+struct Table;
+
+struct Entry {
+  uint8_t leaf;
+  uint8_t zero[3];
+  uint32_t hash;
+  AnyInfo* value;
+  Table* table;  // in place of the value once `leaf` is 0
+};
+
+struct Table {
+  Entry* slots[256];
+};
+
+Table* oid_table = nullptr;
+Table* int_table = nullptr;
+
+Entry** slot_of(Table* table, uint32_t hash) {
+  return &table->slots[hash % 256];
+}
+
+// release_table frees a table and the tables below it, and what the leaves describe too when
+// `values` says so. It recurses no deeper than tables lie.
+void release_table(Table* table, bool values) {
+  if (table == nullptr) return;
+  for (Entry* entry : table->slots) {
+    if (entry == nullptr) continue;
+    if (entry->leaf == 0) {
+      release_table(entry->table, values);
+    } else if (values) {
+      AsnFree(entry->value);
+    }
+    AsnFree(entry);
+  }
+  AsnFree(table);
+}
+
+enum class Inserted { kStored, kPresent, kNoMemory };
+
+Inserted insert(Table* table, uint32_t hash, AnyInfo* info);
+
+// split turns the leaf `entry` into a table that holds its value and the new one. Without
+// memory the leaf stays as it was.
+Inserted split(Entry* entry, uint32_t hash, AnyInfo* info) {
+  auto* table = static_cast<Table*>(AsnAlloc(sizeof(Table)));
+  if (table == nullptr) return Inserted::kNoMemory;
+  if (insert(table, entry->hash >> 8, entry->value) == Inserted::kNoMemory ||
+      insert(table, hash >> 8, info) == Inserted::kNoMemory) {
+    release_table(table, false);
+    return Inserted::kNoMemory;
+  }
+  entry->leaf = 0;
+  entry->value = nullptr;
+  entry->table = table;
+  return Inserted::kStored;
+}
+
+Inserted insert(Table* table, uint32_t hash, AnyInfo* info) {
+  for (;;) {
+    Entry** slot = slot_of(table, hash);
+    Entry* entry = *slot;
+    if (entry == nullptr) {
+      entry = static_cast<Entry*>(AsnAlloc(sizeof(Entry)));
+      if (entry == nullptr) return Inserted::kNoMemory;
+      entry->leaf = 1;
+      entry->hash = hash;
+      entry->value = info;
+      *slot = entry;
+      return Inserted::kStored;
+    }
+    // A slot that has been split keeps the hash of its first key, which lies below it.
+    if (entry->hash == hash) return Inserted::kPresent;
+    if (entry->leaf != 0) return split(entry, hash, info);
+    table = entry->table;
+    hash >>= 8;
+  }
+}
+
+const AnyInfo* look_up(Table* table, uint32_t hash) {
+  while (table != nullptr) {
+    const Entry* entry = *slot_of(table, hash);
+    if (entry == nullptr) return nullptr;
+    if (entry->leaf != 0) return entry->hash == hash ? entry->value : nullptr;
+    table = entry->table;
+    hash >>= 8;
+  }
+  return nullptr;
+}
+
+uint32_t hash_of(int32_t intId) {
+  uint8_t octets[sizeof intId];  // in memory order
+  std::memcpy(octets, &intId, sizeof intId);
+  return AnyKeyHash(octets, sizeof octets);
+}
+
+// install stores a copy of `info` in `*table`, which it creates when it is the first.
+bool install(Table** table, uint32_t hash, const AnyInfo& info) {
+  static const bool released_at_exit = std::atexit(FreeAnyTables) == 0;
+  static_cast<void>(released_at_exit);
+  if (*table == nullptr) *table = static_cast<Table*>(AsnAlloc(sizeof(Table)));
+  if (*table == nullptr) return false;
+  auto* copy = static_cast<AnyInfo*>(AsnAlloc(sizeof(AnyInfo)));
+  if (copy == nullptr) return false;
+  *copy = info;
+  const Inserted outcome = insert(*table, hash, copy);
+  if (outcome != Inserted::kStored) AsnFree(copy);
+  return outcome != Inserted::kNoMemory;
+}
+
+}  // namespace
+
+bool InstallAnyByOid(int32_t anyId, const AsnOid& oid, uint32_t size, AnyEncode encode, AnyDecode decode,
+                     AnyFree free, AnyPrint print) {
+  const AnyInfo info = {anyId, oid, 0, size, encode, decode, free, print};
+  return install(&oid_table, AnyKeyHash(oid.octs, oid.count), info);
+}
+
+bool InstallAnyByInt(int32_t anyId, int32_t intId, uint32_t size, AnyEncode encode, AnyDecode decode,
+                     AnyFree free, AnyPrint print) {
+  const AnyInfo info = {anyId, AsnOid{}, intId, size, encode, decode, free, print};
+  return install(&int_table, hash_of(intId), info);
+}
+
+void FreeAnyTables() {
+  release_table(oid_table, true);
+  release_table(int_table, true);
+  oid_table = nullptr;
+  int_table = nullptr;
+}
+
+void SetAnyTypeByOid(AsnAny* any, const AsnOid& oid) {
+  any->ai = look_up(oid_table, AnyKeyHash(oid.octs, oid.count));
+}
+
+void SetAnyTypeByInt(AsnAny* any, int32_t intId) {
+  any->ai = look_up(int_table, hash_of(intId));
+}
+
+uint32_t AnyKeyHash(const uint8_t* octets, size_t n) {
+  uint32_t hash = 0;
+  for (size_t i = 0; i < n; ++i) hash = hash * 65587 + static_cast<uint32_t>(static_cast<int8_t>(octets[i]));
+  return hash;
+}
+
+void BDecAny(ExpBuf** b, AsnAny* any, AsnLen* bytes, AsnJmpEnv& env) {
+  if (any->ai == nullptr || any->ai->Decode == nullptr) {
+    AsnFail(env, -44, "ERROR - ANY Decode routine is NULL\n");
+  }
+  if (env.openTypeDepth >= kMaxOpenTypeDepth) {
+    AsnFail(env, kOpenTypeDepthCode, "ERROR - open types nested too deep\n");
+  }
+  any->value = AsnAlloc(any->ai->size);
+  if (any->value == nullptr) AsnRaise(env, kOutOfMemoryCode);
+  // Not counted back when the decoder is left by a jump: the recovery point ends with it.
+  ++env.openTypeDepth;
+  any->ai->Decode(b, any->value, bytes, env);
+  --env.openTypeDepth;
+}
+
+AsnLen BEncAny(ExpBuf** b, const AsnAny* any) {
+  if (any->ai == nullptr || any->ai->Encode == nullptr || any->value == nullptr) return 0;
+  return any->ai->Encode(b, any->value);
+}
+
+void FreeAny(AsnAny* any) {
+  if (any->value == nullptr) return;
+  if (any->ai != nullptr && any->ai->Free != nullptr) any->ai->Free(any->value);
+  AsnFree(any->value);
+  any->value = nullptr;
+}
+
+void PrintAny(FILE* f, const AsnAny* any, unsigned indent) {
+  if (any->ai != nullptr && any->ai->Print != nullptr && any->value != nullptr) {
+    any->ai->Print(f, any->value, indent);
+  } else {
+    std::fputs(" -- ERROR: malformed ANY value --", f);
+  }
+}
+
+}  // namespace qex
