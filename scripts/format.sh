@@ -1,0 +1,20 @@
+#!/usr/bin/env bash
+# Checks that C and C++ sources are in the project's format.
+#
+# usage: scripts/format.sh [--fix]     --fix rewrites those that are not
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+# Another version of clang-format breaks lines elsewhere.
+pinned=14
+formatter=clang-format-$pinned
+command -v "$formatter" >/dev/null || scripts/setup.sh format
+command -v "$formatter" >/dev/null || formatter=clang-format
+if ! "$formatter" --version | grep -q "version $pinned\."; then
+  echo "format: clang-format $pinned is needed, here is: $("$formatter" --version)" >&2
+  exit 1
+fi
+
+mode=(--dry-run -Werror)
+[ "${1:-}" != --fix ] || mode=(-i)
+git ls-files -z --cached --others --exclude-standard '*.h' '*.c' '*.cpp' | xargs -0 -r "$formatter" "${mode[@]}"

@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Installs what building and testing need, on Debian 12 and its relatives: only the packages that
+# are missing, and nothing at all when none is.
+#
+# usage: scripts/setup.sh [coverage] [bench] [format]     each adds what that purpose needs
+set -euo pipefail
+
+packages=(
+  g++ cmake ninja-build
+  libgtest-dev                                            # unit tests
+  libcli11-dev libcurl4-openssl-dev nlohmann-json3-dev    # the tool
+  openssl python3                                         # the authority and the checks of the house
+  pkg-config
+)
+for purpose in "$@"; do
+  case $purpose in
+    coverage) packages+=(gcovr) ;;
+    bench) packages+=(libbenchmark-dev) ;;
+    format) packages+=(clang-format-14) ;;
+    *) echo "setup: unknown purpose '$purpose' (coverage, bench, format)" >&2; exit 2 ;;
+  esac
+done
+
+if ! command -v dpkg-query >/dev/null || ! command -v apt-get >/dev/null; then
+  echo "setup: this is no Debian system; make sure that these are there, under whatever name: ${packages[*]}" >&2
+  exit 0
+fi
+
+is_installed() {
+  [ "$(dpkg-query -W -f='${db:Status-Status}' "$1" 2>/dev/null)" = installed ]
+}
+missing=()
+for package in "${packages[@]}"; do
+  is_installed "$package" || missing+=("$package")
+done
+[ ${#missing[@]} -gt 0 ] || exit 0
+
+as_root=()
+if [ "$(id -u)" -ne 0 ]; then
+  if ! command -v sudo >/dev/null; then
+    echo "setup: these packages are missing: ${missing[*]}" >&2
+    echo "setup: neither root nor sudo is at hand; install them as root with: apt-get install ${missing[*]}" >&2
+    exit 1
+  fi
+  as_root=(sudo)
+fi
+
+echo "setup: installing ${missing[*]}"
+apt() {
+  "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get -q -o DPkg::Lock::Timeout=120 "$@"
+}
+apt update
+apt install -y --no-install-recommends "${missing[@]}"

@@ -1,0 +1,43 @@
+#!/usr/bin/env bash
+# The whole check: sets up, builds and tests the release and the sanitizer preset, and closes with
+# the last lines of ctest for each.
+#
+# usage: scripts/test.sh [PRESET...]     default: release asan
+set -uo pipefail
+cd "$(dirname "$0")/.." || exit 1
+
+presets=("$@")
+[ ${#presets[@]} -gt 0 ] || presets=(release asan)
+jobs=$(nproc)
+logs=$(mktemp -d)
+trap 'rm -rf "$logs"' EXIT
+
+scripts/setup.sh || exit 1
+
+failed=()
+for preset in "${presets[@]}"; do
+  echo "== $preset: build"
+  if ! cmake --preset "$preset" || ! cmake --build --preset "$preset" -j "$jobs"; then
+    echo "the build failed" > "$logs/$preset"
+    failed+=("$preset")
+    continue
+  fi
+  echo "== $preset: tests"
+  ctest --preset "$preset" -j "$jobs" 2>&1 | tee "$logs/$preset"
+  [ "${PIPESTATUS[0]}" -eq 0 ] || failed+=("$preset")
+done
+
+if [ ${#failed[@]} -gt 0 ]; then
+  verdict="FAILED: ${failed[*]}"
+else
+  verdict="passed: ${presets[*]}"
+fi
+echo
+echo "== $verdict"
+for preset in "${presets[@]}"; do
+  echo
+  echo "== $preset"
+  # From ctest's count of the tests on, or whatever stands in its place.
+  sed -n '/tests passed,/,$p' "$logs/$preset" | grep . || tail -n 3 "$logs/$preset"
+done
+[ ${#failed[@]} -eq 0 ]

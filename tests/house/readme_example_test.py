@@ -1,0 +1,48 @@
+"""README's first C example compiles as strict C99 against the library, runs and succeeds.
+
+usage: readme_example_test.py SOURCE_FOLDER LIBQEX_SO COMPILER [FLAG...]
+
+Ends with 77, which ctest counts as skipped, while README has no C example.
+"""
+
+import os
+import re
+import subprocess
+import sys
+import tempfile
+
+SKIPPED = 77
+
+
+def main(root, library, compiler, *flags):
+    readme = os.path.join(root, "README.md")
+    if not os.path.exists(readme):
+        print("there is no README.md")
+        return SKIPPED
+    with open(readme, encoding="utf-8") as file:
+        block = re.search(r"^```c\n(.*?)^```", file.read(), re.MULTILINE | re.DOTALL)
+    if block is None:
+        print("README.md has no C example")
+        return SKIPPED
+
+    folder = os.path.dirname(library)
+    with tempfile.TemporaryDirectory(prefix="qex-readme-") as scratch:
+        with open(os.path.join(scratch, "example.c"), "w", encoding="utf-8") as file:
+            file.write(block[1])
+        compiled = subprocess.run(
+            [compiler, *flags, "-std=c99", "-pedantic", "-Wall", "-Wextra", "-Werror", "-I",
+             os.path.join(root, "api"), "-I", root, "example.c", "-o", "example", "-L", folder, "-lqex",
+             f"-Wl,-rpath,{folder}"], cwd=scratch, check=False)
+        if compiled.returncode != 0:
+            print("the example does not compile")
+            return 1
+        ran = subprocess.run([os.path.join(scratch, "example")], cwd=scratch, timeout=60, check=False,
+                             stdin=subprocess.DEVNULL)
+        if ran.returncode != 0:
+            print(f"the example ended with {ran.returncode}")
+            return 1
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main(*sys.argv[1:]))
