@@ -1,0 +1,413 @@
+// Decoding, encoding and release by descriptor.
+//
+// Every routine counts the octets of one value in a counter of its own and adds it to the
+// caller's at the end. An indefinite length is closed by the content decoder that met it.
+#include "asn1/codec.h"
+
+#include <cstring>
+
+#include "ber/memory.h"
+
+namespace qex {
+namespace {
+
+constexpr AsnInt kOutOfMemoryCode = -27;
+
+// Members that are pointers are read and written as bytes: their pointee type is known to
+// the declaration, not to the engine.
+void* load_pointer(const void* slot) {
+  void* p;
+  std::memcpy(&p, slot, sizeof p);
+  return p;
+}
+void store_pointer(void* slot, void* p) {
+  std::memcpy(slot, &p, sizeof p);
+}
+
+void* slot_of(void* rec, const Field& f) {
+  return static_cast<char*>(rec) + f.offset;
+}
+const void* slot_of(const void* rec, const Field& f) {
+  return static_cast<const char*>(rec) + f.offset;
+}
+
+// The field's value, or null when it is held by a null pointer.
+const void* value_of(const void* rec, const Field& f) {
+  const void* slot = slot_of(rec, f);
+  return f.held == Held::Pointer ? load_pointer(slot) : slot;
+}
+
+bool starts_with_tag(const Type& t, AsnTag tag);
+
+bool matches(const Field& f, AsnTag tag) {
+  if (f.tagging == Tagging::None) return starts_with_tag(*f.type, tag);
+  if (tag == f.tag) return true;
+  return f.tagging == Tagging::Implicit && f.type->altTag != 0 && tag == (f.tag | kConstructedBit);
+}
+
+// An untagged CHOICE is recognised by the tags of its alternatives.
+bool starts_with_tag(const Type& t, AsnTag tag) {
+  if (t.kind != Kind::Choice) return tag == t.tag || (t.altTag != 0 && tag == t.altTag);
+  for (const Field& f : t.fields)
+    if (matches(f, tag)) return true;
+  return false;
+}
+
+// An open type that is not wrapped in an EXPLICIT tag: the registered decoder reads the tag.
+bool reads_own_tag(const Field& f) {
+  return f.type->kind == Kind::Any && f.tagging == Tagging::None;
+}
+
+void* new_value(const Type& t, AsnJmpEnv& env) {
+  void* v = AsnAlloc(t.size);
+  if (v == nullptr) AsnRaise(env, kOutOfMemoryCode);
+  return v;
+}
+
+// Where the field's value is to be decoded: in the record, or newly allocated and hung there.
+void* place_for(const Field& f, void* rec, AsnJmpEnv& env) {
+  void* slot = slot_of(rec, f);
+  if (f.held == Held::Inline) return slot;
+  void* v = new_value(*f.type, env);
+  store_pointer(slot, v);
+  return v;
+}
+
+// Where the identifier says so, a value is of another type than the registered one.
+const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag, bool inPlaceOfSet) {
+  for (const OpenShape& s : t.shapes)
+    if (s.inPlaceOfSet == inPlaceOfSet && s.type->tag == tag && AsnOidEqual(s.identifier, identifier))
+      return &s;
+  return nullptr;
+}
+
+// Reads the end of an indefinite length if it comes next. The end of the data is left to the
+// tag decoder, which reports it.
+bool end_of_contents(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
+  if (ExpBufPeekByte(b) != 0) return false;
+  BDecTag(b, bytes, env);
+  BDecSecondEocOctet(b, bytes, env);
+  return true;
+}
+
+AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
+  auto* slot = static_cast<void**>(AsnListAppend(list));
+  if (slot == nullptr) AsnRaise(env, kOutOfMemoryCode);
+  *slot = new_value(kAsnAny, env);
+  return static_cast<AsnAny*>(*slot);
+}
+
+// The values of an attribute: a SET OF ANY DEFINED BY its type, or one value instead of the SET.
+void decode_open_list(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
+                      AsnJmpEnv& env) {
+  const Field& f = t.fields[i];
+  const auto& identifier = *reinterpret_cast<const AsnOid*>(static_cast<const char*>(rec) + f.definedBy);
+  auto* list = static_cast<AsnList*>(place_for(f, rec, env));
+  list->dataSize = sizeof(void*);
+  if (tag != f.type->tag) {
+    const OpenShape* shape = find_shape(*f.type, identifier, tag, true);
+    if (shape == nullptr) AsnRaise(env, site_code(t, Site::Missing, i));
+    AsnAny* any = append_any(list, env);
+    any->ai = shape->info;
+    any->value = new_value(*shape->type, env);
+    DecodeContent(*shape->type, b, tag, len, any->value, bytes, env);
+    return;
+  }
+  AsnLen used = 0;
+  while (len == INDEFINITE_LEN || used < len) {
+    if (len == INDEFINITE_LEN && end_of_contents(b, &used, env)) break;
+    AsnAny* any = append_any(list, env);
+    const OpenShape* shape = find_shape(*f.type, identifier, AsnTag{ExpBufPeekByte(b)} << 24, false);
+    if (shape != nullptr)
+      any->ai = shape->info;
+    else
+      SetAnyTypeByOid(any, identifier);
+    BDecAny(b, any, &used, env);
+  }
+  *bytes += used;
+}
+
+void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv& env) {
+  auto* any = static_cast<AsnAny*>(slot_of(rec, f));
+  const void* identifier = static_cast<const char*>(rec) + f.definedBy;
+  if (f.definedByInt)
+    SetAnyTypeByInt(any, *static_cast<const AsnInt*>(identifier));
+  else
+    SetAnyTypeByOid(any, *static_cast<const AsnOid*>(identifier));
+  BDecAny(b, any, bytes, env);
+}
+
+void decode_explicit(const Type& t, size_t i, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
+                     AsnJmpEnv& env) {
+  const Field& f = t.fields[i];
+  if (f.type->kind == Kind::Any) {
+    decode_any(f, b, rec, bytes, env);
+  } else {
+    const AsnTag inner = BDecTag(b, bytes, env);
+    if (f.checksInnerTag && !starts_with_tag(*f.type, inner)) AsnRaise(env, site_code(t, Site::InnerTag, i));
+    const AsnLen innerLen = BDecLen(b, bytes, env);
+    DecodeContent(*f.type, b, inner, innerLen, place_for(f, rec, env), bytes, env);
+  }
+  if (len == INDEFINITE_LEN) BDecEoc(b, bytes, env);
+}
+
+// Decodes the value of field i of a record of type t, whose tag and length have been read.
+void decode_field(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
+                  AsnJmpEnv& env) {
+  const Field& f = t.fields[i];
+  if (f.tagging == Tagging::Explicit) return decode_explicit(t, i, b, len, rec, bytes, env);
+  if (f.type->kind == Kind::OpenList) return decode_open_list(t, i, b, tag, len, rec, bytes, env);
+  DecodeContent(*f.type, b, tag, len, place_for(f, rec, env), bytes, env);
+}
+
+void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes, AsnJmpEnv& env) {
+  const bool indefinite = len == INDEFINITE_LEN;
+  AsnLen used = 0;
+  AsnTag tag = 0;
+  bool tagRead = false, ended = false;
+  for (size_t i = 0; i < t.fields.size() && !ended; ++i) {
+    const Field& f = t.fields[i];
+    const bool mayEnd = i >= t.mandatory;
+    if (!tagRead) {
+      if (mayEnd && !indefinite && used == len) {
+        ended = true;
+        break;
+      }
+      if (reads_own_tag(f)) {
+        ended = mayEnd && indefinite && end_of_contents(b, &used, env);
+        if (!ended) decode_any(f, b, rec, &used, env);
+        continue;
+      }
+      tag = BDecTag(b, &used, env);
+      tagRead = true;
+      if (mayEnd && indefinite && tag == 0) {
+        BDecSecondEocOctet(b, &used, env);
+        ended = true;
+        break;
+      }
+    }
+    if (matches(f, tag)) {
+      const AsnLen fieldLen = BDecLen(b, &used, env);
+      decode_field(t, i, b, tag, fieldLen, rec, &used, env);
+      tagRead = false;
+    } else if (f.need == Need::Mandatory) {
+      AsnRaise(env, site_code(t, Site::Missing, i));
+    }
+  }
+  if (!ended) {
+    if (tagRead) AsnRaise(env, site_code(t, Site::Trailing));
+    if (indefinite)
+      BDecEoc(b, &used, env);
+    else if (used != len)
+      AsnRaise(env, site_code(t, Site::Length));
+  }
+  *bytes += used;
+}
+
+[[noreturn, gnu::cold, gnu::noinline]] void fail_named(AsnJmpEnv& env, AsnInt code, const char* routine,
+                                                       const char* what) {
+  char text[128];
+  std::snprintf(text, sizeof text, "BDec%s%s", routine, what);
+  AsnFail(env, code, text);
+}
+
+// Releases what a field holds and leaves it as if it had never been decoded.
+void clear_field(const Field& f, void* rec) {
+  void* slot = slot_of(rec, f);
+  void* v = f.held == Held::Pointer ? load_pointer(slot) : slot;
+  FreeValue(*f.type, v);
+  if (f.held == Held::Pointer) AsnFree(v);
+  std::memset(slot, 0, f.held == Held::Pointer ? sizeof(void*) : f.type->size);
+}
+
+void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes, AsnJmpEnv& env) {
+  AsnLen used = 0;
+  uint32_t seen = 0;
+  while (len == INDEFINITE_LEN || used < len) {
+    const AsnTag tag = BDecTag(b, &used, env);
+    if (tag == 0 && len == INDEFINITE_LEN) {
+      BDecSecondEocOctet(b, &used, env);
+      break;
+    }
+    size_t i = 0;
+    while (i < t.fields.size() && !matches(t.fields[i], tag)) ++i;
+    if (i == t.fields.size())
+      fail_named(env, site_code(t, Site::Unexpected), t.name, "Content: ERROR - Unexpected tag in SET\n");
+    if ((seen >> i & 1) != 0) clear_field(t.fields[i], rec);  // of a repeated field the last one stays
+    seen |= uint32_t{1} << i;
+    const AsnLen fieldLen = BDecLen(b, &used, env);
+    decode_field(t, i, b, tag, fieldLen, rec, &used, env);
+  }
+  for (size_t i = 0; i < t.fields.size(); ++i)
+    if (t.fields[i].need == Need::Mandatory && (seen >> i & 1) == 0)
+      fail_named(env, site_code(t, Site::Missing, i), t.name,
+                 "Content: ERROR - non-optional elmt missing from SET\n");
+  if (len != INDEFINITE_LEN && used != len) AsnRaise(env, site_code(t, Site::Length));
+  *bytes += used;
+}
+
+void decode_choice(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
+                   AsnJmpEnv& env) {
+  for (size_t i = 0; i < t.fields.size(); ++i) {
+    if (!matches(t.fields[i], tag)) continue;
+    *static_cast<AsnInt*>(rec) = AsnInt(i);
+    return decode_field(t, i, b, tag, len, rec, bytes, env);
+  }
+  AsnFail(env, site_code(t, Site::Unexpected), "ERROR - unexpected tag in CHOICE\n");
+}
+
+void decode_list(const Type& t, ExpBuf** b, AsnLen len, void* v, AsnLen* bytes, AsnJmpEnv& env) {
+  auto* list = static_cast<AsnList*>(v);
+  const Type& element = *t.element;
+  list->dataSize = sizeof(void*);
+  AsnLen used = 0;
+  while (len == INDEFINITE_LEN || used < len) {
+    const AsnTag tag = BDecTag(b, &used, env);
+    if (tag == 0 && len == INDEFINITE_LEN) {
+      BDecSecondEocOctet(b, &used, env);
+      break;
+    }
+    if (!starts_with_tag(element, tag)) AsnFail(env, site_code(t, Site::Unexpected), "Unexpected Tag\n");
+    const AsnLen elementLen = BDecLen(b, &used, env);
+    auto* slot = static_cast<void**>(AsnListAppend(list));
+    if (slot == nullptr) AsnRaise(env, kOutOfMemoryCode);
+    *slot = new_value(element, env);
+    AsnLen elementUsed = 0;
+    DecodeContent(element, b, tag, elementLen, *slot, &elementUsed, env);
+    // An indefinite element has been closed by its own content decoder.
+    if (elementLen != INDEFINITE_LEN && elementUsed != elementLen) AsnRaise(env, site_code(t, Site::Length));
+    used += elementUsed;
+  }
+  *bytes += used;
+}
+
+// --- Encoding ------------------------------------------------------------------
+
+bool is_absent(const Field& f, const void* v) {
+  if (v == nullptr) return true;
+  if (f.held == Held::Pointer || f.need == Need::Mandatory) return false;
+  if (f.type->kind == Kind::Any) return static_cast<const AsnAny*>(v)->value == nullptr;
+  return f.type->codec->absent(v);
+}
+
+AsnLen encode_header(ExpBuf** b, AsnLen len, AsnTag tag) {
+  const AsnLen lengthOctets = BEncDefLen(b, len);
+  return lengthOctets + BEncTag(b, tag);
+}
+
+AsnLen encode_field(const Field& f, ExpBuf** b, const void* v) {
+  const Type& t = *f.type;
+  if (f.tagging == Tagging::Implicit) {
+    const AsnLen n = EncodeContent(t, b, v);
+    return n + encode_header(b, n, f.tag);
+  }
+  const AsnLen n = EncodeFull(t, b, v);
+  return f.tagging == Tagging::Explicit ? n + encode_header(b, n, f.tag) : n;
+}
+
+AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
+  AsnLen n = 0;
+  for (const AsnListNode* p = list->last; p != nullptr; p = p->prev) n += EncodeFull(element, b, p->data[0]);
+  return n;
+}
+
+// Whether the list holds the one value that stands in place of its SET.
+bool is_in_place(const Type& t, const AsnList* list) {
+  const auto* any = FirstOf<const AsnAny>(list);
+  if (any == nullptr) return false;
+  for (const OpenShape& s : t.shapes)
+    if (s.inPlaceOfSet && any->ai == s.info) return true;
+  return false;
+}
+
+}  // namespace
+
+void DecodeContent(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, AsnLen* bytes,
+                   AsnJmpEnv& env) {
+  switch (t.kind) {
+    case Kind::Primitive: return t.codec->decode(b, tag, len, v, bytes, env);
+    case Kind::Sequence: return decode_sequence(t, b, len, v, bytes, env);
+    case Kind::Set: return decode_set(t, b, len, v, bytes, env);
+    case Kind::Choice: return decode_choice(t, b, tag, len, v, bytes, env);
+    case Kind::ListOf: return decode_list(t, b, len, v, bytes, env);
+    case Kind::Any:
+    case Kind::OpenList: break;  // reached through the field that names their type
+  }
+}
+
+void DecodeFull(const Type& t, ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env) {
+  const AsnTag tag = BDecTag(b, bytes, env);
+  if (t.kind != Kind::Choice && !starts_with_tag(t, tag))
+    fail_named(env, site_code(t, Site::WrongTag), t.name, ": ERROR - wrong tag\n");
+  const AsnLen len = BDecLen(b, bytes, env);
+  DecodeContent(t, b, tag, len, v, bytes, env);
+}
+
+AsnLen EncodeContent(const Type& t, ExpBuf** b, const void* v) {
+  switch (t.kind) {
+    case Kind::Primitive: return t.codec->encode(b, v);
+    case Kind::Any: return BEncAny(b, static_cast<const AsnAny*>(v));
+    case Kind::ListOf: return encode_list(*t.element, b, static_cast<const AsnList*>(v));
+    case Kind::OpenList: return encode_list(kAsnAny, b, static_cast<const AsnList*>(v));
+    case Kind::Choice: {
+      const Field& f = t.fields[size_t(*static_cast<const AsnInt*>(v))];
+      const void* alternative = load_pointer(slot_of(v, f));
+      return alternative == nullptr ? 0 : encode_field(f, b, alternative);
+    }
+    case Kind::Sequence:
+    case Kind::Set: break;
+  }
+  AsnLen n = 0;
+  for (size_t i = t.fields.size(); i-- > 0;) {
+    const void* fieldValue = value_of(v, t.fields[i]);
+    if (!is_absent(t.fields[i], fieldValue)) n += encode_field(t.fields[i], b, fieldValue);
+  }
+  return n;
+}
+
+AsnLen EncodeFull(const Type& t, ExpBuf** b, const void* v) {
+  const AsnLen n = EncodeContent(t, b, v);
+  // The alternative of a CHOICE, an open type and a value in place of a SET bring their own tag.
+  if (t.kind == Kind::Choice || t.kind == Kind::Any) return n;
+  if (t.kind == Kind::OpenList && is_in_place(t, static_cast<const AsnList*>(v))) return n;
+  return n + encode_header(b, n, t.tag);
+}
+
+void FreeValue(const Type& t, void* v) {
+  if (v == nullptr) return;
+  switch (t.kind) {
+    case Kind::Primitive:
+      if (t.codec->free != nullptr) t.codec->free(v);
+      return;
+    case Kind::Any: FreeAny(static_cast<AsnAny*>(v)); return;
+    case Kind::Sequence:
+    case Kind::Set:
+      for (const Field& f : t.fields) {
+        void* slot = slot_of(v, f);
+        void* fieldValue = f.held == Held::Pointer ? load_pointer(slot) : slot;
+        FreeValue(*f.type, fieldValue);
+        if (f.held == Held::Pointer) AsnFree(fieldValue);
+      }
+      return;
+    case Kind::Choice: {
+      const Field& f = t.fields[size_t(*static_cast<AsnInt*>(v))];
+      void* alternative = load_pointer(slot_of(v, f));
+      FreeValue(*f.type, alternative);
+      AsnFree(alternative);
+      return;
+    }
+    case Kind::ListOf:
+    case Kind::OpenList: {
+      auto* list = static_cast<AsnList*>(v);
+      const Type& element = t.kind == Kind::OpenList ? kAsnAny : *t.element;
+      for (AsnListNode* p = list->first; p != nullptr; p = p->next) {
+        FreeValue(element, p->data[0]);
+        AsnFree(p->data[0]);
+      }
+      AsnListFreeNodes(list);
+      return;
+    }
+  }
+}
+
+}  // namespace qex

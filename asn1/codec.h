@@ -1,0 +1,73 @@
+// The one engine behind the routines of every structured type, and the macros that name them.
+//
+// Decoding (X.690, definite and indefinite lengths), encoding (definite lengths only), release
+// and print all follow the type's descriptor. Errors leave through AsnRaise; what was decoded by
+// then hangs in the record, and the Free routine of the top-level type releases it.
+#pragma once
+
+#include "asn1/schema.h"
+
+namespace qex {
+
+// DecodeFull reads tag, length and content into the zeroed record `v` and adds the octets read
+// to `*bytes`. A wrong outer tag is reported under the type's own routine name.
+void DecodeFull(const Type& t, ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env);
+
+// DecodeContent reads the content whose `tag` and `len` have been read.
+void DecodeContent(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, AsnLen* bytes, AsnJmpEnv& env);
+
+// EncodeFull and EncodeContent write `v` backward and return the octets written.
+AsnLen EncodeFull(const Type& t, ExpBuf** b, const void* v);
+AsnLen EncodeContent(const Type& t, ExpBuf** b, const void* v);
+
+// FreeValue releases what the decoder allocated inside `v`, not the record itself. Partly
+// decoded records and null are allowed.
+void FreeValue(const Type& t, void* v);
+
+// PrintValue writes `v` as text; nothing for null.
+void PrintValue(const Type& t, FILE* f, const void* v, unsigned indent);
+
+// The routines of an open type, for its AnyInfo.
+template <const auto& T>
+struct OpenRoutines {
+  static AsnLen encode(ExpBuf** b, const void* v) { return EncodeFull(T, b, v); }
+  static void decode(ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env) { DecodeFull(T, b, v, bytes, env); }
+  static void free(void* v) { FreeValue(T, v); }
+  static void print(FILE* f, const void* v, unsigned indent) { PrintValue(T, f, v, indent); }
+};
+
+// ASN1_TYPE_OF(Name, Record) declares the descriptor kName of records of type Record and the
+// routines BDecNameContent, BEncName, BEncNameContent, FreeName and PrintName.
+#define ASN1_TYPE_OF(Name, Record)                                                              \
+  extern const TypeOf<Record> k##Name;                                                          \
+  inline void BDec##Name##Content(ExpBuf** b, AsnTag tag, AsnLen len, Record* v, AsnLen* bytes, \
+                                  AsnJmpEnv& env) {                                             \
+    DecodeContent(k##Name, b, tag, len, v, bytes, env);                                         \
+  }                                                                                             \
+  inline AsnLen BEnc##Name(ExpBuf** b, const Record* v) {                                       \
+    return EncodeFull(k##Name, b, v);                                                           \
+  }                                                                                             \
+  inline AsnLen BEnc##Name##Content(ExpBuf** b, const Record* v) {                              \
+    return EncodeContent(k##Name, b, v);                                                        \
+  }                                                                                             \
+  inline void Free##Name(Record* v) {                                                           \
+    FreeValue(k##Name, v);                                                                      \
+  }                                                                                             \
+  inline void Print##Name(FILE* f, const Record* v, unsigned indent) {                          \
+    PrintValue(k##Name, f, v, indent);                                                          \
+  }                                                                                             \
+  static_assert(true)
+#define ASN1_TYPE(Name) ASN1_TYPE_OF(Name, Name)
+
+// ASN1_DECODER(Decoder, Name, Record) declares the full decoder BDecDecoder of type Name, which
+// stands at the top of a decoding.
+#define ASN1_DECODER(Decoder, Name, Record)                                         \
+  inline void BDec##Decoder(ExpBuf** b, Record* v, AsnLen* bytes, AsnJmpEnv& env) { \
+    DecodeFull(k##Name, b, v, bytes, env);                                          \
+  }                                                                                 \
+  static_assert(true)
+#define ASN1_TOP_TYPE(Name) \
+  ASN1_TYPE_OF(Name, Name); \
+  ASN1_DECODER(Name, Name, Name)
+
+}  // namespace qex
