@@ -1,0 +1,43 @@
+// Object identifiers and directory names as text, in the forms that caller records carry.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "ber/list.h"
+#include "ber/primitives.h"
+
+namespace qex {
+
+// What TextToOid writes at most: a text of 255 characters has no more than 127 octets.
+inline constexpr size_t kMaxOidOctets = 128;
+
+// OidToText writes the contents octets of an object identifier as dotted decimal text of at
+// most `size` bytes, the terminator included, and returns its length. 0 and nothing written for
+// null or empty contents; 0 behind the arcs written so far when the contents end inside an arc.
+// A longer text is cut to `size`, which `*cut` tells when `cut` is not null.
+// Deliberate: the first octet alone gives the first two arcs, so that a second arc above 47
+// under arc 2 is written wrongly; arcs wrap at 32 bits.
+size_t OidToText(const uint8_t* contents, size_t length, char* text, size_t size, bool* cut = nullptr);
+
+// OidField writes `oid` into a cleared text field of a record; false when the text was cut.
+template <size_t kSize>
+bool OidField(char (&field)[kSize], const AsnOid& oid) {
+  bool cut = false;
+  OidToText(oid.octs, oid.count, field, kSize, &cut);
+  return !cut;
+}
+
+// TextToOid writes the contents octets of a dotted text to `contents`, which has room for
+// kMaxOidOctets, and returns their number; 0 when the text is rejected. Rejected are: null,
+// empty, longer than 255 characters; other characters than digits and dots; dots at either end
+// or in a row; a single arc; a first arc that is not 0, 1 or 2; a second arc of more than three
+// digits, above 39, or above 175 under arc 2; a later arc above 2147483647 (see the source).
+uint32_t TextToOid(const char* text, uint8_t* contents);
+
+// NameToText renders a directory name, a list of relative distinguished names (RFC 5280, 4.1.2.4),
+// as "NAME=value;NAME=value" in `size` bytes, all of which are written. Values stand as their bytes, nothing
+// is converted or escaped. Returns 0, or -1 when an entry did not fit and was left out.
+int32_t NameToText(char* text, size_t size, const AsnList* name);
+
+}  // namespace qex

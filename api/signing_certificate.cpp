@@ -1,0 +1,136 @@
+// The signing-certificate attribute, and the search for the certificate that it names.
+#include "api/signing_certificate.h"
+
+#include <atomic>
+#include <cstdlib>
+#include <cstring>
+
+#include "api/frame.h"
+#include "api/token.h"
+#include "asn1/ess.h"
+#include "asn1/oids.h"
+
+namespace qex {
+
+uint32_t UseEssCertIdV2() {
+  constexpr uint32_t kUnread = 0xFFFFFFFF;
+  static std::atomic<uint32_t> cached{kUnread};
+  uint32_t use = cached;
+  if (use == kUnread) {
+    const char* value = std::getenv("QEX_VERIFY_ESSCERTIDV2");
+    use = value != nullptr && std::strcmp(value, "1") == 0 ? 1 : 0;
+    cached = use;
+  }
+  return use;
+}
+
+namespace {
+
+// The digests of one certificate, each computed when it is first asked for, so that a long list
+// of identifiers does not cost a digest each.
+class CertificateDigests {
+ public:
+  explicit CertificateDigests(ExpBuf* bytes) : bytes_(bytes) {}
+
+  bool match_v1(const ESSCertID& id) { return DigestEquals(digest(&sha1_, kIdSha1), id.certHash); }
+
+  bool match_v2(const AsnOcts& certHash, const AlgorithmIdentifier* hashAlgorithm) {
+    const AsnOid& algorithm = hashAlgorithm == nullptr ? kIdSha256 : hashAlgorithm->algorithm;
+    for (size_t i = 0; i < std::size(kAlgorithms); ++i) {
+      if (AsnOidEqual(kAlgorithms[i], algorithm)) return DigestEquals(digest(&sha2_[i], algorithm), certHash);
+    }
+    return false;
+  }
+
+ private:
+  static constexpr AsnOid kAlgorithms[] = {kIdSha256, kIdSha384, kIdSha512};
+
+  const DigestValue& digest(DigestValue* value, const AsnOid& algorithm) {
+    if (value->length == 0) DigestByOid(bytes_, algorithm, value);
+    return *value;
+  }
+
+  ExpBuf* bytes_;
+  DigestValue sha1_;
+  DigestValue sha2_[3];
+};
+
+// The certificate identifiers of the attribute in use: ESSCertID or ESSCertIDv2.
+struct CertificateIds {
+  const AsnList* list = nullptr;  // null: no attribute, or no identifier in it
+  bool v2 = false;
+};
+
+// Deliberate: the version in use is the only one looked at, even when the token has the other.
+CertificateIds certificate_ids(const ContentInfo& token) {
+  CertificateIds ids;
+  ids.v2 = UseEssCertIdV2() == 1;
+  const AsnOid& wanted = ids.v2 ? kIdSigningCertificateV2 : kIdSigningCertificate;
+  const SignerInfo* signer = FirstSignerInfo(token);
+  if (signer == nullptr) return ids;
+  for (const Attribute* attribute : ElementsOf<Attribute>(signer->signedAttrs)) {
+    if (!AsnOidEqual(attribute->type, wanted)) continue;
+    const auto* value = FirstOf<AsnAny>(attribute->values);
+    if (value == nullptr) return ids;
+    if (ids.v2) {
+      const auto* v2 = ValueAs<SigningCertificateV2>(*value, kAnySigningCertificateV2);
+      if (v2 != nullptr) ids.list = v2->certs;
+    } else {
+      const auto* v1 = ValueAs<SigningCertificate>(*value, kAnySigningCertificate);
+      if (v1 != nullptr) ids.list = v1->certs;
+    }
+    if (ids.list != nullptr && ids.list->first == nullptr) ids.list = nullptr;
+    return ids;
+  }
+  return ids;
+}
+
+int32_t check_ids(const CertificateIds& ids, ExpBuf* certificateBytes, bool firstOnly) {
+  if (ids.list == nullptr) return QEX_E_DECODE;
+  CertificateDigests digests(certificateBytes);
+  const AsnListNode* node = firstOnly ? ids.list->first : ids.list->first->next;
+  for (; node != nullptr; node = firstOnly ? nullptr : node->next) {
+    bool matches = false;
+    if (ids.v2) {
+      const auto& id = *static_cast<const ESSCertIDv2*>(node->data[0]);
+      matches = digests.match_v2(id.certHash, id.hashAlgorithm);
+    } else {
+      matches = digests.match_v1(*static_cast<const ESSCertID*>(node->data[0]));
+    }
+    if (matches) return QEX_OK;
+  }
+  return QEX_E_MISMATCH;
+}
+
+}  // namespace
+
+int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, bool firstOnly) {
+  return check_ids(certificate_ids(token), certificateBytes, firstOnly);
+}
+
+bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
+                     const AlgorithmIdentifier* hashAlgorithm) {
+  return CertificateDigests(certificateBytes).match_v2(certHash, hashAlgorithm);
+}
+
+int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t* outLength,
+                               const Certificate** certificate) {
+  const SignedData* signedData = SignedDataOf(token);
+  if (signedData == nullptr) return QEX_E_NOCERT;
+  const uint32_t capacity = *outLength;  // *outLength itself changes with every certificate
+  const CertificateIds ids = certificate_ids(token);
+  for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
+    if (element->choice != CertificateChoices::kCertificate) continue;
+    const Certificate* candidate = element->certificate;
+    ExpBufHolder buf;
+    if (!EncodeInto(buf, [&](ExpBuf** b) { BEncCertificate(b, candidate); })) return QEX_E_NOMEM;
+    if (EncodedLength(buf) == 0) return QEX_E_MISSING;
+    *outLength = EncodedLength(buf);
+    if (check_ids(ids, buf.block(), true) != QEX_OK) continue;
+    if (certificate != nullptr) *certificate = candidate;
+    return CopyOut(buf, out, capacity, outLength);
+  }
+  return QEX_E_NOCERT;
+}
+
+}  // namespace qex

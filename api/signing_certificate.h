@@ -1,0 +1,41 @@
+// The signing-certificate attribute of a token (RFC 2634, 5.4; RFC 5035) and the search for the
+// authority's certificate that it names.
+#pragma once
+
+#include <cstdint>
+
+#include "api/digest_by_oid.h"
+#include "asn1/cms.h"
+#include "asn1/x509.h"
+#include "ber/buffer.h"
+
+namespace qex {
+
+// UseEssCertIdV2 returns 1 when the second version of the attribute is used, which is when the
+// environment variable QEX_VERIFY_ESSCERTIDV2 is exactly "1"; else 0, for the first version.
+// Deliberate: it is read once in the life of the process.
+uint32_t UseEssCertIdV2();
+
+// CheckSigningCertificate looks for the certificate (or attribute certificate) whose encoding is
+// the data of `certificateBytes` among the identifiers of the token's signing-certificate
+// attribute: the first one alone when `firstOnly`, else the second and later ones alone.
+// QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute of the version in use, or no
+// identifier in it. QEX_E_MISMATCH: no identifier matches. issuerSerial is never compared.
+int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, bool firstOnly);
+
+// MatchCertHashV2 returns whether `certHash` is the digest of `certificateBytes` with
+// `hashAlgorithm`, which must be SHA-256, SHA-384 or SHA-512; null stands for SHA-256, the default
+// of an ESSCertIDv2.
+bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
+                     const AlgorithmIdentifier* hashAlgorithm);
+
+// FindSigningCertificate searches the token's certificates for the one that the first identifier of
+// its signing-certificate attribute names. It hashes each as encoded afresh, and `*outLength` becomes
+// the length of every one examined. The one found is copied to `out` if the capacity suffices, which is what
+// `*outLength` holds at entry; and it is pointed at by `*certificate` (unless null), which stays the token's.
+// QEX_OK: found and copied. QEX_E_SIZE: found, and `out` is null or too small. QEX_E_NOCERT: not
+// found. QEX_E_MISSING: a certificate has an empty encoding. QEX_E_NOMEM.
+int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t* outLength,
+                               const Certificate** certificate);
+
+}  // namespace qex

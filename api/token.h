@@ -1,0 +1,26 @@
+// How the exports reach into a time-stamp token: a ContentInfo that holds SignedData (RFC 5652).
+#pragma once
+
+#include <cstdint>
+
+#include "api/frame.h"
+#include "asn1/cms.h"
+
+namespace qex {
+
+using DecodedToken = Decoded<ContentInfo, FreeContentInfo>;
+
+// DecodeToken decodes a ContentInfo of `length` bytes under a recovery point; false with the
+// last ASN.1 error set. What was decoded by then is `token`'s.
+bool DecodeToken(const uint8_t* data, uint32_t length, DecodedToken* token);
+
+// SignedDataOf returns the content of the token, null when there is none or of another type.
+SignedData* SignedDataOf(const ContentInfo& token);
+
+// EContentOf returns the octets that were signed, the encoding of the TSTInfo; null when there are none.
+const AsnOcts* EContentOf(const ContentInfo& token);
+
+// FirstSignerInfo returns the first element of signerInfos, or null.
+SignerInfo* FirstSignerInfo(const ContentInfo& token);
+
+}  // namespace qex
