@@ -1,0 +1,65 @@
+// Memory of decoded values and the error hook.
+#include "ber/memory.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+
+#include "tests/support/error_capture.h"
+#include "tests/support/failing_alloc.h"
+
+namespace qex::test {
+namespace {
+
+TEST(AsnAlloc, MemoryIsZeroed) {
+  for (const size_t n : {1u, 7u, 1000u, 100000u}) {
+    auto* p = static_cast<uint8_t*>(AsnAlloc(n));
+    ASSERT_NE(p, nullptr);
+    for (size_t i = 0; i < n; ++i) ASSERT_EQ(p[i], 0);
+    for (size_t i = 0; i < n; ++i) p[i] = 0xFF;  // what a later allocation may get to see
+    AsnFree(p);
+  }
+}
+
+TEST(AsnAlloc, NoBytesStillGiveAPointerOfTheirOwn) {
+  void* a = AsnAlloc(0);
+  void* b = AsnAlloc(0);
+  EXPECT_NE(a, nullptr);
+  EXPECT_NE(b, nullptr);
+  EXPECT_NE(a, b);
+  AsnFree(a);
+  AsnFree(b);
+}
+
+TEST(AsnAlloc, FailureIsNull) {
+  const FailingAlloc failing(0);
+  EXPECT_EQ(AsnAlloc(8), nullptr);
+}
+
+TEST(AsnAlloc, FreeingNullIsAllowed) {
+  AsnFree(nullptr);
+}
+
+TEST(AsnError, TheHandlerGetsTheTextWithSeverity1) {
+  const ErrorCapture capture;
+  AsnError("100% so\n");
+  EXPECT_EQ(capture.text(), "100% so\n");
+  EXPECT_EQ(capture.severity(), 1);
+  EXPECT_EQ(capture.count(), 1u);
+}
+
+TEST(AsnError, TheDefaultHandlerWritesTheTextAsItIsToTheErrorStream) {
+  testing::internal::CaptureStderr();
+  AsnError("50%s done %n\n");
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "50%s done %n\n");
+}
+
+TEST(AsnError, TheDefaultHandlerIgnoresTheSeverity) {
+  testing::internal::CaptureStderr();
+  AsnErrorHandler("a", 0);
+  AsnErrorHandler("b", 99);
+  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ab");
+}
+
+}  // namespace
+}  // namespace qex::test

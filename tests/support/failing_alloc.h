@@ -1,0 +1,30 @@
+// Lets allocations of the C heap fail, and counts the blocks in use.
+//
+// The test programs are linked so that malloc, calloc, realloc and free of the library under
+// test pass through here; those of the C++ run-time library do not.
+#pragma once
+
+#include <cstddef>
+
+namespace qex::test {
+
+// While it lives, `succeed` more allocations of this thread succeed and all later ones fail.
+class FailingAlloc {
+ public:
+  explicit FailingAlloc(size_t succeed);
+  ~FailingAlloc();
+  FailingAlloc(const FailingAlloc&) = delete;
+  FailingAlloc& operator=(const FailingAlloc&) = delete;
+
+  // refused is the number of allocations that failed.
+  size_t refused() const;
+};
+
+// LiveBlocks is the number of blocks this thread has allocated and not freed.
+long LiveBlocks();
+
+// LargestRequest is the size of the largest allocation of this thread since ForgetRequests.
+size_t LargestRequest();
+void ForgetRequests();
+
+}  // namespace qex::test
