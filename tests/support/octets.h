@@ -4,7 +4,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -135,13 +134,12 @@ Octets Encoded(F encode, AsnLen* written = nullptr) {
 // Printed returns what `print` writes to its file.
 template <class F>
 std::string Printed(F print) {
-  char* text = nullptr;
-  size_t size = 0;
-  std::FILE* file = open_memstream(&text, &size);
+  std::FILE* file = std::tmpfile();
   print(file);
+  std::string result(static_cast<size_t>(std::ftell(file)), '\0');
+  std::rewind(file);
+  result.resize(std::fread(result.data(), 1, result.size(), file));
   std::fclose(file);
-  std::string result(text, size);
-  std::free(text);
   return result;
 }
 
