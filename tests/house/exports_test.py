@@ -8,7 +8,6 @@ import subprocess
 import sys
 import unittest
 
-VERSION_NODE = "QEX_1.0"
 
 
 class ExportsTest(unittest.TestCase):
@@ -18,43 +17,41 @@ class ExportsTest(unittest.TestCase):
     def setUpClass(cls):
         with open(f"{cls.root}/cmake/qex.map", encoding="utf-8") as file:
             script = re.sub(r"/\*.*?\*/", "", file.read(), flags=re.DOTALL)
-        node = re.fullmatch(rf"\s*{re.escape(VERSION_NODE)}\s*{{\s*global:(.*?)local:\s*\*;\s*}};\s*",
-                            script, re.DOTALL)
-        if node is None:
-            raise AssertionError("qex.map is not one node of exports that hides all the rest")
-        cls.listed = sorted(name.strip() for name in node[1].split(";") if name.strip())
+        # NODE { global: names; local: *; } PARENT; where only the first node hides the rest.
+        cls.node_of = {}
+        cls.nodes = []
+        rest = script
+        while match := re.match(r"\s*([\w.]+)\s*{\s*global:([^:}]*?)(local:\s*\*;\s*)?}\s*([\w.]*)\s*;", rest):
+            node, names, hides, parent = match.groups()
+            if bool(hides) != (not cls.nodes) or parent != (cls.nodes[-1] if cls.nodes else ""):
+                raise AssertionError(f"qex.map: node {node} does not continue the one before")
+            cls.nodes.append(node)
+            cls.node_of.update((name.strip(), node) for name in names.split(";") if name.strip())
+            rest = rest[match.end():]
+        if rest.strip() or not cls.nodes:
+            raise AssertionError(f"qex.map cannot be read from here on: {rest.strip()[:60]}")
 
         with open(f"{cls.root}/api/qex.h", encoding="utf-8") as file:
             header = re.sub(r"/\*.*?\*/", "", file.read(), flags=re.DOTALL)
-        cls.declared = sorted(re.findall(r"^QEX_EXPORT\b[^;{}]*?\b(QEX_\w+)\(", header, re.MULTILINE))
+        cls.declared = re.findall(r"^QEX_EXPORT\b[^;{}]*?\b(QEX_\w+)\(", header, re.MULTILINE)
 
-        table = subprocess.run([cls.nm, "-D", "--defined-only", cls.library],
+        table = subprocess.run([cls.nm, "-D", "--defined-only", "--with-symbol-versions", cls.library],
                                capture_output=True, text=True, check=True).stdout
-        cls.symbols = [row.split()[-2:] for row in table.splitlines()]
+        cls.symbols = [row.split() for row in table.splitlines()]
 
     def test_VersionScriptAndHeaderAgree(self):
-        self.assertEqual(self.listed, self.declared)
+        self.assertEqual(sorted(self.node_of), sorted(self.declared))
 
-    def test_LibraryDefinesTheListedFunctionsAndNothingElse(self):
-        # Newer versions of nm print the version behind the name: NAME@@NODE.
-        exported = sorted(name.split("@")[0] for kind, name in self.symbols if name != VERSION_NODE)
-        self.assertEqual(exported, self.listed)
-
-    def test_ExportsAreFunctionsUnderTheVersionNode(self):
-        for kind, name in self.symbols:
-            with self.subTest(name=name):
-                if name == VERSION_NODE:
-                    self.assertEqual(kind, "A")
-                else:
-                    self.assertEqual(kind, "T")
-                    self.assertEqual((name + f"@@{VERSION_NODE}").split("@@")[1], VERSION_NODE)
-        self.assertIn(["A", VERSION_NODE], self.symbols)
+    def test_LibraryDefinesTheListedFunctionsUnderTheirNodesAndNothingElse(self):
+        wanted = [f"A {node}" for node in self.nodes]
+        wanted += [f"T {name}@@{node}" for name, node in self.node_of.items()]
+        # Some versions of nm print a node's own symbol as NODE, others as NODE@@NODE.
+        found = [f"{kind} {name.split('@@')[0] if kind == 'A' else name}" for _, kind, name in self.symbols]
+        self.assertEqual(sorted(found), sorted(wanted))
 
     def test_BothUpdatesOfTheSha512FamilyAreOneEntry(self):
-        table = subprocess.run([self.nm, "-D", "--defined-only", self.library],
-                               capture_output=True, text=True, check=True).stdout
-        entry = {row.split()[-1].split("@")[0]: row.split()[0] for row in table.splitlines()}
-        self.assertEqual(entry["QEX_SHA384_Update"], entry["QEX_SHA512_Update"])
+        address = {name.split("@@")[0]: value for value, _, name in self.symbols}
+        self.assertEqual(address["QEX_SHA384_Update"], address["QEX_SHA512_Update"])
 
 
 if __name__ == "__main__":
