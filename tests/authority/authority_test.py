@@ -6,6 +6,7 @@ import json
 import os
 import signal
 import socket
+import ssl
 import subprocess
 import sys
 import tempfile
@@ -189,6 +190,25 @@ class AuthorityTest(unittest.TestCase):
                              capture_output=True, text=True, check=True).stdout
         self.assertIn("(1024 bit)", key)
         self.assertIn("X509v3 Extended Key Usage: critical\n                Time Stamping", key)
+
+    def test_EveryKindOfKeySignsTokensThatVerify(self):
+        for name, algorithm in (("rsa", "rsaEncryption"), ("dsa", "dsaEncryption"), ("ec", "id-ecPublicKey")):
+            with self.subTest(key=name), Running(os.path.join(self.scratch.name, name), "--key", name) as other:
+                reply = other.post(make_query("-cert"))[2]
+                self.assert_verifies(reply, other.ready)
+                key = subprocess.run(["openssl", "x509", "-in", other.ready["tsa"], "-noout", "-text"],
+                                     capture_output=True, text=True, check=True).stdout
+                self.assertIn(f"Public Key Algorithm: {algorithm}\n", key)
+
+    def test_HttpsIsServedUnderTheAnnouncedRoot(self):
+        with Running(self.folder, "--tls") as secure:
+            self.assertTrue(secure.ready["url"].startswith("https://127.0.0.1:"))
+            trust = ssl.create_default_context(cafile=secure.ready["ca"])
+            connection = http.client.HTTPSConnection("127.0.0.1", secure.ready["http_port"], timeout=20,
+                                                     context=trust)
+            connection.request("POST", "/", make_query("-cert"), {"Content-Type": "application/timestamp-query"})
+            self.assert_verifies(connection.getresponse().read(), secure.ready)
+            connection.close()
 
     def test_RefusalsCarryTheFailureAndTheText(self):
         for failure, shown in (("badAlg", "unrecognized or unsupported algorithm"),
