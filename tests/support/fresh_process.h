@@ -1,0 +1,38 @@
+// Tests of what a process does once in its life run in a process of their own.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+namespace qex::test {
+
+// InFreshProcess starts this program anew for `body`, with the environment variable QEX_VERIFY_ESSCERTIDV2
+// set to `value` (null: not set), and expects that nothing in it fails. Not to be called between
+// other expectations that take long: the test runs again up to this place in the new process.
+template <class F>
+void InFreshProcess(const char* value, F body) {
+  constexpr const char* kSwitch = "QEX_VERIFY_ESSCERTIDV2";
+  const char* const standing = std::getenv(kSwitch);
+  const std::string before = standing == nullptr ? "" : standing;
+  if (value == nullptr) {
+    unsetenv(kSwitch);
+  } else {
+    setenv(kSwitch, value, 1);
+  }
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  EXPECT_EXIT(
+      {
+        body();
+        std::exit(::testing::Test::HasFailure() ? 1 : 0);
+      },
+      ::testing::ExitedWithCode(0), "");
+  if (standing == nullptr) {
+    unsetenv(kSwitch);
+  } else {
+    setenv(kSwitch, before.c_str(), 1);
+  }
+}
+
+}  // namespace qex::test
