@@ -217,11 +217,11 @@ struct Bytes {
 Bytes directory_string_bytes(const DirectoryString& s) {
   const AsnOcts* chosen = nullptr;
   switch (s.choice) {
-    case DirectoryString::kTeletexString: chosen = s.teletexString; break;
-    case DirectoryString::kPrintableString: chosen = s.printableString; break;
-    case DirectoryString::kUniversalString: chosen = s.universalString; break;
-    case DirectoryString::kUtf8String: chosen = s.utf8String; break;
-    case DirectoryString::kBmpString: chosen = s.bmpString; break;
+    case DirectoryString::kTeletex: chosen = s.teletexString; break;
+    case DirectoryString::kPrintable: chosen = s.printableString; break;
+    case DirectoryString::kUniversal: chosen = s.universalString; break;
+    case DirectoryString::kUtf8: chosen = s.utf8String; break;
+    case DirectoryString::kBmp: chosen = s.bmpString; break;
   }
   return chosen == nullptr ? Bytes{} : Bytes{chosen->octs, chosen->count};
 }

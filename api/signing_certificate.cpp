@@ -120,7 +120,7 @@ int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t*
   const uint32_t capacity = *outLength;  // *outLength itself changes with every certificate
   const CertificateIds ids = certificate_ids(token);
   for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
-    if (element->choice != CertificateChoices::kCertificate) continue;
+    if (element->choice != CertificateChoices::kX509Certificate) continue;
     const Certificate* candidate = element->certificate;
     ExpBufHolder buf;
     if (!EncodeInto(buf, [&](ExpBuf** b) { BEncCertificate(b, candidate); })) return QEX_E_NOMEM;

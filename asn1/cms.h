@@ -61,7 +61,7 @@ struct OtherCertificateFormat {
 };
 
 struct CertificateChoices {
-  enum : AsnInt { kCertificate, kExtendedCertificate, kV1AttrCert, kV2AttrCert, kOther };
+  enum : AsnInt { kX509Certificate, kExtendedCertificate, kV1AttrCert, kV2AttrCert, kOther };
   AsnInt choice;
   union {
     Certificate* certificate;

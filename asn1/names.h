@@ -21,7 +21,7 @@ struct Name {
 };
 
 struct DirectoryString {
-  enum : AsnInt { kTeletexString, kPrintableString, kUniversalString, kUtf8String, kBmpString };
+  enum : AsnInt { kTeletex, kPrintable, kUniversal, kUtf8, kBmp };
   AsnInt choice;
   union {
     AsnOcts* teletexString;

@@ -31,7 +31,7 @@ struct TimingMetrics {
 };
 
 struct TimingPolicyId {
-  enum : AsnInt { kPolicyInformation, kPolicyIdentifier };
+  enum : AsnInt { kInformation, kPolicyIdentifier };
   AsnInt choice;
   union {
     PolicyInformation* policyInformation;
