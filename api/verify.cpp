@@ -1,0 +1,255 @@
+// The check of a token's signature.
+//
+// Which keys, digests and signature algorithms go together is one table; each row names the check
+// that its key takes.
+#include "api/verify.h"
+
+#include <cstring>
+#include <memory>
+#include <new>
+
+#include "api/frame.h"
+#include "api/qex.h"
+#include "asn1/oids.h"
+#include "crypto/bignum.h"
+#include "crypto/rsa.h"
+
+namespace qex {
+namespace {
+
+// A big number that is released at the end of its block.
+struct BigNumber {
+  BigNumber() = default;
+  ~BigNumber() { KXBN_free(n); }
+  BigNumber(const BigNumber&) = delete;
+  BigNumber& operator=(const BigNumber&) = delete;
+
+  // set makes it the value of big-endian octets; false when it is too large or memory is out.
+  bool set(const AsnOcts& octets) {
+    return KXBN_frombytes(&n, octets.octs, octets.count, nullptr) == KXBN_OK;
+  }
+
+  KXBN* n = nullptr;
+};
+
+// What a signature is checked with.
+struct SignatureInput {
+  const SignerInfo& signer;
+  const SubjectPublicKeyInfo& key;
+  const DigestValue& digest;  // of the signed attributes
+};
+
+// --- RSA (RFC 8017, 8.2.2) -------------------------------------------------------
+
+// starts_with_chain returns whether `bytes` begins with the data of the chain.
+bool starts_with_chain(const uint8_t* bytes, const ExpBuf* front) {
+  for (const ExpBuf* block = front; block != nullptr; block = block->nextBlock) {
+    const auto n = size_t(block->end - block->first);
+    if (std::memcmp(bytes, block->first, n) != 0) return false;
+    bytes += n;
+  }
+  return true;
+}
+
+// match_digest_info encodes the DigestInfo of `digest` and compares it with the tail of `block`.
+// Deliberate: what stands in front of it, block type and padding, is not looked at.
+int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& digest, const uint8_t* block,
+                          size_t length) {
+  DigestInfo info{};
+  info.digestAlgorithm = &algorithm;
+  info.digest = {digest.length, const_cast<uint8_t*>(digest.octets)};
+  ExpBufHolder buf;
+  if (!EncodeInto(buf, [&](ExpBuf** b) { BEncDigestInfo(b, &info); })) return QEX_E_NOMEM;
+  const size_t tail = EncodedLength(buf);
+  if (tail > length || !starts_with_chain(block + (length - tail), buf.block())) return QEX_E_SIGNATURE;
+  return QEX_OK;
+}
+
+int32_t check_rsa(const SignatureInput& in) {
+  BigNumber signature;
+  if (!signature.set(in.signer.signature)) return QEX_E_NOMEM;
+
+  Decoded<RSAPublicKey, FreeRSAPublicKey> publicKey;
+  const AsnBits& bits = in.key.subjectPublicKey;
+  const AsnInt code = AsnCatch([&](AsnJmpEnv& env) {
+    DecodeBytes(BDecRSAPublicKey, bits.octs, bits.count / 8, &publicKey.value, env);
+  });
+  const AsnOcts& modulus = publicKey.value.modulus;
+  const AsnOcts& exponent = publicKey.value.publicExponent;
+  if (code != 0 || modulus.octs == nullptr || exponent.octs == nullptr) return QEX_E_MISSING;
+  BigNumber n;
+  BigNumber e;
+  if (!n.set(modulus) || !e.set(exponent)) return QEX_E_NOMEM;
+
+  const size_t length = (size_t{KXBN_bits(n.n)} + 7) / 8;
+  const std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[length]);
+  if (block == nullptr) return QEX_E_NOMEM;
+  RSAKey key{};
+  key.n = n.n;
+  key.e = e.n;
+  BigNumber message;
+  if (rsa_public(&key, signature.n, &message.n, nullptr) != KXBN_OK ||
+      KXBN_tobytes(message.n, block.get(), length) != KXBN_OK) {
+    return QEX_E_SIGNATURE;
+  }
+
+  // Signers write the parameters of the digest as NULL or leave them out, here and there alike.
+  AlgorithmIdentifier algorithm = *in.signer.digestAlgorithm;
+  const int32_t asDecoded = match_digest_info(algorithm, in.digest, block.get(), length);
+  if (asDecoded != QEX_E_SIGNATURE) return asDecoded;
+  algorithm.parameters = algorithm.parameters.value != nullptr ? AsnAny{} : NullParameters();
+  return match_digest_info(algorithm, in.digest, block.get(), length);
+}
+
+// --- Algorithms ------------------------------------------------------------------
+
+struct AlgorithmRow {
+  AsnOid key;
+  AsnOid digest;
+  AsnOid signature;
+  int32_t (*check)(const SignatureInput&);
+};
+
+// clang-format off
+constexpr AlgorithmRow kAlgorithms[] = {
+    {kIdRsaEncryption, kIdSha1,   kIdRsaEncryption,           check_rsa},
+    {kIdRsaEncryption, kIdMd5,    kIdRsaEncryption,           check_rsa},
+    {kIdRsaEncryption, kIdSha256, kIdRsaEncryption,           check_rsa},
+    {kIdRsaEncryption, kIdSha384, kIdRsaEncryption,           check_rsa},
+    {kIdRsaEncryption, kIdSha512, kIdRsaEncryption,           check_rsa},
+    {kIdRsaEncryption, kIdSha1,   kIdSha1WithRsa,   check_rsa},
+    {kIdRsaEncryption, kIdMd5,    kIdMd5WithRsa,    check_rsa},
+    {kIdRsaEncryption, kIdSha256, kIdSha256WithRsa, check_rsa},
+    {kIdRsaEncryption, kIdSha384, kIdSha384WithRsa, check_rsa},
+    {kIdRsaEncryption, kIdSha512, kIdSha512WithRsa, check_rsa},
+};
+// clang-format on
+
+const AlgorithmRow* find_algorithm(const AsnOid& key, const AsnOid& digest, const AsnOid& signature) {
+  for (const AlgorithmRow& row : kAlgorithms) {
+    if (AsnOidEqual(row.key, key) && AsnOidEqual(row.digest, digest) &&
+        AsnOidEqual(row.signature, signature)) {
+      return &row;
+    }
+  }
+  return nullptr;
+}
+
+// --- The parts of token and certificate ------------------------------------------
+
+// The last ASN.1 error when a well-formed value lacks what the check needs.
+constexpr AsnInt kStructureCode = 100;
+
+void require(bool holds, AsnJmpEnv& env) {
+  if (!holds) AsnRaise(env, kStructureCode);
+}
+
+bool has_algorithm(const AlgorithmIdentifier* algorithm) {
+  return algorithm != nullptr && algorithm->algorithm.octs != nullptr && algorithm->algorithm.count != 0;
+}
+
+bool is_usable(const SignerInfo* signer) {
+  return signer != nullptr && has_algorithm(signer->digestAlgorithm) && signer->signedAttrs != nullptr &&
+         has_algorithm(signer->signatureAlgorithm) && signer->signature.octs != nullptr;
+}
+
+bool has_public_key(const Certificate& certificate) {
+  if (certificate.tbsCertificate == nullptr) return false;
+  const SubjectPublicKeyInfo* key = certificate.tbsCertificate->subjectPublicKeyInfo;
+  return key != nullptr && has_algorithm(key->algorithm) && key->subjectPublicKey.octs != nullptr &&
+         key->subjectPublicKey.count != 0;
+}
+
+// The authority's certificate as the caller gave it, or nothing.
+struct GivenCertificate {
+  const uint8_t* data;
+  uint32_t length;
+
+  bool present() const { return data != nullptr && length != 0; }
+};
+
+using DecodedCertificate = Decoded<Certificate, FreeCertificate>;
+
+// verify makes the checks in their order and leaves the outcome in `*result`, which before each step holds
+// what a jump out of the step means.
+void verify(const uint8_t* data, uint32_t length, const GivenCertificate& given, DecodedToken& token,
+            DecodedCertificate& givenCertificate, int32_t* result, AsnJmpEnv& env) {
+  *result = QEX_E_BADTOKEN;
+  require(DecodeBytes(BDecContentInfo, data, length, &token.value, env) != 0, env);
+  require(AsnOidEqual(token.value.contentType, kIdSignedData), env);
+  const AsnOcts* content = EContentOf(token.value);
+  require(content != nullptr, env);
+  const SignerInfo* signer = FirstSignerInfo(token.value);
+  require(is_usable(signer), env);
+  const AsnOcts* messageDigest = FindMessageDigest(signer->signedAttrs);
+  require(messageDigest != nullptr && messageDigest->octs != nullptr, env);
+
+  const Certificate* certificate = nullptr;
+  if (given.present()) {
+    *result = QEX_E_ARG;
+    require(DecodeBytes(BDecCertificate, given.data, given.length, &givenCertificate.value, env) != 0, env);
+    certificate = &givenCertificate.value;
+  } else {
+    *result = QEX_E_NOCERT;
+    uint32_t certificateLength = 0;
+    FindSigningCertificate(token.value, nullptr, &certificateLength, &certificate);
+    require(certificate != nullptr, env);
+  }
+  *result = QEX_E_MISSING;
+  require(has_public_key(*certificate), env);
+
+  ExpBuf contentBytes;
+  ExpBufWrapData(&contentBytes, content->octs, content->count);
+  DigestValue contentDigest;
+  DigestByOid(&contentBytes, *signer->digestAlgorithm, &contentDigest);
+  if (!DigestEquals(contentDigest, *messageDigest)) {
+    *result = QEX_E_SIGNATURE;
+    return;
+  }
+  *result = VerifySignerInfoSignature(*signer, *certificate);
+  if (*result != QEX_OK || !given.present()) return;  // the search has matched the attribute already
+
+  // The bytes as they were given: what follows the certificate in them takes part.
+  ExpBuf certificateBytes;
+  ExpBufWrapData(&certificateBytes, given.data, given.length);
+  *result = CheckSigningCertificate(token.value, &certificateBytes, true);
+}
+
+}  // namespace
+
+const AsnOcts* FindMessageDigest(const AsnList* signedAttrs) {
+  for (const Attribute* attribute : ElementsOf<Attribute>(signedAttrs)) {
+    if (!AsnOidEqual(attribute->type, kIdMessageDigest)) continue;
+    const auto* value = FirstOf<AsnAny>(attribute->values);
+    return value == nullptr ? nullptr : ValueAs<AsnOcts>(*value, kAnyMessageDigest);
+  }
+  return nullptr;
+}
+
+int32_t VerifySignerInfoSignature(const SignerInfo& signer, const Certificate& certificate) {
+  ExpBufHolder attributes;
+  if (!EncodeInto(attributes, [&](ExpBuf** b) { BEncAttributes(b, signer.signedAttrs); })) return QEX_E_NOMEM;
+  DigestValue digest;
+  DigestByOid(attributes.block(), *signer.digestAlgorithm, &digest);
+
+  const SubjectPublicKeyInfo& key = *certificate.tbsCertificate->subjectPublicKeyInfo;
+  const AlgorithmRow* algorithm = find_algorithm(key.algorithm->algorithm, signer.digestAlgorithm->algorithm,
+                                                 signer.signatureAlgorithm->algorithm);
+  return algorithm == nullptr ? QEX_E_UNSUPPORTED : algorithm->check({signer, key, digest});
+}
+
+}  // namespace qex
+
+int32_t QEX_VerifyTST_Signature(const uint8_t* token, uint32_t tokenLen, const uint8_t* tsaCert,
+                                uint32_t tsaCertLen) noexcept {
+  using namespace qex;
+  if (token == nullptr) return QEX_E_ARG;
+  if (!EnsureAsnInit()) return QEX_E_NOMEM;
+  DecodedToken contentInfo;
+  DecodedCertificate certificate;
+  int32_t result = QEX_E_BADTOKEN;
+  AsnTry([&](AsnJmpEnv& env) {
+    verify(token, tokenLen, {tsaCert, tsaCertLen}, contentInfo, certificate, &result, env);
+  });
+  return result;
+}
