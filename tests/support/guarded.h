@@ -72,6 +72,7 @@ class GuardedRecord {
   }
 
   Record* get() { return reinterpret_cast<Record*>(memory_.data()); }
+  const Record* get() const { return reinterpret_cast<const Record*>(memory_.data()); }
   Record* operator->() { return get(); }
   Record& operator*() { return *get(); }
   bool untouched() const { return memory_.untouched(); }
