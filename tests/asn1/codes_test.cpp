@@ -1,0 +1,395 @@
+// Error codes: each place where a decoder can fail has its own, and every one of them is raised.
+#include "asn1/codes.h"
+
+#include <map>
+#include <set>
+
+#include "asn1/cades.h"
+#include "asn1/cms.h"
+#include "asn1/ess.h"
+#include "asn1/timestamp.h"
+#include "asn1/timing.h"
+#include "asn1/x400.h"
+#include "asn1/x509.h"
+#include "asn1/x520.h"
+#include "tests/support/codec.h"
+
+namespace qex::test {
+namespace {
+
+// In the order of kCodeRuns.
+const Type* const kTypes[] = {
+    &kAttributeTypeAndValue,
+    &kRelativeDistinguishedName,
+    &kDistinguishedName,
+    &kName,
+    &kDirectoryString,
+    &kOtherName,
+    &kEDIPartyName,
+    &kGeneralName,
+    &kGeneralNames,
+    &kAlgorithmIdentifier,
+    &kAlgorithmIdentifiers,
+    &kExtension,
+    &kExtensions,
+    &kTime,
+    &kValidity,
+    &kSubjectPublicKeyInfo,
+    &kTBSCertificate,
+    &kCertificate,
+    &kRevokedCertificate,
+    &kRevokedCertificates,
+    &kTBSCertList,
+    &kCertificateList,
+    &kCertificateLists,
+    &kRSAPublicKey,
+    &kDss_Parms,
+    &kDss_Sig_Value,
+    &kDigestInfo,
+    &kBigIntegerStr,
+    &kCountryName,
+    &kAdministrationDomainName,
+    &kPrivateDomainName,
+    &kPersonalName,
+    &kOrganizationalUnitNames,
+    &kBuiltInStandardAttributes,
+    &kBuiltInDomainDefinedAttribute,
+    &kBuiltInDomainDefinedAttributes,
+    &kExtensionAttribute,
+    &kExtensionAttributes,
+    &kORAddress,
+    &kPrintableString1,
+    &kX520InternationalISDNNumber,
+    &kX121Address,
+    &kDomainComponent,
+    &kPkcs9email,
+    &kX520PreferredDeliveryMethod,
+    &kX520PostalAddress,
+    &kX520TelexNumber,
+    &kX520FacsimileTelephoneNumber,
+    &kNetworkAddresses,
+    &kX520PresentationAddress,
+    &kProtocolProfiles,
+    &kX520ProtocolInformation,
+    &kX520UniqueMember,
+    &kAttribute,
+    &kAttributes,
+    &kAttributeSequence,
+    &kAttrContentType,
+    &kAttrMsgDigest,
+    &kExtensionRequest0,
+    &kPolicyQualifierInfo,
+    &kPolicyQualifiers,
+    &kPolicyInformation,
+    &kPolicies,
+    &kIssuerSerial,
+    &kESSCertID,
+    &kESSCertIDs,
+    &kESSCertIDv2,
+    &kESSCertIDv2s,
+    &kSigningCertificate,
+    &kSigningCertificateV2,
+    &kObjectDigestInfo,
+    &kHolder,
+    &kV2Form,
+    &kAttCertIssuer,
+    &kAttCertValidityPeriod,
+    &kAttributeCertificateInfo,
+    &kAttributeCertificate,
+    &kAttCertSubject,
+    &kAttributeCertificateInfoV1,
+    &kAttributeCertificateV1,
+    &kContentInfo,
+    &kEncapsulatedContentInfo,
+    &kIssuerAndSerialNumber,
+    &kSignerIdentifier,
+    &kSignerInfo,
+    &kSignerInfos,
+    &kExtendedCertificateInfo,
+    &kExtendedCertificate,
+    &kOtherCertificateFormat,
+    &kCertificateChoices,
+    &kCertificateSet,
+    &kSignedData,
+    &kOtherHashAlgAndValue,
+    &kSigPolicyQualifierInfo,
+    &kSigPolicyQualifiers,
+    &kSignaturePolicyId,
+    &kSignaturePolicyIdentifier,
+    &kSignerAttributeChoice,
+    &kSignerAttribute,
+    &kTimeValue,
+    &kLeapData,
+    &kLeapEvent,
+    &kTimingMetrics,
+    &kTimingMeticsObj,
+    &kTimingPolicyId,
+    &kTimingPolicyIds,
+    &kTimingPolicy,
+    &kTimingPolicyObj,
+    &kTimeStampReq,
+    &kMessageImprint,
+    &kPKIFreeText,
+    &kPKIStatusInfo,
+    &kTimeStampResp,
+    &kAccuracy,
+    &kTSTInfo,
+};
+static_assert(std::size(kTypes) == std::size(kCodeRuns));
+
+// An INTEGER that names an open type; the library itself registers none.
+constexpr AsnInt kTestInteger = 7001;
+constexpr uint8_t kForeignTag = 0x5E;  // no type of the model has it
+
+bool is_primitive(const Type& t) {
+  return t.kind == Kind::Primitive;
+}
+uint8_t tag_octet(AsnTag tag) {
+  return uint8_t(tag >> 24);
+}
+
+Octets sample(const Type& t);
+Octets sample_content(const Type& t);
+
+// The identifier that stands before an open type, chosen so that 'value' below is one of its type.
+Octets identifier_contents(const Type& t, const Field& f) {
+  for (const Field& open : t.fields) {
+    if (open.definedBy != int32_t(f.offset)) continue;
+    if (open.definedByInt) return der::integer_content(kTestInteger);
+    return der::oid_content("1.2.840.113549.1.9.3");
+  }
+  return f.type == &kAsnInt || f.type == &kEnumerated ? Octets{1} : Octets{0x2A, 3};
+}
+
+Octets open_value(const Field& f) {
+  return f.definedByInt ? der::null() : der::oid("1.2.840.113549.1.7.1");
+}
+
+// One field of a record of type `t`, with its tag, and with `inner` as the tag inside an EXPLICIT one.
+Octets field_sample(const Type& t, const Field& f, uint8_t inner = 0) {
+  if (f.type->kind == Kind::OpenList) return der::set(open_value(f));
+  Octets value;
+  if (f.type->kind == Kind::Any)
+    value = open_value(f);
+  else if (f.tagging == Tagging::Implicit)
+    return der::element(tag_octet(f.tag),
+                        is_primitive(*f.type) ? identifier_contents(t, f) : sample_content(*f.type));
+  else if (is_primitive(*f.type) && f.type->codec == &kBoolCodec)
+    value = der::boolean(true);
+  else if (is_primitive(*f.type) && f.type->codec == &kNullCodec)
+    value = der::null();
+  else if (is_primitive(*f.type))
+    value = der::element(tag_octet(f.type->tag), identifier_contents(t, f));
+  else
+    value = sample(*f.type);
+  if (inner != 0) value[0] = inner;
+  return f.tagging == Tagging::Explicit ? der::element(tag_octet(f.tag), value) : value;
+}
+
+// The fields of a record before `end`, the mandatory ones only.
+Octets fields_before(const Type& t, size_t end) {
+  Octets content;
+  for (size_t i = 0; i < end; ++i)
+    if (t.fields[i].need == Need::Mandatory) content = der::concat(content, field_sample(t, t.fields[i]));
+  return content;
+}
+
+// The contents octets of a value that decodes.
+Octets sample_content(const Type& t) {
+  switch (t.kind) {
+    case Kind::Primitive: return {0};
+    case Kind::Sequence:
+    case Kind::Set: return fields_before(t, t.fields.size());
+    case Kind::ListOf: return sample(*t.element);
+    default: return {};
+  }
+}
+
+Octets sample(const Type& t) {
+  if (t.kind == Kind::Choice) return field_sample(t, t.fields[0]);
+  return der::element(tag_octet(t.tag), sample_content(t));
+}
+
+AsnInt code_of(const Type& t, const Octets& octets) {
+  static const bool registered =
+      RegisterOpenTypes() &&
+      InstallAnyByInt(
+          7001, kTestInteger, sizeof(AsnNull),
+          [](ExpBuf** b, const void* v) { return BEncAsnNull(b, static_cast<const AsnNull*>(v)); },
+          [](ExpBuf** b, void* v, AsnLen* n, AsnJmpEnv& env) {
+            BDecAsnNull(b, static_cast<AsnNull*>(v), n, env);
+          },
+          nullptr, nullptr);
+  EXPECT_TRUE(registered);
+  Input input(octets);
+  std::vector<uint64_t> record(t.size / 8 + 1);
+  AsnLen bytes = 0;
+  const Outcome outcome =
+      OutcomeOf([&](AsnJmpEnv& env) { DecodeFull(t, input.handle(), record.data(), &bytes, env); });
+  FreeValue(t, record.data());
+  return outcome.code;
+}
+
+// An element of a list that takes up more octets than its length says, where nothing inside it
+// notices: a part of a constructed string, an element of a list and the value of an EXPLICIT tag
+// may run past the length around them. Nothing for the types that cannot.
+Octets overrunning(const Type& t, uint8_t tag) {
+  switch (t.kind) {
+    case Kind::Primitive:
+      if (t.altTag == 0) return {};
+      return der::concat(Octets{uint8_t(tag | 0x20), 1}, der::octet_string({0x61}));
+    case Kind::ListOf: return der::concat(Octets{tag, 1}, sample(*t.element));
+    case Kind::Choice:
+      for (const Field& f : t.fields) {
+        if (f.tagging == Tagging::Explicit) {
+          Octets value = field_sample(t, f);
+          value[1] = 1;
+          return value;
+        }
+        const AsnTag own = f.tagging == Tagging::Implicit ? f.tag : f.type->tag;
+        if (is_primitive(*f.type) && f.type->altTag != 0) return overrunning(*f.type, tag_octet(own));
+      }
+      return {};
+    default: return {};
+  }
+}
+
+bool reads_own_tag(const Field& f) {
+  return f.type->kind == Kind::Any && f.tagging == Tagging::None;
+}
+
+using Cases = std::multimap<AsnInt, Octets>;  // the code of a site, an input that meets it
+
+void add_sequence_cases(const Type& t, Cases& cases) {
+  const uint8_t tag = tag_octet(t.tag);
+  const Octets foreign = {kForeignTag, 0};
+  for (size_t i = 0; i < t.fields.size(); ++i) {
+    const Field& f = t.fields[i];
+    if (f.need == Need::Mandatory && !reads_own_tag(f))
+      cases.emplace(site_code(t, Site::Missing, i), der::element(tag, fields_before(t, i), foreign));
+    if (f.checksInnerTag)
+      cases.emplace(site_code(t, Site::InnerTag, i),
+                    der::element(tag, fields_before(t, i), field_sample(t, f, kForeignTag)));
+  }
+  // One octet more than the fields, the last one among them.
+  const Field& last = t.fields.back();
+  Octets whole = fields_before(t, t.fields.size());
+  if (last.need == Need::Optional) whole = der::concat(whole, field_sample(t, last));
+  cases.emplace(site_code(t, Site::Length), der::element(tag, whole, Octets{0}));
+  if (has_site(t, Site::Trailing, 0) && !reads_own_tag(last))
+    cases.emplace(site_code(t, Site::Trailing), der::element(tag, sample_content(t), foreign));
+}
+
+void add_set_cases(const Type& t, Cases& cases) {
+  const uint8_t tag = tag_octet(t.tag);
+  for (size_t i = 0; i < t.fields.size(); ++i)
+    if (t.fields[i].need == Need::Mandatory) cases.emplace(site_code(t, Site::Missing, i), der::element(tag));
+  cases.emplace(site_code(t, Site::Unexpected), der::element(tag, Octets{kForeignTag, 0}));
+  cases.emplace(site_code(t, Site::Length),
+                der::concat(Octets{tag, 4}, overrunning(*t.fields[0].type, tag_octet(t.fields[0].tag))));
+}
+
+void add_list_cases(const Type& t, Cases& cases) {
+  const uint8_t tag = tag_octet(t.tag);
+  cases.emplace(site_code(t, Site::Unexpected), der::element(tag, Octets{kForeignTag, 0}));
+  cases.emplace(site_code(t, Site::Unexpected), der::element(tag, Octets{0, 0}));
+  const Octets element = overrunning(*t.element, tag_octet(t.element->tag));
+  if (!element.empty()) cases.emplace(site_code(t, Site::Length), der::element(tag, element));
+}
+
+// An input for every site of a type that input can reach.
+Cases malformed(const Type& t) {
+  Cases cases;
+  if (has_site(t, Site::WrongTag, 0)) cases.emplace(site_code(t, Site::WrongTag), Octets{kForeignTag, 0});
+  if (t.kind == Kind::Sequence) add_sequence_cases(t, cases);
+  if (t.kind == Kind::Set) add_set_cases(t, cases);
+  if (t.kind == Kind::ListOf) add_list_cases(t, cases);
+  if (t.kind == Kind::Choice) {
+    cases.emplace(site_code(t, Site::Unexpected), Octets{kForeignTag, 0});
+    for (size_t i = 0; i < t.fields.size(); ++i)
+      if (t.fields[i].checksInnerTag)
+        cases.emplace(site_code(t, Site::InnerTag, i), field_sample(t, t.fields[i], kForeignTag));
+  }
+  return cases;
+}
+
+// Every code of a type's run that no input raises: an open type takes any tag, and an element that
+// is a SEQUENCE or a primitive of definite form compares its length itself.
+struct NotReached {
+  const Type* type;
+  Site site;
+  size_t field;
+};
+const NotReached kNotReached[] = {
+    {&kAttributeTypeAndValue, Site::Missing, 1},
+    {&kOtherCertificateFormat, Site::Missing, 1},
+    {&kPolicyQualifierInfo, Site::Missing, 1},
+    {&kSigPolicyQualifierInfo, Site::Missing, 1},
+    {&kAlgorithmIdentifier, Site::Trailing, 0},
+    {&kRelativeDistinguishedName, Site::Length, 0},
+    {&kAlgorithmIdentifiers, Site::Length, 0},
+    {&kExtensions, Site::Length, 0},
+    {&kExtensionRequest0, Site::Length, 0},
+    {&kRevokedCertificates, Site::Length, 0},
+    {&kCertificateLists, Site::Length, 0},
+    {&kBuiltInDomainDefinedAttributes, Site::Length, 0},
+    {&kExtensionAttributes, Site::Length, 0},
+    {&kX520PreferredDeliveryMethod, Site::Length, 0},
+    {&kProtocolProfiles, Site::Length, 0},
+    {&kAttributes, Site::Length, 0},
+    {&kAttributeSequence, Site::Length, 0},
+    {&kPolicyQualifiers, Site::Length, 0},
+    {&kPolicies, Site::Length, 0},
+    {&kESSCertIDs, Site::Length, 0},
+    {&kESSCertIDv2s, Site::Length, 0},
+    {&kSignerInfos, Site::Length, 0},
+    {&kCertificateSet, Site::Length, 0},
+    {&kSigPolicyQualifiers, Site::Length, 0},
+    {&kLeapEvent, Site::Length, 0},
+    {&kTimingMeticsObj, Site::Length, 0},
+    {&kTimingPolicyIds, Site::Length, 0},
+    {&kTimingPolicyObj, Site::Length, 0},
+};
+
+TEST(Codes, EveryRunHasItsType) {
+  for (size_t i = 0; i < std::size(kTypes); ++i) EXPECT_EQ(kTypes[i]->name, kCodeRuns[i].type);
+}
+
+TEST(Codes, RunsStandApartBetweenMinus100AndMinus677) {
+  std::set<AsnInt> all;
+  for (const Type* t : kTypes) {
+    const AsnInt n = site_count(*t);
+    for (AsnInt i = 0; i < n; ++i) {
+      const AsnInt code = t->firstCode - i;
+      EXPECT_LE(code, -100) << t->name;
+      EXPECT_GE(code, -677) << t->name;
+      EXPECT_TRUE(all.insert(code).second) << t->name << " shares " << code;
+    }
+  }
+}
+
+// A sample of every type decodes, or the malformed ones below would prove nothing.
+TEST(Codes, TheWellFormedSampleDecodes) {
+  for (const Type* t : kTypes) EXPECT_EQ(code_of(*t, sample(*t)), 0) << t->name << ' ' << ToHex(sample(*t));
+}
+
+TEST(Codes, MalformedContentsRaiseTheCodeOfTheirSite) {
+  for (const Type* t : kTypes)
+    for (const auto& [code, octets] : malformed(*t))
+      EXPECT_EQ(code_of(*t, octets), code) << t->name << ' ' << ToHex(octets);
+}
+
+TEST(Codes, EveryCodeOfARunIsRaisedOrOutOfReach) {
+  std::set<AsnInt> met;
+  for (const NotReached& site : kNotReached)
+    EXPECT_TRUE(met.insert(site_code(*site.type, site.site, site.field)).second);
+  for (const Type* t : kTypes)
+    for (const auto& [code, octets] : malformed(*t)) met.insert(code);
+  std::set<AsnInt> all;
+  for (const CodeRun& run : kCodeRuns)
+    for (AsnInt i = 0; i < run.count; ++i) all.insert(run.first - i);
+  EXPECT_EQ(met, all);
+}
+
+}  // namespace
+}  // namespace qex::test
