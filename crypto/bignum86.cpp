@@ -119,6 +119,10 @@ void ProductWords(uint32_t* r, const uint32_t* a, size_t la, const uint32_t* b, 
   for (size_t i = even == 0 ? 1 : even; i < lb; ++i) r[i + la] = MulAddWords(r + i, a, la, b[i]);
 }
 
+size_t MontWords(size_t n) {
+  return kWide ? n + n % 2 : n;
+}
+
 uint32_t MontInverse(uint32_t m0) {
   // Bit by bit: x * m0 = -1 holds modulo 2^(i+1) after bit i has been decided. Adding
   // bit i to x adds m0 << i, which is odd there, so it turns bit i of the product.

@@ -43,12 +43,16 @@ uint32_t DivWords(uint32_t thi, uint32_t tlo, uint32_t b, uint32_t* remainder);
 void ProductWords(uint32_t* r, const uint32_t* a, size_t la, const uint32_t* b, size_t lb);
 
 // MontWorkWords is the size of the working area of the Montgomery kernels below for
-// operands of n words. They compute with R = B^n and an odd modulus m of n words; operands
-// are below m, mPrime is -1/m modulo B, and the result r is below m. r may be an
-// operand; the working area is apart from everything.
+// operands of n words. They compute with R = B^n and an odd modulus m of n words, its top ones possibly 0;
+// operands are below m, mPrime is -1/m modulo B, and the result r is below m. r may be an operand; the
+// working area is apart from everything.
 constexpr size_t MontWorkWords(size_t n) {
   return 2 * n + 1;
 }
+
+// MontWords returns the number of words, n or one more, with which the kernels below are fastest for a
+// modulus of n words; the modulus then has a word of 0 at its top, and R follows.
+size_t MontWords(size_t n);
 
 // MontInverse returns -1/m0 modulo B for an odd m0.
 uint32_t MontInverse(uint32_t m0);

@@ -1,7 +1,9 @@
 // Big numbers: Montgomery exponentiation with a sliding window (HAC 14.94, 14.85).
 //
-// With R = 2^(32n) for a modulus of n words, x stands in Montgomery form as x * R mod m. All
-// numbers here are padded to n words, as the kernels want them.
+// With R = 2^(32n), n being the words of the modulus or one more, x stands in Montgomery form as x * R mod m.
+// All numbers here are padded to n words, as the kernels want them.
+#include <algorithm>
+
 #include "crypto/bignum86.h"
 #include "crypto/bignum_internal.h"
 
@@ -49,9 +51,9 @@ class Montgomery {
     MontSquare(r->digits, a->digits, m_->digits, n_, mPrime_, work_->digits);
   }
 
-  const KXBN* m_ = nullptr;
   uint32_t n_ = 0;
   uint32_t mPrime_ = 0;
+  Scratch m_;  // the modulus, padded like everything else
   Scratch work_;
   Scratch square_;  // R^2 mod m, then base^2
   Scratch power_;
@@ -65,12 +67,16 @@ uint32_t Montgomery::make(Scratch* number, KXBN_Pool* pool) {
 }
 
 uint32_t Montgomery::prepare(const KXBN* m, const KXBN* base, uint32_t window, KXBN_Pool* pool) {
-  m_ = m;
-  n_ = KXBN_getsize(m);
+  // The modulus has the kernels' favourite number of words, unless R^2 would be too large then.
+  n_ = uint32_t(MontWords(KXBN_getsize(m)));
+  if (64 * n_ >= kMaxBits) n_ = KXBN_getsize(m);
   mPrime_ = MontInverse(m->digits[0]);
 
   // R^2 comes first: its size is what bounds the modulus, before anything else is made.
   if (64 * n_ >= kMaxBits) return KXBN_BADARG;
+  if (const uint32_t rc = m_.make(pool, n_ * 32)) return rc;
+  if (const uint32_t rc = KXBN_copy(m_, m)) return rc;
+  if (const uint32_t rc = KXBN_pad(m_, n_)) return rc;
   if (const uint32_t rc = square_.make(pool, 64 * n_ + 1)) return rc;
   if (const uint32_t rc = KXBN_setbit(square_, 64 * n_, 1)) return rc;
   if (const uint32_t rc = KXBN_divrem(nullptr, square_, m)) return rc;
@@ -100,7 +106,12 @@ uint32_t Montgomery::power(KXBN* r, const KXBN* exp, uint32_t window) {
     const Window w = next_window(exp, &position, window);
     for (uint32_t i = w.zeros; i < w.bits && !initial; ++i) square(power_, power_);
     if (w.value != 0) {
-      product(power_, power_, table_[w.value >> (w.zeros + 1)]);
+      const KXBN* const entry = table_[w.value >> (w.zeros + 1)];
+      if (initial) {
+        std::copy_n(entry->digits, n_, power_->digits);  // 1 times the entry
+      } else {
+        product(power_, power_, entry);
+      }
       initial = false;
     }
     for (uint32_t i = 0; i < w.zeros && !initial; ++i) square(power_, power_);

@@ -139,6 +139,31 @@ inline void mont_subtract(uint32_t* r, const uint32_t* t, Digit top, const uint3
   if (top < borrow) std::memcpy(r, t, n * sizeof(Digit));
 }
 
+// mont_reduce_two: two rows of the reduction in one pass, for n >= 2. q0 clears digit 0 and q1
+// digit 1; q1 follows at once behind q0, so that the two carries run side by side. `top`, 0
+// or 1, is what lies above digit n before and above digit n + 1 after.
+template <class Digit>
+inline Digit mont_reduce_two(uint32_t* row, const uint32_t* m, size_t n, Digit inverse, Digit top) {
+  using Wide = DoubleOf<Digit>;
+  const Digit m0 = load<Digit>(m, 0);
+  const Digit q0 = Digit(load<Digit>(row, 0) * inverse);
+  Wide t = Wide{m0} * q0 + load<Digit>(row, 0);  // its low digit is 0
+  t = Wide{load<Digit>(m, 1)} * q0 + load<Digit>(row, 1) + high<Digit>(t);
+  const Digit q1 = Digit(Digit(t) * inverse);
+  Wide u = Wide{m0} * q1 + Digit(t);  // its low digit is 0
+  for (size_t j = 2; j < n; ++j) {
+    t = Wide{load<Digit>(m, j)} * q0 + load<Digit>(row, j) + high<Digit>(t);  // at most B^2 - 1
+    u = Wide{load<Digit>(m, j - 1)} * q1 + Digit(t) + high<Digit>(u);         // likewise
+    store<Digit>(row, j, Digit(u));
+  }
+  t = Wide{load<Digit>(row, n)} + high<Digit>(t) + top;  // at most 2B - 1
+  u = Wide{load<Digit>(m, n - 1)} * q1 + Digit(t) + high<Digit>(u);
+  store<Digit>(row, n, Digit(u));
+  t = Wide{load<Digit>(row, n + 1)} + high<Digit>(u) + high<Digit>(t);
+  store<Digit>(row, n + 1, Digit(t));
+  return high<Digit>(t);
+}
+
 // mont_reduce_rows: r = t / B^n mod m, for t < m * B^n in area[0..2n), which is used up.
 // Row i adds the multiple of m that clears digit i. After it the area holds less than
 // (m * B^n + m * B^(i+1)), so what lies above digit i + n is 0 or 1: `top`.
@@ -146,7 +171,9 @@ inline void mont_subtract(uint32_t* r, const uint32_t* t, Digit top, const uint3
 template <class Digit>
 inline void mont_reduce_rows(uint32_t* r, uint32_t* area, const uint32_t* m, size_t n, Digit inverse) {
   Digit top = 0;
-  for (size_t i = 0; i < n; ++i) {
+  size_t i = 0;
+  for (; i + 2 <= n; i += 2) top = mont_reduce_two<Digit>(area + i * kWords<Digit>, m, n, inverse, top);
+  if (i < n) {
     uint32_t* const row = area + i * kWords<Digit>;
     const Digit q = Digit(load<Digit>(row, 0) * inverse);
     const Digit carry = mul_add<Digit>(row, m, n, q, 0);
@@ -188,19 +215,41 @@ inline void mont_product(uint32_t* r, const uint32_t* a, const uint32_t* b, cons
   mont_subtract<Digit>(r, area + n * kWords<Digit>, top, m, n);
 }
 
+// add_two_rows: the products of a[i] and of a[i+1] with all digits above them, added at
+// digits i + j in one pass; the second row follows the first by one digit. Digits from
+// i + n upward have not been written before. i + 2 <= n.
+template <class Digit>
+inline void add_two_rows(uint32_t* area, const uint32_t* a, size_t n, size_t i) {
+  using Wide = DoubleOf<Digit>;
+  const Digit w0 = load<Digit>(a, i);
+  const Digit w1 = load<Digit>(a, i + 1);
+  Wide t = 0;
+  Wide u = 0;
+  for (size_t j = i + 1; j < n && j < i + 3; ++j) {
+    t = Wide{load<Digit>(a, j)} * w0 + load<Digit>(area, i + j) + high<Digit>(t);
+    store<Digit>(area, i + j, Digit(t));
+  }
+  for (size_t j = i + 3; j < n; ++j) {
+    t = Wide{load<Digit>(a, j)} * w0 + load<Digit>(area, i + j) + high<Digit>(t);  // at most B^2 - 1
+    u = Wide{load<Digit>(a, j - 1)} * w1 + Digit(t) + high<Digit>(u);              // likewise
+    store<Digit>(area, i + j, Digit(u));
+  }
+  const Digit last = i + 2 < n ? load<Digit>(a, n - 1) : 0;
+  u = Wide{last} * w1 + high<Digit>(t) + high<Digit>(u);
+  store<Digit>(area, i + n, Digit(u));
+  store<Digit>(area, i + n + 1, high<Digit>(u));
+}
+
 // square_vector: area[0..2n) = a[0..n)^2. Every product of two different digits is
 // added once; one pass then doubles the sum and adds the squares. a lies apart.
 template <class Digit>
 inline void square_vector(uint32_t* area, const uint32_t* a, size_t n) {
   using Wide = DoubleOf<Digit>;
-  constexpr size_t step = kWords<Digit>;
   std::memset(area, 0, n * sizeof(Digit));
-  for (size_t i = 0; i < n; ++i) {
-    const Digit carry =
-        mul_add<Digit>(area + (2 * i + 1) * step, a + (i + 1) * step, n - i - 1, load<Digit>(a, i), 0);
-    store<Digit>(area, i + n, carry);
-  }
-  Digit bit = 0;  // shifted out of the digit below
+  size_t row = 0;
+  for (; row + 2 <= n; row += 2) add_two_rows<Digit>(area, a, n, row);
+  if (row < n) store<Digit>(area, 2 * n - 1, 0);  // nothing stands above the last digit
+  Digit bit = 0;                                  // shifted out of the digit below
   Digit carry = 0;
   for (size_t i = 0; i < n; ++i) {
     const Digit low = load<Digit>(area, 2 * i);
