@@ -1,0 +1,573 @@
+// Object identifiers and directory names as text.
+#include "api/names.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "api/frame.h"
+#include "asn1/names.h"
+#include "asn1/oids.h"
+#include "asn1/x520.h"
+#include "tests/support/der.h"
+#include "tests/support/guarded.h"
+#include "tests/support/token_maker.h"
+
+namespace qex::test {
+namespace {
+
+// --- OidToText -----------------------------------------------------------------
+
+struct Text {
+  size_t length;
+  std::string text;
+  bool cut;
+  bool operator==(const Text&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Text& text) {
+  return out << text.length << " \"" << text.text << "\"" << (text.cut ? " cut" : "");
+}
+
+Text text_of(const Octets& contents, size_t size = 128) {
+  const Guarded input(contents);
+  Guarded output(size);
+  bool cut = false;
+  const size_t length =
+      OidToText(input.data(), input.size(), reinterpret_cast<char*>(output.data()), size, &cut);
+  const Octets octets = output.octets();
+  const auto end = std::find(octets.begin(), octets.end(), 0);
+  return {length, end == octets.end() ? "not terminated" : std::string(octets.begin(), end), cut};
+}
+
+TEST(OidToText, WritesDottedDecimalText) {
+  const struct {
+    Octets contents;
+    const char* text;
+  } rows[] = {
+      {{0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x01}, "1.2.840.113549.1.9.1"},
+      {{0x55, 0x04, 0x03}, "2.5.4.3"},
+      {{0x2B}, "1.3"},
+      {{0x00}, "0.0"},
+      {{0x27}, "0.39"},
+      {{0x28}, "1.0"},
+      {{0x4F}, "1.39"},
+      {{0x50}, "2.0"},
+      {{0x7F}, "2.47"},
+      {{0x2A, 0x00}, "1.2.0"},
+      {{0x2A, 0x7F}, "1.2.127"},
+      {{0x2A, 0x81, 0x00}, "1.2.128"},
+      {{0x2A, 0x80, 0x80, 0x01}, "1.2.1"},
+      {{0x2A, 0x8F, 0xFF, 0xFF, 0xFF, 0x7F}, "1.2.4294967295"},
+      {{0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x01}, "2.16.840.1.101.3.4.2.1"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(text_of(row.contents), (Text{std::string(row.text).size(), row.text, false}));
+  }
+}
+
+// Deliberate: the first octet alone gives the first two arcs.
+TEST(OidToText, FirstOctetAloneGivesTheFirstTwoArcs) {
+  // 2.100.3 is 81 34 03: 0x81 - 80 is 49, and 34 is read as the next arc.
+  EXPECT_EQ(text_of({0x81, 0x34, 0x03}).text, "2.49.52.3");
+  EXPECT_EQ(text_of({0x80}).text, "2.48");
+  EXPECT_EQ(text_of({0xFF, 0x01}).text, "2.175.1");
+  // What TextToOid makes of 2.100.3.
+  EXPECT_EQ(text_of({0xB4, 0x03}).text, "2.100.3");
+}
+
+TEST(OidToText, ArcsWrapAt32Bits) {
+  EXPECT_EQ(text_of({0x2A, 0x90, 0x80, 0x80, 0x80, 0x00}).text, "1.2.0");
+  EXPECT_EQ(text_of({0x2A, 0x90, 0x80, 0x80, 0x80, 0x05}).text, "1.2.5");
+}
+
+TEST(OidToText, NothingIsWrittenForNoContents) {
+  char text[4] = {'x', 'x', 'x', 'x'};
+  EXPECT_EQ(OidToText(nullptr, 5, text, sizeof text), 0u);
+  EXPECT_EQ(OidToText(reinterpret_cast<const uint8_t*>("\x2A"), 0, text, sizeof text), 0u);
+  EXPECT_EQ(std::string(text, 4), "xxxx");
+}
+
+TEST(OidToText, ContentsThatEndInsideAnArcGive0BehindTheTextSoFar) {
+  EXPECT_EQ(text_of({0x2A, 0x86}), (Text{0, "1.2", false}));
+  EXPECT_EQ(text_of({0x55, 0x04, 0x81}), (Text{0, "2.5.4", false}));
+}
+
+TEST(OidToText, StopsAtTheSizeAndIsAlwaysTerminated) {
+  const Octets contents = der::oid_content("1.2.840.113549");  // 14 characters
+  for (size_t size = 1; size <= 20; ++size) {
+    const Text whole{14, "1.2.840.113549", false};
+    const Text got = text_of(contents, size);
+    if (size > 14) {
+      EXPECT_EQ(got, whole) << size;
+    } else {
+      EXPECT_TRUE(got.cut) << size;
+      EXPECT_LT(got.text.size(), size);
+      EXPECT_EQ(got.text, whole.text.substr(0, got.text.size())) << size;
+    }
+  }
+}
+
+TEST(OidToText, TextThatFillsItsFieldToTheTerminatorIsNotCut) {
+  // "1.2" and 62 arcs of one digit: 127 characters.
+  Octets contents{0x2A};
+  contents.insert(contents.end(), 62, uint8_t{5});
+  EXPECT_EQ(text_of(contents).length, 127u);
+  EXPECT_FALSE(text_of(contents).cut);
+  contents.push_back(5);
+  EXPECT_TRUE(text_of(contents).cut);
+  EXPECT_LE(text_of(contents).text.size(), 127u);
+}
+
+// --- TextToOid -----------------------------------------------------------------
+
+// octets_of calls with the text at the end of readable memory.
+Octets octets_of(const std::string& text) {
+  Octets characters(text.begin(), text.end());
+  characters.push_back(0);
+  const Guarded input(characters);
+  Guarded output(kMaxOidOctets);
+  const uint32_t n = TextToOid(reinterpret_cast<const char*>(input.data()), output.data());
+  EXPECT_LE(n, kMaxOidOctets);
+  return Octets(output.data(), output.data() + n);
+}
+
+TEST(TextToOid, EncodesItsArcs) {
+  const struct {
+    const char* text;
+    Octets contents;
+  } rows[] = {
+      {"2.16.840.1.101.3.4.2.1", {0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02, 0x01}},
+      {"1.2.840.113549.1.9.1", {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D, 0x01, 0x09, 0x01}},
+      {"1.2.3", {0x2A, 0x03}},
+      {"0.0", {0x00}},
+      {"0.39", {0x27}},
+      {"1.0", {0x28}},
+      {"1.39", {0x4F}},
+      {"2.0", {0x50}},
+      {"2.47", {0x7F}},
+      {"2.100.3", {0xB4, 0x03}},
+      {"2.175", {0xFF}},
+      {"1.2.0", {0x2A, 0x00}},
+      {"1.2.127", {0x2A, 0x7F}},
+      {"1.2.128", {0x2A, 0x81, 0x00}},
+      {"1.2.16383", {0x2A, 0xFF, 0x7F}},
+      {"1.2.2147483647", {0x2A, 0x87, 0xFF, 0xFF, 0xFF, 0x7F}},
+      {"1.02.3", {0x2A, 0x03}},
+      {"1.2.003", {0x2A, 0x03}},
+      {"1.2.000000003", {0x2A, 0x03}},
+      {"1.2.0000000003", {0x2A, 0x03}},
+  };
+  for (const auto& row : rows) EXPECT_EQ(octets_of(row.text), row.contents) << row.text;
+}
+
+TEST(TextToOid, RefusesWhatIsNotAnIdentifier) {
+  EXPECT_EQ(TextToOid(nullptr, nullptr), 0u);
+  const char* const rejected[] = {
+      "",
+      ".",
+      "..",
+      "1",
+      "2",
+      "3.1",
+      "1.40",
+      "0.40",
+      "1..2",
+      ".1",
+      "1.2.",
+      "1.2a",
+      "1 .2",
+      " 1.2",
+      "1.2 ",
+      "-1.2",
+      "1.-2",
+      "+1.2",
+      "10.2",
+      "01.2",
+      "2.176",
+      "2.1000",
+      "2.0175",
+      "1.0002",
+      "1.2,3",
+      "1.2.3..4",
+      "1.2\n",
+      "9.1",
+      "1.2.2147483648",
+      "1.2.4294967295",
+      "1.2.9999999999",
+      "1.2.21474836480",
+      "1.2.22222222222",
+  };
+  for (const char* text : rejected) EXPECT_EQ(octets_of(text), Octets{}) << "\"" << text << "\"";
+}
+
+TEST(TextToOid, TakesUpTo255Characters) {
+  std::string text = "1.2.333";
+  while (text.size() + 2 <= 255) text += ".4";
+  ASSERT_EQ(text.size(), 255u);
+  EXPECT_EQ(octets_of(text), der::oid_content(text));
+  EXPECT_EQ(octets_of(text + "4"), Octets{});
+}
+
+// Deliberate: a group of zeros between groups that are not zero is dropped.
+TEST(TextToOid, DropsGroupsOfZerosAboveTheLowest) {
+  const struct {
+    const char* text;
+    Octets contents;
+  } rows[] = {
+      {"1.2.16384", {0x2A, 0x81, 0x00}},          // 1, 0, 0
+      {"1.2.16385", {0x2A, 0x81, 0x01}},          // 1, 0, 1
+      {"1.2.16512", {0x2A, 0x81, 0x81, 0x00}},    // 1, 1, 0
+      {"1.2.2097152", {0x2A, 0x81, 0x00}},        // 1, 0, 0, 0
+      {"1.2.2097280", {0x2A, 0x81, 0x81, 0x00}},  // 1, 0, 1, 0
+      {"1.2.268435456", {0x2A, 0x81, 0x00}},      // 1, 0, 0, 0, 0
+      {"1.2.1879048192", {0x2A, 0x87, 0x00}},     // 7, 0, 0, 0, 0
+  };
+  for (const auto& row : rows) EXPECT_EQ(octets_of(row.text), row.contents) << row.text;
+}
+
+// Deliberate: arcs of ten and more digits are compared as text; what passes that way is read as the largest
+// number.
+TEST(TextToOid, ArcOfElevenDigitsBelow2147483648AsTextIsTheLargestNumber) {
+  const Octets largest{0x2A, 0x87, 0xFF, 0xFF, 0xFF, 0x7F};
+  EXPECT_EQ(octets_of("1.2.10000000000"), largest);
+  EXPECT_EQ(octets_of("1.2.19999999999"), largest);
+  EXPECT_EQ(octets_of("1.2.20000000000"), largest);
+  EXPECT_EQ(octets_of("1.2.1" + std::string(200, '0')), largest);
+}
+
+TEST(TextToOid, IsUndoneByOidToText) {
+  for (const char* text :
+       {"0.0", "0.9.2342.19200300.100.1.25", "1.3.6.1.4.1.601.10.4.1", "2.5.29.37", "1.2.3.4.5"}) {
+    EXPECT_EQ(text_of(octets_of(text)).text, text);
+  }
+}
+
+// --- NameToText ----------------------------------------------------------------
+
+// DecodedName is an RDNSequence as the codec decodes it.
+class DecodedName {
+ public:
+  explicit DecodedName(const Octets& encoding) {
+    EXPECT_TRUE(EnsureAsnInit());
+    const Guarded input(encoding);
+    decoded_ = AsnTry([&](AsnJmpEnv& env) {
+      DecodeBytes<AsnList>(BDecDistinguishedName, input.data(), input.size(), &list_.value, env);
+    });
+    EXPECT_TRUE(decoded_) << "last error " << QEX_GetLastAsnError();
+  }
+  const AsnList* list() const { return &list_.value; }
+
+ private:
+  Decoded<AsnList, FreeDistinguishedName> list_;
+  bool decoded_ = false;
+};
+
+struct Rendered {
+  int32_t code;
+  std::string text;
+  bool operator==(const Rendered&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Rendered& rendered) {
+  return out << rendered.code << " \"" << rendered.text << "\"";
+}
+
+// rendered stops at the first zero octet, and expects that only zeros stand behind the text.
+Rendered rendered(const AsnList* name, size_t size = 512, bool zeros_inside = false) {
+  Guarded output(size);
+  const int32_t code = NameToText(reinterpret_cast<char*>(output.data()), size, name);
+  const Octets octets = output.octets();
+  const auto end = std::find(octets.begin(), octets.end(), 0);
+  if (!zeros_inside) {
+    EXPECT_EQ(std::count(end, octets.end(), 0), octets.end() - end) << "the rest is cleared";
+  }
+  return {code, std::string(octets.begin(), end)};
+}
+
+Rendered rendered(const Octets& encoding, size_t size = 512, bool zeros_inside = false) {
+  return rendered(DecodedName(encoding).list(), size, zeros_inside);
+}
+
+const Octets kCountry = der::printable_string("GB");
+
+TEST(NameToText, WritesEntriesInTheirOrder) {
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.6", kCountry},
+                                    {"2.5.4.10", der::utf8_string("Example")},
+                                    {"2.5.4.3", der::printable_string("TSA")}})),
+            (Rendered{0, "C=GB;O=Example;CN=TSA"}));
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", der::printable_string("TSA")}, {"2.5.4.6", kCountry}})),
+            (Rendered{0, "CN=TSA;C=GB"}));
+}
+
+TEST(NameToText, EveryRowHasItsName) {
+  const Octets directory = der::utf8_string("value");
+  const Octets printable = der::printable_string("value");
+  const struct {
+    const char* type;
+    Octets value;
+    const char* text;
+  } rows[] = {
+      {"1.2.840.113549.1.9.1", der::ia5_string("value"), "E=value"},
+      {"2.5.4.3", directory, "CN=value"},
+      {"2.5.4.10", directory, "O=value"},
+      {"2.5.4.6", printable, "C=value"},
+      {"2.5.4.11", directory, "OU=value"},
+      {"2.5.4.7", directory, "L=value"},
+      {"2.5.4.8", directory, "S=value"},
+      {"2.5.4.54", directory, "DmdName=value"},
+      {"2.5.4.5", printable, "SerialNumber=value"},
+      {"2.5.4.9", directory, "STREET=value"},
+      {"2.5.4.13", directory, "Description=value"},
+      {"2.5.4.15", directory, "BusinessCategory=value"},
+      {"2.5.4.16", der::sequence(directory), ""},
+      {"2.5.4.26", der::sequence(directory), ""},
+      {"2.5.4.17", directory, "PostalCode=value"},
+      {"2.5.4.18", directory, "PostOfficeBox=value"},
+      {"2.5.4.19", directory, "PhysicalDeliveryOfficeName=value"},
+      {"2.5.4.20", printable, "TelephoneNumber=value"},
+      {"2.5.4.21",
+       der::sequence(der::printable_string("123"), der::printable_string("44"),
+                     der::printable_string("answer")),
+       "TelexNumber=123 44 answer"},
+      {"2.5.4.23", der::sequence(printable), "FacsimileTelephoneNumber=value"},
+      {"2.5.4.23", der::sequence(printable, der::bit_string({0x80}, 7)), "FacsimileTelephoneNumber=value"},
+      {"2.5.4.24", der::element(0x12, der::octets("311")), "x121Address=311"},
+      {"2.5.4.25", der::element(0x12, der::octets("49")), "InternationaliSDNNumber=49"},
+      {"2.5.4.27", printable, "DestinationIndicator=value"},
+      {"2.5.4.51", directory, "HouseIdentifier=value"},
+      {"2.5.4.65", directory, "Pseudonym=value"},
+      {"2.5.4.30", der::oid("2.5.9.1"), "SupportedApplicationContext=2.5.9.1"},
+      // Any other type: the dotted text of the type is the name.
+      {"2.5.4.12", directory, "2.5.4.12=value"},
+      {"2.5.4.46", printable, "2.5.4.46=value"},
+      {"2.5.4.45", der::bit_string(der::octets("bits"), 0), "2.5.4.45=bits"},
+      {"2.5.4.66", der::element(0x06, der::octets("oid")), "2.5.4.66=oid"},
+      {"1.2.840.113549.1.7.1", der::octet_string(der::octets("octets")), "1.2.840.113549.1.7.1=octets"},
+  };
+  for (const auto& row : rows) {
+    EXPECT_EQ(rendered(DirectoryName({{row.type, row.value}})), (Rendered{0, row.text})) << row.type;
+  }
+}
+
+TEST(NameToText, BitsThatFillNoOctetCountAsTheirOctets) {
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.45", der::bit_string({'a', 'b', 0x80}, 7)}})).text,
+            "2.5.4.45=ab\x80");
+}
+
+TEST(NameToText, EveryStringKindStandsAsItsBytes) {
+  for (const uint8_t tag : std::initializer_list<uint8_t>{0x14, 0x13, 0x1C, 0x0C}) {  // teletex, printable, universal, UTF-8
+    EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", der::element(tag, Octets{'a', 0xE9, 'z'})}})),
+              (Rendered{0, "CN=a\xE9z"}))
+        << int{tag};
+  }
+}
+
+// Deliberate: no conversion of characters, and a zero octet ends the text for what is appended.
+TEST(NameToText, TwoOctetCharactersEndTheText) {
+  const Octets bmp = der::element(0x1E, Octets{0x00, 'A', 0x00, 'B'});
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", bmp}}), 512, true), (Rendered{0, "CN="}));
+  const Octets other = der::element(0x1E, Octets{0x20, 'A', 0x00, 'B'});
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", other}, {"2.5.4.6", kCountry}}), 512, true),
+            (Rendered{0, "CN= A;C=GB"}));
+}
+
+TEST(NameToText, NothingIsEscaped) {
+  EXPECT_EQ(
+      rendered(DirectoryName({{"2.5.4.3", der::utf8_string("a;b=c,\\\"\n")}, {"2.5.4.6", kCountry}})).text,
+      "CN=a;b=c,\\\"\n;C=GB");
+}
+
+TEST(NameToText, FirstAttributeOfASeveralValuedNameCounts) {
+  const Octets cn = der::sequence(der::oid("2.5.4.3"), der::utf8_string("first"));
+  const Octets ou = der::sequence(der::oid("2.5.4.11"), der::utf8_string("second"));
+  const Octets country = der::set(der::sequence(der::oid("2.5.4.6"), kCountry));
+  EXPECT_EQ(rendered(der::sequence(der::set(cn, ou), country)), (Rendered{0, "CN=first;C=GB"}));
+}
+
+TEST(NameToText, NoNameGivesClearedText) {
+  EXPECT_EQ(rendered(static_cast<const AsnList*>(nullptr)), (Rendered{0, ""}));
+  EXPECT_EQ(rendered(der::sequence()), (Rendered{0, ""}));
+}
+
+TEST(NameToText, PostalAndRegisteredAddressesEndTheText) {
+  for (const char* type : {"2.5.4.16", "2.5.4.26"}) {
+    const Octets address = der::sequence(der::utf8_string("Street 1"), der::utf8_string("Town"));
+    EXPECT_EQ(rendered(DirectoryName(
+                  {{"2.5.4.6", kCountry}, {type, address}, {"2.5.4.3", der::utf8_string("TSA")}})),
+              (Rendered{0, "C=GB;"}))
+        << type;
+  }
+}
+
+TEST(NameToText, AddressKeepsTheResultSoFar) {
+  const Octets address = der::sequence(der::utf8_string("Street 1"));
+  EXPECT_EQ(
+      rendered(DirectoryName({{"2.5.4.3", der::utf8_string(std::string(100, 'x'))}, {"2.5.4.16", address}}),
+               50),
+      (Rendered{-1, ""}));
+}
+
+TEST(NameToText, NameWithoutAttributesIsSkipped) {
+  const Octets country = der::set(der::sequence(der::oid("2.5.4.6"), kCountry));
+  EXPECT_EQ(rendered(der::sequence(der::set(), country)), (Rendered{0, "C=GB"}));
+  EXPECT_EQ(rendered(der::sequence(country, der::set())), (Rendered{0, "C=GB;"}));
+}
+
+TEST(NameToText, ValueOfAnotherStructuredTypeIsSkipped) {
+  // preferredDeliveryMethod is a SEQUENCE OF INTEGER.
+  const Octets methods = der::sequence(der::integer(1));
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.28", methods}, {"2.5.4.6", kCountry}})), (Rendered{0, "C=GB"}));
+  // distinguishedName is a name in a name.
+  const Octets inner = DirectoryName({{"2.5.4.6", kCountry}});
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.6", kCountry}, {"2.5.4.49", inner}})), (Rendered{0, "C=GB;"}));
+}
+
+TEST(NameToText, EmptyValueIsWrittenAsSuch) {
+  EXPECT_EQ(
+      rendered(DirectoryName({{"2.5.4.3", der::utf8_string("")}, {"2.5.4.6", der::printable_string("")}})),
+      (Rendered{0, "CN=;C="}));
+}
+
+TEST(NameToText, EntryThatDoesNotFitIsLeftOutAndOthersStay) {
+  const std::string longest(60, 'x');
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.6", kCountry},
+                                    {"2.5.4.10", der::utf8_string(longest)},
+                                    {"2.5.4.3", der::utf8_string("TSA")}}),
+                     40),
+            (Rendered{-1, "C=GB;CN=TSA"}));
+}
+
+TEST(NameToText, EntryFitsUpToNamePlusValuePlus2OrPlus3) {
+  // The last entry: 2 + 10 + 2 octets.
+  const Octets last = DirectoryName({{"2.5.4.3", der::utf8_string("0123456789")}});
+  EXPECT_EQ(rendered(last, 14), (Rendered{0, "CN=0123456789"}));
+  EXPECT_EQ(rendered(last, 13), (Rendered{-1, ""}));
+  // One with another behind it: 2 + 10 + 3, and the other 1 + 2 + 2 at 14.
+  const Octets both = DirectoryName({{"2.5.4.3", der::utf8_string("0123456789")}, {"2.5.4.6", kCountry}});
+  EXPECT_EQ(rendered(both, 19), (Rendered{0, "CN=0123456789;C=GB"}));
+  EXPECT_EQ(rendered(both, 18), (Rendered{-1, "CN=0123456789;"}));
+  EXPECT_EQ(rendered(both, 15), (Rendered{-1, "CN=0123456789;"}));
+  EXPECT_EQ(rendered(both, 14), (Rendered{-1, "C=GB"}));
+}
+
+TEST(NameToText, LongNameFillsItsSizeAndNotMore) {
+  std::vector<std::pair<std::string, Octets>> attributes(2000, {"2.5.4.11", der::utf8_string("unit")});
+  const Rendered whole = rendered(DirectoryName(attributes), 512);
+  EXPECT_EQ(whole.code, -1);
+  EXPECT_LT(whole.text.size(), 512u);
+  EXPECT_EQ(whole.text.substr(0, 16), "OU=unit;OU=unit;");
+}
+
+TEST(NameToText, TelexNumberIsBuiltInAScratchTextOf2048Octets) {
+  const auto telex = [](size_t n) {
+    return DirectoryName(
+        {{"2.5.4.21", der::sequence(der::printable_string(std::string(n, '1')), der::printable_string("2"),
+                                    der::printable_string("3"))}});
+  };
+  EXPECT_EQ(rendered(telex(480)).text, "TelexNumber=" + std::string(480, '1') + " 2 3");
+  EXPECT_EQ(rendered(telex(3000)), (Rendered{-1, ""}));
+}
+
+// --- Names that no decoding gives ------------------------------------------------
+
+// A name of one attribute, put together in memory: of type `type`, its value registered under
+// `registered_as`.
+class BuiltName {
+ public:
+  BuiltName(const Octets& type, const AsnOid& registered_as, void* value)
+      : type_(type), attribute_{{uint32_t(type_.size()), type_.data()}, {}} {
+    EXPECT_TRUE(EnsureAsnInit());
+    SetAnyTypeByOid(&attribute_.value, registered_as);
+    attribute_.value.value = value;
+    AsnListInit(&inner_, sizeof(void*));
+    AsnListInit(&outer_, sizeof(void*));
+    *static_cast<void**>(AsnListAppend(&inner_)) = &attribute_;
+    *static_cast<void**>(AsnListAppend(&outer_)) = &inner_;
+  }
+  ~BuiltName() {
+    AsnListFreeNodes(&inner_);
+    AsnListFreeNodes(&outer_);
+  }
+  BuiltName(const BuiltName&) = delete;
+  BuiltName& operator=(const BuiltName&) = delete;
+
+  const AsnList* list() const { return &outer_; }
+
+ private:
+  Octets type_;
+  AttributeTypeAndValue attribute_;
+  AsnList inner_{};
+  AsnList outer_{};
+};
+
+// Values of in-memory names.
+struct Values {
+  Octets text = der::octets("value");
+  AsnOcts octs{uint32_t(text.size()), text.data()};
+  DirectoryString directory{DirectoryString::kUtf8, {}};
+  Values() { directory.utf8String = &octs; }
+};
+
+// Deliberate: under 2.5.4 the third octet alone is compared.
+TEST(NameToText, TypeUnder2_5_4IsToldByItsThirdOctetAlone) {
+  Values values;
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x03, 0x01}, kIdAtCommonName, &values.directory).list()).text,
+            "CN=value");
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x06, 0x81, 0x00}, kIdAtCountryName, &values.octs).list()).text,
+            "C=value");
+}
+
+TEST(NameToText, OtherArcsAndTwoOctetsMatchNoRow) {
+  Values values;
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04}, kIdAtCountryName, &values.octs).list()).text, "2.5.4=value");
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x05, 0x06}, kIdAtCountryName, &values.octs).list()).text,
+            "2.5.5.6=value");
+  EXPECT_EQ(rendered(BuiltName({0x2A, 0x04, 0x06}, kIdAtCountryName, &values.octs).list()).text,
+            "1.2.4.6=value");
+  EXPECT_EQ(
+      rendered(BuiltName(der::oid_content("1.2.840.113549.1.9.1.1"), kIdEmailAddress, &values.octs).list())
+          .text,
+      "1.2.840.113549.1.9.1.1=value");
+}
+
+TEST(NameToText, DomainComponentIsWrittenAsDC) {
+  Values values;
+  // No decoding gives one, because no type is registered under its identifier.
+  EXPECT_EQ(
+      rendered(
+          BuiltName(der::oid_content("0.9.2342.19200300.100.1.25"), kIdEmailAddress, &values.octs).list())
+          .text,
+      "DC=value");
+}
+
+TEST(NameToText, AbsentValueIsSkipped) {
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x06}, kIdAtCountryName, nullptr).list()), (Rendered{0, ""}));
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x03}, kIdAtCommonName, nullptr).list()), (Rendered{0, ""}));
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x15}, kIdAtTelexNumber, nullptr).list()), (Rendered{0, ""}));
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x1E}, kIdAtSupportedApplicationContext, nullptr).list()),
+            (Rendered{0, ""}));
+}
+
+TEST(NameToText, DirectoryStringOfAnUnknownKindIsSkipped) {
+  Values values;
+  values.directory.choice = 5;
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x03}, kIdAtCommonName, &values.directory).list()),
+            (Rendered{0, ""}));
+}
+
+TEST(NameToText, RowThatExpectsAnotherTypeThanIsRegisteredReadsNothingWrong) {
+  Values values;
+  // A DirectoryString under the row of a plain string, and the other way round.
+  EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x06, 0x01}, kIdAtTelexNumber, nullptr).list()).code, 0);
+  const Rendered octets_for_directory =
+      rendered(BuiltName({0x55, 0x04, 0x03}, kIdAtCountryName, &values.octs).list());
+  EXPECT_TRUE(octets_for_directory.text.empty() || octets_for_directory.text == "CN=value")
+      << octets_for_directory;
+}
+
+}  // namespace
+}  // namespace qex::test
