@@ -35,7 +35,7 @@ class ExportsTest(unittest.TestCase):
             header = re.sub(r"/\*.*?\*/", "", file.read(), flags=re.DOTALL)
         cls.declared = re.findall(r"^QEX_EXPORT\b[^;{}]*?\b(QEX_\w+)\(", header, re.MULTILINE)
 
-        table = subprocess.run([cls.nm, "-D", "--defined-only", "--with-symbol-versions", cls.library],
+        table = subprocess.run([cls.nm, "-D", "--defined-only", cls.library],
                                capture_output=True, text=True, check=True).stdout
         cls.symbols = [row.split() for row in table.splitlines()]
 
@@ -45,7 +45,7 @@ class ExportsTest(unittest.TestCase):
     def test_LibraryDefinesTheListedFunctionsUnderTheirNodesAndNothingElse(self):
         wanted = [f"A {node}" for node in self.nodes]
         wanted += [f"T {name}@@{node}" for name, node in self.node_of.items()]
-        # Some versions of nm print a node's own symbol as NODE, others as NODE@@NODE.
+        # Some nm print a node's own symbol as NODE, others as NODE@@NODE.
         found = [f"{kind} {name.split('@@')[0] if kind == 'A' else name}" for _, kind, name in self.symbols]
         self.assertEqual(sorted(found), sorted(wanted))
 
