@@ -1,0 +1,33 @@
+// Every allocation of a call fails once: the call has to say so, and to leave nothing behind.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include "crypto/bignum.h"
+#include "tests/support/failing_alloc.h"
+
+namespace qex::test {
+
+// EachAllocationFails runs `call` with memory for 0, 1, 2, ... allocations (every `stride`th of these
+// numbers), until none fails. `call` returns a code of the big numbers and frees what it was given. It must
+// answer KXBN_NOMEM when an allocation failed, `expected` in the end, and leave no block behind.
+template <class Call>
+void EachAllocationFails(Call call, uint32_t expected = KXBN_OK, size_t stride = 1) {
+  for (size_t allowed = 0;; allowed += stride) {
+    const long before = LiveBlocks();
+    uint32_t rc;
+    size_t refused;
+    {
+      FailingAlloc memory(allowed);
+      rc = call();
+      refused = memory.refused();
+    }
+    ASSERT_EQ(LiveBlocks(), before) << allowed;
+    ASSERT_EQ(rc, refused == 0 ? expected : uint32_t{KXBN_NOMEM}) << allowed;
+    if (refused != 0) continue;
+    EXPECT_GT(allowed, 0u);
+    return;
+  }
+}
+
+}  // namespace qex::test
