@@ -1,0 +1,79 @@
+// qex request: a request as a file, for another program to send.
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "tool/command.h"
+#include "tool/commands/request_options.h"
+#include "tool/escape.h"
+#include "tool/failure.h"
+#include "tool/files.h"
+#include "tool/hash.h"
+#include "tool/output.h"
+
+namespace qex::tool {
+namespace {
+
+struct Arguments {
+  RequestOptions request;
+  std::string file;
+  std::string digest;
+  std::string frame = "raw";
+  std::string output;
+};
+
+Bytes digest_of(const Arguments& arguments, const HashAlgorithm& hash, const Options& options) {
+  if (arguments.digest.empty()) return HashFile(arguments.file, hash, options);
+  const std::optional<Bytes> digest = FromHex(arguments.digest);
+  if (digest && digest->size() == hash.length) return *digest;
+  throw UsageFailure("digest " + Escaped(arguments.digest) + ": not " + std::to_string(hash.length * 2) +
+                         " hexadecimal digits, as " + hash.name + " has",
+                     "name the algorithm of the digest with --hash");
+}
+
+ExitStatus make_request(const Arguments& arguments, const Options& options) {
+  if (arguments.file.empty() == arguments.digest.empty()) {
+    throw UsageFailure("request takes one of FILE and --digest",
+                       "for example 'qex request report.pdf -o report.pdf.tsq'");
+  }
+  if (arguments.request.noNonce && !arguments.request.nonce.empty()) {
+    throw UsageFailure("--nonce and --no-nonce exclude each other", "leave one of them out");
+  }
+  const HashAlgorithm& hash = HashNamed(arguments.request.hash);
+  RefuseWeakHash(hash, options);
+  const Request request = MakeRequest(arguments.request, hash, digest_of(arguments, hash, options));
+  const uint32_t transport = arguments.frame == "socket" ? QEX_TRANSPORT_SOCKET
+                             : arguments.frame == "http" ? QEX_TRANSPORT_HTTP
+                                                         : QEX_TRANSPORT_RAW;
+  const Bytes framed = FramedRequest(request, transport);
+  // Under --json standard output is the document's, and the octets stand in it.
+  if (!options.json || (!arguments.output.empty() && !IsStandardStream(arguments.output))) {
+    WriteOutput(arguments.output.empty() ? "-" : arguments.output, framed, "name a file with -o");
+  }
+  if (options.json) {
+    Json document = NewDocument("request", arguments.file);
+    document["request"] = RequestFields(request.record);
+    document["frame"] = arguments.frame;
+    document["octets"] = ToHex(framed);
+    WriteJson(document);
+  }
+  return ExitStatus::Ok;
+}
+
+}  // namespace
+
+Run AddRequest(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  app.add_option("FILE", arguments->file, "the file to be stamped; - is standard input");
+  app.add_option("--digest", arguments->digest, "its digest, in place of the file")->type_name("HEX");
+  AddRequestOptions(app, arguments->request);
+  app.add_option("--nonce", arguments->request.nonce, "nonce, a number")->type_name("HEX");
+  app.add_option("--frame", arguments->frame, "raw, socket or http")
+      ->check(CLI::IsMember({"raw", "socket", "http"}))
+      ->type_name("MODE");
+  app.add_option("-o", arguments->output, "where the request goes; - is standard output")->type_name("FILE");
+  return [arguments](const Options& options) { return make_request(*arguments, options); };
+}
+
+}  // namespace qex::tool

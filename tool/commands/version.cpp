@@ -1,0 +1,26 @@
+// qex version
+#include <CLI/CLI.hpp>
+
+#include "tool/command.h"
+#include "tool/files.h"
+#include "tool/http.h"
+#include "tool/output.h"
+
+namespace qex::tool {
+
+Run AddVersion(CLI::App& /*app*/) {
+  return [](const Options& options) {
+    if (options.json) {
+      Json document = NewDocument("version", "");
+      document["version"] = QEX_TOOL_VERSION;
+      document["libcurl"] = HttpLibraryVersion();
+      WriteJson(document);
+    } else {
+      WriteText("qex " QEX_TOOL_VERSION "\n");
+      if (options.verbose) WriteText(HttpLibraryVersion() + "\n");
+    }
+    return ExitStatus::Ok;
+  };
+}
+
+}  // namespace qex::tool

@@ -1,0 +1,302 @@
+// The worker's job: every call into the library that reads foreign octets.
+#include "tool/examine.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <string>
+#include <string_view>
+
+#include "api/qex.h"
+#include "tool/escape.h"
+#include "tool/failure.h"
+#include "tool/hash.h"
+#include "tool/inspect/code_texts.h"
+#include "tool/inspect/describe.h"
+#include "tool/inspect/oid_text.h"
+#include "tool/request.h"
+
+namespace qex::tool {
+namespace {
+
+using inspect::Kind;
+
+constexpr const char* kStatusNames[] = {"granted", "granted with modifications", "rejection",
+                                        "waiting", "revocation warning",         "revocation notification"};
+
+struct FailInfoName {
+  uint32_t number;
+  const char* name;
+};
+
+constexpr FailInfoName kFailInfos[] = {
+    {0, "badAlg"},
+    {2, "badRequest"},
+    {5, "badDataFormat"},
+    {14, "timeNotAvailable"},
+    {15, "unacceptedPolicy"},
+    {16, "unacceptedExtension"},
+    {17, "addInfoNotAvailable"},
+    {25, "systemFailure"},
+};
+
+constexpr int32_t kUnknownType = -44;  // the last ASN.1 error for an identifier without a type
+
+// A failure of an export on `message`. Where an algorithm that the library does not know is the
+// reason, it is named.
+Failure library_failure(const std::string& what, int32_t code, ByteView message) {
+  const int32_t asn1Error = QEX_GetLastAsnError();
+  if (asn1Error == kUnknownType) {
+    if (const auto name = inspect::UnknownAlgorithm(message)) {
+      return {ExitStatus::Unsupported, what + ": " + Escaped(*name) + " is not supported",
+              "ask for a token with RSA or DSA and a supported hash", code, asn1Error};
+    }
+  }
+  std::string text = what + ": " + inspect::CodeMeaning(code);
+  if (const auto meaning = inspect::Asn1ErrorMeaning(asn1Error); meaning && asn1Error != 0) {
+    text += " (" + *meaning + ", ASN.1 error " + std::to_string(asn1Error) + ")";
+  }
+  return {ExitOfCode(code), text, "fetch it again, or look inside with 'qex show --asn1'", code, asn1Error};
+}
+
+// An output of an export that asks for its length first. `call(out, length)` returns the code.
+template <class Call>
+int32_t fetch(Bytes& out, Call call) {
+  uint32_t length = 0;
+  int32_t code = call(nullptr, &length);
+  if (code != QEX_E_SIZE) return code;
+  out.resize(length);
+  code = call(out.data(), &length);
+  out.resize(code == QEX_OK ? length : 0);
+  return code;
+}
+
+uint32_t length_of(ByteView data) {
+  return static_cast<uint32_t>(data.size());  // messages are at most kMaxMessage long
+}
+
+template <size_t kSize>
+ByteView field(const uint8_t (&octets)[kSize], uint32_t length) {
+  return {octets, std::min<size_t>(length, kSize)};
+}
+
+Json describe_request(ByteView message) {
+  QEX_TSQ_DATA_EX record{};
+  record.size = sizeof record;
+  const int32_t code = QEX_DecodeTSQ_Ex(&record, message.data(), length_of(message));
+  if (code != QEX_OK && code != QEX_E_SIZE)
+    throw library_failure("the request cannot be read", code, message);
+  Json fields = RequestFields(record);
+  const auto facts = inspect::InspectRequest(message);
+  if (facts && !facts->policy.empty()) fields["policy"] = inspect::DecodeOid(facts->policy);
+  if (facts && facts->extensions != 0) fields["extensions"] = facts->extensions;
+  Json raw;
+  raw["policy"] = facts ? ToHex(facts->policy) : "";
+  raw["hash"] = facts ? ToHex(facts->hash) : "";
+  raw["imprint"] = ToHex(field(record.hashedMessage, record.hashedMessageLength));
+  raw["nonce"] = ToHex(field(record.nonce, record.nonceLength));
+  raw["cut"] = code == QEX_E_SIZE;
+  return {{"request", fields}, {"raw", raw}};
+}
+
+Json describe_status(ByteView reply) {
+  QEX_TSR_STATUS record{};
+  const int32_t code = QEX_GetTSR_Status(&record, reply.data(), length_of(reply));
+  if (code != QEX_OK) throw library_failure("the reply cannot be read", code, reply);
+  Json status;
+  status["status"] = record.status;
+  const bool known = record.status >= 0 && static_cast<size_t>(record.status) < std::size(kStatusNames);
+  status["name"] = known ? kStatusNames[record.status] : "unknown status";
+  if (record.statusText[0] != '\0') status["text"] = Escaped(record.statusText);
+  const bool granted = record.status == 0 || record.status == 1;
+  if (!granted || record.failInfo != 0) {
+    // 0 is badAlg and also no failInfo at all; the export does not tell them apart.
+    status["fail_info"] = record.failInfo;
+    const auto* row = std::ranges::find(kFailInfos, record.failInfo, &FailInfoName::number);
+    status["failure"] = row == std::end(kFailInfos) ? "failure " + std::to_string(record.failInfo)
+                        : row->number == 0          ? "badAlg, or none named"
+                                                    : row->name;
+  }
+  return status;
+}
+
+std::string accuracy_text(const QEX_TSTINFO_EX& info) {
+  const uint64_t micros =
+      uint64_t{info.accuracySeconds} * 1000000 + uint64_t{info.accuracyMillis} * 1000 + info.accuracyMicros;
+  if (micros == 0) return "";
+  std::string fraction = std::to_string(1000000 + micros % 1000000).substr(1);
+  fraction.erase(fraction.find_last_not_of('0') + 1);
+  return std::to_string(micros / 1000000) + (fraction.empty() ? "" : "." + fraction) + " s";
+}
+
+Json what_was_cut(const QEX_TSTINFO_EX& info) {
+  Json cut = Json::array();
+  if (info.serialNumberLength > sizeof info.serialNumber) cut.push_back("serial number");
+  if (info.hashedMessageLength > sizeof info.hashedMessage) cut.push_back("imprint");
+  if (info.nonceLength > sizeof info.nonce) cut.push_back("nonce");
+  if (std::strlen(info.policy) + 1 == sizeof info.policy) cut.push_back("policy");
+  if (std::strlen(info.hashAlgorithm) + 1 == sizeof info.hashAlgorithm) cut.push_back("hash algorithm");
+  return cut;
+}
+
+void describe_info(Json& facts, ByteView token) {
+  QEX_TSTINFO_EX info{};
+  info.size = sizeof info;
+  const int32_t code = QEX_GetTST_TSTInfoEx(&info, token.data(), length_of(token));
+  if (code != QEX_OK && code != QEX_E_SIZE) throw library_failure("the token cannot be read", code, token);
+  const std::optional<inspect::TokenFacts> inner = inspect::InspectToken(token);
+  const HashAlgorithm* hash = FindHash(info.hashAlgorithm);
+  const std::string_view time = info.genTime;
+  const std::string received(time);
+
+  Json people;
+  people["time"] =
+      Escaped(inspect::TimeText(0x18, {reinterpret_cast<const uint8_t*>(time.data()), time.size()}));
+  people["time_as_received"] = Escaped(received);
+  if (const std::string accuracy = accuracy_text(info); !accuracy.empty()) people["accuracy"] = accuracy;
+  people["serial"] = IntegerText(field(info.serialNumber, info.serialNumberLength));
+  people["policy"] = inner ? inspect::DecodeOid(inner->policy) : std::string(info.policy);
+  people["hash"] = hash == nullptr ? inspect::NamedOid(info.hashAlgorithm) : std::string(hash->name);
+  people["imprint"] = ToHex(field(info.hashedMessage, info.hashedMessageLength));
+  if (info.nonceLength != 0) people["nonce"] = IntegerText(field(info.nonce, info.nonceLength));
+  people["ordering"] = info.ordering != 0;
+  if (info.tsaName[0] != '\0') people["authority"] = Escaped(info.tsaName);
+  people["version"] = info.version;
+  if (code == QEX_E_SIZE) people["cut"] = what_was_cut(info);
+
+  Json raw;
+  raw["policy"] = inner ? ToHex(inner->policy) : "";
+  raw["hash"] = inner ? ToHex(inner->hash) : "";
+  raw["imprint"] = ToHex(field(info.hashedMessage, info.hashedMessageLength));
+  raw["nonce"] = ToHex(field(info.nonce, info.nonceLength));
+  raw["digest_algorithm"] = inner ? inner->digestAlgorithm : "";
+  raw["signature_algorithm"] = inner ? inner->signatureAlgorithm : "";
+  raw["signing_certificate"] = inner && inner->hasSigningCertificate;
+  raw["signing_certificate_v2"] = inner && inner->hasSigningCertificateV2;
+  facts["info"] = people;
+  facts["raw"] = raw;
+}
+
+Json key_json(ByteView certificate) {
+  const inspect::KeyFacts key = inspect::InspectKey(certificate);
+  return {{"type", key.type},
+          {"bits", key.bits},
+          {"exponent", ToHex(key.exponent)},
+          {"low_exponent", key.lowExponent}};
+}
+
+// Texts of a description come from the message; they are escaped here, in one place.
+Json escaped(Json value) {
+  if (value.is_string()) return Escaped(value.get<std::string>());
+  if (value.is_structured()) {
+    for (Json& part : value) part = escaped(std::move(part));
+  }
+  return value;
+}
+
+// The signing-certificate attribute that counts. The library reads the switch once, so this comes
+// before its first check.
+std::string choose_ess(const std::string& wanted, const Json& raw) {
+  std::string version = wanted;
+  if (wanted == "auto") version = raw.value("signing_certificate_v2", false) ? "v2" : "v1";
+  ::setenv("QEX_VERIFY_ESSCERTIDV2", version == "v2" ? "1" : "0", 1);
+  return version;
+}
+
+void describe_signer(Json& facts, ByteView token) {
+  Bytes certificate;
+  const int32_t code = fetch(certificate, [&](uint8_t* out, uint32_t* length) {
+    return QEX_GetTST_TSACert(out, length, token.data(), length_of(token));
+  });
+  Json signer{{"code", code}};
+  if (code == QEX_OK) {
+    const Json description = escaped(inspect::DescribeCertificate(certificate));
+    signer["der"] = ToHex(certificate);
+    signer["sha256"] = ToHex(Sha256(certificate));
+    signer["subject"] = description.is_object() ? description["subject"] : Json("");
+    signer["key"] = key_json(certificate);
+  }
+  facts["signer"] = signer;
+}
+
+void verify(Json& facts, ByteView token, const Job& job) {
+  const auto check = [&](const Bytes& certificate) {
+    return QEX_VerifyTST_Signature(token.data(), length_of(token),
+                                   certificate.empty() ? nullptr : certificate.data(),
+                                   length_of(certificate));
+  };
+  Json verification;
+  const int32_t code = check(job.certificate);
+  verification["code"] = code;
+  verification["asn1_error"] = QEX_GetLastAsnError();
+  const Json& signer = facts["signer"];
+  if (!job.certificate.empty()) {
+    verification["key"] = key_json(job.certificate);
+    verification["given_sha256"] = ToHex(Sha256(job.certificate));
+    // Tells a token of another authority from a broken one.
+    if (code != QEX_OK) verification["own"] = check({});
+  } else if (signer.contains("key")) {
+    verification["key"] = signer["key"];
+  }
+  facts["verification"] = verification;
+}
+
+void describe_token(Json& facts, ByteView token, const Job& job) {
+  facts["token"] = ToHex(token);
+  describe_info(facts, token);
+  facts["description"] = escaped(inspect::DescribeToken(token));
+  facts["ess"] = choose_ess(job.ess, facts["raw"]);
+  describe_signer(facts, token);
+  if (job.verify) verify(facts, token, job);
+}
+
+void describe_reply(Json& facts, const Job& job) {
+  facts["status"] = describe_status(job.message);
+  const int status = facts["status"]["status"].get<int>();
+  Bytes token;
+  const int32_t code = fetch(token, [&](uint8_t* out, uint32_t* length) {
+    return QEX_GetTSR_EncodedToken(out, length, job.message.data(), length_of(job.message));
+  });
+  facts["token_code"] = code;
+  if (code == QEX_OK) {
+    describe_token(facts, token, job);
+  } else if (status == 0 || status == 1) {
+    if (code != QEX_E_NOTOKEN) throw library_failure("the token cannot be taken out", code, job.message);
+  }
+}
+
+}  // namespace
+
+Json Examine(const Job& job) {
+  const Kind kind = inspect::KindOf(job.message);
+  Json facts;
+  facts["kind"] = inspect::KindName(kind);
+  if (job.asn1) {
+    const auto text = inspect::Asn1Text(kind, job.message);
+    if (text) facts["asn1"] = Escaped(*text);
+  }
+  switch (kind) {
+    case Kind::Request: facts.update(describe_request(job.message)); break;
+    case Kind::Reply: describe_reply(facts, job); break;
+    case Kind::Token: describe_token(facts, job.message, job); break;
+    case Kind::Certificate:
+      facts["description"] = escaped(inspect::DescribeCertificate(job.message));
+      facts["raw"] = {{"sha256", ToHex(Sha256(job.message))}, {"key", key_json(job.message)}};
+      break;
+    case Kind::AttributeCertificate:
+      facts["description"] = escaped(inspect::DescribeAttributeCertificate(job.message));
+      facts["raw"] = {{"sha256", ToHex(Sha256(job.message))}};
+      break;
+    case Kind::Unknown: break;
+  }
+  const bool described = kind == Kind::Certificate || kind == Kind::AttributeCertificate;
+  if (kind == Kind::Unknown || (described && facts["description"].is_null())) {
+    throw Failure{ExitStatus::Input, "is no time-stamp request, reply, token or certificate",
+                  "look at where it came from"};
+  }
+  return facts;
+}
+
+}  // namespace qex::tool

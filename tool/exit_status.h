@@ -1,0 +1,34 @@
+// Exit statuses. They are documented, scripts test them, and none is ever renumbered.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+namespace qex::tool {
+
+enum class ExitStatus : uint8_t {
+  Ok = 0,           // all asked checks pass
+  CheckFailed = 1,  // a check says no
+  Usage = 2,
+  File = 3,         // cannot be read or written
+  Input = 4,        // is not what it should be
+  Refused = 5,      // by the authority
+  Network = 6,      // also TLS, HTTP status, time-out, short reply
+  Unsupported = 7,  // algorithm, which is named
+  Absent = 8,       // a needed certificate or attribute certificate
+  Internal = 70,    // worker ended, memory
+};
+
+struct ExitText {
+  ExitStatus status;
+  const char* text;
+  const char* advice;
+};
+
+// ExitTexts returns all statuses in ascending order.
+std::span<const ExitText> ExitTexts();
+
+// ExitOfCode returns the exit status that a result code of the library leads to.
+ExitStatus ExitOfCode(int32_t code);
+
+}  // namespace qex::tool

@@ -1,0 +1,109 @@
+// Whole messages by the library's print routines, and the identifiers that it has no type for.
+#include <cstdio>
+#include <cstdlib>
+
+#include "asn1/attrcert.h"
+#include "asn1/cms.h"
+#include "asn1/oids.h"
+#include "asn1/timestamp.h"
+#include "tool/inspect/decoded.h"
+#include "tool/inspect/describe.h"
+#include "tool/inspect/oid_text.h"
+
+namespace qex::inspect {
+namespace {
+
+constexpr unsigned kMaxDepth = 64;
+
+// What `print` writes to a stream.
+template <class Print>
+std::optional<std::string> printed(Print print) {
+  char* text = nullptr;
+  size_t length = 0;
+  FILE* stream = open_memstream(&text, &length);
+  if (stream == nullptr) return std::nullopt;
+  print(stream);
+  std::fputc('\n', stream);
+  const bool complete = std::fclose(stream) == 0;
+  std::string result(text == nullptr ? "" : text, complete ? length : 0);
+  std::free(text);
+  return complete ? std::optional(result) : std::nullopt;
+}
+
+template <class T, auto kDecode, auto kFree>
+std::optional<std::string> print_message(const Type& type, View data) {
+  const Decoded<T, kDecode, kFree> value(data);
+  if (!value) return std::nullopt;
+  return printed([&](FILE* stream) { PrintValue(type, stream, &*value, 0); });
+}
+
+// A token with the content that is signed, decoded too.
+std::optional<std::string> print_token(View data) {
+  const Decoded<ContentInfo, BDecContentInfo, FreeContentInfo> token(data);
+  if (!token) return std::nullopt;
+  std::optional<std::string> text =
+      printed([&](FILE* stream) { PrintValue(kContentInfo, stream, &*token, 0); });
+  const AsnAny& content = token->content;
+  if (!text || content.value == nullptr || content.ai == nullptr || content.ai->anyId != kAnySignedData)
+    return text;
+  const auto* signedData = static_cast<const SignedData*>(content.value);
+  if (signedData->encapContentInfo == nullptr) return text;
+  const AsnOcts& eContent = signedData->encapContentInfo->eContent;
+  const Decoded<TSTInfo, BDecTSTInfo, FreeTSTInfo> info({eContent.octs, eContent.count});
+  if (!info) return text;
+  const auto infoText = printed([&](FILE* stream) { PrintValue(kTSTInfo, stream, &*info, 0); });
+  return infoText ? *text + "\n-- eContent --\n" + *infoText : text;
+}
+
+bool is_registered(View identifier) {
+  AsnAny any{};
+  SetAnyTypeByOid(&any, {static_cast<uint32_t>(identifier.size()), identifier.data()});
+  return any.ai != nullptr;
+}
+
+// SEQUENCE { identifier, value }, where the value belongs to the identifier: algorithm with
+// parameters, attribute. An extension's value and a content under [0] are not looked up.
+std::optional<std::string> unknown_in(const Element& element, unsigned depth) {
+  Elements parts(element.content);
+  const auto first = parts.next();
+  if (!first) return std::nullopt;
+  if (element.tag == 0x30 && first->tag == 0x06) {
+    const auto value = parts.next();
+    const bool lookedUp = value && value->tag != 0x01 && value->tag != 0x04 && value->tag != 0xA0;
+    if (lookedUp && !is_registered(first->content)) return NamedOid(DecodeOid(first->content));
+  }
+  if (depth == kMaxDepth) return std::nullopt;
+  Elements all(element.content);
+  while (const auto part = all.next()) {
+    if ((part->tag & 0x20) == 0) continue;
+    if (auto found = unknown_in(*part, depth + 1)) return found;
+  }
+  return std::nullopt;
+}
+
+}  // namespace
+
+std::optional<std::string> Asn1Text(Kind kind, View data) {
+  switch (kind) {
+    case Kind::Request:
+      return print_message<TimeStampReq, BDecTimeStampReq, FreeTimeStampReq>(kTimeStampReq, data);
+    case Kind::Reply:
+      return print_message<TimeStampResp, BDecTimeStampResp, FreeTimeStampResp>(kTimeStampResp, data);
+    case Kind::Token: return print_token(data);
+    case Kind::Certificate:
+      return print_message<Certificate, BDecCertificate, FreeCertificate>(kCertificate, data);
+    case Kind::AttributeCertificate:
+      return print_message<AttributeCertificate, BDecAttributeCertificate, FreeAttributeCertificate>(
+          kAttributeCertificate, data);
+    case Kind::Unknown: break;
+  }
+  return std::nullopt;
+}
+
+std::optional<std::string> UnknownAlgorithm(View data) {
+  const auto whole = Elements(data).next();
+  if (!Prepare() || !whole) return std::nullopt;
+  return unknown_in(*whole, 0);
+}
+
+}  // namespace qex::inspect

@@ -1,0 +1,27 @@
+// Result codes and ASN.1 errors as text.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace qex::inspect {
+
+struct CodeText {
+  int32_t code;
+  std::string name;  // QEX_E_SIGNATURE
+  std::string text;
+};
+
+// FindCode returns the result code of a number or name; nothing when there is none.
+std::optional<CodeText> FindCode(int32_t code);
+std::optional<CodeText> FindCode(std::string_view name);
+
+// CodeMeaning returns the text of a result code, or its number in words.
+std::string CodeMeaning(int32_t code);
+
+// Asn1ErrorMeaning returns what a last ASN.1 error says; nothing for a number that is none.
+std::optional<std::string> Asn1ErrorMeaning(int32_t error);
+
+}  // namespace qex::inspect

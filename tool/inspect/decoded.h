@@ -1,0 +1,46 @@
+// A value decoded by the codec of the core library, released at the end of its scope.
+#pragma once
+
+#include <cstdint>
+#include <span>
+
+#include "ber/buffer.h"
+#include "ber/tag_length.h"
+
+namespace qex::inspect {
+
+// Prepare registers the open types and turns the codec's own messages off, once; false when
+// memory is out. Whoever inspects has no use for them: the exports report the same.
+bool Prepare();
+
+template <class T, auto kDecode, auto kFree>
+class Decoded {
+ public:
+  explicit Decoded(std::span<const uint8_t> data) {
+    if (!Prepare()) {
+      error_ = kOutOfMemoryCode;
+      return;
+    }
+    ExpBuf block;
+    ExpBufWrapData(&block, data.data(), data.size());
+    error_ = AsnCatch([&](AsnJmpEnv& env) {
+      ExpBuf* buffer = &block;
+      AsnLen bytes = 0;
+      kDecode(&buffer, &value_, &bytes, env);
+    });
+  }
+  ~Decoded() { kFree(&value_); }
+  Decoded(const Decoded&) = delete;
+  Decoded& operator=(const Decoded&) = delete;
+
+  explicit operator bool() const { return error_ == 0; }
+  AsnInt error() const { return error_; }
+  const T& operator*() const { return value_; }
+  const T* operator->() const { return &value_; }
+
+ private:
+  T value_{};
+  AsnInt error_ = 0;
+};
+
+}  // namespace qex::inspect

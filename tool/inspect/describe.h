@@ -1,0 +1,63 @@
+// What stands inside messages, as JSON objects whose members a reader understands. Nothing is
+// verified here. Texts from the message are not escaped: whoever shows them does that.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include <nlohmann/json.hpp>
+
+#include "tool/inspect/structure.h"
+
+namespace qex::inspect {
+
+using Json = nlohmann::ordered_json;
+
+// RequestFacts are the parts of a request that no record of the library shows exactly.
+struct RequestFacts {
+  std::vector<uint8_t> policy;  // contents octets; none: absent
+  std::vector<uint8_t> hash;
+  size_t extensions;
+};
+std::optional<RequestFacts> InspectRequest(View request);
+
+// TokenFacts are the parts of a token that choose how it is verified.
+struct TokenFacts {
+  std::vector<uint8_t> policy;  // contents octets of the identifiers in the TSTInfo
+  std::vector<uint8_t> hash;
+  std::string digestAlgorithm;     // of the first signer, dotted
+  std::string signatureAlgorithm;  // dotted
+  bool hasSigningCertificate;
+  bool hasSigningCertificateV2;
+};
+std::optional<TokenFacts> InspectToken(View token);
+
+// KeyFacts describe a public key.
+struct KeyFacts {
+  std::string type;               // rsa, dsa, or the name of another algorithm
+  size_t bits;                    // 0: unknown
+  std::vector<uint8_t> exponent;  // of RSA, big-endian without zeros in front
+  bool lowExponent;               // RSA with an exponent below 65537, or one that cannot be read
+};
+KeyFacts InspectKey(View certificate);
+
+// Descriptions for people; null when the input is not what the name says.
+Json DescribeToken(View token);
+Json DescribeCertificate(View certificate);
+Json DescribeAttributeCertificate(View certificate);
+
+// NameText renders an encoded Name as "C=XX, O=Maker, CN=Name", in UTF-8.
+std::string NameText(View name);
+
+// TimeText renders UTCTime or GeneralizedTime as ISO 8601, or as it stands when it is in another form.
+std::string TimeText(uint8_t tag, View content);
+
+// Asn1Text prints a message by the library's print routines; nothing when it does not decode.
+std::optional<std::string> Asn1Text(Kind kind, View data);
+
+// UnknownAlgorithm looks for an identifier of a well-known algorithm that the library has no type
+// for, and returns its name; nothing when there is none.
+std::optional<std::string> UnknownAlgorithm(View data);
+
+}  // namespace qex::inspect

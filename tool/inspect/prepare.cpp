@@ -1,0 +1,16 @@
+// One-time preparation of the core library for inspection.
+#include "asn1/oids.h"
+#include "ber/memory.h"
+#include "tool/inspect/decoded.h"
+
+namespace qex::inspect {
+
+bool Prepare() {
+  static const bool prepared = [] {
+    AsnErrorHandler = [](const char*, int) {};
+    return RegisterOpenTypes();
+  }();
+  return prepared;
+}
+
+}  // namespace qex::inspect

@@ -1,0 +1,43 @@
+// The structure of an encoding, element by element (X.690 8.1), without knowing its types: what
+// tells messages apart, and reads what no decoder of the library has a type for.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <span>
+
+namespace qex::inspect {
+
+using View = std::span<const uint8_t>;
+
+// One element; the views are into the data that it was read from.
+struct Element {
+  uint8_t tag;   // identifier octet; tag numbers above 30 are not read
+  View content;  // without the end-of-contents marker
+  View whole;
+};
+
+// Elements reads a row of elements from its front.
+class Elements {
+ public:
+  explicit Elements(View data) : rest_(data) {}
+
+  // next returns the next element; nothing at the end and when the data are not well formed.
+  std::optional<Element> next();
+  // next of one tag; nothing, and nothing is read, when another one stands there.
+  std::optional<Element> next(uint8_t tag);
+  bool empty() const { return rest_.empty(); }
+
+ private:
+  View rest_;
+};
+
+enum class Kind : uint8_t { Unknown, Request, Reply, Token, Certificate, AttributeCertificate };
+
+// KindOf tells what the first element of `data` is by its structure alone.
+Kind KindOf(View data);
+
+// KindName returns "request", "attribute certificate" and so on.
+const char* KindName(Kind kind);
+
+}  // namespace qex::inspect

@@ -1,0 +1,165 @@
+// The command line program qex: reads the command line, runs one command, and turns what ends it
+// into an exit status with a line for people.
+#include <csignal>
+#include <cstdio>
+#include <cstring>
+#include <exception>
+#include <new>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "tool/command.h"
+#include "tool/escape.h"
+#include "tool/files.h"
+#include "tool/output.h"
+#include "tool/worker.h"
+
+namespace qex::tool {
+namespace {
+
+constexpr Command kCommands[] = {
+    {"request", "make a time-stamp request", AddRequest},
+    {"digest", "print or check digests of files", AddDigest},
+    {"explain", "explain a result code, ASN.1 error or exit status", AddExplain},
+    {"version", "print the version", AddVersion},
+};
+
+// Options that later versions know; named apart, so that nobody believes they were heeded.
+constexpr const char* kNotYet[] = {"--ca-file", "--ca-path", "--system-ca", "--untrusted",
+                                   "--crl",     "--at",      "--dir"};
+
+void add_common_options(CLI::App& app, Options& options) {
+  app.add_flag("--json", options.json, "one JSON object a line on standard output");
+  app.add_flag("-q,--quiet", options.quiet, "nothing but errors and data");
+  app.add_flag("-v,--verbose", options.verbose, "also what the library wrote");
+  app.add_option("--color", options.color, "auto, always or never")
+      ->check(CLI::IsMember({"auto", "always", "never"}))
+      ->type_name("WHEN");
+  app.add_flag("--allow-weak", options.allowWeak, "accept SHA-1 and MD5");
+  app.add_flag("--allow-low-exponent", options.allowLowExponent,
+               "accept RSA keys with an exponent below 65537");
+}
+
+// The command line as it was read.
+struct Program {
+  CLI::App app{"Time-stamping by RFC 3161.", "qex"};
+  Options options;
+  std::vector<std::pair<CLI::App*, Run>> commands;
+  std::string helpSubject;
+
+  Program() {
+    add_common_options(app, options);
+    app.require_subcommand(1);
+    app.fallthrough();
+    for (const Command& command : kCommands) {
+      CLI::App* sub = app.add_subcommand(command.name, command.summary);
+      sub->fallthrough();
+      Run run = command.add(*sub);
+      commands.emplace_back(sub, std::move(run));
+    }
+    CLI::App* help = app.add_subcommand("help", "explain a command and its options");
+    help->add_option("COMMAND", helpSubject);
+    commands.emplace_back(help, [this](const Options&) { return print_help(); });
+  }
+
+  ExitStatus print_help() {
+    if (helpSubject.empty()) {
+      WriteText(app.help());
+      return ExitStatus::Ok;
+    }
+    for (const auto& [sub, run] : commands) {
+      if (sub->get_name() == helpSubject) {
+        WriteText(sub->help());
+        return ExitStatus::Ok;
+      }
+    }
+    throw UsageFailure("there is no command " + Escaped(helpSubject), "'qex help' lists the commands");
+  }
+
+  std::string command_name() const {
+    for (const auto& [sub, run] : commands) {
+      if (sub->parsed()) return sub->get_name();
+    }
+    return "";
+  }
+};
+
+Failure usage_failure(const CLI::ParseError& error, const Program& program, int count, char** words) {
+  for (int i = 1; i < count; ++i) {
+    const std::string word(words[i], std::strcspn(words[i], "="));
+    for (const char* option : kNotYet) {
+      if (word == option) {
+        return UsageFailure(word + " is not supported yet",
+                            "this version trusts --tsa-cert, --tsa-fingerprint or "
+                            "--insecure-any-signer");
+      }
+    }
+  }
+  std::string text = Escaped(error.what());
+  if (!text.empty() && text[0] >= 'A' && text[0] <= 'Z') text[0] = static_cast<char>(text[0] - 'A' + 'a');
+  const std::string command = program.command_name();
+  return UsageFailure(text, command.empty() ? "'qex help' lists the commands"
+                                            : "'qex help " + command + "' lists what it takes");
+}
+
+ExitStatus run_command(Program& program, int count, char** words) {
+  try {
+    program.app.parse(count, words);
+  } catch (const CLI::CallForHelp&) {
+    program.helpSubject = program.command_name();
+    return program.print_help();
+  } catch (const CLI::ParseError& error) {
+    throw usage_failure(error, program, count, words);
+  }
+  for (const auto& [sub, run] : program.commands) {
+    if (sub->parsed()) return run(program.options);
+  }
+  return ExitStatus::Usage;
+}
+
+ExitStatus report(const Failure& failure, const Program& program) {
+  if (program.options.json) {
+    Json document = NewDocument(program.command_name(), "");
+    SetFailure(document, failure);
+    try {
+      WriteJson(document);
+    } catch (const Failure&) {  // standard output is gone; the line below still says what happened
+    }
+  }
+  WriteFailure(failure, program.options);
+  return failure.exit;
+}
+
+int tool_main(int count, char** words) {
+  // A reader that has gone shows as a failed write, here and in the worker's pipes.
+  std::signal(SIGPIPE, SIG_IGN);
+  if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();
+  Program program;
+  for (int i = 1; i < count; ++i) {
+    if (std::strcmp(words[i], "--json") == 0) program.options.json = true;  // holds for usage failures too
+  }
+  ExitStatus status;
+  try {
+    status = run_command(program, count, words);
+  } catch (const Failure& failure) {
+    status = report(failure, program);
+  } catch (const std::bad_alloc&) {
+    status = report({ExitStatus::Internal, "memory ran out", "free some memory and run the command again"},
+                    program);
+  } catch (const std::exception& error) {
+    status = report({ExitStatus::Internal, std::string("internal: ") + Escaped(error.what()),
+                     "this is a fault of the tool; please report it with the command line"},
+                    program);
+  }
+  return static_cast<int>(status);
+}
+
+}  // namespace
+}  // namespace qex::tool
+
+int main(int count, char** words) {
+  return qex::tool::tool_main(count, words);
+}

@@ -1,0 +1,17 @@
+// The options that every command takes.
+#pragma once
+
+#include <string>
+
+namespace qex::tool {
+
+struct Options {
+  bool json = false;
+  bool quiet = false;    // nothing but errors and data
+  bool verbose = false;  // also what the library wrote
+  std::string color = "auto";
+  bool allowWeak = false;         // SHA-1 and MD5
+  bool allowLowExponent = false;  // RSA keys with a public exponent below 65537
+};
+
+}  // namespace qex::tool

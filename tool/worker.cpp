@@ -1,0 +1,242 @@
+// Starting a worker and talking with it over three pipes.
+#include "tool/worker.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/resource.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <new>
+#include <utility>
+
+#include "tool/examine.h"
+#include "tool/failure.h"
+
+#if defined(__SANITIZE_ADDRESS__)
+#define QEX_TOOL_SANITIZED 1
+#elif defined(__has_feature)
+#if __has_feature(address_sanitizer)
+#define QEX_TOOL_SANITIZED 1
+#endif
+#endif
+
+namespace qex::tool {
+namespace {
+
+constexpr rlim_t kMaxMemory = rlim_t{1} << 30;
+constexpr rlim_t kMaxSeconds = 20;
+constexpr size_t kMaxAnswer = size_t{256} << 20;
+constexpr size_t kMaxMessages = size_t{64} << 10;  // what is written beyond is dropped
+
+struct Pipe {
+  int read = -1;
+  int write = -1;
+
+  Pipe() {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::bad_alloc();
+    read = ends[0];
+    write = ends[1];
+  }
+  ~Pipe() {
+    close_read();
+    close_write();
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+  void close_read() { close(read); }
+  void close_write() { close(write); }
+
+ private:
+  static void close(int& fd) {
+    if (fd >= 0) ::close(fd);
+    fd = -1;
+  }
+};
+
+void limit(int resource, rlim_t value) {
+  struct rlimit now {};
+  if (::getrlimit(static_cast<decltype(RLIMIT_CPU)>(resource), &now) != 0) return;
+  const rlim_t most = now.rlim_max == RLIM_INFINITY || now.rlim_max > value ? value : now.rlim_max;
+  const struct rlimit wanted { most, most };
+  ::setrlimit(static_cast<decltype(RLIMIT_CPU)>(resource), &wanted);
+}
+
+void set_limits() {
+  limit(RLIMIT_CORE, 0);
+  limit(RLIMIT_CPU, kMaxSeconds);
+#ifndef QEX_TOOL_SANITIZED  // whose shadow memory alone is beyond any limit
+  limit(RLIMIT_AS, kMaxMemory);
+#endif
+}
+
+// In the child, between fork and exec: calls that are safe there alone.
+[[noreturn]] void become_worker(const Pipe& in, const Pipe& out, const Pipe& err) {
+  const bool ready = ::dup2(in.read, STDIN_FILENO) >= 0 && ::dup2(out.write, STDOUT_FILENO) >= 0 &&
+                     ::dup2(err.write, STDERR_FILENO) >= 0;
+  char name[] = "qex";
+  char word[32];
+  std::strncpy(word, kWorkerArgument, sizeof word - 1);
+  word[sizeof word - 1] = '\0';
+  char* const words[] = {name, word, nullptr};
+  if (ready) ::execv("/proc/self/exe", words);
+  ::_exit(127);
+}
+
+void append_limited(std::string& text, const char* data, size_t length, size_t most) {
+  text.append(data, std::min(length, most - std::min(most, text.size())));
+}
+
+// Feeds the worker and gathers what it writes, all at once, so that no pipe fills up unread.
+void converse(Pipe& in, Pipe& out, Pipe& err, const std::string& question, std::string& answer,
+              std::string& messages) {
+  ::fcntl(in.write, F_SETFL, O_NONBLOCK);
+  size_t sent = 0;
+  std::array<char, 65536> buffer{};
+  const auto gather = [&](Pipe& from, std::string& text, size_t most) {
+    const ssize_t n = ::read(from.read, buffer.data(), buffer.size());
+    if (n > 0) append_limited(text, buffer.data(), static_cast<size_t>(n), most);
+    if (n == 0 || (n < 0 && errno != EINTR && errno != EAGAIN)) from.close_read();
+  };
+  while (out.read >= 0 || err.read >= 0) {
+    if (sent == question.size()) in.close_write();
+    struct pollfd ends[] = {{in.write, POLLOUT, 0}, {out.read, POLLIN, 0}, {err.read, POLLIN, 0}};
+    if (::poll(ends, std::size(ends), -1) < 0) {
+      if (errno == EINTR) continue;
+      throw std::bad_alloc();
+    }
+    if (ends[0].revents != 0) {
+      const ssize_t n = ::write(in.write, question.data() + sent, question.size() - sent);
+      if (n > 0) sent += static_cast<size_t>(n);
+      if (n < 0 && errno != EINTR && errno != EAGAIN) sent = question.size();  // it has gone
+    }
+    if (ends[1].revents != 0) gather(out, answer, kMaxAnswer);
+    if (ends[2].revents != 0) gather(err, messages, kMaxMessages);
+  }
+}
+
+int wait_for(pid_t worker) {
+  int status = 0;
+  while (::waitpid(worker, &status, 0) < 0 && errno == EINTR) {
+  }
+  return status;
+}
+
+Failure ended(int status, const std::string& name, const std::string& messages) {
+  std::string how;
+  if (WIFSIGNALED(status)) {
+    const int number = WTERMSIG(status);
+    how = number == SIGXCPU || number == SIGKILL
+              ? "it was stopped for taking too much time"
+              : "it was ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
+  } else {
+    how = "it ended with status " + std::to_string(WEXITSTATUS(status));
+  }
+  return {
+      ExitStatus::Internal,
+      name + ": the worker process that reads it gave no answer: " + how,
+      "nothing is known about the message, so do not rely on it; run again with -v, and report what it shows",
+      0,
+      0,
+      messages};
+}
+
+// Job and failure cross the pipe as JSON.
+Json to_json(const Job& job) {
+  return {{"message", ToHex(job.message)},
+          {"verify", job.verify},
+          {"certificate", ToHex(job.certificate)},
+          {"ess", job.ess},
+          {"asn1", job.asn1}};
+}
+
+Job job_from(const Json& json) {
+  return {"",
+          FromHex(json.at("message").get<std::string>()).value(),
+          json.at("verify").get<bool>(),
+          FromHex(json.at("certificate").get<std::string>()).value(),
+          json.at("ess").get<std::string>(),
+          json.at("asn1").get<bool>()};
+}
+
+Json to_json(const Failure& failure) {
+  return {{"exit", static_cast<int>(failure.exit)},
+          {"message", failure.message},
+          {"hint", failure.hint},
+          {"code", failure.code},
+          {"asn1_error", failure.asn1Error}};
+}
+
+Failure failure_from(const Json& json, const std::string& name, const std::string& messages) {
+  return {static_cast<ExitStatus>(json.at("exit").get<int>()),
+          name + ": " + json.at("message").get<std::string>(),
+          json.at("hint").get<std::string>(),
+          json.at("code").get<int32_t>(),
+          json.at("asn1_error").get<int32_t>(),
+          messages};
+}
+
+std::string read_standard_input() {
+  std::string text;
+  std::array<char, 65536> buffer{};
+  for (ssize_t n; (n = ::read(STDIN_FILENO, buffer.data(), buffer.size())) != 0;) {
+    if (n > 0) text.append(buffer.data(), static_cast<size_t>(n));
+    if (n < 0 && errno != EINTR) break;
+  }
+  return text;
+}
+
+}  // namespace
+
+Answer Ask(const Job& job) {
+  Pipe in;
+  Pipe out;
+  Pipe err;
+  const std::string question = to_json(job).dump();
+  std::fflush(nullptr);
+  const pid_t worker = ::fork();
+  if (worker < 0) {
+    throw Failure{ExitStatus::Internal,
+                  std::string("no worker process can be started: ") + std::strerror(errno),
+                  "the system is out of processes or memory; try again"};
+  }
+  if (worker == 0) become_worker(in, out, err);
+  in.close_read();
+  out.close_write();
+  err.close_write();
+  std::string answer;
+  std::string messages;
+  converse(in, out, err, question, answer, messages);
+  const int status = wait_for(worker);
+  const Json json = Json::parse(answer, nullptr, false);
+  const bool finished = WIFEXITED(status) && WEXITSTATUS(status) == 0 && json.is_object();
+  if (!finished) throw ended(status, job.name, messages);
+  if (json.contains("failure")) throw failure_from(json["failure"], job.name, messages);
+  return {json.at("facts"), messages};
+}
+
+int RunWorker() {
+  set_limits();
+  Json answer;
+  try {
+    answer["facts"] = Examine(job_from(Json::parse(read_standard_input())));
+  } catch (const Failure& failure) {
+    answer = {{"failure", to_json(failure)}};
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "worker: %s\n", error.what());
+    return 1;
+  }
+  const std::string text = answer.dump(-1, ' ', false, Json::error_handler_t::replace);
+  return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0 ? 0 : 1;
+}
+
+}  // namespace qex::tool
