@@ -2,6 +2,8 @@
 // the same value in all of them.
 #pragma once
 
+#include <stdexcept>
+
 #include "tests/support/der.h"
 
 namespace qex::test {
@@ -22,11 +24,12 @@ inline Octets InForm(Form form, const Octets& run) {
   Octets out;
   for (size_t at = 0; at < run.size();) {
     const uint8_t tag = run[at];
-    size_t length = run[at + 1], head = 2;
+    size_t length = run.at(at + 1), head = 2;
     if (length >= 0x80) {
       const size_t last = head + (length & 0x7F);
-      for (length = 0; head < last; ++head) length = length << 8 | run[at + head];
+      for (length = 0; head < last; ++head) length = length << 8 | run.at(at + head);
     }
+    if (length > run.size() - at - head) throw std::out_of_range("a test's own encoding is cut off");
     const auto start = run.begin() + ptrdiff_t(at + head);
     Octets content(start, start + ptrdiff_t(length));
     at += head + length;
