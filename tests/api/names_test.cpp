@@ -359,7 +359,8 @@ TEST(NameToText, BitsThatFillNoOctetCountAsTheirOctets) {
 }
 
 TEST(NameToText, EveryStringKindStandsAsItsBytes) {
-  for (const uint8_t tag : std::initializer_list<uint8_t>{0x14, 0x13, 0x1C, 0x0C}) {  // teletex, printable, universal, UTF-8
+  for (const uint8_t tag :
+       std::initializer_list<uint8_t>{0x14, 0x13, 0x1C, 0x0C}) {  // teletex, printable, universal, UTF-8
     EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", der::element(tag, Octets{'a', 0xE9, 'z'})}})),
               (Rendered{0, "CN=a\xE9z"}))
         << int{tag};
