@@ -320,9 +320,11 @@ TEST(UnpackHttp, FewerThanSixOctetsAreAnArgumentError) {
 
 TEST(UnpackHttp, HeadWithoutAnEndIsAnArgumentError) {
   const std::string head = kStatusLine + kType;
-  for (const std::string& data : {std::string("HTTP/1"), head.substr(0, head.size() - 1), head + "\r", head + "x"}) {
+  for (const std::string& data :
+       {std::string("HTTP/1"), head.substr(0, head.size() - 1), head + "\r", head + "x"}) {
     const Octets reply = der::octets(data);
-    EXPECT_EQ(unpack(reply, QEX_TRANSPORT_HTTP), (Unpacked{QEX_E_ARG, uint32_t(reply.size()), 0, reply})) << data;
+    EXPECT_EQ(unpack(reply, QEX_TRANSPORT_HTTP), (Unpacked{QEX_E_ARG, uint32_t(reply.size()), 0, reply}))
+        << data;
   }
 }
 
