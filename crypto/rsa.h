@@ -1,9 +1,12 @@
-// RSA: the key record and the public operation (RFC 8017 5.2.2).
+// RSA: the key record, the public and the private operation (RFC 8017 5.2.2, 5.1.2), and key
+// generation.
 //
-// Only the arithmetic: padding and digest are compared by the caller.
+// Only the arithmetic: padding and digest are compared by the caller. Operations with private
+// numbers take a time that depends on them, and what they leave in memory is not wiped.
 #pragma once
 
 #include "crypto/bignum.h"
+#include "crypto/random_source.h"
 
 namespace qex {
 
@@ -32,5 +35,22 @@ struct RSAKey {
 // to 0. Codes: those of rsa_public; `*result` is then 0.
 [[nodiscard]] uint32_t rsa_verify_raw(const RSAKey* key, const KXBN* expected, const KXBN* signature,
                                       uint32_t* result);
+
+// rsa_private stores in `*out` a new number, input^d mod n: by rsa_exp when `p` is null, else by the Chinese
+// remainder theorem, for which it asserts that the other four values are present and reads
+// neither n nor d. Codes: those of rsa_exp; 1 when p has more than about half of kMaxBits; `*out` is
+// then null.
+[[nodiscard]] uint32_t rsa_private(const RSAKey* key, const KXBN* input, KXBN** out, KXBN_Pool* pool);
+
+// rsa_generate_key fills `*key` with new numbers: a modulus of `bits` bits from two primes of half as many,
+// p > q, for the public exponent e. Primes of fewer than 512 bits fail the assertion
+// "!\"invalid rsa prime size\"". Codes: 1 without a random source, when bits is odd or above kMaxBits, and
+// for an e that is even, below 3 or longer than 256 bits; 5 when the random source keeps giving what cannot
+// be used; the source's own; 1, 3. All fields are then null.
+[[nodiscard]] uint32_t rsa_generate_key(RSAKey* key, uint32_t bits, const KXBN* e, const RandomSource* random,
+                                        KXBN_Pool* pool);
+
+// rsa_free_key frees the numbers of a key that the caller owns and sets all fields to null.
+void rsa_free_key(RSAKey* key);
 
 }  // namespace qex
