@@ -9,7 +9,7 @@ packages=(
   g++ cmake ninja-build
   libgtest-dev                                            # unit tests
   libcli11-dev libcurl4-openssl-dev nlohmann-json3-dev    # the tool
-  openssl python3                                         # the authority and the checks of the house
+  openssl python3 python3-asn1crypto                      # the authority, peers in tests, checks of the house
   pkg-config
 )
 for purpose in "$@"; do
