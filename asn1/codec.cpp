@@ -2,6 +2,8 @@
 //
 // Every routine counts the octets of one value in a counter of its own and adds it to the
 // caller's at the end. An indefinite length is closed by the content decoder that met it.
+// The decoders of the kinds call each other as deep as values stand inside each other and are
+// kept out of line: merged into one another, each level would take the frames of all of them.
 #include "asn1/codec.h"
 
 #include <cstring>
@@ -98,8 +100,8 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
 }
 
 // The values of an attribute: a SET OF ANY DEFINED BY its type, or one value instead of the SET.
-void decode_open_list(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
-                      AsnJmpEnv& env) {
+[[gnu::noinline]] void decode_open_list(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len,
+                                        void* rec, AsnLen* bytes, AsnJmpEnv& env) {
   const Field& f = t.fields[i];
   const auto& identifier = *reinterpret_cast<const AsnOid*>(static_cast<const char*>(rec) + f.definedBy);
   auto* list = static_cast<AsnList*>(place_for(f, rec, env));
@@ -137,8 +139,8 @@ void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv&
   BDecAny(b, any, bytes, env);
 }
 
-void decode_explicit(const Type& t, size_t i, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
-                     AsnJmpEnv& env) {
+[[gnu::noinline]] void decode_explicit(const Type& t, size_t i, ExpBuf** b, AsnLen len, void* rec,
+                                       AsnLen* bytes, AsnJmpEnv& env) {
   const Field& f = t.fields[i];
   if (f.type->kind == Kind::Any) {
     decode_any(f, b, rec, bytes, env);
@@ -160,7 +162,8 @@ void decode_field(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, v
   DecodeContent(*f.type, b, tag, len, place_for(f, rec, env), bytes, env);
 }
 
-void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes, AsnJmpEnv& env) {
+[[gnu::noinline]] void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
+                                       AsnJmpEnv& env) {
   const bool indefinite = len == INDEFINITE_LEN;
   AsnLen used = 0;
   AsnTag tag = 0;
@@ -220,7 +223,8 @@ void clear_field(const Field& f, void* rec) {
   std::memset(slot, 0, f.held == Held::Pointer ? sizeof(void*) : f.type->size);
 }
 
-void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes, AsnJmpEnv& env) {
+[[gnu::noinline]] void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
+                                  AsnJmpEnv& env) {
   AsnLen used = 0;
   uint32_t seen = 0;
   while (len == INDEFINITE_LEN || used < len) {
@@ -246,8 +250,8 @@ void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
   *bytes += used;
 }
 
-void decode_choice(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
-                   AsnJmpEnv& env) {
+[[gnu::noinline]] void decode_choice(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* rec,
+                                     AsnLen* bytes, AsnJmpEnv& env) {
   for (size_t i = 0; i < t.fields.size(); ++i) {
     if (!matches(t.fields[i], tag)) continue;
     *static_cast<AsnInt*>(rec) = AsnInt(i);
@@ -256,7 +260,8 @@ void decode_choice(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* rec,
   AsnFail(env, site_code(t, Site::Unexpected), "ERROR - unexpected tag in CHOICE\n");
 }
 
-void decode_list(const Type& t, ExpBuf** b, AsnLen len, void* v, AsnLen* bytes, AsnJmpEnv& env) {
+[[gnu::noinline]] void decode_list(const Type& t, ExpBuf** b, AsnLen len, void* v, AsnLen* bytes,
+                                   AsnJmpEnv& env) {
   auto* list = static_cast<AsnList*>(v);
   const Type& element = *t.element;
   list->dataSize = sizeof(void*);
