@@ -5,6 +5,8 @@
 // twice, without it and with it.
 #include <gtest/gtest.h>
 
+#include <sstream>
+
 #include "tests/interop/samples.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/files.h"
@@ -170,6 +172,32 @@ TEST(Verification, OfATokenInIndefiniteLengthsSurvivesWritingItInDer) {
             0)
       << said;
   EXPECT_EQ(ReadFile(folder.path("content")), SampleFile(name + ".tst"));
+}
+
+// asn1crypto takes what the library wrote afresh, from DER and from BER, for DER, and reads the same in it.
+TEST(Tokens, AreReadAlikeByAsn1crypto) {
+  const std::string python = QEX_ASN1CRYPTO_PYTHON;
+  if (python.empty()) GTEST_SKIP() << "asn1crypto is not installed";
+  const Folder folder;
+  std::string paths;
+  std::ostringstream expected;
+  for (const Sample& sample : tokens()) {
+    const Octets token = TokenOf(der::sequence(der::sequence(der::integer(0)), sample.file(".token")));
+    paths += ' ';
+    paths += folder.write(sample.name, token);
+    QEX_TSTINFO_EX info;
+    info.size = sizeof info;
+    ASSERT_EQ(QEX_GetTST_TSTInfoEx(&info, token.data(), uint32_t(token.size())), QEX_OK) << sample.name;
+    expected << "1.2.840.113549.1.7.2 1.2.840.113549.1.9.16.1.4 v" << info.version << ' ' << info.policy
+             << ' ' << info.hashAlgorithm << ' ' << ToHex(info.hashedMessage, info.hashedMessageLength)
+             << " serial " << ToHex(info.serialNumber, info.serialNumberLength) << " time " << info.genTime
+             << " nonce " << ToHex(info.nonce, info.nonceLength) << " signers 1\n";
+  }
+  std::string output;
+  EXPECT_EQ(
+      RunShell(python + " -B " + QEX_SOURCE_DIR + "/tests/interop/peer_asn1crypto.py token" + paths, &output),
+      0);
+  EXPECT_EQ(output, expected.str());
 }
 
 }  // namespace
