@@ -59,4 +59,15 @@ std::string Escaped(std::string_view text) {
   return shown;
 }
 
+std::string EscapedLines(std::string_view text) {
+  std::string shown;
+  for (;;) {
+    const size_t end = text.find('\n');
+    shown += Escaped(text.substr(0, end));
+    if (end == std::string_view::npos) return shown;
+    shown += '\n';
+    text.remove_prefix(end + 1);
+  }
+}
+
 }  // namespace qex::tool

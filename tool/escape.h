@@ -11,4 +11,7 @@ namespace qex::tool {
 // octets that are no UTF-8 are written as \x1b or \u202e. A backslash stands for itself.
 std::string Escaped(std::string_view text);
 
+// EscapedLines is Escaped that keeps line feeds.
+std::string EscapedLines(std::string_view text);
+
 }  // namespace qex::tool

@@ -97,7 +97,7 @@ Json describe_request(ByteView message) {
   raw["hash"] = facts ? ToHex(facts->hash) : "";
   raw["imprint"] = ToHex(field(record.hashedMessage, record.hashedMessageLength));
   raw["nonce"] = ToHex(field(record.nonce, record.nonceLength));
-  raw["cut"] = code == QEX_E_SIZE;
+  raw["nonce_cut"] = record.nonceLength > sizeof record.nonce;
   return {{"request", fields}, {"raw", raw}};
 }
 
@@ -171,6 +171,7 @@ void describe_info(Json& facts, ByteView token) {
   raw["hash"] = inner ? ToHex(inner->hash) : "";
   raw["imprint"] = ToHex(field(info.hashedMessage, info.hashedMessageLength));
   raw["nonce"] = ToHex(field(info.nonce, info.nonceLength));
+  raw["nonce_cut"] = info.nonceLength > sizeof info.nonce;
   raw["digest_algorithm"] = inner ? inner->digestAlgorithm : "";
   raw["signature_algorithm"] = inner ? inner->signatureAlgorithm : "";
   raw["signing_certificate"] = inner && inner->hasSigningCertificate;
@@ -275,7 +276,7 @@ Json Examine(const Job& job) {
   facts["kind"] = inspect::KindName(kind);
   if (job.asn1) {
     const auto text = inspect::Asn1Text(kind, job.message);
-    if (text) facts["asn1"] = Escaped(*text);
+    if (text) facts["asn1"] = EscapedLines(*text);
   }
   switch (kind) {
     case Kind::Request: facts.update(describe_request(job.message)); break;

@@ -6,11 +6,13 @@
 //   status        of a reply: status, name, text, fail_info
 //   token         the token in hexadecimal, when there is one
 //   info          the token's TSTInfo for people; raw holds what is compared
-//   raw           policy, hash, imprint, nonce as hexadecimal octets; times as received; cut
+//   raw           what is compared: policy, hash, imprint, nonce as hexadecimal octets (nonce_cut when
+//                 it is longer than the record); dotted algorithms of the signer
 //   description   what else stands in the message
-//   signer        the certificate that the token names: der, sha256, subject, key
-//   verification  code, asn1_error, ess, key, digest; own: code of the check with the token's own
-//                 certificate, when the one that was given did not pass
+//   ess           v1 or v2, the signing-certificate attribute that counts
+//   signer        the certificate that the token names: code, der, sha256, subject, key
+//   verification  code, asn1_error, key; of a given certificate given_sha256 and, when it did not
+//                 pass, own, the code of the check with the token's own certificate
 //   asn1          the printed message
 #pragma once
 

@@ -21,7 +21,12 @@ namespace qex::tool {
 namespace {
 
 constexpr Command kCommands[] = {
+    {"stamp", "have a file time-stamped, and keep the reply", AddStamp},
     {"request", "make a time-stamp request", AddRequest},
+    {"reply", "read the status of a reply, take the token out", AddReply},
+    {"verify", "check a token against a file and an authority", AddVerify},
+    {"show", "show a request, reply, token or certificate", AddShow},
+    {"cert", "take the authority's certificate out of a token", AddCert},
     {"digest", "print or check digests of files", AddDigest},
     {"explain", "explain a result code, ASN.1 error or exit status", AddExplain},
     {"version", "print the version", AddVersion},
@@ -101,6 +106,7 @@ Failure usage_failure(const CLI::ParseError& error, const Program& program, int 
   std::string text = Escaped(error.what());
   if (!text.empty() && text[0] >= 'A' && text[0] <= 'Z') text[0] = static_cast<char>(text[0] - 'A' + 'a');
   const std::string command = program.command_name();
+  if (command.empty() && count > 1 && words[1][0] != '-') text = "there is no command " + Escaped(words[1]);
   return UsageFailure(text, command.empty() ? "'qex help' lists the commands"
                                             : "'qex help " + command + "' lists what it takes");
 }

@@ -20,7 +20,7 @@ struct Job {
   std::string name;          // how failures name the message
   Bytes message;             // request, reply, token or certificate
   bool verify = false;       // the signature too, of a reply's token or a token
-  Bytes certificate;         // the one to verify with; empty: the token's own
+  Bytes certificate = {};    // the one to verify with; empty: the token's own
   std::string ess = "auto";  // which signing-certificate attribute counts: auto, v1, v2
   bool asn1 = false;         // print it too
 };

@@ -1,0 +1,97 @@
+// qex reply: the status of a reply, and the token out of it.
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "api/qex.h"
+#include "tool/command.h"
+#include "tool/failure.h"
+#include "tool/files.h"
+#include "tool/inspect/code_texts.h"
+#include "tool/judge.h"
+#include "tool/message.h"
+#include "tool/output.h"
+#include "tool/worker.h"
+
+namespace qex::tool {
+namespace {
+
+struct Arguments {
+  std::string file;
+  std::string frame = "raw";
+  bool token = false;
+  std::string output;
+};
+
+// Takes the transport framing off a reply that was stored as it came.
+Bytes unframed(Bytes data, const Arguments& arguments) {
+  const int32_t transport = arguments.frame == "socket" ? QEX_TRANSPORT_SOCKET : QEX_TRANSPORT_HTTP;
+  auto length = static_cast<uint32_t>(data.size());
+  uint32_t status = 0;
+  const int32_t code = QEX_UnpackTSR(data.data(), &length, &status, transport);
+  if (code == QEX_OK) {
+    data.resize(length);
+    return data;
+  }
+  std::string text = ShownPath(arguments.file) + ": " + inspect::CodeMeaning(code);
+  if (code == QEX_E_LENGTH)
+    text += ": " + std::to_string(length) + " octets are announced, " + std::to_string(data.size()) +
+            " are there";
+  if (code == QEX_E_FRAMING) {
+    text += arguments.frame == "http" ? ": HTTP status " + std::to_string(status)
+                                      : ": flag " + std::to_string(status);
+  }
+  throw Failure{ExitOfCode(code), text, "was the reply stored with another framing? --frame names it", code};
+}
+
+Message read_reply(const Arguments& arguments) {
+  if (arguments.frame == "raw") return ReadMessageOf(arguments.file, inspect::Kind::Reply);
+  Message message = ParseMessage(arguments.file, unframed(ReadMessage(arguments.file), arguments));
+  if (message.kind == inspect::Kind::Reply) return message;
+  throw Failure{ExitStatus::Input, ShownPath(arguments.file) + ": what is framed is no time-stamp reply",
+                "look at where it came from"};
+}
+
+ExitStatus read_status(const Arguments& arguments, const Options& options) {
+  if (!arguments.token && !arguments.output.empty()) {
+    throw UsageFailure("-o says where the token goes, so it takes --token", "add --token, or leave -o out");
+  }
+  const Message message = read_reply(arguments);
+  const std::string name = ShownPath(arguments.file);
+  const Answer answer = Ask({name, message.octets});
+  const std::optional<Failure> refusal = RefusalOf(answer.facts, name);
+  WriteLibraryMessages(answer.libraryMessages, options);
+  if (arguments.token && !refusal) {
+    const Bytes token = FromHex(answer.facts["token"].get<std::string>()).value();
+    const std::string output = arguments.output.empty() ? "-" : arguments.output;
+    if (!options.json || !IsStandardStream(output)) WriteOutput(output, token, "name a file with -o");
+  }
+  if (options.json) {
+    Json document = NewDocument("reply", arguments.file);
+    document["status"] = answer.facts["status"];
+    if (answer.facts.contains("token")) document["token"] = answer.facts["token"];
+    if (refusal) SetFailure(document, *refusal);
+    WriteJson(document);
+  } else if (!arguments.token && !options.quiet) {
+    WriteFields(answer.facts["status"]);
+  }
+  if (!refusal) return ExitStatus::Ok;
+  WriteFailure(*refusal, options);
+  return refusal->exit;
+}
+
+}  // namespace
+
+Run AddReply(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  app.add_option("TSR", arguments->file, "the reply; - is standard input")->required();
+  app.add_option("--frame", arguments->frame, "how it is framed: raw, socket or http")
+      ->check(CLI::IsMember({"raw", "socket", "http"}))
+      ->type_name("MODE");
+  app.add_flag("--token", arguments->token, "take the token out");
+  app.add_option("-o", arguments->output, "where the token goes; - is standard output")->type_name("FILE");
+  return [arguments](const Options& options) { return read_status(*arguments, options); };
+}
+
+}  // namespace qex::tool

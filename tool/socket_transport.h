@@ -1,0 +1,16 @@
+// A time-stamp exchange over a bare socket: a length of four octets, a flag, the message.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "tool/bytes.h"
+
+namespace qex::tool {
+
+// ExchangeOverSocket sends a framed request to `address` (HOST:PORT, [v6]:PORT) and returns the reply
+// without its frame; throws a Failure, whose exit status is Network when asking again may help.
+Bytes ExchangeOverSocket(const std::string& address, ByteView framedRequest,
+                         std::chrono::milliseconds timeout);
+
+}  // namespace qex::tool
