@@ -48,6 +48,8 @@ void add_common_options(CLI::App& app, Options& options) {
                "accept RSA keys with an exponent below 65537");
 }
 
+ExitStatus print_help(const std::string& subject);
+
 // The command line as it was read.
 struct Program {
   CLI::App app{"Time-stamping by RFC 3161.", "qex"};
@@ -67,21 +69,7 @@ struct Program {
     }
     CLI::App* help = app.add_subcommand("help", "explain a command and its options");
     help->add_option("COMMAND", helpSubject);
-    commands.emplace_back(help, [this](const Options&) { return print_help(); });
-  }
-
-  ExitStatus print_help() {
-    if (helpSubject.empty()) {
-      WriteText(app.help());
-      return ExitStatus::Ok;
-    }
-    for (const auto& [sub, run] : commands) {
-      if (sub->get_name() == helpSubject) {
-        WriteText(sub->help());
-        return ExitStatus::Ok;
-      }
-    }
-    throw UsageFailure("there is no command " + Escaped(helpSubject), "'qex help' lists the commands");
+    commands.emplace_back(help, [this](const Options&) { return print_help(helpSubject); });
   }
 
   std::string command_name() const {
@@ -91,6 +79,22 @@ struct Program {
     return "";
   }
 };
+
+// Texts come from a program of their own: one that has read a command line explains the command it read.
+ExitStatus print_help(const std::string& subject) {
+  Program fresh;
+  if (subject.empty()) {
+    WriteText(fresh.app.help());
+    return ExitStatus::Ok;
+  }
+  for (const auto& [sub, run] : fresh.commands) {
+    if (sub->get_name() == subject) {
+      WriteText(sub->help("qex"));
+      return ExitStatus::Ok;
+    }
+  }
+  throw UsageFailure("there is no command " + Escaped(subject), "'qex help' lists the commands");
+}
 
 Failure usage_failure(const CLI::ParseError& error, const Program& program, int count, char** words) {
   for (int i = 1; i < count; ++i) {
@@ -115,8 +119,7 @@ ExitStatus run_command(Program& program, int count, char** words) {
   try {
     program.app.parse(count, words);
   } catch (const CLI::CallForHelp&) {
-    program.helpSubject = program.command_name();
-    return program.print_help();
+    return print_help(program.command_name());
   } catch (const CLI::ParseError& error) {
     throw usage_failure(error, program, count, words);
   }

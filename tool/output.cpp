@@ -98,7 +98,7 @@ void SetFailure(Json& document, const Failure& failure) {
   document["asn1_error"] = failure.asn1Error;
   document["error"] = failure.message;
   if (!failure.hint.empty()) document["hint"] = failure.hint;
-  if (!failure.libraryMessages.empty()) document["library_messages"] = Escaped(failure.libraryMessages);
+  if (!failure.libraryMessages.empty()) document["library_messages"] = EscapedLines(failure.libraryMessages);
 }
 
 void WriteJson(const Json& document) {

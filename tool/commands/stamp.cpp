@@ -225,7 +225,7 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     } else if (!failure) {
       document["reply"] = ToHex(exchange.reply);
     }
-    if (!answer.libraryMessages.empty()) document["library_messages"] = Escaped(answer.libraryMessages);
+    if (!answer.libraryMessages.empty()) document["library_messages"] = EscapedLines(answer.libraryMessages);
     WriteJson(document);
   } else if (!options.quiet && answer.facts.contains("info")) {
     const std::string text = report.Text(options) + CutNote(answer.facts) + TimeLine(answer.facts);

@@ -188,7 +188,7 @@ ExitStatus verify(const Arguments& given, const Options& options) {
     if (answer.facts["signer"].contains("sha256"))
       document["signer_sha256"] = answer.facts["signer"]["sha256"];
     document["ess"] = answer.facts["ess"];
-    if (!answer.libraryMessages.empty()) document["library_messages"] = Escaped(answer.libraryMessages);
+    if (!answer.libraryMessages.empty()) document["library_messages"] = EscapedLines(answer.libraryMessages);
     WriteJson(document);
   } else if (!options.quiet) {
     std::string text = report.Text(options) + CutNote(answer.facts) + TimeLine(answer.facts);

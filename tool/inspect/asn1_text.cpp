@@ -70,7 +70,9 @@ std::optional<std::string> unknown_in(const Element& element, unsigned depth) {
   if (element.tag == 0x30 && first->tag == 0x06) {
     const auto value = parts.next();
     const bool lookedUp = value && value->tag != 0x01 && value->tag != 0x04 && value->tag != 0xA0;
-    if (lookedUp && !is_registered(first->content)) return NamedOid(DecodeOid(first->content));
+    const std::string identifier = DecodeOid(first->content);
+    const bool wellFormed = !identifier.starts_with('?');
+    if (lookedUp && wellFormed && !is_registered(first->content)) return NamedOid(identifier);
   }
   if (depth == kMaxDepth) return std::nullopt;
   Elements all(element.content);
