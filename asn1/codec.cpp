@@ -13,8 +13,6 @@
 namespace qex {
 namespace {
 
-constexpr AsnInt kOutOfMemoryCode = -27;
-
 // Members that are pointers are read and written as bytes: their pointee type is known to
 // the declaration, not to the engine.
 void* load_pointer(const void* slot) {
