@@ -8,34 +8,11 @@
 
 #include <cstring>
 
+#include "asn1/member_access.h"
 #include "ber/memory.h"
 
 namespace qex {
 namespace {
-
-// Members that are pointers are read and written as bytes: their pointee type is known to
-// the declaration, not to the engine.
-void* load_pointer(const void* slot) {
-  void* p;
-  std::memcpy(&p, slot, sizeof p);
-  return p;
-}
-void store_pointer(void* slot, void* p) {
-  std::memcpy(slot, &p, sizeof p);
-}
-
-void* slot_of(void* rec, const Field& f) {
-  return static_cast<char*>(rec) + f.offset;
-}
-const void* slot_of(const void* rec, const Field& f) {
-  return static_cast<const char*>(rec) + f.offset;
-}
-
-// The field's value, or null when it is held by a null pointer.
-const void* value_of(const void* rec, const Field& f) {
-  const void* slot = slot_of(rec, f);
-  return f.held == Held::Pointer ? load_pointer(slot) : slot;
-}
 
 bool starts_with_tag(const Type& t, AsnTag tag);
 
@@ -66,10 +43,10 @@ void* new_value(const Type& t, AsnJmpEnv& env) {
 
 // Where the field's value is to be decoded: in the record, or newly allocated and hung there.
 void* place_for(const Field& f, void* rec, AsnJmpEnv& env) {
-  void* slot = slot_of(rec, f);
+  void* slot = SlotOf(rec, f);
   if (f.held == Held::Inline) return slot;
   void* v = new_value(*f.type, env);
-  store_pointer(slot, v);
+  StorePointer(slot, v);
   return v;
 }
 
@@ -128,7 +105,7 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
 }
 
 void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv& env) {
-  auto* any = static_cast<AsnAny*>(slot_of(rec, f));
+  auto* any = static_cast<AsnAny*>(SlotOf(rec, f));
   const void* identifier = static_cast<const char*>(rec) + f.definedBy;
   if (f.definedByInt)
     SetAnyTypeByInt(any, *static_cast<const AsnInt*>(identifier));
@@ -214,11 +191,10 @@ void decode_field(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, v
 
 // Releases what a field holds and leaves it as if it had never been decoded.
 void clear_field(const Field& f, void* rec) {
-  void* slot = slot_of(rec, f);
-  void* v = f.held == Held::Pointer ? load_pointer(slot) : slot;
+  void* v = ValueOf(rec, f);
   FreeValue(*f.type, v);
   if (f.held == Held::Pointer) AsnFree(v);
-  std::memset(slot, 0, f.held == Held::Pointer ? sizeof(void*) : f.type->size);
+  std::memset(SlotOf(rec, f), 0, f.held == Held::Pointer ? sizeof(void*) : f.type->size);
 }
 
 [[gnu::noinline]] void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
@@ -293,19 +269,11 @@ bool is_absent(const Field& f, const void* v) {
   return f.type->codec->absent(v);
 }
 
-AsnLen encode_header(ExpBuf** b, AsnLen len, AsnTag tag) {
-  const AsnLen lengthOctets = BEncDefLen(b, len);
-  return lengthOctets + BEncTag(b, tag);
-}
-
 AsnLen encode_field(const Field& f, ExpBuf** b, const void* v) {
   const Type& t = *f.type;
-  if (f.tagging == Tagging::Implicit) {
-    const AsnLen n = EncodeContent(t, b, v);
-    return n + encode_header(b, n, f.tag);
-  }
+  if (f.tagging == Tagging::Implicit) return BEncLenAndTag(b, f.tag, EncodeContent(t, b, v));
   const AsnLen n = EncodeFull(t, b, v);
-  return f.tagging == Tagging::Explicit ? n + encode_header(b, n, f.tag) : n;
+  return f.tagging == Tagging::Explicit ? BEncLenAndTag(b, f.tag, n) : n;
 }
 
 AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
@@ -354,7 +322,7 @@ AsnLen EncodeContent(const Type& t, ExpBuf** b, const void* v) {
     case Kind::OpenList: return encode_list(kAsnAny, b, static_cast<const AsnList*>(v));
     case Kind::Choice: {
       const Field& f = t.fields[size_t(*static_cast<const AsnInt*>(v))];
-      const void* alternative = load_pointer(slot_of(v, f));
+      const void* alternative = ValueOf(v, f);
       return alternative == nullptr ? 0 : encode_field(f, b, alternative);
     }
     case Kind::Sequence:
@@ -362,7 +330,7 @@ AsnLen EncodeContent(const Type& t, ExpBuf** b, const void* v) {
   }
   AsnLen n = 0;
   for (size_t i = t.fields.size(); i-- > 0;) {
-    const void* fieldValue = value_of(v, t.fields[i]);
+    const void* fieldValue = ValueOf(v, t.fields[i]);
     if (!is_absent(t.fields[i], fieldValue)) n += encode_field(t.fields[i], b, fieldValue);
   }
   return n;
@@ -373,7 +341,7 @@ AsnLen EncodeFull(const Type& t, ExpBuf** b, const void* v) {
   // The alternative of a CHOICE, an open type and a value in place of a SET bring their own tag.
   if (t.kind == Kind::Choice || t.kind == Kind::Any) return n;
   if (t.kind == Kind::OpenList && is_in_place(t, static_cast<const AsnList*>(v))) return n;
-  return n + encode_header(b, n, t.tag);
+  return BEncLenAndTag(b, t.tag, n);
 }
 
 void FreeValue(const Type& t, void* v) {
@@ -386,15 +354,14 @@ void FreeValue(const Type& t, void* v) {
     case Kind::Sequence:
     case Kind::Set:
       for (const Field& f : t.fields) {
-        void* slot = slot_of(v, f);
-        void* fieldValue = f.held == Held::Pointer ? load_pointer(slot) : slot;
+        void* fieldValue = ValueOf(v, f);
         FreeValue(*f.type, fieldValue);
         if (f.held == Held::Pointer) AsnFree(fieldValue);
       }
       return;
     case Kind::Choice: {
       const Field& f = t.fields[size_t(*static_cast<AsnInt*>(v))];
-      void* alternative = load_pointer(slot_of(v, f));
+      void* alternative = ValueOf(v, f);
       FreeValue(*f.type, alternative);
       AsnFree(alternative);
       return;

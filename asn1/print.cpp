@@ -1,24 +1,12 @@
 // Values as text, by descriptor: braces and names for structures, the primitive types' own
 // print routines for the rest.
 #include "asn1/codec.h"
-
-#include <cstring>
+#include "asn1/member_access.h"
 
 namespace qex {
 namespace {
 
 constexpr unsigned kIndentStep = 4;
-
-const void* load_pointer(const void* slot) {
-  const void* p;
-  std::memcpy(&p, slot, sizeof p);
-  return p;
-}
-
-const void* value_of(const void* rec, const Field& f) {
-  const void* slot = static_cast<const char*>(rec) + f.offset;
-  return f.held == Held::Pointer ? load_pointer(slot) : slot;
-}
 
 // An inline open type is always printed: its absence shows as a malformed value.
 bool is_printed(const Field& f, const void* v) {
@@ -41,7 +29,7 @@ void print_record(const Type& t, FILE* f, const void* v, unsigned indent) {
   std::fputs(t.kind == Kind::Set ? "{ -- SET --\n" : "{ -- SEQUENCE --\n", f);
   const char* separator = "";
   for (const Field& field : t.fields) {
-    const void* fieldValue = value_of(v, field);
+    const void* fieldValue = ValueOf(v, field);
     if (!is_printed(field, fieldValue)) continue;
     std::fputs(separator, f);
     separator = ",\n";
@@ -77,7 +65,7 @@ void PrintValue(const Type& t, FILE* f, const void* v, unsigned indent) {
     case Kind::Choice: {
       const Field& alternative = t.fields[size_t(*static_cast<const AsnInt*>(v))];
       std::fprintf(f, "%s ", alternative.name);
-      PrintValue(*alternative.type, f, value_of(v, alternative), indent);
+      PrintValue(*alternative.type, f, ValueOf(v, alternative), indent);
       return;
     }
   }
