@@ -4,6 +4,7 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
+#include <optional>
 
 #include "api/frame.h"
 #include "api/token.h"
@@ -118,7 +119,7 @@ int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t*
   const SignedData* signedData = SignedDataOf(token);
   if (signedData == nullptr) return QEX_E_NOCERT;
   const uint32_t capacity = *outLength;  // *outLength itself changes with every certificate
-  const CertificateIds ids = certificate_ids(token);
+  std::optional<CertificateIds> ids;     // read with the first certificate, and the switch with them
   for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
     if (element->choice != CertificateChoices::kX509Certificate) continue;
     const Certificate* candidate = element->certificate;
@@ -126,7 +127,8 @@ int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t*
     if (!EncodeInto(buf, [&](ExpBuf** b) { BEncCertificate(b, candidate); })) return QEX_E_NOMEM;
     if (EncodedLength(buf) == 0) return QEX_E_MISSING;
     *outLength = EncodedLength(buf);
-    if (check_ids(ids, buf.block(), true) != QEX_OK) continue;
+    if (!ids) ids = certificate_ids(token);
+    if (check_ids(*ids, buf.block(), true) != QEX_OK) continue;
     if (certificate != nullptr) *certificate = candidate;
     return CopyOut(buf, out, capacity, outLength);
   }

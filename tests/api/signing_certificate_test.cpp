@@ -101,6 +101,17 @@ TEST(EssSwitch, IsReadByTheFirstCheckAndNotBefore) {
   });
 }
 
+TEST(EssSwitch, IsNotReadForATokenWithoutCertificates) {
+  // The search read the switch before it knew whether there was a certificate to check.
+  InFreshProcess(nullptr, [] {
+    TokenMaker maker;
+    maker.certificates.clear();
+    EXPECT_EQ(Verify(maker.encode()), QEX_E_NOCERT);
+    setenv("QEX_VERIFY_ESSCERTIDV2", "1", 1);
+    EXPECT_EQ(Verify(naming({}, {sha2_name(kSha256, AuthorityCertificate())})), QEX_OK);
+  });
+}
+
 // --- The second version ------------------------------------------------------------------
 
 TEST(EssCertIdV2, AnySha2DigestNamesTheCertificate) {
