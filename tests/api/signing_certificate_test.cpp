@@ -14,25 +14,6 @@
 namespace qex::test {
 namespace {
 
-struct Verdict {
-  int32_t code;
-  int32_t error;
-  bool operator==(const Verdict&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Verdict& verdict) {
-  return out << "code " << verdict.code << ", error " << verdict.error;
-}
-
-Verdict verdict(const Octets& token) {
-  const int32_t code = Verify(token);
-  return {code, QEX_GetLastAsnError()};
-}
-Verdict verdict(const Octets& token, const Octets& certificate) {
-  const int32_t code = Verify(token, certificate);
-  return {code, QEX_GetLastAsnError()};
-}
-
 const Verdict kVerifies{QEX_OK, 0};
 const Verdict kNoCertificate{QEX_E_NOCERT, 100};
 
@@ -118,8 +99,8 @@ TEST(EssCertIdV2, AnySha2DigestNamesTheCertificate) {
   InFreshProcess("1", [] {
     for (const char* digest : {kSha256, kSha384, kSha512}) {
       const Octets token = naming({}, {sha2_name(digest, AuthorityCertificate())});
-      EXPECT_EQ(verdict(token), kVerifies) << digest;
-      EXPECT_EQ(verdict(token, AuthorityCertificate()), kVerifies) << digest;
+      EXPECT_EQ(VerdictOn(token), kVerifies) << digest;
+      EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), kVerifies) << digest;
       EXPECT_EQ(Fetch(TsaCert(token)).octets, AuthorityCertificate()) << digest;
     }
   });
@@ -129,8 +110,8 @@ TEST(EssCertIdV2, Sha1AndMd5NeverMatch) {
   InFreshProcess("1", [] {
     for (const char* digest : {kSha1, kMd5}) {
       const Octets token = naming({}, {sha2_name(digest, AuthorityCertificate())});
-      EXPECT_EQ(verdict(token), kNoCertificate) << digest;
-      EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0})) << digest;
+      EXPECT_EQ(VerdictOn(token), kNoCertificate) << digest;
+      EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0})) << digest;
     }
   });
 }
@@ -138,17 +119,18 @@ TEST(EssCertIdV2, Sha1AndMd5NeverMatch) {
 TEST(EssCertIdV2, ParametersOfTheAlgorithmDoNotMatter) {
   InFreshProcess("1", [] {
     const Octets hash = Digest(kSha256, AuthorityCertificate());
-    EXPECT_EQ(verdict(naming({}, {EssCertIdV2(der::algorithm(kSha256, der::null()), hash)})), kVerifies);
+    EXPECT_EQ(VerdictOn(naming({}, {EssCertIdV2(der::algorithm(kSha256, der::null()), hash)})), kVerifies);
   });
 }
 
 TEST(EssCertIdV2, AbsentAlgorithmIsSha256) {
   InFreshProcess("1", [] {
     const Octets token = naming({}, {EssCertIdV2({}, Digest(kSha256, AuthorityCertificate()))});
-    EXPECT_EQ(verdict(token), kVerifies);
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), kVerifies);
+    EXPECT_EQ(VerdictOn(token), kVerifies);
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), kVerifies);
     for (const char* other : {kSha1, kSha384, kSha512}) {
-      EXPECT_EQ(verdict(naming({}, {EssCertIdV2({}, Digest(other, AuthorityCertificate()))})), kNoCertificate)
+      EXPECT_EQ(VerdictOn(naming({}, {EssCertIdV2({}, Digest(other, AuthorityCertificate()))})),
+                kNoCertificate)
           << other;
     }
   });
@@ -158,15 +140,15 @@ TEST(EssCertIdV2, HashUnderAnotherAlgorithmDoesNotMatch) {
   InFreshProcess("1", [] {
     const Octets token =
         naming({}, {EssCertIdV2(der::algorithm(kSha384), Digest(kSha256, AuthorityCertificate()))});
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
   });
 }
 
 TEST(EssCertIdV2, OtherCertificateDoesNotMatch) {
   InFreshProcess("1", [] {
     const Octets token = naming({}, {sha2_name(kSha256, OtherCertificate())});
-    EXPECT_EQ(verdict(token), kNoCertificate);
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
+    EXPECT_EQ(VerdictOn(token), kNoCertificate);
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
   });
 }
 
@@ -174,16 +156,16 @@ TEST(EssCertIdV2, CertificateNamedOnlySecondIsAMismatch) {
   InFreshProcess("1", [] {
     const Octets token =
         naming({}, {sha2_name(kSha256, OtherCertificate()), sha2_name(kSha256, AuthorityCertificate())});
-    EXPECT_EQ(verdict(token), kNoCertificate);
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
+    EXPECT_EQ(VerdictOn(token), kNoCertificate);
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
   });
 }
 
 TEST(EssCertIdV2, FirstVersionAloneCountsAsNone) {
   InFreshProcess("1", [] {
     const Octets token = TokenMaker().encode();
-    EXPECT_EQ(verdict(token), kNoCertificate);
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
+    EXPECT_EQ(VerdictOn(token), kNoCertificate);
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
     EXPECT_EQ(AskLength(TsaCert(token), kUnset),
               (Output{QEX_E_NOCERT, uint32_t(AuthorityCertificate().size()), {}}));
   });
@@ -197,12 +179,12 @@ TEST(EssCertIdV2, OfBothVersionsTheOneSwitchedToCounts) {
     return naming({sha1_name(AuthorityCertificate())}, {sha2_name(kSha256, OtherCertificate())});
   };
   InFreshProcess("1", [&] {
-    EXPECT_EQ(verdict(second_right()), kVerifies);
-    EXPECT_EQ(verdict(first_right()), kNoCertificate);
+    EXPECT_EQ(VerdictOn(second_right()), kVerifies);
+    EXPECT_EQ(VerdictOn(first_right()), kNoCertificate);
   });
   InFreshProcess(nullptr, [&] {
-    EXPECT_EQ(verdict(second_right()), kNoCertificate);
-    EXPECT_EQ(verdict(first_right()), kVerifies);
+    EXPECT_EQ(VerdictOn(second_right()), kNoCertificate);
+    EXPECT_EQ(VerdictOn(first_right()), kVerifies);
   });
 }
 
@@ -212,8 +194,8 @@ TEST(EssCertIdV2, AttributeWithoutAnIdentifierCountsAsNone) {
                                     Attribute(kSigningCertificateV2Attribute, {SigningCertificate({})})}) {
       TokenMaker maker;
       maker.signer().extra = {attribute};
-      EXPECT_EQ(verdict(maker.encode()), kNoCertificate);
-      EXPECT_EQ(verdict(maker.encode(), AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
+      EXPECT_EQ(VerdictOn(maker.encode()), kNoCertificate);
+      EXPECT_EQ(VerdictOn(maker.encode(), AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
     }
   });
 }

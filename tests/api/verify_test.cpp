@@ -17,26 +17,6 @@ constexpr const char* kEd25519 = "1.3.101.112";
 constexpr const char* kIdDsa = "1.2.840.10040.4.1";
 constexpr const char* kRipemd160 = "1.3.36.3.2.1";
 
-// Verdict is the code and the last ASN.1 error behind it.
-struct Verdict {
-  int32_t code;
-  int32_t error;
-  bool operator==(const Verdict&) const = default;
-};
-
-std::ostream& operator<<(std::ostream& out, const Verdict& verdict) {
-  return out << "code " << verdict.code << ", error " << verdict.error;
-}
-
-Verdict verdict(const Octets& token) {
-  const int32_t code = Verify(token);
-  return {code, QEX_GetLastAsnError()};
-}
-Verdict verdict(const Octets& token, const Octets& certificate) {
-  const int32_t code = Verify(token, certificate);
-  return {code, QEX_GetLastAsnError()};
-}
-
 const Verdict kVerifies{QEX_OK, 0};
 constexpr int32_t kLacksAPart = 100;
 
@@ -50,8 +30,8 @@ Octets with_signer(F change) {
 
 // expect_both expects the same verdict with the token's certificate and with the caller's.
 void expect_both(const Octets& token, const Verdict& expected) {
-  EXPECT_EQ(verdict(token), expected) << "with the token's certificate";
-  EXPECT_EQ(verdict(token, AuthorityCertificate()), expected) << "with the caller's certificate";
+  EXPECT_EQ(VerdictOn(token), expected) << "with the token's certificate";
+  EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), expected) << "with the caller's certificate";
 }
 
 // --- What verifies ---------------------------------------------------------------------
@@ -63,8 +43,8 @@ TEST(Verify, MadeTokenVerifiesWithEitherCertificate) {
 TEST(Verify, CertificateOfTheCallerNeedsNoneInTheToken) {
   TokenMaker maker;
   maker.certificates.clear();
-  EXPECT_EQ(verdict(maker.encode(), AuthorityCertificate()), kVerifies);
-  EXPECT_EQ(verdict(maker.encode()), (Verdict{QEX_E_NOCERT, kLacksAPart}));
+  EXPECT_EQ(VerdictOn(maker.encode(), AuthorityCertificate()), kVerifies);
+  EXPECT_EQ(VerdictOn(maker.encode()), (Verdict{QEX_E_NOCERT, kLacksAPart}));
 }
 
 TEST(Verify, CertificateOfLength0IsNone) {
@@ -134,8 +114,8 @@ TEST(Verify, LongKeyVerifies) {
   maker.certificates = {certificate.encode()};
   maker.signer().key = certificate.key;
   maker.signer().certificate = maker.certificates[0];
-  EXPECT_EQ(verdict(maker.encode()), kVerifies);
-  EXPECT_EQ(verdict(maker.encode(), maker.certificates[0]), kVerifies);
+  EXPECT_EQ(VerdictOn(maker.encode()), kVerifies);
+  EXPECT_EQ(VerdictOn(maker.encode(), maker.certificates[0]), kVerifies);
 }
 
 TEST(Verify, NullParametersMayBePresentOrAbsentOnEitherSide) {
@@ -355,8 +335,8 @@ TEST(Verify, FirstSigningCertificateAttributeCounts) {
       signer.extra = row.attributes;
       signer.sorted = false;
     });
-    EXPECT_EQ(verdict(token), row.match ? kVerifies : (Verdict{QEX_E_NOCERT, kLacksAPart}));
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), row.match ? kVerifies : (Verdict{QEX_E_MISMATCH, 0}));
+    EXPECT_EQ(VerdictOn(token), row.match ? kVerifies : (Verdict{QEX_E_NOCERT, kLacksAPart}));
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), row.match ? kVerifies : (Verdict{QEX_E_MISMATCH, 0}));
   }
 }
 
@@ -383,8 +363,8 @@ TEST(Verify, CertificateIsFoundAmongOthers) {
                         AuthorityCertificate(), OtherCertificate()};
   expect_both(maker.encode(), kVerifies);
   maker.certificates = {OtherCertificate(), OtherCertificate()};
-  EXPECT_EQ(verdict(maker.encode()), (Verdict{QEX_E_NOCERT, kLacksAPart}));
-  EXPECT_EQ(verdict(maker.encode(), AuthorityCertificate()), kVerifies);
+  EXPECT_EQ(VerdictOn(maker.encode()), (Verdict{QEX_E_NOCERT, kLacksAPart}));
+  EXPECT_EQ(VerdictOn(maker.encode(), AuthorityCertificate()), kVerifies);
 }
 
 TEST(Verify, CertificateOfTheTokenIsHashedAsEncodedAfresh) {
@@ -392,28 +372,28 @@ TEST(Verify, CertificateOfTheTokenIsHashedAsEncodedAfresh) {
   const Octets loose = der::indefinite(0x30, Octets(certificate.begin() + 4, certificate.end()));
   TokenMaker maker;
   maker.certificates = {loose};
-  EXPECT_EQ(verdict(maker.encode()), kVerifies);
+  EXPECT_EQ(VerdictOn(maker.encode()), kVerifies);
   // Named by the octets received it is found only where these are hashed: as the caller's.
   maker.signer().certificate = loose;
-  EXPECT_EQ(verdict(maker.encode()), (Verdict{QEX_E_NOCERT, kLacksAPart}));
-  EXPECT_EQ(verdict(maker.encode(), loose), kVerifies);
-  EXPECT_EQ(verdict(maker.encode(), certificate), (Verdict{QEX_E_MISMATCH, 0}));
+  EXPECT_EQ(VerdictOn(maker.encode()), (Verdict{QEX_E_NOCERT, kLacksAPart}));
+  EXPECT_EQ(VerdictOn(maker.encode(), loose), kVerifies);
+  EXPECT_EQ(VerdictOn(maker.encode(), certificate), (Verdict{QEX_E_MISMATCH, 0}));
 }
 
 TEST(Verify, BytesBehindTheCallersCertificateTakePartInItsHash) {
   const Octets longer = der::concat(AuthorityCertificate(), Octets{0x00, 0x01});
-  EXPECT_EQ(verdict(TokenMaker().encode(), longer), (Verdict{QEX_E_MISMATCH, 0}));
+  EXPECT_EQ(VerdictOn(TokenMaker().encode(), longer), (Verdict{QEX_E_MISMATCH, 0}));
   TokenMaker maker;
   maker.signer().certificate = longer;
-  EXPECT_EQ(verdict(maker.encode(), longer), kVerifies);
-  EXPECT_EQ(verdict(maker.encode(), AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
+  EXPECT_EQ(VerdictOn(maker.encode(), longer), kVerifies);
+  EXPECT_EQ(VerdictOn(maker.encode(), AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
 }
 
 // --- -1: arguments and the caller's certificate ----------------------------------------------------
 
 TEST(Verify, NullTokenIsAnArgumentErrorAndKeepsTheLastError) {
   const ErrorCapture quiet;
-  EXPECT_EQ(verdict({}), (Verdict{QEX_E_BADTOKEN, -26}));
+  EXPECT_EQ(VerdictOn({}), (Verdict{QEX_E_BADTOKEN, -26}));
   const Guarded certificate(AuthorityCertificate());
   EXPECT_EQ(QEX_VerifyTST_Signature(nullptr, 100, nullptr, 0), QEX_E_ARG);
   EXPECT_EQ(QEX_VerifyTST_Signature(nullptr, 0, certificate.data(), certificate.size()), QEX_E_ARG);
@@ -425,10 +405,10 @@ TEST(Verify, CallersCertificateThatDoesNotDecodeIsAnArgumentError) {
   const Octets token = TokenMaker().encode();
   Octets cut = AuthorityCertificate();
   cut.pop_back();
-  EXPECT_EQ(verdict(token, cut), (Verdict{QEX_E_ARG, -4})) << "the signature BIT STRING ends early";
-  EXPECT_EQ(verdict(token, {0x30}), (Verdict{QEX_E_ARG, -13}));
-  EXPECT_EQ(verdict(token, {0x30, 0x85}), (Verdict{QEX_E_ARG, -14}));
-  const Verdict another_tag = verdict(token, {0x31, 0x00});
+  EXPECT_EQ(VerdictOn(token, cut), (Verdict{QEX_E_ARG, -4})) << "the signature BIT STRING ends early";
+  EXPECT_EQ(VerdictOn(token, {0x30}), (Verdict{QEX_E_ARG, -13}));
+  EXPECT_EQ(VerdictOn(token, {0x30, 0x85}), (Verdict{QEX_E_ARG, -14}));
+  const Verdict another_tag = VerdictOn(token, {0x31, 0x00});
   EXPECT_EQ(another_tag.code, QEX_E_ARG);
   EXPECT_LE(another_tag.error, -100);
 }
@@ -437,20 +417,20 @@ TEST(Verify, TokenIsLookedAtBeforeTheCallersCertificate) {
   const ErrorCapture quiet;
   TokenMaker maker;
   maker.signers.clear();
-  EXPECT_EQ(verdict(maker.encode(), {0x31, 0x00}), (Verdict{QEX_E_BADTOKEN, kLacksAPart}));
+  EXPECT_EQ(VerdictOn(maker.encode(), {0x31, 0x00}), (Verdict{QEX_E_BADTOKEN, kLacksAPart}));
 }
 
 // --- -7: the token ---------------------------------------------------------------------------------
 
 TEST(Verify, TokenThatDoesNotDecodeIsBadWithTheDecodersNumber) {
   const ErrorCapture quiet;
-  EXPECT_EQ(verdict({0x30}), (Verdict{QEX_E_BADTOKEN, -13}));
-  EXPECT_EQ(verdict({0x30, 0x82, 0x01}), (Verdict{QEX_E_BADTOKEN, -15}));
-  EXPECT_EQ(verdict(der::sequence(der::oid("1.2.3"), der::context(0, der::null()))),
+  EXPECT_EQ(VerdictOn({0x30}), (Verdict{QEX_E_BADTOKEN, -13}));
+  EXPECT_EQ(VerdictOn({0x30, 0x82, 0x01}), (Verdict{QEX_E_BADTOKEN, -15}));
+  EXPECT_EQ(VerdictOn(der::sequence(der::oid("1.2.3"), der::context(0, der::null()))),
             (Verdict{QEX_E_BADTOKEN, -44}));
   Octets cut = TokenMaker().encode();
   cut.pop_back();
-  EXPECT_EQ(verdict(cut), (Verdict{QEX_E_BADTOKEN, -20})) << "the signature OCTET STRING ends early";
+  EXPECT_EQ(VerdictOn(cut), (Verdict{QEX_E_BADTOKEN, -20})) << "the signature OCTET STRING ends early";
 }
 
 TEST(Verify, AttributeOfAnUnknownTypeDoesNotDecode) {
@@ -502,8 +482,8 @@ TEST(Verify, WellFormedTokenThatLacksAPartIsBadWithLastError100) {
 TEST(Verify, TokenWithoutTheAttributeHasNoCertificateOrDoesNotNameTheCallers) {
   const Octets unnamed =
       with_signer([](SignerMaker& signer) { signer.without = {kSigningCertificateAttribute}; });
-  EXPECT_EQ(verdict(unnamed), (Verdict{QEX_E_NOCERT, kLacksAPart}));
-  EXPECT_EQ(verdict(unnamed, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
+  EXPECT_EQ(VerdictOn(unnamed), (Verdict{QEX_E_NOCERT, kLacksAPart}));
+  EXPECT_EQ(VerdictOn(unnamed, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
 }
 
 TEST(Verify, AttributeWithoutAnIdentifierCountsAsNone) {
@@ -514,8 +494,8 @@ TEST(Verify, AttributeWithoutAnIdentifierCountsAsNone) {
       signer.without = {kSigningCertificateAttribute};
       signer.extra = {attribute};
     });
-    EXPECT_EQ(verdict(token), (Verdict{QEX_E_NOCERT, kLacksAPart}));
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
+    EXPECT_EQ(VerdictOn(token), (Verdict{QEX_E_NOCERT, kLacksAPart}));
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
   }
 }
 
@@ -526,8 +506,8 @@ TEST(Verify, SecondVersionAloneCountsAsNoneWithoutTheSwitch) {
                               {SigningCertificate({EssCertIdV2(der::algorithm(kSha256),
                                                                Digest(kSha256, AuthorityCertificate()))})})};
   });
-  EXPECT_EQ(verdict(token), (Verdict{QEX_E_NOCERT, kLacksAPart}));
-  EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
+  EXPECT_EQ(VerdictOn(token), (Verdict{QEX_E_NOCERT, kLacksAPart}));
+  EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_DECODE, 0}));
 }
 
 TEST(Verify, CertificateNamedOnlySecondIsAMismatch) {
@@ -537,8 +517,8 @@ TEST(Verify, CertificateNamedOnlySecondIsAMismatch) {
         kSigningCertificateAttribute,
         {SigningCertificate({EssCertId(Octets(20, 7)), EssCertId(Digest(kSha1, AuthorityCertificate()))})})};
   });
-  EXPECT_EQ(verdict(token), (Verdict{QEX_E_NOCERT, kLacksAPart}));
-  EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
+  EXPECT_EQ(VerdictOn(token), (Verdict{QEX_E_NOCERT, kLacksAPart}));
+  EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
 }
 
 TEST(Verify, HashIsComparedInLengthToo) {
@@ -548,7 +528,7 @@ TEST(Verify, HashIsComparedInLengthToo) {
       signer.without = {kSigningCertificateAttribute};
       signer.extra = {Attribute(kSigningCertificateAttribute, {SigningCertificate({EssCertId(other)})})};
     });
-    EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0})) << other.size();
+    EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0})) << other.size();
   }
 }
 
@@ -570,7 +550,7 @@ TEST(Verify, SignatureIsJudgedBeforeTheCallersCertificateIsNamed) {
     signer.without = {kSigningCertificateAttribute};
     signer.signature = Octets(128, 1);
   });
-  EXPECT_EQ(verdict(token, AuthorityCertificate()), (Verdict{QEX_E_SIGNATURE, 0}));
+  EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_SIGNATURE, 0}));
 }
 
 // --- -8: digest and signature -----------------------------------------------------------------------------
@@ -617,7 +597,7 @@ TEST(Verify, EveryBitOfTheSignatureCounts) {
     Octets spoilt = signature;
     spoilt[bit / 8] = uint8_t(spoilt[bit / 8] ^ 0x80 >> bit % 8);
     maker.signer().signature = spoilt;
-    EXPECT_EQ(verdict(maker.encode()), (Verdict{QEX_E_SIGNATURE, 0})) << bit;
+    EXPECT_EQ(VerdictOn(maker.encode()), (Verdict{QEX_E_SIGNATURE, 0})) << bit;
   }
 }
 
@@ -661,8 +641,8 @@ KeyCase with_key(const Octets& public_key_info, const char* digest = kSha256) {
 
 void expect_key(const Octets& public_key_info, const Verdict& expected, const char* digest = kSha256) {
   const KeyCase made = with_key(public_key_info, digest);
-  EXPECT_EQ(verdict(made.token), expected) << "with the token's certificate";
-  EXPECT_EQ(verdict(made.token, made.certificate), expected) << "with the caller's certificate";
+  EXPECT_EQ(VerdictOn(made.token), expected) << "with the token's certificate";
+  EXPECT_EQ(VerdictOn(made.token, made.certificate), expected) << "with the caller's certificate";
 }
 
 Octets rsa_key_info(const Octets& key) {
@@ -742,7 +722,7 @@ TEST(VerifyKey, SignatureThatIsTooLargeComesBeforeTheKey) {
   maker.certificates = {made.certificate};
   maker.signer().certificate = made.certificate;
   maker.signer().signature = Octets(65537, 0x11);
-  EXPECT_EQ(verdict(maker.encode()), (Verdict{QEX_E_NOMEM, 0}));
+  EXPECT_EQ(VerdictOn(maker.encode()), (Verdict{QEX_E_NOMEM, 0}));
 }
 
 TEST(VerifyKey, OtherKeyAlgorithmsAreNotSupported) {
@@ -764,7 +744,7 @@ TEST(VerifyKey, DsaKeyIsNotSupportedWithRsaAlgorithmsNorLongDigests) {
       maker.signer().certificate = made.certificate;
       maker.signer().digest = digest;
       maker.signer().signature_algorithm = algorithm;
-      EXPECT_EQ(verdict(maker.encode()), (Verdict{QEX_E_UNSUPPORTED, 0})) << algorithm << " " << digest;
+      EXPECT_EQ(VerdictOn(maker.encode()), (Verdict{QEX_E_UNSUPPORTED, 0})) << algorithm << " " << digest;
     }
   }
 }
@@ -783,8 +763,8 @@ TEST(VerifyKey, CertificateWithAKeyOfAnUnknownTypeDoesNotDecode) {
   const Octets key_info = der::sequence(der::algorithm("1.2.840.10045.2.1", der::oid("1.2.840.10045.3.1.7")),
                                         der::bit_string(Octets(65, 4)));
   const KeyCase made = with_key(key_info);
-  EXPECT_EQ(verdict(made.token), (Verdict{QEX_E_BADTOKEN, -44}));
-  EXPECT_EQ(verdict(TokenMaker().encode(), made.certificate), (Verdict{QEX_E_ARG, -44}));
+  EXPECT_EQ(VerdictOn(made.token), (Verdict{QEX_E_BADTOKEN, -44}));
+  EXPECT_EQ(VerdictOn(TokenMaker().encode(), made.certificate), (Verdict{QEX_E_ARG, -44}));
 }
 
 }  // namespace

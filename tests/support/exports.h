@@ -110,6 +110,26 @@ inline int32_t Verify(const Octets& token, const Octets& certificate) {
   return QEX_VerifyTST_Signature(input.data(), input.size(), given.data(), given.size());
 }
 
+// Verdict is the code of such a run and the last ASN.1 error behind it.
+struct Verdict {
+  int32_t code;
+  int32_t error;
+  bool operator==(const Verdict&) const = default;
+};
+
+inline std::ostream& operator<<(std::ostream& out, const Verdict& verdict) {
+  return out << "code " << verdict.code << ", error " << verdict.error;
+}
+
+inline Verdict VerdictOn(const Octets& token) {
+  const int32_t code = Verify(token);
+  return {code, QEX_GetLastAsnError()};
+}
+inline Verdict VerdictOn(const Octets& token, const Octets& certificate) {
+  const int32_t code = Verify(token, certificate);
+  return {code, QEX_GetLastAsnError()};
+}
+
 // PutText stores a text in a field of a record, with zeros behind it.
 template <size_t kSize>
 void PutText(char (&field)[kSize], std::string_view text) {
