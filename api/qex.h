@@ -311,7 +311,7 @@ QEX_EXPORT int32_t QEX_DecodeTSQ(QEX_TSQ_DATA* req, const uint8_t* data, uint32_
  *   HTTP/ in front, no end of the head or no status in the status line. `buffer` is unchanged.
  * QEX_E_UNSUPPORTED: transport 3; nothing is touched. QEX_E_NOMEM: `buffer` is unchanged.
  * QEX_E_LENGTH: the announced length differs from *length, which is set to the total that is announced,
- *   head included: read on until that many bytes are there, and call again.
+ *   head included (4294967295 when it is more): read on until that many bytes are there, and call again.
  * QEX_E_FRAMING: HTTP status not 200, content type missing or another, content length 0; socket flag not 5.
  */
 QEX_EXPORT int32_t QEX_UnpackTSR(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus,

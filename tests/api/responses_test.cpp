@@ -139,6 +139,8 @@ TEST(UnpackSocket, AnnouncedLengthThatWrapsIsNotTaken) {
       const Unpacked unpacked = unpack(Octets(reply.begin(), reply.begin() + length), QEX_TRANSPORT_SOCKET);
       EXPECT_LT(unpacked.code, 0) << announced << " " << length;
     }
+    EXPECT_EQ(unpack(reply, QEX_TRANSPORT_SOCKET), (Unpacked{QEX_E_LENGTH, UINT32_MAX, 5, reply}))
+        << announced;
   }
 }
 
