@@ -189,6 +189,66 @@ typedef struct QEX_TSTINFO {
   char tsaName[512];            /* as above */
 } QEX_TSTINFO;
 
+/* Who a time attribute certificate is for and from (RFC 3281, 4.1). 2556 bytes. */
+typedef struct QEX_TACINFO_EX {
+  uint32_t size;                /* 2556, set by the caller before the call; kept */
+  int32_t version;              /* of the certificate; 1 is v2 */
+  char holderName[512];         /* the holder's first name, as CN=...;O=...; empty when it has none or
+                                   one that is no directory name */
+  char digestAlgorithm[128];    /* of the holder's objectDigestInfo, dotted text; empty when absent */
+  uint8_t objectDigest[128];    /* its digest, the first up to 128 bytes */
+  int32_t objectDigestLen;      /* its full length */
+  char issuerName[512];         /* the issuer's first name, like holderName */
+  uint8_t serialNumber[40];     /* contents octets of the serial number, the first up to 40 bytes */
+  int32_t serialNumberLen;      /* its full length */
+  char notBefore[32];           /* validity, a GeneralizedTime as encoded, at most 31 characters */
+  char notAfter[32];            /* likewise */
+  char signatureAlgorithm[128]; /* the algorithm inside the signed part, dotted text */
+  uint8_t signatureValue[1024]; /* the signature, its first up to 1024 bytes */
+  int32_t signatureValueLen;    /* its full length */
+} QEX_TACINFO_EX;
+
+/* The same, short form. 2428 bytes. */
+typedef struct QEX_TACINFO {
+  int32_t version;              /* as above */
+  char holderName[512];         /* as above */
+  char digestAlgorithm[128];    /* as above */
+  uint8_t objectDigest[40];     /* the first 40 bytes; more are cut without a report */
+  int32_t objectDigestLen;      /* the full length, which may exceed 40 */
+  char issuerName[512];         /* as above */
+  QEX_U64 serialNumber;         /* 0 when it has more than 64 bits */
+  char notBefore[32];           /* as above */
+  char notAfter[32];            /* as above */
+  char signatureAlgorithm[128]; /* as above */
+  uint8_t signatureValue[1024]; /* as above */
+  int32_t signatureValueLen;    /* as above */
+} QEX_TACINFO;
+
+/* The authority's timing metrics. Times are UTC, YYYYMMDDhhmmssZ; durations are in seconds. 108 bytes. */
+typedef struct QEX_TIMING_METRICS_EX {
+  char ntpTime[32];    /* the time of its clock */
+  float offset;        /* of its clock from the reference */
+  float delay;         /* to the reference and back */
+  char expiration[32]; /* until when the metrics hold */
+  int32_t leapAction;  /* action of the last leap event; 0 when the metrics have no leapEvent */
+  char leapTime[32];   /* its time; empty when the metrics have no leapEvent */
+} QEX_TIMING_METRICS_EX;
+
+/* The same without the leap event. 72 bytes. */
+typedef struct QEX_TIMING_METRICS {
+  char ntpTime[32];
+  float offset;
+  float delay;
+  char expiration[32];
+} QEX_TIMING_METRICS;
+
+/* The authority's timing policy. 136 bytes. */
+typedef struct QEX_TIMING_POLICY {
+  char policyID[128]; /* the first policy identifier, dotted text; empty when there is none */
+  float maxOffset;    /* in seconds; 0 when absent */
+  float maxDelay;     /* in seconds; 0 when absent */
+} QEX_TIMING_POLICY;
+
 /* ---- Digests: MD5 (RFC 1321), SHA-1, SHA-256, SHA-384, SHA-512 (FIPS 180-4). ----
  *
  * QEX_x_Init returns a new context. It does not check its allocation: when memory is out it faults, as
@@ -411,6 +471,123 @@ QEX_EXPORT int32_t QEX_GetTST_TSACert(uint8_t* out, uint32_t* outLength, const u
  */
 QEX_EXPORT int32_t QEX_VerifyTST_Signature(const uint8_t* token, uint32_t tokenLen, const uint8_t* tsaCert,
                                            uint32_t tsaCertLen) QEX_NOEXCEPT;
+
+/*
+ * QEX_TSTInfoToIDData writes the token with its content typed as plain data (id-data, RFC 5652, 4), for
+ * readers that know no TSTInfo, to `out`. The content's octets and the signature stay as they are; the
+ * version of the SignedData is computed anew (RFC 5652, 5.1). It is encoded afresh, in definite lengths.
+ *
+ * QEX_OK. QEX_E_ARG: `token` or `outLength` null. QEX_E_NOMEM. QEX_E_DECODE: the token does not decode.
+ * QEX_E_MISSING: `out` is null, which is no question for the length here; *outLength is not touched.
+ * QEX_E_SIZE: `out` is too small; *outLength is the length needed.
+ */
+QEX_EXPORT int32_t QEX_TSTInfoToIDData(const uint8_t* token, uint32_t tokenLength, uint8_t* out,
+                                       uint32_t* outLength) QEX_NOEXCEPT;
+
+/*
+ * QEX_RemoveAttrCerts writes the token without the attribute certificates of its certificate set to `out`,
+ * with the version of the SignedData computed anew. `out` may be `token` itself.
+ *
+ * QEX_OK. QEX_E_ARG: `token` or `outLength` null. QEX_E_NOMEM. QEX_E_DECODE: the token does not decode.
+ * QEX_E_MISSING: `out` is null; *outLength is not touched.
+ * QEX_E_SIZE: `out` is too small; *outLength is the length needed.
+ * A token that has none is handed out as it came in, byte for byte, and *outLength is tokenLength whatever
+ * the code: QEX_OK when it was copied, QEX_E_SIZE when `out` is too small, and QEX_E_MISSING when `out` is
+ * `token` itself, where there is nothing to do.
+ */
+QEX_EXPORT int32_t QEX_RemoveAttrCerts(const uint8_t* token, uint32_t tokenLength, uint8_t* out,
+                                       uint32_t* outLength) QEX_NOEXCEPT;
+
+/* ---- Time attribute certificates ----
+ *
+ * An authority may attach to its tokens an attribute certificate (RFC 3281) that states its timing metrics
+ * and its timing policy. Input is the token, or the bare attribute certificate. Nothing here verifies the
+ * signature of that certificate.
+ */
+
+/*
+ * QEX_GetTST_TimeAttributeCert writes the time attribute certificate that a token carries to `out` under the
+ * output-buffer rule: the first attribute certificate of the set that the second or a later identifier of the
+ * signing-certificate attribute names (of the version that QEX_VERIFY_ESSCERTIDV2 selects), else the first
+ * one of the signer attributes, which no identifier needs to name. It is encoded afresh.
+ *
+ * QEX_OK. QEX_E_ARG: `token` or `outLen` null. QEX_E_NOMEM. QEX_E_DECODE: the token does not decode.
+ * QEX_E_MISSING: it has no signed data, or a certificate could not be encoded.
+ * QEX_E_NOTAC: it carries none; *outLen is the length of the last attribute certificate that was examined,
+ *   and unchanged when there was none.
+ * QEX_E_SIZE: `out` null or too small.
+ */
+QEX_EXPORT int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8_t* token,
+                                                uint32_t tokenLen) QEX_NOEXCEPT;
+
+/*
+ * QEX_CheckTAC_MatchesTST tells whether the attribute certificate of `tacLen` bytes belongs to the token:
+ * its digest stands in the second or a later identifier of the signing-certificate attribute, or it is, byte
+ * for byte, the one in the signer attributes.
+ *
+ * QEX_OK: it does. QEX_E_ARG: `tac` or `token` null. QEX_E_NOMEM: the ASN.1 tables could not be built.
+ * QEX_E_DECODE: the token does not decode, or has no signing-certificate attribute of the version used; the
+ *   signer attributes are then not tried.
+ * QEX_E_MISMATCH: it does not belong to the token.
+ */
+QEX_EXPORT int32_t QEX_CheckTAC_MatchesTST(const uint8_t* tac, uint32_t tacLen, const uint8_t* token,
+                                           uint32_t tokenLen) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTAC_CertInfoEx reads who an attribute certificate is for and from. Names other than directory
+ * names, and parts that are absent, leave their fields empty; an entry that does not fit into a name is left
+ * out without a report.
+ *
+ * QEX_OK. QEX_E_ARG: a pointer is null or size is not 2556; the record is untouched. By all other codes but
+ * QEX_OK and QEX_E_SIZE it is cleared. QEX_E_NOMEM. QEX_E_DECODE: no AttributeCertificate.
+ * QEX_E_MISSING: it has no signed part.
+ * QEX_E_SIZE: a digest of more than 128 bytes, a serial number of more than 40, a signature of more than
+ *   1024 or an identifier whose text is longer than its field; the record is filled with what fits.
+ */
+QEX_EXPORT int32_t QEX_GetTAC_CertInfoEx(QEX_TACINFO_EX* record, const uint8_t* tac,
+                                         uint32_t tacLen) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTAC_CertInfo is QEX_GetTAC_CertInfoEx for the short record, which any code but QEX_OK leaves
+ * unchanged; so QEX_E_SIZE fills nothing here. A serial number of more than 64 bits reads as 0.
+ */
+QEX_EXPORT int32_t QEX_GetTAC_CertInfo(QEX_TACINFO* record, const uint8_t* tac, uint32_t tacLen) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTAC_TimingMetricsEx reads the timing metrics of an attribute certificate, from the first attribute
+ * that holds any; of several metrics in it the last, or in its single-value form the first.
+ *
+ * Durations are computed in single precision, from the low 32 bits of the seconds and the microseconds, and
+ * multiplied by the sign. Times can be rendered from 1969-12-31 12:00:00 to 2038-01-19 03:14:07 UTC. Texts
+ * are written with their terminator; the bytes behind it are not touched. A list of leap events that is
+ * present but empty leaves leapAction and leapTime as they were.
+ *
+ * QEX_OK. QEX_E_ARG: a pointer is null. QEX_E_NOMEM. QEX_E_DECODE: no AttributeCertificate.
+ * QEX_E_MISSING: it has no timing metrics. The record is unchanged by all of these.
+ * QEX_E_SIZE: a number of more than 64 bits, which counts as 0, or a time that cannot be rendered, whose
+ *   text is then empty; the record is filled.
+ */
+QEX_EXPORT int32_t QEX_GetTAC_TimingMetricsEx(QEX_TIMING_METRICS_EX* record, const uint8_t* tac,
+                                              uint32_t tacLen) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTAC_TimingMetrics is QEX_GetTAC_TimingMetricsEx for the short record, which any code but QEX_OK
+ * leaves unchanged.
+ */
+QEX_EXPORT int32_t QEX_GetTAC_TimingMetrics(QEX_TIMING_METRICS* record, const uint8_t* tac,
+                                            uint32_t tacLen) QEX_NOEXCEPT;
+
+/*
+ * QEX_GetTAC_TimingPolicy reads the timing policy of an attribute certificate; of several policies the last.
+ * An identifier whose text is longer than its field is cut, and a number of more than 64 bits counts as 0,
+ * without a report.
+ *
+ * QEX_OK. QEX_E_ARG: a pointer is null. QEX_E_NOMEM. QEX_E_DECODE: no AttributeCertificate.
+ * QEX_E_MISSING: it has no attributes. QEX_E_NOPOLICY: it has attributes, but no timing policy. The record
+ * is unchanged by all of these.
+ */
+QEX_EXPORT int32_t QEX_GetTAC_TimingPolicy(QEX_TIMING_POLICY* record, const uint8_t* tac,
+                                           uint32_t tacLen) QEX_NOEXCEPT;
 
 #ifdef __cplusplus
 }

@@ -4,7 +4,6 @@
 #include <atomic>
 #include <cstdlib>
 #include <cstring>
-#include <optional>
 
 #include "api/frame.h"
 #include "api/token.h"
@@ -56,43 +55,43 @@ class CertificateDigests {
   DigestValue sha2_[3];
 };
 
-// The certificate identifiers of the attribute in use: ESSCertID or ESSCertIDv2.
-struct CertificateIds {
-  const AsnList* list = nullptr;  // null: no attribute, or no identifier in it
-  bool v2 = false;
-};
-
-// Deliberate: the version in use is the only one looked at, even when the token has the other.
-CertificateIds certificate_ids(const ContentInfo& token) {
-  CertificateIds ids;
-  ids.v2 = UseEssCertIdV2() == 1;
-  const AsnOid& wanted = ids.v2 ? kIdSigningCertificateV2 : kIdSigningCertificate;
-  const SignerInfo* signer = FirstSignerInfo(token);
-  if (signer == nullptr) return ids;
+// The first signed attribute of type `wanted`, or null.
+const Attribute* find_attribute(const SignerInfo* signer, const AsnOid& wanted) {
+  if (signer == nullptr) return nullptr;
   for (const Attribute* attribute : ElementsOf<Attribute>(signer->signedAttrs)) {
-    if (!AsnOidEqual(attribute->type, wanted)) continue;
-    const auto* value = FirstOf<AsnAny>(attribute->values);
-    if (value == nullptr) return ids;
-    if (ids.v2) {
-      const auto* v2 = ValueAs<SigningCertificateV2>(*value, kAnySigningCertificateV2);
-      if (v2 != nullptr) ids.list = v2->certs;
-    } else {
-      const auto* v1 = ValueAs<SigningCertificate>(*value, kAnySigningCertificate);
-      if (v1 != nullptr) ids.list = v1->certs;
-    }
-    if (ids.list != nullptr && ids.list->first == nullptr) ids.list = nullptr;
-    return ids;
+    if (AsnOidEqual(attribute->type, wanted)) return attribute;
   }
-  return ids;
+  return nullptr;
 }
 
-int32_t check_ids(const CertificateIds& ids, ExpBuf* certificateBytes, bool firstOnly) {
-  if (ids.list == nullptr) return QEX_E_DECODE;
+}  // namespace
+
+// Deliberate: the version in use is the only one looked at, even when the token has the other.
+void SigningCertificateIds::find() {
+  found_ = true;
+  v2_ = UseEssCertIdV2() == 1;
+  const Attribute* attribute =
+      find_attribute(FirstSignerInfo(token_), v2_ ? kIdSigningCertificateV2 : kIdSigningCertificate);
+  const auto* value = attribute == nullptr ? nullptr : FirstOf<AsnAny>(attribute->values);
+  if (value == nullptr) return;
+  if (v2_) {
+    const auto* ids = ValueAs<SigningCertificateV2>(*value, kAnySigningCertificateV2);
+    if (ids != nullptr) list_ = ids->certs;
+  } else {
+    const auto* ids = ValueAs<SigningCertificate>(*value, kAnySigningCertificate);
+    if (ids != nullptr) list_ = ids->certs;
+  }
+  if (list_ != nullptr && list_->first == nullptr) list_ = nullptr;
+}
+
+int32_t SigningCertificateIds::Check(ExpBuf* certificateBytes, bool firstOnly) {
+  if (!found_) find();
+  if (list_ == nullptr) return QEX_E_DECODE;
   CertificateDigests digests(certificateBytes);
-  const AsnListNode* node = firstOnly ? ids.list->first : ids.list->first->next;
+  const AsnListNode* node = firstOnly ? list_->first : list_->first->next;
   for (; node != nullptr; node = firstOnly ? nullptr : node->next) {
     bool matches = false;
-    if (ids.v2) {
+    if (v2_) {
       const auto& id = *static_cast<const ESSCertIDv2*>(node->data[0]);
       matches = digests.match_v2(id.certHash, id.hashAlgorithm);
     } else {
@@ -103,10 +102,8 @@ int32_t check_ids(const CertificateIds& ids, ExpBuf* certificateBytes, bool firs
   return QEX_E_MISMATCH;
 }
 
-}  // namespace
-
 int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, bool firstOnly) {
-  return check_ids(certificate_ids(token), certificateBytes, firstOnly);
+  return SigningCertificateIds(token).Check(certificateBytes, firstOnly);
 }
 
 bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
@@ -119,7 +116,7 @@ int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t*
   const SignedData* signedData = SignedDataOf(token);
   if (signedData == nullptr) return QEX_E_NOCERT;
   const uint32_t capacity = *outLength;  // *outLength itself changes with every certificate
-  std::optional<CertificateIds> ids;     // read with the first certificate, and the switch with them
+  SigningCertificateIds ids(token);
   for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
     if (element->choice != CertificateChoices::kX509Certificate) continue;
     const Certificate* candidate = element->certificate;
@@ -127,8 +124,7 @@ int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t*
     if (!EncodeInto(buf, [&](ExpBuf** b) { BEncCertificate(b, candidate); })) return QEX_E_NOMEM;
     if (EncodedLength(buf) == 0) return QEX_E_MISSING;
     *outLength = EncodedLength(buf);
-    if (!ids) ids = certificate_ids(token);
-    if (check_ids(*ids, buf.block(), true) != QEX_OK) continue;
+    if (ids.Check(buf.block(), true) != QEX_OK) continue;
     if (certificate != nullptr) *certificate = candidate;
     return CopyOut(buf, out, capacity, outLength);
   }

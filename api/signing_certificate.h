@@ -16,11 +16,29 @@ namespace qex {
 // Deliberate: it is read once in the life of the process.
 uint32_t UseEssCertIdV2();
 
-// CheckSigningCertificate looks for the certificate (or attribute certificate) whose encoding is
-// the data of `certificateBytes` among the identifiers of the token's signing-certificate
-// attribute: the first one alone when `firstOnly`, else the second and later ones alone.
-// QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute of the version in use, or no
-// identifier in it. QEX_E_MISMATCH: no identifier matches. issuerSerial is never compared.
+// The certificate identifiers of a token's signing-certificate attribute, of the version in use.
+// The attribute is looked up, and the switch between the versions read, with the first
+// certificate that is checked. The token must outlive it.
+class SigningCertificateIds {
+ public:
+  explicit SigningCertificateIds(const ContentInfo& token) : token_(token) {}
+
+  // Check looks for the certificate (or attribute certificate) whose encoding is the data of
+  // `certificateBytes`: at the first identifier alone when `firstOnly`, else at the second and later
+  // ones alone. QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute, or no identifier
+  // in it. QEX_E_MISMATCH: no identifier matches. issuerSerial is never compared.
+  int32_t Check(ExpBuf* certificateBytes, bool firstOnly);
+
+ private:
+  void find();
+
+  const ContentInfo& token_;
+  bool found_ = false;
+  bool v2_ = false;
+  const AsnList* list_ = nullptr;  // of ESSCertID or ESSCertIDv2; null: none
+};
+
+// CheckSigningCertificate is the check of one certificate against the identifiers of `token`.
 int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, bool firstOnly);
 
 // MatchCertHashV2 returns whether `certHash` is the digest of `certificateBytes` with

@@ -1,0 +1,97 @@
+// The token exports that rewrite: content typed as plain data, and attribute certificates taken out.
+//
+// Both decode the token, change the decoded value and encode it again; the octets that the
+// signature covers are not touched.
+#include <cstring>
+
+#include "api/qex.h"
+#include "api/signed_data_version.h"
+#include "api/token.h"
+#include "asn1/oids.h"
+#include "ber/memory.h"
+
+namespace qex {
+namespace {
+
+// set_content_type stores an own copy of `type`, which the release of the token frees; false when
+// memory is out.
+bool set_content_type(EncapsulatedContentInfo* content, const AsnOid& type) {
+  auto* octets = static_cast<uint8_t*>(AsnAlloc(type.count));
+  if (octets == nullptr) return false;
+  std::memcpy(octets, type.octs, type.count);
+  FreeAsnOid(&content->eContentType);
+  content->eContentType = {type.count, octets};
+  return true;
+}
+
+bool is_attribute_certificate(const CertificateChoices& element) {
+  return element.choice == CertificateChoices::kV1AttrCert ||
+         element.choice == CertificateChoices::kV2AttrCert;
+}
+
+// remove_attribute_certificates leaves the rest of the set in its order and returns whether there
+// were any.
+bool remove_attribute_certificates(AsnList* certificates) {
+  if (certificates == nullptr) return false;
+  const int32_t before = certificates->count;
+  auto* slot = static_cast<void**>(AsnListFirst(certificates));
+  while (slot != nullptr) {
+    auto* element = static_cast<CertificateChoices*>(*slot);
+    if (is_attribute_certificate(*element)) {
+      AsnListRemoveCurrent(certificates);
+      FreeCertificateChoices(element);
+      AsnFree(element);
+      slot = static_cast<void**>(AsnListCurr(certificates));
+    } else {
+      slot = static_cast<void**>(certificates->curr->next == nullptr ? nullptr : AsnListNext(certificates));
+    }
+  }
+  return certificates->count != before;
+}
+
+int32_t write_token(const ContentInfo& token, uint8_t* out, uint32_t* outLength) {
+  RecomputeSignedDataVersion(token);
+  ExpBufHolder buf;
+  if (!EncodeInto(buf, [&](ExpBuf** b) { BEncContentInfo(b, &token); })) return QEX_E_NOMEM;
+  if (EncodedLength(buf) == 0) return QEX_E_MISSING;
+  return CopyOut(buf, out, *outLength, outLength);
+}
+
+}  // namespace
+}  // namespace qex
+
+using namespace qex;
+
+int32_t QEX_TSTInfoToIDData(const uint8_t* token, uint32_t tokenLength, uint8_t* out,
+                            uint32_t* outLength) noexcept {
+  if (token == nullptr || outLength == nullptr) return QEX_E_ARG;
+  if (!EnsureAsnInit()) return QEX_E_NOMEM;
+  DecodedToken contentInfo;
+  if (!DecodeToken(token, tokenLength, &contentInfo)) return QEX_E_DECODE;
+  // Deliberate: no size request; a null output is a missing one.
+  if (out == nullptr) return QEX_E_MISSING;
+  SignedData* signedData = SignedDataOf(contentInfo.value);
+  if (signedData != nullptr && !set_content_type(signedData->encapContentInfo, kIdData)) return QEX_E_NOMEM;
+  return write_token(contentInfo.value, out, outLength);
+}
+
+int32_t QEX_RemoveAttrCerts(const uint8_t* token, uint32_t tokenLength, uint8_t* out,
+                            uint32_t* outLength) noexcept {
+  if (token == nullptr || outLength == nullptr) return QEX_E_ARG;
+  if (!EnsureAsnInit()) return QEX_E_NOMEM;
+  DecodedToken contentInfo;
+  if (!DecodeToken(token, tokenLength, &contentInfo)) return QEX_E_DECODE;
+  if (out == nullptr) return QEX_E_MISSING;
+  SignedData* signedData = SignedDataOf(contentInfo.value);
+  if (signedData != nullptr && remove_attribute_certificates(signedData->certificates)) {
+    return write_token(contentInfo.value, out, outLength);
+  }
+  // Nothing to remove: the token goes out as it came in, byte for byte.
+  const uint32_t capacity = *outLength;
+  *outLength = tokenLength;
+  if (capacity < tokenLength) return QEX_E_SIZE;
+  // Deliberate: in place there is nothing to hand out, which is told from a copy by the code.
+  if (out == token) return QEX_E_MISSING;
+  std::memmove(out, token, tokenLength);
+  return QEX_OK;
+}

@@ -1,0 +1,116 @@
+// The exports that tie a time attribute certificate to a token: taking it out of the token, and
+// checking that a given one belongs to it.
+//
+// A token carries it in its certificate set, named by the second or a later identifier of the
+// signing-certificate attribute, or whole in its signer attributes (RFC 5126, 5.11.3).
+#include <algorithm>
+
+#include "api/qex.h"
+#include "api/signing_certificate.h"
+#include "api/token.h"
+#include "asn1/cades.h"
+#include "asn1/oids.h"
+
+namespace qex {
+namespace {
+
+// signer_attribute_certificate returns the first attribute certificate that the signer-attributes
+// attribute holds, or null.
+const AttributeCertificate* signer_attribute_certificate(const SignerInfo* signer) {
+  if (signer == nullptr) return nullptr;
+  for (const Attribute* attribute : ElementsOf<Attribute>(signer->signedAttrs)) {
+    if (!AsnOidEqual(attribute->type, kIdSignerAttributes)) continue;
+    const auto* value = FirstOf<AsnAny>(attribute->values);
+    if (value == nullptr) return nullptr;
+    for (const auto* element :
+         ElementsOf<SignerAttributeChoice>(ValueAs<AsnList>(*value, kAnySignerAttributes))) {
+      if (element->choice == SignerAttributeChoice::kCertifiedAttributes &&
+          element->certifiedAttributes != nullptr) {
+        return element->certifiedAttributes;
+      }
+    }
+    return nullptr;
+  }
+  return nullptr;
+}
+
+// encode_signer_attribute_certificate encodes it afresh into `buf`. No identifier is asked whether
+// the token names it.
+int32_t encode_signer_attribute_certificate(const SignerInfo* signer, ExpBufHolder& buf) {
+  const AttributeCertificate* certificate = signer_attribute_certificate(signer);
+  if (certificate == nullptr) return QEX_E_NOTAC;
+  if (!EncodeInto(buf, [&](ExpBuf** b) { BEncAttributeCertificate(b, certificate); })) return QEX_E_NOMEM;
+  return EncodedLength(buf) == 0 ? QEX_E_MISSING : QEX_OK;
+}
+
+bool is_attribute_certificate(const CertificateChoices& element) {
+  return element.choice == CertificateChoices::kV1AttrCert ||
+         element.choice == CertificateChoices::kV2AttrCert;
+}
+
+// encode_alone encodes an attribute certificate of the set as it stands alone, a SEQUENCE, whatever
+// tag it has in the set.
+bool encode_alone(const CertificateChoices& element, ExpBufHolder& buf) {
+  return EncodeInto(buf, [&](ExpBuf** b) {
+    if (element.choice == CertificateChoices::kV1AttrCert)
+      BEncAttributeCertificateV1(b, element.v1AttrCert);
+    else
+      BEncAttributeCertificate(b, element.v2AttrCert);
+  });
+}
+
+bool equals(ExpBufHolder& buf, const uint8_t* octets, uint32_t length) {
+  if (EncodedLength(buf) != length) return false;
+  const ExpBuf* block = buf.block();
+  for (const uint8_t* at = octets; block != nullptr; block = block->nextBlock) {
+    if (!std::equal(block->first, block->end, at)) return false;
+    at += block->end - block->first;
+  }
+  return true;
+}
+
+}  // namespace
+}  // namespace qex
+
+using namespace qex;
+
+int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8_t* token,
+                                     uint32_t tokenLen) noexcept {
+  if (token == nullptr || outLen == nullptr) return QEX_E_ARG;
+  if (!EnsureAsnInit()) return QEX_E_NOMEM;
+  DecodedToken contentInfo;
+  if (!DecodeToken(token, tokenLen, &contentInfo)) return QEX_E_DECODE;
+  const SignedData* signedData = SignedDataOf(contentInfo.value);
+  if (signedData == nullptr) return QEX_E_MISSING;
+
+  const uint32_t capacity = *outLen;  // *outLen itself changes with every certificate
+  SigningCertificateIds ids(contentInfo.value);
+  for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
+    if (!is_attribute_certificate(*element)) continue;
+    ExpBufHolder buf;
+    if (!encode_alone(*element, buf)) return QEX_E_NOMEM;
+    if (EncodedLength(buf) == 0) return QEX_E_MISSING;
+    *outLen = EncodedLength(buf);
+    if (ids.Check(buf.block(), false) == QEX_OK) return CopyOut(buf, out, capacity, outLen);
+  }
+  ExpBufHolder buf;
+  const int32_t code = encode_signer_attribute_certificate(FirstSignerInfo(contentInfo.value), buf);
+  return code == QEX_OK ? CopyOut(buf, out, capacity, outLen) : code;
+}
+
+int32_t QEX_CheckTAC_MatchesTST(const uint8_t* tac, uint32_t tacLen, const uint8_t* token,
+                                uint32_t tokenLen) noexcept {
+  if (tac == nullptr || token == nullptr) return QEX_E_ARG;
+  if (!EnsureAsnInit()) return QEX_E_NOMEM;
+  DecodedToken contentInfo;
+  if (!DecodeToken(token, tokenLen, &contentInfo)) return QEX_E_DECODE;
+
+  ExpBuf bytes;
+  ExpBufWrapData(&bytes, tac, tacLen);
+  const int32_t named = CheckSigningCertificate(contentInfo.value, &bytes, false);
+  // Deliberate: without the attribute the signer attributes are not tried.
+  if (named != QEX_E_MISMATCH) return named;
+  ExpBufHolder buf;
+  const int32_t code = encode_signer_attribute_certificate(FirstSignerInfo(contentInfo.value), buf);
+  return code == QEX_OK && equals(buf, tac, tacLen) ? QEX_OK : QEX_E_MISMATCH;
+}
