@@ -443,11 +443,15 @@ QEX_EXPORT int32_t QEX_GetTST_TSACert(uint8_t* out, uint32_t* outLength, const u
  * QEX_VerifyTST_Signature checks that the token was signed with the authority's key: the first SignerInfo's
  * message-digest attribute is the digest of the content, its signature over the signed attributes verifies
  * under the RSA key of the authority's certificate (PKCS #1 v1.5), and the first identifier of its
- * signing-certificate attribute names that certificate. DSA keys are not supported yet.
+ * signing-certificate attribute names that certificate.
  *
  * The certificate is that of `tsaCert`, `tsaCertLen` bytes of DER. When `tsaCert` is null or its length 0,
  * it is looked for among the certificates of the token: the token is then consistent in itself, and whose
  * key it was is for the caller to judge.
+ *
+ * Keys: RSA with MD5, SHA-1, SHA-256, SHA-384 and SHA-512; DSA with SHA-1 and SHA-256. Deliberate: no more
+ * than the first 20 octets of the digest take part with DSA, also for a q of 224 or 256 bits; what FIPS 186
+ * signs with such a key and SHA-256 is therefore refused (QEX_E_SIGNATURE).
  *
  * Not checked: certificate dates, chain, revocation and key usage; the content types, the signing time, the
  * signer identifier; further SignerInfos; the octets in front of the DigestInfo in an RSA block. Therefore

@@ -12,6 +12,7 @@
 #include "api/qex.h"
 #include "asn1/oids.h"
 #include "crypto/bignum.h"
+#include "crypto/dsa.h"
 #include "crypto/rsa.h"
 
 namespace qex {
@@ -101,6 +102,60 @@ int32_t check_rsa(const SignatureInput& in) {
   return match_digest_info(algorithm, in.digest, block.get(), length);
 }
 
+// --- DSA (FIPS 186-4, 4.7) -------------------------------------------------------
+
+constexpr uint32_t kDsaDigestOctets = 20;
+
+// set_dsa_key fills `p` to `y` from the certificate's key.
+int32_t set_dsa_key(const SubjectPublicKeyInfo& info, BigNumber& p, BigNumber& q, BigNumber& g,
+                    BigNumber& y) {
+  const auto* parms = ValueAs<Dss_Parms>(info.algorithm->parameters, kAnyDsa);
+  if (parms == nullptr || parms->p.octs == nullptr || parms->q.octs == nullptr || parms->g.octs == nullptr) {
+    return QEX_E_MISSING;
+  }
+  Decoded<AsnOcts, FreeBigIntegerStr> value;
+  const AsnBits& bits = info.subjectPublicKey;
+  const AsnInt code = AsnCatch(
+      [&](AsnJmpEnv& env) { DecodeBytes(BDecBigIntegerStr, bits.octs, bits.count / 8, &value.value, env); });
+  if (code != 0 || value.value.octs == nullptr) return QEX_E_MISSING;
+  return y.set(value.value) && p.set(parms->p) && q.set(parms->q) && g.set(parms->g) ? QEX_OK : QEX_E_NOMEM;
+}
+
+// set_dsa_signature fills r and s. Forty octets are the two numbers as they stand, never an encoding.
+int32_t set_dsa_signature(const AsnOcts& signature, BigNumber& r, BigNumber& s) {
+  constexpr uint32_t kHalf = 20;
+  if (signature.count == 2 * kHalf) {
+    return r.set({kHalf, signature.octs}) && s.set({kHalf, signature.octs + kHalf}) ? QEX_OK : QEX_E_NOMEM;
+  }
+  Decoded<Dss_Sig_Value, FreeDss_Sig_Value> pair;
+  const AsnInt code = AsnCatch([&](AsnJmpEnv& env) {
+    DecodeBytes(BDecDss_Sig_Value_BI, signature.octs, signature.count, &pair.value, env);
+  });
+  if (code != 0) return QEX_E_SIGNATURE;
+  return r.set(pair.value.r) && s.set(pair.value.s) ? QEX_OK : QEX_E_NOMEM;
+}
+
+int32_t check_dsa(const SignatureInput& in) {
+  BigNumber p, q, g, y, r, s;
+  if (const int32_t code = set_dsa_key(in.key, p, q, g, y); code != QEX_OK) return code;
+  if (const int32_t code = set_dsa_signature(in.signer.signature, r, s); code != QEX_OK) return code;
+
+  // Deliberate: no more than 20 octets of the digest take part, also for a longer q, where
+  // FIPS 186 signs as many as q has. Such a signature does not verify.
+  DigestBuf digest{};
+  digest.length = kDsaDigestOctets;
+  std::memcpy(digest.octets, in.digest.octets, kDsaDigestOctets);
+  DSAKey key{};
+  key.p = p.n;
+  key.q = q.n;
+  key.g = g.n;
+  key.y = y.n;
+  const DSASig signature{r.n, s.n};
+  uint32_t result = DSA_PENDING;
+  const uint32_t code = dsa_verify(&digest, &key, &signature, nullptr, &result);
+  return code == KXBN_OK && result == DSA_VALID ? QEX_OK : QEX_E_SIGNATURE;
+}
+
 // --- Algorithms ------------------------------------------------------------------
 
 struct AlgorithmRow {
@@ -112,16 +167,18 @@ struct AlgorithmRow {
 
 // clang-format off
 constexpr AlgorithmRow kAlgorithms[] = {
-    {kIdRsaEncryption, kIdSha1,   kIdRsaEncryption,           check_rsa},
-    {kIdRsaEncryption, kIdMd5,    kIdRsaEncryption,           check_rsa},
-    {kIdRsaEncryption, kIdSha256, kIdRsaEncryption,           check_rsa},
-    {kIdRsaEncryption, kIdSha384, kIdRsaEncryption,           check_rsa},
-    {kIdRsaEncryption, kIdSha512, kIdRsaEncryption,           check_rsa},
-    {kIdRsaEncryption, kIdSha1,   kIdSha1WithRsa,   check_rsa},
-    {kIdRsaEncryption, kIdMd5,    kIdMd5WithRsa,    check_rsa},
-    {kIdRsaEncryption, kIdSha256, kIdSha256WithRsa, check_rsa},
-    {kIdRsaEncryption, kIdSha384, kIdSha384WithRsa, check_rsa},
-    {kIdRsaEncryption, kIdSha512, kIdSha512WithRsa, check_rsa},
+    {kIdRsaEncryption, kIdSha1,    kIdRsaEncryption, check_rsa},
+    {kIdRsaEncryption, kIdMd5,     kIdRsaEncryption, check_rsa},
+    {kIdRsaEncryption, kIdSha256,  kIdRsaEncryption, check_rsa},
+    {kIdRsaEncryption, kIdSha384,  kIdRsaEncryption, check_rsa},
+    {kIdRsaEncryption, kIdSha512,  kIdRsaEncryption, check_rsa},
+    {kIdRsaEncryption, kIdSha1,    kIdSha1WithRsa,   check_rsa},
+    {kIdRsaEncryption, kIdMd5,     kIdMd5WithRsa,    check_rsa},
+    {kIdRsaEncryption, kIdSha256,  kIdSha256WithRsa, check_rsa},
+    {kIdRsaEncryption, kIdSha384,  kIdSha384WithRsa, check_rsa},
+    {kIdRsaEncryption, kIdSha512,  kIdSha512WithRsa, check_rsa},
+    {kIdDsa,           kIdSha1,    kIdDsaWithSha1,   check_dsa},
+    {kIdDsa,           kIdSha256,  kIdDsaWithSha256, check_dsa},
 };
 // clang-format on
 
