@@ -48,7 +48,7 @@ TEST(Codec, WritesRepliesAsOpensslDid) {
 
 TEST(Codec, WritesTokensAsOpensslDid) {
   size_t indefinite = 0;
-  for (const Sample& sample : Samples("tokens.txt", 12)) {
+  for (const Sample& sample : Samples("tokens.txt", 14)) {
     SCOPED_TRACE(sample.name);
     const Octets token = sample.file(".token");
     const std::string der = REWRITTEN(ContentInfo, token);
@@ -64,7 +64,7 @@ TEST(Codec, WritesTokensAsOpensslDid) {
 }
 
 TEST(Codec, WritesTstInfosAsOpensslDid) {
-  for (const Sample& sample : Samples("replies.txt", 80)) {
+  for (const Sample& sample : Samples("replies.txt", 85)) {
     SCOPED_TRACE(sample.name);
     const Octets token = sample.file(".token");
     const Element root = ParseDer(token);

@@ -237,6 +237,10 @@ def make_replies():
             replies.append((f"{key}-{digest}", f"{imprint}-cert", key, digest))
             ess = LATER_ESS[(i + j) % len(LATER_ESS)]
             replies.append((f"{key}-{digest}-v2-{ess}", f"{imprint}-full", key, digest, ess))
+    for key, digests in {"dsa1024": ["sha1", "sha256"], "dsa2048": ["sha256"]}.items():
+        for digest in digests:
+            replies.append((f"{key}-{digest}", "sha256-cert", key, digest))
+            replies.append((f"{key}-{digest}-v2", "sha256-cert", key, digest, "sha256"))
     for version, ess in {"v1": "sha1", "v2": "sha384"}.items():
         def more(name, request="sha256-cert", digest="sha256", chain=False, **options):
             replies.append((f"{name}-{version}", request, "rsa2048", digest, ess, chain, options))
@@ -310,6 +314,8 @@ def make_tokens():
         ("cms-stream-v2", "rsa2048", "sha256", "v2", "-stream"),
         ("cms-chain", "rsa2048", "sha1", "v1", "-certfile", "ca.pem"),
         ("cms-no-certificates", "rsa2048", "sha1", "v1", "-nocerts"),
+        ("cms-dsa", "dsa1024", "sha1", "v1"),
+        ("cms-dsa-v2", "dsa1024", "sha256", "v2"),
     ]
     write_list("tokens.txt", in_parallel(make_token, tokens))
 

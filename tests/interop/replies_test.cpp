@@ -12,7 +12,7 @@
 namespace qex::test {
 namespace {
 
-constexpr size_t kReplies = 80;
+constexpr size_t kReplies = 85;
 
 // "Nov 20 11:40:28.7 2026 GMT" is 20261120114028.7Z.
 std::string generalized_time(const std::string& text) {

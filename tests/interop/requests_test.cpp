@@ -85,7 +85,7 @@ TEST(Requests, OfTheLibraryAreReadByOpenssl) {
 
 TEST(Requests, OfTheLibraryAreAnsweredByOpenssl) {
   // As a sample was answered whose attribute is of the version that this process reads.
-  const std::vector<Sample> samples = Samples("replies.txt", 80);
+  const std::vector<Sample> samples = Samples("replies.txt", 85);
   const Sample& answering = *std::find_if(samples.begin(), samples.end(), [](const Sample& sample) {
     return sample.is("key", "rsa2047") && sample.is("ess", SwitchIsSet() ? "v2" : "v1");
   });
