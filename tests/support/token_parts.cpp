@@ -65,8 +65,8 @@ SignerMaker signer_by_hand(const SignerParts& parts) {
   return signer;
 }
 
-// as_usual_signature has the token maker's signer sign as `parts` does: its block is not padded for a power,
-// but is the finished signature.
+// sign_as puts the signature of `parts` into `signer`, over the digest that the signer itself would have
+// signed.
 void sign_as(const SignerParts& parts, const Octets& content, SignerMaker* signer) {
   Octets hashed;
   signer->block = [&](const Octets& digest_info, size_t size) {
@@ -113,6 +113,7 @@ Octets ByHand(const TokenParts& parts) {
   token.version = parts.version;
   token.certificates.clear();
   if (parts.certificates.has_value()) {
+    token.certificates.emplace_back();  // a set of no elements is a set
     for (const CertificateParts& part : *parts.certificates) {
       token.certificates.push_back(element_by_hand(part));
     }
