@@ -93,7 +93,8 @@ Octets issuer_by_hand(const AttrCertParts& parts) {
 // tail_by_hand is what all forms have in common, from the inner signature on.
 Octets tail_by_hand(const AttrCertParts& parts) {
   return der::concat(
-      der::algorithm(parts.inner_algorithm, der::null()), der::big_integer(parts.serial),
+      der::algorithm(parts.inner_algorithm, parts.inner_null ? der::null() : Octets{}),
+      der::big_integer(parts.serial),
       der::sequence(der::generalized_time(parts.not_before), der::generalized_time(parts.not_after)),
       der::sequence(
           each(parts.attributes, [](const AttributeParts& attribute) { return ByHand(attribute); })));
@@ -363,7 +364,7 @@ AttributeCertificate* Build(Records& records, const AttrCertParts& parts) {
   info->version = parts.version;
   info->holder = build_holder(records, parts);
   info->issuer = build_issuer(records, parts, parts.v1_form);
-  info->signature = BuildAlgorithm(records, parts.inner_algorithm, true);
+  info->signature = BuildAlgorithm(records, parts.inner_algorithm, parts.inner_null);
   info->serialNumber = records.octs(parts.serial);
   info->attrCertValidityPeriod = build_validity(records, parts);
   info->attributes = build_attributes(records, parts);
@@ -386,7 +387,7 @@ AttributeCertificateV1* BuildV1(Records& records, const AttrCertParts& parts, bo
     info->subject->holder = build_holder(records, parts);
   }
   info->issuer = build_issuer(records, parts, published || parts.v1_form);
-  info->signature = BuildAlgorithm(records, parts.inner_algorithm, true);
+  info->signature = BuildAlgorithm(records, parts.inner_algorithm, parts.inner_null);
   info->serialNumber = records.octs(parts.serial);
   info->attCertValidityPeriod = build_validity(records, parts);
   info->attributes = build_attributes(records, parts);

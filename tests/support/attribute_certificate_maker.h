@@ -95,6 +95,7 @@ struct AttrCertParts {
   std::optional<std::vector<NameParts>> issuer = {{DirectoryNameOf("Issuer")}};  // v1_form: always there
   std::string inner_algorithm = kSha256WithRsa;
   std::string outer_algorithm = kSha256WithRsa;
+  bool inner_null = true;  // the parameters of the inner one
   Octets serial = {0x01, 0x02, 0x03};
   std::string not_before = "20240101000000Z";
   std::string not_after = "20250101000000Z";

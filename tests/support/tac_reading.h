@@ -1,0 +1,79 @@
+// Calls of the exports that read an attribute certificate, input and record at the end of readable memory.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+#include "api/qex.h"
+#include "tests/support/der.h"
+#include "tests/support/guarded.h"
+
+namespace qex::test {
+
+// Reading is a record, filled with Guarded::kFill before, and what came of a call that fills it.
+template <class Record>
+class Reading {
+ public:
+  template <class Export>
+  Reading(Export call, const Octets& tac) {
+    const Guarded input(tac);
+    code = call(record_.get(), input.data(), input.size());
+  }
+  const Record* operator->() const { return record_.get(); }
+  const Record& operator*() const { return *record_.get(); }
+  bool untouched() const { return record_.untouched(); }
+
+  int32_t code;
+
+ private:
+  GuardedRecord<Record> record_;
+};
+
+struct Metrics : Reading<QEX_TIMING_METRICS_EX> {
+  explicit Metrics(const Octets& tac) : Reading(QEX_GetTAC_TimingMetricsEx, tac) {}
+};
+struct ShortMetrics : Reading<QEX_TIMING_METRICS> {
+  explicit ShortMetrics(const Octets& tac) : Reading(QEX_GetTAC_TimingMetrics, tac) {}
+};
+struct Policy : Reading<QEX_TIMING_POLICY> {
+  explicit Policy(const Octets& tac) : Reading(QEX_GetTAC_TimingPolicy, tac) {}
+};
+struct ShortCertInfo : Reading<QEX_TACINFO> {
+  explicit ShortCertInfo(const Octets& tac) : Reading(QEX_GetTAC_CertInfo, tac) {}
+};
+// The long record takes its size with it.
+struct CertInfo : Reading<QEX_TACINFO_EX> {
+  explicit CertInfo(const Octets& tac, uint32_t size = sizeof(QEX_TACINFO_EX))
+      : Reading(
+            [size](QEX_TACINFO_EX* record, const uint8_t* data, uint32_t length) {
+              record->size = size;
+              return QEX_GetTAC_CertInfoEx(record, data, length);
+            },
+            tac) {}
+};
+
+// Field returns all octets of a field, FieldText those in front of its terminator, or "unterminated".
+template <class T, size_t kSize>
+Octets Field(const T (&field)[kSize]) {
+  return Octets(field, field + kSize);
+}
+template <size_t kSize>
+std::string FieldText(const char (&field)[kSize]) {
+  const char* const end = std::find(field, field + kSize, '\0');
+  return end == field + kSize ? "unterminated" : std::string(field, end);
+}
+// TextAndFill is what a text field holds that only text and terminator were written to.
+inline Octets TextAndFill(const std::string& text, size_t size) {
+  Octets field = der::concat(der::octets(text), Octets{0});
+  field.resize(size, Guarded::kFill);
+  return field;
+}
+// TextAndZeros is what a cleared text field holds.
+inline Octets TextAndZeros(const std::string& text, size_t size) {
+  Octets field = der::octets(text);
+  field.resize(size, 0);
+  return field;
+}
+
+}  // namespace qex::test
