@@ -622,13 +622,17 @@ TEST(TimingMetricsEx, ComputeInSinglePrecision) {
     TimeParts duration;
     uint32_t bits;
   } cases[] = {
-      {Seconds(0, 250000, -1), 0xBE800000}, {Seconds(0, 1), 0x358637BD},        {Seconds(1), 0x3F800000},
-      {Seconds(0, 0, -1), 0x80000000},      {Seconds(16777217, 0), 0x4B800000},  // 2^24 + 1 is rounded to
-                                                                                 // 2^24
-      {Seconds(0, 4294967295), 0x458637BD},                                      // 4294.967295
-      {Seconds(4294967301, 0), 0x40A00000},                                      // 5: the low 32 bits
-      {Seconds(5, 0, 2), 0x41200000},                                            // the sign is a multiplier
-      {Seconds(5, 0, 0), 0x00000000},       {Seconds(-1, 0), 0x437F0000},        // FF is 255
+      {Seconds(0, 250000, -1), 0xBE800000},
+      {Seconds(0, 1), 0x358637BD},
+      {Seconds(1), 0x3F800000},
+      {Seconds(0, 0, -1), 0x80000000},
+      {Seconds(16777217, 0), 0x4B800000},    // 2^24 + 1 is rounded to
+                                             // 2^24
+      {Seconds(0, 4294967295), 0x458637BD},  // 4294.967295
+      {Seconds(4294967301, 0), 0x40A00000},  // 5: the low 32 bits
+      {Seconds(5, 0, 2), 0x41200000},        // the sign is a multiplier
+      {Seconds(5, 0, 0), 0x00000000},
+      {Seconds(-1, 0), 0x437F0000},  // FF is 255
   };
   for (const auto& c : cases) {
     MetricsParts parts;
