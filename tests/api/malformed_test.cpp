@@ -3,21 +3,18 @@
 //
 // What holds for any input: no read beyond it (it ends at an inaccessible page), no crash and no leak, a code
 // of the export's own table, a last ASN.1 error that fits the code, and records that are either untouched or
-// whole. With QEX_TEST_ALL_BYTES=1 every octet takes all 255 other values; else eight that are likely to
-// matter.
+// whole.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
-#include <functional>
 #include <set>
 #include <string>
 #include <vector>
 
 #include "api/qex.h"
-#include "ber/memory.h"
 #include "tests/support/exports.h"
 #include "tests/support/files.h"
+#include "tests/support/malformed.h"
 #include "tests/support/messages.h"
 #include "tests/support/token_maker.h"
 
@@ -175,59 +172,10 @@ void verify_token(const uint8_t* data, uint32_t length, const Octets& certificat
   EXPECT_EQ(code == QEX_E_BADTOKEN, with_given == QEX_E_BADTOKEN);
 }
 
-// --- How samples are changed ---------------------------------------------------------------
-
-std::vector<uint8_t> values_for(uint8_t octet) {
-  std::vector<uint8_t> values;
-  if (std::getenv("QEX_TEST_ALL_BYTES") != nullptr) {
-    for (int value = 0; value < 256; ++value) values.push_back(uint8_t(value));
-  } else {
-    values = {0x00, 0x80, 0xFF, uint8_t(octet ^ 0x20), uint8_t(octet + 1), uint8_t(octet - 1), 0x30, 0x1F};
-  }
-  std::erase(values, octet);
-  return values;
-}
-
-using Reader = std::function<void(const uint8_t* data, uint32_t length)>;
-
-class Malformed : public ::testing::Test {
+class Malformed : public MalformedInput {
  protected:
-  // What the codec reports about each input would be millions of lines.
-  void SetUp() override {
-    before_ = AsnErrorHandler;
-    AsnErrorHandler = [](const char*, int) {};
-  }
-  void TearDown() override { AsnErrorHandler = before_; }
-
-  // try_all runs `read` on every prefix of the sample and on it with each octet changed, up to the first
-  // input that breaks a rule.
-  static void try_all(const Octets& sample, const Reader& read) {
-    ASSERT_FALSE(sample.empty());
-    for (size_t n = 0; n <= sample.size() && !HasFailure(); ++n) {
-      const Input input(Octets(sample.begin(), sample.begin() + ptrdiff_t(n)));
-      read(input.data(), input.size());
-      if (HasFailure()) ADD_FAILURE() << "the first " << n << " octets";
-    }
-    Input input(sample);
-    for (size_t i = 0; i < sample.size() && !HasFailure(); ++i) {
-      for (const uint8_t value : values_for(sample[i])) {
-        input[i] = value;
-        read(input.data(), input.size());
-        if (HasFailure()) {
-          ADD_FAILURE() << "octet " << i << " as " << int{value};
-          break;
-        }
-      }
-      input[i] = sample[i];
-    }
-    EXPECT_EQ(input.octets(), sample) << "input is never written";
-  }
-
   static Octets token_of_reply(const Octets& reply) { return Fetch(EncodedToken(reply)).octets; }
   static Octets sample(const std::string& name) { return ReadFile(QEX_TEST_DATA "/samples/" + name); }
-
- private:
-  void (*before_)(const char*, int) = nullptr;
 };
 
 Octets full_tst_info() {
@@ -255,10 +203,10 @@ TokenMaker rich_token() {
 // --- Samples -----------------------------------------------------------------------------------
 
 TEST_F(Malformed, MadeRequests) {
-  try_all(RequestWith(), decode_request);
-  try_all(RequestWith(der::oid("1.2.3.4"), der::integer(0x123456), der::boolean(true),
-                      der::context(0, der::sequence(der::oid("1.2.3"), der::octet_string({1, 2})))),
-          decode_request);
+  TryAll(RequestWith(), decode_request);
+  TryAll(RequestWith(der::oid("1.2.3.4"), der::integer(0x123456), der::boolean(true),
+                     der::context(0, der::sequence(der::oid("1.2.3"), der::octet_string({1, 2})))),
+         decode_request);
 }
 
 TEST_F(Malformed, FramedRequests) {
@@ -267,25 +215,25 @@ TEST_F(Malformed, FramedRequests) {
   PutText(record.hashAlgorithm, kSha256);
   record.hashedMessageLength = 32;
   for (const uint32_t transport : {1u, 2u})
-    try_all(Fetch(EncodedRequest(record, transport)).octets, decode_request);
+    TryAll(Fetch(EncodedRequest(record, transport)).octets, decode_request);
 }
 
 TEST_F(Malformed, OpensslRequests) {
   for (const char* name : {"request_sha512_cert.der", "request_sha256_policy.der", "request_md5.der"}) {
-    try_all(sample(name), decode_request);
+    TryAll(sample(name), decode_request);
   }
 }
 
 TEST_F(Malformed, Responses) {
-  try_all(Response(StatusInfo(2, der::sequence(der::utf8_string("no"), der::utf8_string("more")),
-                              der::bit_string({0x20}, 5))),
-          read_response);
-  try_all(sample("reply_rejected.der"), read_response);
-  try_all(Response(StatusInfo(0), rich_token().encode()), read_response);
+  TryAll(Response(StatusInfo(2, der::sequence(der::utf8_string("no"), der::utf8_string("more")),
+                             der::bit_string({0x20}, 5))),
+         read_response);
+  TryAll(sample("reply_rejected.der"), read_response);
+  TryAll(Response(StatusInfo(0), rich_token().encode()), read_response);
 }
 
 TEST_F(Malformed, OpensslReply) {
-  try_all(sample("reply_sha256_v1_bare.der"), read_response);
+  TryAll(sample("reply_sha256_v1_bare.der"), read_response);
 }
 
 TEST_F(Malformed, FramedReplies) {
@@ -296,7 +244,7 @@ TEST_F(Malformed, FramedReplies) {
   const Octets socket = der::concat(Octets{0, 0, 0, uint8_t(body.size() + 1), 5}, body);
   const Octets replies[] = {body, socket, der::concat(der::octets(head), body)};
   for (const int32_t transport : {0, 1, 2}) {
-    try_all(replies[transport], [transport](const uint8_t* data, uint32_t length) {
+    TryAll(replies[transport], [transport](const uint8_t* data, uint32_t length) {
       Guarded buffer(Octets(data, data + length));
       uint32_t unpacked = length, status = kUnset;
       const int32_t code = QEX_UnpackTSR(buffer.data(), &unpacked, &status, transport);
@@ -314,11 +262,11 @@ TEST_F(Malformed, FramedReplies) {
 }
 
 TEST_F(Malformed, TokenContents) {
-  try_all(rich_token().encode(), read_token);
+  TryAll(rich_token().encode(), read_token);
 }
 
 TEST_F(Malformed, TstInfoInsideAToken) {
-  try_all(full_tst_info(), [](const uint8_t* data, uint32_t length) {
+  TryAll(full_tst_info(), [](const uint8_t* data, uint32_t length) {
     TokenMaker maker;
     maker.tst_info = Octets(data, data + length);
     maker.certificates.clear();
@@ -336,36 +284,36 @@ TEST_F(Malformed, TokenOfIndefiniteLengths) {
       0x30, der::integer(3), der::indefinite(0x31, der::algorithm(kSha256, der::null())),
       der::indefinite(0x30, der::oid(kTstInfo), der::indefinite(0xA0, parts)), der::indefinite(0x31));
   const Octets token = der::indefinite(0x30, der::oid(kSignedData), der::indefinite(0xA0, signed_data));
-  try_all(token, read_token);
-  try_all(token, find_certificate);
-  try_all(Response(StatusInfo(0), token), read_response);
+  TryAll(token, read_token);
+  TryAll(token, find_certificate);
+  TryAll(Response(StatusInfo(0), token), read_response);
 }
 
 TEST_F(Malformed, OpensslToken) {
-  try_all(token_of_reply(sample("reply_sha256_v1_bare.der")), read_token);
+  TryAll(token_of_reply(sample("reply_sha256_v1_bare.der")), read_token);
 }
 
 TEST_F(Malformed, CertificateSearch) {
   TokenMaker maker;
   maker.certificates = {OtherCertificate(), AuthorityCertificate()};
-  try_all(maker.encode(), find_certificate);
+  TryAll(maker.encode(), find_certificate);
 }
 
 TEST_F(Malformed, Verification) {
-  try_all(rich_token().encode(),
-          [](const uint8_t* data, uint32_t length) { verify_token(data, length, AuthorityCertificate()); });
+  TryAll(rich_token().encode(),
+         [](const uint8_t* data, uint32_t length) { verify_token(data, length, AuthorityCertificate()); });
 }
 
 TEST_F(Malformed, OpensslVerification) {
   const Octets certificate = sample("certificate_tsa.der");
-  try_all(token_of_reply(sample("reply_sha256_v1_bare.der")),
-          [&](const uint8_t* data, uint32_t length) { verify_token(data, length, certificate); });
+  TryAll(token_of_reply(sample("reply_sha256_v1_bare.der")),
+         [&](const uint8_t* data, uint32_t length) { verify_token(data, length, certificate); });
 }
 
 TEST_F(Malformed, CertificateOfTheCaller) {
   const Octets token = TokenMaker().encode();
   const Guarded guarded_token(token);
-  try_all(AuthorityCertificate(), [&](const uint8_t* data, uint32_t length) {
+  TryAll(AuthorityCertificate(), [&](const uint8_t* data, uint32_t length) {
     const int32_t code = QEX_VerifyTST_Signature(guarded_token.data(), guarded_token.size(), data, length);
     const bool whole = Octets(data, data + length) == AuthorityCertificate();
     // A length of 0 is no certificate; and only the certificate that is named can verify.

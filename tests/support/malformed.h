@@ -8,6 +8,7 @@
 #include <functional>
 #include <vector>
 
+#include "api/frame.h"
 #include "ber/memory.h"
 #include "tests/support/der.h"
 #include "tests/support/guarded.h"
@@ -33,6 +34,7 @@ class MalformedInput : public ::testing::Test {
   using Reader = std::function<void(const uint8_t* data, uint32_t length)>;
 
   void SetUp() override {
+    EnsureAsnInit();  // so that what is counted afterwards does not include the tables
     before_ = AsnErrorHandler;
     AsnErrorHandler = [](const char*, int) {};
   }
