@@ -257,6 +257,10 @@ TEST(TimeAttributeCert, IsOfTheFirstAttributeOfItsTypeAlone) {
   EXPECT_EQ(AskLength(TimeAttributeCert(maker.encode())).code, QEX_E_NOTAC);
   std::swap(maker.signer().extra[0], maker.signer().extra[1]);
   EXPECT_EQ(Fetch(TimeAttributeCert(maker.encode())), found(ByHand(tac_of(1))));
+  // One without a value decides, too.
+  maker.signer().extra[1] = maker.signer().extra[0];
+  maker.signer().extra[0] = Attribute(kSignerAttributesAttribute, {});
+  EXPECT_EQ(AskLength(TimeAttributeCert(maker.encode())).code, QEX_E_NOTAC);
 }
 
 const Octets kWithoutContent = der::sequence(der::oid(kSignedData));
