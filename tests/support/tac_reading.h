@@ -1,13 +1,16 @@
-// Calls of the exports that read an attribute certificate, input and record at the end of readable memory.
+// Calls of the exports that read an attribute certificate, input and record at the end of readable memory,
+// and input that none of them takes.
 #pragma once
 
 #include <algorithm>
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "api/qex.h"
 #include "tests/support/der.h"
 #include "tests/support/guarded.h"
+#include "tests/support/token_parts.h"
 
 namespace qex::test {
 
@@ -74,6 +77,35 @@ inline Octets TextAndZeros(const std::string& text, size_t size) {
   Octets field = der::octets(text);
   field.resize(size, 0);
   return field;
+}
+
+// An object identifier whose text is longer than a field of 128 bytes, and its text.
+inline std::string LongIdentifier() {
+  std::string text = "1.3";
+  for (int i = 0; i < 13; ++i) text += ".429496729" + std::to_string(i % 6);
+  return text;
+}
+
+// What no export takes for an attribute certificate.
+inline std::vector<Octets> NoAttributeCertificates() {
+  const Octets tac = ByHand(AttrCertParts());
+  AttrCertParts unknown;
+  unknown.attributes = {PlainAttribute()};
+  unknown.attributes[0].type = "1.2.3.4";  // a type that is not registered
+  // No validity period: the one field that all else stands around.
+  const Octets info = der::sequence(der::integer(1), der::sequence(), der::context(0),
+                                    der::algorithm(kSha256WithRsa), der::integer(1), der::sequence());
+  const Octets no_validity = der::sequence(info, der::algorithm(kSha256WithRsa), der::bit_string({0}));
+  return {{},
+          {0x30},
+          {0x30, 0x00},
+          {0x31, 0x00},
+          Octets(tac.begin(), tac.end() - 1),
+          der::sequence(der::sequence()),
+          der::sequence(der::algorithm(kSha256WithRsa), der::bit_string({0})),  // no signed part
+          ByHand(unknown),
+          no_validity,
+          ByHand(TokenParts())};
 }
 
 }  // namespace qex::test
