@@ -58,6 +58,7 @@ bool has_null_parameters(const AsnOid& algorithm) {
 }
 
 // An identifier as TextToOid gives it.
+// Deliberate: a text that is rejected gives one of no octets, which is encoded as it is.
 struct TextOid {
   explicit TextOid(const char* text) : oid{TextToOid(text, octets), octets} {}
   TextOid(const TextOid&) = delete;
@@ -112,7 +113,7 @@ size_t skip_head(const uint8_t* data, size_t length) {
   if (length <= kSocketHeadLength) return 0;
   if (std::memcmp(data, "POST ", 5) == 0) return HttpHeadLength(data, length);
   constexpr uint8_t kSequence = 0x30;
-  // The announced length is not compared: the encoding says how long it is.
+  // Deliberate: the announced length is not compared; the encoding says how long it is.
   if (data[0] == 0 && data[4] == 0 && data[5] == kSequence) return kSocketHeadLength;
   return 0;
 }

@@ -266,7 +266,7 @@ void verify(const uint8_t* data, uint32_t length, const GivenCertificate& given,
   *result = VerifySignerInfoSignature(*signer, *certificate);
   if (*result != QEX_OK || !given.present()) return;  // the search has matched the attribute already
 
-  // The bytes as they were given: what follows the certificate in them takes part.
+  // Deliberate: the bytes as they were given; what follows the certificate in them takes part.
   ExpBuf certificateBytes;
   ExpBufWrapData(&certificateBytes, given.data, given.length);
   *result = CheckSigningCertificate(token.value, &certificateBytes, true);

@@ -262,6 +262,7 @@ void clear_field(const Field& f, void* rec) {
 
 // --- Encoding ------------------------------------------------------------------
 
+// Deliberate: a DEFAULT value that is there is written, also when it equals the default.
 bool is_absent(const Field& f, const void* v) {
   if (v == nullptr) return true;
   if (f.held == Held::Pointer || f.need == Need::Mandatory) return false;
@@ -276,6 +277,7 @@ AsnLen encode_field(const Field& f, ExpBuf** b, const void* v) {
   return f.tagging == Tagging::Explicit ? BEncLenAndTag(b, f.tag, n) : n;
 }
 
+// Deliberate: the elements of a SET OF are not sorted; a list is written in its own order.
 AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
   AsnLen n = 0;
   for (const AsnListNode* p = list->last; p != nullptr; p = p->prev) n += EncodeFull(element, b, p->data[0]);

@@ -1,9 +1,10 @@
 // Open types: ANY and ANY DEFINED BY, resolved through two tables of registered types, one
 // keyed by OBJECT IDENTIFIER and one by INTEGER.
 //
-// Tables hash their keys and compare nothing but the hashes: two keys of the same 32-bit hash
-// are one key, and the first registration wins. Registration is a one-time affair that the
-// caller serialises; looking up changes nothing.
+// Deliberate: tables hash their keys and compare nothing but the hashes, so that two keys of the
+// same 32-bit hash are one key, and the first registration wins. Whoever takes a value for a type
+// asks for the descriptor, not for the key.
+// Registration is a one-time affair that the caller serialises; looking up changes nothing.
 #pragma once
 
 #include <cstdint>
