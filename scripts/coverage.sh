@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# Line coverage of the library's four folders under the whole test suite. Exclusion markers in the
+# Line and branch coverage of the library's four folders under the whole test suite. Exclusion markers in the
 # sources do not count: what gcovr takes for a line of code is one.
 #
 # usage: scripts/coverage.sh [--missing]     --missing also lists the lines that no test reached
@@ -25,21 +25,30 @@ python3 - "$build/coverage.json" "$@" <<'PY'
 import json, sys
 with open(sys.argv[1], encoding="utf-8") as file:
     files = json.load(file)["files"]
-folders = {name: [0, 0] for name in ("api", "asn1", "ber", "crypto")}
+folders = {name: [0, 0, 0, 0] for name in ("api", "asn1", "ber", "crypto")}
 for entry in sorted(files, key=lambda e: e["file"]):
-    lines = {}  # several instances of a template may stand on one line
+    lines = {}     # several instances of a template may stand on one line
+    branches = {}  # by line and place in it
     for line in entry["lines"]:
         if line["gcovr/noncode"]:
             continue
         lines[line["line_number"]] = lines.get(line["line_number"], 0) + line["count"]
+        for place, branch in enumerate(line["branches"]):
+            key = (line["line_number"], place)
+            branches[key] = branches.get(key, 0) + branch["count"]
     missed = sorted(number for number, count in lines.items() if count == 0)
     folder = folders[entry["file"].split("/")[0]]
     folder[0] += len(lines) - len(missed)
     folder[1] += len(lines)
+    folder[2] += sum(1 for count in branches.values() if count != 0)
+    folder[3] += len(branches)
     if missed and "--missing" in sys.argv:
         print(f"{entry['file']}: {', '.join(map(str, missed))}")
 print()
-for name, (hit, all_lines) in [*folders.items(), ("all", [sum(c) for c in zip(*folders.values())])]:
-    share = f"{100 * hit / all_lines:6.2f} %" if all_lines else "     -  "
-    print(f"{name + ('/' if name != 'all' else ''):8} {share}  {hit} of {all_lines} lines")
+def share(hit, whole):
+    return f"{100 * hit / whole:6.2f} %" if whole else "     -  "
+for name, counts in [*folders.items(), ("all", [sum(c) for c in zip(*folders.values())])]:
+    hit, all_lines, taken, all_branches = counts
+    print(f"{name + ('/' if name != 'all' else ''):8} lines {share(hit, all_lines)} of {all_lines:5}"
+          f"   branches {share(taken, all_branches)} of {all_branches:5}")
 PY
