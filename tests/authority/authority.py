@@ -20,6 +20,7 @@ import threading
 
 sys.dont_write_bytecode = True  # nothing is left beside the sources
 
+import tac  # noqa: E402
 from server import REPLY_TYPE, HttpService, Listener, SocketService  # noqa: E402
 from tsa import FAILURES, Authority, OpensslError, object_identifier  # noqa: E402
 
@@ -59,6 +60,12 @@ def parse(arguments):
     tokens.add_argument("--ordering", action="store_true")
     tokens.add_argument("--tsa-name", action=argparse.BooleanOptionalAction, default=True)
     tokens.add_argument("--chain", action="store_true", help="the root too is in the token and the attribute")
+    tokens.add_argument("--tac", nargs="?", choices=tac.PLACES, const=tac.PLACES[0],
+                        help="a time attribute certificate, in the certificate set or the signer attributes")
+    tokens.add_argument("--tac-parts", type=lambda text: text.split(","), default=tac.PARTS,
+                        help="what it states, separated by commas: " + ", ".join(tac.PARTS))
+    tokens.add_argument("--extra-attribute", type=object_identifier, action="append", default=[],
+                        help="a signed attribute of this type, with an empty SEQUENCE as its value")
 
     faults = parser.add_argument_group("refusals and faults")
     faults.add_argument("--reject", choices=sorted(FAILURES), help="refuse every query so")
@@ -75,6 +82,9 @@ def parse(arguments):
     for digest in options.digests:
         if digest not in DIGESTS:
             parser.error(f"--digests: {digest} is none of {', '.join(DIGESTS)}")
+    for part in options.tac_parts:
+        if part not in tac.PARTS:
+            parser.error(f"--tac-parts: {part} is none of {', '.join(tac.PARTS)}")
     return options
 
 

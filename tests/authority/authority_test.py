@@ -1,15 +1,19 @@
 """The test authority does what tests rely on. Queries are made, and replies checked, by
 the openssl command; the heads are written out here octet by octet."""
 
+import calendar
+import hashlib
 import http.client
 import json
 import os
+import re
 import signal
 import socket
 import ssl
 import subprocess
 import sys
 import tempfile
+import time
 import unittest
 
 sys.dont_write_bytecode = True
@@ -199,6 +203,107 @@ class AuthorityTest(unittest.TestCase):
                 key = subprocess.run(["openssl", "x509", "-in", other.ready["tsa"], "-noout", "-text"],
                                      capture_output=True, text=True, check=True).stdout
                 self.assertIn(f"Public Key Algorithm: {algorithm}\n", key)
+
+    def token_of(self, reply):
+        """The token, found by what openssl says about the reply: it stands behind the status."""
+        second = [line for line in self.lines_of(reply) if line[1] == 1][1]
+        return reply[second[0]:]
+
+    def lines_of(self, data):
+        """(offset, depth, header length, length, text) of every element, from openssl."""
+        text = subprocess.run(["openssl", "asn1parse", "-inform", "DER", "-in", self.file(data)],
+                              capture_output=True, text=True, check=True).stdout
+        pattern = re.compile(r" *(\d+):d=(\d+) +hl=(\d+) +l= *(\d+) (.*)")
+        return [(*map(int, match.groups()[:4]), match[5]) for match in map(pattern.match, text.splitlines())]
+
+    def attribute_certificates_of(self, token):
+        """Those of the certificate set, as they stand alone."""
+        return [b"\x30" + token[at + 1:at + head + length]
+                for at, depth, head, length, text in self.lines_of(token) if depth == 4 and "cont [ 2 ]" in text]
+
+    def assert_cms_verifies(self, token, ready):
+        done = subprocess.run(["openssl", "cms", "-verify", "-inform", "DER", "-in", self.file(token), "-CAfile",
+                               ready["ca"], "-purpose", "timestampsign"], capture_output=True, check=False)
+        self.assertEqual(done.returncode, 0, done.stderr)
+
+    def test_ATimeAttributeCertificateStandsInTheSetAndIsNamedSecond(self):
+        for options, digest in (((), "sha256"), (("--ess-digest", "sha384"), "sha384"), (("--ess", "v1"), "sha1"),
+                                (("--chain",), "sha256")):
+            with self.subTest(options=options), Running(self.folder, "--tac", *options) as stating:
+                token = self.token_of(stating.post(make_query("-cert"))[2])
+                self.assert_cms_verifies(token, stating.ready)
+                signer = subprocess.run(["openssl", "x509", "-in", stating.ready["tsa"], "-outform", "DER"],
+                                        capture_output=True, check=True).stdout
+                found = self.attribute_certificates_of(token)
+                self.assertEqual(len(found), 1)
+                named = [token.find(hashlib.new(digest, certificate).digest()) for certificate in (signer, found[0])]
+                self.assertTrue(0 < named[0] < named[1], named)
+                if "--chain" in options:
+                    with open(stating.ready["ca"], encoding="ascii") as file:
+                        root = ssl.PEM_cert_to_DER_cert(file.read())
+                    self.assertLess(named[1], token.find(hashlib.sha256(root).digest()))
+                version = [line for line in self.lines_of(token) if line[1] == 3][0]
+                self.assertTrue(version[4].endswith(":04"), version)
+
+    def test_ATimeAttributeCertificateIsSignedByAnIssuerOfItsOwn(self):
+        with Running(self.folder, "--tac") as stating:
+            token = self.token_of(stating.post(make_query("-cert"))[2])
+            issuer = os.path.join(stating.ready["dir"], "tac.pem")
+        certificate = self.attribute_certificates_of(token)[0]
+        body, _, signature = [line for line in self.lines_of(certificate) if line[1] == 1]
+        paths = [os.path.join(self.scratch.name, name) for name in ("key", "signature", "body")]
+        key = subprocess.run(["openssl", "x509", "-in", issuer, "-noout", "-pubkey"], capture_output=True, check=True)
+        pieces = (key.stdout, certificate[signature[0] + signature[2] + 1:],
+                  certificate[body[0]:body[0] + body[2] + body[3]])
+        for path, data in zip(paths, pieces):
+            with open(path, "wb") as file:
+                file.write(data)
+        done = subprocess.run(["openssl", "dgst", "-sha256", "-verify", paths[0], "-signature", *paths[1:]],
+                              capture_output=True, text=True, check=False)
+        self.assertEqual(done.stdout, "Verified OK\n")
+
+    def test_ATimeAttributeCertificateStatesMetricsOfTheTokensTime(self):
+        with Running(self.folder, "--tac") as stating:
+            token = self.token_of(stating.post(make_query("-cert"))[2])
+        text = subprocess.run(["openssl", "cms", "-verify", "-noverify", "-inform", "DER", "-in", self.file(token)],
+                              capture_output=True, check=True).stdout
+        stamped = re.search(rb"\d{14}Z", text)[0].decode()
+        ntp = calendar.timegm(time.strptime(stamped, "%Y%m%d%H%M%SZ")) + 70 * 365 * 86400 + 17 * 86400
+        certificate = self.attribute_certificates_of(token)[0]
+        offset = bytes.fromhex("300B 020100 020303D090 0201FF")  # -0.25 s
+        self.assertIn(bytes.fromhex("300A 0205 00") + ntp.to_bytes(4, "big") + b"\x02\1\0" + offset, certificate)
+        for identifier in ("2B060104018459 0A0401", "2B060104018459 0A0402"):
+            self.assertIn(bytes.fromhex(identifier), certificate)
+
+    def test_ATimeAttributeCertificateMayStandInTheSignerAttributes(self):
+        with Running(self.folder, "--tac", "signer-attribute") as stating:
+            reply = stating.post(make_query("-cert"))[2]
+            self.assert_verifies(reply, stating.ready)
+        token = self.token_of(reply)
+        self.assertEqual(self.attribute_certificates_of(token), [])
+        self.assertIn("id-smime-aa-ets-signerAttr", " ".join(line[4] for line in self.lines_of(token)))
+
+    def test_WithoutCertificatesTheTimeAttributeCertificateIsOnlyNamed(self):
+        with Running(self.folder, "--tac") as stating:
+            token = self.token_of(stating.post(make_query())[2])
+        self.assertEqual([line for line in self.lines_of(token) if line[1] == 3 and "cont" in line[4]], [])
+
+    def test_EveryKindOfKeySignsTokensAnew(self):
+        for name in ("rsa", "dsa", "ec"):
+            with self.subTest(key=name), Running(os.path.join(self.scratch.name, name), "--key", name, "--tac") as other:
+                self.assert_cms_verifies(self.token_of(other.post(make_query("-cert"))[2]), other.ready)
+
+    def test_AFurtherSignedAttributeCanBeAskedFor(self):
+        with Running(self.folder, "--extra-attribute", "1.2.3.4.5", "--extra-attribute", "1.2.840.113549.1.9.52") as other:
+            reply = other.post(make_query("-cert"))[2]
+            self.assert_verifies(reply, other.ready)
+        texts = [line[4] for line in self.lines_of(self.token_of(reply))]
+        for identifier in ("1.2.3.4.5", "1.2.840.113549.1.9.52"):
+            self.assertTrue(any(text.endswith(":" + identifier) for text in texts), identifier)
+
+    def test_RefusalsStayAsTheyAre(self):
+        with Running(self.folder, "--tac", "--digests", "sha512") as stating:
+            self.assertIn("Status: Rejected", self.text_of(stating.post(make_query())[2]))
 
     def test_HttpsIsServedUnderTheAnnouncedRoot(self):
         with Running(self.folder, "--tls") as secure:

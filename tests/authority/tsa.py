@@ -3,7 +3,8 @@
 Everything is made and signed by the openssl command, so that what the library reads in
 tests comes from another maker. A folder holds: ca.pem and ca.key (the root), tsa.pem and
 tsa.key (the signer), openssl.cnf (how `openssl ts -reply` answers), serial, and tls.pem
-with tls.key (the server's own certificate, for 127.0.0.1 and localhost).
+with tls.key (the server's own certificate, for 127.0.0.1 and localhost). With --tac also
+tac.pem and tac.key (who issues the time attribute certificates).
 """
 
 import fcntl
@@ -11,6 +12,8 @@ import os
 import re
 import subprocess
 import tempfile
+
+from tac import Issuer, Resigner, der
 
 MAX_MESSAGE = 64 * 1024
 
@@ -44,6 +47,11 @@ keyUsage = critical, digitalSignature
 extendedKeyUsage = critical, timeStamping
 subjectKeyIdentifier = hash
 authorityKeyIdentifier = keyid
+[attribute_issuer]
+basicConstraints = critical, CA:FALSE
+keyUsage = critical, digitalSignature
+subjectKeyIdentifier = hash
+authorityKeyIdentifier = keyid
 [server]
 basicConstraints = critical, CA:FALSE
 extendedKeyUsage = serverAuth
@@ -63,16 +71,6 @@ def openssl(*arguments, data=None):
     if done.returncode != 0:
         raise OpensslError(f"openssl {arguments[0]}: {done.stderr.decode(errors='replace').strip()}")
     return done.stdout
-
-
-def der(tag, *parts):
-    """One DER element of a single identifier octet."""
-    content = b"".join(parts)
-    size = len(content)
-    if size < 128:
-        return bytes([tag, size]) + content
-    length = size.to_bytes((size.bit_length() + 7) // 8, "big")
-    return bytes([tag, 0x80 | len(length)]) + length + content
 
 
 def refusal(failure, text=None, status=2):
@@ -99,12 +97,15 @@ class Authority:
             self._make_signer()
             if options.tls:
                 self._make_certificate("tls", "127.0.0.1", "server", ["rsa:2048"])
+            if options.tac:
+                self._make_certificate("tac", "Test Time Attribute Issuer", "attribute_issuer", ["rsa:2048"])
             if not os.path.exists(self.path("serial")):
                 self._write("serial", "01\n")
         # Authorities that share a folder may answer in different ways: the file
         # is this process's own.
         self.configuration = f"openssl-{os.getpid()}.cnf"
         self._write(self.configuration, self._timestamp_section())
+        self._resigner = self._make_resigner()
 
     def path(self, name):
         return os.path.join(self.folder, name)
@@ -127,13 +128,27 @@ class Authority:
                     # openssl answers what it refuses, and fails on what it cannot read.
                     return refusal("badDataFormat", "the query cannot be read")
             with open(reply_path, "rb") as file:
-                return file.read()
+                reply = file.read()
+            return self._resigner.resign(reply) if self._resigner else reply
 
     def close(self):
         try:
             os.unlink(self.path(self.configuration))
         except OSError:
             pass
+
+    def _make_resigner(self):
+        """What signs openssl's tokens again; None when they are to stay as they are."""
+        options = self.options
+        if not options.tac and not options.extra_attribute:
+            return None
+        issuer = None
+        if options.tac:
+            issuer = Issuer(self.path("tac.key"), self._der_of("tac"), self._der_of("tsa"), options.tac_parts)
+        return Resigner(self.path("tsa.key"), options, issuer)
+
+    def _der_of(self, name):
+        return openssl("x509", "-in", self.path(f"{name}.pem"), "-outform", "DER")
 
     def _locked(self):
         return FolderLock(self.path("lock"))
