@@ -28,6 +28,8 @@ Run AddReply(CLI::App& app);
 Run AddVerify(CLI::App& app);
 Run AddShow(CLI::App& app);
 Run AddCert(CLI::App& app);
+Run AddTac(CLI::App& app);
+Run AddRewrite(CLI::App& app);
 Run AddDigest(CLI::App& app);
 Run AddExplain(CLI::App& app);
 Run AddVersion(CLI::App& app);

@@ -11,11 +11,12 @@
 
 #include "api/qex.h"
 #include "tool/escape.h"
+#include "tool/examine_tac.h"
 #include "tool/failure.h"
 #include "tool/hash.h"
-#include "tool/inspect/code_texts.h"
 #include "tool/inspect/describe.h"
 #include "tool/inspect/oid_text.h"
+#include "tool/library_call.h"
 #include "tool/request.h"
 
 namespace qex::tool {
@@ -42,52 +43,11 @@ constexpr FailInfoName kFailInfos[] = {
     {25, "systemFailure"},
 };
 
-constexpr int32_t kUnknownType = -44;  // the last ASN.1 error for an identifier without a type
-
-// A failure of an export on `message`. Where an algorithm that the library does not know is the
-// reason, it is named.
-Failure library_failure(const std::string& what, int32_t code, ByteView message) {
-  const int32_t asn1Error = QEX_GetLastAsnError();
-  if (asn1Error == kUnknownType) {
-    if (const auto name = inspect::UnknownAlgorithm(message)) {
-      return {ExitStatus::Unsupported, what + ": " + Escaped(*name) + " is not supported",
-              "ask for a token with RSA or DSA and a supported hash", code, asn1Error};
-    }
-  }
-  std::string text = what + ": " + inspect::CodeMeaning(code);
-  if (const auto meaning = inspect::Asn1ErrorMeaning(asn1Error); meaning && asn1Error != 0) {
-    text += " (" + *meaning + ", ASN.1 error " + std::to_string(asn1Error) + ")";
-  }
-  return {ExitOfCode(code), text, "fetch it again, or look inside with 'qex show --asn1'", code, asn1Error};
-}
-
-// An output of an export that asks for its length first. `call(out, length)` returns the code.
-template <class Call>
-int32_t fetch(Bytes& out, Call call) {
-  uint32_t length = 0;
-  int32_t code = call(nullptr, &length);
-  if (code != QEX_E_SIZE) return code;
-  out.resize(length);
-  code = call(out.data(), &length);
-  out.resize(code == QEX_OK ? length : 0);
-  return code;
-}
-
-uint32_t length_of(ByteView data) {
-  return static_cast<uint32_t>(data.size());  // messages are at most kMaxMessage long
-}
-
-template <size_t kSize>
-ByteView field(const uint8_t (&octets)[kSize], uint32_t length) {
-  return {octets, std::min<size_t>(length, kSize)};
-}
-
 Json describe_request(ByteView message) {
   QEX_TSQ_DATA_EX record{};
   record.size = sizeof record;
-  const int32_t code = QEX_DecodeTSQ_Ex(&record, message.data(), length_of(message));
-  if (code != QEX_OK && code != QEX_E_SIZE)
-    throw library_failure("the request cannot be read", code, message);
+  const int32_t code = QEX_DecodeTSQ_Ex(&record, message.data(), LengthOf(message));
+  if (code != QEX_OK && code != QEX_E_SIZE) throw LibraryFailure("the request cannot be read", code, message);
   Json fields = RequestFields(record);
   const auto facts = inspect::InspectRequest(message);
   if (facts && !facts->policy.empty()) fields["policy"] = inspect::DecodeOid(facts->policy);
@@ -95,16 +55,16 @@ Json describe_request(ByteView message) {
   Json raw;
   raw["policy"] = facts ? ToHex(facts->policy) : "";
   raw["hash"] = facts ? ToHex(facts->hash) : "";
-  raw["imprint"] = ToHex(field(record.hashedMessage, record.hashedMessageLength));
-  raw["nonce"] = ToHex(field(record.nonce, record.nonceLength));
+  raw["imprint"] = ToHex(FieldOf(record.hashedMessage, record.hashedMessageLength));
+  raw["nonce"] = ToHex(FieldOf(record.nonce, record.nonceLength));
   raw["nonce_cut"] = record.nonceLength > sizeof record.nonce;
   return {{"request", fields}, {"raw", raw}};
 }
 
 Json describe_status(ByteView reply) {
   QEX_TSR_STATUS record{};
-  const int32_t code = QEX_GetTSR_Status(&record, reply.data(), length_of(reply));
-  if (code != QEX_OK) throw library_failure("the reply cannot be read", code, reply);
+  const int32_t code = QEX_GetTSR_Status(&record, reply.data(), LengthOf(reply));
+  if (code != QEX_OK) throw LibraryFailure("the reply cannot be read", code, reply);
   Json status;
   status["status"] = record.status;
   const bool known = record.status >= 0 && static_cast<size_t>(record.status) < std::size(kStatusNames);
@@ -144,8 +104,8 @@ Json what_was_cut(const QEX_TSTINFO_EX& info) {
 void describe_info(Json& facts, ByteView token) {
   QEX_TSTINFO_EX info{};
   info.size = sizeof info;
-  const int32_t code = QEX_GetTST_TSTInfoEx(&info, token.data(), length_of(token));
-  if (code != QEX_OK && code != QEX_E_SIZE) throw library_failure("the token cannot be read", code, token);
+  const int32_t code = QEX_GetTST_TSTInfoEx(&info, token.data(), LengthOf(token));
+  if (code != QEX_OK && code != QEX_E_SIZE) throw LibraryFailure("the token cannot be read", code, token);
   const std::optional<inspect::TokenFacts> inner = inspect::InspectToken(token);
   const HashAlgorithm* hash = FindHash(info.hashAlgorithm);
   const std::string_view time = info.genTime;
@@ -156,11 +116,11 @@ void describe_info(Json& facts, ByteView token) {
       Escaped(inspect::TimeText(0x18, {reinterpret_cast<const uint8_t*>(time.data()), time.size()}));
   people["time_as_received"] = Escaped(received);
   if (const std::string accuracy = accuracy_text(info); !accuracy.empty()) people["accuracy"] = accuracy;
-  people["serial"] = IntegerText(field(info.serialNumber, info.serialNumberLength));
+  people["serial"] = IntegerText(FieldOf(info.serialNumber, info.serialNumberLength));
   people["policy"] = inner ? inspect::DecodeOid(inner->policy) : std::string(info.policy);
   people["hash"] = hash == nullptr ? inspect::NamedOid(info.hashAlgorithm) : std::string(hash->name);
-  people["imprint"] = ToHex(field(info.hashedMessage, info.hashedMessageLength));
-  if (info.nonceLength != 0) people["nonce"] = IntegerText(field(info.nonce, info.nonceLength));
+  people["imprint"] = ToHex(FieldOf(info.hashedMessage, info.hashedMessageLength));
+  if (info.nonceLength != 0) people["nonce"] = IntegerText(FieldOf(info.nonce, info.nonceLength));
   people["ordering"] = info.ordering != 0;
   if (info.tsaName[0] != '\0') people["authority"] = Escaped(info.tsaName);
   people["version"] = info.version;
@@ -169,8 +129,8 @@ void describe_info(Json& facts, ByteView token) {
   Json raw;
   raw["policy"] = inner ? ToHex(inner->policy) : "";
   raw["hash"] = inner ? ToHex(inner->hash) : "";
-  raw["imprint"] = ToHex(field(info.hashedMessage, info.hashedMessageLength));
-  raw["nonce"] = ToHex(field(info.nonce, info.nonceLength));
+  raw["imprint"] = ToHex(FieldOf(info.hashedMessage, info.hashedMessageLength));
+  raw["nonce"] = ToHex(FieldOf(info.nonce, info.nonceLength));
   raw["nonce_cut"] = info.nonceLength > sizeof info.nonce;
   raw["digest_algorithm"] = inner ? inner->digestAlgorithm : "";
   raw["signature_algorithm"] = inner ? inner->signatureAlgorithm : "";
@@ -208,8 +168,8 @@ std::string choose_ess(const std::string& wanted, const Json& raw) {
 
 void describe_signer(Json& facts, ByteView token) {
   Bytes certificate;
-  const int32_t code = fetch(certificate, [&](uint8_t* out, uint32_t* length) {
-    return QEX_GetTST_TSACert(out, length, token.data(), length_of(token));
+  const int32_t code = FetchOutput(certificate, 0, [&](uint8_t* out, uint32_t* length) {
+    return QEX_GetTST_TSACert(out, length, token.data(), LengthOf(token));
   });
   Json signer{{"code", code}};
   if (code == QEX_OK) {
@@ -224,9 +184,8 @@ void describe_signer(Json& facts, ByteView token) {
 
 void verify(Json& facts, ByteView token, const Job& job) {
   const auto check = [&](const Bytes& certificate) {
-    return QEX_VerifyTST_Signature(token.data(), length_of(token),
-                                   certificate.empty() ? nullptr : certificate.data(),
-                                   length_of(certificate));
+    return QEX_VerifyTST_Signature(token.data(), LengthOf(token),
+                                   certificate.empty() ? nullptr : certificate.data(), LengthOf(certificate));
   };
   Json verification;
   const int32_t code = check(job.certificate);
@@ -244,12 +203,25 @@ void verify(Json& facts, ByteView token, const Job& job) {
   facts["verification"] = verification;
 }
 
+// The token written afresh; an output is seldom longer than what it was made from.
+void rewrite(Json& facts, ByteView token, Rewriting how) {
+  const auto write = how == Rewriting::IdData ? QEX_TSTInfoToIDData : QEX_RemoveAttrCerts;
+  Bytes out;
+  const int32_t code = FetchOutput(out, token.size(), [&](uint8_t* data, uint32_t* length) {
+    return write(token.data(), LengthOf(token), data, length);
+  });
+  if (code != QEX_OK) throw LibraryFailure("the token cannot be written afresh", code, token);
+  facts["rewritten"] = ToHex(out);
+}
+
 void describe_token(Json& facts, ByteView token, const Job& job) {
   facts["token"] = ToHex(token);
   describe_info(facts, token);
   facts["description"] = escaped(inspect::DescribeToken(token));
   facts["ess"] = choose_ess(job.ess, facts["raw"]);
   describe_signer(facts, token);
+  DescribeTacOfToken(facts, token, job.tac);
+  if (job.rewriting != Rewriting::None) rewrite(facts, token, job.rewriting);
   if (job.verify) verify(facts, token, job);
 }
 
@@ -257,14 +229,14 @@ void describe_reply(Json& facts, const Job& job) {
   facts["status"] = describe_status(job.message);
   const int status = facts["status"]["status"].get<int>();
   Bytes token;
-  const int32_t code = fetch(token, [&](uint8_t* out, uint32_t* length) {
-    return QEX_GetTSR_EncodedToken(out, length, job.message.data(), length_of(job.message));
+  const int32_t code = FetchOutput(token, 0, [&](uint8_t* out, uint32_t* length) {
+    return QEX_GetTSR_EncodedToken(out, length, job.message.data(), LengthOf(job.message));
   });
   facts["token_code"] = code;
   if (code == QEX_OK) {
     describe_token(facts, token, job);
   } else if (status == 0 || status == 1) {
-    if (code != QEX_E_NOTOKEN) throw library_failure("the token cannot be taken out", code, job.message);
+    if (code != QEX_E_NOTOKEN) throw LibraryFailure("the token cannot be taken out", code, job.message);
   }
 }
 
@@ -286,14 +258,10 @@ Json Examine(const Job& job) {
       facts["description"] = escaped(inspect::DescribeCertificate(job.message));
       facts["raw"] = {{"sha256", ToHex(Sha256(job.message))}, {"key", key_json(job.message)}};
       break;
-    case Kind::AttributeCertificate:
-      facts["description"] = escaped(inspect::DescribeAttributeCertificate(job.message));
-      facts["raw"] = {{"sha256", ToHex(Sha256(job.message))}};
-      break;
+    case Kind::AttributeCertificate: facts["tac"] = DescribeTac(job.message); break;
     case Kind::Unknown: break;
   }
-  const bool described = kind == Kind::Certificate || kind == Kind::AttributeCertificate;
-  if (kind == Kind::Unknown || (described && facts["description"].is_null())) {
+  if (kind == Kind::Unknown || (kind == Kind::Certificate && facts["description"].is_null())) {
     throw Failure{ExitStatus::Input, "is no time-stamp request, reply, token or certificate",
                   "look at where it came from"};
   }

@@ -11,6 +11,10 @@
 //   description   what else stands in the message
 //   ess           v1 or v2, the signing-certificate attribute that counts
 //   signer        the certificate that the token names: code, der, sha256, subject, key
+//   tac           the time attribute certificate, of a token the one that it carries: see examine_tac.h
+//   tac_match     of a token: code and asn1_error of the check that the certificate of the job, or else
+//                 its own, belongs to it
+//   rewritten     the token written afresh, in hexadecimal
 //   verification  code, asn1_error, key; of a given certificate given_sha256 and, when it did not
 //                 pass, own, the code of the check with the token's own certificate
 //   asn1          the printed message

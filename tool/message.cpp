@@ -107,6 +107,18 @@ Message ReadMessageOf(const std::string& path, inspect::Kind kind) {
                 "name the file that holds the " + std::string(inspect::KindName(kind))};
 }
 
+Message AsTokenOrReply(Message message) {
+  if (message.kind == inspect::Kind::Token || message.kind == inspect::Kind::Reply) return message;
+  throw Failure{
+      ExitStatus::Input,
+      ShownPath(message.path) + ": is a " + inspect::KindName(message.kind) + ", where a token is needed",
+      "name a token, or the reply that holds it"};
+}
+
+Message ReadTokenOrReply(const std::string& path) {
+  return AsTokenOrReply(ReadAnyMessage(path));
+}
+
 std::string ToPem(ByteView der, const std::string& label) {
   std::string text = std::string(kBegin) + label + "-----\n";
   size_t column = 0;

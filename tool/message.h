@@ -25,6 +25,12 @@ Message ReadAnyMessage(const std::string& path);
 // it is instead.
 Message ReadMessageOf(const std::string& path, inspect::Kind kind);
 
+// AsTokenOrReply hands on a message that is a token or a reply; throws a Failure for any other.
+Message AsTokenOrReply(Message message);
+
+// ReadTokenOrReply reads a file that must hold one of the two.
+Message ReadTokenOrReply(const std::string& path);
+
 // ToPem renders DER under a label such as CERTIFICATE.
 std::string ToPem(ByteView der, const std::string& label);
 

@@ -150,13 +150,15 @@ Failure ended(int status, const std::string& name, const std::string& messages) 
       messages};
 }
 
-// Job and failure cross the pipe as JSON.
+// A job crosses the pipe as JSON.
 Json to_json(const Job& job) {
   return {{"message", ToHex(job.message)},
           {"verify", job.verify},
           {"certificate", ToHex(job.certificate)},
           {"ess", job.ess},
-          {"asn1", job.asn1}};
+          {"asn1", job.asn1},
+          {"tac", ToHex(job.tac)},
+          {"rewriting", static_cast<int>(job.rewriting)}};
 }
 
 Job job_from(const Json& json) {
@@ -165,24 +167,9 @@ Job job_from(const Json& json) {
           json.at("verify").get<bool>(),
           FromHex(json.at("certificate").get<std::string>()).value(),
           json.at("ess").get<std::string>(),
-          json.at("asn1").get<bool>()};
-}
-
-Json to_json(const Failure& failure) {
-  return {{"exit", static_cast<int>(failure.exit)},
-          {"message", failure.message},
-          {"hint", failure.hint},
-          {"code", failure.code},
-          {"asn1_error", failure.asn1Error}};
-}
-
-Failure failure_from(const Json& json, const std::string& name, const std::string& messages) {
-  return {static_cast<ExitStatus>(json.at("exit").get<int>()),
-          name + ": " + json.at("message").get<std::string>(),
-          json.at("hint").get<std::string>(),
-          json.at("code").get<int32_t>(),
-          json.at("asn1_error").get<int32_t>(),
-          messages};
+          json.at("asn1").get<bool>(),
+          FromHex(json.at("tac").get<std::string>()).value(),
+          static_cast<Rewriting>(json.at("rewriting").get<int>())};
 }
 
 std::string read_standard_input() {
@@ -196,6 +183,23 @@ std::string read_standard_input() {
 }
 
 }  // namespace
+
+Json ToJson(const Failure& failure) {
+  return {{"exit", static_cast<int>(failure.exit)},
+          {"message", failure.message},
+          {"hint", failure.hint},
+          {"code", failure.code},
+          {"asn1_error", failure.asn1Error}};
+}
+
+Failure FailureFrom(const Json& json, const std::string& name, const std::string& messages) {
+  return {static_cast<ExitStatus>(json.at("exit").get<int>()),
+          name + ": " + json.at("message").get<std::string>(),
+          json.at("hint").get<std::string>(),
+          json.at("code").get<int32_t>(),
+          json.at("asn1_error").get<int32_t>(),
+          messages};
+}
 
 Answer Ask(const Job& job) {
   Pipe in;
@@ -220,7 +224,7 @@ Answer Ask(const Job& job) {
   const Json json = Json::parse(answer, nullptr, false);
   const bool finished = WIFEXITED(status) && WEXITSTATUS(status) == 0 && json.is_object();
   if (!finished) throw ended(status, job.name, messages);
-  if (json.contains("failure")) throw failure_from(json["failure"], job.name, messages);
+  if (json.contains("failure")) throw FailureFrom(json["failure"], job.name, messages);
   return {json.at("facts"), messages};
 }
 
@@ -230,7 +234,7 @@ int RunWorker() {
   try {
     answer["facts"] = Examine(job_from(Json::parse(read_standard_input())));
   } catch (const Failure& failure) {
-    answer = {{"failure", to_json(failure)}};
+    answer = {{"failure", ToJson(failure)}};
   } catch (const std::exception& error) {
     std::fprintf(stderr, "worker: %s\n", error.what());
     return 1;

@@ -5,15 +5,20 @@
 // in a process of its own, with limits on memory and processor time, whose end harms nobody.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "tool/bytes.h"
+#include "tool/failure.h"
 #include "tool/json.h"
 
 namespace qex::tool {
 
 // The one word on the command line of a worker. It is no command: people never type it.
 inline constexpr const char* kWorkerArgument = "--worker-process";
+
+// How a token is written afresh.
+enum class Rewriting : uint8_t { None, DropAttrCerts, IdData };
 
 // What the worker is asked about one message.
 struct Job {
@@ -23,6 +28,8 @@ struct Job {
   Bytes certificate = {};    // the one to verify with; empty: the token's own
   std::string ess = "auto";  // which signing-certificate attribute counts: auto, v1, v2
   bool asn1 = false;         // print it too
+  Bytes tac = {};            // the attribute certificate to match; empty: the token's own
+  Rewriting rewriting = Rewriting::None;
 };
 
 // What it answered.
@@ -34,6 +41,11 @@ struct Answer {
 // Ask has a job done in a worker; throws the worker's Failure, or one of exit status 70 when the
 // worker ended before it answered.
 Answer Ask(const Job& job);
+
+// A failure crosses the pipe as JSON. ToJson and FailureFrom are the two ways; on the way back it is told
+// what the message is called, and what the library wrote about it.
+Json ToJson(const Failure& failure);
+Failure FailureFrom(const Json& json, const std::string& name, const std::string& messages);
 
 // RunWorker is the worker's side: one job from standard input, one answer to standard output.
 int RunWorker();

@@ -23,13 +23,8 @@ struct Arguments {
 };
 
 ExitStatus take_certificate(const Arguments& arguments, const Options& options) {
-  const Message message = ReadAnyMessage(arguments.token);
+  const Message message = ReadTokenOrReply(arguments.token);
   const std::string name = ShownPath(arguments.token);
-  if (message.kind != inspect::Kind::Token && message.kind != inspect::Kind::Reply) {
-    throw Failure{ExitStatus::Input,
-                  name + ": is a " + inspect::KindName(message.kind) + ", where a token is needed",
-                  "name a token, or the reply that holds it"};
-  }
   const Answer answer = Ask({name, message.octets});
   if (const auto refusal = RefusalOf(answer.facts, name)) throw *refusal;
   const Json& signer = answer.facts["signer"];

@@ -1,6 +1,7 @@
 // qex show: what stands in a message, whatever kind it is. Nothing is verified.
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -10,6 +11,7 @@
 #include "tool/files.h"
 #include "tool/message.h"
 #include "tool/output.h"
+#include "tool/tac_facts.h"
 #include "tool/worker.h"
 
 namespace qex::tool {
@@ -36,6 +38,14 @@ Json shown_fields(const Json& facts) {
   if (facts.contains("description") && facts["description"].is_object()) {
     fields.update(facts["description"]);
     if (!facts.contains("info")) fields["sha256"] = facts["raw"]["sha256"];
+  }
+  if (facts.contains("tac") && facts["tac"].contains("info")) {
+    Json certificate = TacFields(facts["tac"]);
+    if (facts.contains("info")) {
+      fields["time_attribute_certificate"] = std::move(certificate);
+    } else {
+      fields.update(certificate);
+    }
   }
   return fields;
 }
@@ -92,7 +102,8 @@ ExitStatus show_all(const Arguments& arguments, const Options& options) {
 
 Run AddShow(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
-  app.add_option("X", arguments->files, "requests, replies, tokens, certificates; - is standard input")
+  app.add_option("X", arguments->files,
+                 "requests, replies, tokens, certificates, attribute certificates; - is standard input")
       ->required();
   app.add_flag("--asn1", arguments->asn1, "every value, as the library prints it");
   return [arguments](const Options& options) { return show_all(*arguments, options); };

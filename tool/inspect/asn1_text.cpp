@@ -1,4 +1,4 @@
-// Whole messages by the library's print routines, and the identifiers that it has no type for.
+// Whole messages by the library's print routines.
 #include <cstdio>
 #include <cstdlib>
 
@@ -8,12 +8,9 @@
 #include "asn1/timestamp.h"
 #include "tool/inspect/decoded.h"
 #include "tool/inspect/describe.h"
-#include "tool/inspect/oid_text.h"
 
 namespace qex::inspect {
 namespace {
-
-constexpr unsigned kMaxDepth = 64;
 
 // What `print` writes to a stream.
 template <class Print>
@@ -55,34 +52,6 @@ std::optional<std::string> print_token(View data) {
   return infoText ? *text + "\n-- eContent --\n" + *infoText : text;
 }
 
-bool is_registered(View identifier) {
-  AsnAny any{};
-  SetAnyTypeByOid(&any, {static_cast<uint32_t>(identifier.size()), identifier.data()});
-  return any.ai != nullptr;
-}
-
-// SEQUENCE { identifier, value }, where the value belongs to the identifier: algorithm with
-// parameters, attribute. An extension's value and a content under [0] are not looked up.
-std::optional<std::string> unknown_in(const Element& element, unsigned depth) {
-  Elements parts(element.content);
-  const auto first = parts.next();
-  if (!first) return std::nullopt;
-  if (element.tag == 0x30 && first->tag == 0x06) {
-    const auto value = parts.next();
-    const bool lookedUp = value && value->tag != 0x01 && value->tag != 0x04 && value->tag != 0xA0;
-    const std::string identifier = DecodeOid(first->content);
-    const bool wellFormed = !identifier.starts_with('?');
-    if (lookedUp && wellFormed && !is_registered(first->content)) return NamedOid(identifier);
-  }
-  if (depth == kMaxDepth) return std::nullopt;
-  Elements all(element.content);
-  while (const auto part = all.next()) {
-    if ((part->tag & 0x20) == 0) continue;
-    if (auto found = unknown_in(*part, depth + 1)) return found;
-  }
-  return std::nullopt;
-}
-
 }  // namespace
 
 std::optional<std::string> Asn1Text(Kind kind, View data) {
@@ -100,12 +69,6 @@ std::optional<std::string> Asn1Text(Kind kind, View data) {
     case Kind::Unknown: break;
   }
   return std::nullopt;
-}
-
-std::optional<std::string> UnknownAlgorithm(View data) {
-  const auto whole = Elements(data).next();
-  if (!Prepare() || !whole) return std::nullopt;
-  return unknown_in(*whole, 0);
 }
 
 }  // namespace qex::inspect

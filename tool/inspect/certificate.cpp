@@ -16,6 +16,8 @@ constexpr uint8_t kSequence = 0x30;
 constexpr uint8_t kVersionTag = 0xA0;
 constexpr uint8_t kExtensionsTag = 0xA3;
 constexpr uint8_t kOctetString = 0x04;
+// Version, holder, issuer, signature, serial number, validity (RFC 3281, 4.1).
+constexpr size_t kFieldsBeforeAttributes = 6;
 constexpr std::string_view kExtKeyUsage = "2.5.29.37";
 
 using DecodedCertificate = Decoded<Certificate, BDecCertificate, FreeCertificate>;
@@ -176,35 +178,39 @@ Json DescribeAttributeCertificate(View certificate) {
   const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
   if (!body) return nullptr;
   Elements fields(body->content);
-  const auto version = fields.next(kInteger);
-  const auto holder = fields.next();
+  fields.next(kInteger);
+  fields.next();  // the holder
   const auto issuer = fields.next();
-  const auto signature = fields.next(kSequence);
+  fields.next(kSequence);
   const auto serial = fields.next(kInteger);
-  const auto validity = fields.next(kSequence);
-  const auto attributes = fields.next(kSequence);
-  if (!holder || !issuer || !serial || !validity || !attributes) return nullptr;
+  if (!issuer || !serial) return nullptr;
 
   Json description;
-  description["version"] = version && !version->content.empty() ? version->content.back() + 1 : 1;
   if (const auto v2 = Elements(issuer->content).next(kSequence)) {
     description["issuer"] = general_names(v2->content);
   } else {
     description["issuer"] = general_names(issuer->content);
   }
   description["serial"] = serial_text(serial->content);
-  Elements times(validity->content);
-  description["not_before"] = time_at(times);
-  description["not_after"] = time_at(times);
-  description["signature_algorithm"] = algorithm_name(signature);
+  description["attributes"] = AttributeTypes(certificate);
+  return description;
+}
+
+Json AttributeTypes(View certificate) {
   Json names = Json::array();
+  const auto whole = Elements(certificate).next(kSequence);
+  const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
+  if (!body) return names;
+  Elements fields(body->content);
+  for (size_t i = 0; i < kFieldsBeforeAttributes; ++i) fields.next();
+  const auto attributes = fields.next(kSequence);
+  if (!attributes) return names;
   Elements list(attributes->content);
   while (const auto attribute = list.next(kSequence)) {
     const auto type = Elements(attribute->content).next(kOid);
     if (type) names.push_back(NamedOid(dotted(*type)));
   }
-  description["attributes"] = names;
-  return description;
+  return names;
 }
 
 }  // namespace qex::inspect

@@ -45,7 +45,11 @@ KeyFacts InspectKey(View certificate);
 // Descriptions for people; null when the input is not what the name says.
 Json DescribeToken(View token);
 Json DescribeCertificate(View certificate);
+// Issuer, serial number and attribute types: which one it is among those of a token.
 Json DescribeAttributeCertificate(View certificate);
+
+// AttributeTypes returns the types of an attribute certificate's attributes, as NamedOid gives them.
+Json AttributeTypes(View certificate);
 
 // NameText renders an encoded Name as "C=XX, O=Maker, CN=Name", in UTF-8.
 std::string NameText(View name);
@@ -56,8 +60,16 @@ std::string TimeText(uint8_t tag, View content);
 // Asn1Text prints a message by the library's print routines; nothing when it does not decode.
 std::optional<std::string> Asn1Text(Kind kind, View data);
 
-// UnknownAlgorithm looks for an identifier of a well-known algorithm that the library has no type
-// for, and returns its name; nothing when there is none.
-std::optional<std::string> UnknownAlgorithm(View data);
+// UnknownIdentifier is one that the library has no type for, in a place where the value behind it
+// is decoded by it.
+struct UnknownIdentifier {
+  std::string name;  // as NamedOid gives it
+  const char* role;  // "attribute", "algorithm" and so on
+  bool algorithm;
+};
+
+// FindUnknownIdentifier returns the first one in a message, of a token's TSTInfo last; nothing when
+// there is none.
+std::optional<UnknownIdentifier> FindUnknownIdentifier(View data);
 
 }  // namespace qex::inspect

@@ -1,0 +1,64 @@
+// qex rewrite: a token in another shape.
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "tool/command.h"
+#include "tool/failure.h"
+#include "tool/files.h"
+#include "tool/judge.h"
+#include "tool/message.h"
+#include "tool/output.h"
+#include "tool/worker.h"
+
+namespace qex::tool {
+namespace {
+
+struct Arguments {
+  std::string token;
+  std::string output = "-";
+  bool dropAttrCerts = false;
+  bool idData = false;
+};
+
+ExitStatus rewrite(const Arguments& arguments, const Options& options) {
+  if (arguments.dropAttrCerts == arguments.idData) {
+    throw UsageFailure(arguments.idData ? "--drop-attr-certs and --id-data exclude each other"
+                                        : "how the token is to be written is not said",
+                       "name one of --drop-attr-certs and --id-data");
+  }
+  const std::string name = ShownPath(arguments.token);
+  Job job{name, ReadTokenOrReply(arguments.token).octets};
+  job.rewriting = arguments.idData ? Rewriting::IdData : Rewriting::DropAttrCerts;
+  const Answer answer = Ask(job);
+  if (auto refusal = RefusalOf(answer.facts, name)) {
+    refusal->libraryMessages = answer.libraryMessages;
+    throw *refusal;
+  }
+  WriteLibraryMessages(answer.libraryMessages, options);
+  const std::string written = answer.facts["rewritten"].get<std::string>();
+  if (!options.json || !IsStandardStream(arguments.output)) {
+    WriteOutput(arguments.output, FromHex(written).value(), "name a file with -o");
+  }
+  if (options.json) {
+    Json document = NewDocument("rewrite", arguments.token);
+    document["changed"] = answer.facts["rewritten"] != answer.facts["token"];
+    document["token"] = written;
+    WriteJson(document);
+  }
+  return ExitStatus::Ok;
+}
+
+}  // namespace
+
+Run AddRewrite(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  app.add_option("TOKEN", arguments->token, "a token or reply; - is standard input")->required();
+  app.add_flag("--drop-attr-certs", arguments->dropAttrCerts, "without the attribute certificates");
+  app.add_flag("--id-data", arguments->idData, "with its content typed as plain data");
+  app.add_option("-o", arguments->output, "where the token goes; - is standard output")->type_name("FILE");
+  return [arguments](const Options& options) { return rewrite(*arguments, options); };
+}
+
+}  // namespace qex::tool

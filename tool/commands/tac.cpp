@@ -1,0 +1,215 @@
+// qex tac: the time attribute certificate of a token.
+#include <memory>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "api/qex.h"
+#include "tool/command.h"
+#include "tool/failure.h"
+#include "tool/files.h"
+#include "tool/inspect/code_texts.h"
+#include "tool/judge.h"
+#include "tool/message.h"
+#include "tool/output.h"
+#include "tool/report.h"
+#include "tool/tac_facts.h"
+#include "tool/worker.h"
+
+namespace qex::tool {
+namespace {
+
+using inspect::Kind;
+
+struct Arguments {
+  std::string action;
+  std::string token;
+  std::string tac;
+  std::string output;
+  std::string ess = "auto";
+  bool pem = false;
+};
+
+Answer ask_about_token(const Arguments& arguments, const Message& token, const Bytes& tac) {
+  Job job{ShownPath(arguments.token), token.octets};
+  job.ess = arguments.ess;
+  job.tac = tac;
+  Answer answer = Ask(job);
+  if (auto refusal = RefusalOf(answer.facts, job.name)) {
+    refusal->libraryMessages = answer.libraryMessages;
+    throw *refusal;
+  }
+  return answer;
+}
+
+// The facts of the certificate that the token carries.
+const Json& carried(const Answer& answer, const std::string& name) {
+  const Json& tac = answer.facts["tac"];
+  const auto code = tac["code"].get<int32_t>();
+  if (code == QEX_OK) return tac;
+  throw Failure{ExitOfCode(code),
+                name + ": " + inspect::CodeMeaning(code),
+                "the authority attached none; one that was kept apart is named with --tac",
+                code,
+                tac["asn1_error"].get<int32_t>(),
+                answer.libraryMessages};
+}
+
+ExitStatus take_out(const Arguments& arguments, const Options& options) {
+  if (!arguments.tac.empty()) {
+    throw UsageFailure("tac get takes the certificate out of the token, so it takes no --tac",
+                       "-o says where the certificate goes");
+  }
+  const std::string name = ShownPath(arguments.token);
+  const Answer answer = ask_about_token(arguments, ReadTokenOrReply(arguments.token), {});
+  const Json& tac = carried(answer, name);
+  WriteLibraryMessages(answer.libraryMessages, options);
+  const Bytes der = FromHex(tac["der"].get<std::string>()).value();
+  const std::string output = arguments.output.empty() ? "-" : arguments.output;
+  const bool standard = IsStandardStream(output);
+  if (!options.json || !standard) {
+    if (arguments.pem) {
+      const std::string pem = ToPem(der, "ATTRIBUTE CERTIFICATE");
+      WriteOutput(output, {reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}, "");
+    } else {
+      WriteOutput(output, der, "name a file with -o, or ask for --pem");
+    }
+  }
+  if (options.json) {
+    Json document = NewDocument("tac", arguments.token);
+    document["action"] = arguments.action;
+    if (tac.contains("sha256")) document["sha256"] = tac["sha256"];
+    document["attribute_certificate"] = tac["der"];
+    WriteJson(document);
+  }
+  return ExitStatus::Ok;
+}
+
+ExitStatus show_fields(const Arguments& arguments, const Options& options, Json fields,
+                       const std::optional<Failure>& missing, const std::string& source) {
+  if (options.json) {
+    Json document = NewDocument("tac", source);
+    if (missing) SetFailure(document, *missing);
+    document["action"] = arguments.action;
+    document.update(fields);
+    WriteJson(document);
+  } else {
+    WriteText(ShownPath(source) + ": time attribute certificate\n");
+    WriteFields(fields, 2);
+  }
+  if (!missing) return ExitStatus::Ok;
+  WriteFailure(*missing, options);
+  return missing->exit;
+}
+
+// A certificate that lies in a file of its own.
+ExitStatus show_alone(const Arguments& arguments, const Options& options, const Message& message,
+                      const Json& match) {
+  const std::string name = ShownPath(message.path);
+  const Answer answer = Ask({name, message.octets});
+  WriteLibraryMessages(answer.libraryMessages, options);
+  const Json& tac = answer.facts["tac"];
+  Json fields = TacFields(tac);
+  if (match.is_object()) fields["belongs_to_token"] = match["code"] == QEX_OK;
+  return show_fields(arguments, options, fields, MissingTiming(tac, name), message.path);
+}
+
+ExitStatus show(const Arguments& arguments, const Options& options) {
+  const std::string name = ShownPath(arguments.token);
+  if (!arguments.tac.empty()) {
+    const Message token = ReadTokenOrReply(arguments.token);
+    const Message certificate = ReadMessageOf(arguments.tac, Kind::AttributeCertificate);
+    const Answer answer = ask_about_token(arguments, token, certificate.octets);
+    return show_alone(arguments, options, certificate, answer.facts["tac_match"]);
+  }
+  const Message message = ReadAnyMessage(arguments.token);
+  if (message.kind == Kind::AttributeCertificate) return show_alone(arguments, options, message, nullptr);
+  const Answer answer = ask_about_token(arguments, AsTokenOrReply(message), {});
+  const Json& tac = carried(answer, name);
+  if (tac.contains("failure")) throw FailureFrom(tac["failure"], name, answer.libraryMessages);
+  WriteLibraryMessages(answer.libraryMessages, options);
+  return show_fields(arguments, options, TacFields(tac), MissingTiming(tac, name), arguments.token);
+}
+
+std::string attribute_name(const Json& facts) {
+  return facts["ess"] == "v2" ? "signing-certificate-v2" : "signing-certificate";
+}
+
+ExitStatus check(const Arguments& arguments, const Options& options) {
+  const std::string name = ShownPath(arguments.token);
+  const Message token = ReadTokenOrReply(arguments.token);
+  Bytes given;
+  if (!arguments.tac.empty()) given = ReadMessageOf(arguments.tac, Kind::AttributeCertificate).octets;
+  const Answer answer = ask_about_token(arguments, token, given);
+  if (given.empty()) carried(answer, name);
+  const Json& match = answer.facts["tac_match"];
+  const auto code = match["code"].get<int32_t>();
+  const auto asn1Error = match["asn1_error"].get<int32_t>();
+  const std::string source = given.empty() ? "the one that " + name + " carries" : ShownPath(arguments.tac);
+
+  Report report;
+  if (code == QEX_OK) {
+    report.Pass("belongs", source + ": the signed attributes of " + name + " name or hold it");
+  } else if (code == QEX_E_MISMATCH) {
+    report.Fail("belongs", source + " is not named by " + attribute_name(answer.facts) + " and not held",
+                ExitOfCode(code), "it belongs to another token, or was written afresh in other octets", code,
+                asn1Error);
+  } else if (code == QEX_E_DECODE) {
+    report.Fail("belongs", "the token has no attribute " + attribute_name(answer.facts), ExitOfCode(code),
+                "--ess auto takes the attribute that is there", code, asn1Error);
+  } else {
+    report.Fail("belongs", inspect::CodeMeaning(code), ExitOfCode(code), "look inside with 'qex show --asn1'",
+                code, asn1Error);
+  }
+  report.Skip("token", "its signature is for 'qex verify' to check");
+  report.Skip("issuer, signature and validity of the certificate", "not checked");
+
+  const std::optional<Failure> failure = report.FirstFailure(name);
+  WriteLibraryMessages(answer.libraryMessages, options);
+  if (options.json) {
+    Json document = NewDocument("tac", arguments.token);
+    if (failure) SetFailure(document, *failure);
+    document["action"] = arguments.action;
+    document["checks"] = report.Checks();
+    document["ess"] = answer.facts["ess"];
+    WriteJson(document);
+  } else if (!options.quiet) {
+    WriteText(report.Text(options));
+  }
+  if (!failure) return ExitStatus::Ok;
+  WriteFailure(*failure, options);
+  return failure->exit;
+}
+
+ExitStatus run_action(const Arguments& arguments, const Options& options) {
+  const bool get = arguments.action == "get";
+  if (!get && (!arguments.output.empty() || arguments.pem)) {
+    throw UsageFailure("-o and --pem say how the certificate is written, so they go with tac get",
+                       "leave them out, or take the certificate out with 'qex tac get'");
+  }
+  if (get) return take_out(arguments, options);
+  return arguments.action == "show" ? show(arguments, options) : check(arguments, options);
+}
+
+}  // namespace
+
+Run AddTac(CLI::App& app) {
+  auto arguments = std::make_shared<Arguments>();
+  app.add_option("ACTION", arguments->action,
+                 "get: take it out; show: print it; check: does it belong to the token")
+      ->check(CLI::IsMember({"get", "show", "check"}))
+      ->required();
+  app.add_option("TOKEN", arguments->token,
+                 "a token or reply, for show also a certificate; - is standard input")
+      ->required();
+  app.add_option("--tac", arguments->tac, "the certificate, in place of the one that the token carries")
+      ->type_name("FILE");
+  app.add_option("-o", arguments->output, "where get writes it; - is standard output")->type_name("FILE");
+  app.add_flag("--pem", arguments->pem, "as PEM, not DER");
+  app.add_option("--ess", arguments->ess, "signing-certificate attribute: auto, v1 or v2")
+      ->check(CLI::IsMember({"auto", "v1", "v2"}))
+      ->type_name("VERSION");
+  return [arguments](const Options& options) { return run_action(*arguments, options); };
+}
+
+}  // namespace qex::tool

@@ -1,0 +1,39 @@
+// Failures of exports in words.
+#include "tool/library_call.h"
+
+#include "tool/escape.h"
+#include "tool/inspect/code_texts.h"
+#include "tool/inspect/describe.h"
+
+namespace qex::tool {
+namespace {
+
+constexpr int32_t kUnknownType = -44;  // the last ASN.1 error for an identifier without a type
+
+Failure unknown_identifier(const std::string& what, const inspect::UnknownIdentifier& unknown, int32_t code) {
+  const std::string named = std::string(unknown.role) + ' ' + Escaped(unknown.name);
+  if (unknown.algorithm) {
+    return {ExitStatus::Unsupported, what + ": the " + named + " is not supported",
+            "ask for a token with RSA or DSA and a supported hash", code, kUnknownType};
+  }
+  return {ExitStatus::Input, what + ": it holds the " + named + ", a type that the library does not know",
+          "such a message cannot be read; ask its maker for one without it", code, kUnknownType};
+}
+
+}  // namespace
+
+Failure LibraryFailure(const std::string& what, int32_t code, ByteView message) {
+  const int32_t asn1Error = QEX_GetLastAsnError();
+  if (asn1Error == kUnknownType) {
+    if (const auto unknown = inspect::FindUnknownIdentifier(message)) {
+      return unknown_identifier(what, *unknown, code);
+    }
+  }
+  std::string text = what + ": " + inspect::CodeMeaning(code);
+  if (const auto meaning = inspect::Asn1ErrorMeaning(asn1Error); meaning && asn1Error != 0) {
+    text += " (" + *meaning + ", ASN.1 error " + std::to_string(asn1Error) + ")";
+  }
+  return {ExitOfCode(code), text, "fetch it again, or look inside with 'qex show --asn1'", code, asn1Error};
+}
+
+}  // namespace qex::tool

@@ -1,0 +1,45 @@
+// Calling exports that read foreign octets: lengths, outputs, and what a failed call becomes.
+#pragma once
+
+#include <algorithm>
+#include <cstdint>
+#include <string>
+
+#include "api/qex.h"
+#include "tool/bytes.h"
+#include "tool/failure.h"
+
+namespace qex::tool {
+
+// LibraryFailure returns the Failure of an export that answered `code` on `message`; the last ASN.1
+// error must still be that of the call. When the library stopped at an identifier that it has no type
+// for, that identifier is named: an algorithm leads to exit status 7, any other one to 4.
+Failure LibraryFailure(const std::string& what, int32_t code, ByteView message);
+
+// LengthOf returns the length as the exports take it; messages are at most kMaxMessage long.
+inline uint32_t LengthOf(ByteView data) {
+  return static_cast<uint32_t>(data.size());
+}
+
+// FieldOf returns the octets of a record's field; `length` may be that of a value that was cut.
+template <size_t kSize>
+ByteView FieldOf(const uint8_t (&octets)[kSize], size_t length) {
+  return {octets, std::min(length, kSize)};
+}
+
+// FetchOutput fills `out` by an export that tells the length needed with QEX_E_SIZE. `call(data, length)`
+// returns the code. The first try has room for `guess` octets; 0 asks for the length.
+template <class Call>
+int32_t FetchOutput(Bytes& out, size_t guess, Call call) {
+  out.resize(guess);
+  uint32_t length = LengthOf(out);
+  int32_t code = call(guess == 0 ? nullptr : out.data(), &length);
+  if (code == QEX_E_SIZE) {
+    out.resize(length);
+    code = call(out.data(), &length);
+  }
+  out.resize(code == QEX_OK ? length : 0);
+  return code;
+}
+
+}  // namespace qex::tool
