@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # From nothing to a verified time-stamp: builds the library and the tool, starts an authority on this
-# machine, stamps README.md, verifies and shows the token, and sees a changed file refused.
+# machine, stamps README.md, verifies and shows the token and the timing metrics that the authority states
+# in it, and sees a changed file refused.
 # Everything but the build happens in a temporary folder, which goes at the end.
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -29,7 +30,7 @@ step() {
   "$@"
 }
 
-python3 -B tests/authority/authority.py --end-with-parent --dir "$work/authority" --ready "$work/ready.json" &
+python3 -B tests/authority/authority.py --end-with-parent --tac --dir "$work/authority" --ready "$work/ready.json" &
 authority=$!
 for _ in $(seq 200); do
   [ ! -e "$work/ready.json" ] || break
@@ -51,6 +52,8 @@ step "$qex" stamp README.md --tsa "$url" -o "$stamps"
 mv "$stamps"/README.md.ts[rq] "$work"
 step "$qex" verify "$document" --tsa-cert "$certificate"
 step "$qex" show "$document.tsr"
+step "$qex" tac check "$document.tsr"
+step "$qex" tac show "$document.tsr"
 
 echo "one more line" >> "$document"
 status=0
