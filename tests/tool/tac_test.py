@@ -3,6 +3,7 @@
 import os
 import sys
 import unittest
+import urllib.request
 
 import support
 from support import AUTHORITY, ToolTest, openssl, run, run_json, verdicts
@@ -64,15 +65,16 @@ class TacTest(ToolTest):
         run("request", self.document, "-o", self.path("query"), check=0)
         return self.read(self.path("query"))
 
-    def token_with(self, *options):
-        """A token that the tool's stamp would not accept, straight from the authority."""
-        import urllib.request
+    def reply_of(self, *options):
+        """A reply that the tool's stamp would not accept, straight from an authority."""
         opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
         with self.start(*options) as authority:
             request = urllib.request.Request(authority.url, self.query_of(),
                                              {"Content-Type": "application/timestamp-query"})
-            reply = opener.open(request, timeout=30).read()
-        return elements(elements(reply)[0][1])[1][2]
+            return opener.open(request, timeout=30).read()
+
+    def token_with(self, *options):
+        return elements(elements(self.reply_of(*options))[0][1])[1][2]
 
     # get
 
@@ -175,6 +177,35 @@ class TacTest(ToolTest):
                 self.assert_error(run("tac", "show", self.path("token")), status, "states no timing")
                 run("tac", "check", self.path("token"), check=0)
                 self.assertIn(kept, run_json("show", self.path("token"), check=0)["time_attribute_certificate"])
+
+    def test_ATimeThatCannotBeRenderedIsNotedAndNoFailure(self):
+        data = self.read(self.tac)
+        at = data.index(bytes.fromhex("300A020500"))  # ntpTime, of four octets and a zero in front
+        self.write(self.path("tac"), data[:at + 4] + b"\x7f" + data[at + 5:])
+        metrics = run_json("tac", "show", self.path("tac"), check=0)["timing_metrics"]
+        self.assertNotIn("ntp_time", metrics)
+        self.assertEqual((metrics["offset_seconds"], metrics["cut"]), (-0.25, ["a time or duration out of range"]))
+        self.assertIn(b"out of range", run("tac", "show", self.path("tac"), check=0).stdout)
+
+    def test_ASerialNumberThatIsCutIsNotedAndNoFailure(self):
+        body, algorithm, signature = elements(elements(self.read(self.tac))[0][1])
+        fields = [whole for _, _, whole in elements(body[1])]
+        fields[4] = der(0x02, b"\x01" * 41)
+        self.write(self.path("tac"), der(0x30, der(0x30, *fields), algorithm[2], signature[2]))
+        document = run_json("tac", "show", self.path("tac"), check=0)
+        self.assertEqual((document["serial"], document["cut"]), ("0x" + "01" * 40, ["serial number"]))
+
+    def test_NamesAreEscaped(self):
+        self.write(self.path("tac"), self.read(self.tac).replace(b"Test Time-Stamp Signer", b"Test \x1b[2J\nStamp Signer"))
+        done = run("tac", "show", self.path("tac"), check=0)
+        self.assertIn(b"CN=Test \\x1b[2J\\x0aStamp Signer\n", done.stdout)
+        self.assertNotIn(b"\x1b", done.stdout)
+
+    def test_ARefusalIsStatus5(self):
+        self.write(self.path("refusal"), self.reply_of("--reject", "badAlg"))
+        for words in (("tac", "get"), ("tac", "show"), ("tac", "check"), ("rewrite", "--id-data")):
+            with self.subTest(words=words):
+                self.assert_error(run(*words, self.path("refusal")), 5, "badAlg")
 
     # check
 

@@ -145,15 +145,17 @@ ExitStatus check(const Arguments& arguments, const Options& options) {
   const Json& match = answer.facts["tac_match"];
   const auto code = match["code"].get<int32_t>();
   const auto asn1Error = match["asn1_error"].get<int32_t>();
-  const std::string source = given.empty() ? "the one that " + name + " carries" : ShownPath(arguments.tac);
+  const std::string source = given.empty() ? "the one it carries" : ShownPath(arguments.tac);
 
   Report report;
   if (code == QEX_OK) {
-    report.Pass("belongs", source + ": the signed attributes of " + name + " name or hold it");
+    report.Pass("belongs", source + ": named or held by the signed attributes");
   } else if (code == QEX_E_MISMATCH) {
-    report.Fail("belongs", source + " is not named by " + attribute_name(answer.facts) + " and not held",
-                ExitOfCode(code), "it belongs to another token, or was written afresh in other octets", code,
-                asn1Error);
+    report.Fail(
+        "belongs",
+        source + ": neither named by " + attribute_name(answer.facts) + " nor held by the signer attributes",
+        ExitOfCode(code), "it belongs to another token, or was written afresh in other octets", code,
+        asn1Error);
   } else if (code == QEX_E_DECODE) {
     report.Fail("belongs", "the token has no attribute " + attribute_name(answer.facts), ExitOfCode(code),
                 "--ess auto takes the attribute that is there", code, asn1Error);
