@@ -1,7 +1,6 @@
 // The signing-certificate attribute, and the search for the certificate that it names.
 #include "api/signing_certificate.h"
 
-#include <atomic>
 #include <cstdlib>
 #include <cstring>
 
@@ -12,14 +11,14 @@
 
 namespace qex {
 
+std::atomic<uint32_t> essCertIdV2Switch{kEssCertIdV2Unread};
+
 uint32_t UseEssCertIdV2() {
-  constexpr uint32_t kUnread = 0xFFFFFFFF;
-  static std::atomic<uint32_t> cached{kUnread};
-  uint32_t use = cached;
-  if (use == kUnread) {
+  uint32_t use = essCertIdV2Switch;
+  if (use == kEssCertIdV2Unread) {
     const char* value = std::getenv("QEX_VERIFY_ESSCERTIDV2");
     use = value != nullptr && std::strcmp(value, "1") == 0 ? 1 : 0;
-    cached = use;
+    essCertIdV2Switch = use;
   }
   return use;
 }

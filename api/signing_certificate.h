@@ -2,6 +2,7 @@
 // authority's certificate that it names.
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 
 #include "api/digest_by_oid.h"
@@ -10,6 +11,11 @@
 #include "ber/buffer.h"
 
 namespace qex {
+
+// What UseEssCertIdV2 answers once it has read the environment. Tests and fuzz targets store 0, 1 or
+// kEssCertIdV2Unread in it; the library never goes back.
+inline constexpr uint32_t kEssCertIdV2Unread = 0xFFFFFFFF;
+extern std::atomic<uint32_t> essCertIdV2Switch;
 
 // UseEssCertIdV2 returns 1 when the second version of the attribute is used, which is when the
 // environment variable QEX_VERIFY_ESSCERTIDV2 is exactly "1"; else 0, for the first version.
