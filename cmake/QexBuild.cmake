@@ -23,6 +23,11 @@ if(QEX_SANITIZE)
        -fno-omit-frame-pointer)
   list(APPEND QEX_INSTRUMENT_LINK -fsanitize=${QEX_SANITIZE})
 endif()
+if(QEX_FUZZ)
+  # Edges of the library are counted; the engine itself is linked to the targets alone.
+  list(APPEND QEX_INSTRUMENT_COMPILE -fsanitize=fuzzer-no-link)
+  list(APPEND QEX_INSTRUMENT_LINK -fsanitize=fuzzer-no-link)
+endif()
 if(QEX_COVERAGE)
   # Counters are atomic, for the tests that call the library from several threads.
   list(APPEND QEX_INSTRUMENT_COMPILE --coverage -O0 -fprofile-update=atomic)

@@ -2,7 +2,7 @@
 # Installs what building and testing need, on Debian 12 and its relatives: only the packages that
 # are missing, and nothing at all when none is.
 #
-# usage: scripts/setup.sh [coverage] [bench] [format]     each adds what that purpose needs
+# usage: scripts/setup.sh [coverage] [bench] [format] [fuzz]     each adds what that purpose needs
 set -euo pipefail
 
 packages=(
@@ -17,7 +17,8 @@ for purpose in "$@"; do
     coverage) packages+=(gcovr) ;;
     bench) packages+=(libbenchmark-dev) ;;
     format) packages+=(clang-format-14) ;;
-    *) echo "setup: unknown purpose '$purpose' (coverage, bench, format)" >&2; exit 2 ;;
+    fuzz) packages+=(clang libclang-rt-14-dev libssl-dev) ;;
+    *) echo "setup: unknown purpose '$purpose' (coverage, bench, format, fuzz)" >&2; exit 2 ;;
   esac
 done
 
