@@ -442,8 +442,8 @@ QEX_EXPORT int32_t QEX_GetTST_TSACert(uint8_t* out, uint32_t* outLength, const u
 /*
  * QEX_VerifyTST_Signature checks that the token was signed with the authority's key: the first SignerInfo's
  * message-digest attribute is the digest of the content, its signature over the signed attributes verifies
- * under the RSA key of the authority's certificate (PKCS #1 v1.5), and the first identifier of its
- * signing-certificate attribute names that certificate.
+ * under the key of the authority's certificate (RSA with PKCS #1 v1.5, or DSA), and the first identifier of
+ * its signing-certificate attribute names that certificate.
  *
  * The certificate is that of `tsaCert`, `tsaCertLen` bytes of DER. When `tsaCert` is null or its length 0,
  * it is looked for among the certificates of the token: the token is then consistent in itself, and whose

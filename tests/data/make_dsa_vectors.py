@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """Writes dsa_verify.txt: domain parameters, keys and signatures of the command line program openssl,
 and the example of FIPS 186-2, appendix 5, which is checked here with Python's pow before it is written.
-Signatures with a q of 161 and of 600 bits are computed here.
+Signatures with a q of 136, 161 and 600 bits are computed here.
 """
 import hashlib
 import os
@@ -124,3 +124,4 @@ with open(os.path.join(HERE, "dsa_verify.txt"), "w") as out:
     of_openssl(out, 3072, 256, ("sha256",))
     of_python(out, 1024, 161, "sha256")
     of_python(out, 1200, 600, "sha512")
+    of_python(out, 512, 136, "sha256")

@@ -12,7 +12,7 @@ Octets joined(const std::vector<Octets>& parts) {
   return all;
 }
 
-Octets sign(const RsaKey& key, const Octets& block) {
+Octets rsa_signature(const RsaKey& key, const Octets& block) {
   return RsaPower(block, key.d, key.n);
 }
 
@@ -67,7 +67,7 @@ Octets CertificateMaker::encode() const {
   const Octets body = der::sequence(der::context(0, der::integer(2)), serial, algorithm, subject, validity,
                                     subject, key_info, der::context(3, der::sequence(time_stamping_only)));
   const Octets info = DigestInfo(kSha256, der::null(), Digest(kSha256, body));
-  return der::sequence(body, algorithm, der::bit_string(sign(key, Padded(info, key.n.size()))));
+  return der::sequence(body, algorithm, der::bit_string(rsa_signature(key, Padded(info, key.n.size()))));
 }
 
 const Octets& AuthorityCertificate() {
@@ -116,14 +116,19 @@ Octets AttributeCertificateContent() {
 Octets SignerMaker::encode(const Octets& content) const {
   const Octets all = joined(attributes.value_or(usual_attributes(*this, content)));
   const Octets hash = Digest(digest, hashed_attributes.value_or(der::set(all)));
-  const Octets info = DigestInfo(digest, signed_digest_parameters, hash);
+  const auto with_rsa = [this](const Octets& octets) {
+    const Octets info = DigestInfo(digest, signed_digest_parameters, octets);
+    return rsa_signature(key, block(info, key.n.size()));
+  };
   const Octets name = CertificateMaker().subject;
   return der::sequence(
       der::integer(version), der::sequence(name, der::integer(7)),
       digest_algorithm.value_or(der::algorithm(digest, digest_parameters)),
       signed_attributes.value_or(der::context(0, all)),
       signature_algorithm_element.value_or(der::algorithm(signature_algorithm, signature_parameters)),
-      der::octet_string(signature.has_value() ? *signature : sign(key, block(info, key.n.size()))));
+      der::octet_string(signature.has_value() ? *signature
+                        : sign                ? sign(hash)
+                                              : with_rsa(hash)));
 }
 
 Octets TokenMaker::encode() const {

@@ -92,6 +92,7 @@ struct SignerMaker {
   std::optional<Octets> hashed_attributes;            // the SET that is hashed
   std::optional<Octets> signature;                    // signature octets
   std::function<Octets(const Octets& digest_info, size_t size)> block = Padded;
+  std::function<Octets(const Octets& digest)> sign;  // makes the signature octets in place of `key`
 
   Octets encode(const Octets& content) const;
 };
