@@ -1,0 +1,10 @@
+#!/bin/sh
+# Makes the samples of this folder with the Bouncy Castle library for Java (packages default-jdk-headless,
+# libbcprov-java, libbcpkix-java): runs Samples.java, which says what there is. Usage: make.sh
+# BC_JARS is the folder of the jar files, if they are not those of the packages.
+# Every run gives other keys, serial numbers and times; what the tests say holds for all of them.
+set -eu
+cd "$(dirname "$0")"
+jars=${BC_JARS:-$(dirname "$(dpkg -L libbcprov-java | grep '/bcprov\.jar$')")}
+rm -f -- *.der *.ber samples.txt
+exec java -cp "$jars/bcprov.jar:$jars/bcutil.jar:$jars/bcpkix.jar" Samples.java

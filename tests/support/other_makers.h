@@ -1,0 +1,87 @@
+// The samples of data/bouncycastle and data/openssl_dsa. The records of their samples.txt say what was put
+// into each.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "tests/support/big.h"
+#include "tests/support/exports.h"
+#include "tests/support/files.h"
+
+namespace qex::test {
+
+// PeerSample is a record and the folder that it stands in.
+struct PeerSample {
+  std::string folder;
+  Vector words;
+
+  const std::string& operator[](const char* word) const { return words.at(word); }
+  bool is(const char* word, const std::string& value) const {
+    const auto found = words.find(word);
+    return found != words.end() && found->second == value;
+  }
+  bool has(const char* word) const { return words.count(word) != 0 && !is(word, "none"); }
+  Octets file(const std::string& name) const {
+    const Octets octets = ReadFile(QEX_TEST_DATA "/" + folder + "/" + name);
+    EXPECT_FALSE(octets.empty()) << folder << "/" << name;
+    return octets;
+  }
+  Octets octets() const { return file((*this)["Name"]); }
+  bool in_ber() const { return (*this)["Name"].find(".ber") != std::string::npos; }
+  // The token in DER, as its maker wrote it.
+  Octets der() const {
+    std::string name = (*this)["Name"];
+    if (in_ber()) name.replace(name.size() - 4, 4, ".der");
+    return file(name);
+  }
+  Octets certificate() const { return file("certificate_" + (*this)["Key"] + ".der"); }
+  bool second_version() const { return is("Version", "2"); }
+  bool with_certificate() const { return !is("Certificate", "no"); }
+  bool with_protection() const { return is("Protection", "yes"); }
+};
+
+// Records returns the records of a folder whose names begin with `kind`, and expects `count` of them.
+inline std::vector<PeerSample> Records(const char* folder, const char* kind, size_t count) {
+  std::vector<PeerSample> found;
+  for (const Vector& words : read_vectors(std::string(folder) + "/samples.txt")) {
+    PeerSample sample{folder, words};
+    if (sample["Name"].compare(0, std::string(kind).size(), kind) == 0) found.push_back(sample);
+  }
+  EXPECT_EQ(found.size(), count) << folder << " " << kind;
+  return found;
+}
+
+// Tokens returns those of all makers, with the attribute CMSAlgorithmProtection or without it.
+inline std::vector<PeerSample> Tokens(bool with_protection = false) {
+  std::vector<PeerSample> all = Records("bouncycastle", "token_", 37);
+  const std::vector<PeerSample> more = Records("openssl_dsa", "token_", 12);
+  all.insert(all.end(), more.begin(), more.end());
+  const auto other = [&](const PeerSample& one) { return one.with_protection() != with_protection; };
+  all.erase(std::remove_if(all.begin(), all.end(), other), all.end());
+  EXPECT_EQ(all.size(), with_protection ? 9u : 40u);
+  return all;
+}
+
+// BouncyCastleFile returns a file of the folder bouncycastle.
+inline Octets BouncyCastleFile(const std::string& name) {
+  return PeerSample{"bouncycastle", {}}.file(name);
+}
+
+// TacOf fetches the time attribute certificate of a token; CheckTac asks whether `tac` belongs to it.
+inline Output TacOf(const Octets& token) {
+  const Guarded input(token);
+  return Fetch([&](uint8_t* out, uint32_t* length) {
+    return QEX_GetTST_TimeAttributeCert(out, length, input.data(), input.size());
+  });
+}
+
+inline int32_t CheckTac(const Octets& tac, const Octets& token) {
+  const Guarded certificate(tac), input(token);
+  return QEX_CheckTAC_MatchesTST(certificate.data(), certificate.size(), input.data(), input.size());
+}
+
+}  // namespace qex::test
