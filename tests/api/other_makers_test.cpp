@@ -9,8 +9,8 @@
 
 #include "asn1/cms.h"
 #include "asn1/timestamp.h"
-#include "tests/interop/der_tree.h"
 #include "tests/support/codec.h"
+#include "tests/support/der_tree.h"
 #include "tests/support/fresh_process.h"
 #include "tests/support/other_makers.h"
 #include "tests/support/rsa_signer.h"

@@ -3,8 +3,8 @@
 
 #include "api/frame.h"
 #include "asn1/timestamp.h"
-#include "tests/interop/der_tree.h"
 #include "tests/interop/samples.h"
+#include "tests/support/der_tree.h"
 #include "tests/support/octets.h"
 
 namespace qex::test {

@@ -11,8 +11,8 @@
 
 #include <set>
 
-#include "tests/interop/der_tree.h"
 #include "tests/interop/samples.h"
+#include "tests/support/der_tree.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/files.h"
 #include "tests/support/guarded.h"
