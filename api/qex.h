@@ -3,7 +3,7 @@
  *
  * What crosses it is a byte buffer or a record of fixed layout, and both are the caller's: the
  * library keeps no pointer past a call and hands out no memory (digest contexts, below, are the one
- * exception). It does no input or output; the caller carries bytes to and from the authority.
+ * exception). It opens no file and no connection; the caller carries bytes to and from the authority.
  *
  * A usual exchange: digest the data (QEX_SHA256_...), encode a request (QEX_EncodeTSQ_Ex), send it,
  * unpack the reply (QEX_UnpackTSR), read its status (QEX_GetTSR_Status), take the token
