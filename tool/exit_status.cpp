@@ -19,7 +19,7 @@ constexpr ExitText kExits[] = {
     {ExitStatus::Network, "network, TLS, HTTP status, time-out or short reply",
      "look at the address and the connection, wait with --timeout, try again with --retry"},
     {ExitStatus::Unsupported, "an algorithm is not supported; it is named", "ask for a token with RSA or DSA and a supported hash"},
-    {ExitStatus::Absent, "a needed certificate or attribute certificate is absent",
+    {ExitStatus::Absent, "a needed certificate, attribute certificate or timing policy is absent",
      "name the authority's certificate with --tsa-cert, or stamp without --no-cert"},
     {ExitStatus::Internal, "internal: the worker process ended, or memory ran out", "run again with -v, and report what it shows"},
 };

@@ -103,6 +103,9 @@ Failure usage_failure(const CLI::ParseError& error, const Program& program, int 
     const std::string word(words[i], std::strcspn(words[i], "="));
     for (const char* option : kNotYet) {
       if (word == option) {
+        if (word == "--dir") {
+          return UsageFailure(word + " is not supported yet", "run 'qex verify' once for each FILE");
+        }
         return UsageFailure(word + " is not supported yet",
                             "this version trusts --tsa-cert, --tsa-fingerprint or "
                             "--insecure-any-signer");
@@ -110,7 +113,13 @@ Failure usage_failure(const CLI::ParseError& error, const Program& program, int 
     }
   }
   std::string text = Escaped(error.what());
-  if (!text.empty() && text[0] >= 'A' && text[0] <= 'Z') text[0] = static_cast<char>(text[0] - 'A' + 'a');
+  // A sentence begins in lower case; names of arguments, which are capitals throughout, stay.
+  const auto is_capital = [&text](size_t at) {
+    return at < text.size() && text[at] >= 'A' && text[at] <= 'Z';
+  };
+  if (is_capital(0) && text.size() > 1 && text[1] != ' ' && !is_capital(1)) {
+    text[0] = static_cast<char>(text[0] - 'A' + 'a');
+  }
   const std::string command = program.command_name();
   if (command.empty() && count > 1 && words[1][0] != '-') text = "there is no command " + Escaped(words[1]);
   return UsageFailure(text, command.empty() ? "'qex help' lists the commands"

@@ -10,7 +10,7 @@ from support import ToolTest, environment, run, run_json
 class CommandLineTest(ToolTest):
     def test_EveryCommandIsListedAndExplained(self):
         listing = run("help", check=0).stdout.decode()
-        for command in ("stamp", "request", "reply", "verify", "show", "cert", "digest", "explain", "version"):
+        for command in ("stamp", "request", "reply", "verify", "show", "cert", "tac", "rewrite", "digest", "explain", "version"):
             with self.subTest(command=command):
                 self.assertIn(command, listing)
                 text = run("help", command, check=0).stdout
@@ -34,6 +34,11 @@ class CommandLineTest(ToolTest):
             with self.subTest(option=option):
                 self.assert_error(run("verify", self.document, option, "x"), 2, option + " is not supported yet")
 
+    def test_NamesOfArgumentsKeepTheirCapitals(self):
+        self.assert_error(run("show"), 2, "error: X is required")
+        self.assert_error(run("tac"), 2, "error: ACTION is required")
+        self.assert_error(run("digest", "--no-such-option"), 2, "error: the following argument")
+
     def test_AFailureIsADocumentToo(self):
         document = run_json("request", self.path("missing"), check=3)
         self.assertEqual((document["schema"], document["exit"], document["command"]), (1, 3, "request"))
@@ -54,6 +59,7 @@ class CommandLineTest(ToolTest):
         self.assertIn("QEX_E_SIGNATURE", code)
         self.assertIn("INTEGER", code)  # the ASN.1 error of the same number
         self.assertEqual(run("explain", "QEX_E_SIGNATURE", check=0).stdout.decode().count("\n"), 5)
+        self.assertEqual(run("explain", "--", "-8", check=0).stdout.decode(), code)
         self.assertIn("TBSCertificate", run("explain", "-147", check=0).stdout.decode())
         for status in (0, 1, 2, 3, 4, 5, 6, 7, 8, 70):
             with self.subTest(status=status):

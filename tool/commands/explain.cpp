@@ -58,6 +58,7 @@ Run AddExplain(CLI::App& app) {
   app.allow_extras();
   return [&app, word](const Options& options) {
     std::vector<std::string> words = app.remaining();
+    std::erase(words, "--");
     if (!word->empty()) words.push_back(*word);
     if (words.size() != 1) throw UsageFailure("explain takes one code", "for example 'qex explain -8'");
     const Json meanings = meanings_of(words[0]);

@@ -101,7 +101,7 @@ Answer ask_about_token(const Arguments& arguments, const Pins& pins) {
   if (code == QEX_E_ARG) {
     throw Failure{ExitStatus::Input,
                   ShownPath(arguments.tsaCert) + ": the certificate does not decode",
-                  "its key or an extension may be of a kind that is not supported; look with 'qex show'",
+                  "its key or a part of a name may be of a kind that is not supported; look with 'qex show'",
                   code,
                   answer.facts["verification"]["asn1_error"].get<int32_t>(),
                   answer.libraryMessages};

@@ -112,6 +112,7 @@ constexpr Known kKnown[] = {
     {"1.2.840.113549.1.9.5", "signing-time"},
     {"1.2.840.113549.1.9.6", "countersignature"},
     {"1.2.840.113549.1.9.52", "algorithm-protection"},
+    {"0.9.2342.19200300.100.1.25", "domainComponent"},
     {"1.2.840.113549.1.9.16.2.12", "signing-certificate"},
     {"1.2.840.113549.1.9.16.2.47", "signing-certificate-v2"},
     {"1.2.840.113549.1.9.16.2.14", "time-stamp-token"},
