@@ -9,7 +9,6 @@ import sys
 import unittest
 
 
-
 class ExportsTest(unittest.TestCase):
     root = library = nm = ""
 
