@@ -115,10 +115,12 @@ ExpBuf* ExpBufLast(ExpBuf* buf) {
 
 void ExpBufRewind(ExpBuf** b) {
   ExpBuf* front = ExpBufFirst(*b);
-  for (ExpBuf* block = front; block != nullptr; block = block->nextBlock) {
+  ExpBuf* block = front;
+  do {  // a chain has one block at least
     block->cursor = block->first;
     block->readError = 0;
-  }
+    block = block->nextBlock;
+  } while (block != nullptr);
   while (held(front) == 0 && front->nextBlock != nullptr) front = front->nextBlock;
   *b = front;
 }
