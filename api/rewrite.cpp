@@ -24,11 +24,6 @@ bool set_content_type(EncapsulatedContentInfo* content, const AsnOid& type) {
   return true;
 }
 
-bool is_attribute_certificate(const CertificateChoices& element) {
-  return element.choice == CertificateChoices::kV1AttrCert ||
-         element.choice == CertificateChoices::kV2AttrCert;
-}
-
 // remove_attribute_certificates leaves the rest of the set in its order and returns whether there
 // were any.
 bool remove_attribute_certificates(AsnList* certificates) {
@@ -37,7 +32,7 @@ bool remove_attribute_certificates(AsnList* certificates) {
   auto* slot = static_cast<void**>(AsnListFirst(certificates));
   while (slot != nullptr) {
     auto* element = static_cast<CertificateChoices*>(*slot);
-    if (is_attribute_certificate(*element)) {
+    if (IsAttributeCertificate(*element)) {
       AsnListRemoveCurrent(certificates);
       FreeCertificateChoices(element);
       AsnFree(element);

@@ -43,11 +43,6 @@ int32_t encode_signer_attribute_certificate(const SignerInfo* signer, ExpBufHold
   return EncodedLength(buf) == 0 ? QEX_E_MISSING : QEX_OK;
 }
 
-bool is_attribute_certificate(const CertificateChoices& element) {
-  return element.choice == CertificateChoices::kV1AttrCert ||
-         element.choice == CertificateChoices::kV2AttrCert;
-}
-
 // encode_alone encodes an attribute certificate of the set as it stands alone, a SEQUENCE, whatever
 // tag it has in the set.
 bool encode_alone(const CertificateChoices& element, ExpBufHolder& buf) {
@@ -86,7 +81,7 @@ int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8
   const uint32_t capacity = *outLen;  // *outLen itself changes with every certificate
   SigningCertificateIds ids(contentInfo.value);
   for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
-    if (!is_attribute_certificate(*element)) continue;
+    if (!IsAttributeCertificate(*element)) continue;
     ExpBufHolder buf;
     if (!encode_alone(*element, buf)) return QEX_E_NOMEM;
     if (EncodedLength(buf) == 0) return QEX_E_MISSING;

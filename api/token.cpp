@@ -60,6 +60,11 @@ const AsnOcts* EContentOf(const ContentInfo& token) {
   return content.octs == nullptr ? nullptr : &content;
 }
 
+bool IsAttributeCertificate(const CertificateChoices& element) {
+  return element.choice == CertificateChoices::kV1AttrCert ||
+         element.choice == CertificateChoices::kV2AttrCert;
+}
+
 SignerInfo* FirstSignerInfo(const ContentInfo& token) {
   const SignedData* signedData = SignedDataOf(token);
   return signedData == nullptr ? nullptr : FirstOf<SignerInfo>(signedData->signerInfos);

@@ -20,6 +20,9 @@ SignedData* SignedDataOf(const ContentInfo& token);
 // EContentOf returns the octets that were signed, the encoding of the TSTInfo; null when there are none.
 const AsnOcts* EContentOf(const ContentInfo& token);
 
+// IsAttributeCertificate returns whether an element of the certificate set is one, of either version.
+bool IsAttributeCertificate(const CertificateChoices& element);
+
 // FirstSignerInfo returns the first element of signerInfos, or null.
 SignerInfo* FirstSignerInfo(const ContentInfo& token);
 
