@@ -24,24 +24,40 @@ uint32_t UseEssCertIdV2();
 
 // The certificate identifiers of a token's signing-certificate attribute, of the version in use.
 // The attribute is looked up, and the switch between the versions read, with the first
-// certificate that is checked. The token must outlive it.
+// certificate that is checked. A certificate is digested once with each algorithm that occurs among the
+// identifiers. issuerSerial is never compared. The token must outlive the object.
 class SigningCertificateIds {
  public:
   explicit SigningCertificateIds(const ContentInfo& token) : token_(token) {}
+  ~SigningCertificateIds();
+  SigningCertificateIds(const SigningCertificateIds&) = delete;
+  SigningCertificateIds& operator=(const SigningCertificateIds&) = delete;
 
   // Check looks for the certificate (or attribute certificate) whose encoding is the data of
   // `certificateBytes`: at the first identifier alone when `firstOnly`, else at the second and later
-  // ones alone. QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute, or no identifier
-  // in it. QEX_E_MISMATCH: no identifier matches. issuerSerial is never compared.
+  // ones alone, one by one. QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute, or no
+  // identifier in it. QEX_E_MISMATCH: no identifier matches.
   int32_t Check(ExpBuf* certificateBytes, bool firstOnly);
 
+  // FindAmongOthers is Check with `firstOnly` false for whoever looks for many certificates: the hashes are
+  // sorted once, and a digest is found among them in logarithmic time, whatever hashes the token brings.
+  // QEX_E_NOMEM: no memory to sort them.
+  int32_t FindAmongOthers(ExpBuf* certificateBytes);
+
  private:
+  static constexpr size_t kAlgorithmCount = 4;  // SHA-1 of the first version, three of SHA-2
+
   void find();
+  bool sort_others();
 
   const ContentInfo& token_;
   bool found_ = false;
   bool v2_ = false;
+  bool sorted_ = false;
   const AsnList* list_ = nullptr;  // of ESSCertID or ESSCertIDv2; null: none
+  // Hashes of the second and later identifiers: of each algorithm a sorted run, which ends at ends_.
+  const uint8_t** hashes_ = nullptr;
+  size_t ends_[kAlgorithmCount] = {};
 };
 
 // CheckSigningCertificate is the check of one certificate against the identifiers of `token`.

@@ -86,7 +86,9 @@ int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8
     if (!encode_alone(*element, buf)) return QEX_E_NOMEM;
     if (EncodedLength(buf) == 0) return QEX_E_MISSING;
     *outLen = EncodedLength(buf);
-    if (ids.Check(buf.block(), false) == QEX_OK) return CopyOut(buf, out, capacity, outLen);
+    const int32_t named = ids.FindAmongOthers(buf.block());
+    if (named == QEX_OK) return CopyOut(buf, out, capacity, outLen);
+    if (named == QEX_E_NOMEM) return QEX_E_NOMEM;
   }
   ExpBufHolder buf;
   const int32_t code = encode_signer_attribute_certificate(FirstSignerInfo(contentInfo.value), buf);
