@@ -90,15 +90,15 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
     DecodeContent(*shape->type, b, tag, len, any->value, bytes, env);
     return;
   }
+  // Looked up once: the identifier may be as long as the input, and so may the number of values.
+  AsnAny registered{};
+  SetAnyTypeByOid(&registered, identifier);
   AsnLen used = 0;
   while (len == INDEFINITE_LEN || used < len) {
     if (len == INDEFINITE_LEN && end_of_contents(b, &used, env)) break;
     AsnAny* any = append_any(list, env);
     const OpenShape* shape = find_shape(*f.type, identifier, AsnTag{ExpBufPeekByte(b)} << 24, false);
-    if (shape != nullptr)
-      any->ai = shape->info;
-    else
-      SetAnyTypeByOid(any, identifier);
+    any->ai = shape != nullptr ? shape->info : registered.ai;
     BDecAny(b, any, &used, env);
   }
   *bytes += used;
