@@ -58,6 +58,21 @@ function(qex_link_options target scope)
   endforeach()
 endfunction()
 
+# qex_harden(TARGET): for what gets installed, and what that is made of. Code can lie anywhere in memory,
+# indirect calls and returns are checked where the processor can do it, every symbol is resolved before
+# the first call, what they are resolved through is read-only from then on, and the stack holds no code.
+include(CheckCXXCompilerFlag)
+include(CheckPIESupported)
+check_cxx_compiler_flag(-fcf-protection QEX_HAS_CF_PROTECTION)
+check_pie_supported(LANGUAGES CXX)
+function(qex_harden target)
+  set_target_properties(${target} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  if(QEX_HAS_CF_PROTECTION)
+    target_compile_options(${target} PRIVATE -fcf-protection)
+  endif()
+  target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now,-z,noexecstack")
+endfunction()
+
 # qex_left_out(PART WHY): remembers a part that is not built.
 function(qex_left_out part why)
   set_property(GLOBAL APPEND PROPERTY QEX_LEFT_OUT_LIST "${part}: ${why}")
