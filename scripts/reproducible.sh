@@ -1,0 +1,28 @@
+#!/usr/bin/env bash
+# Builds the shared library from two copies of the sources, in folders whose paths have different lengths,
+# and compares the two files octet by octet. No object comes out of a cache.
+#
+# usage: scripts/reproducible.sh
+set -euo pipefail
+cd "$(dirname "$0")/.."
+
+scripts/setup.sh
+export CCACHE_DISABLE=1
+work=$(mktemp -d)
+trap 'rm -rf "$work"' EXIT
+
+# build FOLDER JOBS leaves the library in FOLDER/build.
+build() {
+  mkdir -p "$1"
+  cp -r CMakeLists.txt cmake api asn1 ber crypto "$1"
+  cmake -S "$1" -B "$1/build" -G Ninja -DCMAKE_BUILD_TYPE=Release > "$1/log" &&
+    cmake --build "$1/build" -j "$2" --target qex >> "$1/log" || { cat "$1/log" >&2; return 1; }
+}
+first=$work/one
+second=$work/a-folder-with-a-longer-name/and-one-below-it
+build "$first" "$(nproc)"
+build "$second" 1
+
+cmp "$first"/build/libqex.so.1.*.* "$second"/build/libqex.so.1.*.*
+printf 'reproducible: two builds give the same %d octets, SHA-256 %.16s...\n' \
+  "$(stat -c %s "$first"/build/libqex.so.1.*.*)" "$(sha256sum "$first"/build/libqex.so.1.*.* | cut -d ' ' -f 1)"
