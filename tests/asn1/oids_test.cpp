@@ -2,12 +2,11 @@
 // tables of their own in tests/data.
 #include "asn1/oids.h"
 
-#include <fstream>
 #include <map>
-#include <sstream>
 
 #include "tests/asn1/samples.h"
 #include "tests/support/codec.h"
+#include "tests/support/files.h"
 
 namespace qex::test {
 namespace {
@@ -202,19 +201,6 @@ const std::map<std::string, AsnOid> kOthers = {
 };
 #undef QEX_IDENTIFIER
 
-std::vector<std::vector<std::string>> lines_of(const char* name) {
-  std::ifstream file(std::string(QEX_TEST_DATA "/") + name);
-  EXPECT_TRUE(file) << name;
-  std::vector<std::vector<std::string>> lines;
-  for (std::string line; std::getline(file, line);) {
-    if (line.empty() || line[0] == '#') continue;
-    std::istringstream words(line);
-    lines.emplace_back();
-    for (std::string word; words >> word;) lines.back().push_back(word);
-  }
-  return lines;
-}
-
 AsnAny look_up(const Octets& identifier) {
   static const bool registered = RegisterOpenTypes();
   EXPECT_TRUE(registered);
@@ -273,7 +259,7 @@ std::map<std::string, Value> values() {
 
 TEST(OpenTypeTable, EveryRowResolvesToItsType) {
   const auto types = values();
-  const auto rows = lines_of("open_types.txt");
+  const auto rows = LinesOf("open_types.txt");
   ASSERT_EQ(rows.size(), 76u);
   for (const auto& row : rows) {
     SCOPED_TRACE(row[0] + ' ' + row[1]);
@@ -311,15 +297,14 @@ TEST(OpenTypeTable, EveryRowResolvesToItsType) {
 // The row that repeats the identifier of the one before has no effect, and so a domainComponent
 // has no type: its own identifier is not registered at all.
 TEST(OpenTypeTable, DomainComponentResolvesToNoType) {
-  const auto rows = lines_of("open_types.txt");
+  const auto rows = LinesOf("open_types.txt");
   EXPECT_EQ(rows[37][2], rows[36][2]);
   EXPECT_EQ(look_up(hex(rows[37][2])).ai->anyId, 36);
   EXPECT_EQ(look_up(oid_content("0.9.2342.19200300.100.1.25")).ai, nullptr);
 }
 
 TEST(OpenTypeTable, NothingElseIsRegistered) {
-  for (const auto& line : lines_of("identifiers.txt"))
-    EXPECT_EQ(look_up(hex(line[1])).ai, nullptr) << line[0];
+  for (const auto& line : LinesOf("identifiers.txt")) EXPECT_EQ(look_up(hex(line[1])).ai, nullptr) << line[0];
   for (const char* id :
        {"1.2.3", "2.5.4.1", "1.2.840.113549.1.1.10", "1.2.840.10045.2.1", "1.3.6.1.4.1.601.10.4.3"})
     EXPECT_EQ(look_up(oid_content(id)).ai, nullptr) << id;
@@ -339,7 +324,7 @@ TEST(OpenTypeTable, MayBeRegisteredAgain) {
 }
 
 TEST(Identifiers, ConstantsHaveThePublishedOctets) {
-  const auto lines = lines_of("identifiers.txt");
+  const auto lines = LinesOf("identifiers.txt");
   EXPECT_EQ(lines.size(), kOthers.size());
   for (const auto& line : lines) {
     const auto found = kOthers.find(line[2]);

@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -44,6 +45,20 @@ class Folder {
 inline std::vector<uint8_t> ReadFile(const std::string& path) {
   std::ifstream file(path, std::ios::binary);
   return std::vector<uint8_t>(std::istreambuf_iterator<char>(file), {});
+}
+
+// LinesOf returns the words of each line of a file of tests/data; empty lines and those that start with "#"
+// are skipped. A file that cannot be read has no lines.
+inline std::vector<std::vector<std::string>> LinesOf(const std::string& name) {
+  std::ifstream file(std::string(QEX_TEST_DATA "/") + name);
+  std::vector<std::vector<std::string>> lines;
+  for (std::string line; std::getline(file, line);) {
+    if (line.empty() || line[0] == '#') continue;
+    std::istringstream words(line);
+    lines.emplace_back();
+    for (std::string word; words >> word;) lines.back().push_back(word);
+  }
+  return lines;
 }
 
 // HaveProgram tells whether the shell finds `name`.

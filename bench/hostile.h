@@ -1,0 +1,41 @@
+// Inputs that are built to hurt, for every export: what the benchmark of time doubles and what the account of
+// peak memory is made of.
+//
+// Each is about as long as it is asked to be and nearly all of it is the part that hurts, so that
+// cost per octet can be compared over lengths.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tests/support/der.h"
+
+namespace qex::bench {
+
+using test::Octets;
+
+// What a call reads, and room for what it writes, so that calls allocate nothing themselves.
+struct HostileInput {
+  Octets main;
+  Octets other;  // the second input of an export that takes two
+  Octets out;    // as long as `main`, and some
+
+  size_t size() const { return main.size() + other.size(); }
+};
+
+struct HostileCase {
+  std::string name;  // the export, then the input
+  HostileInput (*build)(size_t size);
+  int32_t (*call)(HostileInput& input);
+  int32_t code;  // that the call answers with, so that the input is known to have gone all the way
+};
+
+// HostileCases returns all of them, family by family.
+std::vector<HostileCase> HostileCases();
+std::vector<HostileCase> HostileMessages();      // digests, requests, replies
+std::vector<HostileCase> HostileTokens();        // tokens read, verified and rewritten
+std::vector<HostileCase> HostileCertificates();  // attribute certificates, alone and in tokens
+
+}  // namespace qex::bench

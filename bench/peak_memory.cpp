@@ -1,0 +1,151 @@
+// The memory that each export takes at its peak, for inputs that are built to hurt.
+//
+// usage: qex_peak_memory [OCTETS] [--check]
+//
+// For each input, of about OCTETS octets (16 MiB unless said otherwise), it prints the most bytes that
+// were asked for and not yet freed at one time, by octet of input, and what that is with the overhead of a
+// heap that rounds up as glibc's does. With --check it fails when a call passes the bound, leaves memory
+// behind or answers otherwise than expected.
+//
+// malloc and its kind are linked to count here (--wrap), and operator new is replaced: each block has its
+// size in front of it.
+#include <algorithm>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <new>
+
+#include "api/frame.h"
+#include "bench/hostile.h"
+#include "ber/memory.h"
+
+extern "C" {
+void* __real_malloc(size_t n);
+void __real_free(void* p);
+}
+
+namespace {
+
+// What no call may take at one time. A decoded value takes 42 bytes for each octet of its encoding, and 80
+// with the overhead of the heap, as tests/asn1/memory_bound_test.cpp works out; an octet of a token's content
+// takes one more where it stands in the token, and an encoding one and its share of block headers and longer
+// lengths. The rest does not grow with the input.
+constexpr double kAskedPerOctet = 45;
+constexpr double kHeapPerOctet = 83;
+constexpr double kRest = 65536;
+
+struct alignas(16) Header {
+  size_t size;
+};
+
+struct Account {
+  size_t live = 0;
+  size_t peak = 0;
+
+  void add(size_t n) {
+    live += n;
+    peak = std::max(peak, live);
+  }
+};
+Account asked, heap;
+
+// A block as glibc takes it on machines of 64 bits: 8 octets in front, multiples of 16, 32 at least.
+constexpr size_t heap_size(size_t n) {
+  return std::max<size_t>(32, (n + 8 + 15) / 16 * 16);
+}
+
+void* take(size_t n) {
+  if (n > SIZE_MAX - sizeof(Header)) return nullptr;
+  auto* const header = static_cast<Header*>(__real_malloc(sizeof(Header) + n));
+  if (header == nullptr) return nullptr;
+  header->size = n;
+  asked.add(n);
+  heap.add(heap_size(n));
+  return header + 1;
+}
+
+void give_back(void* p) {
+  if (p == nullptr) return;
+  Header* const header = static_cast<Header*>(p) - 1;
+  asked.live -= header->size;
+  heap.live -= heap_size(header->size);
+  __real_free(header);
+}
+
+}  // namespace
+
+extern "C" {
+void* __wrap_malloc(size_t n) {
+  return take(n);
+}
+void* __wrap_calloc(size_t count, size_t n) {
+  if (n != 0 && count > SIZE_MAX / n) return nullptr;
+  void* const p = take(count * n);
+  if (p != nullptr) std::memset(p, 0, count * n);
+  return p;
+}
+void* __wrap_realloc(void* p, size_t n) {
+  void* const q = take(n);  // both count until the old one is copied, as where a block has to move
+  if (q == nullptr || p == nullptr) return q;
+  std::memcpy(q, p, std::min(n, (static_cast<Header*>(p) - 1)->size));
+  give_back(p);
+  return q;
+}
+void __wrap_free(void* p) {
+  give_back(p);
+}
+}
+
+void* operator new(size_t n) {
+  if (void* const p = take(n)) return p;
+  throw std::bad_alloc();
+}
+void* operator new(size_t n, const std::nothrow_t&) noexcept {
+  return take(n);
+}
+void operator delete(void* p) noexcept {
+  give_back(p);
+}
+void operator delete(void* p, size_t) noexcept {
+  give_back(p);
+}
+
+namespace {
+
+// measure makes the call and prints its row; false when something is not as it shall be.
+bool measure(const qex::bench::HostileCase& one, size_t size) {
+  qex::bench::HostileInput input = one.build(size);
+  const size_t before = asked.live, heap_before = heap.live;
+  asked.peak = before;
+  heap.peak = heap_before;
+  const int32_t code = one.call(input);
+  const auto octets = double(input.size());
+  const auto most = double(asked.peak - before), taken = double(heap.peak - heap_before);
+  std::printf("%8.2f %8.2f  %s\n", most / octets, taken / octets, one.name.c_str());
+  const bool bounded = most <= kAskedPerOctet * octets + kRest && taken <= kHeapPerOctet * octets + kRest;
+  if (!bounded) std::printf("  passes the bound\n");
+  if (code != one.code) std::printf("  answers %d instead of %d\n", int(code), int(one.code));
+  if (asked.live != before) std::printf("  leaves %zu bytes behind\n", asked.live - before);
+  return bounded && code == one.code && asked.live == before;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  size_t size = size_t{16} << 20;
+  bool check = false;
+  for (int i = 1; i < argc; ++i) {
+    if (std::strcmp(argv[i], "--check") == 0) {
+      check = true;
+    } else {
+      size = std::strtoull(argv[i], nullptr, 10);
+    }
+  }
+  if (size == 0 || !qex::EnsureAsnInit()) return 2;  // the tables of open types stay
+  qex::AsnErrorHandler = [](const char*, int) {};
+  std::printf("bytes at the peak by octet of input: asked for, with the overhead of the heap\n");
+  bool all = true;
+  for (const qex::bench::HostileCase& one : qex::bench::HostileCases()) all &= measure(one, size);
+  return check && !all ? 1 : 0;
+}

@@ -1,0 +1,237 @@
+// How much memory a decoded value may take for each octet of its encoding, worked out from the types.
+//
+// Of a type's encodings the worst is sought: what its value takes, less so many bytes for each octet. A list
+// whose element comes out above nothing could be made to take more than that by repeating the element; when
+// no list's does, a value takes so many bytes an octet, and a rest that no input changes.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "asn1/cades.h"
+#include "asn1/cms.h"
+#include "asn1/ess.h"
+#include "asn1/oids.h"
+#include "asn1/timestamp.h"
+#include "asn1/timing.h"
+#include "asn1/x520.h"
+#include "tests/support/codec.h"
+#include "tests/support/files.h"
+
+namespace qex::test {
+namespace {
+
+constexpr double kNever = -INFINITY;
+constexpr double kHeader = 2;  // octets of tag and length at the least
+
+// Where a decoding starts, in the exports.
+const std::vector<const Type*> kRoots = {
+    &kTimeStampReq, &kTimeStampResp,        &kContentInfo,   &kTSTInfo,      &kCertificate,
+    &kRSAPublicKey, &kAttributeCertificate, &kDss_Sig_Value, &kBigIntegerStr};
+
+// A type of registered values, with the routine that the table of open types holds for it.
+struct OpenType {
+  const Type* type;
+  AnyDecode decode;  // null: a primitive type, which the runtime decodes
+};
+template <const auto& T>
+OpenType open() {
+  return {&T, OpenRoutines<T>::decode};
+}
+
+// All of them, which a test below holds.
+const std::vector<OpenType> kOpenTypes = {
+    {&kAsnNull, nullptr},
+    {&kAsnOcts, nullptr},
+    {&kAsnOid, nullptr},
+    {&kAsnBits, nullptr},
+    open<kContentInfo>(),
+    open<kPrintableString1>(),
+    open<kX520TelexNumber>(),
+    open<kX520FacsimileTelephoneNumber>(),
+    open<kX520InternationalISDNNumber>(),
+    open<kX520PreferredDeliveryMethod>(),
+    open<kX520PresentationAddress>(),
+    open<kX520ProtocolInformation>(),
+    open<kDomainComponent>(),
+    open<kPkcs9email>(),
+    open<kDss_Parms>(),
+    open<kX121Address>(),
+    open<kDirectoryString>(),
+    open<kX520PostalAddress>(),
+    open<kDistinguishedName>(),
+    open<kTimingMetrics>(),
+    open<kX520UniqueMember>(),
+    open<kSignedData>(),
+    open<kTimingPolicyObj>(),
+    open<kTimingMeticsObj>(),
+    open<kExtensionRequest0>(),
+    open<kAttrMsgDigest>(),
+    open<kAttrContentType>(),
+    open<kSigningCertificateV2>(),
+    open<kSigningCertificate>(),
+    open<kSignerAttribute>(),
+    open<kSignaturePolicyIdentifier>(),
+    open<kTime>(),
+};
+
+// What a heap makes of a request.
+using Heap = double (*)(size_t);
+double as_asked(size_t n) {
+  return double(n);
+}
+// Of glibc on machines of 64 bits: 8 octets in front, multiples of 16, 32 at least.
+double with_overhead(size_t n) {
+  return double(std::max<size_t>(32, (n + 8 + 15) / 16 * 16));
+}
+
+class Bound {
+ public:
+  Bound(double bytesPerOctet, Heap heap) : rate_(bytesPerOctet), heap_(heap) {
+    for (const Type* root : kRoots) add(*root);
+    for (const OpenType& open : kOpenTypes) add(*open.type);
+    // A value gains by no more than what it holds, so each round settles one more level of nesting; a cycle
+    // that gained at every turn would never settle.
+    for (size_t round = 0; round <= types_.size(); ++round) {
+      settled_ = true;
+      for (const Type* type : types_) {
+        const double now = worst_content(*type);
+        settled_ = settled_ && now == contents_[type];
+        contents_[type] = now;
+      }
+      if (settled_) return;
+    }
+  }
+
+  bool settled() const { return settled_; }
+
+  // dear_lists returns the names of the lists whose elements pass the bound.
+  std::set<std::string> dear_lists() const {
+    std::set<std::string> names;
+    for (const Type* type : types_) {
+      const bool list = type->kind == Kind::ListOf || type->kind == Kind::OpenList;
+      if (list && element_of(*type) > 0) names.insert(type->name);
+    }
+    return names;
+  }
+
+ private:
+  void add(const Type& type) {
+    if (std::find(types_.begin(), types_.end(), &type) != types_.end()) return;
+    types_.push_back(&type);
+    contents_[&type] = kNever;
+    for (const Field& f : type.fields) add(*f.type);
+    for (const OpenShape& shape : type.shapes) add(*shape.type);
+    if (type.element != nullptr) add(*type.element);
+  }
+
+  double header() const { return -kHeader * rate_; }
+  double node() const { return heap_(sizeof(AsnListNode)); }
+
+  // with_record is a value in a record of its own, with tag and length.
+  double with_record(const Type& type) const { return heap_(type.size) + full(type); }
+
+  // full is a value with tag and length; a CHOICE has those of its alternative.
+  double full(const Type& type) const {
+    if (type.kind == Kind::Any) return worst_open_value();
+    return type.kind == Kind::Choice ? contents_.at(&type) : header() + contents_.at(&type);
+  }
+
+  double worst_open_value() const {
+    double worst = kNever;
+    for (const OpenType& open : kOpenTypes) worst = std::max(worst, with_record(*open.type));
+    return worst;
+  }
+
+  double field(const Field& f) const {
+    const double record = f.held == Held::Pointer ? heap_(f.type->size) : 0;
+    if (f.tagging == Tagging::Implicit) return record + header() + contents_.at(f.type);
+    return record + full(*f.type) + (f.tagging == Tagging::Explicit ? header() : 0);
+  }
+
+  double element_of(const Type& list) const {
+    if (list.kind == Kind::ListOf) return node() + with_record(*list.element);
+    double worst = worst_open_value();
+    for (const OpenShape& shape : list.shapes) worst = std::max(worst, with_record(*shape.type));
+    return node() + heap_(sizeof(AsnAny)) + worst;
+  }
+
+  double worst_content(const Type& type) const {
+    double worst = 0;
+    switch (type.kind) {
+      case Kind::Primitive:  // of no octets: a string takes a block even so
+        return type.codec->free == nullptr ? 0 : heap_(1);
+      case Kind::Any: return kNever;  // reached through its field
+      case Kind::ListOf: return 0;    // of no elements
+      case Kind::OpenList:            // of no elements, or a value in place of the SET
+        for (const OpenShape& shape : type.shapes) {
+          if (!shape.inPlaceOfSet) continue;
+          const double value = heap_(shape.type->size) + contents_.at(shape.type);
+          worst = std::max(worst, node() + heap_(sizeof(AsnAny)) + value);
+        }
+        return worst;
+      case Kind::Choice:
+        worst = kNever;
+        for (const Field& f : type.fields) worst = std::max(worst, field(f));
+        return worst;
+      case Kind::Sequence:
+      case Kind::Set:
+        for (const Field& f : type.fields) {
+          worst += f.need == Need::Optional ? std::max(0.0, field(f)) : field(f);
+        }
+        return worst;
+    }
+    return worst;
+  }
+
+  double rate_;
+  Heap heap_;
+  bool settled_ = false;
+  std::vector<const Type*> types_;
+  std::map<const Type*, double> contents_;
+};
+
+const std::set<std::string> kNone;
+
+TEST(MemoryBound, IsFortyTwoBytesAnOctetAsAskedFor) {
+  const Bound bound(42, as_asked);
+  EXPECT_TRUE(bound.settled());
+  EXPECT_EQ(bound.dear_lists(), kNone);
+}
+
+TEST(MemoryBound, IsEightyBytesAnOctetOnTheHeap) {
+  const Bound bound(80, with_overhead);
+  EXPECT_TRUE(bound.settled());
+  EXPECT_EQ(bound.dear_lists(), kNone);
+}
+
+// Pointers of 32 bits take less.
+TEST(MemoryBound, IsReached) {
+  if (sizeof(void*) != 8) GTEST_SKIP() << "figures of 64 bits";
+  EXPECT_EQ(Bound(41.9, as_asked).dear_lists(), (std::set<std::string>{"GeneralNames"}));
+  EXPECT_EQ(Bound(79.9, with_overhead).dear_lists(), (std::set<std::string>{"AttributeValues"}));
+}
+
+TEST(MemoryBound, CountsAllOpenTypes) {
+  ASSERT_TRUE(RegisterOpenTypes());
+  const std::set<std::string> primitive = {"NULL", "OCTET-STRING", "OBJECT-IDENTIFIER", "BIT-STRING"};
+  const auto rows = LinesOf("open_types.txt");
+  ASSERT_EQ(rows.size(), size_t{kOpenTypeRows});
+  for (const auto& row : rows) {
+    const Octets identifier = hex(row[2]);
+    AsnAny any{};
+    SetAnyTypeByOid(&any, {uint32_t(identifier.size()), identifier.data()});
+    ASSERT_NE(any.ai, nullptr) << row[1];
+    const auto counted = std::find_if(kOpenTypes.begin(), kOpenTypes.end(), [&](const OpenType& open) {
+      return open.decode == any.ai->Decode && open.type->size == any.ai->size;
+    });
+    EXPECT_TRUE(primitive.contains(row[3]) || counted != kOpenTypes.end()) << row[3];
+  }
+}
+
+}  // namespace
+}  // namespace qex::test
