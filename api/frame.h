@@ -15,6 +15,7 @@
 
 #include "api/qex.h"
 #include "ber/buffer.h"
+#include "ber/memory.h"
 #include "ber/open_types.h"
 #include "ber/primitives.h"
 #include "ber/tag_length.h"
@@ -54,6 +55,21 @@ class Decoded {
   Decoded& operator=(const Decoded&) = delete;
 
   T value{};
+};
+
+// Scratch is `size` octets of 0 that are released at the end of its block; none when memory is out.
+class Scratch {
+ public:
+  explicit Scratch(size_t size) : octets_(static_cast<uint8_t*>(AsnAlloc(size))) {}
+  ~Scratch() { AsnFree(octets_); }
+  Scratch(const Scratch&) = delete;
+  Scratch& operator=(const Scratch&) = delete;
+
+  explicit operator bool() const { return octets_ != nullptr; }
+  uint8_t* octets() const { return octets_; }
+
+ private:
+  uint8_t* octets_;
 };
 
 // DecodeBytes runs a full decoder over `length` bytes of the caller, which are not copied, and

@@ -2,8 +2,6 @@
 #include <charconv>
 #include <cstddef>
 #include <cstring>
-#include <memory>
-#include <new>
 #include <string_view>
 
 #include "api/frame.h"
@@ -130,12 +128,13 @@ int32_t unpack_http(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus
   if (*length < 6 || std::memcmp(buffer, "HTTP/", 5) != 0) return QEX_E_ARG;
   const size_t headLength = HttpHeadLength(buffer, *length);
   if (headLength == 0) return QEX_E_ARG;
-  const std::unique_ptr<char[]> copy(new (std::nothrow) char[headLength]);
-  if (copy == nullptr) return QEX_E_NOMEM;
-  std::transform(buffer, buffer + headLength, copy.get(), lower_cased);
+  const Scratch copy(headLength);
+  if (!copy) return QEX_E_NOMEM;
+  auto* const text = reinterpret_cast<char*>(copy.octets());
+  std::transform(buffer, buffer + headLength, text, lower_cased);
 
   HttpHead head;
-  const HttpLines lines(copy.get(), headLength);
+  const HttpLines lines(text, headLength);
   if (!status_line(lines, &head)) return QEX_E_ARG;
   *transportStatus = head.status;
   if (head.status != kHttpOk) return QEX_E_FRAMING;

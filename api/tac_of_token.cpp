@@ -34,12 +34,9 @@ const AttributeCertificate* signer_attribute_certificate(const SignerInfo* signe
   return nullptr;
 }
 
-// encode_signer_attribute_certificate encodes it afresh into `buf`. No identifier is asked whether
-// the token names it.
-int32_t encode_signer_attribute_certificate(const SignerInfo* signer, ExpBufHolder& buf) {
-  const AttributeCertificate* certificate = signer_attribute_certificate(signer);
-  if (certificate == nullptr) return QEX_E_NOTAC;
-  if (!EncodeInto(buf, [&](ExpBuf** b) { BEncAttributeCertificate(b, certificate); })) return QEX_E_NOMEM;
+// encode_certified encodes it afresh into `buf`. No identifier is asked whether the token names it.
+int32_t encode_certified(const AttributeCertificate& certificate, ExpBufHolder& buf) {
+  if (!EncodeInto(buf, [&](ExpBuf** b) { BEncAttributeCertificate(b, &certificate); })) return QEX_E_NOMEM;
   return EncodedLength(buf) == 0 ? QEX_E_MISSING : QEX_OK;
 }
 
@@ -90,8 +87,10 @@ int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8
     if (named == QEX_OK) return CopyOut(buf, out, capacity, outLen);
     if (named == QEX_E_NOMEM) return QEX_E_NOMEM;
   }
+  const AttributeCertificate* certified = signer_attribute_certificate(FirstSignerInfo(contentInfo.value));
+  if (certified == nullptr) return QEX_E_NOTAC;
   ExpBufHolder buf;
-  const int32_t code = encode_signer_attribute_certificate(FirstSignerInfo(contentInfo.value), buf);
+  const int32_t code = encode_certified(*certified, buf);
   return code == QEX_OK ? CopyOut(buf, out, capacity, outLen) : code;
 }
 
@@ -107,7 +106,9 @@ int32_t QEX_CheckTAC_MatchesTST(const uint8_t* tac, uint32_t tacLen, const uint8
   const int32_t named = CheckSigningCertificate(contentInfo.value, &bytes, false);
   // Deliberate: without the attribute the signer attributes are not tried.
   if (named != QEX_E_MISMATCH) return named;
+  const AttributeCertificate* certified = signer_attribute_certificate(FirstSignerInfo(contentInfo.value));
+  if (certified == nullptr) return QEX_E_MISMATCH;
   ExpBufHolder buf;
-  const int32_t code = encode_signer_attribute_certificate(FirstSignerInfo(contentInfo.value), buf);
+  const int32_t code = encode_certified(*certified, buf);
   return code == QEX_OK && equals(buf, tac, tacLen) ? QEX_OK : QEX_E_MISMATCH;
 }

@@ -5,8 +5,6 @@
 #include "api/verify.h"
 
 #include <cstring>
-#include <memory>
-#include <new>
 
 #include "api/frame.h"
 #include "api/qex.h"
@@ -83,23 +81,23 @@ int32_t check_rsa(const SignatureInput& in) {
   if (!n.set(modulus) || !e.set(exponent)) return QEX_E_NOMEM;
 
   const size_t length = (size_t{KXBN_bits(n.n)} + 7) / 8;
-  const std::unique_ptr<uint8_t[]> block(new (std::nothrow) uint8_t[length]);
-  if (block == nullptr) return QEX_E_NOMEM;
+  const Scratch block(length);
+  if (!block) return QEX_E_NOMEM;
   RSAKey key{};
   key.n = n.n;
   key.e = e.n;
   BigNumber message;
   if (rsa_public(&key, signature.n, &message.n, nullptr) != KXBN_OK ||
-      KXBN_tobytes(message.n, block.get(), length) != KXBN_OK) {
+      KXBN_tobytes(message.n, block.octets(), length) != KXBN_OK) {
     return QEX_E_SIGNATURE;
   }
 
   // Signers write the parameters of the digest as NULL or leave them out, here and there alike.
   AlgorithmIdentifier algorithm = *in.signer.digestAlgorithm;
-  const int32_t asDecoded = match_digest_info(algorithm, in.digest, block.get(), length);
+  const int32_t asDecoded = match_digest_info(algorithm, in.digest, block.octets(), length);
   if (asDecoded != QEX_E_SIGNATURE) return asDecoded;
   algorithm.parameters = algorithm.parameters.value != nullptr ? AsnAny{} : NullParameters();
-  return match_digest_info(algorithm, in.digest, block.get(), length);
+  return match_digest_info(algorithm, in.digest, block.octets(), length);
 }
 
 // --- DSA (FIPS 186-4, 4.7) -------------------------------------------------------
