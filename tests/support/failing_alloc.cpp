@@ -15,6 +15,7 @@ namespace qex::test {
 namespace {
 
 thread_local size_t allowed = SIZE_MAX;
+thread_local size_t to_refuse = 0;
 thread_local size_t refusals = 0;
 thread_local long live = 0;
 thread_local size_t largest = 0;
@@ -26,6 +27,7 @@ bool allow(size_t n) {
     --allowed;
     return true;
   }
+  if (refusals == to_refuse) return true;
   ++refusals;
   return false;
 }
@@ -37,8 +39,9 @@ void* count_in(void* p) {
 
 }  // namespace
 
-FailingAlloc::FailingAlloc(size_t succeed) {
+FailingAlloc::FailingAlloc(size_t succeed, size_t fail) {
   refusals = 0;
+  to_refuse = fail;
   allowed = succeed;
 }
 FailingAlloc::~FailingAlloc() {

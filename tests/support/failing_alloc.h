@@ -5,13 +5,15 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 
 namespace qex::test {
 
-// While it lives, `succeed` more allocations of this thread succeed and all later ones fail.
+// While it lives, `succeed` more allocations of this thread succeed, the `fail` behind them fail, and
+// what comes then succeeds again.
 class FailingAlloc {
  public:
-  explicit FailingAlloc(size_t succeed);
+  explicit FailingAlloc(size_t succeed, size_t fail = SIZE_MAX);
   ~FailingAlloc();
   FailingAlloc(const FailingAlloc&) = delete;
   FailingAlloc& operator=(const FailingAlloc&) = delete;

@@ -1,0 +1,26 @@
+// What a build measures beside its work changes what it costs: tests of stack and memory ask for it here.
+#pragma once
+
+namespace qex::test {
+
+#if defined(__has_feature)
+#define QEX_HAS_FEATURE(x) __has_feature(x)
+#else
+#define QEX_HAS_FEATURE(x) 0
+#endif
+
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || QEX_HAS_FEATURE(address_sanitizer) || \
+    QEX_HAS_FEATURE(thread_sanitizer) || QEX_HAS_FEATURE(memory_sanitizer)
+inline constexpr bool kSanitized = true;
+#else
+inline constexpr bool kSanitized = false;
+#endif
+
+// Frames of unoptimised and of instrumented builds are several times as large as those of a release.
+#if defined(__OPTIMIZE__)
+inline constexpr bool kSmallFrames = !kSanitized;
+#else
+inline constexpr bool kSmallFrames = false;
+#endif
+
+}  // namespace qex::test
