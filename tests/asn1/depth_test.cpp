@@ -71,18 +71,6 @@ const Way kWays[] = {
     {"name", "2.5.4.49", through_name},
 };
 
-// Frames of unoptimised and of instrumented builds are several times as large, so only a release
-// build is held to the small stack.
-#if defined(__has_feature)
-#define QEX_HAS_FEATURE(x) __has_feature(x)
-#else
-#define QEX_HAS_FEATURE(x) 0
-#endif
-#if !defined(__OPTIMIZE__) || defined(__SANITIZE_ADDRESS__) || QEX_HAS_FEATURE(address_sanitizer)
-constexpr bool kSmallFrames = false;
-#else
-constexpr bool kSmallFrames = true;
-#endif
 constexpr size_t kStackBound = 192 * 1024;  // leaves a quarter of the small stack to the caller
 
 // Where the stack stood when the error handler was called last.
@@ -170,10 +158,7 @@ TEST(OpenTypeDepth, AMillionLevelsAreRefused) {
               (Outcome{-29, "ERROR - open types nested too deep\n"}));
     FreeContentInfo(&record);
   };
-  if (kSmallFrames)
-    OnSmallStack(refuse);
-  else
-    refuse();
+  OnReleaseStack(refuse);
 }
 
 // Constructed strings have no bound and take no stack.

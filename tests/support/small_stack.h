@@ -3,26 +3,59 @@
 
 #include <gtest/gtest.h>
 #include <pthread.h>
+#include <sys/mman.h>
 
+#include <algorithm>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <functional>
+
+#include "tests/support/instrumentation.h"
 
 namespace qex::test {
 
 inline constexpr size_t kSmallStack = 256 * 1024;
 
-inline void OnSmallStack(std::function<void()> work) {
+// OnSmallStack returns how many octets of the stack were touched, those of the thread itself included. Under
+// the stack lies a page that may not be touched.
+inline size_t OnSmallStack(std::function<void()> work) {
+  constexpr size_t kGuard = 64 * 1024;  // a page of any machine
+  constexpr uint8_t kPaint = 0xA5;
+  void* const memory =
+      mmap(nullptr, kGuard + kSmallStack, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (memory == MAP_FAILED || mprotect(memory, kGuard, PROT_NONE) != 0) {
+    ADD_FAILURE() << "no memory for a stack";
+    return 0;
+  }
+  auto* const stack = static_cast<uint8_t*>(memory) + kGuard;
+  std::memset(stack, kPaint, kSmallStack);
+
   pthread_attr_t attributes;
-  ASSERT_EQ(pthread_attr_init(&attributes), 0);
-  ASSERT_EQ(pthread_attr_setstacksize(&attributes, kSmallStack), 0);
-  pthread_t thread;
+  EXPECT_EQ(pthread_attr_init(&attributes), 0);
+  EXPECT_EQ(pthread_attr_setstack(&attributes, stack, kSmallStack), 0);
   const auto run = [](void* p) -> void* {
     (*static_cast<std::function<void()>*>(p))();
     return nullptr;
   };
-  ASSERT_EQ(pthread_create(&thread, &attributes, run, &work), 0);
+  pthread_t thread;
+  const bool started = pthread_create(&thread, &attributes, run, &work) == 0;
   pthread_attr_destroy(&attributes);
-  ASSERT_EQ(pthread_join(thread, nullptr), 0);
+  EXPECT_TRUE(started && pthread_join(thread, nullptr) == 0);
+
+  const uint8_t* const deepest =
+      std::find_if(stack, stack + kSmallStack, [](uint8_t octet) { return octet != kPaint; });
+  const auto used = size_t(stack + kSmallStack - deepest);
+  munmap(memory, kGuard + kSmallStack);
+  return used;
+}
+
+// OnReleaseStack is OnSmallStack where the frames are those of a release; other builds run it where it
+// stands, and return 0.
+inline size_t OnReleaseStack(const std::function<void()>& work) {
+  if (kSmallFrames) return OnSmallStack(work);
+  work();
+  return 0;
 }
 
 }  // namespace qex::test

@@ -1,0 +1,122 @@
+// Values inside each other by the million, made in linear time, and put into the place of an element of a
+// message.
+#pragma once
+
+#include <algorithm>
+#include <stdexcept>
+#include <vector>
+
+#include "tests/support/der.h"
+
+namespace qex::test {
+
+enum class Lengths { kDefinite, kIndefinite };
+
+// Wrap is what a value stands in: an identifier octet, and what stands in front of the value.
+struct Wrap {
+  uint8_t tag;
+  Octets before;
+};
+
+// Nested returns `innermost` inside `levels` levels, each of these wraps, the outermost one first.
+inline Octets Nested(size_t levels, const std::vector<Wrap>& level, const Octets& innermost,
+                     Lengths lengths) {
+  Octets reversed(innermost.rbegin(), innermost.rend());  // grows at its end, which is the front
+  size_t ends = 0;                                        // octets of end-of-contents behind all that
+  for (size_t i = 0; i < levels; ++i) {
+    for (auto wrap = level.rbegin(); wrap != level.rend(); ++wrap) {
+      reversed.insert(reversed.end(), wrap->before.rbegin(), wrap->before.rend());
+      Octets head = {0x80};
+      if (lengths == Lengths::kDefinite) head = der::length(reversed.size());
+      reversed.insert(reversed.end(), head.rbegin(), head.rend());
+      reversed.push_back(wrap->tag);
+      if (lengths == Lengths::kIndefinite) ends += 2;
+    }
+  }
+  std::reverse(reversed.begin(), reversed.end());
+  reversed.insert(reversed.end(), ends, 0);
+  return reversed;
+}
+
+// Place is where an element stands in a message: its octets are [start, end), its content [content, end).
+struct Place {
+  uint8_t tag;
+  size_t start;
+  size_t content;
+  size_t end;
+};
+
+// PlaceAt reads the head of the element at `start` of a DER encoding with identifiers of one octet.
+inline Place PlaceAt(const Octets& message, size_t start) {
+  Place place{message.at(start), start, start + 2, 0};
+  size_t length = message.at(start + 1);
+  if (length >= 0x80) {
+    const size_t last = place.content + (length & 0x7F);
+    for (length = 0; place.content < last; ++place.content) length = length << 8 | message.at(place.content);
+  }
+  place.end = place.content + length;
+  return place;
+}
+
+// FirstPart is where the elements inside `place` begin, in a BIT STRING behind its unused bits.
+inline size_t FirstPart(const Place& place) {
+  return place.content + (place.tag == 0x03 ? 1 : 0);
+}
+
+// HoldsElements tells whether the content of `place` is a row of elements, as far as their heads say.
+inline bool HoldsElements(const Octets& message, const Place& place) {
+  size_t at = FirstPart(place);
+  if (at >= place.end) return false;
+  try {
+    while (at < place.end) at = PlaceAt(message, at).end;
+  } catch (const std::out_of_range&) {
+    return false;  // a head beyond the message
+  }
+  return at == place.end;
+}
+
+// PlacesIn returns `place` and all elements inside it; a string that holds an encoding is looked into.
+inline std::vector<Place> PlacesIn(const Octets& message, const Place& place) {
+  std::vector<Place> all = {place};
+  const bool constructed = (place.tag & 0x20) != 0;
+  const bool string = place.tag == 0x03 || place.tag == 0x04;
+  if (!constructed && !(string && HoldsElements(message, place) && message[FirstPart(place)] == 0x30))
+    return all;
+  for (size_t at = FirstPart(place); at < place.end; at = PlaceAt(message, at).end) {
+    const std::vector<Place> inside = PlacesIn(message, PlaceAt(message, at));
+    all.insert(all.end(), inside.begin(), inside.end());
+  }
+  return all;
+}
+
+// Replaced returns `message` with other octets in the place of an element, and the lengths around it right.
+inline Octets Replaced(const Octets& message, const Place& place, const Octets& replacement) {
+  std::vector<Place> around;
+  for (Place at = PlaceAt(message, 0); at.start != place.start || at.end != place.end;) {
+    around.push_back(at);
+    Place part = PlaceAt(message, FirstPart(at));
+    while (part.end <= place.start) part = PlaceAt(message, part.end);
+    at = part;
+  }
+  std::vector<Octets> heads(around.size());
+  size_t before = place.end - place.start, after = replacement.size();  // octets of what has been replaced
+  for (size_t i = around.size(); i-- > 0;) {
+    const Place& at = around[i];
+    const size_t length = at.end - at.content - before + after;
+    heads[i] = der::concat(Octets{at.tag}, der::length(length));
+    before = at.end - at.start;
+    after = heads[i].size() + length;
+  }
+  Octets all;
+  all.reserve(after + message.size());
+  for (size_t i = 0; i < around.size(); ++i) {
+    const size_t next = i + 1 < around.size() ? around[i + 1].start : place.start;
+    all.insert(all.end(), heads[i].begin(), heads[i].end());
+    all.insert(all.end(), message.begin() + ptrdiff_t(around[i].content), message.begin() + ptrdiff_t(next));
+  }
+  all.insert(all.end(), replacement.begin(), replacement.end());
+  all.insert(all.end(), message.begin() + ptrdiff_t(place.end), message.end());
+  return all;
+}
+
+}  // namespace qex::test
