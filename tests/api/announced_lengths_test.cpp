@@ -1,0 +1,197 @@
+// Lengths that lie, at every element of messages of every kind, through every export that decodes; and
+// capacities that do, through every export that writes.
+//
+// An element that announces almost 4 GiB is told apart from one that announces a little more than there is by
+// nothing: not by the outcome, as it would be if a sum of lengths wrapped, and not by the memory that is
+// asked for.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstring>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "api/frame.h"
+#include "api/qex.h"
+#include "ber/constructed.h"
+#include "tests/support/deep.h"
+#include "tests/support/error_capture.h"
+#include "tests/support/export_calls.h"
+#include "tests/support/exports.h"
+#include "tests/support/failing_alloc.h"
+#include "tests/support/guarded.h"
+#include "tests/support/messages.h"
+#include "tests/support/readers.h"
+#include "tests/support/token_parts.h"
+
+namespace qex::test {
+namespace {
+
+constexpr size_t kLargestBlock = 64 * 1024;  // far above what these messages need
+
+Octets announced(const Octets& message, const Place& place, const Octets& length) {
+  const Octets content(message.begin() + ptrdiff_t(place.content), message.begin() + ptrdiff_t(place.end));
+  return Replaced(message, place, der::concat(Octets{place.tag}, length, content));
+}
+
+Octets in_four_octets(size_t n) {
+  return {0x84, uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n)};
+}
+
+// Seen is everything that can be seen of one reading.
+struct Seen {
+  Ran ran;
+  int32_t error;
+  std::string text;
+  bool operator==(const Seen&) const = default;
+};
+
+std::ostream& operator<<(std::ostream& out, const Seen& seen) {
+  return out << "code " << seen.ran.code << ", error " << seen.error << ", " << seen.text;
+}
+
+// The input stands at the end of readable memory, and nothing is left of what was allocated for it.
+Seen see(const Reader& reader, const Octets& message) {
+  const Guarded input(message);
+  Seen seen{{0, reader.memory}, 0, ""};
+  lastUnusedBits = 0;
+  ForgetRequests();
+  const long before = LiveBlocks();
+  {
+    const ErrorCapture capture;
+    seen.ran.code = reader.read(input.data(), input.size(), seen.ran.memory.data());
+    seen.text = capture.text();
+  }
+  seen.error = QEX_GetLastAsnError();
+  // An output, or the length of it, repeats what is taken over from the input, the lengths in it included.
+  const bool is_output = seen.ran.memory.size() == OutputMemory().size();
+  if (is_output && seen.ran.code != reader.refusal) seen.ran.memory.clear();
+  EXPECT_EQ(LiveBlocks(), before);
+  EXPECT_LT(LargestRequest(), kLargestBlock);
+  EXPECT_EQ(input.octets(), message);
+  return seen;
+}
+
+bool is_end_of_string(int32_t error) {
+  return error == -4 || error == -20 || error == -21;
+}
+
+// is_in_string tells whether a primitive string stands around `place`, which is then decoded apart.
+bool is_in_string(const std::vector<Place>& places, const Place& place) {
+  return std::any_of(places.begin(), places.end(), [&](const Place& around) {
+    return (around.tag & 0x20) == 0 && around.content <= place.start && place.end <= around.end;
+  });
+}
+
+// try_place announces other lengths at one element.
+void try_place(const Readers& readers, const Octets& message, const Place& place, bool in_string) {
+  const Octets too_long = announced(message, place, in_four_octets(message.size() + 1000));
+  const Octets open = announced(message, place, {0x80});
+  const Octets cut(message.begin(),
+                   message.begin() + ptrdiff_t(place.end) - (place.end > place.content ? 1 : 0));
+  for (const Reader& reader : readers) {
+    SCOPED_TRACE(reader.name + " " + reader.detail);
+    const Seen expected = see(reader, too_long);
+    for (const uint32_t length : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu}) {
+      EXPECT_EQ(see(reader, announced(message, place, in_four_octets(length))), expected) << length;
+    }
+    // The largest length is the number that stands for an open one.
+    EXPECT_EQ(see(reader, announced(message, place, in_four_octets(0xFFFFFFFF))), see(reader, open));
+    // A string ends as it does where the data end.
+    if (!in_string && is_end_of_string(expected.error)) {
+      const Seen at_end = see(reader, cut);
+      if (is_end_of_string(at_end.error)) {
+        EXPECT_EQ(expected, at_end);
+      }
+    }
+    const size_t length = place.end - place.content;
+    see(reader, announced(message, place, in_four_octets(length + 1)));
+    if (length != 0) see(reader, announced(message, place, in_four_octets(length - 1)));
+  }
+}
+
+void try_all(const Readers& readers, const Octets& message) {
+  EnsureAsnInit();
+  ASSERT_EQ(readers[0](message).code, QEX_OK);
+  const std::vector<Place> places = PlacesIn(message, PlaceAt(message, 0));
+  EXPECT_GT(places.size(), 10u);
+  for (const Place& place : places) {
+    try_place(readers, message, place, is_in_string(places, place));
+    if (::testing::Test::HasFailure()) FAIL() << "at " << place.start << ", identifier " << int{place.tag};
+  }
+}
+
+TEST(AnnouncedLengths, OfRequests) {
+  try_all(RequestReaders(),
+          RequestWith(der::oid("1.2.3"), der::integer(5), der::boolean(true),
+                      der::context(0, der::sequence(der::oid("1.2.3"), der::octet_string({1, 2})))));
+}
+
+TEST(AnnouncedLengths, OfReplies) {
+  const Octets text = der::sequence(der::utf8_string("no"), der::utf8_string("more"));
+  try_all(ReplyReaders(), Response(StatusInfo(1, text, der::bit_string({0x20}, 5)),
+                                   der::sequence(der::oid(kData), der::context(0, der::octet_string({1})))));
+}
+
+TEST(AnnouncedLengths, OfTokens) {
+  AttrCertParts tac;
+  tac.signature = Octets(8, 0x5A);
+  TokenParts parts;
+  TstInfoMaker info;
+  info.accuracy = der::sequence(der::integer(1), der::context_primitive(0, Octets{2}));
+  info.nonce = der::integer(77);
+  info.tsa = der::context(0, der::context(4, CertificateMaker().subject));
+  parts.tst_info = info.encode();
+  parts.certificates = {{PlainCertificate(), AttrCert(CertificateParts::kV1, tac), OtherFormat()}};
+  parts.signer().signer_attributes = {{{{{PlainAttribute()}, {}}, {{}, tac}}}};
+  try_all(TokenReaders(AuthorityCertificate(), ByHand(tac)), ByHand(parts));
+}
+
+TEST(AnnouncedLengths, OfTheCertificateOfTheCaller) {
+  try_all(CertificateReaders(TokenMaker().encode()), AuthorityCertificate());
+}
+
+TEST(AnnouncedLengths, OfAttributeCertificates) {
+  try_all(AttributeCertificateReaders(), ByHand(AttrCertParts()));
+}
+
+// --- Capacities --------------------------------------------------------------------------------
+
+// A buffer of just the length that is needed ends at an inaccessible page, and any capacity may be claimed.
+void try_capacities(const ExportCall& call, const Octets& output) {
+  const auto n = uint32_t(output.size());
+  for (const uint32_t capacity :
+       {0u, 1u, n - 1, n, n + 1, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
+    Guarded memory(sizeof capacity + n);
+    std::memcpy(memory.data(), &capacity, sizeof capacity);
+    const int32_t code = call.call(memory.data());
+    uint32_t length = 0;
+    std::memcpy(&length, memory.data(), sizeof length);
+    const Octets written(memory.data() + sizeof capacity, memory.data() + sizeof capacity + n);
+    EXPECT_EQ(code, capacity < n ? QEX_E_SIZE : QEX_OK) << capacity;
+    EXPECT_EQ(length, n) << capacity;
+    EXPECT_EQ(written, capacity < n ? Octets(n, Guarded::kFill) : output) << capacity;
+  }
+}
+
+TEST(OutputCapacities, AreOnlyCompared) {
+  std::set<std::string> tried;
+  for (const ExportCall& call : ExportCalls()) {
+    if (call.memory.size() != OutputMemory().size()) continue;
+    const Ran ran = RunCall(call);
+    if (ran.code != QEX_OK) continue;
+    SCOPED_TRACE(call.name() + ", " + call.sample);
+    uint32_t length = 0;
+    std::memcpy(&length, ran.memory.data(), sizeof length);
+    const auto output = ran.memory.begin() + sizeof length;
+    try_capacities(call, Octets(output, output + ptrdiff_t(length)));
+    tried.insert(call.name());
+  }
+  EXPECT_EQ(tried, (std::set<std::string>{"QEX_EncodeTSQ", "QEX_EncodeTSQ_Ex", "QEX_GetTSR_EncodedToken",
+                                          "QEX_GetTST_TSACert", "QEX_GetTST_TimeAttributeCert",
+                                          "QEX_RemoveAttrCerts", "QEX_TSTInfoToIDData"}));
+}
+
+}  // namespace
+}  // namespace qex::test
