@@ -333,7 +333,8 @@ int32_t NameToText(char* text, size_t size, const AsnList* name) {
     // The "=", the ";" of all but the last entry, and the terminator.
     const bool last = node->next == nullptr;
     const size_t used = strnlen(text, size);
-    if (used + label.size() + value.size + (last ? 2 : 3) > size) {
+    const size_t room = size - used;
+    if (value.size > room || label.size() + value.size + (last ? 2 : 3) > room) {
       result = -1;
       continue;
     }
