@@ -112,7 +112,7 @@ HostileInput http(const Octets& lines) {
   HostileInput input =
       input_of(der::concat(der::octets("HTTP/1.0 200 OK\r\n"), lines,
                            der::octets("Content-Type: application/timestamp-reply\r\n\r\n0")));
-  input.other = input.main;  // the call unpacks in place
+  input.out = input.main;  // the call unpacks in place
   return input;
 }
 HostileInput reply_of_lines(size_t size) {
@@ -128,12 +128,12 @@ HostileInput reply_in_a_frame(size_t size) {
   const auto n = uint32_t(size + 1);
   HostileInput input = input_of(der::concat(
       Octets{uint8_t(n >> 24), uint8_t(n >> 16), uint8_t(n >> 8), uint8_t(n), 5}, Octets(size, 0x30)));
-  input.other = input.main;
+  input.out = input.main;
   return input;
 }
 
 int32_t unpack(HostileInput& input, int32_t transport) {
-  std::copy(input.other.begin(), input.other.end(), input.main.begin());
+  std::copy(input.out.begin(), input.out.end(), input.main.begin());
   uint32_t length = length_of(input.main);
   uint32_t status = 0;
   return QEX_UnpackTSR(input.main.data(), &length, &status, transport);
