@@ -32,10 +32,13 @@ struct HostileCase {
   int32_t code;  // that the call answers with, so that the input is known to have gone all the way
 };
 
-// HostileCases returns all of them, family by family.
+// HostileCases returns all of them but the keys, family by family.
 std::vector<HostileCase> HostileCases();
 std::vector<HostileCase> HostileMessages();      // digests, requests, replies
 std::vector<HostileCase> HostileTokens();        // tokens read, verified and rewritten
 std::vector<HostileCase> HostileCertificates();  // attribute certificates, alone and in tokens
+
+// HostileKeys are of one length, and the work with them is not linear in it.
+std::vector<HostileCase> HostileKeys();
 
 }  // namespace qex::bench

@@ -17,10 +17,9 @@ Octets TokenPieces::encode() const {
   const auto optional = [](unsigned number, const Octets& octets) {
     return octets.empty() ? Octets{} : der::context(number, octets);
   };
-  const Octets signer =
-      der::sequence(der::integer(1), der::sequence(der::sequence(signer_name), der::integer(1)),
-                    der::algorithm(digest), optional(0, signed_attributes),
-                    der::algorithm("1.2.840.113549.1.1.1"), der::octet_string(Octets(64, 1)));
+  const Octets signer = der::sequence(
+      der::integer(1), der::sequence(der::sequence(signer_name), der::integer(1)), der::algorithm(digest),
+      optional(0, signed_attributes), der::algorithm(signature_algorithm), der::octet_string(signature));
   const Octets encapsulated = der::sequence(der::oid("1.2.840.113549.1.9.16.1.4"), der::context(0, content));
   return der::sequence(
       der::oid("1.2.840.113549.1.7.2"),

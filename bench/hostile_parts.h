@@ -119,6 +119,8 @@ struct TokenPieces {
   Octets signer_name;
   Octets signed_attributes;
   std::string digest = kSha256Digest;
+  std::string signature_algorithm = "1.2.840.113549.1.1.1";
+  Octets signature = Octets(64, 1);
 
   Octets encode() const;
 };

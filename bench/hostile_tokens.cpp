@@ -80,9 +80,9 @@ HostileInput attributes_before_the_one(size_t size) {
   return token_of(token);
 }
 
-// A certificate of an RSA key of 512 bits.
-Octets rsa_certificate() {
-  const Octets key = der::sequence(der::unsigned_integer(Octets(64, 0xC5)), der::integer(65537));
+Octets rsa_certificate(size_t modulusOctets = 64, const Octets& exponent = {1, 0, 1}) {
+  const Octets modulus(modulusOctets, 0xC5);
+  const Octets key = der::sequence(der::unsigned_integer(modulus), der::unsigned_integer(exponent));
   return certificate(der::integer(1), der::sequence(der::algorithm("1.2.840.113549.1.1.1", der::null()),
                                                     der::bit_string(key)));
 }
@@ -143,6 +143,30 @@ HostileInput content_that_is_signed(size_t size) {
   return input_of(token.encode(), rsa_certificate());
 }
 
+// Keys of 96,000 bits, whatever size is asked for: the work of a public key is not linear, its memory is.
+constexpr size_t kKeyOctets = 12000;
+
+TokenPieces token_of_right_digest() {
+  TokenPieces token;
+  token.signed_attributes =
+      attribute("1.2.840.113549.1.9.4", der::octet_string(sha256_of(TstInfoPieces().encode())));
+  return token;
+}
+HostileInput large_rsa_key(size_t) {
+  const TokenPieces token = token_of_right_digest();
+  return input_of(token.encode(), rsa_certificate(kKeyOctets, Octets(40, 0xC5)));
+}
+HostileInput large_dsa_key(size_t) {
+  TokenPieces token = token_of_right_digest();
+  token.signature_algorithm = "2.16.840.1.101.3.4.3.2";
+  token.signature = der::sequence(der::integer(1), der::integer(1));
+  const Octets parameters = der::sequence(der::unsigned_integer(Octets(kKeyOctets, 0xC5)),
+                                          der::unsigned_integer(Octets(40, 0xC5)), der::integer(2));
+  const Octets info =
+      der::sequence(der::algorithm("1.2.840.10040.4.1", parameters), der::bit_string(der::integer(3)));
+  return input_of(token.encode(), certificate(der::integer(1), info));
+}
+
 int32_t find_authority(HostileInput& input) {
   uint32_t length = length_of(input.out);
   return QEX_GetTST_TSACert(input.out.data(), &length, input.main.data(), length_of(input.main));
@@ -199,6 +223,13 @@ int32_t remove_certificates(HostileInput& input) {
 }
 
 }  // namespace
+
+std::vector<HostileCase> HostileKeys() {
+  return {
+      {"VerifyTST_Signature, RSA key of 96,000 bits", large_rsa_key, verify, QEX_E_SIGNATURE},
+      {"VerifyTST_Signature, DSA key of 96,000 bits", large_dsa_key, verify, QEX_E_SIGNATURE},
+  };
+}
 
 std::vector<HostileCase> HostileTokens() {
   return {

@@ -146,6 +146,8 @@ int main(int argc, char** argv) {
   qex::AsnErrorHandler = [](const char*, int) {};
   std::printf("bytes at the peak by octet of input: asked for, with the overhead of the heap\n");
   bool all = true;
-  for (const qex::bench::HostileCase& one : qex::bench::HostileCases()) all &= measure(one, size);
+  for (const auto& family : {qex::bench::HostileCases(), qex::bench::HostileKeys()}) {
+    for (const qex::bench::HostileCase& one : family) all &= measure(one, size);
+  }
   return check && !all ? 1 : 0;
 }
