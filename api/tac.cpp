@@ -1,6 +1,7 @@
 // The exports that read a time attribute certificate: identity, timing metrics, timing policy.
 #include <cstddef>
 #include <cstring>
+#include <limits>
 
 #include "api/frame.h"
 #include "api/names.h"
@@ -10,6 +11,7 @@
 #include "asn1/oids.h"
 #include "asn1/timing.h"
 
+static_assert(std::numeric_limits<double>::is_iec559);  // zero bits are 0.0
 static_assert(sizeof(QEX_TACINFO_EX) == 2556);
 static_assert(offsetof(QEX_TACINFO_EX, size) == 0);
 static_assert(offsetof(QEX_TACINFO_EX, version) == 4);

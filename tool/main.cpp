@@ -181,5 +181,10 @@ int tool_main(int count, char** words) {
 }  // namespace qex::tool
 
 int main(int count, char** words) {
-  return qex::tool::tool_main(count, words);
+  try {
+    return qex::tool::tool_main(count, words);
+  } catch (...) {  // before there was a program to report by, or for want of memory to report with
+    std::fputs("qex: error: memory ran out\n", stderr);
+    return static_cast<int>(qex::tool::ExitStatus::Internal);
+  }
 }

@@ -61,7 +61,7 @@ const std::vector<uint8_t>* current = nullptr;
 
 extern "C" void keep_input(int signal) {
   const int file = open("crash-replay", O_WRONLY | O_CREAT | O_TRUNC, 0644);
-  if (file >= 0 && write(file, current->data(), current->size()) >= 0) close(file);
+  if (file >= 0 && current != nullptr && write(file, current->data(), current->size()) >= 0) close(file);
   std::signal(signal, SIG_DFL);
   std::raise(signal);
 }
@@ -71,6 +71,7 @@ void run(const std::vector<uint8_t>& input) {
   const std::vector<uint8_t> exact(input.begin(), input.end());
   current = &exact;
   LLVMFuzzerTestOneInput(exact.data(), exact.size());
+  current = nullptr;
 }
 
 void run_file(const std::filesystem::path& path, unsigned mutations) {

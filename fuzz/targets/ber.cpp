@@ -133,7 +133,7 @@ Outcome run_primitive(View in) {
     Decode(b, &v.value, &out->bytes, env);
     out->value = octets_of(v.value);
   };
-  const Outcome o = run(in, decode);
+  Outcome o = run(in, decode);
   if (o.code != 0) return o;
 
   // What decodes is encoded, and the encoding decodes to the same.

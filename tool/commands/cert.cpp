@@ -26,7 +26,7 @@ ExitStatus take_certificate(const Arguments& arguments, const Options& options) 
   const Message message = ReadTokenOrReply(arguments.token);
   const std::string name = ShownPath(arguments.token);
   const Answer answer = Ask({name, message.octets});
-  if (const auto refusal = RefusalOf(answer.facts, name)) throw *refusal;
+  if (const auto refusal = RefusalOf(answer.facts, name)) throw Failure{*refusal};
   const Json& signer = answer.facts["signer"];
   const auto code = signer["code"].get<int32_t>();
   if (code != 0) {

@@ -34,7 +34,7 @@ ExitStatus rewrite(const Arguments& arguments, const Options& options) {
   const Answer answer = Ask(job);
   if (auto refusal = RefusalOf(answer.facts, name)) {
     refusal->libraryMessages = answer.libraryMessages;
-    throw *refusal;
+    throw Failure{*refusal};
   }
   WriteLibraryMessages(answer.libraryMessages, options);
   const std::string written = answer.facts["rewritten"].get<std::string>();

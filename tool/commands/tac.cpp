@@ -37,7 +37,7 @@ Answer ask_about_token(const Arguments& arguments, const Message& token, const B
   Answer answer = Ask(job);
   if (auto refusal = RefusalOf(answer.facts, job.name)) {
     refusal->libraryMessages = answer.libraryMessages;
-    throw *refusal;
+    throw Failure{*refusal};
   }
   return answer;
 }

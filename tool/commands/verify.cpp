@@ -95,7 +95,7 @@ Answer ask_about_token(const Arguments& arguments, const Pins& pins) {
   Answer answer = Ask(job);
   if (auto refusal = RefusalOf(answer.facts, job.name)) {
     refusal->libraryMessages = answer.libraryMessages;
-    throw *refusal;
+    throw Failure{*refusal};
   }
   const auto code = answer.facts["verification"]["code"].get<int32_t>();
   if (code == QEX_E_ARG) {
