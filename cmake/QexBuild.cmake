@@ -23,6 +23,10 @@ if(QEX_SANITIZE)
        -fno-omit-frame-pointer)
   list(APPEND QEX_INSTRUMENT_LINK -fsanitize=${QEX_SANITIZE})
 endif()
+if(QEX_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
+  # A C program that links the library needs what the library's C++ reports through.
+  list(APPEND QEX_INSTRUMENT_LINK -fsanitize-link-c++-runtime)
+endif()
 if(QEX_FUZZ)
   # Edges of the library are counted; the engine itself is linked to the targets alone.
   list(APPEND QEX_INSTRUMENT_COMPILE -fsanitize=fuzzer-no-link)
@@ -71,6 +75,11 @@ function(qex_harden target)
     target_compile_options(${target} PRIVATE -fcf-protection)
   endif()
   target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now,-z,noexecstack")
+  if(QEX_CHECK_INTEGERS)
+    target_compile_options(${target} PRIVATE -fsanitize=integer,implicit-conversion
+                           "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/integers_meant.txt"
+                           -fno-sanitize-recover=all)
+  endif()
 endfunction()
 
 # qex_left_out(PART WHY): remembers a part that is not built.
