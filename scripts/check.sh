@@ -6,15 +6,41 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format reproducible)
+steps=(format cppcheck reproducible threads valgrind fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
   scripts/format.sh
 }
 
+step_cppcheck() {  # cppcheck over all sources; what it gets wrong is listed with the reasons
+  git ls-files -z --cached --others --exclude-standard '*.c' '*.cpp' |
+    xargs -0 cppcheck -q -j "$jobs" --error-exitcode=1 --std=c++20 --library=posix --library=googletest -I . \
+      --enable=warning,performance,portability --suppressions-list=scripts/cppcheck_suppressions.txt
+}
+
 step_reproducible() {  # two builds in different folders give the same library
   scripts/reproducible.sh
+}
+
+step_tidy() {  # clang-tidy over all sources
+  scripts/tidy.sh
+}
+
+step_threads() {  # ThreadSanitizer, eight threads over all exports
+  scripts/test.sh tsan
+}
+
+step_ubsan() {  # the suite under UndefinedBehaviorSanitizer of clang, with the checks of integers
+  scripts/test.sh clang
+}
+
+step_valgrind() {  # the test programs under valgrind
+  scripts/valgrind.sh
+}
+
+step_fuzz() {  # ten seconds for each fuzz target
+  scripts/fuzz.sh 10
 }
 
 usage() {

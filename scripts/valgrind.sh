@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Runs the test programs of the preset release and the seeds of the fuzz targets under valgrind: a few
+# processes, and not one for each test. An error or a lost block fails. The tool is left to the sanitizers.
+#
+# usage: scripts/valgrind.sh
+set -uo pipefail
+cd "$(dirname "$0")/.." || exit 1
+
+scripts/setup.sh check || exit 1
+export build=build/release
+{ cmake --preset release && cmake --build --preset release -j "$(nproc)"; } > /dev/null || exit 1
+
+# Half a gigabyte through a digest: minutes here, and nothing but the same loop.
+export left_out='*.UpdateOfMoreThanTwoToThe29Octets'
+echo "left out: $left_out"
+
+export logs samples=$build/tests/interop/samples
+logs=$(mktemp -d)
+trap 'rm -rf "$logs" "$samples"' EXIT
+python3 -B tests/interop/make_samples.py "$samples" || exit 1
+
+# check NAME COMMAND... prints a line, and all that was said when it failed.
+check() {
+  local log=$logs/$1 started=$SECONDS verdict=passed
+  valgrind -q --error-exitcode=99 --leak-check=full --num-callers=30 "${@:2}" > "$log" 2>&1 || verdict=FAILED
+  printf '%-24s %s, %d s: %s\n' "$1" "$verdict" $((SECONDS - started)) \
+    "$(grep -E '^\[=+\] .* ran|files, ' "$log" | tail -n 1)"
+  [ "$verdict" = passed ] || { cat "$log"; return 1; }
+}
+
+# part KIND NAME [NUMBER] [TESTS] is one process: a program, tests of a program under a value of the switch
+# QEX_VERIFY_ESSCERTIDV2, a quarter of the tests of a program, the seeds of a target.
+part() {
+  case $1 in
+    program) check "$2" "$build/tests/$2/qex_$2_test" ;;
+    switched) QEX_VERIFY_ESSCERTIDV2=$3 check "$2.$3" "$build/tests/$2/qex_$2_test" --gtest_brief=1 "--gtest_filter=$4" ;;
+    quarter) GTEST_TOTAL_SHARDS=4 GTEST_SHARD_INDEX=$3 \
+      check "$2.$3" "$build/tests/qex_$2_test" --gtest_brief=1 "--gtest_filter=-$left_out" ;;
+    seeds) check "seeds.$2" "$build/fuzz/fuzz_$2" "fuzz/corpus/$2" ;;
+  esac
+}
+export -f check part
+
+# The long ones first.
+{
+  for program in api crypto asn1 ber; do printf "quarter $program %d\n" 0 1 2 3; done
+  echo 'switched interop 0 *'
+  echo 'switched interop 1 Verification.*:DamagedToken.*'
+  echo 'program abi'
+  for corpus in fuzz/corpus/*/; do echo "seeds $(basename "$corpus")"; done
+} | xargs -P "$(nproc)" -I '{}' bash -c 'set -f; part {}'
