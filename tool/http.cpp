@@ -1,12 +1,11 @@
 // One POST by libcurl, and its failures in words.
 #include "tool/http.h"
 
-#include <curl/curl.h>
-
+#include <algorithm>
 #include <cctype>
-#include <memory>
-#include <new>
+#include <string_view>
 
+#include "tool/curl.h"
 #include "tool/escape.h"
 #include "tool/failure.h"
 
@@ -14,47 +13,41 @@ namespace qex::tool {
 namespace {
 
 constexpr size_t kMaxReply = size_t{1} << 20;
+constexpr size_t kMaxHead = size_t{64} << 10;  // the lines of all heads and trailers of an exchange
+constexpr size_t kMaxShown = 120;              // characters of the server's own in an error line
 constexpr long kMaxRedirects = 5;
 constexpr const char* kReplyType = "application/timestamp-reply";
 
-struct Body {
-  Bytes octets;
-  bool tooLong = false;
+struct Received {
+  Bytes body;
+  size_t head = 0;  // octets
+  bool bodyTooLong = false;
+  bool headTooLong = false;
 };
 
 size_t receive(char* data, size_t /*one*/, size_t length, void* context) noexcept {
-  Body& body = *static_cast<Body*>(context);
-  if (body.octets.size() + length > kMaxReply) {
-    body.tooLong = true;
+  Received& received = *static_cast<Received*>(context);
+  if (received.body.size() + length > kMaxReply) {
+    received.bodyTooLong = true;
     return 0;
   }
   try {
-    body.octets.insert(body.octets.end(), data, data + length);
+    received.body.insert(received.body.end(), data, data + length);
   } catch (const std::bad_alloc&) {
     return 0;
   }
   return length;
 }
 
-struct CurlCleaner {
-  void operator()(CURL* handle) const { curl_easy_cleanup(handle); }
-  void operator()(curl_slist* list) const { curl_slist_free_all(list); }
-};
-using CurlHandle = std::unique_ptr<CURL, CurlCleaner>;
-using HeaderList = std::unique_ptr<curl_slist, CurlCleaner>;
-
-template <class Value>
-void set(CURL* handle, CURLoption option, Value value) {
-  const CURLcode code = curl_easy_setopt(handle, option, value);
-  if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
-  if (code != CURLE_OK) {
-    throw Failure{ExitStatus::Network, std::string("libcurl refuses a setting: ") + curl_easy_strerror(code),
-                  "this libcurl was built without what the address needs"};
-  }
+size_t count_head(char* /*line*/, size_t /*one*/, size_t length, void* context) noexcept {
+  Received& received = *static_cast<Received*>(context);
+  received.head += length;
+  received.headTooLong = received.head > kMaxHead;
+  return received.headTooLong ? 0 : length;
 }
 
-HeaderList request_headers() {
-  HeaderList list;
+CurlList request_headers() {
+  CurlList list;
   // An empty Expect: the query is small, and some servers keep the client waiting.
   for (const char* line :
        {"Content-Type: application/timestamp-query", "Accept: application/timestamp-reply", "Expect:"}) {
@@ -66,31 +59,48 @@ HeaderList request_headers() {
   return list;
 }
 
-void set_protocols(CURL* handle, bool tls) {
+// The scheme in lower case; empty for what is no address.
+std::string scheme_of(const std::string& text) {
+  const CurlUrl url = NewCurlUrl();
+  char* part = nullptr;
+  if (curl_url_set(url.get(), CURLUPART_URL, text.c_str(), 0) != CURLUE_OK ||
+      curl_url_get(url.get(), CURLUPART_SCHEME, &part, 0) != CURLUE_OK) {
+    return "";
+  }
+  return CurlText(part).get();
+}
+
+void set_protocols(const CurlHandle& handle, bool tls) {
 #if LIBCURL_VERSION_NUM >= 0x075500
-  set(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-  set(handle, CURLOPT_REDIR_PROTOCOLS_STR, tls ? "https" : "http,https");
+  SetCurl(handle, CURLOPT_PROTOCOLS_STR, "http,https");
+  SetCurl(handle, CURLOPT_REDIR_PROTOCOLS_STR, tls ? "https" : "http,https");
 #else
-  set(handle, CURLOPT_PROTOCOLS, long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
-  set(handle, CURLOPT_REDIR_PROTOCOLS, tls ? long{CURLPROTO_HTTPS} : long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
+  SetCurl(handle, CURLOPT_PROTOCOLS, long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
+  SetCurl(handle, CURLOPT_REDIR_PROTOCOLS,
+          tls ? long{CURLPROTO_HTTPS} : long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
 #endif
 }
 
-std::string hint_of(CURLcode code) {
-  switch (code) {
-    case CURLE_COULDNT_RESOLVE_HOST: return "look at the host's name, and at the connection to the network";
-    case CURLE_COULDNT_RESOLVE_PROXY: return "look at the proxy variables of the environment";
-    case CURLE_COULDNT_CONNECT: return "look at the host and port; is the authority running?";
-    case CURLE_OPERATION_TIMEDOUT: return "wait longer with --timeout, or try again with --retry";
-    case CURLE_PARTIAL_FILE:
-    case CURLE_GOT_NOTHING: return "the connection ended early; try again";
-    case CURLE_PEER_FAILED_VERIFICATION:
-    case CURLE_SSL_CACERT_BADFILE: return "name the root of the server's certificate with --cacert";
-    case CURLE_SSL_CERTPROBLEM: return "look at the files of --client-cert and --client-key";
-    case CURLE_UNSUPPORTED_PROTOCOL:
-      return "an address starts with http:// or https://; from https no redirect to http is followed";
-    default: return "look at the address and the connection";
+// The files were read under a limit of their own; libcurl is given what lay in them.
+void set_pem(const CurlHandle& handle, CURLoption option, const Bytes& pem) {
+  if (pem.empty()) return;
+  struct curl_blob blob {
+    const_cast<uint8_t*>(pem.data()), pem.size(), CURL_BLOB_NOCOPY
+  };
+  SetCurl(handle, option, &blob);
+}
+
+void set_identities(const CurlHandle& handle, const HttpSettings& settings) {
+  if (!settings.roots.empty()) {
+    set_pem(handle, CURLOPT_CAINFO_BLOB, settings.roots);
+    SetCurl(handle, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
+  if (!settings.user.empty()) {
+    SetCurl(handle, CURLOPT_USERPWD, settings.user.c_str());
+    SetCurl(handle, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_ANY));
+  }
+  set_pem(handle, CURLOPT_SSLCERT_BLOB, settings.clientCert);
+  set_pem(handle, CURLOPT_SSLKEY_BLOB, settings.clientKey);
 }
 
 // The first line of a body with something to read in it, cut to a readable length.
@@ -104,7 +114,7 @@ std::string first_line(const Bytes& body) {
     }
     if (octet < 0x20 && octet != '\t') return "";  // binary
     line += static_cast<char>(octet);
-    if (line.size() == 120) break;
+    if (line.size() == kMaxShown) break;
   }
   return Escaped(line);
 }
@@ -118,8 +128,9 @@ std::string media_type(const char* contentType) {
 }
 
 std::string what_came(long status, const char* contentType, const Bytes& body) {
-  std::string text = "HTTP status " + std::to_string(status) + ", content type " +
-                     (contentType == nullptr ? "none" : Escaped(contentType));
+  std::string text =
+      "HTTP status " + std::to_string(status) + ", content type " +
+      (contentType == nullptr ? "none" : Escaped(std::string_view(contentType).substr(0, kMaxShown)));
   const std::string line = first_line(body);
   if (!line.empty()) text += ", \"" + line + "\"";
   return text;
@@ -144,67 +155,61 @@ std::string ShownUrl(const std::string& url) {
   return Escaped(at == std::string::npos || at < host ? url : url.substr(0, host) + url.substr(at + 1));
 }
 
+void CheckUrl(const std::string& url) {
+  const std::string scheme = scheme_of(url);
+  if (scheme == "http" || scheme == "https") return;
+  throw UsageFailure(ShownUrl(url) + ": not an address of http or https",
+                     "for example --tsa https://tsa.example/");
+}
+
 Bytes PostRequest(const HttpSettings& settings, ByteView request) {
-  static const CURLcode kStarted = curl_global_init(CURL_GLOBAL_DEFAULT);
-  const CurlHandle handle(kStarted == CURLE_OK ? curl_easy_init() : nullptr);
-  if (handle == nullptr) throw std::bad_alloc();
-  CURL* const curl = handle.get();
-  const HeaderList headers = request_headers();
-  const bool tls = settings.url.starts_with("https:") || settings.url.starts_with("HTTPS:");
-  Body body;
+  const CurlHandle curl = NewCurl(settings.timeout);
+  const CurlList headers = request_headers();
+  Received received;
   char detail[CURL_ERROR_SIZE] = "";
 
-  set(curl, CURLOPT_URL, settings.url.c_str());
-  set_protocols(curl, tls);
-  set(curl, CURLOPT_FOLLOWLOCATION, 1L);
-  set(curl, CURLOPT_MAXREDIRS, kMaxRedirects);
-  set(curl, CURLOPT_POSTREDIR, long{CURL_REDIR_POST_ALL});
-  set(curl, CURLOPT_POST, 1L);
-  set(curl, CURLOPT_POSTFIELDS, reinterpret_cast<const char*>(request.data()));
-  set(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(request.size()));
-  set(curl, CURLOPT_HTTPHEADER, headers.get());
-  set(curl, CURLOPT_USERAGENT, "qex/" QEX_TOOL_VERSION);
-  set(curl, CURLOPT_TIMEOUT_MS, static_cast<long>(settings.timeout.count()));
-  set(curl, CURLOPT_NOSIGNAL, 1L);
-  set(curl, CURLOPT_ERRORBUFFER, detail);
-  set(curl, CURLOPT_WRITEFUNCTION, receive);
-  set(curl, CURLOPT_WRITEDATA, &body);
-  if (!settings.caFile.empty()) {
-    set(curl, CURLOPT_CAINFO, settings.caFile.c_str());
-    set(curl, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-  }
-  if (!settings.user.empty()) {
-    set(curl, CURLOPT_USERPWD, settings.user.c_str());
-    set(curl, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_ANY));
-  }
-  if (!settings.clientCert.empty()) set(curl, CURLOPT_SSLCERT, settings.clientCert.c_str());
-  if (!settings.clientKey.empty()) set(curl, CURLOPT_SSLKEY, settings.clientKey.c_str());
+  SetCurl(curl, CURLOPT_URL, settings.url.c_str());
+  set_protocols(curl, scheme_of(settings.url) == "https");
+  SetCurl(curl, CURLOPT_FOLLOWLOCATION, 1L);
+  SetCurl(curl, CURLOPT_MAXREDIRS, kMaxRedirects);
+  SetCurl(curl, CURLOPT_POSTREDIR, long{CURL_REDIR_POST_ALL});
+  SetCurl(curl, CURLOPT_POST, 1L);
+  SetCurl(curl, CURLOPT_POSTFIELDS, reinterpret_cast<const char*>(request.data()));
+  SetCurl(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(request.size()));
+  SetCurl(curl, CURLOPT_HTTPHEADER, headers.get());
+  SetCurl(curl, CURLOPT_USERAGENT, "qex/" QEX_TOOL_VERSION);
+  SetCurl(curl, CURLOPT_ERRORBUFFER, detail);
+  SetCurl(curl, CURLOPT_WRITEFUNCTION, receive);
+  SetCurl(curl, CURLOPT_WRITEDATA, &received);
+  SetCurl(curl, CURLOPT_HEADERFUNCTION, count_head);
+  SetCurl(curl, CURLOPT_HEADERDATA, &received);
+  set_identities(curl, settings);
 
-  const CURLcode code = curl_easy_perform(curl);
-  if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
+  const CURLcode code = curl_easy_perform(curl.get());
   const std::string name = ShownUrl(settings.url);
-  if (body.tooLong) {
+  if (received.headTooLong) {
+    throw Failure{ExitStatus::Input, name + ": the head of the reply is longer than 64 KiB",
+                  "this is no time-stamp service; look at the address"};
+  }
+  if (code != CURLE_OK && !received.bodyTooLong) throw CurlFailure(name, code, detail);
+  long status = 0;
+  char* contentType = nullptr;
+  curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
+  curl_easy_getinfo(curl.get(), CURLINFO_CONTENT_TYPE, &contentType);
+  if (status != 200) {
+    throw Failure{ExitStatus::Network, name + ": " + what_came(status, contentType, received.body),
+                  hint_of_status(status)};
+  }
+  if (received.bodyTooLong) {
     throw Failure{ExitStatus::Input, name + ": the reply is longer than 1 MiB",
                   "this is no time-stamp service; look at the address"};
   }
-  if (code != CURLE_OK) {
-    const std::string text = detail[0] != '\0' ? detail : curl_easy_strerror(code);
-    throw Failure{ExitStatus::Network, name + ": " + Escaped(text), hint_of(code)};
-  }
-  long status = 0;
-  char* contentType = nullptr;
-  curl_easy_getinfo(curl, CURLINFO_RESPONSE_CODE, &status);
-  curl_easy_getinfo(curl, CURLINFO_CONTENT_TYPE, &contentType);
-  if (status != 200) {
-    throw Failure{ExitStatus::Network, name + ": " + what_came(status, contentType, body.octets),
-                  hint_of_status(status)};
-  }
-  if (media_type(contentType) != kReplyType || body.octets.empty()) {
+  if (media_type(contentType) != kReplyType || received.body.empty()) {
     throw Failure{ExitStatus::Input,
-                  name + ": no time-stamp reply: " + what_came(status, contentType, body.octets),
+                  name + ": no time-stamp reply: " + what_came(status, contentType, received.body),
                   std::string("a time-stamp service answers with ") + kReplyType + "; look at the address"};
   }
-  return body.octets;
+  return received.body;
 }
 
 std::string HttpLibraryVersion() {

@@ -11,14 +11,18 @@ namespace qex::tool {
 struct HttpSettings {
   std::string url;
   std::chrono::milliseconds timeout{30000};
-  std::string caFile;      // roots of the server's certificate; empty: those of the system
-  std::string user;        // NAME:PASSWORD, empty: none
-  std::string clientCert;  // PEM files for TLS client authentication
-  std::string clientKey;
+  std::string user;  // NAME:PASSWORD, empty: none
+  // PEM texts, empty: none.
+  Bytes roots;       // of the server's certificate, in place of the system's
+  Bytes clientCert;  // for TLS client authentication
+  Bytes clientKey;   // empty: it stands beside the certificate
 };
 
 // ShownUrl returns the address without a user and password that stand in it.
 std::string ShownUrl(const std::string& url);
+
+// CheckUrl throws a usage Failure for what is no address of http or https.
+void CheckUrl(const std::string& url);
 
 // PostRequest sends a time-stamp request and returns the reply's body, of at most 1 MiB; throws
 // a Failure, whose exit status is Network when asking again may help.

@@ -1,18 +1,15 @@
 // The socket framing, under one deadline for the whole exchange.
 #include "tool/socket_transport.h"
 
-#include <fcntl.h>
-#include <netdb.h>
 #include <poll.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <memory>
 
 #include "api/qex.h"
+#include "tool/curl.h"
 #include "tool/escape.h"
 #include "tool/failure.h"
 #include "tool/inspect/code_texts.h"
@@ -25,52 +22,38 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t kHead = 5;
 constexpr size_t kMaxReply = size_t{1} << 20;
 
-struct Address {
-  std::string host;
-  std::string port;
-};
-
-Address parse_address(const std::string& text) {
+// The address as libcurl takes it; only the connection is libcurl's.
+CurlUrl parse_address(const std::string& text) {
   const size_t colon = text.rfind(':');
-  Address address;
-  if (colon != std::string::npos) {
-    address = {text.substr(0, colon), text.substr(colon + 1)};
-    const std::string& host = address.host;
-    if (host.size() > 2 && host.front() == '[' && host.back() == ']')
-      address.host = host.substr(1, host.size() - 2);
-  }
-  if (address.host.empty() || address.port.empty()) {
+  CurlUrl url = NewCurlUrl();
+  const bool valid = colon != std::string::npos &&
+                     curl_url_set(url.get(), CURLUPART_SCHEME, "http", 0) == CURLUE_OK &&
+                     curl_url_set(url.get(), CURLUPART_HOST, text.substr(0, colon).c_str(), 0) == CURLUE_OK &&
+                     curl_url_set(url.get(), CURLUPART_PORT, text.substr(colon + 1).c_str(), 0) == CURLUE_OK;
+  if (!valid) {
     throw UsageFailure("socket " + Escaped(text) + ": not HOST:PORT", "for example --socket tsa.example:318");
   }
-  return address;
+  return url;
 }
 
 // One connection, closed at the end of its scope.
 class Connection {
  public:
   Connection(const std::string& name, std::chrono::milliseconds timeout)
-      : name_(Escaped(name)), deadline_(Clock::now() + timeout) {
-    const Address address = parse_address(name);
-    struct addrinfo wanted {};
-    wanted.ai_socktype = SOCK_STREAM;
-    struct addrinfo* list = nullptr;
-    const int code = ::getaddrinfo(address.host.c_str(), address.port.c_str(), &wanted, &list);
-    if (code != 0) {
-      throw Failure{ExitStatus::Network, name_ + ": " + ::gai_strerror(code),
-                    "look at the host's name and port, and at the connection to the network"};
-    }
-    const std::unique_ptr<struct addrinfo, decltype(&::freeaddrinfo)> owner(list, ::freeaddrinfo);
-    int error = 0;
-    for (const struct addrinfo* each = list; each != nullptr; each = each->ai_next) {
-      error = connect(*each);
-      if (error == 0) return;
-    }
-    throw Failure{ExitStatus::Network, name_ + ": " + std::strerror(error),
-                  "look at the host and port; is the authority running?"};
+      : name_(Escaped(name)), deadline_(Clock::now() + timeout), curl_(NewCurl(timeout)) {
+    const CurlUrl url = parse_address(name);
+    char detail[CURL_ERROR_SIZE] = "";
+    SetCurl(curl_, CURLOPT_CURLU, url.get());
+    SetCurl(curl_, CURLOPT_CONNECT_ONLY, 1L);
+    SetCurl(curl_, CURLOPT_NOPROXY, "*");
+    SetCurl(curl_, CURLOPT_ERRORBUFFER, detail);
+    const CURLcode code = curl_easy_perform(curl_.get());
+    if (code != CURLE_OK) throw CurlFailure(name_, code, detail);
+    SetCurl(curl_, CURLOPT_ERRORBUFFER, static_cast<char*>(nullptr));
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    CheckCurlSetting(curl_easy_getinfo(curl_.get(), CURLINFO_ACTIVESOCKET, &socket));
+    fd_ = socket;
   }
-  ~Connection() { close(); }
-  Connection(const Connection&) = delete;
-  Connection& operator=(const Connection&) = delete;
 
   void send(ByteView data) {
     while (!data.empty()) {
@@ -100,19 +83,6 @@ class Connection {
   }
 
  private:
-  // Returns 0 or an errno.
-  int connect(const struct addrinfo& to) {
-    close();
-    fd_ = ::socket(to.ai_family, to.ai_socktype | SOCK_CLOEXEC | SOCK_NONBLOCK, to.ai_protocol);
-    if (fd_ < 0) return errno;
-    if (::connect(fd_, to.ai_addr, to.ai_addrlen) == 0) return 0;
-    if (errno != EINPROGRESS) return errno;
-    wait(POLLOUT);
-    int error = 0;
-    socklen_t size = sizeof error;
-    return ::getsockopt(fd_, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
-  }
-
   void wait(short events) {
     for (;;) {
       const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline_ - Clock::now());
@@ -135,13 +105,9 @@ class Connection {
                   "try again with --retry"};
   }
 
-  void close() {
-    if (fd_ >= 0) ::close(fd_);
-    fd_ = -1;
-  }
-
   std::string name_;
   Clock::time_point deadline_;
+  CurlHandle curl_;  // owns the connection
   int fd_ = -1;
 };
 
@@ -156,6 +122,10 @@ Failure framing_failure(const std::string& address, int32_t code, uint32_t flag)
 
 }  // namespace
 
+void CheckSocketAddress(const std::string& address) {
+  parse_address(address);
+}
+
 Bytes ExchangeOverSocket(const std::string& address, ByteView framedRequest,
                          std::chrono::milliseconds timeout) {
   Connection connection(address, timeout);
@@ -167,7 +137,11 @@ Bytes ExchangeOverSocket(const std::string& address, ByteView framedRequest,
   int32_t code = QEX_UnpackTSR(reply.data(), &length, &flag, QEX_TRANSPORT_SOCKET);
   if (code == QEX_E_LENGTH) {
     // The library says how much is announced; it is read as it comes, not allocated at once.
-    if (length < kHead || length > kMaxReply) {
+    if (length < kHead) {
+      throw Failure{ExitStatus::Input, Escaped(address) + ": a reply without a flag is announced",
+                    "does the authority speak the socket framing?", code};
+    }
+    if (length > kMaxReply) {
       throw Failure{ExitStatus::Input,
                     Escaped(address) + ": a reply of " + std::to_string(length) + " octets is announced",
                     "at most 1 MiB is read; does the authority speak the socket framing?", code};

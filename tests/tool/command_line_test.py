@@ -25,6 +25,15 @@ class CommandLineTest(ToolTest):
                           ("stamp", self.document, "--tsa", "http://127.0.0.1:1/", "--timeout", "soon"),
                           ("stamp", self.document, "--tsa", "http://127.0.0.1:1/", "--client-key", "k.pem"),
                           ("stamp", self.document, "--socket", "nowhere", "--retry", "0"),
+                          ("stamp", self.document, "--socket", "127.0.0.1:x", "--retry", "0"),
+                          ("stamp", self.document, "--socket", ":318", "--retry", "0"),
+                          ("stamp", self.document, "--tsa", "http://"),
+                          ("stamp", self.document, "--tsa", "http://:80/"),
+                          ("stamp", self.document, "--tsa", "http://127.0.0.1:99999/"),
+                          ("stamp", self.document, "--tsa", "http://[::1/"),
+                          ("stamp", self.document, "--tsa", "http://a b/"),
+                          ("stamp", self.document, "--tsa", "127.0.0.1"),
+                          ("stamp", self.document, "--tsa", "file:///etc/passwd"),
                           ("reply", self.document, "-o", "token")):
             with self.subTest(arguments=arguments):
                 self.assert_error(run(*arguments), 2)

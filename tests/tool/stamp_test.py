@@ -151,7 +151,8 @@ class StampTest(ToolTest):
         port = closed_port()
         self.assert_error(run("stamp", self.document, "--tsa", f"http://127.0.0.1:{port}/", "--retry", "0"), 6, str(port))
         self.assert_error(run("stamp", self.document, "--socket", f"127.0.0.1:{port}", "--retry", "0"), 6, str(port))
-        self.assert_error(run("stamp", self.document, "--tsa", "http://no-such-host.invalid/", "--retry", "0"), 6)
+        self.assert_error(run("stamp", self.document, "--tsa", "http://no-such-host.invalid/", "--retry", "0"), 6, "resolve")
+        self.assert_error(run("stamp", self.document, "--socket", "no-such-host.invalid:318", "--retry", "0"), 6, "resolve")
 
     def test_ASlowAuthorityIsNotWaitedForLongerThanTold(self):
         with self.authority("--delay", "10") as authority:

@@ -15,6 +15,7 @@ AUTHORITY = os.path.join(HERE, "..", "authority", "authority.py")
 
 QEX = None
 FAILING_CHECK = None
+SLOW_SYSTEM = None
 
 
 def environment(**more):
@@ -22,6 +23,14 @@ def environment(**more):
     kept = {k: v for k, v in os.environ.items()
             if not k.lower().endswith("_proxy") and not k.startswith("QEX_") and k != "NO_COLOR"}
     return {**kept, "no_proxy": "*", **more}
+
+
+def preloaded(library):
+    """An environment in which a library stands in front of those that the tool is linked with."""
+    more = {"LD_PRELOAD": library}
+    if "ASAN_OPTIONS" in os.environ:
+        more["ASAN_OPTIONS"] = os.environ["ASAN_OPTIONS"] + ":verify_asan_link_order=0"
+    return environment(**more)
 
 
 def run(*arguments, stdin=b"", env=None, check=None):
@@ -129,7 +138,8 @@ def verdicts(document):
 
 
 def main():
-    global QEX, FAILING_CHECK
+    global QEX, FAILING_CHECK, SLOW_SYSTEM
+    SLOW_SYSTEM = sys.argv.pop()
     FAILING_CHECK = sys.argv.pop()
     QEX = sys.argv.pop()
     unittest.main()

@@ -244,10 +244,7 @@ class VerifyTest(ToolTest):
         return text
 
     def test_AWorkerThatEndsIsStatus70(self):
-        more = {"LD_PRELOAD": support.FAILING_CHECK}
-        if "ASAN_OPTIONS" in os.environ:
-            more["ASAN_OPTIONS"] = os.environ["ASAN_OPTIONS"] + ":verify_asan_link_order=0"
-        env = environment(**more)
+        env = support.preloaded(support.FAILING_CHECK)
         done = run("verify", "-v", self.document, "--tsa-cert", self.tsa, env=env)
         self.assert_error(done, 70, "worker", "signal 6", "a made-up one")
         document = run_json("verify", self.document, "--tsa-cert", self.tsa, env=env, check=70)

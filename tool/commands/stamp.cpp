@@ -1,8 +1,10 @@
 // qex stamp: digest, request, exchange, check, and only then write what came.
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <thread>
 #include <vector>
 
@@ -37,6 +39,9 @@ struct Arguments {
   std::vector<std::string> urls;
   std::string output;
   HttpSettings http;
+  std::string caFile;
+  std::string clientCert;
+  std::string clientKey;
   std::string timeout = "30s";
   unsigned retries = 3;
   std::string socket;
@@ -60,6 +65,14 @@ std::string read_password(const std::string& user) {
   }
   const char* password = ::getpass(("password of " + Escaped(user) + ": ").c_str());
   return password == nullptr ? "" : password;
+}
+
+Bytes read_pem(const std::string& path) {
+  Bytes pem = ReadMessage(path);
+  constexpr std::string_view kBegin = "-----BEGIN ";
+  if (!std::ranges::search(pem, kBegin).empty()) return pem;
+  throw Failure{ExitStatus::Input, ShownPath(path) + ": holds no PEM",
+                "certificates and keys for TLS are PEM; openssl converts others"};
 }
 
 // Where the reply and the request go.
@@ -91,18 +104,14 @@ std::vector<std::string> authorities(const Arguments& arguments) {
   if (!arguments.socket.empty()) {
     if (!arguments.urls.empty())
       throw UsageFailure("--tsa and --socket exclude each other", "leave one of them out");
+    CheckSocketAddress(arguments.socket);
     return {arguments.socket};
   }
   std::vector<std::string> urls = arguments.urls;
   if (const char* url = std::getenv("QEX_TSA_URL"); urls.empty() && url != nullptr && *url != '\0')
     urls.emplace_back(url);
   if (urls.empty()) throw UsageFailure("no authority is named", "name one with --tsa URL or in QEX_TSA_URL");
-  for (const std::string& url : urls) {
-    if (!url.starts_with("http://") && !url.starts_with("https://")) {
-      throw UsageFailure(ShownUrl(url) + ": not an address of http or https",
-                         "for example --tsa https://tsa.example/");
-    }
-  }
+  for (const std::string& url : urls) CheckUrl(url);
   return urls;
 }
 
@@ -188,6 +197,9 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
   }
   const Places places = places_of(arguments);
   authorities(arguments);
+  if (!arguments.caFile.empty()) arguments.http.roots = read_pem(arguments.caFile);
+  if (!arguments.clientCert.empty()) arguments.http.clientCert = read_pem(arguments.clientCert);
+  if (!arguments.clientKey.empty()) arguments.http.clientKey = read_pem(arguments.clientKey);
   if (IsStandardStream(places.reply) && !options.json && ::isatty(STDOUT_FILENO) != 0) {
     throw UsageFailure("standard output is a terminal, and a reply is binary", "name a file with -o");
   }
@@ -248,11 +260,11 @@ Run AddStamp(CLI::App& app) {
   AddRequestOptions(app, arguments->request);
   app.add_option("-o", arguments->output, "file or folder for the reply; - is standard output")
       ->type_name("FILE|-|DIR");
-  app.add_option("--cacert", arguments->http.caFile, "roots of the server's certificate")->type_name("F");
+  app.add_option("--cacert", arguments->caFile, "roots of the server's certificate")->type_name("F");
   app.add_option("--user", arguments->http.user, "user and password for HTTP")->type_name("NAME:PASSWORD");
   CLI::Option* cert =
-      app.add_option("--client-cert", arguments->http.clientCert, "certificate for TLS")->type_name("F");
-  app.add_option("--client-key", arguments->http.clientKey, "key for TLS")->type_name("F")->needs(cert);
+      app.add_option("--client-cert", arguments->clientCert, "certificate for TLS")->type_name("F");
+  app.add_option("--client-key", arguments->clientKey, "key for TLS")->type_name("F")->needs(cert);
   app.add_option("--timeout", arguments->timeout, "for one exchange: 30s, 500ms, 2m")->type_name("TIME");
   app.add_option("--retry", arguments->retries, "how often to try again after a fault of the network")
       ->type_name("N")
