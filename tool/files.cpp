@@ -9,6 +9,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <string>
 #include <utility>
 
 #include "tool/escape.h"
@@ -104,6 +105,17 @@ std::string BaseName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
+SignalsHeld::SignalsHeld() {
+  sigset_t held;
+  ::sigemptyset(&held);
+  for (const int number : {SIGHUP, SIGINT, SIGTERM}) ::sigaddset(&held, number);
+  ::pthread_sigmask(SIG_BLOCK, &held, &before_);
+}
+
+SignalsHeld::~SignalsHeld() {
+  ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+}
+
 PendingFile::PendingFile(std::string target, ByteView data) : target_(std::move(target)) {
   place_ = resolve_links(target_);
   struct stat status {};
@@ -112,6 +124,7 @@ PendingFile::PendingFile(std::string target, ByteView data) : target_(std::move(
     direct_.assign(data.begin(), data.end());
     return;
   }
+  held_.emplace();
   std::string name = place_ + ".XXXXXX";
   const int fd = ::mkostemp(name.data(), O_CLOEXEC);
   if (fd < 0) throw file_failure(target_, "cannot be written", errno);
@@ -124,12 +137,6 @@ PendingFile::PendingFile(std::string target, ByteView data) : target_(std::move(
     throw file_failure(target_, "cannot be written", error);
   }
 }
-
-PendingFile::PendingFile(PendingFile&& other) noexcept
-    : target_(std::move(other.target_)),
-      place_(std::move(other.place_)),
-      temporary_(std::exchange(other.temporary_, {})),
-      direct_(std::move(other.direct_)) {}
 
 PendingFile::~PendingFile() {
   if (!temporary_.empty()) ::unlink(temporary_.c_str());

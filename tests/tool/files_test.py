@@ -1,0 +1,230 @@
+"""What a file may be, and what may become of an output: the command ends by itself with the documented exit
+status, an output appears whole or not at all, and an older one stays."""
+
+import concurrent.futures
+import hashlib
+import os
+import signal
+import subprocess
+import time
+import unittest
+
+import support
+from support import ToolTest, environment, run, run_json
+
+CORPUS = os.path.join(support.HERE, "..", "..", "fuzz", "corpus")
+SIGNED_DATA = bytes.fromhex("06092a864886f70d010702")
+STATUS = bytes.fromhex("3003020100")
+IMPRINT = bytes.fromhex("3021300906052b0e03021a05000414") + bytes(20)
+# Every command that reads a message; X stands for it.
+READERS = (("show", "X"), ("show", "--asn1", "X"), ("verify", "--token", "X", "--digest", "00", "--insecure-any-signer"),
+           ("verify", "--token", "X", "--digest", "00", "--tsa-cert", "X"), ("tac", "show", "X"), ("tac", "check", "X"),
+           ("tac", "get", "X"), ("cert", "--pem", "X"), ("reply", "X"), ("reply", "--frame", "socket", "X"),
+           ("reply", "--frame", "http", "X"), ("rewrite", "X", "--drop-attr-certs", "-o", "-"))
+DOCUMENTED = (0, 1, 2, 3, 4, 5, 6, 7, 8)  # 70 is a worker that died
+
+
+def reading(command, path):
+    return [path if word == "X" else word for word in command]
+
+
+def element(tag, content):
+    """An element of X.690 8.1."""
+    size = len(content)
+    if size < 128:
+        return bytes([tag, size]) + content
+    octets = size.to_bytes((size.bit_length() + 7) // 8, "big")
+    return bytes([tag, 0x80 | len(octets)]) + octets + content
+
+
+def nested(levels, tag=0x30):
+    """Elements in elements, of definite length."""
+    headers, size = [], 0
+    for _ in range(levels):
+        header = element(tag, bytes(0))[:1] + (bytes([size]) if size < 128 else b"\x84" + size.to_bytes(4, "big"))
+        headers.append(header)
+        size += len(header)
+    return b"".join(reversed(headers))
+
+
+class InputTest(ToolTest):
+    def ends(self, arguments, statuses, **more):
+        """Runs a command that has to end with one of the statuses, and to say why in one line when it is not 0."""
+        done = run(*arguments, **more)
+        self.assertIn(done.returncode, statuses, (arguments, done.stderr.decode(errors="replace")[:2000]))
+        if done.returncode != 0:
+            lines = done.stderr.decode().splitlines()
+            self.assertTrue(lines and lines[0].startswith("qex: error: ") and len(lines[0]) < 2000, done.stderr[:2000])
+        return done
+
+    def test_WhatIsNoMessageIsRefusedByEveryReader(self):
+        self.write(self.path("empty"), b"")
+        with open(self.path("huge"), "wb") as huge:
+            huge.truncate(5 << 30)  # of which the disk holds nothing
+        with open(self.path("limit"), "wb") as limit:
+            limit.truncate((16 << 20) + 1)
+        self.write(self.path("text"), b"-----BEGIN CERTIFICATE-----\n" * 1000)
+        for name, path, status, words in (
+                ("folder", self.folder, 3, "name a file"), ("nothing", self.path("missing"), 3, "missing"),
+                ("empty", self.path("empty"), 4, "empty"), ("endless", "/dev/zero", 4, "16 MiB"),
+                ("huge", self.path("huge"), 4, "16 MiB"), ("an octet too long", self.path("limit"), 4, "16 MiB"),
+                ("no PEM", self.path("text"), 4, "text"), ("a device that is empty", "/dev/null", 4, "empty")):
+            for command in READERS:
+                if "socket" in command or "http" in command:
+                    continue
+                with self.subTest(name, command=command):
+                    done = self.ends(reading(command, path), (status,))
+                    self.assertIn(words, done.stderr.decode())
+
+    def test_FramesOfAFileThatLie(self):
+        head = b"HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\n"
+        for frame, data, status in (("socket", b"", 2), ("socket", bytes(4), 2), ("socket", b"\xff" * 5, 6), ("socket", b"\0\0\0\0\5", 6),
+                                    ("socket", b"\0\0\0\1\5", 4), ("socket", b"\0\0\1\0\5\x30", 6),
+                                    ("http", b"", 4), ("http", b"HTTP/1.1 200 OK\r\n", 4),
+                                    ("http", head + b"Content-Length: -1\r\n\r\n", 4),
+                                    ("http", head + b"Content-Length: 99999999999\r\n\r\n", 6)):
+            with self.subTest(frame=frame, data=data):
+                self.write(self.path("framed"), data)
+                self.ends(("reply", "--frame", frame, self.path("framed")), (status,))
+
+    def test_AFileOfAnySizeIsStreamed(self):
+        size = 512 << 20
+        with open(self.path("large"), "wb") as large:
+            large.truncate(size)
+        process = subprocess.Popen([support.QEX, "digest", self.path("large")], stdout=subprocess.PIPE, env=environment())
+        line = process.stdout.read()
+        process.stdout.close()
+        _, status, usage = os.wait4(process.pid, 0)
+        process.returncode = os.waitstatus_to_exitcode(status)
+        self.assertEqual(process.returncode, 0)
+        digest = hashlib.sha256()
+        for _ in range(size >> 20):
+            digest.update(bytes(1 << 20))
+        self.assertEqual(line.split()[0].decode(), digest.hexdigest())
+        self.assertLess(usage.ru_maxrss, 256 << 10)  # in KiB
+
+    @staticmethod
+    def wait_until_read(process, path):
+        """Until the process has read some of the file."""
+        place = f"/proc/{process}/fd"
+        while True:
+            for number in os.listdir(place):
+                if os.path.realpath(f"{place}/{number}") == os.path.realpath(path):
+                    with open(f"/proc/{process}/fdinfo/{number}", encoding="ascii") as info:
+                        if int(info.readline().split()[1]) > 0:
+                            return
+            time.sleep(0.001)
+
+    def test_AFileThatShrinksEndsWhereItEnds(self):
+        with open(self.path("shrinking"), "wb") as file:
+            file.truncate(4 << 30)
+            process = subprocess.Popen([support.QEX, "digest", self.path("shrinking")], stdout=subprocess.PIPE,
+                                       stderr=subprocess.PIPE, env=environment())
+            self.wait_until_read(process.pid, self.path("shrinking"))
+            file.truncate(1 << 20)
+            out, err = process.communicate(timeout=120)
+        self.assertEqual((process.returncode, err), (0, b""))
+        self.assertEqual(out.count(b"\n"), 1)
+
+    def test_StandardInputMayBeClosed(self):
+        for command in (("show", "-"), ("digest", "-"), ("request", "-"), ("verify", "--token", "-", "--digest", "00")):
+            with self.subTest(command):
+                done = subprocess.run([support.QEX, *command], capture_output=True, env=environment(), timeout=120,
+                                      preexec_fn=lambda: os.close(0), check=False)
+                self.assert_error(done, 3)
+
+    def test_APipeNobodyWritesToIsWaitedForUntilASignal(self):
+        os.mkfifo(self.path("pipe"))
+        for command in (("show", "X"), ("digest", "X"), ("verify", self.document, "--token", "X")):
+            with self.subTest(command):
+                process = subprocess.Popen([support.QEX, *reading(command, self.path("pipe"))], env=environment())
+                time.sleep(0.1)
+                process.send_signal(signal.SIGINT)
+                self.assertEqual(process.wait(60), -signal.SIGINT)
+
+    def test_AMillionLevelsAreRefusedNotFollowed(self):
+        deep = nested(1000000)
+        endless = b"\x30\x80" * 1000000
+        closed = endless + bytes(2) * 1000000
+        for name, inner in (("definite", deep), ("indefinite", closed), ("without an end", endless),
+                            ("constructed string", b"\x24\x80" * 1000000 + bytes(2) * 1000000)):
+            for kind, message in (("alone", inner), ("token", element(0x30, SIGNED_DATA + element(0xA0, inner))),
+                                  ("reply", element(0x30, STATUS + inner)),
+                                  ("request", element(0x30, b"\2\1\1" + IMPRINT + element(0xA0, inner))),
+                                  ("certificate", element(0x30, element(0x30, b"\xA0\3\2\1\2\2\1\1" + inner) + b"\x30\0\3\1\0"))):
+                self.write(self.path("deep"), message)
+                for command in READERS[:3 if name in ("definite", "indefinite") else 1]:
+                    with self.subTest(name, kind=kind, command=command):
+                        self.ends(reading(command, self.path("deep")), (0, 4))
+
+    def test_NoSeedOfTheFuzzTargetsEndsAWorker(self):
+        files = sorted(os.path.join(folder, name) for folder, _, names in os.walk(CORPUS) for name in names)
+        self.assertGreater(len(files), 100)
+        done = run("show", "--json", *files)
+        self.assertEqual(done.stdout.count(b"\n"), len(files))
+        self.assertNotIn(b'"exit":70', done.stdout)
+        # What is no message does not reach a worker.
+        messages = [file for file, line in zip(files, done.stdout.splitlines()) if b"is no time-stamp request" not in line]
+        self.assertGreater(len(messages), 40)
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            for _ in pool.map(lambda pair: self.ends(*pair), [(reading(command, file), DOCUMENTED)
+                                                              for command in READERS[1:10] for file in messages]):
+                pass
+
+    def test_RandomOctetsAreNoMessage(self):
+        data = hashlib.shake_256(b"octets").digest(200 * 100)
+        for at in range(0, len(data), 100):
+            self.write(self.path(f"random{at}"), data[at:at + 100])
+            self.write(self.path(f"sequence{at}"), element(0x30, data[at:at + 100]))
+        done = run("show", *[self.path(name) for name in self.files() if name != "report.txt"], check=4)
+        self.assertEqual(done.stderr.count(b"qex: error: "), 400)
+
+
+class OutputTest(ToolTest):
+    def test_AFullDiskIsStatus3(self):
+        for command in (("request", self.document), ("digest", self.document), ("request", self.document, "--json"),
+                        ("help",), ("explain", "2")):
+            with self.subTest(command), open("/dev/full", "wb") as full:
+                done = subprocess.run([support.QEX, *command], stdout=full, stderr=subprocess.PIPE, env=environment(),
+                                      timeout=120, check=False)
+                self.assert_error(done, 3, "standard output", "room on the disk")
+        self.assert_error(run("request", self.document, "-o", "/dev/full"), 3, "/dev/full")
+        self.assertTrue(os.path.exists("/dev/full"))
+
+    def test_AFileSizeLimitLeavesTheOlderOutput(self):
+        self.write(self.path("out"), b"before")
+
+        def limited():
+            import resource
+            resource.setrlimit(resource.RLIMIT_FSIZE, (20, 20))
+            signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
+        done = subprocess.run([support.QEX, "request", self.document, "-o", self.path("out")], capture_output=True,
+                              env=environment(), timeout=120, preexec_fn=limited, check=False)
+        self.assert_error(done, 3, "out")
+        self.assertEqual(self.files(), ["out", "report.txt"])
+        self.assertEqual(self.read(self.path("out")), b"before")
+
+    def test_FoldersThatAreNone(self):
+        for place in (self.path("no/such/out"), os.path.join(self.document, "out"), self.folder, "/proc/out"):
+            with self.subTest(place):
+                self.assert_error(run("request", self.document, "-o", place), 3, place)
+        self.assertEqual(self.files(), ["report.txt"])
+
+    def test_ASignalWhileAFileIsWrittenLeavesItWhole(self):
+        """The temporary is seen, the signal sent, and only then the octets reach the disk."""
+        env = support.preloaded(support.SLOW_SYSTEM)
+        for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
+            with self.subTest(number):
+                process = subprocess.Popen([support.QEX, "request", self.document, "-o", self.path("out")], env=env)
+                while self.files() == ["report.txt"]:
+                    self.assertIsNone(process.poll())
+                    time.sleep(0.01)
+                process.send_signal(number)
+                self.assertEqual(process.wait(60), -number)
+                self.assertEqual(self.files(), ["out", "report.txt"])
+                self.assertEqual(run_json("show", self.path("out"), check=0)["kind"], "request")
+                os.remove(self.path("out"))
+
+
+if __name__ == "__main__":
+    support.main()
