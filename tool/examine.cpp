@@ -145,7 +145,8 @@ Json key_json(ByteView certificate) {
   return {{"type", key.type},
           {"bits", key.bits},
           {"exponent", ToHex(key.exponent)},
-          {"low_exponent", key.lowExponent}};
+          {"low_exponent", key.lowExponent},
+          {"excess", key.excess}};
 }
 
 // Texts of a description come from the message; they are escaped here, in one place.
@@ -182,23 +183,33 @@ void describe_signer(Json& facts, ByteView token) {
   facts["signer"] = signer;
 }
 
+bool is_too_large(const Json& key) {
+  return key.is_object() && !key["excess"].get<std::string>().empty();
+}
+
+// The library bounds neither the size of a key nor the time that it takes: a key that is too large does
+// not reach it, and the answer then has no code.
 void verify(Json& facts, ByteView token, const Job& job) {
   const auto check = [&](const Bytes& certificate) {
     return QEX_VerifyTST_Signature(token.data(), LengthOf(token),
                                    certificate.empty() ? nullptr : certificate.data(), LengthOf(certificate));
   };
+  const Json own = facts["signer"].contains("key") ? facts["signer"]["key"] : Json();
+  const bool given = !job.certificate.empty();
+  const Json key = given ? key_json(job.certificate) : own;
   Json verification;
-  const int32_t code = check(job.certificate);
-  verification["code"] = code;
-  verification["asn1_error"] = QEX_GetLastAsnError();
-  const Json& signer = facts["signer"];
-  if (!job.certificate.empty()) {
-    verification["key"] = key_json(job.certificate);
-    verification["given_sha256"] = ToHex(Sha256(job.certificate));
+  if (!key.is_null()) verification["key"] = key;
+  if (given) verification["given_sha256"] = ToHex(Sha256(job.certificate));
+  if (!is_too_large(key)) {
+    const int32_t code = check(job.certificate);
+    verification["code"] = code;
+    verification["asn1_error"] = QEX_GetLastAsnError();
+    if (given && code == QEX_E_ARG) {
+      const auto unknown = UnknownIdentifierFailure("the certificate does not decode", code, job.certificate);
+      if (unknown) verification["unknown"] = ToJson(*unknown);
+    }
     // Tells a token of another authority from a broken one.
-    if (code != QEX_OK) verification["own"] = check({});
-  } else if (signer.contains("key")) {
-    verification["key"] = signer["key"];
+    if (given && code != QEX_OK && !is_too_large(own)) verification["own"] = check({});
   }
   facts["verification"] = verification;
 }

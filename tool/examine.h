@@ -15,8 +15,10 @@
 //   tac_match     of a token: code and asn1_error of the check that the certificate of the job, or else
 //                 its own, belongs to it
 //   rewritten     the token written afresh, in hexadecimal
-//   verification  code, asn1_error, key; of a given certificate given_sha256 and, when it did not
-//                 pass, own, the code of the check with the token's own certificate
+//   verification  key; code and asn1_error, unless the key is too large to be tried (its excess is not
+//                 empty); of a given certificate given_sha256 and, when it did not pass, own, the code of
+//                 the check with the token's own certificate; unknown, the failure that names what kept
+//                 the given certificate from being read
 //   asn1          the printed message
 #pragma once
 

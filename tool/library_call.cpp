@@ -22,13 +22,15 @@ Failure unknown_identifier(const std::string& what, const inspect::UnknownIdenti
 
 }  // namespace
 
+std::optional<Failure> UnknownIdentifierFailure(const std::string& what, int32_t code, ByteView message) {
+  if (QEX_GetLastAsnError() != kUnknownType) return std::nullopt;
+  const auto unknown = inspect::FindUnknownIdentifier(message);
+  return unknown ? std::optional(unknown_identifier(what, *unknown, code)) : std::nullopt;
+}
+
 Failure LibraryFailure(const std::string& what, int32_t code, ByteView message) {
   const int32_t asn1Error = QEX_GetLastAsnError();
-  if (asn1Error == kUnknownType) {
-    if (const auto unknown = inspect::FindUnknownIdentifier(message)) {
-      return unknown_identifier(what, *unknown, code);
-    }
-  }
+  if (const auto unknown = UnknownIdentifierFailure(what, code, message)) return *unknown;
   std::string text = what + ": " + inspect::CodeMeaning(code);
   if (const auto meaning = inspect::Asn1ErrorMeaning(asn1Error); meaning && asn1Error != 0) {
     text += " (" + *meaning + ", ASN.1 error " + std::to_string(asn1Error) + ")";

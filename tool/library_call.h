@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "api/qex.h"
@@ -15,6 +16,10 @@ namespace qex::tool {
 // error must still be that of the call. When the library stopped at an identifier that it has no type
 // for, that identifier is named: an algorithm leads to exit status 7, any other one to 4.
 Failure LibraryFailure(const std::string& what, int32_t code, ByteView message);
+
+// UnknownIdentifierFailure is the part of it that names such an identifier; nothing when the last ASN.1
+// error is another one or none is found.
+std::optional<Failure> UnknownIdentifierFailure(const std::string& what, int32_t code, ByteView message);
 
 // LengthOf returns the length as the exports take it; messages are at most kMaxMessage long.
 inline uint32_t LengthOf(ByteView data) {

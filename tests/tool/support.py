@@ -8,6 +8,7 @@ import subprocess
 import sys
 import tempfile
 import unittest
+import urllib.request
 
 sys.dont_write_bytecode = True
 HERE = os.path.dirname(os.path.abspath(__file__))
@@ -56,6 +57,13 @@ def openssl(*arguments, data=None):
     """What the openssl command writes; without the system's settings, which name policies."""
     return subprocess.run(["openssl", *arguments], input=data, capture_output=True, check=True, timeout=120,
                           env={**os.environ, "OPENSSL_CONF": "/dev/null"}).stdout
+
+
+def post(url, query):
+    """What an authority answers to a request, past the tool."""
+    opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
+    request = urllib.request.Request(url, query, {"Content-Type": "application/timestamp-query"})
+    return opener.open(request, timeout=60).read()
 
 
 class Authority:

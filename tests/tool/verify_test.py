@@ -213,6 +213,15 @@ class VerifyTest(ToolTest):
         self.assert_error(run("verify", self.document, "--tsa-cert", self.document), 4)
         self.assert_error(run("verify", self.document, "--tsa-cert", self.document + ".tsq"), 4, "request")
 
+    def test_ACertificateThatTheLibraryCannotReadNamesWhy(self):
+        for key, name, status, words in (
+                (("ec", "-pkeyopt", "ec_paramgen_curve:P-256"), "/CN=x", 7, ("ecPublicKey (1.2.840.10045.2.1)",)),
+                (("rsa:2048",), "/DC=x", 4, ("name attribute domainComponent (0.9.2342.19200300.100.1.25)",))):
+            with self.subTest(name):
+                self.write(self.path("other.pem"), openssl("req", "-x509", "-newkey", *key, "-nodes", "-subj", name, "-config",
+                                                           self.config(), "-keyout", self.path("other.key")))
+                self.assert_error(run("verify", self.document, "--tsa-cert", self.path("other.pem")), status, "other.pem", *words)
+
     def test_QuietSaysNothingAndKeepsTheStatus(self):
         self.assertEqual(run("verify", "-q", self.document, "--tsa-cert", self.tsa, check=0).stdout, b"")
         self.write(self.document, b"changed")

@@ -97,13 +97,17 @@ Answer ask_about_token(const Arguments& arguments, const Pins& pins) {
     refusal->libraryMessages = answer.libraryMessages;
     throw Failure{*refusal};
   }
-  const auto code = answer.facts["verification"]["code"].get<int32_t>();
-  if (code == QEX_E_ARG) {
+  const Json& verification = answer.facts["verification"];
+  const std::string certificate = ShownPath(arguments.tsaCert);
+  if (verification.contains("unknown")) {
+    throw FailureFrom(verification["unknown"], certificate, answer.libraryMessages);
+  }
+  if (const auto code = verification.value("code", int32_t{QEX_OK}); code == QEX_E_ARG) {
     throw Failure{ExitStatus::Input,
-                  ShownPath(arguments.tsaCert) + ": the certificate does not decode",
-                  "its key or a part of a name may be of a kind that is not supported; look with 'qex show'",
+                  certificate + ": the certificate does not decode",
+                  "look inside with 'qex show --asn1', or fetch it again",
                   code,
-                  answer.facts["verification"]["asn1_error"].get<int32_t>(),
+                  verification["asn1_error"].get<int32_t>(),
                   answer.libraryMessages};
   }
   return answer;

@@ -22,6 +22,7 @@ constexpr std::string_view kExtKeyUsage = "2.5.29.37";
 
 using DecodedCertificate = Decoded<Certificate, BDecCertificate, FreeCertificate>;
 using DecodedRsaKey = Decoded<RSAPublicKey, BDecRSAPublicKey, FreeRSAPublicKey>;
+using DecodedDsaKey = Decoded<AsnOcts, BDecBigIntegerStr, FreeBigIntegerStr>;
 
 View octets_of(const AsnOcts& value) {
   return {value.octs, value.count};
@@ -43,14 +44,35 @@ bool is_large_exponent(View exponent) {
   return (exponent[0] << 16 | exponent[1] << 8 | exponent[2]) >= 65537;
 }
 
+// What is said of a number that is longer than `most` bits; empty when it is not.
+std::string excess_of(const char* name, View number, size_t most) {
+  const size_t bits = bits_of(number);
+  if (bits <= most) return "";
+  return std::string(name) + " of " + std::to_string(bits) + " bits, more than " + std::to_string(most);
+}
+
 KeyFacts rsa_facts(const SubjectPublicKeyInfo& info) {
   const DecodedRsaKey key({info.subjectPublicKey.octs, info.subjectPublicKey.count / 8});
-  if (!key) return {"rsa", 0, {}, true};
+  if (!key) return {"rsa", 0, {}, true, ""};
+  const View modulus = octets_of(key->modulus);
   const View exponent = without_zeros(octets_of(key->publicExponent));
-  return {"rsa",
-          bits_of(octets_of(key->modulus)),
-          {exponent.begin(), exponent.end()},
-          !is_large_exponent(exponent)};
+  std::string excess = excess_of("a modulus", modulus, kMaxModulusBits);
+  if (excess.empty()) excess = excess_of("a public exponent", exponent, kMaxExponentBits);
+  return {"rsa", bits_of(modulus), {exponent.begin(), exponent.end()}, !is_large_exponent(exponent), excess};
+}
+
+KeyFacts dsa_facts(const SubjectPublicKeyInfo& info) {
+  const AsnAny& parameters = info.algorithm->parameters;
+  const bool present =
+      parameters.ai != nullptr && parameters.ai->anyId == kAnyDsa && parameters.value != nullptr;
+  if (!present) return {"dsa", 0, {}, false, ""};
+  const auto& domain = *static_cast<const Dss_Parms*>(parameters.value);
+  const DecodedDsaKey y({info.subjectPublicKey.octs, info.subjectPublicKey.count / 8});
+  std::string excess = excess_of("a prime p", octets_of(domain.p), kMaxModulusBits);
+  if (excess.empty()) excess = excess_of("a prime q", octets_of(domain.q), kMaxOrderBits);
+  if (excess.empty()) excess = excess_of("a generator", octets_of(domain.g), kMaxModulusBits);
+  if (excess.empty() && y) excess = excess_of("a public value", octets_of(*y), kMaxModulusBits);
+  return {"dsa", bits_of(octets_of(domain.p)), {}, false, excess};
 }
 
 std::string dotted(const Element& element) {
@@ -129,17 +151,11 @@ KeyFacts InspectKey(View certificate) {
   const DecodedCertificate decoded(certificate);
   const TBSCertificate* body = decoded ? decoded->tbsCertificate : nullptr;
   const SubjectPublicKeyInfo* info = body != nullptr ? body->subjectPublicKeyInfo : nullptr;
-  if (info == nullptr || info->algorithm == nullptr) return {"", 0, {}, false};
+  if (info == nullptr || info->algorithm == nullptr) return {"", 0, {}, false, ""};
   const AsnOid& algorithm = info->algorithm->algorithm;
   if (AsnOidEqual(algorithm, kIdRsaEncryption)) return rsa_facts(*info);
-  if (AsnOidEqual(algorithm, kIdDsa)) {
-    const AsnAny& parameters = info->algorithm->parameters;
-    const bool present =
-        parameters.ai != nullptr && parameters.ai->anyId == kAnyDsa && parameters.value != nullptr;
-    const size_t bits = present ? bits_of(octets_of(static_cast<const Dss_Parms*>(parameters.value)->p)) : 0;
-    return {"dsa", bits, {}, false};
-  }
-  return {NamedOid(DecodeOid({algorithm.octs, algorithm.count})), 0, {}, false};
+  if (AsnOidEqual(algorithm, kIdDsa)) return dsa_facts(*info);
+  return {NamedOid(DecodeOid({algorithm.octs, algorithm.count})), 0, {}, false, ""};
 }
 
 Json DescribeCertificate(View certificate) {

@@ -33,12 +33,19 @@ struct TokenFacts {
 };
 std::optional<TokenFacts> InspectToken(View token);
 
+// The longest numbers of a key that a signature is checked with, in bits. The library's own bound lies so
+// far above that one check could take hours.
+inline constexpr size_t kMaxModulusBits = 8192;  // n of RSA; p, g and y of DSA
+inline constexpr size_t kMaxExponentBits = 256;  // e of RSA, as FIPS 186-4, B.3.1 has it
+inline constexpr size_t kMaxOrderBits = 512;     // q of DSA
+
 // KeyFacts describe a public key.
 struct KeyFacts {
   std::string type;               // rsa, dsa, or the name of another algorithm
   size_t bits;                    // 0: unknown
   std::vector<uint8_t> exponent;  // of RSA, big-endian without zeros in front
   bool lowExponent;               // RSA with an exponent below 65537, or one that cannot be read
+  std::string excess;             // the first number that is too long, in words; empty: none
 };
 KeyFacts InspectKey(View certificate);
 
