@@ -71,13 +71,13 @@ Json describe_status(ByteView reply) {
   status["name"] = known ? kStatusNames[record.status] : "unknown status";
   if (record.statusText[0] != '\0') status["text"] = Escaped(record.statusText);
   const bool granted = record.status == 0 || record.status == 1;
-  if (!granted || record.failInfo != 0) {
-    // 0 is badAlg and also no failInfo at all; the export does not tell them apart.
+  if (inspect::NamesFailure(reply)) {
     status["fail_info"] = record.failInfo;
     const auto* row = std::ranges::find(kFailInfos, record.failInfo, &FailInfoName::number);
-    status["failure"] = row == std::end(kFailInfos) ? "failure " + std::to_string(record.failInfo)
-                        : row->number == 0          ? "badAlg, or none named"
-                                                    : row->name;
+    status["failure"] =
+        row == std::end(kFailInfos) ? "failure " + std::to_string(record.failInfo) : std::string(row->name);
+  } else if (!granted) {
+    status["failure"] = "no failure named";
   }
   return status;
 }
@@ -257,6 +257,8 @@ Json Examine(const Job& job) {
   const Kind kind = inspect::KindOf(job.message);
   Json facts;
   facts["kind"] = inspect::KindName(kind);
+  if (const size_t trailing = inspect::TrailingOctets(job.message); trailing != 0)
+    facts["trailing"] = trailing;
   if (job.asn1) {
     const auto text = inspect::Asn1Text(kind, job.message);
     if (text) facts["asn1"] = EscapedLines(*text);

@@ -2,8 +2,9 @@
 //
 // The answer is a JSON object:
 //   kind          request, reply, token, certificate, attribute certificate
+//   trailing      the number of octets behind the message, when there are any
 //   request       fields of a request
-//   status        of a reply: status, name, text, fail_info
+//   status        of a reply: status, name, text; failure of a refusal, fail_info where it names one
 //   token         the token in hexadecimal, when there is one
 //   info          the token's TSTInfo for people; raw holds what is compared
 //   raw           what is compared: policy, hash, imprint, nonce as hexadecimal octets (nonce_cut when

@@ -54,15 +54,21 @@ Failure encoding_failure(int32_t code) {
           "this is a fault of the tool; please report it", code, QEX_GetLastAsnError()};
 }
 
+// What an encoded request asks for, in place of what was meant.
+std::string asked_for(const std::optional<inspect::RequestFacts>& facts) {
+  if (!facts || facts->policy.empty()) return "no policy at all";
+  const std::string text = inspect::DecodeOid(facts->policy);
+  return text.starts_with('?') ? "octets that are no identifier, " + text.substr(1) : "policy " + text;
+}
+
 void compare_with_what_was_meant(const Request& request, const RequestOptions& options,
                                  const HashAlgorithm& hash) {
   const auto facts = inspect::InspectRequest(request.der);
   const Bytes policy = options.policy.empty() ? Bytes{} : PolicyOctets(options.policy);
   if (facts && facts->policy == policy && facts->hash == inspect::EncodeOid(hash.identifier)) return;
-  throw UsageFailure("policy " + Escaped(options.policy) + ": the library cannot carry this identifier",
-                     "it would ask for policy " +
-                         (facts ? inspect::DecodeOid(facts->policy) : std::string("none")) +
-                         "; ask for another policy, or leave --policy out");
+  throw UsageFailure(
+      "policy " + Escaped(options.policy) + ": the library cannot carry this identifier",
+      "it would ask for " + asked_for(facts) + "; ask for another policy, or leave --policy out");
 }
 
 }  // namespace

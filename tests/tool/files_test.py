@@ -80,7 +80,7 @@ class InputTest(ToolTest):
         head = b"HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\n"
         for frame, data, status in (("socket", b"", 2), ("socket", bytes(4), 2), ("socket", b"\xff" * 5, 6), ("socket", b"\0\0\0\0\5", 6),
                                     ("socket", b"\0\0\0\1\5", 4), ("socket", b"\0\0\1\0\5\x30", 6),
-                                    ("http", b"", 4), ("http", b"HTTP/1.1 200 OK\r\n", 4),
+                                    ("http", b"", 2), ("http", b"HTTP/1.1 200 OK\r\n", 4),
                                     ("http", head + b"Content-Length: -1\r\n\r\n", 4),
                                     ("http", head + b"Content-Length: 99999999999\r\n\r\n", 6)):
             with self.subTest(frame=frame, data=data):

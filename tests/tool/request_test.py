@@ -65,9 +65,11 @@ class RequestTest(ToolTest):
         self.assertTrue(http.endswith(b"\r\n\r\n" + raw))
 
     def test_APolicyThatTheLibraryCannotCarryIsRefused(self):
-        for policy in ("1.2.16384", "1.3.6.1.4.1.16385.2097152", "2.999.1", "1.2.4294967296"):
+        for policy, instead in (("1.2.16384", "policy 1.2.128"), ("1.3.6.1.4.1.16385.2097152", "policy 1.3.6.1.4.1."),
+                                ("2.999.1", "no policy at all"), ("1.2.4294967296", "no policy at all")):
             with self.subTest(policy=policy):
-                self.assert_error(run("request", self.document, "--policy", policy, "-o", self.path("q")), 2, policy)
+                self.assert_error(run("request", self.document, "--policy", policy, "-o", self.path("q")), 2, policy,
+                                  "it would ask for " + instead)
         for policy in ("1", "1.2.", "3.1", "1.40", "1.2.x", "1.2.03", "1." + "2" * 400):
             with self.subTest(policy=policy):
                 self.assert_error(run("request", self.document, "--policy", policy, "-o", self.path("q")), 2)

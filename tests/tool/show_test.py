@@ -22,16 +22,10 @@ class ShowTest(ToolTest):
                                "--status-text", "no\x1b[2J\u202e way") as authority:
             cls.refusal = os.path.join(cls.class_folder, "refusal.tsr")
             query = cls.read(cls.original + ".tsq")
-            cls.write(cls.refusal, cls.post(authority.url, query))
+            cls.write(cls.refusal, support.post(authority.url, query))
         cls.reply, cls.request = cls.original + ".tsr", cls.original + ".tsq"
         cls.token = os.path.join(cls.class_folder, "token")
         cls.write(cls.token, openssl("ts", "-reply", "-in", cls.reply, "-token_out"))
-
-    @staticmethod
-    def post(url, query):
-        import urllib.request
-        opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
-        return opener.open(urllib.request.Request(url, query, {"Content-Type": "application/timestamp-query"}), timeout=30).read()
 
     def test_KindsAreToldByStructure(self):
         for path, kind in ((self.reply, "reply"), (self.request, "request"), (self.token, "token"),
@@ -105,6 +99,24 @@ class ShowTest(ToolTest):
         self.assertEqual(document["status"]["fail_info"], 15)
         self.assertEqual(document["code"], -9)
         self.assert_error(run("reply", self.token), 4, "token")
+
+    def test_ARefusalThatNamesNoFailureDoesNotReadAsOneThatDoes(self):
+        # PKIStatusInfo { status 2 }, and with failInfo badAlg, the bit 0.
+        self.write(self.path("bare"), bytes.fromhex("30053003020102"))
+        self.write(self.path("badAlg"), bytes.fromhex("300930070201020302 0780"))
+        self.assert_error(run("reply", self.path("bare")), 5, "rejection (2), no failure named", "operator")
+        document = run_json("reply", self.path("bare"), check=5)
+        self.assertEqual(document["status"], {"status": 2, "name": "rejection", "failure": "no failure named"})
+        self.assert_error(run("reply", self.path("badAlg")), 5, "rejection (2), badAlg\n", "--hash")
+        self.assertEqual(run_json("reply", self.path("badAlg"), check=5)["status"]["fail_info"], 0)
+
+    def test_OctetsBehindAMessageAreMentioned(self):
+        for path in (self.reply, self.request, self.token):
+            with self.subTest(path):
+                self.assertNotIn("trailing_octets", run_json("show", path, check=0))
+                self.write(self.path("longer"), self.read(path) + b"12345")
+                self.assertEqual(run_json("show", self.path("longer"), check=0)["trailing_octets"], 5)
+                self.assertIn(b"  trailing octets  5\n", run("show", self.path("longer"), check=0).stdout)
 
     def test_TheTokenIsTakenOut(self):
         expected = self.read(self.token)

@@ -25,6 +25,7 @@ struct Arguments {
 // The parts of the worker's answer that are for people.
 Json shown_fields(const Json& facts) {
   Json fields;
+  if (facts.contains("trailing")) fields["trailing_octets"] = facts["trailing"];
   for (const char* part : {"status", "request"}) {
     if (facts.contains(part)) fields[part] = facts[part];
   }

@@ -22,6 +22,10 @@ struct RequestFacts {
 };
 std::optional<RequestFacts> InspectRequest(View request);
 
+// NamesFailure returns whether a reply says what went wrong: 0 stands in the library's record both for
+// the first failure and for none.
+bool NamesFailure(View reply);
+
 // TokenFacts are the parts of a token that choose how it is verified.
 struct TokenFacts {
   std::vector<uint8_t> policy;  // contents octets of the identifiers in the TSTInfo

@@ -108,6 +108,11 @@ Kind KindOf(View data) {
   return starts_with(*first, kInteger) ? Kind::Reply : Kind::Unknown;
 }
 
+size_t TrailingOctets(View data) {
+  const auto first = Elements(data).next();
+  return first ? data.size() - first->whole.size() : 0;
+}
+
 const char* KindName(Kind kind) {
   constexpr const char* kNames[] = {"unknown", "request",     "reply",
                                     "token",   "certificate", "attribute certificate"};

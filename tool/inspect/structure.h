@@ -2,6 +2,7 @@
 // tells messages apart, and reads what no decoder of the library has a type for.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <span>
@@ -36,6 +37,9 @@ enum class Kind : uint8_t { Unknown, Request, Reply, Token, Certificate, Attribu
 
 // KindOf tells what the first element of `data` is by its structure alone.
 Kind KindOf(View data);
+
+// TrailingOctets returns how many octets stand behind the first element of `data`.
+size_t TrailingOctets(View data);
 
 // KindName returns "request", "attribute certificate" and so on.
 const char* KindName(Kind kind);

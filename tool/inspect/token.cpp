@@ -1,4 +1,4 @@
-// Requests and tokens: the facts that choose how they are judged, and a description.
+// Requests, replies and tokens: the facts that choose how they are judged, and a description.
 #include "asn1/cms.h"
 #include "asn1/ess.h"
 #include "asn1/oids.h"
@@ -11,6 +11,7 @@ namespace qex::inspect {
 namespace {
 
 using DecodedRequest = Decoded<TimeStampReq, BDecTimeStampReq, FreeTimeStampReq>;
+using DecodedReply = Decoded<TimeStampResp, BDecTimeStampResp, FreeTimeStampResp>;
 using DecodedToken = Decoded<ContentInfo, BDecContentInfo, FreeContentInfo>;
 using DecodedTstInfo = Decoded<TSTInfo, BDecTSTInfo, FreeTSTInfo>;
 
@@ -119,6 +120,11 @@ std::optional<RequestFacts> InspectRequest(View request) {
   if (!decoded) return std::nullopt;
   return RequestFacts{octets_of(decoded->reqPolicy), hash_of(decoded->messageImprint),
                       count_of(decoded->extensions)};
+}
+
+bool NamesFailure(View reply) {
+  const DecodedReply decoded(reply);
+  return decoded && decoded->status != nullptr && decoded->status->failInfo.octs != nullptr;
 }
 
 std::optional<TokenFacts> InspectToken(View token) {
