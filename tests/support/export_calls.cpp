@@ -3,8 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
-#include <iterator>
-#include <regex>
+#include <fstream>
 #include <utility>
 
 #include "api/qex.h"
@@ -281,11 +280,11 @@ std::vector<ExportCall> ExportCalls() {
 }
 
 std::set<std::string> PublishedExports() {
-  const Octets octets = ReadFile(QEX_SOURCE_DIR "/cmake/qex.map");
-  const std::string text(octets.begin(), octets.end());
-  const std::regex name("\\b(QEX_\\w+);");
+  std::ifstream map(QEX_SOURCE_DIR "/cmake/qex.map");
   std::set<std::string> names;
-  for (std::sregex_iterator at(text.begin(), text.end(), name), end; at != end; ++at) names.insert((*at)[1]);
+  for (std::string word; map >> word;) {
+    if (word.starts_with("QEX_") && word.ends_with(';')) names.insert(word.substr(0, word.size() - 1));
+  }
   return names;
 }
 
