@@ -92,6 +92,23 @@ HostileInput issuer_of_addresses(size_t size) {
   tac.issuer_names = many(kShortX400Name, size);
   return input_of(tac.encode());
 }
+// Names inside names, as deep as open types may stand, over and over.
+HostileInput holder_of_nested_names(size_t size) {
+  Octets name = kEmptySequence;
+  for (int depth = 0; depth < 64; ++depth) {
+    name = der::sequence(der::set(der::sequence(der::oid("2.5.4.49"), name)));
+  }
+  TacPieces tac;
+  tac.holder_names = many(der::context(4, name), size);
+  return input_of(tac.encode());
+}
+// A SET may bring a field again and again; the last one stays.
+HostileInput issuer_of_repeated_fields(size_t size) {
+  const Octets person = der::context(5, many({0x80, 0x00}, size));
+  TacPieces tac;
+  tac.issuer_names = der::context(3, der::sequence(person));
+  return input_of(tac.encode());
+}
 HostileInput signature_in_pieces(size_t size) {
   TacPieces tac;
   tac.signature = pieces(0x23, {0x03, 0x02, 0x00, 0x5A}, size);
@@ -170,6 +187,8 @@ std::vector<HostileCase> HostileCertificates() {
        QEX_E_MISMATCH},
       {"GetTAC_CertInfoEx, name of many parts", holder_of_a_long_name, read_identity, QEX_OK},
       {"GetTAC_CertInfoEx, X.400 addresses", issuer_of_addresses, read_identity, QEX_OK},
+      {"GetTAC_CertInfoEx, nested names", holder_of_nested_names, read_identity, QEX_OK},
+      {"GetTAC_CertInfoEx, repeated fields of a SET", issuer_of_repeated_fields, read_identity, QEX_OK},
       {"GetTAC_CertInfo, signature in pieces", signature_in_pieces, read_short_identity, QEX_E_SIZE},
       {"GetTAC_TimingMetricsEx, metrics", many_metrics, read_metrics, QEX_OK},
       {"GetTAC_TimingMetricsEx, metrics in a set", set_of_metrics, read_metrics, QEX_OK},

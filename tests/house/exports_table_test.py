@@ -1,8 +1,10 @@
-"""docs/exports.md has a row for every export, and the tests that it names are there.
+"""docs/exports.md has a row for every export, and the tests that it names are there; bench/ calls every export
+on an input that is built to hurt.
 
 usage: exports_table_test.py SOURCE_FOLDER
 """
 
+import glob
 import os
 import re
 import sys
@@ -29,6 +31,13 @@ class ExportsTableTest(unittest.TestCase):
             self.assertTrue(paths, row)
             for path in paths:
                 self.assertTrue(os.path.exists(f"{self.root}/tests/{path}"), path)
+
+    def test_EveryExportHasAHostileInput(self):
+        called = set()
+        for path in glob.glob(f"{self.root}/bench/hostile_*.cpp"):
+            with open(path, encoding="utf-8") as file:
+                called |= set(re.findall(r"\bQEX_\w+", file.read()))
+        self.assertEqual(self.exports - called, set())
 
 
 if __name__ == "__main__":
