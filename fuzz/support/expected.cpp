@@ -173,7 +173,10 @@ std::optional<std::string> NameText(const Tlv& rdnSequence, size_t size, bool* f
       *fitted = false;
       continue;
     }
-    text = up_to_zero(text + name + "=" + *value);
+    text += name;
+    text += '=';
+    text += *value;
+    text = up_to_zero(text);
     if (!last) text += ';';
   }
   return text;

@@ -25,12 +25,12 @@ class Chain {
 // registration and their encodings.
 bool EqualValues(const Type& t, const void* a, const void* b);
 
-// CheckType decodes `in` as a value of `t` and checks what holds for every type:
+// CheckType decodes `octets` as a value of `t` and checks what holds for every type:
 // - a chain of blocks decodes as one block does: code, octets read, value;
 // - what is well-formed is read to its end, and a value cut short does not decode;
 // - what decodes is encoded in definite lengths, the same whatever the size of blocks; the encoding
 //   decodes to an equal value and is encoded to the same octets;
 // - nothing writes to the input, and printing ends.
-void CheckType(const Type& t, View in);
+void CheckType(const Type& t, View octets);
 
 }  // namespace qex::fuzz

@@ -153,7 +153,7 @@ R record_of(View in) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size < 2) return 0;
-  const int32_t transport = int8_t(data[0]);
+  const auto transport = int32_t(int8_t(data[0]));
   const View rest(data + 2, size - 2);
   auto extended = record_of<QEX_TSQ_DATA_EX>(rest);
   auto brief = record_of<QEX_TSQ_DATA>(rest);

@@ -116,7 +116,7 @@ Outcome expected(View in, int32_t transport) {
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
-  const int32_t transport = int8_t(data[0]);
+  const auto transport = int32_t(int8_t(data[0]));
   const View in(data + 1, size - 1);
   const Block buffer(in.size());
   std::copy(in.begin(), in.end(), buffer.data());

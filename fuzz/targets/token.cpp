@@ -170,7 +170,7 @@ std::optional<Octets> rewritten(Rewrite rewrite, View token, const char* name, i
   ResetProcess();
   const int32_t without = rewrite(token.data(), uint32_t(token.size()), nullptr, &length);
   FUZZ_CHECK(length == 12345, length);
-  const auto out = CheckOutputRule(
+  auto out = CheckOutputRule(
       [&](uint8_t* to, uint32_t* room) {
         ResetProcess();
         return rewrite(token.data(), uint32_t(token.size()), to, room);
