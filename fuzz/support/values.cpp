@@ -134,7 +134,7 @@ void check_prefixes(const Type& t, View in, const Outcome& whole) {
 void check_encoding(const Type& t, View in, const void* v) {
   const Octets once = encode(t, v, kLibraryBlockSize);
   FUZZ_CHECK(IsDefinite(once), once.size());
-  FUZZ_CHECK(encode(t, v, 1 + Mix(in, 3) % 40) == once, once.size());
+  FUZZ_CHECK(encode(t, v, size_t(1 + Mix(in, 3) % 40)) == once, once.size());
   Value again(t);
   const Input encoded(once);
   const Outcome outcome = decode(t, encoded.view(), again.get());
@@ -157,7 +157,7 @@ Chain::Chain(View in, uint64_t seed) {
   size_t at = 0;
   do {
     seed = seed * 6364136223846793005u + 1442695040888963407u;
-    const size_t n = std::min<size_t>(seed >> 33 & longest, in.size() - at);
+    const size_t n = std::min(size_t(seed >> 33 & longest), in.size() - at);
     ExpBufSetBlockSize(n);
     ExpBuf* block = ExpBufNew();
     if (n != 0) {  // a new block is empty

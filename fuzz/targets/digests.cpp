@@ -20,7 +20,7 @@ void digest_in_pieces(View in, uint64_t seed, uint8_t* digest) {
   while (at < in.size()) {
     seed = seed * 6364136223846793005u + 1442695040888963407u;
     // Around the sizes of blocks, and some of no octets.
-    const size_t n = std::min<size_t>(seed >> 40 & ((seed >> 60) < 8 ? 7 : 0xFF), in.size() - at);
+    const size_t n = std::min(size_t(seed >> 40 & ((seed >> 60) < 8 ? 7 : 0xFF)), in.size() - at);
     const Input piece(in.subspan(at, n));
     Update(context, piece.data(), piece.size());
     at += n;

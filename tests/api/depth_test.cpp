@@ -27,7 +27,6 @@ namespace qex::test {
 namespace {
 
 constexpr size_t kMillion = 1000000;
-constexpr size_t kStackBound = 192 * 1024;  // leaves a quarter of the small stack to the caller
 
 // The identifier of an open type that holds a ContentInfo, which may hold the next.
 constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";

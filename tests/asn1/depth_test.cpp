@@ -71,8 +71,6 @@ const Way kWays[] = {
     {"name", "2.5.4.49", through_name},
 };
 
-constexpr size_t kStackBound = 192 * 1024;  // leaves a quarter of the small stack to the caller
-
 // Where the stack stood when the error handler was called last.
 uintptr_t deepest;
 void note_frame(const char*, int) {

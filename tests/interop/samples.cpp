@@ -29,7 +29,7 @@ Octets hex_dump_row(const std::string& line) {
 }  // namespace
 
 std::string SamplePath(const std::string& name) {
-  return std::string(QEX_SAMPLES) + "/" + name;
+  return QEX_SAMPLES "/" + name;
 }
 
 Octets SampleFile(const std::string& name) {

@@ -95,7 +95,7 @@ std::string random_hex(Random& random, uint32_t bits) {
 }
 
 std::vector<Vector> read_vectors(const std::string& name) {
-  std::ifstream file(std::string(QEX_TEST_DATA) + "/" + name);
+  std::ifstream file(QEX_TEST_DATA "/" + name);
   std::vector<Vector> vectors;
   Vector vector;
   std::string line;
