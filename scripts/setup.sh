@@ -2,7 +2,7 @@
 # Installs what building and testing need, on Debian 12 and its relatives: only the packages that
 # are missing, and nothing at all when none is.
 #
-# usage: scripts/setup.sh [coverage] [bench] [format] [fuzz] [check]     each adds what that purpose needs
+# usage: scripts/setup.sh [coverage] [bench] [format] [fuzz] [check] [platforms]     each adds what that purpose needs
 set -euo pipefail
 
 packages=(
@@ -19,7 +19,9 @@ for purpose in "$@"; do
     format) packages+=(clang-format-14) ;;
     fuzz) packages+=(clang libclang-rt-14-dev libssl-dev) ;;
     check) packages+=(clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;
-    *) echo "setup: unknown purpose '$purpose' (coverage, bench, format, fuzz, check)" >&2; exit 2 ;;
+    platforms)
+      packages+=(g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest) ;;
+    *) echo "setup: unknown purpose '$purpose' (coverage, bench, format, fuzz, check, platforms)" >&2; exit 2 ;;
   esac
 done
 

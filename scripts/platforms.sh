@@ -1,0 +1,51 @@
+#!/usr/bin/env bash
+# Builds the library and its tests for other machines and runs them here: i386 as it is, the others under
+# qemu. Closes with a line for each: what the built library is, and how its tests went.
+#
+# usage: scripts/platforms.sh [PLATFORM...]     default: i386 aarch64 s390x
+set -uo pipefail
+cd "$(dirname "$0")/.." || exit 1
+
+platforms=("$@")
+[ ${#platforms[@]} -gt 0 ] || platforms=(i386 aarch64 s390x)
+jobs=$(nproc)
+log=$(mktemp)
+trap 'rm -f "$log"' EXIT
+
+scripts/setup.sh platforms || exit 1
+
+# built_for names the class, byte order and machine of a file, as its head has them.
+built_for() {
+  readelf -h "$1" | awk -F': +' '
+    /Class:/ { class = $2 }
+    /Data:/ { order = $2 ~ /big/ ? "big-endian" : "little-endian" }
+    /Machine:/ { machine = $2 }
+    END { print class ", " order ", " machine }'
+}
+
+failed=0
+closing=()
+for platform in "${platforms[@]}"; do
+  begun=$SECONDS
+  echo "== $platform: build"
+  if ! cmake --preset "$platform" || ! cmake --build --preset "$platform" -j "$jobs"; then
+    closing+=("$platform: FAILED to build")
+    failed=1
+    continue
+  fi
+  built=$((SECONDS - begun))
+  echo "== $platform: tests"
+  ctest --preset "$platform" -j "$jobs" 2>&1 | tee "$log"
+  verdict=passed
+  if [ "${PIPESTATUS[0]}" -ne 0 ]; then
+    verdict=FAILED
+    failed=1
+  fi
+  counts=$(sed -n 's/.*tests passed, \([0-9]* tests\{0,1\} failed out of [0-9]*\).*/\1/p' "$log")
+  skipped=$(grep -c '^[[:space:]]*[0-9]* - .*(Skipped)$' "$log")
+  closing+=("$platform: $verdict, ${counts:-no count}, $skipped skipped ($(built_for "build/$platform/libqex.so")); built in $built s, tested in $((SECONDS - begun - built)) s")
+done
+
+echo
+printf '%s\n' "${closing[@]}"
+exit $failed

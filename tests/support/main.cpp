@@ -1,0 +1,22 @@
+// The main function of the test programs.
+//
+// A death test in a fresh process starts the program anew by the first word of the command line. Under an
+// emulator that is the emulator's, because this machine does not start the program by itself.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <vector>
+
+int main(int argc, char** argv) {
+  std::vector<char*> words;
+#ifdef QEX_EMULATOR
+  static char emulator[] = QEX_EMULATOR;
+  for (char* word = std::strtok(emulator, " "); word != nullptr; word = std::strtok(nullptr, " "))
+    words.push_back(word);
+#endif
+  words.insert(words.end(), argv, argv + argc);
+  int count = int(words.size());
+  words.push_back(nullptr);
+  testing::InitGoogleTest(&count, words.data());
+  return RUN_ALL_TESTS();
+}
