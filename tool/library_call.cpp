@@ -8,7 +8,9 @@
 namespace qex::tool {
 namespace {
 
-constexpr int32_t kUnknownType = -44;  // the last ASN.1 error for an identifier without a type
+// Last ASN.1 errors: an identifier without a type, an allocation that failed.
+constexpr int32_t kUnknownType = -44;
+constexpr int32_t kOutOfMemory = -27;
 
 Failure unknown_identifier(const std::string& what, const inspect::UnknownIdentifier& unknown, int32_t code) {
   const std::string named = std::string(unknown.role) + ' ' + Escaped(unknown.name);
@@ -31,6 +33,10 @@ std::optional<Failure> UnknownIdentifierFailure(const std::string& what, int32_t
 Failure LibraryFailure(const std::string& what, int32_t code, ByteView message) {
   const int32_t asn1Error = QEX_GetLastAsnError();
   if (const auto unknown = UnknownIdentifierFailure(what, code, message)) return *unknown;
+  if (asn1Error == kOutOfMemory) {  // nothing is known to be wrong with the message
+    return {ExitStatus::Internal, what + ": it takes more memory than is allowed",
+            "no time-stamp message needs that much; do not rely on it", code, asn1Error};
+  }
   std::string text = what + ": " + inspect::CodeMeaning(code);
   if (const auto meaning = inspect::Asn1ErrorMeaning(asn1Error); meaning && asn1Error != 0) {
     text += " (" + *meaning + ", ASN.1 error " + std::to_string(asn1Error) + ")";

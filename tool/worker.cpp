@@ -236,9 +236,8 @@ int RunWorker() {
   } catch (const Failure& failure) {
     answer = {{"failure", ToJson(failure)}};
   } catch (const std::bad_alloc&) {
-    answer = {
-        {"failure", ToJson({ExitStatus::Internal, "reading it takes more than the 1 GiB of memory allowed",
-                            "no time-stamp message needs that much; do not rely on it"})}};
+    answer = {{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
+                                  "no time-stamp message needs that much; do not rely on it"})}};
   } catch (const std::exception& error) {
     std::fprintf(stderr, "worker: %s\n", error.what());
     return 1;

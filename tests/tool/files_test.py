@@ -47,6 +47,10 @@ def nested(levels, tag=0x30):
     return b"".join(reversed(headers))
 
 
+TST_INFO = element(0x30, bytes.fromhex("02010106032a0304") + IMPRINT + b"\2\1\1" + b"\x18\x0f20260101000000Z")
+ENCAPSULATED = element(0x30, bytes.fromhex("060b2a864886f70d0109100104") + element(0xA0, element(0x04, TST_INFO)))
+
+
 class InputTest(ToolTest):
     def ends(self, arguments, statuses, **more):
         """Runs a command that has to end with one of the statuses, and to say why in one line when it is not 0."""
@@ -170,6 +174,21 @@ class InputTest(ToolTest):
             for _ in pool.map(lambda pair: self.ends(*pair), [(reading(command, file), DOCUMENTED)
                                                               for command in READERS[1:10] for file in messages]):
                 pass
+
+    @unittest.skipIf("ASAN_OPTIONS" in os.environ, "shadow memory is beyond any limit")
+    def test_AMessageThatTakesTooMuchMemoryIsToldSo(self):
+        algorithms = bytes.fromhex("300b0609608648016503040201") * 300000
+        content = element(0x30, b"\2\1\3" + element(0x31, algorithms) + ENCAPSULATED + b"\x31\0")
+        self.write(self.path("token"), element(0x30, SIGNED_DATA + element(0xA0, content)))
+        limit = 64 << 20
+
+        def limited():
+            import resource
+            resource.setrlimit(resource.RLIMIT_AS, (limit, limit))
+        done = subprocess.run([support.QEX, "show", self.path("token")], capture_output=True, env=environment(),
+                              timeout=120, preexec_fn=limited, check=False)
+        self.assert_error(done, 70, "token", "more memory than is allowed")
+        run("show", self.path("token"), check=0)
 
     def test_RandomOctetsAreNoMessage(self):
         data = hashlib.shake_256(b"octets").digest(200 * 100)
