@@ -73,7 +73,9 @@ class SeedDigests {
   void next(uint8_t* out) {
     hash(qhf_, number_.get(), length_, out);
     for (uint32_t i = length_; i-- > 0;) {
-      if (++number_.get()[i] != 0) break;
+      uint8_t& octet = number_.get()[i];
+      octet = uint8_t(octet + 1);
+      if (octet != 0) break;  // no carry into the next one
     }
   }
 
