@@ -6,7 +6,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format cppcheck reproducible threads valgrind fuzz)
+steps=(format cppcheck tidy reproducible threads ubsan valgrind platforms fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -37,6 +37,10 @@ step_ubsan() {  # the suite under UndefinedBehaviorSanitizer of clang, with the 
 
 step_valgrind() {  # the test programs under valgrind
   scripts/valgrind.sh
+}
+
+step_platforms() {  # the suite of the library on 32-bit, ARM and big-endian machines
+  scripts/platforms.sh
 }
 
 step_fuzz() {  # ten seconds for each fuzz target
