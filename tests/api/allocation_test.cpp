@@ -22,6 +22,7 @@
 #include "tests/support/failing_alloc.h"
 #include "tests/support/fresh_process.h"
 #include "tests/support/guarded.h"
+#include "tests/support/instrumentation.h"
 #include "tests/support/token_maker.h"
 
 namespace qex::test {
@@ -170,7 +171,9 @@ class EachAllocation : public ::testing::TestWithParam<std::string> {
       const Failure failure{code, lastAsnError};
       if (steps.empty() || steps.back() != failure) steps.push_back(failure);
       expect_promised(call, failure, memory);
-      EXPECT_TRUE(RunCall(call) == expected) << "the next call works";
+      if (!UnderValgrind() || succeed % 16 == 0) {
+        EXPECT_TRUE(RunCall(call) == expected) << "the next call works";
+      }
       if (HasFailure()) return steps;
     }
   }
@@ -183,7 +186,8 @@ class EachAllocation : public ::testing::TestWithParam<std::string> {
 
 long EachAllocation::faults_ = 0;
 
-// In one run memory is out from a certain allocation on, in the other one a single allocation fails.
+// In one run memory is out from a certain allocation on, in the other one a single allocation fails. Under
+// valgrind, where that would take half an hour, the first run has to do.
 TEST_P(EachAllocation, FailureIsAnswered) {
   const long before = faults_;
   std::map<const Steps*, size_t> furthest;
@@ -193,6 +197,7 @@ TEST_P(EachAllocation, FailureIsAnswered) {
     ASSERT_TRUE(RunCall(call) == expected) << "and the tables are built";
     const Steps& steps = steps_of(call);
     for (const size_t fail : {SIZE_MAX, size_t{1}}) {
+      if (UnderValgrind() && fail == 1) continue;
       const Steps met = fail_each(call, expected, fail);
       ASSERT_FALSE(HasFailure());
       ASSERT_LE(met.size(), steps.size());

@@ -1,6 +1,9 @@
 // What a build measures beside its work changes what it costs: tests of stack and memory ask for it here.
 #pragma once
 
+#include <cstdlib>
+#include <cstring>
+
 namespace qex::test {
 
 #if defined(__has_feature)
@@ -22,5 +25,11 @@ inline constexpr bool kSmallFrames = !kSanitized;
 #else
 inline constexpr bool kSmallFrames = false;
 #endif
+
+// UnderValgrind tells whether valgrind runs the program, which it loads a library of its own into.
+inline bool UnderValgrind() {
+  const char* const preloaded = std::getenv("LD_PRELOAD");
+  return preloaded != nullptr && std::strstr(preloaded, "vgpreload") != nullptr;
+}
 
 }  // namespace qex::test
