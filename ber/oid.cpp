@@ -60,10 +60,10 @@ uint64_t first_subidentifier(const AsnArc* arcs) {
 }  // namespace
 
 void BDecAsnOidContent(ExpBuf** b, AsnTag /*tag*/, AsnLen len, AsnOid* v, AsnLen* bytes, AsnJmpEnv& env) {
-  *bytes += len;
   if (!ExpBufExpect(b, len)) {
     AsnFail(env, -21, "BDecAsnOidContent: ERROR - decoded past end of data\n");
   }
+  *bytes += len;
   auto* octets = static_cast<uint8_t*>(AsnAlloc(len));
   if (octets == nullptr) AsnRaise(env, kOutOfMemoryCode);
   ExpBufCopyOut(octets, b, len);

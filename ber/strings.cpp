@@ -69,8 +69,8 @@ void BDecAsnBitsContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBits* v, AsnLen* 
     *v = {count, octets};
     return;
   }
-  *bytes += len;
   if (len == 0 || !ExpBufExpect(b, len)) fail_bits(env);
+  *bytes += len;
   const uint32_t unused = ExpBufGetByte(b);
   const size_t n = len - 1;
   const uint32_t count = bit_count(n, unused, env);
@@ -118,8 +118,8 @@ void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* byt
     *v = {static_cast<uint32_t>(stack.total), octets};
     return;
   }
-  *bytes += len;
   if (!ExpBufExpect(b, len)) fail_octs(env);
+  *bytes += len;
   // The octet behind the content is AsnAlloc's zero.
   uint8_t* octets = allocate(size_t{len} + 1, env);
   ExpBufCopyOut(octets, b, len);
