@@ -158,20 +158,22 @@ TEST(AnnouncedLengths, OfAttributeCertificates) {
 
 // --- Capacities --------------------------------------------------------------------------------
 
-// A buffer of just the length that is needed ends at an inaccessible page, and any capacity may be claimed.
+// A buffer of just the length that is needed, up to the next word, ends at an inaccessible page, and any
+// capacity may be claimed.
 void try_capacities(const ExportCall& call, const Octets& output) {
   const auto n = uint32_t(output.size());
   for (const uint32_t capacity :
        {0u, 1u, n - 1, n, n + 1, 0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu, 0xFFFFFFFFu}) {
-    Guarded memory(sizeof capacity + n);
+    Guarded memory(sizeof capacity + (n + 3) / 4 * 4);
     std::memcpy(memory.data(), &capacity, sizeof capacity);
     const int32_t code = call.call(memory.data());
     uint32_t length = 0;
     std::memcpy(&length, memory.data(), sizeof length);
-    const Octets written(memory.data() + sizeof capacity, memory.data() + sizeof capacity + n);
+    Octets expected = capacity < n ? Octets(n, Guarded::kFill) : output;
+    expected.resize((n + 3) / 4 * 4, Guarded::kFill);
     EXPECT_EQ(code, capacity < n ? QEX_E_SIZE : QEX_OK) << capacity;
     EXPECT_EQ(length, n) << capacity;
-    EXPECT_EQ(written, capacity < n ? Octets(n, Guarded::kFill) : output) << capacity;
+    EXPECT_EQ(Octets(memory.data() + sizeof capacity, memory.data() + memory.size()), expected) << capacity;
   }
 }
 
