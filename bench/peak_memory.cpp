@@ -139,7 +139,7 @@ int main(int argc, char** argv) {
     if (std::strcmp(argv[i], "--check") == 0) {
       check = true;
     } else {
-      size = std::strtoull(argv[i], nullptr, 10);
+      size = std::strtoul(argv[i], nullptr, 10);
     }
   }
   if (size == 0 || !qex::EnsureAsnInit()) return 2;  // the tables of open types stay
