@@ -57,13 +57,13 @@ class Decoded {
   T value{};
 };
 
-// Scratch is `size` octets of 0 that are released at the end of its block; none when memory is out.
-class Scratch {
+// ScratchOctets is `size` octets of 0 that are released at the end of its block; none when memory is out.
+class ScratchOctets {
  public:
-  explicit Scratch(size_t size) : octets_(static_cast<uint8_t*>(AsnAlloc(size))) {}
-  ~Scratch() { AsnFree(octets_); }
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
+  explicit ScratchOctets(size_t size) : octets_(static_cast<uint8_t*>(AsnAlloc(size))) {}
+  ~ScratchOctets() { AsnFree(octets_); }
+  ScratchOctets(const ScratchOctets&) = delete;
+  ScratchOctets& operator=(const ScratchOctets&) = delete;
 
   explicit operator bool() const { return octets_ != nullptr; }
   uint8_t* octets() const { return octets_; }

@@ -128,7 +128,7 @@ int32_t unpack_http(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus
   if (*length < 6 || std::memcmp(buffer, "HTTP/", 5) != 0) return QEX_E_ARG;
   const size_t headLength = HttpHeadLength(buffer, *length);
   if (headLength == 0) return QEX_E_ARG;
-  const Scratch copy(headLength);
+  const ScratchOctets copy(headLength);
   if (!copy) return QEX_E_NOMEM;
   auto* const text = reinterpret_cast<char*>(copy.octets());
   std::transform(buffer, buffer + headLength, text, lower_cased);

@@ -81,7 +81,7 @@ int32_t check_rsa(const SignatureInput& in) {
   if (!n.set(modulus) || !e.set(exponent)) return QEX_E_NOMEM;
 
   const size_t length = (size_t{KXBN_bits(n.n)} + 7) / 8;
-  const Scratch block(length);
+  const ScratchOctets block(length);
   if (!block) return QEX_E_NOMEM;
   RSAKey key{};
   key.n = n.n;
