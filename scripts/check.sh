@@ -6,7 +6,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format cppcheck tidy reproducible threads ubsan valgrind platforms fuzz)
+steps=(format cppcheck tidy one_definition reproducible threads ubsan valgrind platforms fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -17,6 +17,11 @@ step_cppcheck() {  # cppcheck over all sources; what it gets wrong is listed wit
   git ls-files -z --cached --others --exclude-standard '*.c' '*.cpp' |
     xargs -0 cppcheck -q -j "$jobs" --error-exitcode=1 --std=c++20 --library=posix --library=googletest -I . \
       --enable=warning,performance,portability --suppressions-list=scripts/cppcheck_suppressions.txt
+}
+
+step_one_definition() {  # no name stands for two things in library or tool, as the linker sees them together
+  cmake --preset release -B build/one_definition -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
+    cmake --build build/one_definition -j "$jobs" --target qex qex_tool
 }
 
 step_reproducible() {  # two builds in different folders give the same library

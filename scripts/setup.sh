@@ -16,9 +16,9 @@ for purpose in "$@"; do
   case $purpose in
     coverage) packages+=(gcovr) ;;
     bench) packages+=(libbenchmark-dev) ;;
-    format) packages+=(clang-format-14) ;;
+    format) packages+=(clang-format-14 git) ;;
     fuzz) packages+=(clang libclang-rt-14-dev libssl-dev) ;;
-    check) packages+=(clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;
+    check) packages+=(git clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;
     platforms)
       packages+=(g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest) ;;
     *) echo "setup: unknown purpose '$purpose' (coverage, bench, format, fuzz, check, platforms)" >&2; exit 2 ;;
