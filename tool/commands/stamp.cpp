@@ -70,7 +70,7 @@ std::string read_password(const std::string& user) {
 Bytes read_pem(const std::string& path) {
   Bytes pem = ReadMessage(path);
   constexpr std::string_view kBegin = "-----BEGIN ";
-  if (!std::ranges::search(pem, kBegin).empty()) return pem;
+  if (std::search(pem.begin(), pem.end(), kBegin.begin(), kBegin.end()) != pem.end()) return pem;
   throw Failure{ExitStatus::Input, ShownPath(path) + ": holds no PEM",
                 "certificates and keys for TLS are PEM; openssl converts others"};
 }
