@@ -5,12 +5,17 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <array>
+#include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <list>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tool/escape.h"
 #include "tool/failure.h"
@@ -62,6 +67,93 @@ std::string resolve_links(const std::string& path) {
   return place;
 }
 
+// Where an output goes.
+struct Place {
+  std::string target;  // as the user named it
+  std::string path;    // where a link leads to
+  ByteView data;
+  bool direct;  // what is there is no regular file
+};
+
+Place place_of(const Output& output) {
+  const std::string path = resolve_links(output.path);
+  struct stat status {};
+  const bool there = ::stat(path.c_str(), &status) == 0;
+  if (there && S_ISDIR(status.st_mode)) throw file_failure(output.path, "cannot be written", EISDIR);
+  return {output.path, path, output.data, there && !S_ISREG(status.st_mode)};
+}
+
+void write_directly(const Place& place) {
+  const int fd = ::open(place.path.c_str(), O_WRONLY | O_CLOEXEC);
+  if (fd < 0) throw file_failure(place.target, "cannot be written", errno);
+  const int error = write_all(fd, place.data) ? 0 : errno;
+  ::close(fd);
+  if (error != 0) throw file_failure(place.target, "cannot be written", error);
+}
+
+// The signals that ask a process to end, and what came of them last while they were held.
+constexpr std::array kHeld{SIGHUP, SIGINT, SIGTERM};
+std::atomic<int> signalThatCame{0};
+static_assert(std::atomic<int>::is_always_lock_free);
+
+extern "C" void note_signal(int number) {
+  signalThatCame = number;
+}
+
+// Keeps these signals waiting while it lives. A handler does that for every thread, also for one of
+// libcurl's that still looks up a name, where a mask holds for one thread alone.
+class SignalsHeld {
+ public:
+  SignalsHeld() {
+    signalThatCame = 0;
+    struct sigaction noting {};
+    noting.sa_handler = note_signal;
+    noting.sa_flags = SA_RESTART;
+    for (size_t i = 0; i < kHeld.size(); ++i) ::sigaction(kHeld[i], &noting, &before_[i]);
+  }
+  ~SignalsHeld() {
+    for (size_t i = 0; i < kHeld.size(); ++i) ::sigaction(kHeld[i], &before_[i], nullptr);
+    if (const int number = signalThatCame; number != 0) ::raise(number);
+  }
+  SignalsHeld(const SignalsHeld&) = delete;
+  SignalsHeld& operator=(const SignalsHeld&) = delete;
+
+ private:
+  std::array<struct sigaction, kHeld.size()> before_{};
+};
+
+// A file that is written beside its place under another name, and renamed by Commit. Without Commit
+// nothing stays of it.
+class Temporary {
+ public:
+  explicit Temporary(Place place) : place_(std::move(place)), name_(place_.path + ".XXXXXX") {
+    const int fd = ::mkostemp(name_.data(), O_CLOEXEC);
+    if (fd < 0) throw file_failure(place_.target, "cannot be written", errno);
+    const bool written = write_all(fd, place_.data) && ::fchmod(fd, new_file_mode()) == 0 && ::fsync(fd) == 0;
+    int error = written ? 0 : errno;
+    if (::close(fd) != 0 && error == 0) error = errno;
+    if (error != 0) {
+      ::unlink(name_.c_str());  // the destructor of a half-built object does not run
+      throw file_failure(place_.target, "cannot be written", error);
+    }
+  }
+  ~Temporary() {
+    if (!name_.empty()) ::unlink(name_.c_str());
+  }
+  Temporary(const Temporary&) = delete;
+  Temporary& operator=(const Temporary&) = delete;
+
+  void Commit() {
+    if (::rename(name_.c_str(), place_.path.c_str()) != 0)
+      throw file_failure(place_.target, "cannot be written", errno);
+    name_.clear();
+  }
+
+ private:
+  Place place_;
+  std::string name_;  // empty: renamed
+};
+
 }  // namespace
 
 std::string ShownPath(std::string_view path) {
@@ -105,60 +197,24 @@ std::string BaseName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-SignalsHeld::SignalsHeld() {
-  sigset_t held;
-  ::sigemptyset(&held);
-  for (const int number : {SIGHUP, SIGINT, SIGTERM}) ::sigaddset(&held, number);
-  ::pthread_sigmask(SIG_BLOCK, &held, &before_);
-}
-
-SignalsHeld::~SignalsHeld() {
-  ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
-}
-
-PendingFile::PendingFile(std::string target, ByteView data) : target_(std::move(target)) {
-  place_ = resolve_links(target_);
-  struct stat status {};
-  if (::stat(place_.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-    if (S_ISDIR(status.st_mode)) throw file_failure(target_, "cannot be written", EISDIR);
-    direct_.assign(data.begin(), data.end());
-    return;
+void WriteFiles(std::initializer_list<Output> outputs) {
+  std::vector<Place> places;
+  for (const Output& output : outputs) places.push_back(place_of(output));
+  // A pipe may keep its writer waiting for ever: until then nothing is held and no temporary stands.
+  for (const Place& place : places) {
+    if (place.direct) write_directly(place);
   }
-  held_.emplace();
-  std::string name = place_ + ".XXXXXX";
-  const int fd = ::mkostemp(name.data(), O_CLOEXEC);
-  if (fd < 0) throw file_failure(target_, "cannot be written", errno);
-  temporary_ = name;
-  const bool written = write_all(fd, data) && ::fchmod(fd, new_file_mode()) == 0 && ::fsync(fd) == 0;
-  int error = written ? 0 : errno;
-  if (::close(fd) != 0 && error == 0) error = errno;
-  if (error != 0) {
-    ::unlink(temporary_.c_str());  // the destructor of a half-built object does not run
-    throw file_failure(target_, "cannot be written", error);
+  const SignalsHeld held;
+  std::list<Temporary> temporaries;
+  for (const Place& place : places) {
+    if (!place.direct) temporaries.emplace_back(place);
   }
-}
-
-PendingFile::~PendingFile() {
-  if (!temporary_.empty()) ::unlink(temporary_.c_str());
-}
-
-void PendingFile::Commit() {
-  if (temporary_.empty()) {
-    const int fd = ::open(place_.c_str(), O_WRONLY | O_CLOEXEC);
-    if (fd < 0) throw file_failure(target_, "cannot be written", errno);
-    const int error = write_all(fd, direct_) ? 0 : errno;
-    ::close(fd);
-    if (error != 0) throw file_failure(target_, "cannot be written", error);
-    return;
-  }
-  if (::rename(temporary_.c_str(), place_.c_str()) != 0)
-    throw file_failure(target_, "cannot be written", errno);
-  temporary_.clear();
+  for (Temporary& temporary : temporaries) temporary.Commit();
 }
 
 void WriteOutput(const std::string& path, ByteView data, const std::string& hint) {
   if (!IsStandardStream(path)) {
-    PendingFile(path, data).Commit();
+    WriteFiles({{path, data}});
     return;
   }
   if (::isatty(STDOUT_FILENO) != 0) {

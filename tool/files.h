@@ -2,12 +2,10 @@
 // written appears whole or not at all.
 #pragma once
 
-#include <csignal>
 #include <cstddef>
-#include <optional>
+#include <initializer_list>
 #include <string>
 #include <string_view>
-#include <vector>
 
 #include "tool/bytes.h"
 
@@ -32,40 +30,17 @@ bool IsDirectory(const std::string& path);
 // BaseName returns what follows the last slash.
 std::string BaseName(const std::string& path);
 
-// SignalsHeld keeps the signals that ask a process to end (SIGHUP, SIGINT, SIGTERM) waiting while it
-// lives; they take effect when it goes. Several end in the reverse order.
-class SignalsHeld {
- public:
-  SignalsHeld();
-  ~SignalsHeld();
-  SignalsHeld(const SignalsHeld&) = delete;
-  SignalsHeld& operator=(const SignalsHeld&) = delete;
-
- private:
-  sigset_t before_;
+// Output is what is to be written, and where.
+struct Output {
+  std::string path;
+  ByteView data;
 };
 
-// PendingFile is a file on its way: written beside its target under another name, and renamed
-// by Commit. Without Commit it leaves nothing behind, also when the process is told to end. A target
-// that is no regular file (a pipe, a device) is written by Commit directly.
-class PendingFile {
- public:
-  // Writes `data` to the temporary; throws a Failure.
-  PendingFile(std::string target, ByteView data);
-  ~PendingFile();
-  PendingFile(const PendingFile&) = delete;
-  PendingFile& operator=(const PendingFile&) = delete;
-
-  // Puts the file in its place; throws a Failure.
-  void Commit();
-
- private:
-  std::optional<SignalsHeld> held_;  // while there is a temporary
-  std::string target_;               // as the user named it
-  std::string place_;                // where a link leads to
-  std::string temporary_;            // empty: none
-  Bytes direct_;                     // for a target that is no regular file
-};
+// WriteFiles writes files that belong together: each beside its target under another name, and when all
+// are written they are renamed. When it throws a Failure, or SIGHUP, SIGINT or SIGTERM asks the process to
+// end, nothing is left half done: the signals take effect when it is over. A target that is no regular
+// file (a pipe, a device) is written directly and before all others, and there a signal takes effect at once.
+void WriteFiles(std::initializer_list<Output> outputs);
 
 // WriteOutput writes `data` to `path`, or to standard output. Binary data is not written to a
 // terminal: that is a usage failure with `hint`.

@@ -244,6 +244,57 @@ class OutputTest(ToolTest):
                 self.assertEqual(run_json("show", self.path("out"), check=0)["kind"], "request")
                 os.remove(self.path("out"))
 
+    def stamping(self, *options, env=None):
+        process = subprocess.Popen([support.QEX, "stamp", self.document, *options], env=env or environment(),
+                                   stderr=subprocess.DEVNULL)
+        self.addCleanup(process.kill)
+        return process
+
+    def test_APipeForAnOutputIsWaitedForUntilASignal(self):
+        """Reply or request goes to a pipe that is full: no signal is held, and the other file is not begun."""
+        with self.authority() as authority:
+            for name, number in (("1.tsr", signal.SIGHUP), ("2.tsr", signal.SIGINT), ("3.tsq", signal.SIGTERM)):
+                with self.subTest(name, number=number):
+                    os.mkfifo(self.path(name))
+                    pipe = os.open(self.path(name), os.O_RDWR | os.O_NONBLOCK)
+                    with self.assertRaises(BlockingIOError):
+                        while True:
+                            os.write(pipe, bytes(65536))
+                    process = self.stamping("--tsa", authority.url, "-o", self.path(name[0] + ".tsr"))
+                    place = f"/proc/{process.pid}/fd"
+                    while self.path(name) not in [os.path.realpath(f"{place}/{entry}") for entry in os.listdir(place)]:
+                        self.assertIsNone(process.poll())
+                        time.sleep(0.01)
+                    process.send_signal(number)
+                    self.assertEqual(process.wait(60), -number)
+                    self.assertEqual(self.files(), [name, "report.txt"])
+                    os.close(pipe)
+                    os.remove(self.path(name))
+
+    def test_APipeForAnOutputGetsItWhole(self):
+        os.mkfifo(self.path("out.tsr"))
+        with self.authority() as authority:
+            process = self.stamping("--tsa", authority.url, "-o", self.path("out.tsr"))
+            reply = self.read(self.path("out.tsr"))
+            self.assertEqual(process.wait(60), 0)
+        self.assertEqual(self.files(), ["out.tsq", "out.tsr", "report.txt"])
+        self.write(self.path("reply"), reply)
+        run("verify", self.document, "--token", self.path("reply"), "--request", self.path("out.tsq"),
+            "--tsa-cert", authority.tsa, check=0)
+
+    def test_ASignalReachesNoOtherThreadWhileAFileIsWritten(self):
+        """The first authority's name is still looked up, by a thread of libcurl's, when the second has answered."""
+        with self.authority() as authority:
+            process = self.stamping("--tsa", "http://authority.invalid/", "--tsa", authority.url, "--timeout", "5s",
+                                    "--retry", "0", env=support.preloaded(support.SLOW_SYSTEM))
+            while self.files() == ["report.txt"]:
+                self.assertIsNone(process.poll())
+                time.sleep(0.01)
+            self.assertGreater(len(os.listdir(f"/proc/{process.pid}/task")), 1)
+            process.send_signal(signal.SIGTERM)
+            self.assertEqual(process.wait(60), -signal.SIGTERM)
+        self.assertEqual(self.files(), ["report.txt", "report.txt.tsq", "report.txt.tsr"])
+
 
 if __name__ == "__main__":
     support.main()

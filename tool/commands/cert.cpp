@@ -44,7 +44,7 @@ ExitStatus take_certificate(const Arguments& arguments, const Options& options) 
     if (!options.json || !standard)
       WriteOutput(arguments.output, der, "name a file with -o, or ask for --pem");
   } else if (const std::string pem = ToPem(der, "CERTIFICATE"); !standard) {
-    PendingFile(arguments.output, {reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}).Commit();
+    WriteFiles({{arguments.output, {reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}}});
   } else if (!options.json) {
     WriteText(pem);
   }

@@ -181,11 +181,7 @@ void write_places(const Places& places, const Exchange& exchange, const Request&
     if (!options.json) WriteOutput("-", exchange.reply, "name a file with -o");
     return;
   }
-  // Both are written before either is renamed.
-  PendingFile tsr(places.reply, exchange.reply);
-  PendingFile tsq(places.request, request.der);
-  tsr.Commit();
-  tsq.Commit();
+  WriteFiles({{places.reply, exchange.reply}, {places.request, request.der}});
 }
 
 ExitStatus stamp(Arguments arguments, const Options& options) {
