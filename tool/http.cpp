@@ -31,11 +31,7 @@ size_t receive(char* data, size_t /*one*/, size_t length, void* context) noexcep
     received.bodyTooLong = true;
     return 0;
   }
-  try {
-    received.body.insert(received.body.end(), data, data + length);
-  } catch (const std::bad_alloc&) {
-    return 0;
-  }
+  received.body.insert(received.body.end(), data, data + length);  // there is room for it
   return length;
 }
 
@@ -166,6 +162,7 @@ Bytes PostRequest(const HttpSettings& settings, ByteView request) {
   const CurlHandle curl = NewCurl(settings.timeout);
   const CurlList headers = request_headers();
   Received received;
+  received.body.reserve(kMaxReply);  // here, where running out of memory can be thrown
   char detail[CURL_ERROR_SIZE] = "";
 
   SetCurl(curl, CURLOPT_URL, settings.url.c_str());

@@ -183,8 +183,12 @@ int tool_main(int count, char** words) {
 int main(int count, char** words) {
   try {
     return qex::tool::tool_main(count, words);
-  } catch (...) {  // before there was a program to report by, or for want of memory to report with
+  } catch (const std::bad_alloc&) {  // before there was a program to report by, or memory to report with
     std::fputs("qex: error: memory ran out\n", stderr);
-    return static_cast<int>(qex::tool::ExitStatus::Internal);
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "qex: error: internal: %s\n", error.what());
+  } catch (...) {
+    std::fputs("qex: error: internal\n", stderr);
   }
+  return static_cast<int>(qex::tool::ExitStatus::Internal);
 }
