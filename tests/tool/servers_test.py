@@ -283,9 +283,13 @@ class TlsTest(StampTest):
         return path
 
     @staticmethod
-    def tls(certificate, script):
+    def tls(certificate, script, clients=None):
+        """`clients` is the root of those who may come in; None is everybody."""
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(certificate)
+        if clients is not None:
+            context.verify_mode = ssl.CERT_REQUIRED
+            context.load_verify_locations(clients)
         return Server(script, lambda connection: context.wrap_socket(connection, server_side=True))
 
     def over_tls(self, server, status, *words, options=(), timeout=LONG):
@@ -304,6 +308,23 @@ class TlsTest(StampTest):
                 self.over_tls(self.tls(certificate, reply), 6, *words, options=("--cacert", root) if root else ())
         # What fails above is the certificate: with it in order the exchange takes place.
         self.over_tls(self.tls(self.good, reply), 4, "no token", options=("--cacert", self.good))
+
+    def test_AServerThatAsksForACertificate(self):
+        combined = self.certificate("client", "DNS:client.invalid", "10")
+        key = combined[:-len("pem")] + "key"
+        alone = combined[:-len("pem")] + "crt"
+        self.write(alone, openssl("x509", "-in", combined))
+        self.assertNotIn(b"KEY", self.read(alone))
+        for name, options, status, words in (
+                ("none", (), 6, ()),
+                ("one that it does not know", ("--client-cert", self.elsewhere), 6, ()),
+                ("no key", ("--client-cert", alone), 4, ("--client-key",)),
+                ("the key of another", ("--client-cert", alone, "--client-key", self.elsewhere), 4, ("--client-key",)),
+                ("both in one file", ("--client-cert", combined), 4, ("no token",)),
+                ("certificate and key", ("--client-cert", alone, "--client-key", key), 4, ("no token",))):
+            with self.subTest(name):
+                self.over_tls(self.tls(self.good, says(OK + b"\r\n" + GRANTED), combined), status, *words,
+                              options=("--cacert", self.good, *options))
 
     def test_HandshakesThatLeadNowhere(self):
         self.over_tls(Server(silent), 6, "--timeout", timeout=SHORT)
