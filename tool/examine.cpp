@@ -172,6 +172,7 @@ void describe_signer(Json& facts, ByteView token) {
   const int32_t code = FetchOutput(certificate, 0, [&](uint8_t* out, uint32_t* length) {
     return QEX_GetTST_TSACert(out, length, token.data(), LengthOf(token));
   });
+  RequireMemory("the authority's certificate cannot be taken out", code);
   Json signer{{"code", code}};
   if (code == QEX_OK) {
     const Json description = escaped(inspect::DescribeCertificate(certificate));
@@ -191,8 +192,11 @@ bool is_too_large(const Json& key) {
 // not reach it, and the answer then has no code.
 void verify(Json& facts, ByteView token, const Job& job) {
   const auto check = [&](const Bytes& certificate) {
-    return QEX_VerifyTST_Signature(token.data(), LengthOf(token),
-                                   certificate.empty() ? nullptr : certificate.data(), LengthOf(certificate));
+    const int32_t code =
+        QEX_VerifyTST_Signature(token.data(), LengthOf(token),
+                                certificate.empty() ? nullptr : certificate.data(), LengthOf(certificate));
+    RequireMemory("the signature cannot be checked", code);
+    return code;
   };
   const Json own = facts["signer"].contains("key") ? facts["signer"]["key"] : Json();
   const bool given = !job.certificate.empty();
@@ -243,6 +247,7 @@ void describe_reply(Json& facts, const Job& job) {
   const int32_t code = FetchOutput(token, 0, [&](uint8_t* out, uint32_t* length) {
     return QEX_GetTSR_EncodedToken(out, length, job.message.data(), LengthOf(job.message));
   });
+  RequireMemory("the token cannot be taken out", code);
   facts["token_code"] = code;
   if (code == QEX_OK) {
     describe_token(facts, token, job);

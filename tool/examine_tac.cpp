@@ -86,6 +86,7 @@ Json describe_info(ByteView tac) {
 int32_t describe_metrics(Json& people, ByteView tac) {
   QEX_TIMING_METRICS_EX record{};
   const int32_t code = QEX_GetTAC_TimingMetricsEx(&record, tac.data(), LengthOf(tac));
+  RequireMemory("the timing metrics cannot be read", code);
   if (code != QEX_OK && code != QEX_E_SIZE) return code;
   Json info;
   add_time(info, "ntp_time", record.ntpTime);
@@ -107,6 +108,7 @@ int32_t describe_metrics(Json& people, ByteView tac) {
 int32_t describe_policy(Json& people, ByteView tac) {
   QEX_TIMING_POLICY record{};
   const int32_t code = QEX_GetTAC_TimingPolicy(&record, tac.data(), LengthOf(tac));
+  RequireMemory("the timing policy cannot be read", code);
   if (code != QEX_OK) return code;
   Json info;
   if (record.policyID[0] != '\0') info["policy"] = record.policyID;
@@ -134,12 +136,14 @@ void DescribeTacOfToken(Json& facts, ByteView token, const Bytes& given) {
   const int32_t code = FetchOutput(own, 0, [&](uint8_t* out, uint32_t* length) {
     return QEX_GetTST_TimeAttributeCert(out, length, token.data(), LengthOf(token));
   });
+  RequireMemory("the attribute certificate cannot be taken out", code);
   Json tac{{"code", code}, {"asn1_error", QEX_GetLastAsnError()}};
   if (code == QEX_OK) {
     // One of a form that has no reader is no reason to refuse the token.
     try {
       tac.update(DescribeTac(own));
     } catch (const Failure& failure) {
+      if (failure.exit == ExitStatus::Internal) throw;
       tac["der"] = ToHex(own);
       tac["failure"] = ToJson(failure);
     }
@@ -149,6 +153,7 @@ void DescribeTacOfToken(Json& facts, ByteView token, const Bytes& given) {
   if (matched.empty()) return;
   const int32_t match =
       QEX_CheckTAC_MatchesTST(matched.data(), LengthOf(matched), token.data(), LengthOf(token));
+  RequireMemory("the attribute certificate cannot be matched", match);
   facts["tac_match"] = {{"code", match}, {"asn1_error", QEX_GetLastAsnError()}};
 }
 

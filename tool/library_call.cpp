@@ -22,6 +22,14 @@ Failure unknown_identifier(const std::string& what, const inspect::UnknownIdenti
           "such a message cannot be read; ask its maker for one without it", code, kUnknownType};
 }
 
+// A decoder that runs out of memory answers with the code of a message that is wrong.
+std::optional<Failure> memory_failure(const std::string& what, int32_t code) {
+  const int32_t asn1Error = QEX_GetLastAsnError();
+  if (code != QEX_E_NOMEM && (code == QEX_OK || asn1Error != kOutOfMemory)) return std::nullopt;
+  return Failure{ExitStatus::Internal, what + ": it takes more memory than is allowed",
+                 "no time-stamp message needs that much; do not rely on it", code, asn1Error};
+}
+
 }  // namespace
 
 std::optional<Failure> UnknownIdentifierFailure(const std::string& what, int32_t code, ByteView message) {
@@ -30,13 +38,14 @@ std::optional<Failure> UnknownIdentifierFailure(const std::string& what, int32_t
   return unknown ? std::optional(unknown_identifier(what, *unknown, code)) : std::nullopt;
 }
 
+void RequireMemory(const std::string& what, int32_t code) {
+  if (const auto failure = memory_failure(what, code)) throw Failure{*failure};
+}
+
 Failure LibraryFailure(const std::string& what, int32_t code, ByteView message) {
   const int32_t asn1Error = QEX_GetLastAsnError();
   if (const auto unknown = UnknownIdentifierFailure(what, code, message)) return *unknown;
-  if (asn1Error == kOutOfMemory) {  // nothing is known to be wrong with the message
-    return {ExitStatus::Internal, what + ": it takes more memory than is allowed",
-            "no time-stamp message needs that much; do not rely on it", code, asn1Error};
-  }
+  if (const auto failure = memory_failure(what, code)) return *failure;
   std::string text = what + ": " + inspect::CodeMeaning(code);
   if (const auto meaning = inspect::Asn1ErrorMeaning(asn1Error); meaning && asn1Error != 0) {
     text += " (" + *meaning + ", ASN.1 error " + std::to_string(asn1Error) + ")";

@@ -17,6 +17,11 @@ namespace qex::tool {
 // for, that identifier is named: an algorithm leads to exit status 7, any other one to 4.
 Failure LibraryFailure(const std::string& what, int32_t code, ByteView message);
 
+// RequireMemory throws the Failure of a call that ran out of memory, in the library or in a decoder of
+// it; nothing is known about the message then. The last ASN.1 error must still be that of the call.
+// Any other code passes: it is a result like others.
+void RequireMemory(const std::string& what, int32_t code);
+
 // UnknownIdentifierFailure is the part of it that names such an identifier; nothing when the last ASN.1
 // error is another one or none is found.
 std::optional<Failure> UnknownIdentifierFailure(const std::string& what, int32_t code, ByteView message);

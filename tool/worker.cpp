@@ -63,19 +63,20 @@ struct Pipe {
   }
 };
 
-void limit(int resource, rlim_t value) {
+// Lower limits that the caller has set stay.
+void limit(int resource, rlim_t soft, rlim_t hard) {
   struct rlimit now {};
   if (::getrlimit(static_cast<decltype(RLIMIT_CPU)>(resource), &now) != 0) return;
-  const rlim_t most = now.rlim_max == RLIM_INFINITY || now.rlim_max > value ? value : now.rlim_max;
-  const struct rlimit wanted { most, most };
+  const struct rlimit wanted { std::min(now.rlim_cur, soft), std::min(now.rlim_max, hard) };
   ::setrlimit(static_cast<decltype(RLIMIT_CPU)>(resource), &wanted);
 }
 
 void set_limits() {
-  limit(RLIMIT_CORE, 0);
-  limit(RLIMIT_CPU, kMaxSeconds);
+  limit(RLIMIT_CORE, 0, 0);
+  // SIGXCPU comes at the soft limit; a worker whose caller ignores that signal is killed at the hard one.
+  limit(RLIMIT_CPU, kMaxSeconds, kMaxSeconds + 2);
 #ifndef QEX_TOOL_SANITIZED  // whose shadow memory alone is beyond any limit
-  limit(RLIMIT_AS, kMaxMemory);
+  limit(RLIMIT_AS, kMaxMemory, kMaxMemory);
 #endif
 }
 
@@ -135,9 +136,13 @@ Failure ended(int status, const std::string& name, const std::string& messages) 
   std::string how;
   if (WIFSIGNALED(status)) {
     const int number = WTERMSIG(status);
-    how = number == SIGXCPU || number == SIGKILL
-              ? "it was stopped for taking too much time"
-              : "it was ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
+    if (number == SIGXCPU) {
+      how = "it was stopped for taking too much time";
+    } else if (number == SIGKILL) {  // by the system, which does not say why
+      how = "it was killed, for taking too much time or memory or by somebody";
+    } else {
+      how = "it was ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
+    }
   } else {
     how = "it ended with status " + std::to_string(WEXITSTATUS(status));
   }

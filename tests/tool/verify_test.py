@@ -36,8 +36,8 @@ class VerifyTest(ToolTest):
         self.write(self.path("req.cnf"), b"[req]\nprompt=no\ndistinguished_name=name\n[name]\nCN=again\n")
         return self.path("req.cnf")
 
-    def verify(self, *options, check=None):
-        return run_json("verify", self.document, *options, check=check)
+    def verify(self, *options, check=None, **more):
+        return run_json("verify", self.document, *options, check=check, **more)
 
     def test_EverythingPassesWithTheCertificateAsPin(self):
         done = run("verify", self.document, "--tsa-cert", self.tsa, check=0)
@@ -259,6 +259,27 @@ class VerifyTest(ToolTest):
         document = run_json("verify", self.document, "--tsa-cert", self.tsa, env=env, check=70)
         self.assertIn("a made-up one", document["library_messages"])
         self.assertNotIn("checks", document)
+
+    def test_AWorkerThatIsStoppedSaysWhatIsKnown(self):
+        def limited():
+            import resource
+            resource.setrlimit(resource.RLIMIT_CPU, (1, 60))
+        for how, words in (("spin", "too much time\n"), ("kill", "too much time or memory")):
+            with self.subTest(how):
+                done = support.subprocess.run(
+                    [support.QEX, "verify", self.document, "--tsa-cert", self.tsa], capture_output=True, timeout=300,
+                    env={**support.preloaded(support.FAILING_CHECK), "CHECK": how}, preexec_fn=limited, check=False)
+                self.assert_error(done, 70, "worker", words)
+
+    def test_ACheckThatRunsOutOfMemorySaysNothingOfTheToken(self):
+        preloaded = support.preloaded(support.FAILING_CHECK)
+        for code, asn1_error, status in ((-2, 0, 70), (-1, -27, 70), (-7, -27, 70), (-6, -27, 70), (-7, -26, 4)):
+            with self.subTest(code=code, asn1_error=asn1_error):
+                env = {**preloaded, "CHECK": f"{code} {asn1_error}"}
+                for pin in (("--tsa-cert", self.tsa), ("--insecure-any-signer",)):
+                    document = self.verify(*pin, check=status, env=env)
+                    self.assertEqual((document["code"], document["asn1_error"]), (code, asn1_error))
+                    self.assertEqual("more memory than is allowed" in document["error"], status == 70)
 
 
 class OtherTokensTest(ToolTest):
