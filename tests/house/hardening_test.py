@@ -1,8 +1,9 @@
 """What gets installed is hardened: the shared library and the tool, as readelf sees them.
 
-usage: hardening_test.py COMPILER READELF LIBQEX_SO LIBQEX_CORE_A [QEX]
+usage: hardening_test.py COMPILER READELF LIBQEX_SO LIBQEX_CORE_A [QEX OBJECT...]
 
-COMPILER names the start files that were linked. Without QEX the tool was not built.
+COMPILER names the start files that were linked. OBJECTs are what QEX was made of; without them the tool was
+not built.
 """
 
 import os
@@ -54,6 +55,7 @@ class Image:
 
 class HardeningTest(unittest.TestCase):
     compiler = readelf = library_path = core_path = tool_path = ""
+    tool_objects = ()
 
     @classmethod
     def setUpClass(cls):
@@ -98,8 +100,9 @@ class HardeningTest(unittest.TestCase):
         self.assertIsNone(self.library.dynamic.get("RUNPATH"))
 
     def test_ToolIsLoadedAnywhere(self):
-        if self.tool_path:
-            self.assertTrue(self.tool.has_flag("PIE"), self.tool.dynamic.get("FLAGS_1"))
+        if not self.tool_path:
+            self.skipTest("the tool was not built")
+        self.assertTrue(self.tool.has_flag("PIE"), self.tool.dynamic.get("FLAGS_1"))
 
     def test_StackIsGuarded(self):
         for image in self.images:
@@ -115,8 +118,21 @@ class HardeningTest(unittest.TestCase):
     def test_EveryObjectIsMadeForControlFlowProtection(self):
         if self.library.machine not in X86:
             self.skipTest("x86 alone has it")
-        objects = re.split(r"^File: ", output_of(self.readelf, "-nW", self.core_path), flags=re.MULTILINE)[1:]
-        self.assertNotEqual(objects, [])
+        self.assert_marked(self.core_path)
+
+    def test_EveryObjectOfTheToolIsMadeForControlFlowProtection(self):
+        if not self.tool_path:
+            self.skipTest("the tool was not built")
+        if self.tool.machine not in X86:
+            self.skipTest("x86 alone has it")
+        self.assert_marked(*self.tool_objects)
+
+    def assert_marked(self, *files):
+        """Files of objects: every object in them is marked."""
+        # Given a file twice, readelf names each one that it reads.
+        notes = output_of(self.readelf, "-nW", *files, files[0])
+        objects = re.split(r"^File: ", notes, flags=re.MULTILINE)[1:]
+        self.assertGreater(len(objects), len(files))
         self.assertEqual([one.split("\n")[0] for one in objects if not marked_for_control_flow(one)], [])
 
     def test_ExportsMayBeCalledIndirectly(self):
@@ -156,5 +172,6 @@ class HardeningTest(unittest.TestCase):
 if __name__ == "__main__":
     HardeningTest.compiler, HardeningTest.readelf, HardeningTest.library_path, HardeningTest.core_path = sys.argv[1:5]
     HardeningTest.tool_path = sys.argv[5] if len(sys.argv) > 5 else ""
+    HardeningTest.tool_objects = sys.argv[6:]
     del sys.argv[1:]
     unittest.main()

@@ -7,6 +7,8 @@ where it was laid down.
 """
 
 import os
+import re
+import shutil
 import subprocess
 import sys
 import tempfile
@@ -91,6 +93,16 @@ class InstallTest(unittest.TestCase):
             self.skipTest("the tool was not built")
         environment = {k: v for k, v in os.environ.items() if k != "LD_LIBRARY_PATH"}
         self.assertIn("1.0", run(tool, "version", env=environment))
+
+    def test_TheInstalledToolNamesNoOtherFolder(self):
+        tool = os.path.join(self.prefix, "bin", "qex")
+        if not os.path.exists(tool):
+            self.skipTest("the tool was not built")
+        if not shutil.which("readelf"):
+            self.skipTest("readelf is not installed")
+        dynamic = run("readelf", "-dW", tool, env={**os.environ, "LC_ALL": "C"})
+        folders = re.findall(r"\((?:RPATH|RUNPATH)\)\s+Library (?:rpath|runpath): \[(.*)\]", dynamic)
+        self.assertEqual(folders, ["$ORIGIN/" + os.path.relpath(self.lib, os.path.join(self.prefix, "bin"))])
 
 
 if __name__ == "__main__":
