@@ -21,7 +21,7 @@ namespace qex::test {
 namespace {
 
 // Where frames are large the bound is what counts, and not the stack.
-const size_t kLevels = kSmallFrames && !UnderValgrind() ? 10000 : 500;
+const size_t kLevels = kSmallFrames && !UnderValgrind() && !Emulated() ? 10000 : 500;
 
 // The identifier of an open type that holds a ContentInfo, which may hold the next.
 constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";

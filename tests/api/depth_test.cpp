@@ -26,8 +26,8 @@
 namespace qex::test {
 namespace {
 
-// Under valgrind, where each octet costs a hundred times as much, a few of them do.
-const size_t kMillion = UnderValgrind() ? 20000 : 1000000;
+// Under valgrind and emulators, where each octet costs many times as much, a few of them do.
+const size_t kMillion = UnderValgrind() || Emulated() ? 20000 : 1000000;
 
 // The identifier of an open type that holds a ContentInfo, which may hold the next.
 constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";
@@ -100,7 +100,7 @@ class Depth : public ::testing::Test {
   void TearDown() override {
     AsnErrorHandler = before_;
     RecordProperty("octets_of_stack", int(stack_));
-    if (kSmallFrames) std::printf("at most %zu octets of stack\n", stack_);
+    if (kSmallFrames) std::printf("%zu levels, at most %zu octets of stack\n", kMillion, stack_);
   }
 
   // on_small_stack also notes how much of it was used.

@@ -32,4 +32,7 @@ inline bool UnderValgrind() {
   return preloaded != nullptr && std::strstr(preloaded, "vgpreload") != nullptr;
 }
 
+// Emulated tells whether an emulator runs the program, as the build was told.
+bool Emulated();
+
 }  // namespace qex::test

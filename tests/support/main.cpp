@@ -7,13 +7,24 @@
 #include <cstring>
 #include <vector>
 
+#include "tests/support/instrumentation.h"
+
+namespace {
+#ifdef QEX_EMULATOR
+char emulator[] = QEX_EMULATOR;
+#else
+char emulator[] = "";
+#endif
+}  // namespace
+
+bool qex::test::Emulated() {
+  return emulator[0] != '\0';
+}
+
 int main(int argc, char** argv) {
   std::vector<char*> words;
-#ifdef QEX_EMULATOR
-  static char emulator[] = QEX_EMULATOR;
   for (char* word = std::strtok(emulator, " "); word != nullptr; word = std::strtok(nullptr, " "))
     words.push_back(word);
-#endif
   words.insert(words.end(), argv, argv + argc);
   int count = int(words.size());
   words.push_back(nullptr);
