@@ -44,6 +44,9 @@ for platform in "${platforms[@]}"; do
   counts=$(sed -n 's/.*tests passed, \([0-9]* tests\{0,1\} failed out of [0-9]*\).*/\1/p' "$log")
   skipped=$(grep -c '^[[:space:]]*[0-9]* - .*(Skipped)$' "$log")
   closing+=("$platform: $verdict, ${counts:-no count}, $skipped skipped ($(built_for "build/$platform/libqex.so")); built in $built s, tested in $((SECONDS - begun - built)) s")
+  # Of each test that was skipped the place and the reason.
+  while read -r reason; do closing+=("  $reason"); done < <(
+    sed -n '/: Skipped$/{s/.*\/tests\//tests\//;N;s/\n/, /;p}' "build/$platform/Testing/Temporary/LastTest.log")
 done
 
 echo
