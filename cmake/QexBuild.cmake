@@ -25,7 +25,7 @@ if(QEX_SANITIZE)
 endif()
 if(QEX_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
   # A C program that links the library needs what the library's C++ reports through.
-  list(APPEND QEX_INSTRUMENT_LINK -fsanitize-link-c++-runtime)
+  list(APPEND QEX_INSTRUMENT_LINK -fsanitize-link-c++-runtime -lstdc++)
 endif()
 if(QEX_FUZZ)
   # Edges of the library are counted; the engine itself is linked to the targets alone.

@@ -27,7 +27,7 @@ namespace qex::test {
 namespace {
 
 // Under valgrind and emulators, where each octet costs many times as much, a few of them do.
-const size_t kMillion = UnderValgrind() || Emulated() ? 20000 : 1000000;
+const size_t kLevels = UnderValgrind() || Emulated() ? 20000 : 1000000;
 
 // The identifier of an open type that holds a ContentInfo, which may hold the next.
 constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";
@@ -100,7 +100,7 @@ class Depth : public ::testing::Test {
   void TearDown() override {
     AsnErrorHandler = before_;
     RecordProperty("octets_of_stack", int(stack_));
-    if (kSmallFrames) std::printf("%zu levels, at most %zu octets of stack\n", kMillion, stack_);
+    if (kSmallFrames) std::printf("%zu levels, at most %zu octets of stack\n", kLevels, stack_);
   }
 
   // on_small_stack also notes how much of it was used.
@@ -140,20 +140,20 @@ class Depth : public ::testing::Test {
   // The three kinds of nesting in the place of the mark, a million levels of each.
   void expect_open_types_refused(const Readers& readers, const Octets& message) {
     for (const Lengths lengths : kBoth) {
-      expect_refused(readers, with_deep(message, open_types(kMillion, lengths)), kOpenTypeDepthCode);
+      expect_refused(readers, with_deep(message, open_types(kLevels, lengths)), kOpenTypeDepthCode);
     }
   }
   void expect_strings_decode(const Readers& readers, const Octets& message, uint8_t tag, uint8_t part,
                              const Octets& content) {
     const Octets shallow = with_deep(message, in_strings(tag, part, content, 1, Lengths::kDefinite));
     for (const Lengths lengths : kBoth) {
-      expect_same(readers, shallow, with_deep(message, in_strings(tag, part, content, kMillion, lengths)));
+      expect_same(readers, shallow, with_deep(message, in_strings(tag, part, content, kLevels, lengths)));
     }
   }
   void expect_other_tags_refused(const Readers& readers, const Octets& message) {
     for (const Lengths lengths : kBoth) {
       for (const uint8_t tag : {uint8_t{0x30}, uint8_t{0xA0}}) {
-        expect_refused(readers, with_deep(message, same_tags(tag, kMillion, lengths)), 0);
+        expect_refused(readers, with_deep(message, same_tags(tag, kLevels, lengths)), 0);
       }
     }
   }
@@ -161,7 +161,7 @@ class Depth : public ::testing::Test {
   void expect_nothing_else_decodes(const Readers& readers) {
     for (const Lengths lengths : kBoth) {
       for (const uint8_t tag : std::initializer_list<uint8_t>{0x30, 0xA0, 0x31, 0x24, 0x23}) {
-        expect_refused(readers, same_tags(tag, kMillion, lengths), 0);
+        expect_refused(readers, same_tags(tag, kLevels, lengths), 0);
       }
     }
   }
@@ -206,7 +206,7 @@ TEST_F(Depth, OfReplies) {
 TEST_F(Depth, OfTokens) {
   const Readers readers = token_readers();
   for (const Lengths lengths : kBoth) {
-    expect_refused(readers, open_types(kMillion, lengths), kOpenTypeDepthCode);
+    expect_refused(readers, open_types(kLevels, lengths), kOpenTypeDepthCode);
   }
   expect_nothing_else_decodes(readers);
   TokenMaker maker;
@@ -235,7 +235,7 @@ TEST_F(Depth, OfStringsInTokens) {
     ++replaced;
     const Octets content(token.begin() + ptrdiff_t(place.content), token.begin() + ptrdiff_t(place.end));
     for (const Lengths lengths : kBoth) {
-      expect_same(readers, token, Replaced(token, place, in_strings(0x04, 0x04, content, kMillion, lengths)));
+      expect_same(readers, token, Replaced(token, place, in_strings(0x04, 0x04, content, kLevels, lengths)));
     }
   }
   EXPECT_EQ(replaced, 2u);
@@ -302,7 +302,7 @@ TEST_F(Depth, OfTheCertificateOfTheCaller) {
   expect_strings_decode(readers, maker.encode(), 0x02, 0x04, der::concat(Octets{0}, maker.key.n));
   for (const Lengths lengths : kBoth) {
     on_small_stack([&] {
-      const Octets input = with_deep(maker.encode(), same_tags(0x30, kMillion, lengths));
+      const Octets input = with_deep(maker.encode(), same_tags(0x30, kLevels, lengths));
       EXPECT_EQ(readers[0](input).code, QEX_E_MISSING);
     });
   }
@@ -335,7 +335,7 @@ TEST_F(Depth, OfDsaSignatures) {
   expect_strings_decode(readers, token, 0x02, 0x04, der::concat(Octets{0}, pair.r));
   for (const Lengths lengths : kBoth) {
     on_small_stack([&] {
-      const Octets input = with_deep(token, same_tags(0x30, kMillion, lengths));
+      const Octets input = with_deep(token, same_tags(0x30, kLevels, lengths));
       EXPECT_EQ(readers[0](input).code, QEX_E_SIGNATURE);
     });
   }
@@ -378,7 +378,7 @@ TEST_F(Depth, OfAttributeCertificates) {
 TEST_F(Depth, OfAnAttributeCertificateThatIsMatched) {
   const Octets token = TokenMaker().encode();
   for (const Lengths lengths : kBoth) {
-    const Octets tac = open_types(kMillion, lengths);
+    const Octets tac = open_types(kLevels, lengths);
     on_small_stack([&] {
       EXPECT_EQ(
           QEX_CheckTAC_MatchesTST(tac.data(), uint32_t(tac.size()), token.data(), uint32_t(token.size())),

@@ -85,7 +85,7 @@ ExitStatus take_out(const Arguments& arguments, const Options& options) {
   return ExitStatus::Ok;
 }
 
-ExitStatus show_fields(const Arguments& arguments, const Options& options, Json fields,
+ExitStatus show_fields(const Arguments& arguments, const Options& options, const Json& fields,
                        const std::optional<Failure>& missing, const std::string& source) {
   if (options.json) {
     Json document = NewDocument("tac", source);
