@@ -58,9 +58,9 @@ std::string IntegerText(ByteView contents) {
   if (negative) {
     // The two's complement; of 80 00 .. 00 it is the same octets, now without a sign.
     unsigned carry = 1;
-    for (size_t i = magnitude.size(); i-- > 0;) {
-      const unsigned sum = (~magnitude[i] & 0xFFu) + carry;
-      magnitude[i] = static_cast<uint8_t>(sum);
+    for (auto octet = magnitude.rbegin(); octet != magnitude.rend(); ++octet) {
+      const unsigned sum = (~*octet & 0xFFu) + carry;
+      *octet = static_cast<uint8_t>(sum);
       carry = sum >> 8;
     }
   }

@@ -17,7 +17,6 @@ using test::Big;
 using test::ConstantSource;
 using test::EachAllocationFails;
 using test::ListSource;
-using test::power_of_two;
 using test::SeededSource;
 
 std::string hex(uint64_t n) {

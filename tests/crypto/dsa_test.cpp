@@ -14,7 +14,6 @@ namespace qex {
 namespace {
 
 using test::Big;
-using test::ConstantSource;
 using test::EachAllocationFails;
 using test::ListSource;
 using test::ones;

@@ -4,6 +4,8 @@
 #include <netdb.h>
 #include <unistd.h>
 
+/* The header of the system has names that are its own.
+ * NOLINTNEXTLINE(readability-inconsistent-declaration-parameter-name) */
 int getaddrinfo(const char* node, const char* service, const struct addrinfo* hints,
                 struct addrinfo** result) {
   (void)node;

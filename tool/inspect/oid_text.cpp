@@ -39,8 +39,8 @@ void add(Digits128& number, unsigned addend) {
 }
 
 void append_subidentifier(std::vector<uint8_t>& octets, const Digits128& number) {
-  for (size_t i = number.size(); i-- > 0;) {
-    octets.push_back(static_cast<uint8_t>(number[i] | (i == 0 ? 0 : 0x80)));
+  for (auto digit = number.rbegin(); digit != number.rend(); ++digit) {
+    octets.push_back(static_cast<uint8_t>(*digit | (digit + 1 == number.rend() ? 0 : 0x80)));
   }
 }
 
@@ -64,7 +64,8 @@ std::string decimal_text(std::span<const uint8_t> subidentifier, unsigned subtra
   }
   while (decimal.size() > 1 && decimal.back() == 0) decimal.pop_back();
   std::string text;
-  for (size_t i = decimal.size(); i-- > 0;) text += static_cast<char>('0' + decimal[i]);
+  for (auto digit = decimal.rbegin(); digit != decimal.rend(); ++digit)
+    text += static_cast<char>('0' + *digit);
   return text;
 }
 
