@@ -26,8 +26,8 @@
 namespace qex::test {
 namespace {
 
-// Under valgrind and emulators, where each octet costs many times as much, a few of them do.
-const size_t kLevels = UnderValgrind() || Emulated() ? 20000 : 1000000;
+// Under sanitizers, valgrind and emulators, where each octet costs many times as much, a few of them do.
+const size_t kLevels = kSanitized || UnderValgrind() || Emulated() ? 20000 : 1000000;
 
 // The identifier of an open type that holds a ContentInfo, which may hold the next.
 constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";
