@@ -4,7 +4,7 @@
 // emulator that is the emulator's, because this machine does not start the program by itself.
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <string.h>
 #include <vector>
 
 #include "tests/support/instrumentation.h"
@@ -23,7 +23,8 @@ bool qex::test::Emulated() {
 
 int main(int argc, char** argv) {
   std::vector<char*> words;
-  for (char* word = std::strtok(emulator, " "); word != nullptr; word = std::strtok(nullptr, " "))
+  char* rest = nullptr;
+  for (char* word = strtok_r(emulator, " ", &rest); word != nullptr; word = strtok_r(nullptr, " ", &rest))
     words.push_back(word);
   words.insert(words.end(), argv, argv + argc);
   int count = int(words.size());
