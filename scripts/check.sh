@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # What is looked for beyond scripts/test.sh: sanitizers that need clang, valgrind, static analysis, and
-# whether two builds give the same library. Goes on after a failure and closes with a table.
+# whether two builds give the same library. Goes on after a failure and closes with the last lines of each
+# step that failed, and a table.
 #
 # usage: scripts/check.sh [STEP...]     default: all, in the order of the list below
 set -uo pipefail
@@ -53,7 +54,7 @@ step_fuzz() {  # ten seconds for each fuzz target
 }
 
 usage() {
-  sed -n '2,5s/^# \{0,1\}//p' "$0"
+  sed -n '2,6s/^# \{0,1\}//p' "$0"
   echo
   sed -n 's/^step_\(\w*\)() {  # \(.*\)/\1\t\2/p' "$0" | expand -t 16
 }
@@ -69,16 +70,24 @@ done
 
 scripts/setup.sh check fuzz format || exit 1
 
+logs=$(mktemp -d)
+trap 'rm -rf "$logs"' EXIT
 status=0
 table=
+failed=()
 for step in "${chosen[@]}"; do
   echo
   echo "== $step"
   started=$SECONDS
   # Not as a condition: there the first command that fails would not end the step.
-  (set -e; "step_$step")
-  if [ $? -eq 0 ]; then verdict=passed; else verdict=FAILED status=1; fi
+  (set -e; "step_$step") 2>&1 | tee "$logs/$step"
+  if [ "${PIPESTATUS[0]}" -eq 0 ]; then verdict=passed; else verdict=FAILED status=1 failed+=("$step"); fi
   table+=$(printf '%-14s %-6s %6d s' "$step" "$verdict" $((SECONDS - started)))$'\n'
+done
+for step in "${failed[@]}"; do
+  echo
+  echo "== $step: failed"
+  tail -n 60 "$logs/$step"
 done
 echo
 printf '%s' "$table"

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # The whole check: sets up, builds and tests the release and the sanitizer preset, and closes with
-# the last lines of ctest for each.
+# what the tests that failed printed and the last lines of ctest for each.
 #
 # usage: scripts/test.sh [PRESET...]     default: release asan
 set -uo pipefail
@@ -37,6 +37,8 @@ echo "== $verdict"
 for preset in "${presets[@]}"; do
   echo
   echo "== $preset"
+  # What tests that failed printed: from the line that says so to the next line of ctest.
+  sed -n '/\*\*\*/,/^ *\(Start\|[0-9]*\/[0-9]* Test\) /p' "$logs/$preset" | head -n 200
   # From ctest's count of the tests on, or whatever stands in its place.
   sed -n '/tests passed,/,$p' "$logs/$preset" | grep . || tail -n 3 "$logs/$preset"
 done
