@@ -316,13 +316,7 @@ TEST_F(Depth, OfTheCertificateOfTheCaller) {
 // A DSA signature is an encoding of its own.
 TEST_F(Depth, OfDsaSignatures) {
   const DsaKey key = TestDsaKey("1024/160 sha1");
-  CertificateMaker authority;
-  authority.subject_public_key_info = DsaPublicKeyInfo(key);
-  TokenMaker maker;
-  maker.certificates = {authority.encode()};
-  maker.signer().certificate = maker.certificates[0];
-  maker.signer().digest = kSha1;
-  maker.signer().signature_algorithm = kDsaWithSha1;
+  TokenMaker maker = DsaTokenMaker(key);
   DsaPair pair;
   maker.signer().sign = [&](const Octets& hash) {
     pair = DsaSign(key, hash);

@@ -17,19 +17,9 @@ constexpr int32_t kLacksAPart = 100;
 
 // DsaToken is a token under a key of its own, its parts open to change until it is encoded.
 struct DsaToken {
-  explicit DsaToken(const DsaKey& key, const char* digest = kSha1)
-      : DsaToken(key, DsaPublicKeyInfo(key), digest) {}
-  DsaToken(const DsaKey& key, const Octets& public_key_info, const char* digest = kSha1) {
-    CertificateMaker authority;
-    authority.subject_public_key_info = public_key_info;
-    certificate = authority.encode();
-    maker.certificates = {certificate};
-    maker.signer().certificate = certificate;
-    maker.signer().digest = digest;
-    maker.signer().signature_algorithm = digest == std::string(kSha1) ? kDsaWithSha1 : kDsaWithSha256;
-    maker.signer().signature_parameters = {};
-    maker.signer().sign = [key](const Octets& hash) { return SigValue(DsaSign(key, hash)); };
-  }
+  explicit DsaToken(const DsaKey& key, const char* digest = kSha1) : maker(DsaTokenMaker(key, digest)) {}
+  DsaToken(const DsaKey& key, const Octets& public_key_info)
+      : maker(DsaTokenMaker(key, kSha1, public_key_info)) {}
 
   // expect asks with the token's certificate and with the caller's.
   void expect(int32_t code, int32_t error = 0) const {
@@ -46,7 +36,7 @@ struct DsaToken {
   }
 
   TokenMaker maker;
-  Octets certificate;
+  Octets certificate = maker.certificates[0];
 };
 
 const DsaKey& key160() {

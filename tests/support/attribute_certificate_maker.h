@@ -115,7 +115,7 @@ Octets ByHand(const AttributeParts& parts);
 // attributes need no registered type that EnsureAsnInit has not entered, which both see to.
 AttributeCertificate* Build(Records& records, const AttrCertParts& parts);
 AttributeCertificateV1* BuildV1(Records& records, const AttrCertParts& parts, bool published);
-Attribute* Build(Records& records, const AttributeParts& parts);
+qex::Attribute* Build(Records& records, const AttributeParts& parts);
 Name* BuildDirectoryName(Records& records, const std::vector<std::pair<std::string, std::string>>& names);
 AlgorithmIdentifier* BuildAlgorithm(Records& records, const std::string& identifier, bool with_null);
 Octets ByEncoders(const AttrCertParts& parts);

@@ -9,7 +9,6 @@
 #include "tests/support/big.h"
 #include "tests/support/octets.h"
 #include "tests/support/random_source.h"
-#include "tests/support/rsa_signer.h"
 
 namespace qex::test {
 namespace {
@@ -72,6 +71,20 @@ Octets DssParms(const DsaKey& key) {
 
 Octets DsaPublicKeyInfo(const DsaKey& key) {
   return der::sequence(der::algorithm(kDsa, DssParms(key)), der::bit_string(der::unsigned_integer(key.y)));
+}
+
+TokenMaker DsaTokenMaker(const DsaKey& key, const std::string& digest, const Octets& public_key_info) {
+  CertificateMaker authority;
+  authority.subject_public_key_info = public_key_info.empty() ? DsaPublicKeyInfo(key) : public_key_info;
+  TokenMaker maker;
+  maker.certificates = {authority.encode()};
+  SignerMaker& signer = maker.signer();
+  signer.certificate = maker.certificates[0];
+  signer.digest = digest;
+  signer.signature_algorithm = digest == kSha1 ? kDsaWithSha1 : kDsaWithSha256;
+  signer.signature_parameters = {};
+  signer.sign = [key](const Octets& hash) { return SigValue(DsaSign(key, hash)); };
+  return maker;
 }
 
 }  // namespace qex::test

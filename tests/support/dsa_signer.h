@@ -1,11 +1,12 @@
-// DSA keys for tests and signatures made with them by the library's own signing, which is held to the
-// example of FIPS 186 and to other makers' verification in tests of its own.
+// DSA keys for tests, and signatures and tokens made with them by the library's own signing, which is held to
+// the example of FIPS 186 and to other makers' verification in tests of its own.
 #pragma once
 
 #include <cstdint>
 #include <string>
 
 #include "tests/support/der.h"
+#include "tests/support/token_maker.h"
 
 namespace qex::test {
 
@@ -39,5 +40,10 @@ Octets SigValue(const DsaPair& pair);
 // SubjectPublicKeyInfo.
 Octets DssParms(const DsaKey& key);
 Octets DsaPublicKeyInfo(const DsaKey& key);
+
+// DsaTokenMaker returns the maker of a token that DsaSign signs under `key`, its digest SHA-1 or SHA-256. The
+// certificate in the token, which its signer names, is of `public_key_info`; not set: that of `key`.
+TokenMaker DsaTokenMaker(const DsaKey& key, const std::string& digest = kSha1,
+                         const Octets& public_key_info = {});
 
 }  // namespace qex::test

@@ -185,16 +185,7 @@ TstInfoMaker full_tst_info() {
 }
 
 TokenSample dsa_token() {
-  const DsaKey key = TestDsaKey("1024/160 sha1");
-  CertificateMaker authority;
-  authority.subject_public_key_info = DsaPublicKeyInfo(key);
-  TokenMaker maker;
-  maker.certificates = {authority.encode()};
-  maker.signer().certificate = maker.certificates[0];
-  maker.signer().digest = kSha1;
-  maker.signer().signature_algorithm = kDsaWithSha1;
-  maker.signer().signature_parameters = {};
-  maker.signer().sign = [&](const Octets& hash) { return SigValue(DsaSign(key, hash)); };
+  TokenMaker maker = DsaTokenMaker(TestDsaKey("1024/160 sha1"));
   return {"token under a DSA key", maker.encode(), maker.certificates[0]};
 }
 
