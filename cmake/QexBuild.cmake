@@ -75,6 +75,11 @@ function(qex_harden target)
     target_compile_options(${target} PRIVATE -fcf-protection)
   endif()
   target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now,-z,noexecstack")
+endfunction()
+
+# qex_check_integers(TARGET): for sources of library and tool. Where QEX_CHECK_INTEGERS is on, integers that
+# wrap, or change in a conversion that nobody wrote, are reported, but for what is listed as meant.
+function(qex_check_integers target)
   if(QEX_CHECK_INTEGERS)
     target_compile_options(${target} PRIVATE -fsanitize=integer,implicit-conversion
                            "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/integers_meant.txt"
