@@ -339,10 +339,10 @@ int32_t NameToText(char* text, size_t size, const AsnList* name) {
       continue;
     }
     char* end = std::ranges::copy(label, text + used).out;
-    *end++ = '=';
-    end = std::copy_n(reinterpret_cast<const char*>(value.data), value.size, end);
-    *end = '\0';
-    // Deliberate: a zero byte inside the value ends the text there, and what follows is put in its place.
+    std::memcpy(end, "=", 2);
+    // Deliberate: a zero byte inside the value ends the text there, and what follows is put in its place. No
+    // terminator is put behind the value, so that what a shorter one leaves of those bytes shows behind it.
+    std::copy_n(reinterpret_cast<const char*>(value.data), value.size, end + 1);
     if (!last) std::memcpy(text + strnlen(text, size), ";", 2);
   }
   return result;

@@ -155,7 +155,8 @@ Octets TextOid(std::string_view text) {
 }
 
 std::optional<std::string> NameText(const Tlv& rdnSequence, size_t size, bool* fitted) {
-  std::string text;
+  // Nothing ends a value but the zero bytes that are there before or come with it.
+  std::string field(size, '\0');
   *fitted = true;
   for (const Tlv& rdn : rdnSequence.children) {
     if (rdn.children.empty()) continue;
@@ -169,17 +170,17 @@ std::optional<std::string> NameText(const Tlv& rdnSequence, size_t size, bool* f
     if (!value) continue;
     const std::string name = name_of(type);
     const bool last = &rdn == &rdnSequence.children.back();
-    if (text.size() + name.size() + value->size() + (last ? 2 : 3) > size) {
+    const size_t used = up_to_zero(field).size();
+    if (used + name.size() + value->size() + (last ? 2 : 3) > size) {
       *fitted = false;
       continue;
     }
-    text += name;
-    text += '=';
-    text += *value;
-    text = up_to_zero(text);
-    if (!last) text += ';';
+    const std::string head = name + '=' + '\0';
+    field.replace(used, head.size(), head);
+    field.replace(used + head.size() - 1, value->size(), *value);
+    if (!last) field.replace(up_to_zero(field).size(), 2, std::string(";\0", 2));
   }
-  return text;
+  return up_to_zero(field);
 }
 
 std::optional<int32_t> IntegerOf(const Tlv* integer) {

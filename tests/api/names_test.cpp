@@ -376,6 +376,24 @@ TEST(NameToText, TwoOctetCharactersEndTheText) {
             (Rendered{0, "CN= A;C=GB"}));
 }
 
+// Deliberate: values are copied over the text and end nowhere but where the text was cleared, so that octets
+// of a value with a zero octet show behind a shorter one that is put in their place.
+TEST(NameToText, OctetsBehindAZeroOctetShowAgainBehindAShorterValue) {
+  const Octets example = der::element(0x1E, Octets{0, 'E', 0, 'x', 0, 'a', 0, 'm'});
+  const Octets three = der::element(0x1E, Octets{0, 'T', 0, 'S', 0, 'A'});
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", three}, {"2.5.4.6", kCountry}}), 512, true),
+            (Rendered{0, "CN=;C=GBA"}));
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.10", example}, {"2.5.4.3", der::utf8_string("TSA")}}), 512, true),
+            (Rendered{0, "O=;CN=TSAm"}));
+  EXPECT_EQ(
+      rendered(DirectoryName({{"2.5.4.3", three}, {"2.5.4.6", kCountry}, {"2.5.4.10", example}}), 512, true),
+      (Rendered{0, "CN=;C=GBA;O="}));
+  // An empty value shows nothing: its "=" is an end too.
+  const Octets tail = der::element(0x0C, Octets{0, 'a', 'b', 'c', 'd', 'e'});
+  EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", tail}, {"2.5.4.6", der::printable_string("")}}), 512, true),
+            (Rendered{0, "CN=;C="}));
+}
+
 TEST(NameToText, NothingIsEscaped) {
   EXPECT_EQ(
       rendered(DirectoryName({{"2.5.4.3", der::utf8_string("a;b=c,\\\"\n")}, {"2.5.4.6", kCountry}})).text,
