@@ -138,6 +138,29 @@ std::vector<std::string> names_of_exports() {
   return names;
 }
 
+// Faulty is what came of a call some of whose allocations failed.
+struct Faulty {
+  Failure failure;
+  Octets memory;
+  size_t refused;  // allocations that failed
+  long left;       // blocks that the call left behind
+};
+
+// run_with_faults lets `succeed` allocations of the call succeed and the `fail` behind them fail.
+Faulty run_with_faults(const ExportCall& call, size_t succeed, size_t fail) {
+  Faulty ran{{0, 0}, call.memory, 0, 0};
+  lastAsnError = kUntouched;
+  const long before = LiveBlocks();
+  {
+    const FailingAlloc failing(succeed, fail);
+    ran.failure.code = call.call(ran.memory.data());
+    ran.refused = failing.refused();
+  }
+  ran.failure.error = lastAsnError;
+  ran.left = LiveBlocks() - before;
+  return ran;
+}
+
 class EachAllocation : public ::testing::TestWithParam<std::string> {
  protected:
   void SetUp() override {
@@ -152,23 +175,13 @@ class EachAllocation : public ::testing::TestWithParam<std::string> {
     Steps steps;
     for (size_t succeed = 0;; ++succeed) {
       SCOPED_TRACE(std::to_string(succeed) + " allocations succeed");
-      Octets memory = call.memory;
-      lastAsnError = kUntouched;
-      const long before = LiveBlocks();
-      int32_t code = 0;
-      size_t refused = 0;
-      {
-        const FailingAlloc failing(succeed, fail);
-        code = call.call(memory.data());
-        refused = failing.refused();
-      }
-      EXPECT_EQ(LiveBlocks(), before) << "nothing is lost";
+      const auto [failure, memory, refused, left] = run_with_faults(call, succeed, fail);
+      EXPECT_EQ(left, 0) << "nothing is lost";
       if (refused == 0) {
-        EXPECT_TRUE((Ran{code, memory} == expected));
+        EXPECT_TRUE((Ran{failure.code, memory} == expected));
         return steps;
       }
       ++faults_;
-      const Failure failure{code, lastAsnError};
       if (steps.empty() || steps.back() != failure) steps.push_back(failure);
       expect_promised(call, failure, memory);
       if (!UnderValgrind() || succeed % 16 == 0) {
@@ -258,22 +271,12 @@ TEST(Allocation, DigestsAllocateInTheirInitAlone) {
 bool fail_initialisation(const std::vector<ExportCall>& calls, size_t succeed, size_t fail) {
   for (const ExportCall& call : calls) {
     SCOPED_TRACE(call.name() + " after " + std::to_string(succeed) + " allocations");
-    Octets memory = call.memory;
-    lastAsnError = kUntouched;
-    const long before = LiveBlocks();
-    int32_t code = 0;
-    size_t refused = 0;
-    {
-      const FailingAlloc failing(succeed, fail);
-      code = call.call(memory.data());
-      refused = failing.refused();
-    }
+    const auto [failure, memory, refused, left] = run_with_faults(call, succeed, fail);
     AsnAny any{};
     SetAnyTypeByOid(&any, kIdSignedData);
     if (any.ai != nullptr) return true;
     EXPECT_GT(refused, 0u);
-    EXPECT_EQ(LiveBlocks(), before) << "what was built is released";
-    const Failure failure{code, lastAsnError};
+    EXPECT_EQ(left, 0) << "what was built is released";
     EXPECT_EQ(failure, (Failure{QEX_E_NOMEM, kUntouched})) << "no decoding was begun";
     if (call.name() != "QEX_GetTST_TSACert" && call.name() != "QEX_GetTST_TimeAttributeCert") {
       expect_promised(call, failure, memory);
