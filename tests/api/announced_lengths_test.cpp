@@ -6,7 +6,6 @@
 // asked for.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cstring>
 #include <set>
 #include <string>
@@ -21,9 +20,8 @@
 #include "tests/support/exports.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/guarded.h"
-#include "tests/support/messages.h"
 #include "tests/support/readers.h"
-#include "tests/support/token_parts.h"
+#include "tests/support/small_messages.h"
 
 namespace qex::test {
 namespace {
@@ -31,8 +29,7 @@ namespace {
 constexpr size_t kLargestBlock = 64 * 1024;  // far above what these messages need
 
 Octets announced(const Octets& message, const Place& place, const Octets& length) {
-  const Octets content(message.begin() + ptrdiff_t(place.content), message.begin() + ptrdiff_t(place.end));
-  return Replaced(message, place, der::concat(Octets{place.tag}, length, content));
+  return Replaced(message, place, der::concat(Octets{place.tag}, length, ContentAt(message, place)));
 }
 
 Octets in_four_octets(size_t n) {
@@ -77,13 +74,6 @@ bool is_end_of_string(int32_t error) {
   return error == -4 || error == -20 || error == -21;
 }
 
-// is_in_string tells whether a primitive string stands around `place`, which is then decoded apart.
-bool is_in_string(const std::vector<Place>& places, const Place& place) {
-  return std::any_of(places.begin(), places.end(), [&](const Place& around) {
-    return (around.tag & 0x20) == 0 && around.content <= place.start && place.end <= around.end;
-  });
-}
-
 // try_place announces other lengths at one element.
 void try_place(const Readers& readers, const Octets& message, const Place& place, bool in_string) {
   const Octets too_long = announced(message, place, in_four_octets(message.size() + 1000));
@@ -117,35 +107,21 @@ void try_all(const Readers& readers, const Octets& message) {
   const std::vector<Place> places = PlacesIn(message, PlaceAt(message, 0));
   EXPECT_GT(places.size(), 10u);
   for (const Place& place : places) {
-    try_place(readers, message, place, is_in_string(places, place));
+    try_place(readers, message, place, IsInString(places, place));
     if (::testing::Test::HasFailure()) FAIL() << "at " << place.start << ", identifier " << int{place.tag};
   }
 }
 
 TEST(AnnouncedLengths, OfRequests) {
-  try_all(RequestReaders(),
-          RequestWith(der::oid("1.2.3"), der::integer(5), der::boolean(true),
-                      der::context(0, der::sequence(der::oid("1.2.3"), der::octet_string({1, 2})))));
+  try_all(RequestReaders(), SmallRequest());
 }
 
 TEST(AnnouncedLengths, OfReplies) {
-  const Octets text = der::sequence(der::utf8_string("no"), der::utf8_string("more"));
-  try_all(ReplyReaders(), Response(StatusInfo(1, text, der::bit_string({0x20}, 5)),
-                                   der::sequence(der::oid(kData), der::context(0, der::octet_string({1})))));
+  try_all(ReplyReaders(), SmallReply(der::bit_string({0x20}, 5)));
 }
 
 TEST(AnnouncedLengths, OfTokens) {
-  AttrCertParts tac;
-  tac.signature = Octets(8, 0x5A);
-  TokenParts parts;
-  TstInfoMaker info;
-  info.accuracy = der::sequence(der::integer(1), der::context_primitive(0, Octets{2}));
-  info.nonce = der::integer(77);
-  info.tsa = der::context(0, der::context(4, CertificateMaker().subject));
-  parts.tst_info = info.encode();
-  parts.certificates = {{PlainCertificate(), AttrCert(CertificateParts::kV1, tac), OtherFormat()}};
-  parts.signer().signer_attributes = {{{{{PlainAttribute()}, {}}, {{}, tac}}}};
-  try_all(TokenReaders(AuthorityCertificate(), ByHand(tac)), ByHand(parts));
+  try_all(TokenReaders(AuthorityCertificate(), ByHand(SmallAttrCert())), ByHand(SmallToken()));
 }
 
 TEST(AnnouncedLengths, OfTheCertificateOfTheCaller) {

@@ -2,7 +2,6 @@
 // which has 26 octets for each.
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,29 +11,15 @@
 #include "ber/constructed.h"
 #include "ber/memory.h"
 #include "tests/support/deep.h"
-#include "tests/support/messages.h"
 #include "tests/support/readers.h"
+#include "tests/support/small_messages.h"
 #include "tests/support/small_stack.h"
-#include "tests/support/token_parts.h"
 
 namespace qex::test {
 namespace {
 
 // Where frames are large the bound is what counts, and not the stack.
 const size_t kLevels = kSmallFrames && !UnderValgrind() && !Emulated() ? 10000 : 500;
-
-// The identifier of an open type that holds a ContentInfo, which may hold the next.
-constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";
-
-constexpr uint8_t kConstructed = 0x20;
-
-// A string of `tag`, constructed, around `levels` constructed ones and the primitive one of `content`.
-Octets strings_in(uint8_t tag, const Octets& content, size_t levels, Lengths lengths) {
-  const uint8_t part = (tag & ~kConstructed) == 0x03 ? 0x03 : 0x04;
-  return Nested(1, {{uint8_t(tag | kConstructed), {}}},
-                Nested(levels, {{uint8_t(part | kConstructed), {}}}, der::element(part, content), lengths),
-                lengths);
-}
 
 class DepthEverywhere : public ::testing::Test {
  protected:
@@ -71,15 +56,14 @@ class DepthEverywhere : public ::testing::Test {
   void try_strings(const Readers& readers, const Octets& message, const std::vector<Place>& places,
                    const Place& place, Lengths lengths) {
     if ((place.tag & kConstructed) != 0) return;
-    const bool in_string = std::any_of(places.begin(), places.end(), [&](const Place& around) {
-      return (around.tag & kConstructed) == 0 && around.content <= place.start && place.end <= around.end;
-    });
-    const Octets content(message.begin() + ptrdiff_t(place.content), message.begin() + ptrdiff_t(place.end));
-    const Octets deep = Replaced(message, place, strings_in(place.tag, content, kLevels, lengths));
-    const Octets shallow = Replaced(message, place, strings_in(place.tag, content, 0, lengths));
-    const std::vector<Ran> all = read_all(readers, deep);
-    if (in_string) return;
-    const std::vector<Ran> expected = read_all(readers, shallow);
+    const auto with_levels = [&](size_t levels) {
+      const uint8_t part = place.tag == 0x03 ? 0x03 : 0x04;
+      const Octets content = ContentAt(message, place);
+      return Replaced(message, place, NestedStrings(place.tag, part, content, levels, lengths));
+    };
+    const std::vector<Ran> all = read_all(readers, with_levels(1 + kLevels));
+    if (IsInString(places, place)) return;
+    const std::vector<Ran> expected = read_all(readers, with_levels(1));
     for (size_t i = 0; i < readers.size(); ++i) {
       EXPECT_TRUE(all[i] == expected[i]) << readers[i].name << " " << all[i].code << " " << expected[i].code;
     }
@@ -88,7 +72,7 @@ class DepthEverywhere : public ::testing::Test {
   // As the parameters of an algorithm, and as the value of an attribute.
   void try_open_types(const Readers& readers, const Octets& message, const Place& place, Lengths lengths) {
     const Octets identifier = der::oid(kSelfContaining);
-    const Octets deep = Nested(kLevels, {{0x30, identifier}, {0xA0, {}}}, der::null(), lengths);
+    const Octets deep = NestedOpenTypes(kLevels, lengths);
     for (const Octets& value : {deep, der::set(deep), der::context(0, deep)}) {
       read_all(readers, Replaced(message, place, der::sequence(identifier, value)));
     }
@@ -112,29 +96,16 @@ class DepthEverywhere : public ::testing::Test {
 };
 
 TEST_F(DepthEverywhere, InARequest) {
-  try_all(RequestReaders(),
-          RequestWith(der::oid("1.2.3"), der::integer(5), der::boolean(true),
-                      der::context(0, der::sequence(der::oid("1.2.3"), der::octet_string({1, 2})))));
+  try_all(RequestReaders(), SmallRequest());
 }
 
 TEST_F(DepthEverywhere, InAReply) {
-  const Octets text = der::sequence(der::utf8_string("no"), der::utf8_string("more"));
-  try_all(ReplyReaders(), Response(StatusInfo(1, text, der::bit_string({0x20, 0x00})),
-                                   der::sequence(der::oid(kData), der::context(0, der::octet_string({1})))));
+  // Without unused bits: behind some, the next reader would take no constructed BIT STRING.
+  try_all(ReplyReaders(), SmallReply(der::bit_string({0x20, 0x00})));
 }
 
 TEST_F(DepthEverywhere, InAToken) {
-  AttrCertParts tac;
-  tac.signature = Octets(8, 0x5A);
-  TstInfoMaker info;
-  info.accuracy = der::sequence(der::integer(1), der::context_primitive(0, Octets{2}));
-  info.nonce = der::integer(77);
-  info.tsa = der::context(0, der::context(4, CertificateMaker().subject));
-  TokenParts parts;
-  parts.tst_info = info.encode();
-  parts.certificates = {{PlainCertificate(), AttrCert(CertificateParts::kV1, tac), OtherFormat()}};
-  parts.signer().signer_attributes = {{{{{PlainAttribute()}, {}}, {{}, tac}}}};
-  try_all(TokenReaders(AuthorityCertificate(), ByHand(tac)), ByHand(parts));
+  try_all(TokenReaders(AuthorityCertificate(), ByHand(SmallAttrCert())), ByHand(SmallToken()));
 }
 
 TEST_F(DepthEverywhere, InTheCertificateOfTheCaller) {

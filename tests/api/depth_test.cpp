@@ -20,8 +20,8 @@
 #include "tests/support/dsa_signer.h"
 #include "tests/support/messages.h"
 #include "tests/support/readers.h"
+#include "tests/support/small_messages.h"
 #include "tests/support/small_stack.h"
-#include "tests/support/token_parts.h"
 
 namespace qex::test {
 namespace {
@@ -29,23 +29,7 @@ namespace {
 // Under sanitizers, valgrind and emulators, where each octet costs many times as much, a few of them do.
 const size_t kLevels = kSanitized || UnderValgrind() || Emulated() ? 20000 : 1000000;
 
-// The identifier of an open type that holds a ContentInfo, which may hold the next.
-constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";
-
 // --- Deep values -------------------------------------------------------------------------------
-
-Octets open_types(size_t levels, Lengths lengths) {
-  return Nested(levels, {{0x30, der::oid(kSelfContaining)}, {0xA0, {}}}, der::null(), lengths);
-}
-
-// in_strings returns a string of the tag `tag`, constructed, with `levels` - 1 constructed ones of the type
-// `part` inside each other and the primitive one of `content` in the innermost.
-Octets in_strings(uint8_t tag, uint8_t part, const Octets& content, size_t levels, Lengths lengths) {
-  const Octets innermost = der::element(part, content);
-  const Octets parts = Nested(levels - 1, {{uint8_t(part | 0x20), {}}}, innermost, lengths);
-  if (lengths == Lengths::kIndefinite) return der::indefinite(uint8_t(tag | 0x20), parts);
-  return der::element(uint8_t(tag | 0x20), parts);
-}
 
 Octets same_tags(uint8_t tag, size_t levels, Lengths lengths) {
   return Nested(levels, {{tag, {}}}, {}, lengths);
@@ -74,19 +58,12 @@ Octets self_containing_algorithm() {
 // A token with a part of every kind: all kinds of certificates, both versions of the attribute, claimed and
 // certified attributes.
 TokenParts rich_token() {
-  TokenParts parts;
-  TstInfoMaker info;
-  info.accuracy = der::sequence(der::integer(1), der::context_primitive(0, Octets{2}));
-  info.nonce = der::integer(77);
-  info.tsa = der::context(0, der::context(4, CertificateMaker().subject));
+  TokenParts parts = SmallToken();
+  TstInfoMaker info = SmallTstInfo();
   info.extensions = der::context(1, der::sequence(der::oid("1.2.3"), der::octet_string({1})));
   parts.tst_info = info.encode();
-  AttrCertParts tac;
-  tac.signature = Octets(8, 0x5A);
-  parts.certificates = {{PlainCertificate(), AttrCert(CertificateParts::kV1, tac), OtherFormat(),
-                         AttrCert(CertificateParts::kV2, tac)}};
+  parts.certificates->push_back(AttrCert(CertificateParts::kV2, SmallAttrCert()));
   parts.signer().certificate_ids_v2 = {{{"", Octets(32, 3)}, {kSha512, Octets(64, 4)}}};
-  parts.signer().signer_attributes = {{{{{PlainAttribute()}, {}}, {{}, tac}}}};
   return parts;
 }
 
@@ -140,14 +117,14 @@ class Depth : public ::testing::Test {
   // The three kinds of nesting in the place of the mark, a million levels of each.
   void expect_open_types_refused(const Readers& readers, const Octets& message) {
     for (const Lengths lengths : kBoth) {
-      expect_refused(readers, with_deep(message, open_types(kLevels, lengths)), kOpenTypeDepthCode);
+      expect_refused(readers, with_deep(message, NestedOpenTypes(kLevels, lengths)), kOpenTypeDepthCode);
     }
   }
   void expect_strings_decode(const Readers& readers, const Octets& message, uint8_t tag, uint8_t part,
                              const Octets& content) {
-    const Octets shallow = with_deep(message, in_strings(tag, part, content, 1, Lengths::kDefinite));
+    const Octets shallow = with_deep(message, NestedStrings(tag, part, content, 1, Lengths::kDefinite));
     for (const Lengths lengths : kBoth) {
-      expect_same(readers, shallow, with_deep(message, in_strings(tag, part, content, kLevels, lengths)));
+      expect_same(readers, shallow, with_deep(message, NestedStrings(tag, part, content, kLevels, lengths)));
     }
   }
   void expect_other_tags_refused(const Readers& readers, const Octets& message) {
@@ -206,7 +183,7 @@ TEST_F(Depth, OfReplies) {
 TEST_F(Depth, OfTokens) {
   const Readers readers = token_readers();
   for (const Lengths lengths : kBoth) {
-    expect_refused(readers, open_types(kLevels, lengths), kOpenTypeDepthCode);
+    expect_refused(readers, NestedOpenTypes(kLevels, lengths), kOpenTypeDepthCode);
   }
   expect_nothing_else_decodes(readers);
   TokenMaker maker;
@@ -233,9 +210,10 @@ TEST_F(Depth, OfStringsInTokens) {
     const bool is_signature = place.tag == 0x04 && element.size() > 128 && place.end == token.size();
     if (!is_content && !is_signature) continue;
     ++replaced;
-    const Octets content(token.begin() + ptrdiff_t(place.content), token.begin() + ptrdiff_t(place.end));
+    const Octets content = ContentAt(token, place);
     for (const Lengths lengths : kBoth) {
-      expect_same(readers, token, Replaced(token, place, in_strings(0x04, 0x04, content, kLevels, lengths)));
+      const Octets deep = NestedStrings(0x04, 0x04, content, kLevels, lengths);
+      expect_same(readers, token, Replaced(token, place, deep));
     }
   }
   EXPECT_EQ(replaced, 2u);
@@ -372,7 +350,7 @@ TEST_F(Depth, OfAttributeCertificates) {
 TEST_F(Depth, OfAnAttributeCertificateThatIsMatched) {
   const Octets token = TokenMaker().encode();
   for (const Lengths lengths : kBoth) {
-    const Octets tac = open_types(kLevels, lengths);
+    const Octets tac = NestedOpenTypes(kLevels, lengths);
     on_small_stack([&] {
       EXPECT_EQ(
           QEX_CheckTAC_MatchesTST(tac.data(), uint32_t(tac.size()), token.data(), uint32_t(token.size())),

@@ -38,6 +38,25 @@ inline Octets Nested(size_t levels, const std::vector<Wrap>& level, const Octets
   return reversed;
 }
 
+// The identifier of an open type that holds a ContentInfo, which may hold the next.
+inline constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";
+
+// NestedOpenTypes returns `levels` such values inside each other.
+inline Octets NestedOpenTypes(size_t levels, Lengths lengths) {
+  return Nested(levels, {{0x30, der::oid(kSelfContaining)}, {0xA0, {}}}, der::null(), lengths);
+}
+
+inline constexpr uint8_t kConstructed = 0x20;  // the bit in the identifier octet
+
+// NestedStrings returns a string of the tag `tag`, constructed, with `levels` - 1 constructed ones of the
+// type `part` inside each other and the primitive one of `content` in the innermost.
+inline Octets NestedStrings(uint8_t tag, uint8_t part, const Octets& content, size_t levels,
+                            Lengths lengths) {
+  const Octets parts =
+      Nested(levels - 1, {{uint8_t(part | kConstructed), {}}}, der::element(part, content), lengths);
+  return Nested(1, {{uint8_t(tag | kConstructed), {}}}, parts, lengths);
+}
+
 // Place is where an element stands in a message: its octets are [start, end), its content [content, end).
 struct Place {
   uint8_t tag;
@@ -78,7 +97,7 @@ inline bool HoldsElements(const Octets& message, const Place& place) {
 // PlacesIn returns `place` and all elements inside it; a string that holds an encoding is looked into.
 inline std::vector<Place> PlacesIn(const Octets& message, const Place& place) {
   std::vector<Place> all = {place};
-  const bool constructed = (place.tag & 0x20) != 0;
+  const bool constructed = (place.tag & kConstructed) != 0;
   const bool string = place.tag == 0x03 || place.tag == 0x04;
   if (!constructed && !(string && HoldsElements(message, place) && message[FirstPart(place)] == 0x30))
     return all;
@@ -87,6 +106,19 @@ inline std::vector<Place> PlacesIn(const Octets& message, const Place& place) {
     all.insert(all.end(), inside.begin(), inside.end());
   }
   return all;
+}
+
+// IsInString tells whether a primitive string among `places` stands around `place`, which is then decoded
+// apart or not at all.
+inline bool IsInString(const std::vector<Place>& places, const Place& place) {
+  return std::any_of(places.begin(), places.end(), [&](const Place& around) {
+    return (around.tag & kConstructed) == 0 && around.content <= place.start && place.end <= around.end;
+  });
+}
+
+// ContentAt returns the content of the element at `place`.
+inline Octets ContentAt(const Octets& message, const Place& place) {
+  return Octets(message.begin() + ptrdiff_t(place.content), message.begin() + ptrdiff_t(place.end));
 }
 
 // Replaced returns `message` with other octets in the place of an element, and the lengths around it right.

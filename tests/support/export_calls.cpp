@@ -12,6 +12,7 @@
 #include "tests/support/exports.h"
 #include "tests/support/files.h"
 #include "tests/support/messages.h"
+#include "tests/support/small_messages.h"
 #include "tests/support/token_samples.h"
 
 namespace qex::test {
@@ -175,11 +176,8 @@ struct TokenSample {
 };
 
 TstInfoMaker full_tst_info() {
-  TstInfoMaker info;
-  info.accuracy = der::sequence(der::integer(1), der::context_primitive(0, Octets{2}));
+  TstInfoMaker info = SmallTstInfo();
   info.ordering = der::boolean(true);
-  info.nonce = der::integer(77);
-  info.tsa = der::context(0, der::context(4, CertificateMaker().subject));
   info.extensions = der::context(1, der::sequence(der::oid("1.2.3"), der::octet_string({1})));
   return info;
 }
