@@ -79,10 +79,15 @@ endfunction()
 
 # qex_check_integers(TARGET): for sources of library and tool. Where QEX_CHECK_INTEGERS is on, integers that
 # wrap, or change in a conversion that nobody wrote, are reported, but for what is listed as meant.
+if(QEX_CHECK_INTEGERS)
+  # Patterns of the list are regular expressions, but for `*`.
+  string(REGEX REPLACE "[][.+?^$(){}|\\]" "\\\\\\0" source_pattern "${PROJECT_SOURCE_DIR}")
+  configure_file(cmake/integers_meant.txt.in integers_meant.txt @ONLY)
+endif()
 function(qex_check_integers target)
   if(QEX_CHECK_INTEGERS)
     target_compile_options(${target} PRIVATE -fsanitize=integer,implicit-conversion
-                           "-fsanitize-ignorelist=${PROJECT_SOURCE_DIR}/cmake/integers_meant.txt"
+                           "-fsanitize-ignorelist=${PROJECT_BINARY_DIR}/integers_meant.txt"
                            -fno-sanitize-recover=all)
   endif()
 endfunction()
