@@ -19,6 +19,7 @@
 #include "api/frame.h"
 #include "bench/hostile.h"
 #include "ber/memory.h"
+#include "tests/support/heap_size.h"
 
 extern "C" {
 void* __real_malloc(size_t n);
@@ -50,18 +51,13 @@ struct Account {
 };
 Account asked, heap;
 
-// A block as glibc takes it on machines of 64 bits: 8 octets in front, multiples of 16, 32 at least.
-constexpr size_t heap_size(size_t n) {
-  return std::max<size_t>(32, (n + 8 + 15) / 16 * 16);
-}
-
 void* take(size_t n) {
   if (n > SIZE_MAX - sizeof(Header)) return nullptr;
   auto* const header = static_cast<Header*>(__real_malloc(sizeof(Header) + n));
   if (header == nullptr) return nullptr;
   header->size = n;
   asked.add(n);
-  heap.add(heap_size(n));
+  heap.add(qex::test::HeapSize(n));
   return header + 1;
 }
 
@@ -69,7 +65,7 @@ void give_back(void* p) {
   if (p == nullptr) return;
   Header* const header = static_cast<Header*>(p) - 1;
   asked.live -= header->size;
-  heap.live -= heap_size(header->size);
+  heap.live -= qex::test::HeapSize(header->size);
   __real_free(header);
 }
 

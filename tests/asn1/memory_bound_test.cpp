@@ -21,6 +21,7 @@
 #include "asn1/x520.h"
 #include "tests/support/codec.h"
 #include "tests/support/files.h"
+#include "tests/support/heap_size.h"
 
 namespace qex::test {
 namespace {
@@ -84,9 +85,8 @@ using Heap = double (*)(size_t);
 double as_asked(size_t n) {
   return double(n);
 }
-// Of glibc on machines of 64 bits: 8 octets in front, multiples of 16, 32 at least.
 double with_overhead(size_t n) {
-  return double(std::max<size_t>(32, (n + 8 + 15) / 16 * 16));
+  return double(HeapSize(n));
 }
 
 class Bound {
