@@ -58,6 +58,16 @@ const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag,
   return nullptr;
 }
 
+const AsnOid& identifier_for(const Field& f, const void* rec) {
+  return *reinterpret_cast<const AsnOid*>(static_cast<const char*>(rec) + f.definedBy);
+}
+
+// The shape of the one value that stands, under `tag`, in place of the SET that the field names.
+const OpenShape* shape_in_place(const Field& f, AsnTag tag, const void* rec) {
+  if (f.type->kind != Kind::OpenList || tag == f.type->tag) return nullptr;
+  return find_shape(*f.type, identifier_for(f, rec), tag, true);
+}
+
 // Reads the end of an indefinite length if it comes next. The end of the data is left to the
 // tag decoder, which reports it.
 bool end_of_contents(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
@@ -75,15 +85,12 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
 }
 
 // The values of an attribute: a SET OF ANY DEFINED BY its type, or one value instead of the SET.
-[[gnu::noinline]] void decode_open_list(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len,
-                                        void* rec, AsnLen* bytes, AsnJmpEnv& env) {
-  const Field& f = t.fields[i];
-  const auto& identifier = *reinterpret_cast<const AsnOid*>(static_cast<const char*>(rec) + f.definedBy);
+[[gnu::noinline]] void decode_open_list(const Field& f, ExpBuf** b, AsnTag tag, AsnLen len, void* rec,
+                                        AsnLen* bytes, AsnJmpEnv& env) {
+  const AsnOid& identifier = identifier_for(f, rec);
   auto* list = static_cast<AsnList*>(place_for(f, rec, env));
   list->dataSize = sizeof(void*);
-  if (tag != f.type->tag) {
-    const OpenShape* shape = find_shape(*f.type, identifier, tag, true);
-    if (shape == nullptr) AsnRaise(env, site_code(t, Site::Missing, i));
+  if (const OpenShape* shape = shape_in_place(f, tag, rec)) {
     AsnAny* any = append_any(list, env);
     any->ai = shape->info;
     any->value = new_value(*shape->type, env);
@@ -133,7 +140,7 @@ void decode_field(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, v
                   AsnJmpEnv& env) {
   const Field& f = t.fields[i];
   if (f.tagging == Tagging::Explicit) return decode_explicit(t, i, b, len, rec, bytes, env);
-  if (f.type->kind == Kind::OpenList) return decode_open_list(t, i, b, tag, len, rec, bytes, env);
+  if (f.type->kind == Kind::OpenList) return decode_open_list(f, b, tag, len, rec, bytes, env);
   DecodeContent(*f.type, b, tag, len, place_for(f, rec, env), bytes, env);
 }
 
@@ -164,7 +171,7 @@ void decode_field(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, v
         break;
       }
     }
-    if (matches(f, tag)) {
+    if (matches(f, tag) || shape_in_place(f, tag, rec) != nullptr) {
       const AsnLen fieldLen = BDecLen(b, &used, env);
       decode_field(t, i, b, tag, fieldLen, rec, &used, env);
       tagRead = false;

@@ -293,14 +293,13 @@ constexpr TypeOf<AsnList> set_of(const char* name, const Type& element, Top top 
   return list_type(name, 0x31000000, element, top);
 }
 // A SET OF ANY DEFINED BY an identifier of the record around it. Where `shapes` says so, one
-// value stands in place of the SET, so a SEQUENCE tag is accepted too.
+// value stands in place of the SET.
 constexpr TypeOf<AsnList> open_set_of(const char* name, std::span<const OpenShape> shapes) {
   TypeOf<AsnList> t{};
   t.name = name;
   t.kind = Kind::OpenList;
   t.size = sizeof(AsnList);
   t.tag = 0x31000000;
-  t.altTag = 0x30000000;
   t.shapes = shapes;
   return t;
 }

@@ -64,6 +64,14 @@ TEST(Attribute, ASequenceInPlaceOfTheSetIsRefusedElsewhere) {
     ExpectRefused(NESTED(Attribute), sequence(oid(id), metrics(1)), site_code(kAttribute, Site::Missing, 1));
 }
 
+TEST(Attribute, ASequenceInPlaceOfTheSetIsRefusedBeforeItsLengthIsRead) {
+  const Octets noLength = {0x30, 0x85};
+  ExpectRefused(NESTED(Attribute), sequence(oid("1.2.840.113549.1.9.3"), noLength),
+                site_code(kAttribute, Site::Missing, 1));
+  Decoded metricsThere(NESTED(Attribute), sequence(oid(kMetricsContent), noLength));
+  EXPECT_EQ(metricsThere.outcome.text, "BDecLen: ERROR - length overflow\n");
+}
+
 // --- Timing attributes: two shapes, written back as they came ------------------------------
 
 struct Shape {
