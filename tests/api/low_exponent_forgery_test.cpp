@@ -92,18 +92,14 @@ TEST(LowExponentForgery, VerifiesUnderTheExponent3) {
   Forgery forgery("03");
   const Octets token = forgery.encode();
   ASSERT_TRUE(forgery.odd);
-  EXPECT_EQ(QEX_VerifyTST_Signature(token.data(), uint32_t(token.size()), forgery.certificate.data(),
-                                    uint32_t(forgery.certificate.size())),
-            QEX_OK);
+  EXPECT_EQ(Verify(token, forgery.certificate), QEX_OK);
 }
 
 TEST(LowExponentForgery, DoesNotVerifyUnderTheExponent65537) {
   Forgery forgery("010001");
   const Octets token = forgery.encode();
   ASSERT_TRUE(forgery.odd);
-  EXPECT_EQ(QEX_VerifyTST_Signature(token.data(), uint32_t(token.size()), forgery.certificate.data(),
-                                    uint32_t(forgery.certificate.size())),
-            QEX_E_SIGNATURE);
+  EXPECT_EQ(Verify(token, forgery.certificate), QEX_E_SIGNATURE);
 }
 
 }  // namespace

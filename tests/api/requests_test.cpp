@@ -297,17 +297,10 @@ int32_t decode_full(const Octets& data, GuardedRecord<QEX_TSQ_DATA_EX>* record) 
   return QEX_DecodeTSQ_Ex(record->get(), input.data(), input.size());
 }
 
-template <class Record>
-Octets octets_of(const Record& record) {
-  Octets octets(sizeof record);
-  std::memcpy(octets.data(), &record, sizeof record);
-  return octets;
-}
-
 TEST(DecodeRequest, ClearsTheRecordAndFillsWhatTheRequestHas) {
   GuardedRecord<QEX_TSQ_DATA_EX> record;
   EXPECT_EQ(decode_full(RequestWith(), &record), QEX_OK);
-  EXPECT_EQ(record.octets(), octets_of(full_record(kSha256, kImprint)));
+  EXPECT_EQ(record.octets(), OctetsOfValue(full_record(kSha256, kImprint)));
 }
 
 TEST(DecodeRequest, EveryFieldComesBackFromEveryFraming) {
@@ -319,7 +312,7 @@ TEST(DecodeRequest, EveryFieldComesBackFromEveryFraming) {
   for (const uint32_t transport : {0u, 1u, 2u}) {
     GuardedRecord<QEX_TSQ_DATA_EX> record;
     EXPECT_EQ(decode_full(Fetch(EncodedRequest(sent, transport)).octets, &record), QEX_OK) << transport;
-    EXPECT_EQ(record.octets(), octets_of(sent)) << transport;
+    EXPECT_EQ(record.octets(), OctetsOfValue(sent)) << transport;
   }
 }
 
@@ -330,7 +323,7 @@ TEST(DecodeRequest, VersionParametersAndExtensionsAreNotReported) {
       der::context(0, extension));
   GuardedRecord<QEX_TSQ_DATA_EX> record;
   EXPECT_EQ(decode_full(input, &record), QEX_OK);
-  EXPECT_EQ(record.octets(), octets_of(full_record(kSha256, kImprint)));
+  EXPECT_EQ(record.octets(), OctetsOfValue(full_record(kSha256, kImprint)));
 }
 
 TEST(DecodeRequest, CertReqFalseIs0AndAnyTrueIs1) {
@@ -349,7 +342,7 @@ TEST(DecodeRequest, ImprintAbove128IsCutAndReported) {
     expected.certReq = 1;
     EXPECT_EQ(decode_full(request(der::algorithm(kSha256), Octets(n, 0x77), der::boolean(true)), &record),
               n > 128 ? QEX_E_SIZE : QEX_OK);
-    EXPECT_EQ(record.octets(), octets_of(expected)) << n;
+    EXPECT_EQ(record.octets(), OctetsOfValue(expected)) << n;
   }
 }
 
@@ -362,7 +355,7 @@ TEST(DecodeRequest, NonceAbove40IsCutAndReported) {
     expected.nonceLength = uint32_t(n);
     EXPECT_EQ(decode_full(RequestWith(der::oid("1.2.3"), der::big_integer(Octets(n, 0x77))), &record),
               n > 40 ? QEX_E_SIZE : QEX_OK);
-    EXPECT_EQ(record.octets(), octets_of(expected)) << n;
+    EXPECT_EQ(record.octets(), OctetsOfValue(expected)) << n;
   }
 }
 
@@ -510,7 +503,7 @@ TEST(DecodeShortRequest, EveryFieldComesBack) {
   for (const int32_t transport : {0, 1, 2}) {
     GuardedRecord<QEX_TSQ_DATA> record{QEX_TSQ_DATA{}};
     EXPECT_EQ(decode_short(Fetch(EncodedShortRequest(sent, transport)).octets, &record), QEX_OK);
-    EXPECT_EQ(record.octets(), octets_of(sent));
+    EXPECT_EQ(record.octets(), OctetsOfValue(sent));
   }
 }
 
@@ -519,7 +512,7 @@ TEST(DecodeShortRequest, EveryByteOfTheRecordIsWritten) {
   record->hashAlgorithm[127] = 0;
   record->reqPolicy[0] = 0;
   EXPECT_EQ(decode_short(RequestWith(), &record), QEX_OK);
-  EXPECT_EQ(record.octets(), octets_of(short_record(kSha256, kImprint)));
+  EXPECT_EQ(record.octets(), OctetsOfValue(short_record(kSha256, kImprint)));
 }
 
 TEST(DecodeShortRequest, LongImprintIsCutTo40WithoutAReport) {
@@ -528,7 +521,7 @@ TEST(DecodeShortRequest, LongImprintIsCutTo40WithoutAReport) {
     EXPECT_EQ(decode_short(request(der::algorithm(kSha512), Octets(n, 0x77)), &record), QEX_OK);
     QEX_TSQ_DATA expected = short_record(kSha512, Octets(40, 0x77));
     expected.hashedMessageLength = uint32_t(n);
-    EXPECT_EQ(record.octets(), octets_of(expected)) << n;
+    EXPECT_EQ(record.octets(), OctetsOfValue(expected)) << n;
   }
 }
 
@@ -556,7 +549,7 @@ TEST(DecodeShortRequest, TextOfTheCallerWithoutAnEndIsReportedThoughTheRecordIsF
     std::memset(policy ? used.reqPolicy : used.hashAlgorithm, 'x', 128);
     GuardedRecord<QEX_TSQ_DATA> record{used};
     EXPECT_EQ(decode_short(RequestWith(), &record), QEX_E_SIZE);
-    EXPECT_EQ(record.octets(), octets_of(short_record(kSha256, kImprint)));
+    EXPECT_EQ(record.octets(), OctetsOfValue(short_record(kSha256, kImprint)));
     EXPECT_EQ(decode_short(RequestWith(), &record), QEX_OK) << "the record now holds texts with ends";
   }
 }
@@ -579,7 +572,7 @@ TEST(DecodeShortRequest, NonceOfMoreThan64BitsIsReportedWithAFullRecord) {
     QEX_TSQ_DATA expected = short_record(kSha256, kImprint);
     expected.nonce = row.value;
     expected.certReq = 1;
-    EXPECT_EQ(record.octets(), octets_of(expected)) << row.nonce.size();
+    EXPECT_EQ(record.octets(), OctetsOfValue(expected)) << row.nonce.size();
   }
 }
 

@@ -48,21 +48,12 @@ Octets in_ber(const Octets& der_token) {
   return der::indefinite(0x30, type, der::indefinite(0xA0, der::indefinite(0x30, content(content(tagged)))));
 }
 
-std::vector<CertificateParts> certificates_of(const std::vector<CertificateParts::Kind>& kinds) {
-  std::vector<CertificateParts> all;
-  for (const CertificateParts::Kind kind : kinds) all.push_back({kind, AuthorityCertificate(), {}});
-  return all;
-}
-
 const Octets kWithoutContent = der::sequence(der::oid(kSignedData));
 const Octets kOfData =
     der::sequence(der::oid(kData), der::context(0, der::octet_string(der::octets("plain"))));
 
-constexpr CertificateParts::Kind kPlain = CertificateParts::kCertificate;
-constexpr CertificateParts::Kind kV1 = CertificateParts::kV1;
-constexpr CertificateParts::Kind kPublishedV1 = CertificateParts::kPublishedV1;
-constexpr CertificateParts::Kind kV2 = CertificateParts::kV2;
-constexpr CertificateParts::Kind kOther = CertificateParts::kOther;
+using enum CertificateParts::Kind;
+constexpr CertificateParts::Kind kPlain = kCertificate;
 
 // --- Both exports ------------------------------------------------------------------------------
 
@@ -105,7 +96,7 @@ TEST_P(BothRewritings, RefuseWhatDoesNotDecode) {
 
 TEST_P(BothRewritings, WithoutAnOutputAreNoQuestionForTheLength) {
   TokenParts parts;
-  for (const auto& kinds : {certificates_of({kPlain}), certificates_of({kPlain, kV2})}) {
+  for (const auto& kinds : {CertificatesOf({kPlain}), CertificatesOf({kPlain, kV2})}) {
     parts.certificates = kinds;
     for (const uint32_t length : {uint32_t{0}, kRoom, kUnset}) {
       EXPECT_EQ(AskLength(Rewriting(GetParam(), ByHand(parts)), length), (Output{QEX_E_MISSING, length, {}}));
@@ -126,7 +117,7 @@ TEST_P(BothRewritings, WriteTokensWithoutSignedDataBackAsTheyAre) {
 
 TEST_P(BothRewritings, KeepThatTheTokenVerifies) {
   TokenParts parts;
-  parts.certificates = certificates_of({kV2, kPlain, kV1});
+  parts.certificates = CertificatesOf({kV2, kPlain, kV1});
   const Output output = Call(kRoom, Rewriting(GetParam(), ByHand(parts)));
   ASSERT_EQ(output.code, QEX_OK);
   EXPECT_EQ(Verify(Octets(output.octets.begin(), output.octets.begin() + output.length)), QEX_OK);
@@ -134,7 +125,7 @@ TEST_P(BothRewritings, KeepThatTheTokenVerifies) {
 
 TEST_P(BothRewritings, ReportThatMemoryRanOutAndReleaseAll) {
   TokenParts parts;
-  parts.certificates = certificates_of({kPlain, kV2});
+  parts.certificates = CertificatesOf({kPlain, kV2});
   const Octets token = ByHand(parts);
   Call(kRoom, Rewriting(GetParam(), token));  // the tables are built
   int32_t code = QEX_E_NOMEM;
@@ -183,7 +174,7 @@ TEST(TSTInfoToIDData, WritesTheSameTokenWithContentOfData) {
   for (const auto& c : cases) {
     TokenParts parts;
     parts.version = 3;
-    parts.certificates = certificates_of(c.certificates);
+    parts.certificates = CertificatesOf(c.certificates);
     parts.signers.clear();
     for (const int32_t version : c.signers) {
       parts.signers.emplace_back();
@@ -291,10 +282,10 @@ TEST(RemoveAttrCerts, TakesOutEveryAttributeCertificate) {
   for (const auto& c : cases) {
     TokenParts parts;
     parts.version = 4;
-    parts.certificates = certificates_of(c.certificates);
+    parts.certificates = CertificatesOf(c.certificates);
     const Octets token = ByHand(parts);
     parts.version = c.version;
-    parts.certificates = certificates_of(c.left);
+    parts.certificates = CertificatesOf(c.left);
     const Octets expected = ByHand(parts);
     EXPECT_EQ(rewritten(QEX_RemoveAttrCerts, token, expected.size()), output_of(QEX_OK, expected))
         << "case " << &c - cases;
@@ -304,7 +295,7 @@ TEST(RemoveAttrCerts, TakesOutEveryAttributeCertificate) {
 
 TEST(RemoveAttrCerts, LeavesAnEmptySetInTheEncoding) {
   TokenParts parts;
-  parts.certificates = certificates_of({kV2});
+  parts.certificates = CertificatesOf({kV2});
   const Output output = Call(kRoom, Rewriting(QEX_RemoveAttrCerts, ByHand(parts)));
   ASSERT_EQ(output.code, QEX_OK);
   parts.certificates.reset();
@@ -326,10 +317,10 @@ TEST(RemoveAttrCerts, GivesDataTheVersionOfItsSigners) {
     parts.version = 4;
     parts.encapsulated_type = kData;
     parts.signer().version = signer_version;
-    parts.certificates = certificates_of({kPlain, kV2});
+    parts.certificates = CertificatesOf({kPlain, kV2});
     const Octets token = ByHand(parts);
     parts.version = signer_version == 1 ? 1 : 3;
-    parts.certificates = certificates_of({kPlain});
+    parts.certificates = CertificatesOf({kPlain});
     const Octets expected = ByHand(parts);
     EXPECT_EQ(rewritten(QEX_RemoveAttrCerts, token, expected.size()), output_of(QEX_OK, expected));
   }
@@ -337,9 +328,9 @@ TEST(RemoveAttrCerts, GivesDataTheVersionOfItsSigners) {
 
 TEST(RemoveAttrCerts, NeedsRoomForTheNewEncodingOnly) {
   TokenParts parts;
-  parts.certificates = certificates_of({kPlain, kV2});
+  parts.certificates = CertificatesOf({kPlain, kV2});
   const Octets token = ByHand(parts);
-  parts.certificates = certificates_of({kPlain});
+  parts.certificates = CertificatesOf({kPlain});
   const uint32_t needed = uint32_t(ByHand(parts).size());
   ASSERT_LT(needed, token.size());
   for (const uint32_t room : {uint32_t{0}, needed - 1}) {
@@ -351,9 +342,9 @@ TEST(RemoveAttrCerts, NeedsRoomForTheNewEncodingOnly) {
 
 TEST(RemoveAttrCerts, MayWriteOverTheToken) {
   TokenParts parts;
-  parts.certificates = certificates_of({kV2, kPlain});
+  parts.certificates = CertificatesOf({kV2, kPlain});
   Guarded token(ByHand(parts));
-  parts.certificates = certificates_of({kPlain});
+  parts.certificates = CertificatesOf({kPlain});
   const Octets expected = ByHand(parts);
   uint32_t length = token.size();
   ASSERT_EQ(QEX_RemoveAttrCerts(token.data(), token.size(), token.data(), &length), QEX_OK);
@@ -363,9 +354,9 @@ TEST(RemoveAttrCerts, MayWriteOverTheToken) {
 
 TEST(RemoveAttrCerts, WritesDefiniteLengthsWhenSomethingWasTakenOut) {
   TokenParts parts;
-  parts.certificates = certificates_of({kPlain, kV1});
+  parts.certificates = CertificatesOf({kPlain, kV1});
   const Octets token = in_ber(ByHand(parts));
-  parts.certificates = certificates_of({kPlain});
+  parts.certificates = CertificatesOf({kPlain});
   const Octets expected = ByHand(parts);
   EXPECT_EQ(rewritten(QEX_RemoveAttrCerts, token, expected.size()), output_of(QEX_OK, expected));
 }
@@ -375,7 +366,7 @@ std::vector<Octets> tokens_without_attribute_certificates() {
   TokenParts parts;
   parts.version = 77;  // stays
   const Octets plain = ByHand(parts);
-  parts.certificates = certificates_of({kOther, kPlain});
+  parts.certificates = CertificatesOf({kOther, kPlain});
   const Octets with_other = ByHand(parts);
   parts.certificates.reset();
   const Octets no_set = ByHand(parts);

@@ -11,17 +11,8 @@ namespace {
 
 using Kinds = std::vector<CertificateParts::Kind>;
 
-constexpr CertificateParts::Kind kPlain = CertificateParts::kCertificate;
-constexpr CertificateParts::Kind kV1 = CertificateParts::kV1;
-constexpr CertificateParts::Kind kPublishedV1 = CertificateParts::kPublishedV1;
-constexpr CertificateParts::Kind kV2 = CertificateParts::kV2;
-constexpr CertificateParts::Kind kOther = CertificateParts::kOther;
-
-std::vector<CertificateParts> certificates_of(const Kinds& kinds) {
-  std::vector<CertificateParts> all;
-  for (const CertificateParts::Kind kind : kinds) all.push_back({kind, AuthorityCertificate(), {}});
-  return all;
-}
+using enum CertificateParts::Kind;
+constexpr CertificateParts::Kind kPlain = kCertificate;
 
 SignedData* signed_data(const ContentInfo* token) {
   return static_cast<SignedData*>(token->content.value);
@@ -57,7 +48,7 @@ TEST(SignedDataVersion, FollowsTheLastAttributeOrOtherCertificate) {
     for (const auto& c : cases) {
       TokenParts parts;
       parts.encapsulated_type = type;
-      parts.certificates = certificates_of(c.kinds);
+      parts.certificates = CertificatesOf(c.kinds);
       EXPECT_EQ(recomputed(parts), c.version) << type << ", case " << &c - cases;
     }
   }

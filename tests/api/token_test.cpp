@@ -1,7 +1,6 @@
 // Token contents: the TSTInfo as a record, and the authority's certificate.
 #include <gtest/gtest.h>
 
-#include <cstring>
 #include <string>
 #include <vector>
 
@@ -60,18 +59,11 @@ QEX_TSTINFO plain_short() {
   return record;
 }
 
-template <class Record>
-Octets octets_of(const Record& record) {
-  Octets octets(sizeof record);
-  std::memcpy(octets.data(), &record, sizeof record);
-  return octets;
-}
-
 // expect_full compares all of the record; without a name its last 164 bytes are those of the caller.
 void expect_full(const Octets& token, int32_t code, const QEX_TSTINFO_EX& expected, bool named = false) {
   FullRecord record;
   EXPECT_EQ(read_full(token, &record), code);
-  Octets octets = octets_of(expected);
+  Octets octets = OctetsOfValue(expected);
   if (!named) std::fill(octets.begin() + 880, octets.end(), Guarded::kFill);
   EXPECT_EQ(record.octets(), octets);
 }
@@ -79,7 +71,7 @@ void expect_full(const Octets& token, int32_t code, const QEX_TSTINFO_EX& expect
 void expect_short(const Octets& token, int32_t code, const QEX_TSTINFO& expected) {
   ShortRecord record;
   EXPECT_EQ(read_short(token, &record), code);
-  EXPECT_EQ(record.octets(), octets_of(expected));
+  EXPECT_EQ(record.octets(), OctetsOfValue(expected));
 }
 
 const Octets kTsaName =

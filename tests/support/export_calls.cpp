@@ -2,7 +2,6 @@
 #include "tests/support/export_calls.h"
 
 #include <algorithm>
-#include <cstring>
 #include <fstream>
 #include <utility>
 
@@ -22,12 +21,6 @@ constexpr uint8_t kFill = 0xA5;
 
 using Calls = std::vector<ExportCall>;
 using Samples = std::vector<std::pair<std::string, Octets>>;
-
-Octets octets_of(uint32_t word) {
-  Octets octets(sizeof word);
-  std::memcpy(octets.data(), &word, sizeof word);
-  return octets;
-}
 
 uint32_t size_of(const Octets& octets) {
   return uint32_t(octets.size());
@@ -159,7 +152,7 @@ void add_replies(Calls& calls, const Samples& tokens) {
   for (const int32_t transport : {0, 1, 2}) {
     // The length, the status, the buffer.
     const Octets memory =
-        der::concat(octets_of(size_of(framed[transport])), Octets(4, kFill), framed[transport]);
+        der::concat(OctetsOfValue(size_of(framed[transport])), Octets(4, kFill), framed[transport]);
     calls.push_back({{"QEX_UnpackTSR"}, "transport " + std::to_string(transport), memory, [=](uint8_t* at) {
                        auto* const words = reinterpret_cast<uint32_t*>(at);
                        return QEX_UnpackTSR(at + 2 * sizeof(uint32_t), words, words + 1, transport);

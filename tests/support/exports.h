@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstring>
 #include <ostream>
 
 #include "api/qex.h"
@@ -128,6 +129,14 @@ inline Verdict VerdictOn(const Octets& token) {
 inline Verdict VerdictOn(const Octets& token, const Octets& certificate) {
   const int32_t code = Verify(token, certificate);
   return {code, QEX_GetLastAsnError()};
+}
+
+// OctetsOfValue returns a record, or a word, as it stands in memory.
+template <class T>
+Octets OctetsOfValue(const T& value) {
+  Octets octets(sizeof value);
+  std::memcpy(octets.data(), &value, sizeof value);
+  return octets;
 }
 
 // PutText stores a text in a field of a record, with zeros behind it.

@@ -91,6 +91,11 @@ CertificateParts AttrCert(CertificateParts::Kind kind, const AttrCertParts& part
 CertificateParts OtherFormat() {
   return {CertificateParts::kOther, {}, {}};
 }
+std::vector<CertificateParts> CertificatesOf(const std::vector<CertificateParts::Kind>& kinds) {
+  std::vector<CertificateParts> all;
+  for (const CertificateParts::Kind kind : kinds) all.push_back({kind, AuthorityCertificate(), {}});
+  return all;
+}
 
 Signature SignedWithRsa(const RsaKey& key) {
   return [key](const std::string& digest, const Octets& hash) {

@@ -26,6 +26,8 @@ CertificateParts PlainCertificate(const Octets& certificate = AuthorityCertifica
 CertificateParts AttrCert(CertificateParts::Kind kind, const AttrCertParts& parts = {});
 // OtherCertificate in the sense of CMS: a format and an element; here id-sha1 and NULL.
 CertificateParts OtherFormat();
+// CertificatesOf returns one element of each kind, the certificates that of the authority.
+std::vector<CertificateParts> CertificatesOf(const std::vector<CertificateParts::Kind>& kinds);
 
 // SignerAttributeParts is one element of the signer attributes: claimed attributes, or a certificate.
 struct SignerAttributeParts {
