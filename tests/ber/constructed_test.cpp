@@ -4,11 +4,10 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdlib>
-#include <cstring>
 #include <random>
 
 #include "ber/primitives.h"
+#include "tests/ber/zeros_behind.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/octets.h"
@@ -279,19 +278,12 @@ TEST_F(Constructed, AComponentThatEndsEarlyHasLeftItsUnusedBits) {
 
 // 2^29 octets: one bit more than a count of 32 bits. The octets are never touched.
 TEST_F(Constructed, ABitCountBeyond32BitsIsRefused) {
-  constexpr size_t kOctets = size_t{1} << 29;
-  const Octets head = FromHex("23 84 20 00 00 07 03 84 20 00 00 01 00");
-  auto* data = static_cast<uint8_t*>(std::calloc(1, head.size() + kOctets));
-  ASSERT_NE(data, nullptr);
-  std::memcpy(data, head.data(), head.size());
-  ExpBuf block;
-  ExpBufWrapData(&block, data, head.size() + kOctets);
-  ExpBuf* b = &block;
+  ZerosBehind in(FromHex("23 84 20 00 00 07 03 84 20 00 00 01 00"), size_t{1} << 29);
+  ASSERT_TRUE(in.held());
   AsnBits value{};
   AsnLen bytes = 0;
-  EXPECT_EQ(OutcomeOf([&](AsnJmpEnv& env) { BDecAsnBits(&b, &value, &bytes, env); }),
+  EXPECT_EQ(OutcomeOf([&](AsnJmpEnv& env) { BDecAsnBits(in.handle(), &value, &bytes, env); }),
             (Outcome{-4, "BDecAsnBitsContent: ERROR - decoded past end of data\n"}));
-  std::free(data);
 }
 
 TEST_F(Constructed, EveryAllocationThatFailsRaisesMinus27AndLeavesNothing) {
