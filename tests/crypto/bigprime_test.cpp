@@ -16,14 +16,9 @@ namespace {
 using test::Big;
 using test::ConstantSource;
 using test::EachAllocationFails;
+using test::hex_of;
 using test::ListSource;
 using test::SeededSource;
-
-std::string hex(uint64_t n) {
-  char text[17];
-  std::snprintf(text, sizeof text, "%llx", static_cast<unsigned long long>(n));
-  return text;
-}
 
 // is_prime is exact and slow, by other means than the library's.
 bool is_prime(uint64_t n) {
@@ -73,12 +68,12 @@ TEST(PrimeRoundsDeathTest, OtherBoundIsABrokenPrecondition) {
 
 TEST(TrialDivision, IsExactBelow32Bits) {
   for (uint32_t n = 0; n < 20000; ++n) {
-    ASSERT_EQ(bigprime_trial_division(Big(hex(n))), is_prime(n) ? KXBN_OK : KXBN_NONPRIME) << n;
+    ASSERT_EQ(bigprime_trial_division(Big(hex_of(n))), is_prime(n) ? KXBN_OK : KXBN_NONPRIME) << n;
   }
   // Around the square of the last small prime, and at the end of the range.
   for (const uint64_t from : {uint64_t{3607} * 3607 - 50, uint64_t{3613} * 3613 - 50, uint64_t{0x7fffff00}}) {
     for (uint64_t n = from; n < from + 256; ++n) {
-      ASSERT_EQ(bigprime_trial_division(Big(hex(n))), is_prime(n) ? KXBN_OK : KXBN_NONPRIME) << n;
+      ASSERT_EQ(bigprime_trial_division(Big(hex_of(n))), is_prime(n) ? KXBN_OK : KXBN_NONPRIME) << n;
     }
   }
 }
@@ -95,18 +90,18 @@ TEST(TrialDivision, From32BitsOnSeesSmallFactorsOnly) {
       {uint64_t{3613} * 65537 * 65537, KXBN_OK},
       {(uint64_t{1} << 61) - 1, KXBN_OK},
   };
-  for (const auto& c : cases) EXPECT_EQ(bigprime_trial_division(Big(hex(c.n))), c.code) << c.n;
+  for (const auto& c : cases) EXPECT_EQ(bigprime_trial_division(Big(hex_of(c.n))), c.code) << c.n;
 }
 
 TEST(TrialDivision, ProductOfTheLastSmallPrimeIsRejected) {
-  EXPECT_EQ(bigprime_trial_division(Big(hex(uint64_t{3607} * 65537))), KXBN_NONPRIME);
+  EXPECT_EQ(bigprime_trial_division(Big(hex_of(uint64_t{3607} * 65537))), KXBN_NONPRIME);
 }
 
 TEST(TrialDivision, EverySmallPrimeIsSeen) {
   const Big large("1fffffffffffffff");  // 2^61 - 1
   for (const uint32_t p : kSmallPrimes) {
     const Big n;
-    ASSERT_EQ(KXBN_mul(n, large, Big(hex(p)), nullptr), KXBN_OK);
+    ASSERT_EQ(KXBN_mul(n, large, Big(hex_of(p)), nullptr), KXBN_OK);
     ASSERT_EQ(bigprime_trial_division(n), KXBN_NONPRIME) << p;
   }
 }
@@ -130,7 +125,8 @@ TEST(MillerRabin, TellsPrimesFromComposites) {
 TEST(MillerRabin, TellsPrimesFromCompositesDownToTheSmallest) {
   SeededSource random(2);
   for (uint32_t n = 0; n < 3000; ++n) {
-    ASSERT_EQ(bigprime_miller_rabin(Big(hex(n)), 20, &random, nullptr), is_prime(n) ? KXBN_OK : KXBN_NONPRIME)
+    ASSERT_EQ(bigprime_miller_rabin(Big(hex_of(n)), 20, &random, nullptr),
+              is_prime(n) ? KXBN_OK : KXBN_NONPRIME)
         << n;
   }
 }
@@ -147,7 +143,7 @@ TEST(MillerRabin, FirstBaseIs2) {
 }
 
 TEST(MillerRabin, OneRoundIsRaisedToTwo) {
-  const Big prime(hex((uint64_t{1} << 61) - 1));
+  const Big prime(hex_of((uint64_t{1} << 61) - 1));
   for (const int32_t rounds : {1, 2}) {
     SeededSource random(4);
     EXPECT_EQ(bigprime_miller_rabin(prime, rounds, &random, nullptr), KXBN_OK);
@@ -156,7 +152,7 @@ TEST(MillerRabin, OneRoundIsRaisedToTwo) {
 }
 
 TEST(MillerRabin, FewerThanOneRoundIsAsManyAsBound0Takes) {
-  const Big prime(hex((uint64_t{1} << 61) - 1));
+  const Big prime(hex_of((uint64_t{1} << 61) - 1));
   for (const int32_t rounds : {0, -1, INT32_MIN}) {
     SeededSource random(5);
     EXPECT_EQ(bigprime_miller_rabin(prime, rounds, &random, nullptr), KXBN_OK);
@@ -183,8 +179,8 @@ TEST(MillerRabin, BaseNotBelowTheCandidateLosesItsTopBit) {
       {3281, KXBN_NONPRIME},  // 1233; 4
   };
   for (const auto& c : cases) {
-    ListSource random({hex(c.base)});
-    EXPECT_EQ(bigprime_miller_rabin(Big(hex(3277)), 2, &random, nullptr), c.code) << c.base;
+    ListSource random({hex_of(c.base)});
+    EXPECT_EQ(bigprime_miller_rabin(Big(hex_of(3277)), 2, &random, nullptr), c.code) << c.base;
   }
 }
 
@@ -206,7 +202,7 @@ TEST(MillerRabin, NoBaseMakesTwoOrThreeComposite) {
 }
 
 TEST(MillerRabin, CodeOfTheRandomSourceIsPassedUp) {
-  const Big prime(hex((uint64_t{1} << 61) - 1));
+  const Big prime(hex_of((uint64_t{1} << 61) - 1));
   ListSource random({"5", "7"}, 77);
   EXPECT_EQ(bigprime_miller_rabin(prime, 3, &random, nullptr), KXBN_OK);
   EXPECT_EQ(bigprime_miller_rabin(prime, 2, &random, nullptr), 77u);
@@ -223,7 +219,7 @@ TEST(PrimeTest, TellsPrimesFromCompositesForEveryBound) {
     }
   }
   for (uint32_t n = 0; n < 3000; ++n) {
-    ASSERT_EQ(bigprime_test(Big(hex(n)), 0, &random, nullptr), is_prime(n) ? KXBN_OK : KXBN_NONPRIME) << n;
+    ASSERT_EQ(bigprime_test(Big(hex_of(n)), 0, &random, nullptr), is_prime(n) ? KXBN_OK : KXBN_NONPRIME) << n;
   }
 }
 
@@ -238,7 +234,7 @@ TEST(PrimeTest, SmallFactorsAreFoundBeforeAnyRound) {
 }
 
 TEST(PrimeTest, RoundsAreThoseOfTheBound) {
-  const Big prime(hex((uint64_t{1} << 61) - 1));
+  const Big prime(hex_of((uint64_t{1} << 61) - 1));
   const int draws[] = {38, 54, 62};
   for (uint32_t bound = 0; bound < 3; ++bound) {
     SeededSource random(9);

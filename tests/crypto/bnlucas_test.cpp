@@ -14,13 +14,8 @@ namespace {
 
 using test::Big;
 using test::EachAllocationFails;
+using test::hex_of;
 using test::power_of_two;
-
-std::string hex(uint64_t n) {
-  char text[17];
-  std::snprintf(text, sizeof text, "%llx", static_cast<unsigned long long>(n));
-  return text;
-}
 
 int symbol_of(const KXBN* a, const KXBN* n) {
   int symbol = 9;
@@ -46,10 +41,10 @@ TEST(JacobiSymbol, OfAPrimeTellsTheSquares) {
     for (uint32_t x = 1; x < p; ++x) squares.insert(x * x % p);
     for (uint32_t a = 0; a < 3 * p; ++a) {
       const int expected = a % p == 0 ? 0 : squares.count(a % p) ? 1 : -1;
-      EXPECT_EQ(symbol_of(Big(hex(a)), Big(hex(p))), expected) << a << "/" << p;
+      EXPECT_EQ(symbol_of(Big(hex_of(a)), Big(hex_of(p))), expected) << a << "/" << p;
       const uint32_t minus = (3 * p - a) % p;
       const int negative = minus == 0 ? 0 : squares.count(minus) ? 1 : -1;
-      EXPECT_EQ(symbol_of(Big(a == 0 ? "0" : test::negated(hex(a))), Big(hex(p))), negative)
+      EXPECT_EQ(symbol_of(Big(a == 0 ? "0" : test::negated(hex_of(a))), Big(hex_of(p))), negative)
           << -int(a) << "/" << p;
     }
   }
@@ -114,7 +109,7 @@ TEST(LucasTest, PassesPrimesAndExactlyTheKnownComposites) {
   uint32_t checked = 0;
   for (uint32_t n = 0; n < limit; ++n) {
     if (n > 30000 && n % 97 != 0 && !(passes[n] && n % 5 == 0)) continue;
-    ASSERT_EQ(bnlucas_test(Big(hex(n)), nullptr), passes[n] ? KXBN_OK : KXBN_NONPRIME) << n;
+    ASSERT_EQ(bnlucas_test(Big(hex_of(n)), nullptr), passes[n] ? KXBN_OK : KXBN_NONPRIME) << n;
     ++checked;
   }
   EXPECT_GT(checked, 30000u);
@@ -122,7 +117,7 @@ TEST(LucasTest, PassesPrimesAndExactlyTheKnownComposites) {
 
 TEST(LucasTest, EveryKnownPseudoprimePasses) {
   std::istringstream list(test::read_vectors("lucas.txt").at(0).at("Pass"));
-  for (uint32_t n; list >> n;) EXPECT_EQ(bnlucas_test(Big(hex(n)), nullptr), KXBN_OK) << n;
+  for (uint32_t n; list >> n;) EXPECT_EQ(bnlucas_test(Big(hex_of(n)), nullptr), KXBN_OK) << n;
 }
 
 TEST(LucasTest, TellsLargePrimesFromMostComposites) {
@@ -135,7 +130,7 @@ TEST(LucasTest, TellsLargePrimesFromMostComposites) {
 
 TEST(LucasTest, PerfectSquaresAreComposite) {
   for (const uint64_t root : {2ull, 3ull, 3607ull, 3613ull, 65537ull, 0x7fffffffull}) {
-    EXPECT_EQ(bnlucas_test(Big(hex(root * root)), nullptr), KXBN_NONPRIME) << root;
+    EXPECT_EQ(bnlucas_test(Big(hex_of(root * root)), nullptr), KXBN_NONPRIME) << root;
   }
 }
 

@@ -7,35 +7,18 @@ namespace {
 
 using namespace digest_cases;
 
-constexpr Digest<QEX_SHA512_CTX> kSHA384 = {"SHA384",
-                                            4,
-                                            48,
-                                            128,
-                                            qex::SHA384Init,
-                                            qex::SHA512Update,
-                                            qex::SHA384Final,
-                                            qex::SHA384Digest,
-                                            [](QEX_SHA512_CTX* ctx, uint64_t low, uint64_t above) {
-                                              ctx->byteCountLow = uint32_t(low);
-                                              ctx->byteCountHigh = uint32_t(low >> 32);
-                                              ctx->byteCountExt[0] = uint32_t(above);
-                                              ctx->byteCountExt[1] = uint32_t(above >> 32);
-                                            }};
+void set_count(QEX_SHA512_CTX* ctx, uint64_t low, uint64_t above) {
+  ctx->byteCountLow = uint32_t(low);
+  ctx->byteCountHigh = uint32_t(low >> 32);
+  ctx->byteCountExt[0] = uint32_t(above);
+  ctx->byteCountExt[1] = uint32_t(above >> 32);
+}
 
-constexpr Digest<QEX_SHA512_CTX> kSHA512 = {"SHA512",
-                                            5,
-                                            64,
-                                            128,
-                                            qex::SHA512Init,
-                                            qex::SHA512Update,
-                                            qex::SHA512Final,
-                                            qex::SHA512Digest,
-                                            [](QEX_SHA512_CTX* ctx, uint64_t low, uint64_t above) {
-                                              ctx->byteCountLow = uint32_t(low);
-                                              ctx->byteCountHigh = uint32_t(low >> 32);
-                                              ctx->byteCountExt[0] = uint32_t(above);
-                                              ctx->byteCountExt[1] = uint32_t(above >> 32);
-                                            }};
+constexpr Digest<QEX_SHA512_CTX> kSHA384 = {
+    "SHA384", 4, 48, 128, qex::SHA384Init, qex::SHA512Update, qex::SHA384Final, qex::SHA384Digest, set_count};
+
+constexpr Digest<QEX_SHA512_CTX> kSHA512 = {
+    "SHA512", 5, 64, 128, qex::SHA512Init, qex::SHA512Update, qex::SHA512Final, qex::SHA512Digest, set_count};
 
 TEST(SHA384, ExamplesOfFips180) {
   expect_vectors(kSHA384, {

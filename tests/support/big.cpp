@@ -2,6 +2,7 @@
 #include "tests/support/big.h"
 
 #include <algorithm>
+#include <cstdio>
 #include <cstdlib>
 #include <fstream>
 
@@ -56,6 +57,12 @@ std::string hex_of(const KXBN* n) {
   const bool broken = n->used == 0 || n->used > n->capacity || n->used != KXBN_getsize(n) || n->sign > 1 ||
                       (zero && n->sign != 0);
   if (broken) text += "!";
+  return text;
+}
+
+std::string hex_of(uint64_t n) {
+  char text[17];
+  std::snprintf(text, sizeof text, "%llx", static_cast<unsigned long long>(n));
   return text;
 }
 

@@ -34,6 +34,7 @@ class Big {
 // hex_of renders any number, and adds "!" to one whose form breaks a promise: top zero
 // words, a negative zero, more words than its room.
 std::string hex_of(const KXBN* n);
+std::string hex_of(uint64_t n);
 
 // Random is a generator of words that gives the same sequence everywhere.
 class Random {
