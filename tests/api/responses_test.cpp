@@ -411,18 +411,7 @@ TEST(Status, TextInPartsIsJoined) {
 }
 
 TEST(Status, FailInfoIsTheNumberOfTheLastBit) {
-  const struct {
-    const char* name;
-    unsigned bit;
-  } failures[] = {{"badAlg", 0},
-                  {"badRequest", 2},
-                  {"badDataFormat", 5},
-                  {"timeNotAvailable", 14},
-                  {"unacceptedPolicy", 15},
-                  {"unacceptedExtension", 16},
-                  {"addInfoNotAvailable", 17},
-                  {"systemFailure", 25}};
-  for (const auto& failure : failures) {
+  for (const FailureReason& failure : kFailureReasons) {
     Octets bits(failure.bit / 8 + 1, 0);
     bits.back() = uint8_t(0x80 >> failure.bit % 8);
     GuardedRecord<QEX_TSR_STATUS> record;

@@ -10,6 +10,7 @@
 #include "tests/interop/samples.h"
 #include "tests/support/authority.h"
 #include "tests/support/loopback.h"
+#include "tests/support/messages.h"
 
 namespace qex::test {
 namespace {
@@ -202,15 +203,8 @@ TEST(Transport, RefusesAnotherContentType) {
 }
 
 TEST(Transport, CarriesEveryReasonOfARefusal) {
-  const std::map<std::string, uint32_t> reasons = {{"badAlg", 0},
-                                                   {"badRequest", 2},
-                                                   {"badDataFormat", 5},
-                                                   {"timeNotAvailable", 14},
-                                                   {"unacceptedPolicy", 15},
-                                                   {"unacceptedExtension", 16},
-                                                   {"addInfoNotAvailable", 17},
-                                                   {"systemFailure", 25}};
-  for (const auto& [reason, number] : reasons) {
+  for (const FailureReason& failure : kFailureReasons) {
+    const std::string reason = failure.name;
     SCOPED_TRACE(reason);
     const Authority authority({"--reject", reason, "--status-text", "refused: " + reason});
     for (const int32_t transport : kTransports) {
@@ -219,7 +213,7 @@ TEST(Transport, CarriesEveryReasonOfARefusal) {
       QEX_TSR_STATUS status;
       ASSERT_EQ(QEX_GetTSR_Status(&status, reply.data(), uint32_t(reply.size())), QEX_OK);
       EXPECT_EQ(status.status, 2);
-      EXPECT_EQ(status.failInfo, number);
+      EXPECT_EQ(status.failInfo, failure.bit);
       EXPECT_EQ(status.statusText, "refused: " + reason);
     }
   }

@@ -6,6 +6,22 @@
 
 namespace qex::test {
 
+// The reasons of PKIFailureInfo (RFC 3161, 2.4.2) by their bits.
+struct FailureReason {
+  const char* name;
+  unsigned bit;
+};
+inline constexpr FailureReason kFailureReasons[] = {
+    {"badAlg", 0},
+    {"badRequest", 2},
+    {"badDataFormat", 5},
+    {"timeNotAvailable", 14},
+    {"unacceptedPolicy", 15},
+    {"unacceptedExtension", 16},
+    {"addInfoNotAvailable", 17},
+    {"systemFailure", 25},
+};
+
 // RequestWith returns a TimeStampReq with a SHA-256 imprint of 32 octets 0x11, parameters absent, and these
 // parts behind it.
 template <class... Parts>
