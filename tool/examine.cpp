@@ -6,6 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <string>
 #include <string_view>
 
@@ -163,7 +164,7 @@ Json escaped(Json value) {
 std::string choose_ess(const std::string& wanted, const Json& raw) {
   std::string version = wanted;
   if (wanted == "auto") version = raw.value("signing_certificate_v2", false) ? "v2" : "v1";
-  ::setenv("QEX_VERIFY_ESSCERTIDV2", version == "v2" ? "1" : "0", 1);
+  if (::setenv("QEX_VERIFY_ESSCERTIDV2", version == "v2" ? "1" : "0", 1) != 0) throw std::bad_alloc();
   return version;
 }
 
@@ -192,11 +193,11 @@ bool is_too_large(const Json& key) {
 // not reach it, and the answer then has no code.
 void verify(Json& facts, ByteView token, const Job& job) {
   const auto check = [&](const Bytes& certificate) {
-    const int32_t code =
-        QEX_VerifyTST_Signature(token.data(), LengthOf(token),
-                                certificate.empty() ? nullptr : certificate.data(), LengthOf(certificate));
-    RequireMemory("the signature cannot be checked", code);
-    return code;
+    return CallWithMemory("the signature cannot be checked", [&] {
+      return QEX_VerifyTST_Signature(token.data(), LengthOf(token),
+                                     certificate.empty() ? nullptr : certificate.data(),
+                                     LengthOf(certificate));
+    });
   };
   const Json own = facts["signer"].contains("key") ? facts["signer"]["key"] : Json();
   const bool given = !job.certificate.empty();

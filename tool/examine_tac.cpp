@@ -151,9 +151,9 @@ void DescribeTacOfToken(Json& facts, ByteView token, const Bytes& given) {
   facts["tac"] = tac;
   const Bytes& matched = given.empty() ? own : given;
   if (matched.empty()) return;
-  const int32_t match =
-      QEX_CheckTAC_MatchesTST(matched.data(), LengthOf(matched), token.data(), LengthOf(token));
-  RequireMemory("the attribute certificate cannot be matched", match);
+  const int32_t match = CallWithMemory("the attribute certificate cannot be matched", [&] {
+    return QEX_CheckTAC_MatchesTST(matched.data(), LengthOf(matched), token.data(), LengthOf(token));
+  });
   facts["tac_match"] = {{"code", match}, {"asn1_error", QEX_GetLastAsnError()}};
 }
 

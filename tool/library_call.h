@@ -2,7 +2,9 @@
 #pragma once
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdint>
+#include <new>
 #include <optional>
 #include <string>
 
@@ -21,6 +23,17 @@ Failure LibraryFailure(const std::string& what, int32_t code, ByteView message);
 // it; nothing is known about the message then. The last ASN.1 error must still be that of the call.
 // Any other code passes: it is a result like others.
 void RequireMemory(const std::string& what, int32_t code);
+
+// CallWithMemory is RequireMemory for a call whose every code but QEX_OK may stand for memory that ran out,
+// so that a check seems to say no. What an allocation that failed leaves behind is errno.
+template <class Call>
+int32_t CallWithMemory(const std::string& what, Call call) {
+  errno = 0;
+  const int32_t code = call();
+  if (code != QEX_OK && errno == ENOMEM) throw std::bad_alloc();
+  RequireMemory(what, code);
+  return code;
+}
 
 // UnknownIdentifierFailure is the part of it that names such an identifier; nothing when the last ASN.1
 // error is another one or none is found.

@@ -187,6 +187,34 @@ std::string read_standard_input() {
   return text;
 }
 
+std::string text_of(const Json& answer) {
+  return answer.dump(-1, ' ', false, Json::error_handler_t::replace);
+}
+
+// The answer to a job, whole before any of it crosses the pipe.
+std::string answer_to(const std::string& question) {
+  try {
+    return text_of({{"facts", Examine(job_from(Json::parse(question)))}});
+  } catch (const Failure& failure) {
+    return text_of({{"failure", ToJson(failure)}});
+  }
+}
+
+const std::string& out_of_memory_answer() {
+  static const std::string text =
+      text_of({{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
+                                   "no time-stamp message needs that much; do not rely on it"})}});
+  return text;
+}
+
+// Answers that memory ran out, which takes none, and ends the worker. Nothing is unwound: JSON values end the
+// process when memory runs out while they are built or released.
+[[noreturn]] void end_without_memory() {
+  const std::string& text = out_of_memory_answer();
+  const bool written = ::write(STDOUT_FILENO, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  ::_exit(written ? 0 : 1);
+}
+
 }  // namespace
 
 Json ToJson(const Failure& failure) {
@@ -235,19 +263,17 @@ Answer Ask(const Job& job) {
 
 int RunWorker() {
   set_limits();
-  Json answer;
+  out_of_memory_answer();
+  std::set_new_handler(end_without_memory);
+  std::string text;
   try {
-    answer["facts"] = Examine(job_from(Json::parse(read_standard_input())));
-  } catch (const Failure& failure) {
-    answer = {{"failure", ToJson(failure)}};
-  } catch (const std::bad_alloc&) {
-    answer = {{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
-                                  "no time-stamp message needs that much; do not rely on it"})}};
+    text = answer_to(read_standard_input());
+  } catch (const std::bad_alloc&) {  // thrown for what is not allocated by operator new
+    end_without_memory();
   } catch (const std::exception& error) {
     std::fprintf(stderr, "worker: %s\n", error.what());
     return 1;
   }
-  const std::string text = answer.dump(-1, ' ', false, Json::error_handler_t::replace);
   return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0 ? 0 : 1;
 }
 

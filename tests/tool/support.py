@@ -17,6 +17,7 @@ AUTHORITY = os.path.join(HERE, "..", "authority", "authority.py")
 QEX = None
 FAILING_CHECK = None
 SLOW_SYSTEM = None
+FAILING_MEMORY = None
 
 
 def environment(**more):
@@ -146,7 +147,8 @@ def verdicts(document):
 
 
 def main():
-    global QEX, FAILING_CHECK, SLOW_SYSTEM
+    global QEX, FAILING_CHECK, SLOW_SYSTEM, FAILING_MEMORY
+    FAILING_MEMORY = sys.argv.pop()
     SLOW_SYSTEM = sys.argv.pop()
     FAILING_CHECK = sys.argv.pop()
     QEX = sys.argv.pop()

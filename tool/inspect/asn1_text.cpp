@@ -1,6 +1,6 @@
 // Whole messages by the library's print routines.
 #include <cstdio>
-#include <cstdlib>
+#include <new>
 
 #include "asn1/attrcert.h"
 #include "asn1/cms.h"
@@ -12,19 +12,27 @@
 namespace qex::inspect {
 namespace {
 
-// What `print` writes to a stream.
+ssize_t append(void* text, const char* data, size_t length) {
+  try {
+    static_cast<std::string*>(text)->append(data, length);
+  } catch (const std::bad_alloc&) {
+    return 0;  // an error of the stream
+  }
+  return static_cast<ssize_t>(length);
+}
+
+// What `print` writes to a stream. A memory stream of the C library does not remember that memory ran out
+// in the middle of a text.
 template <class Print>
-std::optional<std::string> printed(Print print) {
-  char* text = nullptr;
-  size_t length = 0;
-  FILE* stream = open_memstream(&text, &length);
-  if (stream == nullptr) return std::nullopt;
+std::string printed(Print print) {
+  std::string text;
+  FILE* stream = ::fopencookie(&text, "w", {nullptr, append, nullptr, nullptr});
+  if (stream == nullptr) throw std::bad_alloc();
   print(stream);
   std::fputc('\n', stream);
-  const bool complete = std::fclose(stream) == 0;
-  std::string result(text == nullptr ? "" : text, complete ? length : 0);
-  std::free(text);
-  return complete ? std::optional(result) : std::nullopt;
+  const bool failed = std::ferror(stream) != 0;
+  if (std::fclose(stream) != 0 || failed) throw std::bad_alloc();
+  return text;
 }
 
 template <class T, auto kDecode, auto kFree>
@@ -38,18 +46,16 @@ std::optional<std::string> print_message(const Type& type, View data) {
 std::optional<std::string> print_token(View data) {
   const Decoded<ContentInfo, BDecContentInfo, FreeContentInfo> token(data);
   if (!token) return std::nullopt;
-  std::optional<std::string> text =
-      printed([&](FILE* stream) { PrintValue(kContentInfo, stream, &*token, 0); });
+  const std::string text = printed([&](FILE* stream) { PrintValue(kContentInfo, stream, &*token, 0); });
   const AsnAny& content = token->content;
-  if (!text || content.value == nullptr || content.ai == nullptr || content.ai->anyId != kAnySignedData)
-    return text;
+  if (content.value == nullptr || content.ai == nullptr || content.ai->anyId != kAnySignedData) return text;
   const auto* signedData = static_cast<const SignedData*>(content.value);
   if (signedData->encapContentInfo == nullptr) return text;
   const AsnOcts& eContent = signedData->encapContentInfo->eContent;
   const Decoded<TSTInfo, BDecTSTInfo, FreeTSTInfo> info({eContent.octs, eContent.count});
   if (!info) return text;
-  const auto infoText = printed([&](FILE* stream) { PrintValue(kTSTInfo, stream, &*info, 0); });
-  return infoText ? *text + "\n-- eContent --\n" + *infoText : text;
+  return text + "\n-- eContent --\n" +
+         printed([&](FILE* stream) { PrintValue(kTSTInfo, stream, &*info, 0); });
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <new>
 #include <span>
 
 #include "ber/buffer.h"
@@ -9,18 +10,16 @@
 
 namespace qex::inspect {
 
-// Prepare registers the open types and turns the codec's own messages off, once; false when
-// memory is out. Whoever inspects has no use for them: the exports report the same.
-bool Prepare();
+// Prepare registers the open types and turns the codec's own messages off, once; throws std::bad_alloc
+// when memory is out. Whoever inspects has no use for the messages: the exports report the same.
+void Prepare();
 
+// What does not decode is false. Memory that runs out says nothing about the data: that throws.
 template <class T, auto kDecode, auto kFree>
 class Decoded {
  public:
   explicit Decoded(std::span<const uint8_t> data) {
-    if (!Prepare()) {
-      error_ = kOutOfMemoryCode;
-      return;
-    }
+    Prepare();
     ExpBuf block;
     ExpBufWrapData(&block, data.data(), data.size());
     error_ = AsnCatch([&](AsnJmpEnv& env) {
@@ -28,13 +27,16 @@ class Decoded {
       AsnLen bytes = 0;
       kDecode(&buffer, &value_, &bytes, env);
     });
+    if (error_ == kOutOfMemoryCode) {
+      kFree(&value_);  // the destructor of a half-built object does not run
+      throw std::bad_alloc();
+    }
   }
   ~Decoded() { kFree(&value_); }
   Decoded(const Decoded&) = delete;
   Decoded& operator=(const Decoded&) = delete;
 
   explicit operator bool() const { return error_ == 0; }
-  AsnInt error() const { return error_; }
   const T& operator*() const { return value_; }
   const T* operator->() const { return &value_; }
 

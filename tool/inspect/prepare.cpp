@@ -5,12 +5,12 @@
 
 namespace qex::inspect {
 
-bool Prepare() {
+void Prepare() {
   static const bool prepared = [] {
     AsnErrorHandler = [](const char*, int) {};
     return RegisterOpenTypes();
   }();
-  return prepared;
+  if (!prepared) throw std::bad_alloc();
 }
 
 }  // namespace qex::inspect

@@ -61,9 +61,8 @@ size_t count_of(const AsnList* list) {
 template <class T>
 std::vector<uint8_t> encoded(AsnLen (*encode)(ExpBuf**, const T*), const T& value) {
   ExpBufHolder buffer;
-  if (!buffer) return {};
-  encode(buffer.handle(), &value);
-  if (buffer.failed()) return {};
+  if (buffer) encode(buffer.handle(), &value);
+  if (buffer.failed()) throw std::bad_alloc();
   ExpBuf* front = ExpBufFirst(buffer.block());
   ExpBufRewind(&front);
   std::vector<uint8_t> octets(ExpBufLength(ExpBufFirst(buffer.block())));

@@ -102,7 +102,8 @@ std::optional<Element> content_of(const Element& token) {
 
 std::optional<UnknownIdentifier> FindUnknownIdentifier(View data) {
   const auto whole = Elements(data).next(kSequence);
-  if (!Prepare() || !whole) return std::nullopt;
+  if (!whole) return std::nullopt;
+  Prepare();
   if (auto found = unknown_in(*whole, 0)) return found;
   const auto content = content_of(*whole);
   return content ? unknown_in(*content, kMaxContentDepth + 1) : std::nullopt;

@@ -1,0 +1,78 @@
+"""Memory that runs out while a worker reads a message: it says so, or answers as ever. Never does a part of the
+message seem to be absent, nor a check to say no."""
+
+import concurrent.futures
+import json
+import os
+import signal
+import subprocess
+import unittest
+
+import support
+from support import Authority, ToolTest, openssl, run
+
+OUT_OF_MEMORY = "more memory than is allowed"
+
+
+def job(message, **more):
+    """What a worker is asked about a message, as it crosses the pipe."""
+    return json.dumps({"message": message.hex(), "verify": False, "certificate": "", "ess": "auto", "asn1": False,
+                       "tac": "", "rewriting": 0, **more}).encode()
+
+
+def worker(question, **more):
+    return subprocess.run([support.QEX, "--worker-process"], input=question, capture_output=True, timeout=120,
+                          env=support.environment(LD_PRELOAD=support.FAILING_MEMORY, **more), check=True)
+
+
+@unittest.skipIf("ASAN_OPTIONS" in os.environ, "a sanitizer has an allocator of its own")
+class MemoryTest(ToolTest):
+    @classmethod
+    def setUpClass(cls):
+        super().setUpClass()
+        cls.document = os.path.join(cls.class_folder, "document")
+        cls.write(cls.document, b"what is to be stamped\n")
+        place = os.path.join(cls.class_folder, "")
+        with Authority(place + "keys", "--tac", "signer-attribute") as authority:
+            cls.certificate = openssl("x509", "-in", authority.tsa, "-outform", "DER")
+            run("stamp", cls.document, "--tsa", authority.url, check=0)
+        run("reply", cls.document + ".tsr", "--token", "-o", place + "token", check=0)
+        run("tac", "get", place + "token", "-o", place + "tac", check=0)
+        cls.token, cls.tac, cls.request = (cls.read(path) for path in (place + "token", place + "tac", cls.document + ".tsq"))
+
+    def unharmed(self, question, digests):
+        """Fails each allocation but those of operator new. `digests` of them are of QEX_SHA256_Init, which ends
+        the process: its description says that it does not check."""
+        done = worker(question)
+        self.assertIn("facts", json.loads(done.stdout))
+        allocations = int(done.stderr.splitlines()[-1].split()[0])
+        self.assertGreater(allocations, 100)
+        lines = worker(question, FAIL_BELOW=str(allocations)).stdout.splitlines()
+        self.assertEqual(len(lines), allocations)
+        ended = told = 0
+        for line in lines:
+            number, status, answer = line.split(b" ", 2)
+            if answer == done.stdout:
+                continue
+            if int(status) == signal.SIGSEGV and answer == b"":
+                ended += 1
+                continue
+            self.assertEqual(int(status), 0, line[:200])
+            failure = json.loads(answer).get("failure", {})
+            self.assertEqual(failure.get("exit"), 70, line[:200])
+            self.assertIn(OUT_OF_MEMORY, failure["message"])
+            told += 1
+        self.assertEqual(ended, digests)
+        self.assertGreater(told, allocations - 10)  # what is left needs none
+
+    def test_NothingSeemsAbsentOrWrongWithoutMemory(self):
+        jobs = ((job(self.request, asn1=True), 0), (job(self.certificate, asn1=True), 1),
+                (job(self.token, verify=True, certificate=self.certificate.hex()), 3),
+                (job(self.token, verify=True, tac=self.tac.hex()), 2))
+        with concurrent.futures.ThreadPoolExecutor(2) as pool:
+            for _ in pool.map(lambda pair: self.unharmed(*pair), jobs):
+                pass
+
+
+if __name__ == "__main__":
+    support.main()
