@@ -50,8 +50,10 @@ void* place_for(const Field& f, void* rec, AsnJmpEnv& env) {
   return v;
 }
 
-// Where the identifier says so, a value is of another type than the registered one.
-const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag, bool inPlaceOfSet) {
+// Where the identifier says so, a value is of another type than the registered one. Out of line, as it is
+// looked for in the frames that stand on the stack once a level.
+[[gnu::noinline]] const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag,
+                                              bool inPlaceOfSet) {
   for (const OpenShape& s : t.shapes)
     if (s.inPlaceOfSet == inPlaceOfSet && s.type->tag == tag && AsnOidEqual(s.identifier, identifier))
       return &s;
