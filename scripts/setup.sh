@@ -9,6 +9,7 @@ packages=(
   g++ cmake ninja-build
   libgtest-dev                                            # unit tests
   libcli11-dev libcurl4-openssl-dev nlohmann-json3-dev    # the tool
+  ca-certificates                                         # roots for https, without which libcurl connects nowhere
   openssl python3 python3-asn1crypto                      # the authority, peers in tests, checks of the house
   pkg-config
 )

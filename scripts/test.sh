@@ -38,7 +38,9 @@ for preset in "${presets[@]}"; do
   echo
   echo "== $preset"
   # What tests that failed printed: from the line that says so to the next line of ctest.
-  sed -n '/\*\*\*/,/^ *\(Start\|[0-9]*\/[0-9]* Test\) /p' "$logs/$preset" | head -n 200
+  awk '/\*\*\*/ { p = 1; print; next }
+       /^ *(Start|[0-9]+\/[0-9]+ Test) / || /tests passed,/ { p = 0 }
+       p' "$logs/$preset" | head -n 200
   # From ctest's count of the tests on, or whatever stands in its place.
   sed -n '/tests passed,/,$p' "$logs/$preset" | grep . || tail -n 3 "$logs/$preset"
 done
