@@ -1,5 +1,8 @@
 // The command line program qex: reads the command line, runs one command, and turns what ends it
 // into an exit status with a line for people.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <csignal>
 #include <cstdio>
 #include <cstring>
@@ -153,7 +156,17 @@ ExitStatus report(const Failure& failure, const Program& program) {
   return failure.exit;
 }
 
+// A standard stream that came closed would be the next file, pipe or connection that is opened, and texts
+// would go there. It is taken by what cannot be read or written, so that using it fails as before.
+void occupy_standard_streams() {
+  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    // The lowest free descriptor, which is this one.
+    if (::fcntl(fd, F_GETFD) < 0) ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 int tool_main(int count, char** words) {
+  occupy_standard_streams();
   // A reader that has gone shows as a failed write, here and in the worker's pipes.
   std::signal(SIGPIPE, SIG_IGN);
   if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();

@@ -207,6 +207,27 @@ class InputTest(ToolTest):
         self.assertEqual(done.stderr.count(b"qex: error: "), 400)
 
 
+class ClosedStreamTest(ToolTest):
+    def test_AClosedStreamIsNoPlaceForAFileOrAPipe(self):
+        def closing(*numbers):
+            return lambda: [os.close(number) for number in numbers]
+
+        def ends(command, closed):
+            return subprocess.run([support.QEX, *command], stdout=subprocess.PIPE, stderr=subprocess.PIPE, env=environment(),
+                                  timeout=120, preexec_fn=closing(*closed), check=False)
+
+        with self.authority() as authority:
+            for closed in ((0,), (2,), (0, 2)):
+                done = ends(("stamp", self.document, "--tsa", authority.url, "--retry", "0"), closed)
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+                done = ends(("verify", self.document, "--insecure-any-signer"), closed)
+                self.assertEqual((done.returncode, done.stderr), (0, b""))
+                self.assertIn(b"pass  signature", done.stdout)
+            for closed in ((1,), (0, 1), (0, 1, 2)):
+                self.assertEqual(ends(("stamp", self.document, "--tsa", authority.url, "--retry", "0"), closed).returncode, 3)
+                self.assertEqual(ends(("verify", self.document, "--insecure-any-signer"), closed).returncode, 3)
+
+
 class OutputTest(ToolTest):
     def test_AFullDiskIsStatus3(self):
         for command in (("request", self.document), ("digest", self.document), ("request", self.document, "--json"),
