@@ -145,8 +145,8 @@ std::string hint_of_status(long status) {
 
 std::string ShownUrl(const std::string& url) {
   const size_t scheme = url.find("://");
-  if (scheme == std::string::npos) return Escaped(url);
-  const size_t host = scheme + 3;
+  const size_t host =
+      scheme == std::string::npos ? 0 : scheme + 3;  // one without a scheme is no address, and shown
   const size_t at = url.substr(0, url.find_first_of("/?#", host)).rfind('@');
   return Escaped(at == std::string::npos || at < host ? url : url.substr(0, host) + url.substr(at + 1));
 }

@@ -202,6 +202,12 @@ class StampTest(ToolTest):
             self.assertNotIn(b"secret", run("stamp", self.document, "--tsa",
                                             authority.url.replace("//", "//me:secret2@"), "--retry", "0").stderr)
 
+    def test_APasswordIsNotShownOfWhatIsNoAddress(self):
+        for address in ("me:secret@authority.invalid/", "https://me:secret@[authority/", "me:secret@"):
+            done = run("stamp", self.document, "--tsa", address)
+            self.assert_error(done, 2, "not an address")
+            self.assertNotIn(b"secret", done.stderr)
+
     def test_TlsNeedsAServerThatTheRootNames(self):
         with self.authority("--tls") as authority:
             self.assert_error(run("stamp", self.document, "--tsa", authority.url, "--retry", "0"), 6, "--cacert")
