@@ -54,7 +54,8 @@ class ShowTest(ToolTest):
     def test_ACertificateIsDescribedAsOpensslDoes(self):
         document = run_json("show", self.tsa, check=0)
         subject = openssl("x509", "-in", self.tsa, "-noout", "-subject", "-nameopt", "sep_comma_plus_space,sname,utf8").decode().strip()
-        self.assertEqual("subject=" + document["subject"], subject)
+        self.assertEqual("subject=" + document["subject_name"], subject)
+        self.assertEqual(document["subject"], self.tsa)
         serial = openssl("x509", "-in", self.tsa, "-noout", "-serial").decode().strip().split("=")[1]
         self.assertEqual(int(document["serial"], 16), int(serial, 16))
         fingerprint = openssl("x509", "-in", self.tsa, "-noout", "-fingerprint", "-sha256").decode().strip().split("=")[1]

@@ -69,7 +69,10 @@ void show_one(const std::string& file, const Arguments& arguments, const Options
   if (options.json) {
     Json document = NewDocument("show", file);
     document["kind"] = kind;
-    document.update(shown_fields(answer.facts));
+    const Json fields = shown_fields(answer.facts);
+    for (const auto& [name, value] : fields.items()) {
+      document[name == "subject" ? "subject_name" : name] = value;  // the document's subject is the file
+    }
     if (arguments.asn1) document["asn1"] = answer.facts["asn1"];
     WriteJson(document);
   } else if (arguments.asn1) {
