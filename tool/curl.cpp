@@ -1,6 +1,8 @@
 // What the two transports share of libcurl.
 #include "tool/curl.h"
 
+#include <cstring>
+
 #include "tool/escape.h"
 
 namespace qex::tool {
@@ -70,8 +72,9 @@ Failure CurlFailure(const std::string& name, CURLcode code, const char* detail) 
             name + ": a line of the reply's head is longer than libcurl takes, or memory ran out",
             "this is no time-stamp service; look at the address"};
   }
-  const std::string text = *detail != '\0' ? detail : curl_easy_strerror(code);
-  return {exit_of(code), name + ": " + Escaped(text), hint_of(code)};
+  // A text that repeats the address of a proxy may hold a password.
+  const bool shown = *detail != '\0' && std::strchr(detail, '@') == nullptr;
+  return {exit_of(code), name + ": " + Escaped(shown ? detail : curl_easy_strerror(code)), hint_of(code)};
 }
 
 }  // namespace qex::tool
