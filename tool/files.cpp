@@ -12,8 +12,10 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <list>
 #include <string>
+#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -195,6 +197,17 @@ bool IsDirectory(const std::string& path) {
 
 std::string BaseName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
+}
+
+void KeepFile(const std::string& input, const std::string& output) {
+  struct stat status {};
+  if (IsStandardStream(input) || IsStandardStream(output)) return;
+  if (::stat(input.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) return;
+  std::error_code none;  // a path that leads nowhere is itself
+  if (std::filesystem::weakly_canonical(input, none) != std::filesystem::weakly_canonical(output, none))
+    return;
+  throw UsageFailure(ShownPath(input) + ": would be lost under the output " + ShownPath(output),
+                     "name another file with -o");
 }
 
 void WriteFiles(std::initializer_list<Output> outputs) {

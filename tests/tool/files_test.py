@@ -252,6 +252,20 @@ class OutputTest(ToolTest):
         self.assertEqual(self.files(), ["out", "report.txt"])
         self.assertEqual(self.read(self.path("out")), b"before")
 
+    def test_TheDocumentIsNoPlaceForAnOutput(self):
+        before = self.read(self.document)
+        for name in ("linked.tsr", "request.tsq"):
+            os.symlink(self.document, self.path(name))
+        files = self.files()
+        url = ("--tsa", "http://127.0.0.1:1/", "--retry", "0")
+        for command in (("request", self.document, "-o", self.document), ("request", self.document, "-o", self.path("linked.tsr")),
+                        ("stamp", self.document, *url, "-o", self.document),
+                        ("stamp", self.document, *url, "-o", self.path("linked.tsr")),
+                        ("stamp", self.document, *url, "-o", self.path("request"))):
+            with self.subTest(command):
+                self.assert_error(run(*command), 2, "report.txt", "-o")
+                self.assertEqual((self.read(self.document), self.files()), (before, files))
+
     def test_FoldersThatAreNone(self):
         for place in (self.path("no/such/out"), os.path.join(self.document, "out"), self.folder, "/proc/out"):
             with self.subTest(place):

@@ -40,6 +40,7 @@ ExitStatus make_request(const Arguments& arguments, const Options& options) {
   if (arguments.request.noNonce && !arguments.request.nonce.empty()) {
     throw UsageFailure("--nonce and --no-nonce exclude each other", "leave one of them out");
   }
+  KeepFile(arguments.file, arguments.output);
   const HashAlgorithm& hash = HashNamed(arguments.request.hash);
   RefuseWeakHash(hash, options);
   const Request request = MakeRequest(arguments.request, hash, digest_of(arguments, hash, options));

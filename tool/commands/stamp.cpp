@@ -192,6 +192,8 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     arguments.http.user += ":" + read_password(arguments.http.user);
   }
   const Places places = places_of(arguments);
+  KeepFile(arguments.file, places.reply);
+  KeepFile(arguments.file, places.request);
   authorities(arguments);
   if (!arguments.caFile.empty()) arguments.http.roots = read_pem(arguments.caFile);
   if (!arguments.clientCert.empty()) arguments.http.clientCert = read_pem(arguments.clientCert);
