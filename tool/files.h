@@ -30,8 +30,8 @@ bool IsDirectory(const std::string& path);
 // BaseName returns what follows the last slash.
 std::string BaseName(const std::string& path);
 
-// KeepFile throws a usage Failure when `output`, which need not exist, leads to the regular file `input`: to be
-// called before anything is made of a file that is to last.
+// KeepFile throws a usage Failure when `output`, which need not exist, leads to the regular file `input`: to
+// be called before anything is made of a file that is to last.
 void KeepFile(const std::string& input, const std::string& output);
 
 // Output is what is to be written, and where.
