@@ -2,6 +2,7 @@
 status, an output appears whole or not at all, and an older one stays."""
 
 import concurrent.futures
+import contextlib
 import hashlib
 import os
 import signal
@@ -49,6 +50,16 @@ def nested(levels, tag=0x30):
 
 TST_INFO = element(0x30, bytes.fromhex("02010106032a0304") + IMPRINT + b"\2\1\1" + b"\x18\x0f20260101000000Z")
 ENCAPSULATED = element(0x30, bytes.fromhex("060b2a864886f70d0109100104") + element(0xA0, element(0x04, TST_INFO)))
+
+
+def descriptor_of(process, path):
+    """The number under which the process has the file open, or None."""
+    place = f"/proc/{process}/fd"
+    for number in os.listdir(place):
+        with contextlib.suppress(FileNotFoundError):  # closed since it was listed
+            if os.readlink(f"{place}/{number}") == os.path.realpath(path):
+                return number
+    return None
 
 
 class InputTest(ToolTest):
@@ -110,13 +121,12 @@ class InputTest(ToolTest):
     @staticmethod
     def wait_until_read(process, path):
         """Until the process has read some of the file."""
-        place = f"/proc/{process}/fd"
         while True:
-            for number in os.listdir(place):
-                if os.path.realpath(f"{place}/{number}") == os.path.realpath(path):
-                    with open(f"/proc/{process}/fdinfo/{number}", encoding="ascii") as info:
-                        if int(info.readline().split()[1]) > 0:
-                            return
+            number = descriptor_of(process, path)
+            if number is not None:
+                with open(f"/proc/{process}/fdinfo/{number}", encoding="ascii") as info:
+                    if int(info.readline().split()[1]) > 0:
+                        return
             time.sleep(0.001)
 
     def test_AFileThatShrinksEndsWhereItEnds(self):
@@ -304,8 +314,7 @@ class OutputTest(ToolTest):
                         while True:
                             os.write(pipe, bytes(65536))
                     process = self.stamping("--tsa", authority.url, "-o", self.path(name[0] + ".tsr"))
-                    place = f"/proc/{process.pid}/fd"
-                    while self.path(name) not in [os.path.realpath(f"{place}/{entry}") for entry in os.listdir(place)]:
+                    while descriptor_of(process.pid, self.path(name)) is None:
                         self.assertIsNone(process.poll())
                         time.sleep(0.01)
                     process.send_signal(number)
