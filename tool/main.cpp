@@ -14,11 +14,11 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tool/command.h"
-#include "tool/escape.h"
-#include "tool/files.h"
-#include "tool/output.h"
-#include "tool/worker.h"
+#include "tool/base/escape.h"
+#include "tool/base/files.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
+#include "tool/worker/worker.h"
 
 namespace qex::tool {
 namespace {

@@ -4,7 +4,7 @@ usage: include_arrows_test.py SOURCE_FOLDER
 
 Every #include of a file that lies in the tree is looked at. Library files name what they
 include by its path from the root. Programs around the library see api/qex.h and nothing
-else of it, except tool/inspect, which looks inside messages.
+else of it, except tool/worker/inspect, which looks inside messages.
 """
 
 import os
@@ -24,7 +24,7 @@ ALLOWED = (
     ("ber/", (r"ber/",)),
     ("crypto/", (r"crypto/",)),
     # The tables of texts are the one thing of api/ beside the public header.
-    ("tool/inspect/", (r"api/qex\.h$", r"api/\w*text\w*\.h$", r"asn1/", r"ber/")),
+    ("tool/worker/inspect/", (r"api/qex\.h$", r"api/\w*text\w*\.h$", r"asn1/", r"ber/")),
     ("tool/", (r"api/qex\.h$",)),
     ("examples/", (r"api/qex\.h$",)),
     ("tests/abi/", (r"api/qex\.h$",)),
@@ -96,8 +96,8 @@ class RulesTest(unittest.TestCase):
                               ("api/a.cpp", '"ber/buffer.h"'), ("asn1/a.cpp", '"ber/buffer.h"'),
                               ("ber/a.cpp", "<cstdint>"), ("tool/a.cpp", '"api/qex.h"'),
                               ("tool/a.cpp", '"tool/options.h"'), ("tool/a.cpp", '"options.h"'),
-                              ("tool/inspect/a.cpp", '"asn1/codec.h"'),
-                              ("tool/inspect/a.cpp", '"api/result_texts.h"'),
+                              ("tool/worker/inspect/a.cpp", '"asn1/codec.h"'),
+                              ("tool/worker/inspect/a.cpp", '"api/result_texts.h"'),
                               ("examples/a.c", "<qex.h>"), ("tests/abi/a.c", '"qex.h"'),
                               ("tests/api/a.cpp", '"crypto/rsa.h"'), ("fuzz/a.cpp", '"ber/buffer.h"')):
             with self.subTest(path=path, include=include):
@@ -110,8 +110,8 @@ class RulesTest(unittest.TestCase):
                               ("crypto/a.cpp", '"ber/buffer.h"'), ("crypto/a.cpp", '"api/qex.h"'),
                               ("crypto/a.cpp", "<qex.h>"), ("api/a.cpp", '"tool/options.h"'),
                               ("ber/a.cpp", '"tests/support/hex.h"'), ("tool/a.cpp", '"asn1/codec.h"'),
-                              ("tool/a.cpp", '"api/frame.h"'), ("tool/inspect/a.cpp", '"crypto/rsa.h"'),
-                              ("tool/inspect/a.cpp", '"api/frame.h"'), ("examples/a.c", '"ber/buffer.h"'),
+                              ("tool/a.cpp", '"api/frame.h"'), ("tool/worker/inspect/a.cpp", '"crypto/rsa.h"'),
+                              ("tool/worker/inspect/a.cpp", '"api/frame.h"'), ("examples/a.c", '"ber/buffer.h"'),
                               ("examples/b/a.c", '"../../ber/buffer.h"'), ("tests/abi/a.c", '"api/frame.h"')):
             with self.subTest(path=path, include=include):
                 self.assertNotEqual(self.broken_by(path, include), [])

@@ -7,12 +7,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tool/command.h"
-#include "tool/escape.h"
-#include "tool/failure.h"
-#include "tool/files.h"
-#include "tool/hash.h"
-#include "tool/output.h"
+#include "tool/base/escape.h"
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+#include "tool/base/hash.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
 
 namespace qex::tool {
 namespace {

@@ -6,12 +6,12 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tool/command.h"
-#include "tool/escape.h"
-#include "tool/failure.h"
-#include "tool/files.h"
-#include "tool/inspect/code_texts.h"
-#include "tool/output.h"
+#include "tool/base/escape.h"
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
+#include "tool/worker/inspect/code_texts.h"
 
 namespace qex::tool {
 namespace {

@@ -5,14 +5,14 @@
 #include <CLI/CLI.hpp>
 
 #include "api/qex.h"
-#include "tool/command.h"
-#include "tool/failure.h"
-#include "tool/files.h"
-#include "tool/inspect/code_texts.h"
-#include "tool/judge.h"
-#include "tool/message.h"
-#include "tool/output.h"
-#include "tool/worker.h"
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
+#include "tool/judge/judge.h"
+#include "tool/message/message.h"
+#include "tool/worker/inspect/code_texts.h"
+#include "tool/worker/worker.h"
 
 namespace qex::tool {
 namespace {

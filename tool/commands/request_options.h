@@ -3,7 +3,7 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tool/request.h"
+#include "tool/exchange/request.h"
 
 namespace qex::tool {
 

@@ -6,13 +6,13 @@
 
 #include <CLI/CLI.hpp>
 
-#include "tool/command.h"
-#include "tool/failure.h"
-#include "tool/files.h"
-#include "tool/message.h"
-#include "tool/output.h"
-#include "tool/tac_facts.h"
-#include "tool/worker.h"
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
+#include "tool/judge/tac_facts.h"
+#include "tool/message/message.h"
+#include "tool/worker/worker.h"
 
 namespace qex::tool {
 namespace {

@@ -12,18 +12,18 @@
 #include <CLI/CLI.hpp>
 
 #include "api/qex.h"
-#include "tool/command.h"
+#include "tool/base/escape.h"
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+#include "tool/base/hash.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
 #include "tool/commands/request_options.h"
-#include "tool/escape.h"
-#include "tool/failure.h"
-#include "tool/files.h"
-#include "tool/hash.h"
-#include "tool/http.h"
-#include "tool/judge.h"
-#include "tool/message.h"
-#include "tool/output.h"
-#include "tool/socket_transport.h"
-#include "tool/worker.h"
+#include "tool/exchange/http.h"
+#include "tool/exchange/socket_transport.h"
+#include "tool/judge/judge.h"
+#include "tool/message/message.h"
+#include "tool/worker/worker.h"
 
 namespace qex::tool {
 namespace {

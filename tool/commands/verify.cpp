@@ -5,16 +5,16 @@
 #include <CLI/CLI.hpp>
 
 #include "api/qex.h"
-#include "tool/command.h"
-#include "tool/escape.h"
-#include "tool/failure.h"
-#include "tool/files.h"
-#include "tool/hash.h"
-#include "tool/judge.h"
-#include "tool/message.h"
-#include "tool/output.h"
-#include "tool/request.h"
-#include "tool/worker.h"
+#include "tool/base/escape.h"
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+#include "tool/base/hash.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
+#include "tool/exchange/request.h"
+#include "tool/judge/judge.h"
+#include "tool/message/message.h"
+#include "tool/worker/worker.h"
 
 namespace qex::tool {
 namespace {

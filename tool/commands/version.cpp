@@ -1,10 +1,10 @@
 // qex version
 #include <CLI/CLI.hpp>
 
-#include "tool/command.h"
-#include "tool/files.h"
-#include "tool/http.h"
-#include "tool/output.h"
+#include "tool/base/files.h"
+#include "tool/base/output.h"
+#include "tool/commands/command.h"
+#include "tool/exchange/http.h"
 
 namespace qex::tool {
 

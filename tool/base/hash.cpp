@@ -1,0 +1,167 @@
+// Digests by the library's exports, and the digest of a file.
+#include "tool/base/hash.h"
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+#include "api/qex.h"
+#include "tool/base/escape.h"
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+#include "tool/base/progress.h"
+
+namespace qex::tool {
+
+struct DigestRoutines {
+  void* (*init)();
+  void (*update)(void* context, const uint8_t* data, uint32_t length);
+  void (*final)(void* context, uint8_t* digest);
+};
+
+namespace {
+
+template <class Context, auto kInit, auto kUpdate, auto kFinal>
+constexpr DigestRoutines routines() {
+  return {[] { return static_cast<void*>(kInit()); },
+          [](void* context, const uint8_t* data, uint32_t length) {
+            kUpdate(static_cast<Context*>(context), data, length);
+          },
+          [](void* context, uint8_t* digest) { kFinal(static_cast<Context*>(context), digest); }};
+}
+
+constexpr HashAlgorithm kHashes[] = {
+    {"sha256", "2.16.840.1.101.3.4.2.1", 32, false}, {"sha384", "2.16.840.1.101.3.4.2.2", 48, false},
+    {"sha512", "2.16.840.1.101.3.4.2.3", 64, false}, {"sha1", "1.3.14.3.2.26", 20, true},
+    {"md5", "1.2.840.113549.2.5", 16, true},
+};
+
+// In the order of kHashes.
+constexpr DigestRoutines kRoutines[] = {
+    routines<QEX_SHA256_CTX, QEX_SHA256_Init, QEX_SHA256_Update, QEX_SHA256_Final>(),
+    routines<QEX_SHA512_CTX, QEX_SHA384_Init, QEX_SHA384_Update, QEX_SHA384_Final>(),
+    routines<QEX_SHA512_CTX, QEX_SHA512_Init, QEX_SHA512_Update, QEX_SHA512_Final>(),
+    routines<QEX_SHA1_CTX, QEX_SHA1_Init, QEX_SHA1_Update, QEX_SHA1_Final>(),
+    routines<QEX_MD5_CTX, QEX_MD5_Init, QEX_MD5_Update, QEX_MD5_Final>(),
+};
+static_assert(std::size(kRoutines) == std::size(kHashes));
+
+constexpr size_t kReadSize = size_t{256} << 10;
+
+// A descriptor that is closed on every path; standard input stays open.
+class InputFile {
+ public:
+  explicit InputFile(const std::string& path) : path_(path) {
+    fd_ = IsStandardStream(path) ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    if (fd_ < 0) fail("cannot be opened");
+  }
+  ~InputFile() {
+    if (!IsStandardStream(path_)) ::close(fd_);
+  }
+  InputFile(const InputFile&) = delete;
+  InputFile& operator=(const InputFile&) = delete;
+
+  // Octets of a regular file, 0 for another.
+  uint64_t size() const {
+    struct stat status {};
+    return ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode) ? static_cast<uint64_t>(status.st_size) : 0;
+  }
+
+  size_t read(std::span<uint8_t> buffer) {
+    for (;;) {
+      const ssize_t n = ::read(fd_, buffer.data(), buffer.size());
+      if (n >= 0) return static_cast<size_t>(n);
+      if (errno != EINTR) fail("cannot be read");
+    }
+  }
+
+ private:
+  [[noreturn]] void fail(const char* what) const {
+    throw Failure{ExitStatus::File, ShownPath(path_) + ": " + what + ": " + std::strerror(errno),
+                  errno == EISDIR ? "name a file, not a folder" : "look at its path and permissions"};
+  }
+
+  const std::string& path_;
+  int fd_;
+};
+
+}  // namespace
+
+std::span<const HashAlgorithm> HashAlgorithms() {
+  return kHashes;
+}
+
+const HashAlgorithm* FindHash(std::string_view name) {
+  std::string plain;
+  for (const char c : name) {
+    if (c != '-') plain += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+  }
+  for (const HashAlgorithm& hash : kHashes) {
+    if (plain == hash.name || name == hash.identifier) return &hash;
+  }
+  return nullptr;
+}
+
+const HashAlgorithm& HashNamed(const std::string& name) {
+  const HashAlgorithm* hash = FindHash(name);
+  if (hash != nullptr) return *hash;
+  throw Failure{ExitStatus::Unsupported, "hash algorithm " + Escaped(name) + " is not supported",
+                "use one of sha256, sha384, sha512 (or sha1, md5 with --allow-weak)"};
+}
+
+void RefuseWeakHash(const HashAlgorithm& hash, const Options& options) {
+  if (!hash.weak || options.allowWeak) return;
+  throw Failure{ExitStatus::CheckFailed,
+                std::string("hash algorithm ") + hash.name + " is weak: collisions are known",
+                "use sha256, or accept it with --allow-weak"};
+}
+
+Hasher::Hasher(const HashAlgorithm& hash)
+    : hash_(hash), routines_(kRoutines[&hash - kHashes]), context_(routines_.init()) {}
+
+Hasher::~Hasher() {
+  // Ending it is how a context is released.
+  uint8_t digest[64];
+  if (context_ != nullptr) routines_.final(context_, digest);
+}
+
+void Hasher::Update(ByteView data) {
+  while (!data.empty()) {
+    const size_t n = std::min<size_t>(data.size(), size_t{1} << 30);
+    routines_.update(context_, data.data(), static_cast<uint32_t>(n));
+    data = data.subspan(n);
+  }
+}
+
+Bytes Hasher::Final() {
+  Bytes digest(hash_.length);
+  routines_.final(std::exchange(context_, nullptr), digest.data());
+  return digest;
+}
+
+Bytes Sha256(ByteView data) {
+  Hasher hasher(kHashes[0]);
+  hasher.Update(data);
+  return hasher.Final();
+}
+
+Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options& options) {
+  InputFile file(path);
+  Hasher hasher(hash);
+  Progress progress(ShownPath(path), file.size(), !options.quiet);
+  Bytes buffer(kReadSize);
+  uint64_t done = 0;
+  while (const size_t n = file.read(buffer)) {
+    hasher.Update({buffer.data(), n});
+    progress.Update(done += n);
+  }
+  return hasher.Final();
+}
+
+}  // namespace qex::tool

@@ -1,0 +1,59 @@
+// The hash algorithms of imprints, and the digest of a file.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "tool/base/bytes.h"
+#include "tool/base/options.h"
+
+namespace qex::tool {
+
+struct HashAlgorithm {
+  const char* name;  // sha256
+  const char* identifier;
+  size_t length;  // of the digest, in octets
+  bool weak;      // collisions are known
+};
+
+std::span<const HashAlgorithm> HashAlgorithms();
+
+// FindHash returns the algorithm of a name (sha256, SHA-256) or of a dotted identifier, null for another.
+const HashAlgorithm* FindHash(std::string_view name);
+
+// HashNamed is FindHash that throws a usage failure naming what there is.
+const HashAlgorithm& HashNamed(const std::string& name);
+
+// RefuseWeakHash throws a failed check when `hash` is weak and --allow-weak was not given.
+void RefuseWeakHash(const HashAlgorithm& hash, const Options& options);
+
+struct DigestRoutines;
+
+// Hasher digests what it is fed.
+class Hasher {
+ public:
+  // `hash` is a row of HashAlgorithms.
+  explicit Hasher(const HashAlgorithm& hash);
+  ~Hasher();
+  Hasher(const Hasher&) = delete;
+  Hasher& operator=(const Hasher&) = delete;
+
+  void Update(ByteView data);
+  // Ends the digest; to be called once.
+  Bytes Final();
+
+ private:
+  const HashAlgorithm& hash_;
+  const DigestRoutines& routines_;
+  void* context_;
+};
+
+// Sha256 is the digest of octets at hand.
+Bytes Sha256(ByteView data);
+
+// HashFile digests a file or standard input as it is read, with progress on a terminal when that
+// takes longer than a second; throws a Failure.
+Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options& options);
+
+}  // namespace qex::tool

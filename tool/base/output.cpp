@@ -1,0 +1,129 @@
+// Text, colour and JSON.
+#include "tool/base/output.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+#include "tool/base/escape.h"
+#include "tool/base/files.h"
+
+namespace qex::tool {
+namespace {
+
+// See no-color.org: any value but an empty one counts.
+bool environment_forbids_color() {
+  const char* noColor = std::getenv("NO_COLOR");
+  const char* terminal = std::getenv("TERM");
+  return (noColor != nullptr && *noColor != '\0') ||
+         (terminal != nullptr && std::string_view(terminal) == "dumb");
+}
+
+bool takes_color(const Options& options) {
+  if (options.color == "always") return true;
+  if (options.color == "never") return false;
+  return ::isatty(STDOUT_FILENO) != 0 && !environment_forbids_color();
+}
+
+std::string scalar_text(const Json& value) {
+  if (value.is_string()) return value.get<std::string>();
+  if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
+  return value.dump();
+}
+
+std::string label_of(std::string name) {
+  std::ranges::replace(name, '_', ' ');
+  return name;
+}
+
+void append_fields(std::string& text, const Json& object, int indent);
+
+void append_list(std::string& text, const Json& list, int indent) {
+  for (const Json& element : list) {
+    if (element.is_object()) {
+      std::string block;
+      append_fields(block, element, indent + 2);
+      block[static_cast<size_t>(indent)] = '-';
+      text += block;
+    } else {
+      text += std::string(static_cast<size_t>(indent), ' ') + "- " + scalar_text(element) + "\n";
+    }
+  }
+}
+
+void append_fields(std::string& text, const Json& object, int indent) {
+  size_t width = 0;
+  for (const auto& [name, value] : object.items()) {
+    if (!value.is_structured()) width = std::max(width, name.size());
+  }
+  const std::string margin(static_cast<size_t>(indent), ' ');
+  for (const auto& [name, value] : object.items()) {
+    if (value.is_null() || (value.is_structured() && value.empty())) continue;
+    text += margin + label_of(name);
+    if (value.is_structured()) {
+      text += '\n';
+      value.is_array() ? append_list(text, value, indent + 2) : append_fields(text, value, indent + 2);
+    } else {
+      text += std::string(width - name.size() + 2, ' ') + scalar_text(value) + '\n';
+    }
+  }
+}
+
+}  // namespace
+
+std::string Colored(std::string_view text, Tone tone, const Options& options) {
+  if (tone == Tone::Plain || !takes_color(options)) return std::string(text);
+  const char* color = tone == Tone::Good ? "\033[32m" : tone == Tone::Bad ? "\033[31m" : "\033[33m";
+  return color + std::string(text) + "\033[0m";
+}
+
+Json NewDocument(std::string_view command, std::string_view subject) {
+  Json document;
+  document["schema"] = 1;
+  document["command"] = command;
+  if (!subject.empty()) document["subject"] = Escaped(subject);
+  document["exit"] = 0;
+  document["code"] = 0;
+  document["asn1_error"] = 0;
+  document["error"] = nullptr;
+  document["hint"] = nullptr;
+  return document;
+}
+
+void SetFailure(Json& document, const Failure& failure) {
+  document["exit"] = static_cast<int>(failure.exit);
+  document["code"] = failure.code;
+  document["asn1_error"] = failure.asn1Error;
+  document["error"] = failure.message;
+  if (!failure.hint.empty()) document["hint"] = failure.hint;
+  if (!failure.libraryMessages.empty()) document["library_messages"] = EscapedLines(failure.libraryMessages);
+}
+
+void WriteJson(const Json& document) {
+  WriteText(document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+}
+
+void WriteFields(const Json& object, int indent) {
+  std::string text;
+  append_fields(text, object, indent);
+  WriteText(text);
+}
+
+void WriteFailure(const Failure& failure, const Options& options) {
+  WriteLibraryMessages(failure.libraryMessages, options);
+  std::fprintf(stderr, "qex: error: %s\n", failure.message.c_str());
+  if (!failure.hint.empty()) std::fprintf(stderr, "qex: hint: %s\n", failure.hint.c_str());
+}
+
+void WriteLibraryMessages(const std::string& messages, const Options& options) {
+  if (!options.verbose) return;
+  for (size_t at = 0; at < messages.size();) {
+    const size_t end = std::min(messages.find('\n', at), messages.size());
+    if (end > at) std::fprintf(stderr, "qex: library: %s\n", Escaped(messages.substr(at, end - at)).c_str());
+    at = end + 1;
+  }
+}
+
+}  // namespace qex::tool

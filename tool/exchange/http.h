@@ -1,0 +1,34 @@
+// A time-stamp exchange over http and https (RFC 3161, 3.4).
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "tool/base/bytes.h"
+
+namespace qex::tool {
+
+struct HttpSettings {
+  std::string url;
+  std::chrono::milliseconds timeout{30000};
+  std::string user;  // NAME:PASSWORD, empty: none
+  // PEM texts, empty: none.
+  Bytes roots;       // of the server's certificate, in place of the system's
+  Bytes clientCert;  // for TLS client authentication
+  Bytes clientKey;   // empty: it stands beside the certificate
+};
+
+// ShownUrl returns the address without a user and password that stand in it.
+std::string ShownUrl(const std::string& url);
+
+// CheckUrl throws a usage Failure for what is no address of http or https.
+void CheckUrl(const std::string& url);
+
+// PostRequest sends a time-stamp request and returns the reply's body, of at most 1 MiB; throws
+// a Failure, whose exit status is Network when asking again may help.
+Bytes PostRequest(const HttpSettings& settings, ByteView request);
+
+// HttpLibraryVersion names the library that carries the exchange.
+std::string HttpLibraryVersion();
+
+}  // namespace qex::tool

@@ -1,0 +1,157 @@
+// The socket framing, under one deadline for the whole exchange.
+#include "tool/exchange/socket_transport.h"
+
+#include <poll.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include "api/qex.h"
+#include "tool/base/escape.h"
+#include "tool/base/failure.h"
+#include "tool/exchange/curl.h"
+#include "tool/worker/inspect/code_texts.h"
+
+namespace qex::tool {
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+constexpr size_t kHead = 5;
+constexpr size_t kMaxReply = size_t{1} << 20;
+
+// The address as libcurl takes it; only the connection is libcurl's.
+CurlUrl parse_address(const std::string& text) {
+  const size_t colon = text.rfind(':');
+  CurlUrl url = NewCurlUrl();
+  const bool valid = colon != std::string::npos &&
+                     curl_url_set(url.get(), CURLUPART_SCHEME, "http", 0) == CURLUE_OK &&
+                     curl_url_set(url.get(), CURLUPART_HOST, text.substr(0, colon).c_str(), 0) == CURLUE_OK &&
+                     curl_url_set(url.get(), CURLUPART_PORT, text.substr(colon + 1).c_str(), 0) == CURLUE_OK;
+  if (!valid) {
+    throw UsageFailure("socket " + Escaped(text) + ": not HOST:PORT", "for example --socket tsa.example:318");
+  }
+  return url;
+}
+
+// One connection, closed at the end of its scope.
+class Connection {
+ public:
+  Connection(const std::string& name, std::chrono::milliseconds timeout)
+      : name_(Escaped(name)), deadline_(Clock::now() + timeout), curl_(NewCurl(timeout)) {
+    const CurlUrl url = parse_address(name);
+    char detail[CURL_ERROR_SIZE] = "";
+    SetCurl(curl_, CURLOPT_CURLU, url.get());
+    SetCurl(curl_, CURLOPT_CONNECT_ONLY, 1L);
+    SetCurl(curl_, CURLOPT_NOPROXY, "*");
+    SetCurl(curl_, CURLOPT_ERRORBUFFER, detail);
+    const CURLcode code = curl_easy_perform(curl_.get());
+    if (code != CURLE_OK) throw CurlFailure(name_, code, detail);
+    SetCurl(curl_, CURLOPT_ERRORBUFFER, static_cast<char*>(nullptr));
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    CheckCurlSetting(curl_easy_getinfo(curl_.get(), CURLINFO_ACTIVESOCKET, &socket));
+    fd_ = socket;
+  }
+
+  void send(ByteView data) {
+    while (!data.empty()) {
+      wait(POLLOUT);
+      const ssize_t n = ::send(fd_, data.data(), data.size(), MSG_NOSIGNAL);
+      if (n < 0 && errno != EINTR && errno != EAGAIN) fail("cannot be written to");
+      if (n > 0) data = data.subspan(static_cast<size_t>(n));
+    }
+  }
+
+  // Appends octets until `data` has `length`.
+  void receive(Bytes& data, size_t length) {
+    while (data.size() < length) {
+      wait(POLLIN);
+      uint8_t buffer[16384];
+      const ssize_t n = ::recv(fd_, buffer, std::min(sizeof buffer, length - data.size()), 0);
+      if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
+      if (n < 0) fail("cannot be read from");
+      if (n == 0) {
+        throw Failure{ExitStatus::Network,
+                      name_ + ": the reply ended after " + std::to_string(data.size()) + " of " +
+                          std::to_string(length) + " octets",
+                      "try again with --retry; does the authority speak the socket framing?", QEX_E_LENGTH};
+      }
+      data.insert(data.end(), buffer, buffer + n);
+    }
+  }
+
+ private:
+  void wait(short events) {
+    for (;;) {
+      const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(deadline_ - Clock::now());
+      struct pollfd one {
+        fd_, events, 0
+      };
+      const int n =
+          left.count() <= 0 ? 0 : ::poll(&one, 1, static_cast<int>(std::min<int64_t>(left.count(), 1 << 30)));
+      if (n > 0) return;
+      if (n == 0) {
+        throw Failure{ExitStatus::Network, name_ + ": no answer in time",
+                      "wait longer with --timeout, or try again with --retry"};
+      }
+      if (errno != EINTR) fail("cannot be waited for");
+    }
+  }
+
+  [[noreturn]] void fail(const char* what) const {
+    throw Failure{ExitStatus::Network, name_ + ": " + what + ": " + std::strerror(errno),
+                  "try again with --retry"};
+  }
+
+  std::string name_;
+  Clock::time_point deadline_;
+  CurlHandle curl_;  // owns the connection
+  int fd_ = -1;
+};
+
+Failure framing_failure(const std::string& address, int32_t code, uint32_t flag) {
+  if (code == QEX_E_FRAMING) {
+    return {ExitOfCode(code), Escaped(address) + ": the reply's flag is " + std::to_string(flag) + ", not 5",
+            "the authority did not answer with a time-stamp reply", code};
+  }
+  return {ExitOfCode(code), Escaped(address) + ": " + inspect::CodeMeaning(code),
+          "does the authority speak the socket framing?", code};
+}
+
+}  // namespace
+
+void CheckSocketAddress(const std::string& address) {
+  parse_address(address);
+}
+
+Bytes ExchangeOverSocket(const std::string& address, ByteView framedRequest,
+                         std::chrono::milliseconds timeout) {
+  Connection connection(address, timeout);
+  connection.send(framedRequest);
+  Bytes reply;
+  connection.receive(reply, kHead);
+  uint32_t length = kHead;
+  uint32_t flag = 0;
+  int32_t code = QEX_UnpackTSR(reply.data(), &length, &flag, QEX_TRANSPORT_SOCKET);
+  if (code == QEX_E_LENGTH) {
+    // The library says how much is announced; it is read as it comes, not allocated at once.
+    if (length < kHead) {
+      throw Failure{ExitStatus::Input, Escaped(address) + ": a reply without a flag is announced",
+                    "does the authority speak the socket framing?", code};
+    }
+    if (length > kMaxReply) {
+      throw Failure{ExitStatus::Input,
+                    Escaped(address) + ": a reply of " + std::to_string(length) + " octets is announced",
+                    "at most 1 MiB is read; does the authority speak the socket framing?", code};
+    }
+    connection.receive(reply, length);
+    code = QEX_UnpackTSR(reply.data(), &length, &flag, QEX_TRANSPORT_SOCKET);
+  }
+  if (code != QEX_OK) throw framing_failure(address, code, flag);
+  reply.resize(length);
+  return reply;
+}
+
+}  // namespace qex::tool

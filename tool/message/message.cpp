@@ -1,0 +1,140 @@
+// Taking the armour off messages (RFC 7468, leniently), and putting it on.
+#include "tool/message/message.h"
+
+#include <array>
+#include <optional>
+#include <string_view>
+#include <utility>
+
+#include "tool/base/failure.h"
+#include "tool/base/files.h"
+
+namespace qex::tool {
+namespace {
+
+constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+constexpr std::string_view kBegin = "-----BEGIN ";
+constexpr std::string_view kEnd = "-----END ";
+constexpr std::string_view kDashes = "-----";
+constexpr uint8_t kSequence = 0x30;
+
+constexpr std::array<int8_t, 256> make_values() {
+  std::array<int8_t, 256> values{};
+  values.fill(-1);
+  for (size_t i = 0; i < kAlphabet.size(); ++i) {
+    values[static_cast<uint8_t>(kAlphabet[i])] = static_cast<int8_t>(i);
+  }
+  return values;
+}
+
+constexpr std::array<int8_t, 256> kValues = make_values();
+
+bool is_space(char c) {
+  return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
+
+// Decodes base64 with white space anywhere; nothing when another character stands in it.
+std::optional<Bytes> from_base64(std::string_view text) {
+  Bytes octets;
+  octets.reserve(text.size() / 4 * 3);
+  uint32_t group = 0;
+  unsigned bits = 0;
+  size_t padding = 0;
+  for (const char c : text) {
+    if (is_space(c)) continue;
+    if (c == '=') {
+      ++padding;
+      continue;
+    }
+    const int8_t value = kValues[static_cast<uint8_t>(c)];
+    if (value < 0 || padding != 0) return std::nullopt;
+    group = (group << 6 | static_cast<uint32_t>(value)) & 0xFFFFFF;
+    bits += 6;
+    if (bits >= 8) {
+      bits -= 8;
+      octets.push_back(static_cast<uint8_t>(group >> bits));
+    }
+  }
+  if (bits == 6 || padding > 2) return std::nullopt;
+  return octets;
+}
+
+// The base64 text of the first PEM block.
+std::optional<std::string_view> pem_body(std::string_view text) {
+  const size_t begin = text.find(kBegin);
+  if (begin == std::string_view::npos) return std::nullopt;
+  const size_t label = text.find(kDashes, begin + kBegin.size());
+  if (label == std::string_view::npos) return std::nullopt;
+  const size_t body = label + kDashes.size();
+  const size_t end = text.find(kEnd, body);
+  if (end == std::string_view::npos) return std::nullopt;
+  return text.substr(body, end - body);
+}
+
+Bytes without_armour(Bytes data) {
+  if (!data.empty() && data[0] == kSequence && inspect::KindOf(data) != inspect::Kind::Unknown) return data;
+  const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
+  const std::optional<Bytes> plain = from_base64(pem_body(text).value_or(text));
+  return plain && !plain->empty() ? *plain : data;
+}
+
+}  // namespace
+
+Message ParseMessage(std::string path, Bytes data) {
+  Bytes octets = without_armour(std::move(data));
+  const inspect::Kind kind = inspect::KindOf(octets);
+  return {std::move(path), std::move(octets), kind};
+}
+
+Message ReadAnyMessage(const std::string& path) {
+  Message message = ParseMessage(path, ReadMessage(path));
+  if (message.kind != inspect::Kind::Unknown) return message;
+  const std::string name = ShownPath(path);
+  if (message.octets.empty()) {
+    throw Failure{ExitStatus::Input, name + ": is empty",
+                  "the file was cut off, or never written; fetch it again"};
+  }
+  throw Failure{ExitStatus::Input, name + ": is no time-stamp request, reply, token or certificate",
+                "it may be DER, PEM or base64; was it cut off, or is it the stamped file itself?"};
+}
+
+Message ReadMessageOf(const std::string& path, inspect::Kind kind) {
+  Message message = ReadAnyMessage(path);
+  if (message.kind == kind) return message;
+  throw Failure{ExitStatus::Input,
+                ShownPath(path) + ": is a " + inspect::KindName(message.kind) + ", where a " +
+                    inspect::KindName(kind) + " is needed",
+                "name the file that holds the " + std::string(inspect::KindName(kind))};
+}
+
+Message AsTokenOrReply(Message message) {
+  if (message.kind == inspect::Kind::Token || message.kind == inspect::Kind::Reply) return message;
+  throw Failure{
+      ExitStatus::Input,
+      ShownPath(message.path) + ": is a " + inspect::KindName(message.kind) + ", where a token is needed",
+      "name a token, or the reply that holds it"};
+}
+
+Message ReadTokenOrReply(const std::string& path) {
+  return AsTokenOrReply(ReadAnyMessage(path));
+}
+
+std::string ToPem(ByteView der, const std::string& label) {
+  std::string text = std::string(kBegin) + label + "-----\n";
+  size_t column = 0;
+  for (size_t i = 0; i < der.size(); i += 3) {
+    const size_t count = der.size() - i < 3 ? der.size() - i : 3;
+    uint32_t group = 0;
+    for (size_t j = 0; j < 3; ++j) group = group << 8 | (j < count ? der[i + j] : 0u);
+    for (size_t j = 0; j < 4; ++j) text += j <= count ? kAlphabet[group >> (18 - 6 * j) & 63] : '=';
+    column += 4;
+    if (column == 64) {
+      text += '\n';
+      column = 0;
+    }
+  }
+  if (column != 0) text += '\n';
+  return text + std::string(kEnd) + label + "-----\n";
+}
+
+}  // namespace qex::tool

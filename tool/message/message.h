@@ -1,0 +1,37 @@
+// Messages and certificates as they lie in files: DER or BER, bare or as PEM or base64, told by
+// their structure.
+#pragma once
+
+#include <string>
+
+#include "tool/base/bytes.h"
+#include "tool/message/structure.h"
+
+namespace qex::tool {
+
+struct Message {
+  std::string path;
+  Bytes octets;  // without PEM or base64 around them
+  inspect::Kind kind;
+};
+
+// ParseMessage takes the armour off and tells the kind, Unknown included.
+Message ParseMessage(std::string path, Bytes data);
+
+// ReadAnyMessage reads a file; throws a Failure when it is no message of a known kind.
+Message ReadAnyMessage(const std::string& path);
+
+// ReadMessageOf reads a file that must hold a message of `kind`; throws a Failure that says what
+// it is instead.
+Message ReadMessageOf(const std::string& path, inspect::Kind kind);
+
+// AsTokenOrReply hands on a message that is a token or a reply; throws a Failure for any other.
+Message AsTokenOrReply(Message message);
+
+// ReadTokenOrReply reads a file that must hold one of the two.
+Message ReadTokenOrReply(const std::string& path);
+
+// ToPem renders DER under a label such as CERTIFICATE.
+std::string ToPem(ByteView der, const std::string& label);
+
+}  // namespace qex::tool

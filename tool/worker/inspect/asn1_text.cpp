@@ -1,0 +1,80 @@
+// Whole messages by the library's print routines.
+#include <cstdio>
+#include <new>
+
+#include "asn1/attrcert.h"
+#include "asn1/cms.h"
+#include "asn1/oids.h"
+#include "asn1/timestamp.h"
+#include "tool/worker/inspect/decoded.h"
+#include "tool/worker/inspect/describe.h"
+
+namespace qex::inspect {
+namespace {
+
+ssize_t append(void* text, const char* data, size_t length) {
+  try {
+    static_cast<std::string*>(text)->append(data, length);
+  } catch (const std::bad_alloc&) {
+    return 0;  // an error of the stream
+  }
+  return static_cast<ssize_t>(length);
+}
+
+// What `print` writes to a stream. A memory stream of the C library does not remember that memory ran out
+// in the middle of a text.
+template <class Print>
+std::string printed(Print print) {
+  std::string text;
+  FILE* stream = ::fopencookie(&text, "w", {nullptr, append, nullptr, nullptr});
+  if (stream == nullptr) throw std::bad_alloc();
+  print(stream);
+  std::fputc('\n', stream);
+  const bool failed = std::ferror(stream) != 0;
+  if (std::fclose(stream) != 0 || failed) throw std::bad_alloc();
+  return text;
+}
+
+template <class T, auto kDecode, auto kFree>
+std::optional<std::string> print_message(const Type& type, View data) {
+  const Decoded<T, kDecode, kFree> value(data);
+  if (!value) return std::nullopt;
+  return printed([&](FILE* stream) { PrintValue(type, stream, &*value, 0); });
+}
+
+// A token with the content that is signed, decoded too.
+std::optional<std::string> print_token(View data) {
+  const Decoded<ContentInfo, BDecContentInfo, FreeContentInfo> token(data);
+  if (!token) return std::nullopt;
+  const std::string text = printed([&](FILE* stream) { PrintValue(kContentInfo, stream, &*token, 0); });
+  const AsnAny& content = token->content;
+  if (content.value == nullptr || content.ai == nullptr || content.ai->anyId != kAnySignedData) return text;
+  const auto* signedData = static_cast<const SignedData*>(content.value);
+  if (signedData->encapContentInfo == nullptr) return text;
+  const AsnOcts& eContent = signedData->encapContentInfo->eContent;
+  const Decoded<TSTInfo, BDecTSTInfo, FreeTSTInfo> info({eContent.octs, eContent.count});
+  if (!info) return text;
+  return text + "\n-- eContent --\n" +
+         printed([&](FILE* stream) { PrintValue(kTSTInfo, stream, &*info, 0); });
+}
+
+}  // namespace
+
+std::optional<std::string> Asn1Text(Kind kind, View data) {
+  switch (kind) {
+    case Kind::Request:
+      return print_message<TimeStampReq, BDecTimeStampReq, FreeTimeStampReq>(kTimeStampReq, data);
+    case Kind::Reply:
+      return print_message<TimeStampResp, BDecTimeStampResp, FreeTimeStampResp>(kTimeStampResp, data);
+    case Kind::Token: return print_token(data);
+    case Kind::Certificate:
+      return print_message<Certificate, BDecCertificate, FreeCertificate>(kCertificate, data);
+    case Kind::AttributeCertificate:
+      return print_message<AttributeCertificate, BDecAttributeCertificate, FreeAttributeCertificate>(
+          kAttributeCertificate, data);
+    case Kind::Unknown: break;
+  }
+  return std::nullopt;
+}
+
+}  // namespace qex::inspect

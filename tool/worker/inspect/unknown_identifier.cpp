@@ -1,0 +1,112 @@
+// The identifier at which a decoding stopped because the library has no type for what belongs to it.
+//
+// A value is looked up by the identifier in front of it in these places: SEQUENCE { identifier, value }
+// of algorithms, names and policy qualifiers; SEQUENCE { identifier, SET } of attributes; behind
+// identifier and [0] in a content and an other name; in a certificate of another format.
+#include <array>
+
+#include "asn1/oids.h"
+#include "tool/message/oid_text.h"
+#include "tool/worker/inspect/decoded.h"
+#include "tool/worker/inspect/describe.h"
+
+namespace qex::inspect {
+namespace {
+
+constexpr unsigned kMaxDepth = 64;
+// The depth of the token's own content type: 0 in a token, 1 in a reply.
+constexpr unsigned kMaxContentDepth = 1;
+
+constexpr uint8_t kBoolean = 0x01;
+constexpr uint8_t kOctetString = 0x04;
+constexpr uint8_t kOid = 0x06;
+constexpr uint8_t kSequence = 0x30;
+constexpr uint8_t kSet = 0x31;
+constexpr uint8_t kConstructed = 0x20;
+constexpr uint8_t kContext0 = 0xA0;
+constexpr uint8_t kOtherFormat = 0xA3;  // CertificateChoices
+
+// What parameters of algorithms are: NULL, a named curve, a structure.
+constexpr std::array<uint8_t, 3> kParameterTags = {0x05, 0x06, 0x30};
+
+bool is_registered(View identifier) {
+  AsnAny any{};
+  SetAnyTypeByOid(&any, {static_cast<uint32_t>(identifier.size()), identifier.data()});
+  return any.ai != nullptr;
+}
+
+// The value is a list whose elements have identifiers of their own: the qualifiers of a policy, the
+// hash of a signature policy. Nothing is looked up by the identifier in front of it.
+bool is_list_of_identified(const Element& value) {
+  const auto first = Elements(value.content).next(kSequence);
+  return first && Elements(first->content).next(kOid);
+}
+
+// What `value` is when it is looked up by the identifier in front of it, else null.
+const char* role_of(const Element& parent, const Element& value, unsigned depth) {
+  const uint8_t tag = value.tag;
+  if (parent.tag == kOtherFormat) return "certificate format";
+  if (parent.tag == kContext0) return tag == kContext0 ? "other name" : nullptr;
+  if (parent.tag != kSequence) return nullptr;
+  if (tag == kContext0) return depth <= kMaxContentDepth ? "content type" : nullptr;
+  if (tag == kBoolean || tag == kOctetString) return nullptr;  // an extension
+  if (tag == kSet) return Elements(value.content).next() ? "attribute" : nullptr;
+  if (tag == kSequence && is_list_of_identified(value)) return nullptr;
+  for (const uint8_t parameter : kParameterTags) {
+    if (tag == parameter) return "algorithm";
+  }
+  return (tag & 0xC0) == 0 ? "name attribute" : nullptr;
+}
+
+std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned depth) {
+  Elements parts(element.content);
+  const auto identifier = parts.next(kOid);
+  const auto value = identifier ? parts.next() : std::nullopt;
+  if (value) {
+    const char* role = role_of(element, *value, depth);
+    const std::string text = DecodeOid(identifier->content);
+    const bool wellFormed = !text.starts_with('?');
+    if (role != nullptr && wellFormed && !is_registered(identifier->content)) {
+      return UnknownIdentifier{NamedOid(text), role, std::string_view(role) == "algorithm"};
+    }
+  }
+  if (depth == kMaxDepth) return std::nullopt;
+  Elements all(element.content);
+  while (const auto part = all.next()) {
+    if ((part->tag & kConstructed) == 0) continue;
+    if (auto found = unknown_in(*part, depth + 1)) return found;
+  }
+  return std::nullopt;
+}
+
+// The TSTInfo of a token, which is decoded by itself.
+std::optional<Element> content_of(const Element& token) {
+  Elements fields(token.content);
+  if (!fields.next(kOid)) return std::nullopt;
+  const auto content = fields.next(kContext0);
+  const auto data = content ? Elements(content->content).next(kSequence) : std::nullopt;
+  if (!data) return std::nullopt;
+  Elements parts(data->content);
+  parts.next();
+  parts.next();
+  const auto encapsulated = parts.next(kSequence);
+  if (!encapsulated) return std::nullopt;
+  Elements inner(encapsulated->content);
+  if (!inner.next(kOid)) return std::nullopt;
+  const auto wrapped = inner.next(kContext0);
+  const auto octets = wrapped ? Elements(wrapped->content).next(kOctetString) : std::nullopt;
+  return octets ? Elements(octets->content).next(kSequence) : std::nullopt;
+}
+
+}  // namespace
+
+std::optional<UnknownIdentifier> FindUnknownIdentifier(View data) {
+  const auto whole = Elements(data).next(kSequence);
+  if (!whole) return std::nullopt;
+  Prepare();
+  if (auto found = unknown_in(*whole, 0)) return found;
+  const auto content = content_of(*whole);
+  return content ? unknown_in(*content, kMaxContentDepth + 1) : std::nullopt;
+}
+
+}  // namespace qex::inspect
