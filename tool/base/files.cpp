@@ -233,11 +233,11 @@ void WriteOutput(const std::string& path, ByteView data, const std::string& hint
   if (::isatty(STDOUT_FILENO) != 0) {
     throw UsageFailure("standard output is a terminal, and the output is binary", hint);
   }
-  WriteText({reinterpret_cast<const char*>(data.data()), data.size()});
+  WriteData({reinterpret_cast<const char*>(data.data()), data.size()});
 }
 
-void WriteText(std::string_view text) {
-  const ByteView data{reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+void WriteData(std::string_view octets) {
+  const ByteView data{reinterpret_cast<const uint8_t*>(octets.data()), octets.size()};
   if (!write_all(STDOUT_FILENO, data)) throw file_failure("standard output", "cannot be written", errno);
 }
 

@@ -50,7 +50,7 @@ void WriteFiles(std::initializer_list<Output> outputs);
 // terminal: that is a usage failure with `hint`.
 void WriteOutput(const std::string& path, ByteView data, const std::string& hint);
 
-// WriteText writes to standard output; throws a Failure when that cannot be written.
-void WriteText(std::string_view text);
+// WriteData writes octets to standard output as they are; throws a Failure when that cannot be written.
+void WriteData(std::string_view octets);
 
 }  // namespace qex::tool
