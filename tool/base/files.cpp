@@ -159,7 +159,7 @@ class Temporary {
 }  // namespace
 
 std::string ShownPath(std::string_view path) {
-  return IsStandardStream(path) ? "standard input" : Escaped(path);
+  return IsStandardStream(path) ? "standard input" : std::string(path);
 }
 
 Bytes ReadMessage(const std::string& path) {
@@ -193,6 +193,11 @@ bool FileExists(const std::string& path) {
 bool IsDirectory(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+bool IsRegularFile(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
 }
 
 std::string BaseName(const std::string& path) {
