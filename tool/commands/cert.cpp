@@ -8,6 +8,7 @@
 #include "tool/base/files.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/inspect/code_texts.h"
@@ -23,6 +24,8 @@ struct Arguments {
 };
 
 ExitStatus take_certificate(const Arguments& arguments, const Options& options) {
+  const char* hint = arguments.pem ? "" : "name a file with -o, or ask for --pem";
+  Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const Message message = ReadTokenOrReply(arguments.token);
   const std::string name = ShownPath(arguments.token);
   const Answer answer = Ask({name, message.octets});
@@ -39,15 +42,7 @@ ExitStatus take_certificate(const Arguments& arguments, const Options& options) 
   }
   WriteLibraryMessages(answer.libraryMessages, options);
   const Bytes der = FromHex(signer["der"].get<std::string>()).value();
-  const bool standard = IsStandardStream(arguments.output);
-  if (!arguments.pem) {
-    if (!options.json || !standard)
-      WriteOutput(arguments.output, der, "name a file with -o, or ask for --pem");
-  } else if (const std::string pem = ToPem(der, "CERTIFICATE"); !standard) {
-    WriteFiles({{arguments.output, {reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}}});
-  } else if (!options.json) {
-    WriteText(pem);
-  }
+  outputs.Commit({arguments.pem ? OctetsOf(ToPem(der, "CERTIFICATE")) : der});
   if (options.json) {
     Json document = NewDocument("cert", arguments.token);
     document["named_by"] = answer.facts["ess"] == "v2" ? "signing-certificate-v2" : "signing-certificate";

@@ -1,6 +1,8 @@
 // qex reply: the status of a reply, and the token out of it.
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -9,6 +11,7 @@
 #include "tool/base/files.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/inspect/code_texts.h"
@@ -57,15 +60,19 @@ ExitStatus read_status(const Arguments& arguments, const Options& options) {
   if (!arguments.token && !arguments.output.empty()) {
     throw UsageFailure("-o says where the token goes, so it takes --token", "add --token, or leave -o out");
   }
+  std::optional<Outputs> outputs;
+  if (arguments.token) {
+    outputs.emplace(SingleOutput(arguments.output, options, "name a file with -o"),
+                    std::vector{arguments.file}, options.force);
+  }
   const Message message = read_reply(arguments);
   const std::string name = ShownPath(arguments.file);
   const Answer answer = Ask({name, message.octets});
   const std::optional<Failure> refusal = RefusalOf(answer.facts, name);
   WriteLibraryMessages(answer.libraryMessages, options);
-  if (arguments.token && !refusal) {
+  if (outputs && !refusal) {
     const Bytes token = FromHex(answer.facts["token"].get<std::string>()).value();
-    const std::string output = arguments.output.empty() ? "-" : arguments.output;
-    if (!options.json || !IsStandardStream(output)) WriteOutput(output, token, "name a file with -o");
+    outputs->Commit({token});
   }
   if (options.json) {
     Json document = NewDocument("reply", arguments.file);

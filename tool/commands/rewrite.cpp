@@ -8,6 +8,7 @@
 #include "tool/base/files.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/worker.h"
@@ -28,6 +29,8 @@ ExitStatus rewrite(const Arguments& arguments, const Options& options) {
                                         : "how the token is to be written is not said",
                        "name one of --drop-attr-certs and --id-data");
   }
+  Outputs outputs(SingleOutput(arguments.output, options, "name a file with -o"), {arguments.token},
+                  options.force);
   const std::string name = ShownPath(arguments.token);
   Job job{name, ReadTokenOrReply(arguments.token).octets};
   job.rewriting = arguments.idData ? Rewriting::IdData : Rewriting::DropAttrCerts;
@@ -38,9 +41,7 @@ ExitStatus rewrite(const Arguments& arguments, const Options& options) {
   }
   WriteLibraryMessages(answer.libraryMessages, options);
   const std::string written = answer.facts["rewritten"].get<std::string>();
-  if (!options.json || !IsStandardStream(arguments.output)) {
-    WriteOutput(arguments.output, FromHex(written).value(), "name a file with -o");
-  }
+  outputs.Commit({FromHex(written).value()});
   if (options.json) {
     Json document = NewDocument("rewrite", arguments.token);
     document["changed"] = answer.facts["rewritten"] != answer.facts["token"];

@@ -17,6 +17,7 @@
 #include "tool/base/files.h"
 #include "tool/base/hash.h"
 #include "tool/base/output.h"
+#include "tool/base/outputs.h"
 #include "tool/commands/command.h"
 #include "tool/commands/request_options.h"
 #include "tool/exchange/http.h"
@@ -175,13 +176,18 @@ Report judge(const Arguments& arguments, const Json& facts, const Request& reque
   return report;
 }
 
-void write_places(const Places& places, const Exchange& exchange, const Request& request,
-                  const Options& options) {
+// The reply goes under the name that was given, or one beside the file; the request always beside the reply.
+std::vector<Output> outputs_of(const Places& places, const Arguments& arguments, const Options& options) {
+  const bool given = places.reply == arguments.output;
   if (IsStandardStream(places.reply)) {
-    if (!options.json) WriteOutput("-", exchange.reply, "name a file with -o");
-    return;
+    if (options.json) return {};
+    return {{"-", false, "name a file with -o"}};
   }
-  WriteFiles({{places.reply, exchange.reply}, {places.request, request.der}});
+  return {{places.reply, !given}, {places.request, true}};
+}
+
+std::vector<std::string> inputs_of(const Arguments& arguments) {
+  return {arguments.file, arguments.caFile, arguments.clientCert, arguments.clientKey};
 }
 
 ExitStatus stamp(Arguments arguments, const Options& options) {
@@ -192,15 +198,11 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     arguments.http.user += ":" + read_password(arguments.http.user);
   }
   const Places places = places_of(arguments);
-  KeepFile(arguments.file, places.reply);
-  KeepFile(arguments.file, places.request);
   authorities(arguments);
   if (!arguments.caFile.empty()) arguments.http.roots = read_pem(arguments.caFile);
   if (!arguments.clientCert.empty()) arguments.http.clientCert = read_pem(arguments.clientCert);
   if (!arguments.clientKey.empty()) arguments.http.clientKey = read_pem(arguments.clientKey);
-  if (IsStandardStream(places.reply) && !options.json && ::isatty(STDOUT_FILENO) != 0) {
-    throw UsageFailure("standard output is a terminal, and a reply is binary", "name a file with -o");
-  }
+  Outputs outputs(outputs_of(places, arguments, options), inputs_of(arguments), options.force);
 
   const Bytes digest = HashFile(arguments.file, hash, options);
   const Request request = MakeRequest(arguments.request, hash, digest);
@@ -219,7 +221,7 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     report = judge(arguments, answer.facts, request, digest, options);
     failure = report.FirstFailure(exchange.authority);
   }
-  if (!failure) write_places(places, exchange, request, options);
+  if (!failure) outputs.Commit({exchange.reply, request.der});
 
   WriteLibraryMessages(answer.libraryMessages, options);
   if (options.json) {

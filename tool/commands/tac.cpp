@@ -9,6 +9,7 @@
 #include "tool/base/files.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
 #include "tool/judge/judge.h"
 #include "tool/judge/report.h"
 #include "tool/judge/tac_facts.h"
@@ -60,21 +61,14 @@ ExitStatus take_out(const Arguments& arguments, const Options& options) {
     throw UsageFailure("tac get takes the certificate out of the token, so it takes no --tac",
                        "-o says where the certificate goes");
   }
+  const char* hint = arguments.pem ? "" : "name a file with -o, or ask for --pem";
+  Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const std::string name = ShownPath(arguments.token);
   const Answer answer = ask_about_token(arguments, ReadTokenOrReply(arguments.token), {});
   const Json& tac = carried(answer, name);
   WriteLibraryMessages(answer.libraryMessages, options);
   const Bytes der = FromHex(tac["der"].get<std::string>()).value();
-  const std::string output = arguments.output.empty() ? "-" : arguments.output;
-  const bool standard = IsStandardStream(output);
-  if (!options.json || !standard) {
-    if (arguments.pem) {
-      const std::string pem = ToPem(der, "ATTRIBUTE CERTIFICATE");
-      WriteOutput(output, {reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}, "");
-    } else {
-      WriteOutput(output, der, "name a file with -o, or ask for --pem");
-    }
-  }
+  outputs.Commit({arguments.pem ? OctetsOf(ToPem(der, "ATTRIBUTE CERTIFICATE")) : der});
   if (options.json) {
     Json document = NewDocument("tac", arguments.token);
     document["action"] = arguments.action;
