@@ -84,9 +84,8 @@ std::string BaseName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
-void WriteText(std::string_view text) {
-  const ByteView data{reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-  if (!WriteAll(STDOUT_FILENO, data)) throw FileFailure("standard output", "cannot be written", errno);
+void WriteData(std::string_view octets) {
+  if (!WriteAll(STDOUT_FILENO, OctetsOf(octets))) throw FileFailure("standard output", "cannot be written", errno);
 }
 
 }  // namespace qex::tool

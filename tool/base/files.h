@@ -35,7 +35,7 @@ bool IsDirectory(const std::string& path);
 // BaseName returns what follows the last slash.
 std::string BaseName(const std::string& path);
 
-// WriteText writes to standard output; throws a Failure when that cannot be written.
-void WriteText(std::string_view text);
+// WriteData writes octets to standard output as they are; throws a Failure when that cannot be written.
+void WriteData(std::string_view octets);
 
 }  // namespace qex::tool

@@ -6,6 +6,7 @@
 
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
+#include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/commands/single_output.h"
@@ -42,7 +43,8 @@ ExitStatus take_certificate(const Arguments& arguments, const Options& options) 
   }
   WriteLibraryMessages(answer.libraryMessages, options);
   const Bytes der = FromHex(signer["der"].get<std::string>()).value();
-  outputs.Commit({arguments.pem ? OctetsOf(ToPem(der, "CERTIFICATE")) : der});
+  const std::string pem = ToPem(der, "CERTIFICATE");
+  outputs.Commit({arguments.pem ? OctetsOf(pem) : ByteView(der)});
   if (options.json) {
     Json document = NewDocument("cert", arguments.token);
     document["named_by"] = answer.facts["ess"] == "v2" ? "signing-certificate-v2" : "signing-certificate";

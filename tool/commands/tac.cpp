@@ -7,6 +7,7 @@
 #include "api/qex.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
+#include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/commands/single_output.h"
@@ -68,7 +69,8 @@ ExitStatus take_out(const Arguments& arguments, const Options& options) {
   const Json& tac = carried(answer, name);
   WriteLibraryMessages(answer.libraryMessages, options);
   const Bytes der = FromHex(tac["der"].get<std::string>()).value();
-  outputs.Commit({arguments.pem ? OctetsOf(ToPem(der, "ATTRIBUTE CERTIFICATE")) : der});
+  const std::string pem = ToPem(der, "ATTRIBUTE CERTIFICATE");
+  outputs.Commit({arguments.pem ? OctetsOf(pem) : ByteView(der)});
   if (options.json) {
     Json document = NewDocument("tac", arguments.token);
     document["action"] = arguments.action;

@@ -1,0 +1,42 @@
+// The strict reader: what OpenSSL's libcrypto says of a token, a reply and the certificates that the caller
+// trusts. It knows the algorithms and identifiers that the library's table lacks, and checks what the library
+// does not: the padding of an RSA block, the certificate's purpose and dates, chains and revocation. Runs in
+// a worker only.
+#pragma once
+
+#include <optional>
+
+#include "tool/base/bytes.h"
+#include "tool/message/facts.h"
+#include "tool/message/trust.h"
+
+namespace qex::tool {
+
+// ReadStrictly reads a token and judges it. Throws a Stop when it cannot be read at all.
+StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak);
+
+struct StrictReply {
+  Status status;
+  std::optional<Bytes> token;
+};
+
+// ReadReplyStrictly reads the status of a reply and takes its token out. Throws a Stop.
+StrictReply ReadReplyStrictly(ByteView reply);
+
+// CheckTrust decodes what the trust options named; throws a Failure (exit status Input) that names the source
+// of what is no certificate or no list. Must have been called before ReadStrictly is given `trust`.
+void CheckTrust(const Trust& trust);
+
+// DescribeExtensions renders the extensions of a certificate for people, one entry each: name, whether it is
+// critical, and its value in words. None when the certificate cannot be read.
+struct ExtensionText {
+  std::string name;
+  bool critical = false;
+  std::string value;
+};
+std::vector<ExtensionText> DescribeExtensions(ByteView certificate);
+
+// KeyOf describes the key of a certificate; type is empty when it cannot be read.
+SignerKey KeyOf(ByteView certificate);
+
+}  // namespace qex::tool
