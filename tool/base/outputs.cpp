@@ -26,7 +26,7 @@ namespace qex::tool {
 namespace {
 
 constexpr mode_t kNewFileMode = 0666;  // less what the caller's mask takes away
-constexpr auto kLockPatience = std::chrono::seconds(10);
+constexpr auto kLockPatience = std::chrono::seconds(10);  // signals are held meanwhile
 constexpr auto kLockPause = std::chrono::milliseconds(10);
 
 Failure exists_already(const std::string& target) {
@@ -119,9 +119,11 @@ class FolderLock {
   FolderLock(const FolderLock&) = delete;
   FolderLock& operator=(const FolderLock&) = delete;
 
-  // The names, too, reach the disk.
-  void sync() const {
-    if (fd_ >= 0) ::fsync(fd_);
+  // Then the names, too, reach the disk.
+  void release() {
+    if (fd_ < 0) return;
+    ::flock(fd_, LOCK_UN);
+    ::fsync(fd_);
   }
 
  private:
@@ -319,15 +321,15 @@ void Outputs::Commit(std::initializer_list<ByteView> data) {
     ++octets;
   }
   if (files.empty()) return;
-  const FolderLock folder(folder_of(files.front().first->path()), files.size() > 1);
   const SignalsHeld held;
   std::vector<OutputFile*> written;
   for (const auto& [file, octetsOfIt] : files) {
     file->write_temporary(octetsOfIt);
     written.push_back(file);
   }
+  FolderLock folder(folder_of(written.front()->path()), written.size() > 1);
   name_all(written);
-  folder.sync();
+  folder.release();
 }
 
 }  // namespace qex::tool
