@@ -49,6 +49,7 @@ void add_common_options(CLI::App& app, Options& options) {
   app.add_option("--color", options.color, "auto, always or never")
       ->check(CLI::IsMember({"auto", "always", "never"}))
       ->type_name("WHEN");
+  app.add_flag("--force", options.force, "replace older files with the outputs");
   app.add_flag("--allow-weak", options.allowWeak, "accept SHA-1 and MD5");
   app.add_flag("--allow-low-exponent", options.allowLowExponent,
                "accept RSA keys with an exponent below 65537");
@@ -170,6 +171,8 @@ int tool_main(int count, char** words) {
   occupy_standard_streams();
   // A reader that has gone shows as a failed write, here and in the worker's pipes.
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that grows beyond the limit, too, shows as a failed write.
+  std::signal(SIGXFSZ, SIG_IGN);
   if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();
   Program program;
   for (int i = 1; i < count; ++i) {

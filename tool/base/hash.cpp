@@ -122,10 +122,7 @@ class InputFile {
   }
 
  private:
-  [[noreturn]] void fail(const char* what) const {
-    throw Failure{ExitStatus::File, ShownPath(path_) + ": " + what + ": " + std::strerror(errno),
-                  errno == EISDIR ? "name a file, not a folder" : "look at its path and permissions"};
-  }
+  [[noreturn]] void fail(const char* what) const { throw FileFailure(path_, what, errno); }
 
   const std::string& path_;
   int fd_;

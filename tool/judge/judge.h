@@ -45,6 +45,9 @@ const TstInfo& InfoOf(const Facts& facts);
 // SignerOf returns the certificate that signed; null when it is not known.
 const SignerCertificate* SignerOf(const Facts& facts);
 
+// AttributeName names the signing-certificate attribute that counts: "signing-certificate-v2".
+std::string AttributeName(const Facts& facts, const Manner& manner);
+
 // RefusalOf returns the failure that a refused request is; nothing for a granted one or a bare token.
 std::optional<Failure> RefusalOf(const Facts& facts, const std::string& subject);
 

@@ -195,18 +195,6 @@ bool judge_signature(Report& report, const Facts& facts, const Options& options)
   return true;
 }
 
-// The version of the signing-certificate attribute that names the signer, for people.
-std::string attribute_name(const Facts& facts, const Manner& manner) {
-  bool v2 = manner.ess == "v2";
-  bool v1 = manner.ess == "v1";
-  if (manner.ess == "auto") {
-    v2 = facts.strict ? facts.strict->essV2 != EssMatch::Absent : facts.library && facts.library->hasEssV2;
-    v1 = facts.strict ? facts.strict->essV1 != EssMatch::Absent : facts.library && facts.library->hasEssV1;
-  }
-  if (v1 && v2) return "signing-certificate and signing-certificate-v2";
-  return v2 ? "signing-certificate-v2" : "signing-certificate";
-}
-
 Fault mismatch(const std::string& text, const Facts& facts) {
   return with_code({text, SubIndication::SigConstraintsFailure,
                     "the same key may have several certificates; name the one it signed with"},
@@ -215,7 +203,7 @@ Fault mismatch(const std::string& text, const Facts& facts) {
 
 // What the signing-certificate attributes say against the signer; nothing when they name it.
 std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust, const Manner& manner) {
-  const std::string name = attribute_name(facts, manner);
+  const std::string name = AttributeName(facts, manner);
   if (facts.strict) {
     const StrictReading& strict = *facts.strict;
     for (const auto& [match, version] : {std::pair{strict.essV1, "v1"}, {strict.essV2, "v2"}}) {
@@ -242,7 +230,7 @@ std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust,
     const bool otherPin = check.ownCode == QEX_OK;  // judged as a pin
     if (check.code == QEX_E_MISMATCH && !otherPin) {
       return mismatch(
-          "the certificate of --tsa-cert is not the one that " + attribute_name(facts, manner) + " names",
+          "the certificate of --tsa-cert is not the one that " + AttributeName(facts, manner) + " names",
           facts);
     }
     if (check.code == QEX_E_DECODE && !trust.signers.empty()) {
@@ -265,7 +253,7 @@ bool is_pinned(const Facts& facts, const Trust& trust) {
 void judge_signer(Report& report, const Facts& facts, const Trust& trust, const Manner& manner) {
   const SignerCertificate* signer = SignerOf(facts);
   const By by = facts.strict ? (library_word(facts) == Word::Silent ? By::Strict : By::Both) : By::Library;
-  const std::string name = attribute_name(facts, manner);
+  const std::string name = AttributeName(facts, manner);
   if (signer == nullptr && !(trust.signers.size() == 1 && library_word(facts) == Word::Good)) {
     report.Fail("signer",
                 with_code({"the token holds no certificate that its attribute " + name + " names",
@@ -441,6 +429,17 @@ void tell_stops(Report& report, const Facts& facts) {
 }
 
 }  // namespace
+
+std::string AttributeName(const Facts& facts, const Manner& manner) {
+  bool v2 = manner.ess == "v2";
+  bool v1 = manner.ess == "v1";
+  if (manner.ess == "auto") {
+    v2 = facts.strict ? facts.strict->essV2 != EssMatch::Absent : facts.library && facts.library->hasEssV2;
+    v1 = facts.strict ? facts.strict->essV1 != EssMatch::Absent : facts.library && facts.library->hasEssV1;
+  }
+  if (v1 && v2) return "signing-certificate and signing-certificate-v2";
+  return v2 ? "signing-certificate-v2" : "signing-certificate";
+}
 
 void JudgeSigner(Report& report, const Facts& facts, const Trust& trust, const Manner& manner,
                  const Options& options) {

@@ -236,6 +236,11 @@ Answer Worker::Ask(const Job& job) {
   return answer;
 }
 
+Answer AskOnce(const Job& job) {
+  static const Trust kNobody;
+  return Worker(kNobody).Ask(job);
+}
+
 int RunWorker() {
   set_limits();
   out_of_memory_answer();

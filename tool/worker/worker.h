@@ -43,6 +43,9 @@ class Worker {
   std::array<std::unique_ptr<ChildProcess>, kVersions> processes_;
 };
 
+// AskOnce has one job done by a worker that is told of nobody to trust, and ends.
+Answer AskOnce(const Job& job);
+
 // RunWorker does one job of standard input; see kWorkerArgument.
 int RunWorker();
 
