@@ -6,8 +6,9 @@ from dataclasses import dataclass
 import support
 from certificate_maker import (DIGESTS, DOMAIN_COMPONENT, IA5, NULL, ORGANIZATION_IDENTIFIER, RSA_ENCRYPTION, RSA_PSS,
                                SEQUENCE, SERIAL_NUMBER, UTF8, WITH_DSA, WITH_EC, WITH_RSA, Key, Party, algorithm, der,
-                               ocsp_response, oid, revocation_list)
+                               elements, ocsp_response, oid, revocation_list)
 from support import verdicts
+from tac import Issuer
 from token_case import TokenTest
 from token_maker import (ALGORITHM_PROTECTION, OCSP_RESPONSE, SMIME_CAPABILITIES, algorithm_protection,
                          archive_attributes, attribute, constructed, directory_name, imprint_of, indefinite,
@@ -129,6 +130,10 @@ def forms(p):
     yield Good("signer named by its key identifier", token(s, sid=der(0x80, s.identifier), signer_version=3), s, ts=False)
     yield Good("root in the set", token(s, certificates=[p.root.certificate, s.certificate]), s)
     yield Good("a stranger's certificate in the set", token(s, certificates=[p.stranger.certificate, s.certificate]), s)
+    # PKCS #7 has no attribute certificates in its set.
+    metrics = Issuer(p.root.key.path, p.root.certificate, s.certificate, ("metrics",)).issue(1740823872)[0]
+    rows = [s.certificate, der(0xA2, elements(metrics)[0][1])]
+    yield Good("an attribute certificate in the set", token(s, version=4, certificates=rows), s, ts=False)
 
 
 class GoodTokensTest(TokenTest):
@@ -137,15 +142,16 @@ class GoodTokensTest(TokenTest):
     def passes(self, cases):
         for case in cases(self.parties):
             with self.subTest(case.label):
-                self.write(self.answer, reply(case.message))
                 root = case.signer.issuer
+                self.write(self.answer, reply(case.message))
                 self.assertEqual((self.ts_accepts(root), self.cms_accepts(root, case.message)), (case.ts, case.cms),
                                  "openssl ts and cms")
-                for trust in (("--tsa-cert", self.pem_of(case.signer)), ("--ca-file", self.pem_of(root))):
-                    with self.subTest(case.label, trust=trust[0]):
-                        if case.options:
-                            self.assertEqual(verdicts(self.verify(self.document, *trust, check=1))["signature"], "fail")
-                        self.read_as_told(case, self.verify(self.document, *trust, *case.options))
+            for option, party in (("--tsa-cert", case.signer), ("--ca-file", root)):
+                with self.subTest(case.label, trust=option):
+                    judged = (self.document, option, self.pem_of(party))
+                    if case.options:
+                        self.assertEqual(verdicts(self.verify(*judged, check=1))["signature"], "fail")
+                    self.read_as_told(case, self.verify(*judged, *case.options))
 
     def read_as_told(self, case, document):
         """The verdict, who made it, and where the library stopped."""

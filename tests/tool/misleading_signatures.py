@@ -64,6 +64,9 @@ def naming(p):
     yield named("of the root", signing_certificate_v2(p.root))
     yield named("of a stranger", wrong)
     yield named("of a stranger that is in the set", wrong, certificates=both)
+    bare = token(s, certificates=[])
+    yield honest("no certificates", bare, NEITHER, trusts=(BY_PIN,))
+    yield Case("no certificates to make a chain of", bare, "", NEITHER, exits=(8,), trusts=(BY_CHAIN,))
     # openssl ts takes the first one in the order of DER.
     yield named("twice", right, right, accepted=TS, exits=(1,))
     first = min(right, wrong) == right

@@ -112,8 +112,9 @@ def algorithm_protection(digest, signature):
 
 
 def other_certificate_id(certificate):
-    """OtherCertID and OtherCertID's neighbours of CAdES: a digest under an algorithm."""
-    return der(SEQUENCE, der(SEQUENCE, algorithm(DIGESTS["sha256"]), der(OCTET_STRING, digest_of("sha256", certificate))))
+    """OtherCertID of CAdES, which has the form of CrlValidatedID too: a digest with its algorithm."""
+    digest = der(OCTET_STRING, digest_of("sha256", certificate))
+    return der(SEQUENCE, der(SEQUENCE, algorithm(DIGESTS["sha256"]), digest))
 
 
 def archive_attributes(signer, crl):
@@ -152,10 +153,13 @@ def signer_info(signer, content, *, digest="sha256", changed=None, unsigned=(), 
     attributes for the signature and for the message; `signature` takes the signed octets, or is the value.
     """
     key = key or signer.key
-    attributes = [one for row in {**usual_attributes(signer, content, digest), **(changed or {})}.values() for one in row]
+    rows = {**usual_attributes(signer, content, digest), **(changed or {})}
+    attributes = [one for row in rows.values() for one in row]
     signed = (signed_form or set_of)(attributes)
     stored = stored_form(attributes) if stored_form else set_of(attributes, 0xA0)
-    value = signature if isinstance(signature, bytes) else signature(signed) if signature else key.sign(digest, signed)
+    if signature is None:
+        signature = key.sign(digest, signed)
+    value = encoded(signature, lambda sign: sign(signed))
     return der(SEQUENCE, integer(signer_version), sid or signer.issuer_serial(), digest_algorithm or algorithm(DIGESTS[digest]),
                stored, signature_algorithm or key.algorithm(digest, whole=False), der(OCTET_STRING, value),
                der(0xA1, *unsigned) if unsigned else b"")
