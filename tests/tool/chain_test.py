@@ -111,6 +111,13 @@ class ChainsTest(ChainTest):
                 for name in ("signature", "signer", "key_usage", "dates", "chain"):
                     self.assertIn("pass", verdicts_of(document, name), name)
 
+    def test_AReplyOfThisMomentPasses(self):
+        for length in range(1, 6):
+            with self.subTest(length):
+                chain = self.pki.chain(length)
+                for at in ((), ("--at", "gentime"), ("--at", "now")):
+                    self.assert_passes(self.verify(self.pki.reply(chain), "--ca-file", chain.root.path, *at))
+
     def test_AFaultInTheChainFailsTheCheckThatItBelongsTo(self):
         for case in BAD:
             with self.subTest(case.name):

@@ -231,6 +231,17 @@ class Pki:
                        *(("-nocerts",) if bare else beside),
                        "-signer", chain.signer.path, "-inkey", chain.signer.key, data=info)
 
+    def reply(self, chain):
+        """A DER reply over DIGEST as `openssl ts` makes it, at this very moment."""
+        configuration = ["[authority]", f"serial = {self.file(b'01', ending='.serial')}", f"signer_cert = {chain.signer.path}",
+                         f"signer_key = {chain.signer.key}", "signer_digest = sha256", "default_policy = 1.3.6.1.4.1.32473.1",
+                         "digests = sha256", "ess_cert_id_alg = sha256"]
+        if chain.intermediates:
+            configuration.append(f"certs = {self.file(*(certificate.pem for certificate in chain.intermediates))}")
+        query = openssl("ts", "-query", "-digest", DIGEST, "-sha256", "-cert")
+        return openssl("ts", "-reply", "-section", "authority", "-queryfile", self.file(query, ending=".tsq"),
+                       "-config", self.file("\n".join(configuration).encode(), ending=".cnf"))
+
 
 def flipped(pem):
     """A PEM certificate with the last octet of its signature changed."""
