@@ -51,6 +51,7 @@ struct Structure {
   bool messageDigestPresent = false;
   std::vector<Bytes>
       repeatedAttributes;              // signed attributes that stand more than once, or have not one value
+  bool imprintParametersFit = false;   // absent or NULL
   std::vector<Bytes> unknownCritical;  // critical extensions of the TSTInfo
   std::optional<bool> tsaNameFits;  // the tsa name is one of the signer's; absent: no name, or not compared
   bool operator==(const Structure&) const = default;

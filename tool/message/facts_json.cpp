@@ -50,6 +50,7 @@ void members(V& visit, Structure& v) {
   visit("content_type_attribute", v.contentTypeAttribute);
   visit("message_digest_present", v.messageDigestPresent);
   visit("repeated_attributes", v.repeatedAttributes);
+  visit("imprint_parameters_fit", v.imprintParametersFit);
   visit("unknown_critical", v.unknownCritical);
   visit("tsa_name_fits", v.tsaNameFits);
 }
