@@ -76,7 +76,7 @@ std::vector<Bytes> read_lists(const std::string& path) {
 }
 
 // Every certificate in the files of a folder; other files are passed over.
-std::vector<Bytes> read_folder(const std::string& path) {
+std::vector<Bytes> certificates_in(const std::string& path) {
   std::error_code error;
   std::vector<std::string> names;
   for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
@@ -96,11 +96,14 @@ std::vector<Bytes> read_folder(const std::string& path) {
       if (failure.exit != ExitStatus::Input) throw;
     }
   }
-  if (found.empty()) {
-    throw Failure{ExitStatus::Input, ShownPath(path) + ": no file of this folder holds a certificate",
-                  "name a folder of root certificates"};
-  }
   return found;
+}
+
+std::vector<Bytes> read_folder(const std::string& path) {
+  std::vector<Bytes> found = certificates_in(path);
+  if (!found.empty()) return found;
+  throw Failure{ExitStatus::Input, ShownPath(path) + ": no file of this folder holds a certificate",
+                "name a folder of root certificates"};
 }
 
 // Where the system keeps its roots, as OpenSSL's own variables or Debian's and others' habit have it.
@@ -108,7 +111,7 @@ void read_system_roots(Trust& trust) {
   const char* file = std::getenv("SSL_CERT_FILE");
   const char* folder = std::getenv("SSL_CERT_DIR");
   if (file != nullptr && FileExists(file)) add_items(trust.systemRoots, file, read_certificates(file));
-  if (folder != nullptr && FileExists(folder)) add_items(trust.systemRoots, folder, read_folder(folder));
+  if (folder != nullptr && IsDirectory(folder)) add_items(trust.systemRoots, folder, certificates_in(folder));
   if (!trust.systemRoots.empty()) return;
   if (file != nullptr || folder != nullptr) {
     throw Failure{ExitStatus::File,

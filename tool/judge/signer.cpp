@@ -113,10 +113,15 @@ Fault with_code(Fault fault, const Facts& facts) {
   return fault;
 }
 
-bool key_is_too_large(const Facts& facts) {
-  const SignerCertificate* signer = SignerOf(facts);
-  return (facts.strict && facts.strict->signature.result == SignatureResult::KeyTooLarge) ||
-         (signer != nullptr && !signer->key.excess.empty());
+// The key that neither reader tried; null when one did.
+const SignerKey* untried_key(const Facts& facts) {
+  if (facts.strict) {
+    const bool untried =
+        facts.strict->signature.result == SignatureResult::KeyTooLarge && facts.strict->signer;
+    return untried ? &facts.strict->signer->key : nullptr;
+  }
+  const bool untried = facts.library && facts.library->checks.empty() && facts.library->tooLarge;
+  return untried ? &*facts.library->tooLarge : nullptr;
 }
 
 // What the library could not try, in words.
@@ -151,11 +156,9 @@ bool judge_signature(Report& report, const Facts& facts, const Options& options)
   const Word library = library_word(facts);
   const bool strictRead = facts.strict.has_value();
   const SignatureResult strict = strictRead ? facts.strict->signature.result : SignatureResult::NoCertificate;
-  if (key_is_too_large(facts)) {
-    const SignerCertificate* signer = SignerOf(facts);
+  if (const SignerKey* key = untried_key(facts)) {
     report.Fail("signature",
-                {(signer == nullptr ? "key" : signer->key.type + " key with " + signer->key.excess) +
-                     ": too large, not checked",
+                {key->type + " key with " + key->excess + ": too large, not checked",
                  SubIndication::CryptoConstraintsFailure,
                  "one check of such a key may take hours; ask for tokens under a key of the usual size"});
     return false;
@@ -227,12 +230,11 @@ std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust,
     const bool v1 = manner.ess != "v2" && strict.essV1 == EssMatch::Names;
     const bool v2 = manner.ess != "v1" && strict.essV2 == EssMatch::Names;
     if (!v1 && !v2) {
-      return with_code(
-          {"the token has no attribute " + name, SubIndication::SigConstraintsFailure,
-           manner.ess == "auto" ? "nothing that is signed says which certificate signed"
-                                : "--ess auto takes the attribute that is there",
-           trust.signers.empty() && facts.library ? ExitStatus::Absent : ExitOfCode(QEX_E_DECODE)},
-          facts);
+      return with_code({"the token has no attribute " + name, SubIndication::SigConstraintsFailure,
+                        manner.ess == "auto" ? "nothing that is signed says which certificate signed"
+                                             : "--ess auto takes the attribute that is there",
+                        ExitOfCode(QEX_E_DECODE)},
+                       facts);
     }
   }
   for (const LibraryCheck& check : facts.library ? facts.library->checks : std::vector<LibraryCheck>{}) {

@@ -94,6 +94,7 @@ void members(V& visit, LibraryReading& v) {
   visit("cut", v.cut);
   visit("signer", v.signer);
   visit("checks", v.checks);
+  visit("too_large", v.tooLarge);
 }
 
 template <class V>

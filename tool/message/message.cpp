@@ -144,8 +144,7 @@ std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> la
   std::string_view text = text_of(data);
   while (const auto block = take_block(text)) {
     if (std::ranges::find(labels, block->label) == labels.end()) continue;
-    if (auto octets = from_base64(block->body); octets && !octets->empty())
-      found.push_back(std::move(*octets));
+    found.push_back(block->whole ? from_base64(block->body).value_or(Bytes{}) : Bytes{});
   }
   return found;
 }

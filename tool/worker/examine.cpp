@@ -100,7 +100,8 @@ void examine_reply(Facts& facts, const Job& job, const Trust& trust, const std::
   std::optional<StrictReply> strict;
   std::optional<Stop> strictStop;
   try {
-    strict = ReadReplyStrictly(job.message);
+    const ByteView whole(job.message);
+    strict = ReadReplyStrictly(whole.first(whole.size() - inspect::TrailingOctets(whole)));
   } catch (const Stop& stop) {
     strictStop = stop;
   }

@@ -102,8 +102,8 @@ std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code, const B
 
 // The library bounds neither the size of a key nor the time that it takes: one that is too large does not
 // reach it.
-std::optional<LibraryCheck> check_with(const LibraryReading& reading, ByteView token,
-                                       const Bytes& certificate, const std::string& serves) {
+std::optional<LibraryCheck> check_with(LibraryReading& reading, ByteView token, const Bytes& certificate,
+                                       const std::string& serves) {
   const bool own = certificate.empty();
   const bool ownTooLarge = reading.signer && !reading.signer->key.excess.empty();
   SignerKey key;
@@ -112,7 +112,10 @@ std::optional<LibraryCheck> check_with(const LibraryReading& reading, ByteView t
   } else if (reading.signer) {
     key = reading.signer->key;
   }
-  if (!key.excess.empty()) return std::nullopt;
+  if (!key.excess.empty()) {
+    reading.tooLarge = key;
+    return std::nullopt;
+  }
   LibraryCheck check;
   check.ess = serves;
   check.code = check_signature(token, certificate);
