@@ -1,6 +1,5 @@
 """Usage, help, version and explain."""
 
-import json
 import unittest
 
 import support
@@ -93,54 +92,6 @@ class CommandLineTest(ToolTest):
                                           env=environment(), check=False)
         self.assertEqual(done.returncode, 3)
         self.assertIn(b"qex: error: ", done.stderr)
-
-
-class DigestTest(ToolTest):
-    def test_LinesAreThoseOfTheSumTools(self):
-        self.write(self.path("back\\slash"), b"one")
-        self.write(self.path("line\nfeed"), b"two")
-        files = [self.document, self.path("back\\slash"), self.path("line\nfeed")]
-        for name, tool in (("sha256", "sha256sum"), ("sha384", "sha384sum"), ("sha512", "sha512sum"),
-                           ("sha1", "sha1sum"), ("md5", "md5sum")):
-            with self.subTest(hash=name):
-                expected = support.subprocess.run([tool, *files], capture_output=True, check=True).stdout
-                self.assertEqual(run("digest", "--hash", name, *files, check=0).stdout, expected)
-                self.write(self.path("list"), expected)
-                checked = run("digest", "--hash", name, "--check", self.path("list"), check=0)
-                self.assertEqual(checked.stdout.count(b": OK\n"), 3)
-
-    def test_StandardInputIsDigested(self):
-        self.assertEqual(run("digest", "-", stdin=b"abc", check=0).stdout,
-                         b"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  -\n")
-
-    def test_ALongFileIsReadInPieces(self):
-        self.write(self.path("long"), b"\0\1\2" * 400001)
-        expected = support.subprocess.run(["sha512sum", self.path("long")], capture_output=True, check=True).stdout
-        self.assertEqual(run("digest", "--hash", "sha512", self.path("long"), check=0).stdout, expected)
-
-    def test_AChangedFileIsStatus1AndAMissingOne3(self):
-        self.write(self.path("list"), run("digest", self.document, check=0).stdout)
-        self.write(self.document, b"changed")
-        changed = run("digest", "--check", self.path("list"))
-        self.assert_error(changed, 1, "differs")
-        self.assertIn(b": FAILED\n", changed.stdout)
-        self.write(self.path("list"), run("digest", self.document, check=0).stdout.replace(b"report.txt", b"gone.txt"))
-        self.assert_error(run("digest", "--check", self.path("list")), 3, "gone.txt")
-
-    def test_AListWithoutLinesIsStatus4(self):
-        self.write(self.path("list"), b"no digest here\n")
-        self.assert_error(run("digest", "--check", self.path("list")), 4)
-
-    def test_OtherFilesAreDigestedAllTheSame(self):
-        done = run("digest", self.path("missing"), self.document)
-        self.assert_error(done, 3, "missing")
-        self.assertEqual(done.stdout.count(b"\n"), 1)
-        documents = [json.loads(line) for line in
-                     run("digest", "--json", self.path("missing"), self.document).stdout.splitlines()]
-        self.assertEqual([d["exit"] for d in documents], [3, 0])
-
-    def test_AnUnknownAlgorithmIsNamedStatus7(self):
-        self.assert_error(run("digest", "--hash", "sha224", self.document), 7, "sha224")
 
 
 if __name__ == "__main__":

@@ -28,6 +28,10 @@ struct ExitText {
 // ExitTexts returns all statuses in ascending order.
 std::span<const ExitText> ExitTexts();
 
+// GraverOf returns the status that stands for both of two subjects: the first that occurs of 70, 1, 4, 7, 8, 5,
+// 6, 3 and 2, and 0 when both are.
+ExitStatus GraverOf(ExitStatus one, ExitStatus other);
+
 // ExitOfCode returns the exit status that a result code of the library leads to.
 ExitStatus ExitOfCode(int32_t code);
 

@@ -236,9 +236,14 @@ void WriteOutput(const std::string& path, ByteView data, const std::string& hint
   WriteText({reinterpret_cast<const char*>(data.data()), data.size()});
 }
 
+void WriteData(ByteView data) {
+  if (write_all(STDOUT_FILENO, data)) return;
+  if (errno == EPIPE) throw ReaderGone{};
+  throw file_failure("standard output", "cannot be written", errno);
+}
+
 void WriteText(std::string_view text) {
-  const ByteView data{reinterpret_cast<const uint8_t*>(text.data()), text.size()};
-  if (!write_all(STDOUT_FILENO, data)) throw file_failure("standard output", "cannot be written", errno);
+  WriteData({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
 }  // namespace qex::tool

@@ -50,7 +50,11 @@ void WriteFiles(std::initializer_list<Output> outputs);
 // terminal: that is a usage failure with `hint`.
 void WriteOutput(const std::string& path, ByteView data, const std::string& hint);
 
-// WriteText writes to standard output; throws a Failure when that cannot be written.
+// WriteData writes octets to standard output as they are; throws a Failure when that cannot be written, and
+// ReaderGone when nobody reads it any more.
+void WriteData(ByteView data);
+
+// WriteText is WriteData of text.
 void WriteText(std::string_view text);
 
 }  // namespace qex::tool
