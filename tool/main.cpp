@@ -16,6 +16,7 @@
 
 #include "tool/base/escape.h"
 #include "tool/base/files.h"
+#include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/worker/worker.h"

@@ -1,6 +1,7 @@
 // Escaping: one pass over the octets, one UTF-8 character (RFC 3629) at a time.
 #include "tool/base/escape.h"
 
+#include <algorithm>
 #include <cstdint>
 #include <cstdio>
 
@@ -29,14 +30,57 @@ Character first_character(std::string_view text) {
   return {value, length};
 }
 
-bool is_control(uint32_t c) {
-  return c < 0x20 || (c >= 0x7F && c < 0xA0) || c == 0x061C || c == 0x200E || c == 0x200F ||
-         (c >= 0x2028 && c <= 0x202E) || (c >= 0x2066 && c <= 0x2069) || c == 0xFEFF;
+struct Range {
+  uint32_t first;
+  uint32_t last;
+};
+
+// Characters that are not shown as they are, in ascending order.
+constexpr Range kHidden[] = {
+    {0x0000, 0x001F},    // C0
+    {0x007F, 0x009F},    // DEL, C1
+    {0x00AD, 0x00AD},    // soft hyphen
+    {0x034F, 0x034F},    // combining grapheme joiner
+    {0x061C, 0x061C},    // Arabic letter mark
+    {0x115F, 0x1160},    // Hangul fillers
+    {0x17B4, 0x17B5},    // Khmer inherent vowels
+    {0x180B, 0x180F},    // Mongolian selectors
+    {0x200B, 0x200F},    // zero-width characters, direction marks
+    {0x2028, 0x202E},    // separators, embeddings
+    {0x2060, 0x206F},    // joiners, isolates
+    {0x3164, 0x3164},    // Hangul filler
+    {0xFDD0, 0xFDEF},    // noncharacters
+    {0xFE00, 0xFE0F},    // variation selectors
+    {0xFEFF, 0xFEFF},    // byte order mark
+    {0xFFA0, 0xFFA0},    // halfwidth Hangul filler
+    {0xFFF0, 0xFFFB},    // interlinear annotation
+    {0xFFFE, 0xFFFF},    // noncharacters
+    {0x1BCA0, 0x1BCA3},  // shorthand format controls
+    {0x1D173, 0x1D17A},  // musical format controls
+    {0xE0000, 0xE0FFF},  // tags, variation selectors
+};
+
+bool is_hidden(uint32_t c) {
+  return std::ranges::any_of(kHidden,
+                             [c](const Range& range) { return c >= range.first && c <= range.last; });
+}
+
+bool is_blank(uint32_t c) {
+  return c == ' ' || (c >= 0x09 && c <= 0x0D) || c == 0x85 || c == 0xA0 || c == 0x1680 ||
+         (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F ||
+         c == 0x2800 || c == 0x3000;
+}
+
+constexpr size_t kQuotedWidth = 160;
+
+bool is_plain_ascii(std::string_view text) {
+  return std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7F; });
 }
 
 }  // namespace
 
 std::string Escaped(std::string_view text) {
+  if (is_plain_ascii(text)) return std::string(text);
   std::string shown;
   shown.reserve(text.size());
   while (!text.empty()) {
@@ -48,7 +92,7 @@ std::string Escaped(std::string_view text) {
       text.remove_prefix(1);
       continue;
     }
-    if (is_control(c.value)) {
+    if (is_hidden(c.value)) {
       std::snprintf(escape, sizeof escape, c.value < 0x100 ? "\\x%02x" : "\\u%04x", c.value);
       shown += escape;
     } else {
@@ -68,6 +112,39 @@ std::string EscapedLines(std::string_view text) {
     shown += '\n';
     text.remove_prefix(end + 1);
   }
+}
+
+bool IsUtf8(std::string_view text) {
+  while (!text.empty()) {
+    const Character c = first_character(text);
+    if (c.length == 0) return false;
+    text.remove_prefix(c.length);
+  }
+  return true;
+}
+
+std::string Folded(std::string_view text, size_t most) {
+  std::string folded;
+  bool blank = false;
+  for (size_t count = 0; !text.empty();) {
+    const Character c = first_character(text);
+    const size_t length = std::max<size_t>(c.length, 1);
+    if (c.length != 0 && is_blank(c.value)) {
+      blank = true;
+    } else {
+      if (count >= most) return folded + "...";
+      if (blank && !folded.empty()) folded += ' ';
+      blank = false;
+      folded += text.substr(0, length);
+      ++count;
+    }
+    text.remove_prefix(length);
+  }
+  return folded;
+}
+
+std::string Quoted(std::string_view text) {
+  return '"' + Folded(text, kQuotedWidth) + '"';
 }
 
 }  // namespace qex::tool

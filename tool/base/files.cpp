@@ -233,17 +233,13 @@ void WriteOutput(const std::string& path, ByteView data, const std::string& hint
   if (::isatty(STDOUT_FILENO) != 0) {
     throw UsageFailure("standard output is a terminal, and the output is binary", hint);
   }
-  WriteText({reinterpret_cast<const char*>(data.data()), data.size()});
+  WriteData({reinterpret_cast<const char*>(data.data()), data.size()});
 }
 
-void WriteData(ByteView data) {
-  if (write_all(STDOUT_FILENO, data)) return;
+void WriteData(std::string_view octets) {
+  if (write_all(STDOUT_FILENO, {reinterpret_cast<const uint8_t*>(octets.data()), octets.size()})) return;
   if (errno == EPIPE) throw ReaderGone{};
   throw file_failure("standard output", "cannot be written", errno);
-}
-
-void WriteText(std::string_view text) {
-  WriteData({reinterpret_cast<const uint8_t*>(text.data()), text.size()});
 }
 
 }  // namespace qex::tool

@@ -52,9 +52,6 @@ void WriteOutput(const std::string& path, ByteView data, const std::string& hint
 
 // WriteData writes octets to standard output as they are; throws a Failure when that cannot be written, and
 // ReaderGone when nobody reads it any more.
-void WriteData(ByteView data);
-
-// WriteText is WriteData of text.
-void WriteText(std::string_view text);
+void WriteData(std::string_view octets);
 
 }  // namespace qex::tool

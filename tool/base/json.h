@@ -1,10 +1,7 @@
-// JSON as the tool builds it: members stay in the order in which they were set.
+// JSON as the tool builds it: members stay in the order in which they were set. The one header that reads
+// nlohmann's; others forward-declare the type (json_fwd.h).
 #pragma once
 
 #include <nlohmann/json.hpp>
 
-namespace qex::tool {
-
-using Json = nlohmann::ordered_json;
-
-}  // namespace qex::tool
+#include "tool/base/json_fwd.h"

@@ -7,8 +7,10 @@
 #include <cstdio>
 #include <cstdlib>
 
+#include "tool/base/bytes.h"
 #include "tool/base/escape.h"
 #include "tool/base/files.h"
+#include "tool/base/json.h"
 
 namespace qex::tool {
 namespace {
@@ -28,7 +30,7 @@ bool takes_color(const Options& options) {
 }
 
 std::string scalar_text(const Json& value) {
-  if (value.is_string()) return value.get<std::string>();
+  if (value.is_string()) return Escaped(Folded(value.get<std::string>()));
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
   return value.dump();
 }
@@ -71,6 +73,15 @@ void append_fields(std::string& text, const Json& object, int indent) {
   }
 }
 
+// Every text of a document, escaped.
+void escape_texts(Json& value) {
+  if (value.is_string()) {
+    value = EscapedLines(value.get_ref<const std::string&>());
+  } else if (value.is_structured()) {
+    for (Json& part : value) escape_texts(part);
+  }
+}
+
 }  // namespace
 
 std::string Colored(std::string_view text, Tone tone, const Options& options) {
@@ -83,7 +94,10 @@ Json NewDocument(std::string_view command, std::string_view subject) {
   Json document;
   document["schema"] = 1;
   document["command"] = command;
-  if (!subject.empty()) document["subject"] = Escaped(subject);
+  document["subject"] = subject;
+  if (!IsUtf8(subject)) {
+    document["subject_hex"] = ToHex({reinterpret_cast<const uint8_t*>(subject.data()), subject.size()});
+  }
   document["exit"] = 0;
   document["code"] = 0;
   document["asn1_error"] = 0;
@@ -98,23 +112,41 @@ void SetFailure(Json& document, const Failure& failure) {
   document["asn1_error"] = failure.asn1Error;
   document["error"] = failure.message;
   if (!failure.hint.empty()) document["hint"] = failure.hint;
-  if (!failure.libraryMessages.empty()) document["library_messages"] = EscapedLines(failure.libraryMessages);
+  if (!failure.libraryMessages.empty()) document["library_messages"] = failure.libraryMessages;
+}
+
+std::string JsonLine(Json document) {
+  escape_texts(document);
+  return document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n";
 }
 
 void WriteJson(const Json& document) {
-  WriteText(document.dump(-1, ' ', false, Json::error_handler_t::replace) + "\n");
+  WriteData(JsonLine(document));
+}
+
+std::string FieldsText(const Json& object, int indent) {
+  std::string text;
+  append_fields(text, object, indent);
+  return text;
 }
 
 void WriteFields(const Json& object, int indent) {
-  std::string text;
-  append_fields(text, object, indent);
-  WriteText(text);
+  WriteData(FieldsText(object, indent));
+}
+
+void WriteText(std::string_view text) {
+  WriteData(EscapedLines(text));
+}
+
+std::string FailureText(const Failure& failure) {
+  std::string text = "qex: error: " + Escaped(failure.message) + "\n";
+  if (!failure.hint.empty()) text += "qex: hint: " + Escaped(failure.hint) + "\n";
+  return text;
 }
 
 void WriteFailure(const Failure& failure, const Options& options) {
   WriteLibraryMessages(failure.libraryMessages, options);
-  std::fprintf(stderr, "qex: error: %s\n", failure.message.c_str());
-  if (!failure.hint.empty()) std::fprintf(stderr, "qex: hint: %s\n", failure.hint.c_str());
+  std::fputs(FailureText(failure).c_str(), stderr);
 }
 
 void WriteLibraryMessages(const std::string& messages, const Options& options) {

@@ -1,11 +1,12 @@
-// What people and scripts read: text and JSON on standard output, errors on standard error.
+// What people and scripts read: text and JSON on standard output, errors on standard error. These are the
+// sinks: they escape what they write (escape.h), so that nobody else has to.
 #pragma once
 
 #include <string>
 #include <string_view>
 
 #include "tool/base/failure.h"
-#include "tool/base/json.h"
+#include "tool/base/json_fwd.h"
 #include "tool/base/options.h"
 
 namespace qex::tool {
@@ -15,21 +16,29 @@ enum class Tone { Plain, Good, Bad, Aside };
 // Colored returns `text` in the colour of its tone when standard output takes colours.
 std::string Colored(std::string_view text, Tone tone, const Options& options);
 
-// NewDocument returns the head of a JSON document: schema, command, subject (left out when empty),
-// exit, code, asn1_error, error and hint, as of a success.
+// NewDocument returns the head of a JSON document: schema, command, subject (with its octets beside it where
+// they are no UTF-8), exit, code, asn1_error, error and hint, as of a success.
 Json NewDocument(std::string_view command, std::string_view subject);
 
 // SetFailure enters a failure into a document.
 void SetFailure(Json& document, const Failure& failure);
 
-// WriteJson writes one document as one line.
+// JsonLine renders one document as one line, escaped; WriteJson writes it.
+std::string JsonLine(Json document);
 void WriteJson(const Json& document);
 
-// WriteFields writes the members of an object as indented lines "name  value".
+// FieldsText renders the members of an object as indented lines "name  value", escaped; WriteFields writes
+// them.
+std::string FieldsText(const Json& object, int indent = 0);
 void WriteFields(const Json& object, int indent = 0);
 
-// WriteFailure writes the lines `qex: error: ...` and `qex: hint: ...` to standard error, and with -v
-// what the library wrote.
+// WriteText writes lines to standard output, escaped; throws a Failure when that cannot be written.
+void WriteText(std::string_view text);
+
+// FailureText renders the lines `qex: error: ...` and `qex: hint: ...`, escaped.
+std::string FailureText(const Failure& failure);
+
+// WriteFailure writes them to standard error, and with -v what the library wrote.
 void WriteFailure(const Failure& failure, const Options& options);
 
 // WriteLibraryMessages writes, under -v, what the library wrote to standard error.

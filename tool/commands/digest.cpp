@@ -45,7 +45,7 @@ ExitStatus print_digests(const Arguments& arguments, const HashAlgorithm& hash, 
     if (options.json) {
       WriteJson(document);
     } else {
-      WriteData({reinterpret_cast<const uint8_t*>(line.data()), line.size()});
+      WriteData(line);
     }
   }
   return status;

@@ -8,6 +8,7 @@
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
 #include "tool/base/hash.h"
+#include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/commands/request_options.h"

@@ -7,6 +7,7 @@
 #include "api/qex.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
+#include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/judge/judge.h"

@@ -2,6 +2,7 @@
 #include <CLI/CLI.hpp>
 
 #include "tool/base/files.h"
+#include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/exchange/http.h"

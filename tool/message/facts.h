@@ -88,6 +88,7 @@ struct LibraryReading {
   Bytes signatureAlgorithm;
   bool hasEssV1 = false;
   bool hasEssV2 = false;
+  std::vector<std::string> cut;             // parts that are longer than the library's record
   std::optional<SignerCertificate> signer;  // the token's own certificate that the attribute names
   std::vector<LibraryCheck> checks;         // none: not asked for, or the key is too large to be tried
 };
@@ -187,6 +188,57 @@ struct Status {
   int64_t value = 0;
   std::vector<std::string> texts;
   std::optional<std::vector<uint32_t>> failures;  // numbers of the bits that are set; absent: no failInfo
+};
+
+// A time-stamp request.
+struct RequestFacts {
+  std::optional<Bytes> policy;
+  Imprint imprint;
+  std::optional<Bytes> nonce;
+  bool certificateWanted = false;
+  uint64_t extensions = 0;
+};
+
+// A time attribute certificate: of a token the one that it carries.
+struct TacFacts {
+  int32_t code = 0;  // of taking it out; the rest holds something when it is QEX_OK
+  int32_t asn1Error = 0;
+  std::string meaning;  // of the code
+  Bytes der;
+  Bytes sha256;
+  std::optional<Failure> failure;  // it is there, and cannot be read
+  std::string info;                // for people: the text of a JSON object
+  int32_t metricsCode = 0;         // results of reading the two timing attributes
+  int32_t policyCode = 0;
+};
+
+// Whether an attribute certificate belongs to a token.
+struct TacMatch {
+  int32_t code = 0;
+  int32_t asn1Error = 0;
+  std::string meaning;
+  std::string ess;  // the version of the attribute that was looked at
+};
+
+struct Facts {
+  inspect::Kind kind = inspect::Kind::Unknown;
+  uint64_t trailing = 0;  // octets after the message
+  std::optional<RequestFacts> request;
+  std::optional<Status> status;      // of a reply
+  std::optional<Bytes> token;        // of a reply, or the message itself
+  std::optional<int32_t> tokenCode;  // of a reply: the library's result of taking the token out
+  // Of a token: what each reader has, or where it stopped; neither when it was not asked.
+  std::optional<LibraryReading> library;
+  std::optional<Stop> libraryStop;
+  std::optional<StrictReading> strict;
+  std::optional<Stop> strictStop;
+  std::string tsaName;                           // for people; empty: none
+  std::optional<SignerCertificate> certificate;  // the message is one
+  std::optional<TacFacts> tac;
+  std::optional<TacMatch> tacMatch;
+  std::optional<Bytes> rewritten;
+  std::string asn1;         // the printed message
+  std::string description;  // for people: the text of a JSON object, which nothing is compared with
 };
 
 }  // namespace qex::tool
