@@ -11,6 +11,7 @@ struct Options {
   bool verbose = false;  // also what the library wrote
   std::string color = "auto";
   bool allowWeak = false;         // SHA-1 and MD5
+  bool force = false;             // replace older files
   bool allowLowExponent = false;  // RSA keys with a public exponent below 65537
 };
 
