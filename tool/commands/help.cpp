@@ -59,13 +59,14 @@ std::string name_of(const CLI::Option& option) {
   return name + " " + (choices.empty() ? ValueLabel(option) : choices);
 }
 
-std::string rows_of(const CLI::App& app, bool positional) {
+// The rows of the options that `wanted` picks. Every command has its own --help, which stands with the
+// options of every command.
+template <class Wanted>
+std::string rows_of(const CLI::App& app, Wanted wanted) {
   std::string rows;
   for (const CLI::Option* option : app.get_options()) {
-    if (option->get_positional() != positional ||
-        (option == app.get_help_ptr() && app.get_parent() != nullptr))
-      continue;
-    rows += row(name_of(*option), option->get_description());
+    const bool help = option == app.get_help_ptr() && app.get_parent() != nullptr;
+    if (!help && wanted(*option)) rows += row(name_of(*option), option->get_description());
   }
   return rows;
 }
@@ -74,9 +75,25 @@ std::string section(const std::string& title, const std::string& rows) {
   return rows.empty() ? "" : "\n" + title + ":\n" + rows;
 }
 
+std::string argument_rows(const CLI::App& app) {
+  return rows_of(app, [](const CLI::Option& option) { return option.get_positional(); });
+}
+
+// The options, a section for each group.
+std::string option_sections(const CLI::App& app, const std::string& title) {
+  std::string text;
+  for (const std::string& group : app.get_groups()) {
+    const std::string rows = rows_of(app, [&group](const CLI::Option& option) {
+      return !option.get_positional() && option.get_group() == group;
+    });
+    text += section(group == "Options" ? title : group, rows);
+  }
+  return text;
+}
+
 std::string usage_line(const CLI::App& app) {
   std::string line = "usage: qex " + app.get_name();
-  if (!rows_of(app, false).empty()) line += " [OPTION...]";
+  if (!option_sections(app, "").empty()) line += " [OPTION...]";
   for (const CLI::Option* option : app.get_options()) {
     if (!option->get_positional()) continue;
     line += option->get_required() ? " " + name_of(*option) : " [" + name_of(*option) + "]";
@@ -100,8 +117,8 @@ std::string command_help(const Program& program, const Program::Entry& entry) {
     examples += std::string("  ") + example.line + "\n      " + example.text + "\n";
   }
   return std::string("qex ") + command.name + ": " + command.summary + "\n\n" + usage_line(*entry.app) +
-         section("arguments", rows_of(*entry.app, true)) + section("options", rows_of(*entry.app, false)) +
-         section("options of every command", rows_of(program.app, false)) + section("examples", examples) +
+         section("arguments", argument_rows(*entry.app)) + option_sections(*entry.app, "options") +
+         option_sections(program.app, "options of every command") + section("examples", examples) +
          section("exit status", exit_rows(command));
 }
 
@@ -109,7 +126,7 @@ std::string program_help(const Program& program) {
   std::string commands;
   for (const Command& command : Commands()) commands += row(command.name, command.summary);
   return "qex: time-stamping by RFC 3161\n\nusage: qex COMMAND [OPTION...] [ARGUMENT...]\n" +
-         section("commands", commands) + section("options of every command", rows_of(program.app, false)) +
+         section("commands", commands) + option_sections(program.app, "options of every command") +
          "\n'qex help COMMAND' explains one of them, 'qex explain' the exit statuses.\n";
 }
 
