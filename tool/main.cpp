@@ -76,6 +76,8 @@ int tool_main(int count, char** words) {
   // A reader that has gone shows as a failed write, here and in the worker's pipes, so that what was begun is
   // tidied up.
   std::signal(SIGPIPE, SIG_IGN);
+  // A file that grows beyond the limit, too, shows as a failed write.
+  std::signal(SIGXFSZ, SIG_IGN);
   if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();
   Program program;
   for (int i = 1; i < count; ++i) {

@@ -92,7 +92,7 @@ class RequestTest(ToolTest):
         run("request", self.document, "-o", output, check=0)
         query_text(self.read(output))
         self.write(output, b"before")
-        self.assert_error(run("request", self.path("missing"), "-o", output), 3)
+        self.assert_error(run("request", self.path("missing"), "-o", output, "--force"), 3, "missing")
         self.assertEqual(self.read(output), b"before")
         self.assert_error(run("request", self.document, "-o", self.path("no/such/folder")), 3)
         self.assert_error(run("request", self.document, "-o", self.folder), 3)
@@ -101,7 +101,7 @@ class RequestTest(ToolTest):
     def test_ALinkKeepsBeingOne(self):
         os.symlink(self.path("real"), self.path("link"))
         self.write(self.path("real"), b"before")
-        run("request", self.document, "-o", self.path("link"), check=0)
+        run("request", self.document, "-o", self.path("link"), "--force", check=0)
         self.assertTrue(os.path.islink(self.path("link")))
         query_text(self.read(self.path("real")))
 

@@ -102,7 +102,7 @@ class StampTest(ToolTest):
             for name, data in files.items():
                 self.write(self.path(name), data)
             started = time.monotonic()
-            done = run("stamp", self.document, *how, "--retry", "0", "--timeout", timeout, **more)
+            done = run("stamp", self.document, *how, "--retry", "0", "--timeout", timeout, "--force", **more)
             self.assert_error(done, status, *words)
             self.assertLess(time.monotonic() - started, 60)
             self.assertLess(len(done.stderr), 1000)

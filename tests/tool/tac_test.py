@@ -62,7 +62,7 @@ class TacTest(ToolTest):
         return token
 
     def query_of(self):
-        run("request", self.document, "-o", self.path("query"), check=0)
+        run("request", self.document, "-o", self.path("query"), "--force", check=0)
         return self.read(self.path("query"))
 
     def reply_of(self, *options):

@@ -55,21 +55,18 @@ constexpr CodeRow kCodes[] = {
 };
 // clang-format on
 
-// What says most about the subjects stands first: a fault of the tool, then a check that says no, then
-// messages and authorities, and last what the caller can put right.
-constexpr ExitStatus kByGravity[] = {ExitStatus::Internal,    ExitStatus::CheckFailed, ExitStatus::Input,
-                                     ExitStatus::Unsupported, ExitStatus::Absent,      ExitStatus::Refused,
-                                     ExitStatus::Network,     ExitStatus::File,        ExitStatus::Usage};
-
 }  // namespace
 
 std::span<const ExitText> ExitTexts() {
   return kExits;
 }
 
-ExitStatus GraverOf(ExitStatus one, ExitStatus other) {
-  for (const ExitStatus status : kByGravity) {
-    if (one == status || other == status) return status;
+ExitStatus Graver(ExitStatus a, ExitStatus b) {
+  constexpr ExitStatus kOrder[] = {ExitStatus::Internal,    ExitStatus::CheckFailed, ExitStatus::Input,
+                                   ExitStatus::Unsupported, ExitStatus::Absent,      ExitStatus::Refused,
+                                   ExitStatus::Network,     ExitStatus::File,        ExitStatus::Usage};
+  for (const ExitStatus status : kOrder) {
+    if (a == status || b == status) return status;
   }
   return ExitStatus::Ok;
 }

@@ -28,9 +28,9 @@ struct ExitText {
 // ExitTexts returns all statuses in ascending order.
 std::span<const ExitText> ExitTexts();
 
-// GraverOf returns the status that stands for both of two subjects: the first that occurs of 70, 1, 4, 7, 8, 5,
-// 6, 3 and 2, and 0 when both are.
-ExitStatus GraverOf(ExitStatus one, ExitStatus other);
+// Graver returns the one of two exit statuses that counts for several subjects: the first of 70, 1, 4, 7, 8,
+// 5, 6, 3, 2.
+ExitStatus Graver(ExitStatus a, ExitStatus b);
 
 // ExitOfCode returns the exit status that a result code of the library leads to.
 ExitStatus ExitOfCode(int32_t code);

@@ -38,7 +38,7 @@ ExitStatus print_digests(const Arguments& arguments, const HashAlgorithm& hash, 
       document["digest"] = ToHex(digest);
     } catch (const Failure& failure) {
       // The other files are digested all the same.
-      status = GraverOf(status, failure.exit);
+      status = Graver(status, failure.exit);
       WriteFailure(failure, options);
       SetFailure(document, failure);
     }
@@ -121,7 +121,7 @@ Tally check_lines(std::string_view text, const HashAlgorithm& hash, const Option
       ++tally.entries;
       const Failure result = check_entry(*entry, options);
       tell_entry(*entry, result, options);
-      tally.status = GraverOf(tally.status, result.exit);
+      tally.status = Graver(tally.status, result.exit);
     } else if (tally.unreadable++ == 0) {
       tally.firstUnreadable = number;
     }
@@ -150,7 +150,7 @@ std::optional<Failure> failure_of_list(const std::string& list, const Tally& tal
 ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const Options& options) {
   const Tally tally = check_lines(read_list(list), hash, options);
   const std::optional<Failure> failure = failure_of_list(list, tally, hash);
-  const ExitStatus status = failure ? GraverOf(tally.status, failure->exit) : tally.status;
+  const ExitStatus status = failure ? Graver(tally.status, failure->exit) : tally.status;
   if (failure) WriteFailure(*failure, options);
   if (options.json) {
     Json document = NewDocument("digest", list);
@@ -168,9 +168,9 @@ ExitStatus check_lists(const Arguments& arguments, const HashAlgorithm& hash, co
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& list : arguments.lists) {
     try {
-      status = GraverOf(status, check_list(list, hash, options));
+      status = Graver(status, check_list(list, hash, options));
     } catch (const Failure& failure) {
-      status = GraverOf(status, failure.exit);
+      status = Graver(status, failure.exit);
       WriteFailure(failure, options);
       if (!options.json) continue;
       Json document = NewDocument("digest", list);

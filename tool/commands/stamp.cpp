@@ -18,10 +18,13 @@
 #include "tool/base/hash.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
+#include "tool/base/outputs.h"
 #include "tool/commands/command.h"
 #include "tool/commands/request_options.h"
+#include "tool/commands/trust_options.h"
 #include "tool/exchange/http.h"
 #include "tool/exchange/socket_transport.h"
+#include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/worker.h"
@@ -46,6 +49,7 @@ struct Arguments {
   std::string timeout = "30s";
   unsigned retries = 3;
   std::string socket;
+  TrustOptions trust;
 };
 
 // 30, 30s, 500ms, 2m
@@ -151,11 +155,11 @@ Exchange ask(const Arguments& arguments, const Request& request, const Options& 
   }
 }
 
-Report judge(const Arguments& arguments, const Json& facts, const Request& request, ByteView digest,
-             const Options& options) {
+Expected expectation(const Arguments& arguments, const HashAlgorithm& hash, const Request& request,
+                     ByteView digest) {
   Expected expected;
-  expected.digest = Bytes(digest.begin(), digest.end());
-  expected.digestSource = ShownPath(arguments.file);
+  expected.imprint = Imprint{{hash.octets.begin(), hash.octets.end()}, {digest.begin(), digest.end()}};
+  expected.imprintSource = ShownPath(arguments.file);
   expected.noNonceReason = "sent without one";
   if (request.record.nonceLength != 0) {
     expected.nonce = Bytes(request.record.nonce, request.record.nonce + request.record.nonceLength);
@@ -165,24 +169,21 @@ Report judge(const Arguments& arguments, const Json& facts, const Request& reque
     expected.policy = PolicyOctets(arguments.request.policy);
     expected.policySource = "the request";
   }
-  Report report;
-  JudgeStatus(report, facts);
-  JudgeContents(report, facts, expected, options);
-  if (arguments.request.noCertificate) {
-    report.Skip("signature", "the authority was not asked for its certificate");
-  } else {
-    JudgeSigner(report, facts, {}, options);
-  }
-  return report;
+  return expected;
 }
 
-void write_places(const Places& places, const Exchange& exchange, const Request& request,
-                  const Options& options) {
+// The reply goes under the name that was given, or one beside the file; the request always beside the reply.
+std::vector<Output> outputs_of(const Places& places, const Arguments& arguments, const Options& options) {
+  const bool given = places.reply == arguments.output;
   if (IsStandardStream(places.reply)) {
-    if (!options.json) WriteOutput("-", exchange.reply, "name a file with -o");
-    return;
+    if (options.json) return {};
+    return {{"-", false, "name a file with -o"}};
   }
-  WriteFiles({{places.reply, exchange.reply}, {places.request, request.der}});
+  return {{places.reply, !given}, {places.request, true}};
+}
+
+std::vector<std::string> inputs_of(const Arguments& arguments) {
+  return {arguments.file, arguments.caFile, arguments.clientCert, arguments.clientKey};
 }
 
 ExitStatus stamp(Arguments arguments, const Options& options) {
@@ -193,43 +194,45 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     arguments.http.user += ":" + read_password(arguments.http.user);
   }
   const Places places = places_of(arguments);
-  KeepFile(arguments.file, places.reply);
-  KeepFile(arguments.file, places.request);
   authorities(arguments);
   if (!arguments.caFile.empty()) arguments.http.roots = read_pem(arguments.caFile);
   if (!arguments.clientCert.empty()) arguments.http.clientCert = read_pem(arguments.clientCert);
   if (!arguments.clientKey.empty()) arguments.http.clientKey = read_pem(arguments.clientKey);
-  if (IsStandardStream(places.reply) && !options.json && ::isatty(STDOUT_FILENO) != 0) {
-    throw UsageFailure("standard output is a terminal, and a reply is binary", "name a file with -o");
-  }
+  Outputs outputs(outputs_of(places, arguments, options), inputs_of(arguments), options.force);
 
+  const Trust trust = ReadTrust(arguments.trust);
+  Worker worker(trust);
+  worker.CheckTrust();
   const Bytes digest = HashFile(arguments.file, hash, options);
   const Request request = MakeRequest(arguments.request, hash, digest);
   const Exchange exchange = ask(arguments, request, options);
-  Job job{exchange.authority, exchange.reply};
-  job.verify = !arguments.request.noCertificate;
+  Job job{.name = exchange.authority, .message = exchange.reply};
+  job.verify = !arguments.request.noCertificate || trust.Any();
   if (inspect::KindOf(job.message) != inspect::Kind::Reply) {
     throw Failure{ExitStatus::Input, exchange.authority + ": what came is no time-stamp reply",
                   "look at the address"};
   }
-  const Answer answer = Ask(job);
+  job.allowWeak = options.allowWeak;
+  const Answer answer = worker.Ask(job);
 
   std::optional<Failure> failure = RefusalOf(answer.facts, exchange.authority);
   Report report;
   if (!failure) {
-    report = judge(arguments, answer.facts, request, digest, options);
+    Manner manner;
+    manner.signatureAsked = !arguments.request.noCertificate || trust.Any();
+    report = JudgeToken(answer.facts, expectation(arguments, hash, request, digest), trust, manner, options);
     failure = report.FirstFailure(exchange.authority);
   }
-  if (!failure) write_places(places, exchange, request, options);
+  if (!failure) outputs.Commit({exchange.reply, request.der});
 
   WriteLibraryMessages(answer.libraryMessages, options);
   if (options.json) {
     Json document = NewDocument("stamp", arguments.file);
     if (failure) SetFailure(document, *failure);
     document["authority"] = exchange.authority;
-    document["status"] = answer.facts["status"];
+    if (answer.facts.status) document["status"] = StatusFields(*answer.facts.status);
     document["checks"] = report.Checks();
-    if (answer.facts.contains("info")) document["token"] = answer.facts["info"];
+    if (answer.facts.token) document["token"] = TokenFields(answer.facts);
     if (!failure && !IsStandardStream(places.reply)) {
       document["reply_file"] = Escaped(places.reply);
       document["request_file"] = Escaped(places.request);
@@ -238,10 +241,10 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     }
     if (!answer.libraryMessages.empty()) document["library_messages"] = EscapedLines(answer.libraryMessages);
     WriteJson(document);
-  } else if (!options.quiet && answer.facts.contains("info")) {
-    const std::string text = report.Text(options) + CutNote(answer.facts) + TimeLine(answer.facts);
+  } else if (!options.quiet && answer.facts.token) {
+    const std::string text = report.Text(options) + TimeLine(answer.facts);
     // Standard output may be the reply's.
-    IsStandardStream(places.reply) ? static_cast<void>(std::fputs(text.c_str(), stderr)) : WriteText(text);
+    IsStandardStream(places.reply) ? static_cast<void>(std::fputs(text.c_str(), stderr)) : WriteData(text);
   }
   if (!failure) return ExitStatus::Ok;
   WriteFailure(*failure, options);
@@ -257,6 +260,7 @@ Run AddStamp(CLI::App& app) {
       ->type_name("URL")
       ->allow_extra_args(false);
   AddRequestOptions(app, arguments->request);
+  AddTrustOptions(app, arguments->trust);
   app.add_option("-o", arguments->output, "file or folder for the reply; - is standard output")
       ->type_name("FILE|-|DIR");
   app.add_option("--cacert", arguments->caFile, "roots of the server's certificate")->type_name("F");

@@ -1,9 +1,15 @@
 // What the two transports share of libcurl.
 #include "tool/exchange/curl.h"
 
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstring>
+#include <vector>
 
 #include "tool/base/escape.h"
+#include "tool/base/files.h"
 
 namespace qex::tool {
 namespace {
@@ -36,9 +42,24 @@ ExitStatus exit_of(CURLcode code) {
   return files ? ExitStatus::Input : ExitStatus::Network;
 }
 
+// libcurl says of missing descriptors that memory ran out, or that nobody answers; and a reply that came
+// could not be read without some for the worker. So they are looked for before anything is sent.
+void require_descriptors() {
+  constexpr size_t kNeeded = 12;  // libcurl's own pairs, one or two connections, a file; or three pipes
+  std::vector<int> held;
+  int error = 0;
+  while (held.size() < kNeeded && error == 0) {
+    const int fd = ::fcntl(STDIN_FILENO, F_DUPFD_CLOEXEC, 0);
+    fd < 0 ? static_cast<void>(error = errno) : held.push_back(fd);
+  }
+  for (const int fd : held) ::close(fd);
+  if (error != 0) throw FileFailure("the exchange", "cannot begin", error);
+}
+
 }  // namespace
 
 CurlHandle NewCurl(std::chrono::milliseconds timeout) {
+  require_descriptors();
   static const CURLcode kStarted = curl_global_init(CURL_GLOBAL_DEFAULT);
   CurlHandle handle(kStarted == CURLE_OK ? curl_easy_init() : nullptr);
   if (handle == nullptr) throw std::bad_alloc();
