@@ -69,7 +69,7 @@ Json describe_info(ByteView tac) {
   Json info;
   if (record.holderName[0] != '\0') info["holder"] = record.holderName;
   if (record.objectDigestLen != 0) {
-    const HashAlgorithm* hash = FindHash(record.digestAlgorithm);
+    const HashAlgorithm* hash = FindHash(std::string_view(record.digestAlgorithm));
     info["holder_digest_algorithm"] =
         hash == nullptr ? inspect::NamedOid(record.digestAlgorithm) : std::string(hash->name);
     info["holder_digest"] = octets_text(record.objectDigest, record.objectDigestLen);
