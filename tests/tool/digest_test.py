@@ -9,7 +9,7 @@ import support
 from support import ToolTest, run, run_json
 
 SUM_TOOLS = (("sha256", "sha256sum"), ("sha384", "sha384sum"), ("sha512", "sha512sum"),
-             ("sha1", "sha1sum"), ("md5", "md5sum"))
+             ("sha224", "sha224sum"), ("sha1", "sha1sum"), ("md5", "md5sum"))
 
 
 def sum_of(tool, *arguments):
@@ -104,7 +104,7 @@ class CheckTest(ToolTest):
         self.assertEqual(self.check(f"{self.digest}  {self.document}").returncode, 0)
 
     def test_WhatTheOpensslCommandWritesIsRead(self):
-        for name in ("sha256", "sha512", "sha1", "md5"):
+        for name in ("sha256", "sha512", "sha1", "md5", "sha3-256"):
             with self.subTest(hash=name):
                 done = self.check(support.openssl("dgst", "-" + name, self.document))
                 self.assertEqual((done.returncode, done.stderr), (0, b""))

@@ -181,12 +181,19 @@ ExitStatus check_lists(const Arguments& arguments, const HashAlgorithm& hash, co
   return status;
 }
 
+std::string hash_names() {
+  std::string names;
+  for (const HashAlgorithm& hash : HashAlgorithms())
+    names += (names.empty() ? "" : ", ") + std::string(hash.name);
+  return names;
+}
+
 }  // namespace
 
 Run AddDigest(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   app.add_option("FILE", arguments->files, "files; - is standard input");
-  app.add_option("--hash", arguments->hash, "sha256, sha384, sha512, sha1 or md5")->type_name("NAME");
+  app.add_option("--hash", arguments->hash, hash_names())->type_name("NAME");
   app.add_flag("--tag", arguments->tag, "write lines that name the algorithm: SHA256 (FILE) = HEX");
   app.add_option("--check", arguments->lists, "check the digests that the lists hold")->type_name("LIST");
   return [arguments](const Options& options) {
