@@ -26,7 +26,8 @@ using Slot = RemovedOnSignal::Slot;
 constexpr std::array kEnding{SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
 std::atomic<Slot*> firstSlot{nullptr};
-std::atomic<int> holders{0};
+std::atomic<int> holders{0};  // threads that hold signals
+thread_local int heldHere = 0;
 std::atomic<int> signalThatCame{0};
 std::atomic<pid_t> owner{0};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<char*>::is_always_lock_free);
@@ -89,6 +90,7 @@ Slot* free_slot() {
 
 SignalsHeld::SignalsHeld() {
   install_once();
+  if (heldHere++ != 0) return;
   ++holders;
   // The process is already ending: nothing new is begun.
   if (signalThatCame != 0) {
@@ -98,7 +100,7 @@ SignalsHeld::SignalsHeld() {
 }
 
 SignalsHeld::~SignalsHeld() {
-  release();
+  if (--heldHere == 0) release();
 }
 
 RemovedOnSignal::RemovedOnSignal(const std::string& name) {
