@@ -7,10 +7,10 @@ set -euo pipefail
 
 packages=(
   g++ cmake ninja-build
-  libgtest-dev                                            # unit tests
-  libcli11-dev libcurl4-openssl-dev nlohmann-json3-dev    # the tool
-  ca-certificates                                         # roots for https, without which libcurl connects nowhere
-  openssl python3 python3-asn1crypto                      # the authority, peers in tests, checks of the house
+  libgtest-dev                                                      # unit tests
+  libcli11-dev libcurl4-openssl-dev nlohmann-json3-dev libssl-dev   # the tool
+  ca-certificates                                                   # roots for https, without which libcurl connects nowhere
+  openssl python3 python3-asn1crypto                                # the authority, peers in tests, checks of the house
   pkg-config
 )
 for purpose in "$@"; do
@@ -18,7 +18,7 @@ for purpose in "$@"; do
     coverage) packages+=(gcovr) ;;
     bench) packages+=(libbenchmark-dev) ;;
     format) packages+=(clang-format-14 git) ;;
-    fuzz) packages+=(clang libclang-rt-14-dev libssl-dev) ;;
+    fuzz) packages+=(clang libclang-rt-14-dev) ;;
     check) packages+=(git clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;
     platforms)
       packages+=(g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest) ;;

@@ -57,6 +57,16 @@ std::span<const ExitText> ExitTexts() {
   return kExits;
 }
 
+ExitStatus Graver(ExitStatus a, ExitStatus b) {
+  constexpr ExitStatus kOrder[] = {ExitStatus::Internal,    ExitStatus::CheckFailed, ExitStatus::Input,
+                                   ExitStatus::Unsupported, ExitStatus::Absent,      ExitStatus::Refused,
+                                   ExitStatus::Network,     ExitStatus::File,        ExitStatus::Usage};
+  for (const ExitStatus status : kOrder) {
+    if (a == status || b == status) return status;
+  }
+  return ExitStatus::Ok;
+}
+
 ExitStatus ExitOfCode(int32_t code) {
   for (const CodeRow& row : kCodes) {
     if (row.code == code) return row.exit;

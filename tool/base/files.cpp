@@ -75,6 +75,11 @@ bool FileExists(const std::string& path) {
   return ::access(path.c_str(), F_OK) == 0;
 }
 
+bool IsRegularFile(const std::string& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
+}
+
 bool IsDirectory(const std::string& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -85,7 +90,8 @@ std::string BaseName(const std::string& path) {
 }
 
 void WriteData(std::string_view octets) {
-  if (!WriteAll(STDOUT_FILENO, OctetsOf(octets))) throw FileFailure("standard output", "cannot be written", errno);
+  if (!WriteAll(STDOUT_FILENO, OctetsOf(octets)))
+    throw FileFailure("standard output", "cannot be written", errno);
 }
 
 }  // namespace qex::tool

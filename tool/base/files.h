@@ -31,6 +31,8 @@ Bytes ReadMessage(const std::string& path);
 
 bool FileExists(const std::string& path);
 bool IsDirectory(const std::string& path);
+// IsRegularFile follows links.
+bool IsRegularFile(const std::string& path);
 
 // BaseName returns what follows the last slash.
 std::string BaseName(const std::string& path);

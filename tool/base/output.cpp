@@ -149,13 +149,19 @@ void WriteFailure(const Failure& failure, const Options& options) {
   std::fputs(FailureText(failure).c_str(), stderr);
 }
 
-void WriteLibraryMessages(const std::string& messages, const Options& options) {
-  if (!options.verbose) return;
+std::string LibraryMessagesText(const std::string& messages, const Options& options) {
+  std::string text;
+  if (!options.verbose) return text;
   for (size_t at = 0; at < messages.size();) {
     const size_t end = std::min(messages.find('\n', at), messages.size());
-    if (end > at) std::fprintf(stderr, "qex: library: %s\n", Escaped(messages.substr(at, end - at)).c_str());
+    if (end > at) text += "qex: library: " + Escaped(messages.substr(at, end - at)) + "\n";
     at = end + 1;
   }
+  return text;
+}
+
+void WriteLibraryMessages(const std::string& messages, const Options& options) {
+  std::fputs(LibraryMessagesText(messages, options).c_str(), stderr);
 }
 
 }  // namespace qex::tool

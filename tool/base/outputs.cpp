@@ -25,7 +25,7 @@
 namespace qex::tool {
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;  // less what the caller's mask takes away
+constexpr mode_t kNewFileMode = 0666;                     // less what the caller's mask takes away
 constexpr auto kLockPatience = std::chrono::seconds(10);  // signals are held meanwhile
 constexpr auto kLockPause = std::chrono::milliseconds(10);
 
@@ -230,7 +230,8 @@ class OutputFile {
                   "remove it, or name another file with -o"};
   }
 
-  // For file systems on which renameat2 is not supported. An older file that is replaced there does not come back.
+  // For file systems on which renameat2 is not supported. An older file that is replaced there does not come
+  // back.
   void take_name_by_link() {
     if (force_) return replace();
     if (::link(temporary_->name().c_str(), path_.c_str()) != 0) {

@@ -4,6 +4,7 @@
 
 #include <CLI/CLI.hpp>
 
+#include "api/qex.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
 #include "tool/base/json.h"
@@ -12,7 +13,6 @@
 #include "tool/commands/single_output.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
-#include "tool/worker/inspect/code_texts.h"
 #include "tool/worker/worker.h"
 
 namespace qex::tool {
@@ -29,28 +29,26 @@ ExitStatus take_certificate(const Arguments& arguments, const Options& options) 
   Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const Message message = ReadTokenOrReply(arguments.token);
   const std::string name = ShownPath(arguments.token);
-  const Answer answer = Ask({name, message.octets});
+  const Answer answer = AskOnce({.name = name, .message = message.octets});
   if (const auto refusal = RefusalOf(answer.facts, name)) throw Failure{*refusal};
-  const Json& signer = answer.facts["signer"];
-  const auto code = signer["code"].get<int32_t>();
-  if (code != 0) {
-    throw Failure{ExitOfCode(code),
-                  name + ": " + inspect::CodeMeaning(code),
+  const SignerCertificate* signer = SignerOf(answer.facts);
+  if (signer == nullptr) {
+    throw Failure{ExitStatus::Absent,
+                  name + ": the token holds no certificate of its signer",
                   "the authority was not asked for its certificate; take it from its operator",
-                  code,
+                  QEX_E_NOCERT,
                   0,
                   answer.libraryMessages};
   }
   WriteLibraryMessages(answer.libraryMessages, options);
-  const Bytes der = FromHex(signer["der"].get<std::string>()).value();
-  const std::string pem = ToPem(der, "CERTIFICATE");
-  outputs.Commit({arguments.pem ? OctetsOf(pem) : ByteView(der)});
+  const std::string pem = ToPem(signer->der, "CERTIFICATE");
+  outputs.Commit({arguments.pem ? OctetsOf(pem) : ByteView(signer->der)});
   if (options.json) {
     Json document = NewDocument("cert", arguments.token);
-    document["named_by"] = answer.facts["ess"] == "v2" ? "signing-certificate-v2" : "signing-certificate";
-    document["subject_name"] = signer["subject"];
-    document["sha256"] = signer["sha256"];
-    document["certificate"] = signer["der"];
+    document["named_by"] = AttributeName(answer.facts, {});
+    document["subject_name"] = signer->subject;
+    document["sha256"] = ToHex(signer->sha256);
+    document["certificate"] = ToHex(signer->der);
     WriteJson(document);
   }
   return ExitStatus::Ok;

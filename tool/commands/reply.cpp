@@ -13,6 +13,7 @@
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/commands/single_output.h"
+#include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/inspect/code_texts.h"
@@ -68,21 +69,20 @@ ExitStatus read_status(const Arguments& arguments, const Options& options) {
   }
   const Message message = read_reply(arguments);
   const std::string name = ShownPath(arguments.file);
-  const Answer answer = Ask({name, message.octets});
+  const Answer answer = AskOnce({.name = name, .message = message.octets});
   const std::optional<Failure> refusal = RefusalOf(answer.facts, name);
   WriteLibraryMessages(answer.libraryMessages, options);
   if (outputs && !refusal) {
-    const Bytes token = FromHex(answer.facts["token"].get<std::string>()).value();
-    outputs->Commit({token});
+    outputs->Commit({answer.facts.token.value()});
   }
   if (options.json) {
     Json document = NewDocument("reply", arguments.file);
-    document["status"] = answer.facts["status"];
-    if (answer.facts.contains("token")) document["token"] = answer.facts["token"];
+    document["status"] = StatusFields(answer.facts.status.value());
+    if (answer.facts.token) document["token"] = ToHex(*answer.facts.token);
     if (refusal) SetFailure(document, *refusal);
     WriteJson(document);
   } else if (!arguments.token && !options.quiet) {
-    WriteFields(answer.facts["status"]);
+    WriteFields(StatusFields(answer.facts.status.value()));
   }
   if (!refusal) return ExitStatus::Ok;
   WriteFailure(*refusal, options);

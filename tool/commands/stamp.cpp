@@ -21,8 +21,10 @@
 #include "tool/base/outputs.h"
 #include "tool/commands/command.h"
 #include "tool/commands/request_options.h"
+#include "tool/commands/trust_options.h"
 #include "tool/exchange/http.h"
 #include "tool/exchange/socket_transport.h"
+#include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/worker.h"
@@ -47,6 +49,7 @@ struct Arguments {
   std::string timeout = "30s";
   unsigned retries = 3;
   std::string socket;
+  TrustOptions trust;
 };
 
 // 30, 30s, 500ms, 2m
@@ -152,11 +155,11 @@ Exchange ask(const Arguments& arguments, const Request& request, const Options& 
   }
 }
 
-Report judge(const Arguments& arguments, const Json& facts, const Request& request, ByteView digest,
-             const Options& options) {
+Expected expectation(const Arguments& arguments, const HashAlgorithm& hash, const Request& request,
+                     ByteView digest) {
   Expected expected;
-  expected.digest = Bytes(digest.begin(), digest.end());
-  expected.digestSource = ShownPath(arguments.file);
+  expected.imprint = Imprint{{hash.octets.begin(), hash.octets.end()}, {digest.begin(), digest.end()}};
+  expected.imprintSource = ShownPath(arguments.file);
   expected.noNonceReason = "sent without one";
   if (request.record.nonceLength != 0) {
     expected.nonce = Bytes(request.record.nonce, request.record.nonce + request.record.nonceLength);
@@ -166,15 +169,7 @@ Report judge(const Arguments& arguments, const Json& facts, const Request& reque
     expected.policy = PolicyOctets(arguments.request.policy);
     expected.policySource = "the request";
   }
-  Report report;
-  JudgeStatus(report, facts);
-  JudgeContents(report, facts, expected, options);
-  if (arguments.request.noCertificate) {
-    report.Skip("signature", "the authority was not asked for its certificate");
-  } else {
-    JudgeSigner(report, facts, {}, options);
-  }
-  return report;
+  return expected;
 }
 
 // The reply goes under the name that was given, or one beside the file; the request always beside the reply.
@@ -205,21 +200,27 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
   if (!arguments.clientKey.empty()) arguments.http.clientKey = read_pem(arguments.clientKey);
   Outputs outputs(outputs_of(places, arguments, options), inputs_of(arguments), options.force);
 
+  const Trust trust = ReadTrust(arguments.trust);
+  Worker worker(trust);
+  worker.CheckTrust();
   const Bytes digest = HashFile(arguments.file, hash, options);
   const Request request = MakeRequest(arguments.request, hash, digest);
   const Exchange exchange = ask(arguments, request, options);
-  Job job{exchange.authority, exchange.reply};
-  job.verify = !arguments.request.noCertificate;
+  Job job{.name = exchange.authority, .message = exchange.reply};
+  job.verify = !arguments.request.noCertificate || trust.Any();
   if (inspect::KindOf(job.message) != inspect::Kind::Reply) {
     throw Failure{ExitStatus::Input, exchange.authority + ": what came is no time-stamp reply",
                   "look at the address"};
   }
-  const Answer answer = Ask(job);
+  job.allowWeak = options.allowWeak;
+  const Answer answer = worker.Ask(job);
 
   std::optional<Failure> failure = RefusalOf(answer.facts, exchange.authority);
   Report report;
   if (!failure) {
-    report = judge(arguments, answer.facts, request, digest, options);
+    Manner manner;
+    manner.signatureAsked = !arguments.request.noCertificate || trust.Any();
+    report = JudgeToken(answer.facts, expectation(arguments, hash, request, digest), trust, manner, options);
     failure = report.FirstFailure(exchange.authority);
   }
   if (!failure) outputs.Commit({exchange.reply, request.der});
@@ -229,9 +230,9 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     Json document = NewDocument("stamp", arguments.file);
     if (failure) SetFailure(document, *failure);
     document["authority"] = exchange.authority;
-    document["status"] = answer.facts["status"];
+    if (answer.facts.status) document["status"] = StatusFields(*answer.facts.status);
     document["checks"] = report.Checks();
-    if (answer.facts.contains("info")) document["token"] = answer.facts["info"];
+    if (answer.facts.token) document["token"] = TokenFields(answer.facts);
     if (!failure && !IsStandardStream(places.reply)) {
       document["reply_file"] = Escaped(places.reply);
       document["request_file"] = Escaped(places.request);
@@ -240,10 +241,10 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
     }
     if (!answer.libraryMessages.empty()) document["library_messages"] = EscapedLines(answer.libraryMessages);
     WriteJson(document);
-  } else if (!options.quiet && answer.facts.contains("info")) {
-    const std::string text = report.Text(options) + CutNote(answer.facts) + TimeLine(answer.facts);
+  } else if (!options.quiet && answer.facts.token) {
+    const std::string text = report.Text(options) + TimeLine(answer.facts);
     // Standard output may be the reply's.
-    IsStandardStream(places.reply) ? static_cast<void>(std::fputs(text.c_str(), stderr)) : WriteText(text);
+    IsStandardStream(places.reply) ? static_cast<void>(std::fputs(text.c_str(), stderr)) : WriteData(text);
   }
   if (!failure) return ExitStatus::Ok;
   WriteFailure(*failure, options);
@@ -259,6 +260,7 @@ Run AddStamp(CLI::App& app) {
       ->type_name("URL")
       ->allow_extra_args(false);
   AddRequestOptions(app, arguments->request);
+  AddTrustOptions(app, arguments->trust);
   app.add_option("-o", arguments->output, "file or folder for the reply; - is standard output")
       ->type_name("FILE|-|DIR");
   app.add_option("--cacert", arguments->caFile, "roots of the server's certificate")->type_name("F");

@@ -10,6 +10,7 @@
 
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
+#include "tool/base/json.h"
 #include "tool/message/oid_text.h"
 #include "tool/worker/inspect/code_texts.h"
 #include "tool/worker/inspect/describe.h"
@@ -55,9 +56,9 @@ Failure encoding_failure(int32_t code) {
 }
 
 // What an encoded request asks for, in place of what was meant.
-std::string asked_for(const std::optional<inspect::RequestFacts>& facts) {
-  if (!facts || facts->policy.empty()) return "no policy at all";
-  const std::string text = inspect::DecodeOid(facts->policy);
+std::string asked_for(const std::optional<RequestFacts>& facts) {
+  if (!facts || facts->policy.value_or(Bytes{}).empty()) return "no policy at all";
+  const std::string text = inspect::DecodeOid(facts->policy.value());
   return text.starts_with('?') ? "octets that are no identifier, " + text.substr(1) : "policy " + text;
 }
 
@@ -65,7 +66,9 @@ void compare_with_what_was_meant(const Request& request, const RequestOptions& o
                                  const HashAlgorithm& hash) {
   const auto facts = inspect::InspectRequest(request.der);
   const Bytes policy = options.policy.empty() ? Bytes{} : PolicyOctets(options.policy);
-  if (facts && facts->policy == policy && facts->hash == inspect::EncodeOid(hash.identifier)) return;
+  if (facts && facts->policy.value_or(Bytes{}) == policy &&
+      facts->imprint.algorithm == inspect::EncodeOid(hash.identifier))
+    return;
   throw UsageFailure(
       "policy " + Escaped(options.policy) + ": the library cannot carry this identifier",
       "it would ask for " + asked_for(facts) + "; ask for another policy, or leave --policy out");
@@ -129,7 +132,7 @@ Bytes FramedRequest(const Request& request, uint32_t transport) {
 }
 
 Json RequestFields(const QEX_TSQ_DATA_EX& record) {
-  const HashAlgorithm* hash = FindHash(record.hashAlgorithm);
+  const HashAlgorithm* hash = FindHash(std::string_view(record.hashAlgorithm));
   const ByteView message(record.hashedMessage,
                          std::min<size_t>(record.hashedMessageLength, std::size(record.hashedMessage)));
   const ByteView nonce(record.nonce, std::min<size_t>(record.nonceLength, std::size(record.nonce)));

@@ -79,6 +79,7 @@ void members(V& visit, LibraryCheck& v) {
   visit("asn1_error", v.asn1Error);
   visit("meaning", v.meaning);
   visit("own_code", v.ownCode);
+  visit("stop", v.stop);
 }
 
 template <class V>

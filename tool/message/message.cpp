@@ -1,6 +1,7 @@
 // Taking the armour off messages (RFC 7468, leniently), and putting it on.
 #include "tool/message/message.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string_view>
@@ -59,16 +60,34 @@ std::optional<Bytes> from_base64(std::string_view text) {
   return octets;
 }
 
-// The base64 text of the first PEM block.
-std::optional<std::string_view> pem_body(std::string_view text) {
+struct PemBlock {
+  std::string_view label;
+  std::string_view body;  // base64
+};
+
+// The next PEM block of `text`, which then begins after it.
+std::optional<PemBlock> take_block(std::string_view& text) {
   const size_t begin = text.find(kBegin);
   if (begin == std::string_view::npos) return std::nullopt;
-  const size_t label = text.find(kDashes, begin + kBegin.size());
+  const size_t name = begin + kBegin.size();
+  const size_t label = text.find(kDashes, name);
   if (label == std::string_view::npos) return std::nullopt;
   const size_t body = label + kDashes.size();
   const size_t end = text.find(kEnd, body);
   if (end == std::string_view::npos) return std::nullopt;
-  return text.substr(body, end - body);
+  const PemBlock block{text.substr(name, label - name), text.substr(body, end - body)};
+  text.remove_prefix(end);
+  return block;
+}
+
+// The base64 text of the first PEM block.
+std::optional<std::string_view> pem_body(std::string_view text) {
+  const auto block = take_block(text);
+  return block ? std::optional(block->body) : std::nullopt;
+}
+
+std::string_view text_of(ByteView data) {
+  return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
 Bytes without_armour(Bytes data) {
@@ -117,6 +136,21 @@ Message AsTokenOrReply(Message message) {
 
 Message ReadTokenOrReply(const std::string& path) {
   return AsTokenOrReply(ReadAnyMessage(path));
+}
+
+std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> labels) {
+  std::vector<Bytes> found;
+  std::string_view text = text_of(data);
+  while (const auto block = take_block(text)) {
+    if (std::ranges::find(labels, block->label) == labels.end()) continue;
+    if (auto octets = from_base64(block->body); octets && !octets->empty())
+      found.push_back(std::move(*octets));
+  }
+  return found;
+}
+
+bool HoldsPem(ByteView data) {
+  return text_of(data).find(kBegin) != std::string_view::npos;
 }
 
 std::string ToPem(ByteView der, const std::string& label) {

@@ -2,7 +2,10 @@
 // their structure.
 #pragma once
 
+#include <span>
 #include <string>
+#include <string_view>
+#include <vector>
 
 #include "tool/base/bytes.h"
 #include "tool/message/structure.h"
@@ -30,6 +33,12 @@ Message AsTokenOrReply(Message message);
 
 // ReadTokenOrReply reads a file that must hold one of the two.
 Message ReadTokenOrReply(const std::string& path);
+
+// PemBlocks returns what lies in the PEM blocks of `data` whose label is one of `labels`.
+std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> labels);
+
+// HoldsPem returns whether a PEM block begins somewhere in `data`.
+bool HoldsPem(ByteView data);
 
 // ToPem renders DER under a label such as CERTIFICATE.
 std::string ToPem(ByteView der, const std::string& label);

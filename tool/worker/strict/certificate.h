@@ -1,0 +1,28 @@
+// The signer's certificate: names, purpose, dates.
+#pragma once
+
+#include <string>
+
+#include "tool/message/facts.h"
+#include "tool/worker/strict/libcrypto.h"
+
+namespace qex::tool::strict {
+
+// SubjectText renders the whole subject; NameForPeople its common name, or the whole one without such.
+std::string SubjectText(const X509* certificate);
+std::string NameForPeople(const X509_NAME* name);
+// QuotedSubject is NameForPeople of the subject, fit to stand in a line.
+std::string QuotedSubject(const X509* certificate);
+
+SignerCertificate DescribeCertificate(X509* certificate);
+
+// JudgeUsage applies RFC 3161, 2.3.
+Judgement JudgeUsage(X509* certificate);
+
+// ValidityAt judges the dates at a time, and `now`. Both are seconds since 1970.
+Validity ValidityAt(const X509* certificate, int64_t time, int64_t now);
+
+// NamesSigner tells whether a name is the certificate's subject or one of its alternative names.
+bool NamesSigner(GENERAL_NAME* name, X509* certificate);
+
+}  // namespace qex::tool::strict

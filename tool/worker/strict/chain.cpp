@@ -1,0 +1,145 @@
+// Chains are built and verified by libcrypto. It follows one issuer of each name, so that a twin of the right
+// one can lead it astray: when it finds no chain, every path by names is tried, up to a bound.
+#include "tool/worker/strict/chain.h"
+
+#include <algorithm>
+#include <ctime>
+
+#include "tool/worker/strict/certificate.h"
+#include "tool/worker/strict/chain_fault.h"
+
+namespace qex::tool::strict {
+namespace {
+
+constexpr int kMaxDepth = 10;     // certificates between the signer and the root
+constexpr int kMaxAttempts = 32;  // paths that are tried beside libcrypto's own
+constexpr int kStrongLevel = 2;   // 112 bits: RSA of 2048, no SHA-1
+constexpr int kLeastModulusBits = 1024;
+
+CertificateRow row_of(const std::vector<X509*>& certificates) {
+  CertificateRow row(Needed(sk_X509_new_null()));
+  for (X509* certificate : certificates)
+    if (sk_X509_push(row.get(), certificate) <= 0) throw std::bad_alloc();
+  return row;
+}
+
+// What libcrypto lets pass: keys that are too short at every level, and authorities that do not say that they
+// are any (it takes a key usage or an old extension for that; the root is trusted by decision).
+Chain own_faults(STACK_OF(X509) * path) {
+  for (int i = 0; i < sk_X509_num(path); ++i) {
+    X509* certificate = sk_X509_value(path, i);
+    const EVP_PKEY* key = X509_get0_pubkey(certificate);
+    const int kind = key == nullptr ? EVP_PKEY_NONE : EVP_PKEY_get_base_id(key);
+    const bool hasModulus = kind == EVP_PKEY_RSA || kind == EVP_PKEY_RSA_PSS || kind == EVP_PKEY_DSA;
+    if (hasModulus && EVP_PKEY_get_bits(key) < kLeastModulusBits)
+      return ChainFault(X509_V_ERR_CA_KEY_TOO_SMALL, certificate);
+    const bool between = i > 0 && i + 1 < sk_X509_num(path);
+    if (between && X509_check_ca(certificate) != 1) return ChainFault(X509_V_ERR_INVALID_CA, certificate);
+  }
+  Chain chain;
+  chain.result = ChainResult::Trusted;
+  return chain;
+}
+
+// One verification by libcrypto.
+ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, STACK_OF(X509) * roots) {
+  const OwnedStoreContext context(Needed(X509_STORE_CTX_new()));
+  if (X509_STORE_CTX_init(context.get(), nullptr, question.signer, untrusted) != 1) {
+    ThrowIfMemoryFailed();
+    throw std::bad_alloc();
+  }
+  X509_STORE_CTX_set0_trusted_stack(context.get(), roots);
+  X509_VERIFY_PARAM* parameters = X509_STORE_CTX_get0_param(context.get());
+  ChainAnswer answer;
+  if (!SetJudgedTime(parameters, question.time)) {
+    answer.chain.result = ChainResult::NoTime;
+    answer.chain.text = "the time is beyond what can be judged";
+    return answer;
+  }
+  X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_POLICY_CHECK);
+  X509_VERIFY_PARAM_set_depth(parameters, kMaxDepth);
+  X509_VERIFY_PARAM_set_auth_level(parameters, question.allowWeak ? 0 : kStrongLevel);
+  const bool verified = X509_verify_cert(context.get()) == 1;
+  const int error = X509_STORE_CTX_get_error(context.get());
+  ThrowIfMemoryFailed();
+  if (error == X509_V_ERR_OUT_OF_MEM) throw std::bad_alloc();
+  STACK_OF(X509)* path = X509_STORE_CTX_get0_chain(context.get());
+  if (!verified) {
+    answer.chain = ChainFault(error, X509_STORE_CTX_get_current_cert(context.get()));
+    answer.chain.length = static_cast<uint64_t>(std::max(sk_X509_num(path), 0));
+    return answer;
+  }
+  answer.chain = own_faults(path);
+  answer.chain.length = static_cast<uint64_t>(sk_X509_num(path));
+  if (answer.chain.result != ChainResult::Trusted) return answer;
+  const X509* anchor = sk_X509_value(path, sk_X509_num(path) - 1);
+  answer.chain.anchor = NameForPeople(X509_get_subject_name(anchor));
+  answer.path.reset(Needed(X509_STORE_CTX_get1_chain(context.get())));
+  return answer;
+}
+
+// The paths by names, depth first.
+class PathSearch {
+ public:
+  PathSearch(const ChainQuestion& question) : question_(question) {}
+
+  // Run returns the first path that verifies; `first` when none does.
+  ChainAnswer Run(ChainAnswer first) {
+    answer_ = std::move(first);
+    path_.push_back(question_.signer);
+    extend();
+    return std::move(answer_);
+  }
+
+ private:
+  bool done() const { return attempts_ >= kMaxAttempts || answer_.chain.result == ChainResult::Trusted; }
+
+  void extend() {
+    for (int i = 0; i < sk_X509_num(question_.roots) && !done(); ++i) {
+      X509* root = sk_X509_value(question_.roots, i);
+      if (X509_check_issued(root, path_.back()) == X509_V_OK) attempt(root);
+    }
+    if (path_.size() > size_t{kMaxDepth}) return;
+    for (X509* next : question_.untrusted) {
+      if (done()) return;
+      if (std::ranges::find(path_, next) != path_.end()) continue;
+      if (X509_check_issued(next, path_.back()) != X509_V_OK) continue;
+      path_.push_back(next);
+      extend();
+      path_.pop_back();
+    }
+  }
+
+  void attempt(X509* root) {
+    ++attempts_;
+    const CertificateRow untrusted = row_of({path_.begin() + 1, path_.end()});
+    const CertificateRow roots = row_of({root});
+    ChainAnswer found = verify(question_, untrusted.get(), roots.get());
+    if (found.chain.result == ChainResult::Trusted) answer_ = std::move(found);
+  }
+
+  const ChainQuestion& question_;
+  ChainAnswer answer_;
+  std::vector<X509*> path_;
+  int attempts_ = 0;
+};
+
+}  // namespace
+
+ChainAnswer FindChain(const ChainQuestion& question) {
+  const CertificateRow untrusted = row_of(question.untrusted);
+  ChainAnswer first = verify(question, untrusted.get(), question.roots);
+  if (first.chain.result == ChainResult::Trusted || first.chain.result == ChainResult::NoTime) return first;
+  ChainAnswer found = PathSearch(question).Run(std::move(first));
+  ThrowIfMemoryFailed();
+  return found;
+}
+
+bool SetJudgedTime(X509_VERIFY_PARAM* parameters, int64_t time) {
+  const time_t narrow = static_cast<time_t>(time);
+  if (narrow != time) return false;
+  X509_VERIFY_PARAM_set_time(parameters, narrow);
+  return true;
+}
+
+}  // namespace qex::tool::strict

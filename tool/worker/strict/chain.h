@@ -1,0 +1,30 @@
+// Chains of certificates from the signer to a root.
+#pragma once
+
+#include <vector>
+
+#include "tool/message/facts.h"
+#include "tool/worker/strict/libcrypto.h"
+
+namespace qex::tool::strict {
+
+// What a chain is made of, and judged by.
+struct ChainQuestion {
+  X509* signer = nullptr;
+  std::vector<X509*> untrusted;
+  STACK_OF(X509) * roots = nullptr;
+  int64_t time = 0;  // seconds since 1970
+  bool allowWeak = false;
+};
+
+struct ChainAnswer {
+  Chain chain;
+  OwnedCertificates path;  // from the signer to the root; null unless trusted
+};
+
+ChainAnswer FindChain(const ChainQuestion& question);
+
+// SetJudgedTime makes `parameters` judge at a time; false when this platform's time_t cannot hold it.
+bool SetJudgedTime(X509_VERIFY_PARAM* parameters, int64_t time);
+
+}  // namespace qex::tool::strict

@@ -1,0 +1,84 @@
+// What every part of the strict reader needs of libcrypto: its start, want of memory, digests, and plain
+// octets.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <new>
+#include <optional>
+#include <string>
+
+#include "tool/base/bytes.h"
+#include "tool/worker/strict/handle.h"
+
+namespace qex::tool::strict {
+
+// Start readies libcrypto, without a configuration file. To be called before anything else here; later calls
+// do nothing.
+void Start();
+
+// ThrowIfMemoryFailed throws std::bad_alloc when an allocation of libcrypto has failed since the last call,
+// and clears its queue of errors. Stands wherever a "no" of libcrypto would be believed.
+void ThrowIfMemoryFailed();
+
+// Needed returns what only want of memory can make null.
+template <class T>
+T* Needed(T* object) {
+  if (object == nullptr) {
+    ThrowIfMemoryFailed();
+    throw std::bad_alloc();
+  }
+  return object;
+}
+
+// LastReason returns what libcrypto said about its last failure, in its own words; empty when it said
+// nothing.
+std::string LastReason();
+
+// DecodeWhole reads one value that fills `octets`; null for anything else.
+template <class Owner, auto Decode>
+Owner DecodeWhole(ByteView octets) {
+  const unsigned char* at = octets.data();
+  Owner value(Decode(nullptr, &at, static_cast<long>(octets.size())));
+  if (value && at != octets.data() + octets.size()) value.reset();
+  return value;
+}
+
+// Encoded returns the DER of a value.
+template <auto Encode, class T>
+Bytes Encoded(const T* value) {
+  const int length = Encode(value, nullptr);
+  Bytes octets(length > 0 ? static_cast<size_t>(length) : 0);
+  unsigned char* at = octets.data();
+  if (length < 0 || (length > 0 && Encode(value, &at) != length)) {
+    ThrowIfMemoryFailed();
+    octets.clear();
+  }
+  return octets;
+}
+
+ByteView OctetsOf(const ASN1_STRING* string);
+// Contents octets of an identifier.
+ByteView OctetsOf(const ASN1_OBJECT* identifier);
+// Minimal contents octets of an INTEGER.
+Bytes IntegerOctets(const ASN1_INTEGER* number);
+// OidText returns "name (dotted)", or the dotted text of an identifier without a well-known name.
+std::string OidText(const ASN1_OBJECT* identifier);
+
+// SecondsOf returns seconds since 1970; nothing for a time that is not well formed.
+std::optional<int64_t> SecondsOf(const ASN1_TIME* time);
+
+// A digest algorithm with the length that it has in CMS (RFC 8702 for SHAKE).
+struct Digest {
+  OwnedDigest routine;
+  std::string name;  // sha256
+  size_t length = 0;
+};
+
+// FindDigest returns the digest of an identifier; null when libcrypto does not have it. Each is fetched once.
+const Digest* FindDigest(const ASN1_OBJECT* identifier);
+const Digest* FindDigest(int nid);
+
+Bytes DigestOf(const Digest& digest, ByteView data);
+
+}  // namespace qex::tool::strict

@@ -1,0 +1,118 @@
+// Schemes by the identifier of the signature algorithm. Some name a digest, some none (rsaEncryption and its
+// kin), and RSASSA-PSS names two in its parameters (RFC 4055).
+#include "tool/worker/strict/scheme.h"
+
+#include <algorithm>
+
+#include <openssl/objects.h>
+
+namespace qex::tool::strict {
+namespace {
+
+struct KeyScheme {
+  int key;  // identifier of the key's algorithm
+  const char* name;
+};
+
+constexpr KeyScheme kSchemes[] = {
+    {NID_rsaEncryption, "rsa"},
+    {NID_dsa, "dsa"},
+    {NID_X9_62_id_ecPublicKey, "ecdsa"},
+};
+
+const ASN1_OBJECT* identifier_of(const X509_ALGOR* algorithm) {
+  const ASN1_OBJECT* identifier = nullptr;
+  X509_ALGOR_get0(&identifier, nullptr, nullptr, algorithm);
+  return identifier;
+}
+
+// The SEQUENCE that stands as an algorithm's parameters; empty when there is none.
+ByteView parameters_of(const X509_ALGOR* algorithm) {
+  int type = V_ASN1_UNDEF;
+  const void* value = nullptr;
+  X509_ALGOR_get0(nullptr, &type, &value, algorithm);
+  return type == V_ASN1_SEQUENCE ? OctetsOf(static_cast<const ASN1_STRING*>(value)) : ByteView{};
+}
+
+// The digest of an algorithm; SHA-1 where it is absent, as RFC 4055 has it.
+const Digest* digest_or_sha1(const X509_ALGOR* algorithm, std::string& unsupported) {
+  if (algorithm == nullptr) return FindDigest(NID_sha1);
+  const Digest* digest = FindDigest(identifier_of(algorithm));
+  if (digest == nullptr) unsupported = "the digest " + OidText(identifier_of(algorithm));
+  return digest;
+}
+
+void read_mask(Scheme& scheme, const X509_ALGOR* mask) {
+  if (mask == nullptr) {
+    scheme.mask = FindDigest(NID_sha1);
+    return;
+  }
+  if (OBJ_obj2nid(identifier_of(mask)) != NID_mgf1) {
+    scheme.unsupported = "the mask generation " + OidText(identifier_of(mask));
+    return;
+  }
+  const auto digest = DecodeWhole<OwnedAlgorithm, d2i_X509_ALGOR>(parameters_of(mask));
+  if (!digest) {
+    scheme.fault = "the parameters of rsassaPss cannot be read";
+    return;
+  }
+  scheme.mask = digest_or_sha1(digest.get(), scheme.unsupported);
+}
+
+Scheme pss_scheme(const X509_ALGOR* algorithm) {
+  Scheme scheme;
+  scheme.name = "rsa-pss";
+  const auto parameters = DecodeWhole<OwnedPssParameters, d2i_RSA_PSS_PARAMS>(parameters_of(algorithm));
+  if (!parameters) {
+    scheme.fault = "the parameters of rsassaPss cannot be read";
+    return scheme;
+  }
+  scheme.digest = digest_or_sha1(parameters->hashAlgorithm, scheme.unsupported);
+  read_mask(scheme, parameters->maskGenAlgorithm);
+  int64_t salt = 20;
+  int64_t trailer = 1;
+  const bool read =
+      (parameters->saltLength == nullptr || ASN1_INTEGER_get_int64(&salt, parameters->saltLength) == 1) &&
+      (parameters->trailerField == nullptr ||
+       ASN1_INTEGER_get_int64(&trailer, parameters->trailerField) == 1);
+  // No modulus that is tried has room for a longer salt.
+  if (!read || salt < 0 || salt > 1024) scheme.fault = "the salt length of rsassaPss cannot be";
+  if (trailer != 1) scheme.unsupported = "the trailer field " + std::to_string(trailer) + " of rsassaPss";
+  scheme.saltLength = static_cast<int>(std::clamp<int64_t>(salt, 0, 1024));
+  return scheme;
+}
+
+}  // namespace
+
+Scheme SchemeOf(const X509_ALGOR* signatureAlgorithm, const X509_ALGOR* digestAlgorithm) {
+  const ASN1_OBJECT* identifier = identifier_of(signatureAlgorithm);
+  const int nid = OBJ_obj2nid(identifier);
+  if (nid == NID_rsassaPss) return pss_scheme(signatureAlgorithm);
+  Scheme scheme;
+  if (nid == NID_ED25519 || nid == NID_ED448) {
+    scheme.name = nid == NID_ED25519 ? "ed25519" : "ed448";
+    return scheme;
+  }
+  int digest = NID_undef;
+  int key = nid;
+  OBJ_find_sigid_algs(nid, &digest, &key);
+  const auto* row = std::ranges::find(kSchemes, key, &KeyScheme::key);
+  const bool bareKey = digest == NID_undef && key == nid;
+  if (row == std::end(kSchemes) || (digest == NID_undef && !bareKey)) {
+    scheme.name = OidText(identifier);
+    scheme.unsupported = "the signature algorithm " + scheme.name;
+    return scheme;
+  }
+  scheme.name = row->name;
+  scheme.digest = bareKey ? FindDigest(identifier_of(digestAlgorithm)) : FindDigest(digest);
+  if (scheme.digest == nullptr) scheme.unsupported = "the digest of " + OidText(identifier);
+  return scheme;
+}
+
+bool Scheme::FitsKey(const std::string& keyType) const {
+  if (name == "ecdsa") return keyType == "ec";
+  if (name == "rsa-pss") return keyType == "rsa" || keyType == "rsa-pss";
+  return keyType == name;
+}
+
+}  // namespace qex::tool::strict

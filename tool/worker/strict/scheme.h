@@ -1,0 +1,24 @@
+// Signature algorithms: what an identifier and its parameters ask of a key.
+#pragma once
+
+#include <string>
+
+#include "tool/worker/strict/libcrypto.h"
+
+namespace qex::tool::strict {
+
+struct Scheme {
+  std::string name;  // rsa, rsa-pss, ecdsa, dsa, ed25519, ed448; "name (dotted)" of an unknown one
+  const Digest* digest = nullptr;  // null: the key signs the octets themselves
+  const Digest* mask = nullptr;    // of MGF1
+  int saltLength = 0;
+  std::string unsupported;  // why it cannot be tried, in words; empty: it can
+  std::string fault;        // what is wrong with its parameters; empty: nothing
+
+  bool FitsKey(const std::string& keyType) const;
+};
+
+// SchemeOf reads a signature algorithm; the digest algorithm counts where it names none.
+Scheme SchemeOf(const X509_ALGOR* signatureAlgorithm, const X509_ALGOR* digestAlgorithm);
+
+}  // namespace qex::tool::strict
