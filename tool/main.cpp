@@ -18,6 +18,7 @@
 #include "tool/base/files.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
+#include "tool/commands/arguments.h"
 #include "tool/commands/command.h"
 #include "tool/worker/worker.h"
 
@@ -133,14 +134,19 @@ Failure usage_failure(const CLI::ParseError& error, const Program& program, int 
 
 ExitStatus run_command(Program& program, int count, char** words) {
   try {
+    RefuseEmptyAssignments(count, words);
     program.app.parse(count, words);
+    HidePasswords(count, words);
   } catch (const CLI::CallForHelp&) {
     return print_help(program.command_name());
   } catch (const CLI::ParseError& error) {
     throw usage_failure(error, program, count, words);
   }
   for (const auto& [sub, run] : program.commands) {
-    if (sub->parsed()) return run(program.options);
+    if (!sub->parsed()) continue;
+    RefuseEmptyValues(program.app);
+    RefuseEmptyValues(*sub);
+    return run(program.options);
   }
   return ExitStatus::Usage;
 }

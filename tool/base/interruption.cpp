@@ -34,7 +34,7 @@ static_assert(std::atomic<int>::is_always_lock_free && std::atomic<char*>::is_al
 
 // Calls that are safe in a handler alone.
 void end_by(int number) {
-  // A child that has not yet started its own program has the handler too, but not the files.
+  // A child has the handler too, but not the files.
   if (::getpid() == owner) {
     for (Slot* slot = firstSlot; slot != nullptr; slot = slot->next) {
       if (const char* name = slot->name.exchange(nullptr)) ::unlink(name);
@@ -45,6 +45,7 @@ void end_by(int number) {
 }
 
 extern "C" void on_ending_signal(int number) {
+  if (::getpid() != owner) return end_by(number);  // a child holds nothing
   const int error = errno;
   // In this order: whoever begins to hold after it sees that a signal came.
   signalThatCame = number;
