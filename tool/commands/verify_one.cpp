@@ -14,7 +14,6 @@
 namespace qex::tool {
 namespace {
 
-constexpr const char* kUnpinned = "consistent in itself, authority not checked";
 constexpr const char* kPinHint =
     "say whom you trust: --tsa-cert, --tsa-fingerprint, --ca-file, --ca-path, --system-ca or "
     "--insecure-any-signer";
