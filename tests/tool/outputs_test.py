@@ -14,31 +14,27 @@ from servers_test import OK, Server, says
 from support import ToolTest, environment, openssl, post, run, run_json
 
 
-def http(body):
-    return OK + b"Connection: close\r\nContent-Length: " + str(len(body)).encode() + b"\r\n\r\n" + body
-
-
 class Relay(Server):
-    """A server that passes each request on to an authority; `meanwhile` runs before the reply is sent."""
+    """A server that passes each request on to an authority. `meanwhile` runs before the reply is sent; what it
+    returns is sent in place of the reply."""
 
-    def __init__(self, authority, meanwhile=lambda: None):
+    def __init__(self, authority, meanwhile=lambda: None, head=OK):
         def script(connection):
-            meanwhile()
-            connection.sendall(http(post(authority.url, self.query)))
+            query = self.body_of(connection)
+            other = meanwhile()
+            connection.sendall(other or head + b"Connection: close\r\n\r\n" + post(authority.url, query))
         super().__init__(script, greet=False)
-        self.inner = self.script
-        self.script = self.read_first
 
-    def read_first(self, connection):
+    @staticmethod
+    def body_of(connection):
         data = b""
         while b"\r\n\r\n" not in data:
             data += connection.recv(65536)
         head, body = data.split(b"\r\n\r\n", 1)
-        length = int(next(line for line in head.split(b"\r\n") if line.lower().startswith(b"content-length:")).split(b":")[1])
+        length = next(int(line.split(b":")[1]) for line in head.lower().split(b"\r\n") if line.startswith(b"content-length:"))
         while len(body) < length:
             body += connection.recv(65536)
-        self.query = body
-        self.inner(connection)
+        return body
 
     @property
     def url(self):
