@@ -127,7 +127,7 @@ class ToolTest(unittest.TestCase):
 
     def stamped(self, authority, *options):
         """The document with a stamp beside it."""
-        run("stamp", self.document, "--tsa", authority.url, "--retry", "0", *options, check=0)
+        run("stamp", self.document, "--tsa", authority.url, "--retry", "0", "--force", *options, check=0)
 
     def assert_error(self, done, exit_status, *words):
         """The exit status, an error line and a hint line, and no more than words demand of them."""

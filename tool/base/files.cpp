@@ -90,8 +90,9 @@ std::string BaseName(const std::string& path) {
 }
 
 void WriteData(std::string_view octets) {
-  if (!WriteAll(STDOUT_FILENO, OctetsOf(octets)))
-    throw FileFailure("standard output", "cannot be written", errno);
+  if (WriteAll(STDOUT_FILENO, OctetsOf(octets))) return;
+  if (errno == EPIPE) throw ReaderGone{};
+  throw FileFailure("standard output", "cannot be written", errno);
 }
 
 }  // namespace qex::tool

@@ -37,7 +37,8 @@ bool IsRegularFile(const std::string& path);
 // BaseName returns what follows the last slash.
 std::string BaseName(const std::string& path);
 
-// WriteData writes octets to standard output as they are; throws a Failure when that cannot be written.
+// WriteData writes octets to standard output as they are; throws a Failure when that cannot be written, and
+// ReaderGone when nobody reads it any more.
 void WriteData(std::string_view octets);
 
 }  // namespace qex::tool

@@ -186,6 +186,7 @@ class OutputFile {
     const int fd = standard ? STDOUT_FILENO : ::open(path_.c_str(), O_WRONLY | O_CLOEXEC);
     const int error = fd >= 0 && WriteAll(fd, data) ? 0 : errno;
     if (!standard && fd >= 0) ::close(fd);
+    if (standard && error == EPIPE) throw ReaderGone{};
     if (error != 0) throw FileFailure(standard ? "standard output" : target_, "cannot be written", error);
   }
 

@@ -9,19 +9,21 @@
 
 namespace qex::tool {
 
+ExitStatus PrintVersion(const Options& options) {
+  if (options.json) {
+    Json document = NewDocument("version", "");
+    document["version"] = QEX_TOOL_VERSION;
+    document["libcurl"] = HttpLibraryVersion();
+    WriteJson(document);
+  } else {
+    WriteText("qex " QEX_TOOL_VERSION "\n");
+    if (options.verbose) WriteText(HttpLibraryVersion() + "\n");
+  }
+  return ExitStatus::Ok;
+}
+
 Run AddVersion(CLI::App& /*app*/) {
-  return [](const Options& options) {
-    if (options.json) {
-      Json document = NewDocument("version", "");
-      document["version"] = QEX_TOOL_VERSION;
-      document["libcurl"] = HttpLibraryVersion();
-      WriteJson(document);
-    } else {
-      WriteText("qex " QEX_TOOL_VERSION "\n");
-      if (options.verbose) WriteText(HttpLibraryVersion() + "\n");
-    }
-    return ExitStatus::Ok;
-  };
+  return [](const Options& options) { return PrintVersion(options); };
 }
 
 }  // namespace qex::tool
