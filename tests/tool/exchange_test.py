@@ -334,7 +334,16 @@ class TlsCauseTest(TlsKeys):
             context.verify_mode = ssl.CERT_REQUIRED
             context.load_verify_locations(self.good)
             context.minimum_version = context.maximum_version = version
-            with Server(says(HTML), lambda one, context=context: context.wrap_socket(one, server_side=True)) as server:
+
+            def wrap(connection, context=context):
+                wrapped = context.wrap_socket(connection, server_side=True, do_handshake_on_connect=False)
+                try:
+                    wrapped.do_handshake()
+                except ssl.SSLError:
+                    time.sleep(1)  # the alert is read before the connection is reset
+                    raise
+                return wrapped
+            with Server(says(HTML), wrap) as server:
                 done = run("stamp", self.document, "--tsa", f"https://127.0.0.1:{server.port}/", "--retry", "0", "--cacert", self.good)
             self.assert_error(done, 6, "--client-cert")
 
