@@ -40,9 +40,10 @@ ExitStatus run_command(Program& program, int count, char** words) {
   } catch (const CLI::ParseError& error) {
     throw UnreadCommandLine(error, program);
   }
+  const auto* chosen = program.Chosen();
   RefuseEmptyValues(program.app);
-  RefuseEmptyValues(*program.Chosen()->app);
-  return program.Chosen()->run(program.options);
+  RefuseEmptyValues(*chosen->app);
+  return chosen->run(program.options);
 }
 
 ExitStatus report(const Failure& failure, const Program& program) {
