@@ -130,14 +130,14 @@ class ExchangeTest(ToolTest):
         for content_type in ("application/octet-stream", "application/timestamp-response", "binary/octet-stream"):
             with self.subTest(content_type), self.authority("--content-type", content_type) as authority:
                 done = self.stamp(authority.url, check=0)
-                self.assertRegex(done.stdout.decode(), f"\nnote  reply +came as content type {content_type}\n")
+                self.assertRegex(done.stdout.decode(), f"\nnote  transport +the reply came as content type {content_type}\n")
                 document = run_json("stamp", self.document, "--tsa", authority.url, "--force", check=0)
-                self.assertEqual(verdicts(document)["reply"], "note")
-        self.assertNotIn("note  reply", self.stamp(self.good.url, check=0).stdout.decode())
+                self.assertEqual(verdicts(document)["transport"], "note")
+        self.assertNotIn("note  transport", self.stamp(self.good.url, check=0).stdout.decode())
 
         with Relay(self.good, head=b"HTTP/1.1 200 OK\r\n") as server:
             done = self.stamp(server, check=0)
-            self.assertRegex(done.stdout.decode(), "\nnote  reply +came as content type none\n")
+            self.assertRegex(done.stdout.decode(), "\nnote  transport +the reply came as content type none\n")
 
     def test_WhatIsNoReplyIsRefusedWithWhatCame(self):
         for reply, words in (
