@@ -113,13 +113,18 @@ std::string certificate_hint(long result, std::string_view detail, const char* o
   return row == std::end(kCertificates) ? otherwise : row->hint;
 }
 
-// The server ended the handshake because of the client's certificate, or for want of one.
-bool wants_client_certificate(std::string_view detail) {
-  constexpr std::string_view kAlerts[] = {"certificate required", "alert bad certificate",
-                                          "alert handshake failure", "alert unknown ca",
-                                          "alert certificate unknown"};
-  return std::ranges::any_of(kAlerts, [&](std::string_view alert) { return contains(detail, alert); });
-}
+// Alerts by which a server ends the connection because of the client's certificate, or for want of one.
+struct AlertRow {
+  const char* word;
+  const char* hint;
+};
+constexpr AlertRow kAlerts[] = {
+    {"certificate required", kClientCertHint},
+    {"alert bad certificate", "the server does not take the certificate of --client-cert, or asks for one"},
+    {"alert unknown ca", "the server does not know who made the certificate of --client-cert"},
+    {"alert handshake failure",
+     "does the authority speak https at this port, or want a certificate of yours (--client-cert)?"},
+};
 
 // The first line of a body with something to read in it, quoted; empty for one that is binary.
 std::string first_line(const Bytes& body) {
@@ -184,12 +189,10 @@ ExchangeFailure TransferFailure(const CurlHandle& handle, const std::string& url
     failure.again = false;
   } else if (code == CURLE_COULDNT_CONNECT && failed_at_proxy(url, text)) {
     failure.hint = std::string("no proxy answers there; ") + kProxyHint;
-  } else if (wants_client_certificate(text)) {
-    failure.hint = contains(text, "required")
-                       ? kClientCertHint
-                       : "the server does not take the connection without a certificate "
-                         "of yours that it knows: --client-cert with --client-key";
-    failure.again = false;
+  } else {
+    const auto* alert =
+        std::ranges::find_if(kAlerts, [&](const AlertRow& one) { return contains(text, one.word); });
+    if (alert != std::end(kAlerts)) failure.hint = alert->hint;
   }
   return failure;
 }

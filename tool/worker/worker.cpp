@@ -211,6 +211,8 @@ Answer Worker::ask(Version version, const Job& job) {
 
 Answer Worker::Ask(const Job& job) {
   if (job.ess != "auto") return ask(job.ess == "v2" ? V2 : V1, job);
+  const bool versionMatters = job.verify || job.takeTac || job.describe;
+  if (!versionMatters) return ask(processes_[V1] != nullptr ? V1 : V2, job);
   const Version first = may_have_v2(job.message) ? V2 : V1;
   Answer answer = ask(first, job);
   if (!answer.facts.library) return answer;

@@ -104,11 +104,7 @@ void judge_signer(StrictReading& reading, const Token& token, X509* certificate,
   }
 }
 
-}  // namespace
-
-StrictReading ReadStrictly(ByteView octets, const Trust& trust, bool allowWeak) {
-  Start();
-  ThrowIfMemoryFailed();
+StrictReading read(ByteView octets, const Trust& trust, bool allowWeak) {
   const TrustStore& store = StoreOf(trust);
   const Token token = OpenToken(octets);
   const Signer signer = FindSigner(token, store);
@@ -126,6 +122,18 @@ StrictReading ReadStrictly(ByteView octets, const Trust& trust, bool allowWeak) 
   if (signer.certificate != nullptr) judge_signer(reading, token, signer.certificate, trust, allowWeak);
   ThrowIfMemoryFailed();
   return reading;
+}
+
+}  // namespace
+
+StrictReading ReadStrictly(ByteView octets, const Trust& trust, bool allowWeak) {
+  Start();
+  try {
+    return read(octets, trust, allowWeak);
+  } catch (const std::bad_alloc&) {
+    ForgetStore();  // what libcrypto noted in its certificates may be wrong now
+    throw;
+  }
 }
 
 }  // namespace qex::tool
