@@ -234,11 +234,12 @@ ExitStatus RunJobs(const char* command, std::vector<std::string> members, const 
                       },
                       [&desk](const std::string& frame) { return desk.Lost(frame); }};
   ExitStatus worst = ExitStatus::Ok;
-  const int signal = RunLanes(lines, LaneCount(count), work, [&worst](std::span<const Outcome> outcomes) {
-    write_documents(outcomes, worst);
-  });
+  const StopRequest stop;
+  RunLanes(
+      lines, LaneCount(count), work,
+      [&worst](std::span<const Outcome> outcomes) { write_documents(outcomes, worst); }, stop);
   if (!standard) ::close(fd);
-  if (signal != 0) EndBySignal(signal);
+  if (stop.Came() != 0) EndBySignal(stop.Came());
   return worst;
 }
 

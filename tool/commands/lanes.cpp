@@ -63,8 +63,9 @@ struct Lane {
 
 class Run {
  public:
-  Run(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink)
-      : source_(source), count_(count), work_(work), sink_(sink) {}
+  Run(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
+      const StopRequest& stop)
+      : source_(source), count_(count), work_(work), sink_(sink), stop_(stop) {}
   ~Run() {
     for (Lane& lane : lanes_) {
       if (!lane.process) continue;
@@ -75,7 +76,7 @@ class Run {
   Run(const Run&) = delete;
   Run& operator=(const Run&) = delete;
 
-  int All() {
+  void All() {
     while (stop_.Came() == 0) {
       take();
       for (size_t i = 0; i < count_ && !waiting_.empty(); ++i) hand_out(i);
@@ -84,12 +85,11 @@ class Run {
       if (busy || !waiting_.empty()) {
         await();
       } else if (exhausted_) {
-        if (source_.Descriptor() < 0) return 0;
+        if (source_.Descriptor() < 0) return;
         await();
       }
     }
     tell(true);
-    return stop_.Came();
   }
 
  private:
@@ -207,7 +207,7 @@ class Run {
   const size_t count_;
   const LaneWork& work_;
   const OutcomeSink& sink_;
-  StopRequest stop_;
+  const StopRequest& stop_;
   std::vector<Lane> lanes_;
   std::deque<Numbered> waiting_;
   std::deque<std::optional<Outcome>> outcomes_;  // of the tasks from number first_ on
@@ -232,8 +232,9 @@ size_t LaneCount(size_t jobs) {
   return std::max(1U, std::thread::hardware_concurrency());
 }
 
-int RunLanes(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink) {
-  return Run(source, count, work, sink).All();
+void RunLanes(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
+              const StopRequest& stop) {
+  Run(source, count, work, sink, stop).All();
 }
 
 }  // namespace qex::tool

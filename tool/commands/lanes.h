@@ -16,6 +16,8 @@ class App;
 
 namespace qex::tool {
 
+class StopRequest;
+
 // A task is what a lane is handed, or the outcome of one that needs no lane.
 struct Task {
   std::string frame;
@@ -49,9 +51,10 @@ void AddLanesOption(CLI::App& app, size_t& jobs);
 // LaneCount returns the number of lanes of -j; 0 stands for one a core.
 size_t LaneCount(size_t jobs);
 
-// RunLanes has all tasks done by at most `count` lanes. A signal that asks the process to stop ends the lanes
-// at once; what was done is handed to the sink all the same, and the signal is returned, else 0. Throws a
-// Failure when there can be no lane.
-int RunLanes(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink);
+// RunLanes has all tasks done by at most `count` lanes. When a signal asks the process to stop, the lanes are
+// ended at once; what was done is handed to the sink all the same. Throws a Failure when there can be no
+// lane.
+void RunLanes(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
+              const StopRequest& stop);
 
 }  // namespace qex::tool

@@ -125,12 +125,15 @@ ExitStatus RunMany(const char* command, std::vector<Subject> subjects, size_t jo
   const size_t lanes = std::min(LaneCount(jobs), std::max<size_t>(1, tally.total));
   Names names(std::move(subjects), command, options);
   Progress progress(command, tally.total, !options.quiet, Progress::Unit::Subjects);
-  const int signal = RunLanes(names, lanes, work, [&](std::span<const Outcome> outcomes) {
+  const StopRequest stop;
+  const OutcomeSink sink = [&](std::span<const Outcome> outcomes) {
     progress.Hide();
     write_outcomes(outcomes, options);
     for (const Outcome& outcome : outcomes) tally.Add(outcome);
     progress.Update(tally.Done());
-  });
+  };
+  RunLanes(names, lanes, work, sink, stop);
+  const int signal = stop.Came();
   progress.Hide();
   if (options.json) {
     WriteJson(summary_document(tally, command, signal));

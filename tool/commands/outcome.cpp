@@ -26,8 +26,8 @@ const char* ReasonOf(ExitStatus exit) {
     case ExitStatus::Ok: return "";
     case ExitStatus::CheckFailed: return "check";
     case ExitStatus::Usage: return "usage";
-    case ExitStatus::File: return "file";
-    case ExitStatus::Input: return "input";
+    case ExitStatus::File: return "unreadable";
+    case ExitStatus::Input: return "malformed";
     case ExitStatus::Refused: return "refused";
     case ExitStatus::Network: return "network";
     case ExitStatus::Unsupported: return "unsupported";

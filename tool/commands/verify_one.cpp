@@ -241,7 +241,9 @@ Outcome OutcomeOf(const Failure& failure, const char* command, const std::string
   outcome.exit = failure.exit;
   outcome.reason = ReasonOf(failure.exit);
   outcome.errors = errors_of(failure, options);
-  outcome.line = "fail  " + ShownPath(subject) + "   " + failure.message;
+  const std::string name = ShownPath(subject);
+  const size_t repeated = failure.message.starts_with(name + ": ") ? name.size() + 2 : 0;
+  outcome.line = "fail  " + name + "   " + failure.message.substr(repeated);
   if (options.json) {
     Json document = NewDocument(command, subject);
     SetFailure(document, failure);
