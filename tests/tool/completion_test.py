@@ -106,7 +106,8 @@ class BashTest(ToolTest):
         for words in (("verify", ""), ("verify", "--token", ""), ("cert", "x", "-o", ""), ("tac", "get", "")):
             with self.subTest(words=words):
                 self.assertEqual(sorted(self.complete(*words)), ["a b", "report.txt"])
-        for words in (("stamp", "--tsa", ""), ("verify", "--nonce", ""), ("stamp", "--retry", ""), ("version", ""),
+        for words in (("stamp", "--tsa", ""), ("verify", "--nonce", ""), ("stamp", "--retry", ""), ("stamp", "--user", ""),
+                      ("verify", "--digest", ""), ("version", ""),
                       ("explain", "")):
             with self.subTest(words=words):
                 self.assertEqual(self.complete(*words), [])
