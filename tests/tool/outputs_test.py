@@ -158,6 +158,18 @@ class OutputsTest(ToolTest):
                     self.assertEqual(self.files(), before)
             self.assertEqual(server.served, 0)
 
+    def test_AFullDiskIsFoundBeforeTheAuthorityIsAsked(self):
+        os.mkdir(self.path("disk"))
+        small = ["mount", "-t", "tmpfs", "-o", "size=8k", "tmpfs", self.path("disk")]
+        if os.geteuid() != 0 or subprocess.run(small, capture_output=True, check=False).returncode != 0:
+            self.skipTest("no small disk can be made here")
+        self.addCleanup(subprocess.run, ["umount", self.path("disk")], check=True)
+        with Server(says(b"")) as server:
+            self.assert_error(run("stamp", self.document, "--tsa", f"http://127.0.0.1:{server.port}/", "-o", self.path("disk")), 3,
+                              "room on the disk")
+            self.assertEqual(server.served, 0)
+        self.assertEqual(os.listdir(self.path("disk")), [])
+
     def test_TheLongestNameIsTaken(self):
         self.write(self.path("n" * 251), b"")
         run("stamp", self.path("n" * 251), *self.url(), check=0)

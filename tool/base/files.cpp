@@ -35,6 +35,32 @@ Failure FileFailure(const std::string& path, const char* what, int error) {
   return {ExitStatus::File, ShownPath(path) + ": " + what + ": " + std::strerror(error), hint};
 }
 
+namespace {
+
+// Reads a whole file; false when it is longer than `most`, and not all of it was read.
+template <typename Octets>
+bool read_up_to(const std::string& path, size_t most, Octets& data) {
+  constexpr size_t kStep = 65536;
+  const bool standard = IsStandardStream(path);
+  const int fd = standard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  if (fd < 0) throw FileFailure(path, "cannot be opened", errno);
+  int error = 0;
+  while (data.size() <= most) {
+    const size_t held = data.size();
+    data.resize(held + kStep);
+    const ssize_t n = ::read(fd, data.data() + held, kStep);
+    data.resize(held + (n > 0 ? static_cast<size_t>(n) : 0));
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0) error = errno;
+    if (n <= 0) break;
+  }
+  if (!standard) ::close(fd);
+  if (error != 0) throw FileFailure(path, "cannot be read", error);
+  return data.size() <= most;
+}
+
+}  // namespace
+
 bool WriteAll(int fd, ByteView data) {
   while (!data.empty()) {
     const ssize_t n = ::write(fd, data.data(), data.size());
@@ -48,27 +74,18 @@ bool WriteAll(int fd, ByteView data) {
 }
 
 Bytes ReadMessage(const std::string& path) {
-  const bool standard = IsStandardStream(path);
-  const int fd = standard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-  if (fd < 0) throw FileFailure(path, "cannot be opened", errno);
   Bytes data;
-  int error = 0;
-  while (data.size() <= kMaxMessage) {
-    const size_t held = data.size();
-    data.resize(held + 65536);
-    const ssize_t n = ::read(fd, data.data() + held, 65536);
-    data.resize(held + (n > 0 ? static_cast<size_t>(n) : 0));
-    if (n < 0 && errno == EINTR) continue;
-    if (n < 0) error = errno;
-    if (n <= 0) break;
-  }
-  if (!standard) ::close(fd);
-  if (error != 0) throw FileFailure(path, "cannot be read", error);
-  if (data.size() > kMaxMessage) {
-    throw Failure{ExitStatus::Input, ShownPath(path) + ": longer than 16 MiB, so no time-stamp message",
-                  "name the request, reply, token or certificate, not the stamped file"};
-  }
-  return data;
+  if (read_up_to(path, kMaxMessage, data)) return data;
+  throw Failure{ExitStatus::Input, ShownPath(path) + ": longer than 16 MiB, so no time-stamp message",
+                "name the request, reply, token or certificate, not the stamped file"};
+}
+
+std::string ReadText(const std::string& path, size_t most) {
+  std::string data;
+  if (read_up_to(path, most, data)) return data;
+  throw Failure{ExitStatus::Input,
+                ShownPath(path) + ": longer than " + std::to_string(most >> 20) + " MiB, so no list of names",
+                "name a list, or split it"};
 }
 
 bool FileExists(const std::string& path) {

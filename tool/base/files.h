@@ -29,6 +29,9 @@ bool WriteAll(int fd, ByteView data);
 // ReadMessage reads a whole file of at most kMaxMessage octets; throws a Failure.
 Bytes ReadMessage(const std::string& path);
 
+// ReadText reads a whole file of at most `most` octets; throws a Failure.
+std::string ReadText(const std::string& path, size_t most);
+
 bool FileExists(const std::string& path);
 bool IsDirectory(const std::string& path);
 // IsRegularFile follows links.

@@ -202,7 +202,7 @@ Bytes Sha256(ByteView data) {
 Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options& options) {
   InputFile file(path);
   Hasher hasher(hash);
-  Progress progress(ShownPath(path), file.size(), !options.quiet);
+  Progress progress(ShownPath(path), file.size(), options.progress && !options.quiet);
   Bytes buffer(kReadSize);
   uint64_t done = 0;
   while (const size_t n = file.read(buffer)) {

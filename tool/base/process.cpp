@@ -121,6 +121,23 @@ bool WriteFrame(int fd, std::string_view frame) {
   return write_all(fd, whole.data(), whole.size());
 }
 
+void AppendPart(std::string& frame, std::string_view part) {
+  const uint64_t length = part.size();
+  char octets[sizeof length];
+  std::memcpy(octets, &length, sizeof length);
+  frame.append(octets, sizeof octets) += part;
+}
+
+std::optional<std::string_view> TakePart(std::string_view& frame) {
+  uint64_t length = 0;
+  if (frame.size() < sizeof length) return std::nullopt;
+  std::memcpy(&length, frame.data(), sizeof length);
+  if (frame.size() - sizeof length < length) return std::nullopt;
+  const std::string_view part = frame.substr(sizeof length, length);
+  frame.remove_prefix(sizeof length + length);
+  return part;
+}
+
 ChildProcess::ChildProcess(Errors errors, const std::function<int()>& main) {
   Pipe in;
   Pipe out;
@@ -182,6 +199,14 @@ void ChildProcess::gather_errors() {
 std::string ChildProcess::TakeMessages() {
   gather_errors();
   return std::exchange(messages_, {});
+}
+
+void ChildProcess::CloseInput() {
+  close_end(input_);
+}
+
+void ChildProcess::Terminate() {
+  if (pid_ > 0) ::kill(pid_, SIGTERM);
 }
 
 int ChildProcess::Wait() {

@@ -15,6 +15,11 @@ namespace qex::tool {
 std::optional<std::string> ReadFrame(int fd);
 bool WriteFrame(int fd, std::string_view frame);
 
+// A frame of several parts, each after its length. TakePart takes the first one off; nothing when there is
+// none, or not the whole of it.
+void AppendPart(std::string& frame, std::string_view part);
+std::optional<std::string_view> TakePart(std::string_view& frame);
+
 class ChildProcess {
  public:
   // What the child writes to standard error: kept for TakeMessages, or left to go where the parent's goes.
@@ -34,6 +39,11 @@ class ChildProcess {
   std::optional<std::string> Receive();
   // The descriptor that becomes readable when a frame, or the end, comes.
   int Output() const { return output_; }
+
+  // CloseInput lets it end when it has answered what it was sent.
+  void CloseInput();
+  // Terminate has it ended by SIGTERM, whatever it is at.
+  void Terminate();
 
   // TakeMessages returns what it wrote to standard error since the last call, of at most 64 KiB.
   std::string TakeMessages();

@@ -12,6 +12,8 @@
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/jobs.h"
+#include "tool/commands/lanes.h"
 #include "tool/commands/verify_one.h"
 #include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
@@ -23,6 +25,8 @@ namespace {
 
 struct Arguments {
   std::vector<std::string> files;
+  std::string jobs;
+  size_t jobsAtOnce = 0;
   bool asn1 = false;
 };
 
@@ -73,9 +77,10 @@ Json shown_fields(const Facts& facts) {
   return fields;
 }
 
-Outcome show_one(const std::string& file, const Arguments& arguments, const Options& options,
-                 Worker& worker) {
-  const Message message = ReadAnyMessage(file);
+Outcome show_message(const Source& source, const Arguments& arguments, const Options& options,
+                     Worker& worker) {
+  const std::string& file = source.path;
+  const Message message = ReadAnyMessage(source);
   Job job{.name = ShownPath(file), .message = message.octets};
   job.describe = true;
   job.asn1 = arguments.asn1;
@@ -109,21 +114,39 @@ Outcome show_one(const std::string& file, const Arguments& arguments, const Opti
   return outcome;
 }
 
+// No Failure leaves it.
+Outcome show_one(const Source& source, const Arguments& arguments, const Options& options, Worker& worker) {
+  try {
+    return show_message(source, arguments, options, worker);
+  } catch (const Failure& failure) {
+    return OutcomeOf(failure, "show", source.path, options);
+  }
+}
+
 // All files are shown, also after one that cannot be; the gravest exit status counts.
 ExitStatus show_all(const Arguments& arguments, const Options& options) {
   static const Trust kNobody;
   Worker worker(kNobody);
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& file : arguments.files) {
-    ExitStatus one;
-    try {
-      one = Emit(show_one(file, arguments, options, worker));
-    } catch (const Failure& failure) {
-      one = Emit(OutcomeOf(failure, "show", file, options));
-    }
-    status = Graver(status, one);
+    status = Graver(status, Emit(show_one(file, arguments, options, worker)));
   }
   return status;
+}
+
+ExitStatus show_jobs(const Arguments& arguments, const Options& options) {
+  if (!arguments.files.empty())
+    throw UsageFailure("--jobs says of each job what it is about", "leave the other messages out");
+  static const Trust kNobody;
+  return RunJobs("show", {"token"}, arguments.jobs, arguments.jobsAtOnce, options,
+                 [&arguments](const Options& rendered) {
+                   auto worker = std::make_shared<Worker>(kNobody);
+                   return [&arguments, rendered, worker](const JobMembers& members) {
+                     if (members.empty()) throw UsageFailure("a job without a token", "add the member token");
+                     return show_one(JobSource("token", members.front().second), arguments, rendered,
+                                     *worker);
+                   };
+                 });
 }
 
 }  // namespace
@@ -131,10 +154,15 @@ ExitStatus show_all(const Arguments& arguments, const Options& options) {
 Run AddShow(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   app.add_option("X", arguments->files,
-                 "requests, replies, tokens, certificates, attribute certificates; - is standard input")
-      ->required();
+                 "requests, replies, tokens, certificates, attribute certificates; - is standard input");
   app.add_flag("--asn1", arguments->asn1, "every value, as the library prints it");
-  return [arguments](const Options& options) { return show_all(*arguments, options); };
+  AddJobsOption(app, arguments->jobs);
+  AddLanesOption(app, arguments->jobsAtOnce);
+  return [arguments](const Options& options) {
+    if (!arguments->jobs.empty()) return show_jobs(*arguments, options);
+    if (arguments->files.empty()) throw UsageFailure("X is required", "'qex help show' lists what it takes");
+    return show_all(*arguments, options);
+  };
 }
 
 }  // namespace qex::tool

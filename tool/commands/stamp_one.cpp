@@ -61,8 +61,14 @@ Places places_of(const StampPlan& plan, const StampSubject& subject) {
   return {base + ".tsr", base + ".tsq"};
 }
 
+// No stamp is spent on a full disk: the room that replies and requests usually take.
+constexpr uint64_t kReplyRoom = 16384;
+constexpr uint64_t kRequestRoom = 1024;
+
 std::vector<Output> outputs_of(const Places& places, const Options& options) {
-  if (!IsStandardStream(places.reply)) return {{places.reply, !places.replyIsGiven}, {places.request, true}};
+  if (!IsStandardStream(places.reply)) {
+    return {{places.reply, !places.replyIsGiven, "", kReplyRoom}, {places.request, true, "", kRequestRoom}};
+  }
   if (options.json) return {};  // the reply stands in the document
   return {{"-", false, "name a file with -o"}};
 }
@@ -115,7 +121,7 @@ void judge(Stamp& stamp, Worker& worker, const Trust& trust, const Options& opti
   Manner manner;
   manner.signatureAsked = job.verify;
   stamp.report = JudgeToken(stamp.answer.facts, expectation(stamp), trust, manner, options);
-  if (!stamp.reply.note.empty()) stamp.report.Note("reply", stamp.reply.note);
+  if (!stamp.reply.note.empty()) stamp.report.Note("transport", "the reply " + stamp.reply.note);
   if (const auto failure = stamp.report.FirstFailure(stamp.authority)) throw Failure{*failure};
 }
 
@@ -145,7 +151,7 @@ Json failed_json(const Stamp& stamp) {
 Json document_of(const Stamp& stamp, const Trust& trust, const std::optional<Failure>& failure) {
   const Facts& facts = stamp.answer.facts;
   Json document = NewDocument("stamp", stamp.subject.file);
-  SetVerdict(document, stamp.report, trust, stamp.authority);
+  if (facts.token) SetVerdict(document, stamp.report, trust, stamp.authority);
   // A stamp without anybody to trust is no failure.
   document["exit"] = 0;
   document["error"] = document["hint"] = nullptr;

@@ -19,9 +19,9 @@ constexpr const char* kPinHint =
     "--insecure-any-signer";
 
 // The request beside a token: X.tsq beside X.tsr, which is FILE.tsq beside FILE.tsr.
-std::string request_beside(const std::string& token) {
-  if (!token.ends_with(".tsr")) return "";
-  const std::string request = token.substr(0, token.size() - 4) + ".tsq";
+std::string request_beside(const Source& token) {
+  if (token.data || !token.path.ends_with(".tsr")) return "";
+  const std::string request = token.path.substr(0, token.path.size() - 4) + ".tsq";
   return IsRegularFile(request) ? request : "";
 }
 
@@ -30,21 +30,22 @@ VerifyArguments with_files_beside(VerifyArguments arguments) {
   if (!arguments.file.empty() && !arguments.digest.empty()) {
     throw UsageFailure("--digest stands for the file, so it takes no FILE", "leave one of them out");
   }
-  if (arguments.token.empty()) {
+  if (arguments.token.path.empty()) {
     if (arguments.file.empty() || IsStandardStream(arguments.file)) {
       throw UsageFailure("no token is named", "name it with --token, or give the FILE that it lies beside");
     }
-    arguments.token = arguments.file + ".tsr";
-    if (!FileExists(arguments.token)) {
-      throw Failure{ExitStatus::File, ShownPath(arguments.token) + ": there is no such file",
+    const std::string token = arguments.file + ".tsr";
+    if (!FileExists(token)) {
+      throw Failure{ExitStatus::File, ShownPath(token) + ": there is no such file",
                     "name the token with --token"};
     }
-    if (!IsRegularFile(arguments.token)) {
-      throw Failure{ExitStatus::File, ShownPath(arguments.token) + ": is no regular file",
+    if (!IsRegularFile(token)) {
+      throw Failure{ExitStatus::File, ShownPath(token) + ": is no regular file",
                     "such a file is opened only when it is named with --token"};
     }
+    arguments.token = token;
   }
-  if (arguments.request.empty()) arguments.request = request_beside(arguments.token);
+  if (arguments.request.path.empty()) arguments.request = request_beside(arguments.token);
   return arguments;
 }
 
@@ -52,12 +53,12 @@ Answer ask_about_token(const VerifyArguments& arguments, Worker& worker, const O
   Message message = ReadAnyMessage(arguments.token);
   if (message.kind != inspect::Kind::Token && message.kind != inspect::Kind::Reply) {
     throw Failure{ExitStatus::Input,
-                  ShownPath(arguments.token) + ": is a " + inspect::KindName(message.kind) +
+                  ShownPath(arguments.token.path) + ": is a " + inspect::KindName(message.kind) +
                       ", where a token or reply is needed",
                   "name the token with --token"};
   }
   Job job;
-  job.name = ShownPath(arguments.token);
+  job.name = ShownPath(arguments.token.path);
   job.message = std::move(message.octets);
   job.verify = true;
   job.ess = arguments.manner.ess;
@@ -71,10 +72,10 @@ Answer ask_about_token(const VerifyArguments& arguments, Worker& worker, const O
   return answer;
 }
 
-void expect_request(Expected& expected, const std::string& path, Worker& worker) {
+void expect_request(Expected& expected, const Source& source, Worker& worker) {
   Job job;
-  job.name = ShownPath(path);
-  job.message = ReadMessageOf(path, inspect::Kind::Request).octets;
+  job.name = ShownPath(source.path);
+  job.message = ReadMessageOf(source, inspect::Kind::Request).octets;
   expected.request = worker.Ask(job).facts.request;
   expected.requestSource = job.name;
   const RequestFacts& request = expected.request.value();
@@ -96,7 +97,7 @@ Imprint imprint_of_file(const VerifyArguments& arguments, const Facts& facts, co
   if (hash == nullptr) {
     throw Failure{
         ExitStatus::Unsupported,
-        ShownPath(arguments.token) + ": the imprint's hash " + HashName(algorithm) + " is not supported",
+        ShownPath(arguments.token.path) + ": the imprint's hash " + HashName(algorithm) + " is not supported",
         "compare a digest of your own with --digest"};
   }
   return {algorithm, HashFile(arguments.file, *hash, options)};
@@ -105,7 +106,7 @@ Imprint imprint_of_file(const VerifyArguments& arguments, const Facts& facts, co
 Expected expectation(const VerifyArguments& arguments, const Facts& facts, Worker& worker,
                      const Options& options) {
   Expected expected;
-  if (!arguments.request.empty()) expect_request(expected, arguments.request, worker);
+  if (!arguments.request.path.empty()) expect_request(expected, arguments.request, worker);
   if (!arguments.digest.empty()) {
     expected.imprint = ExpectedDigest(arguments.digest, facts);
     expected.imprintSource = "--digest";
@@ -132,7 +133,7 @@ std::string ess_of(const Facts& facts, const Manner& manner) {
 }
 
 const std::string& subject_of(const VerifyArguments& arguments) {
-  return arguments.file.empty() ? arguments.token : arguments.file;
+  return arguments.file.empty() ? arguments.token.path : arguments.file;
 }
 
 std::string errors_of(const Failure& failure, const Options& options) {
@@ -141,7 +142,7 @@ std::string errors_of(const Failure& failure, const Options& options) {
 
 Json document_of(const VerifyArguments& arguments, const Answer& answer, const Report& report) {
   Json document = NewDocument("verify", subject_of(arguments));
-  document["token_file"] = arguments.token;
+  document["token_file"] = arguments.token.data ? Json(nullptr) : Json(arguments.token.path);
   document["checks"] = report.Checks();
   if (answer.facts.status) document["status"] = StatusFields(*answer.facts.status);
   document["token"] = TokenFields(answer.facts);
@@ -160,7 +161,7 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
     throw UsageFailure("--library-only leaves out what checks chains",
                        "trust --tsa-cert or --tsa-fingerprint with it");
   }
-  const std::string name = ShownPath(arguments.token);
+  const std::string name = ShownPath(arguments.token.path);
   const Answer answer = ask_about_token(arguments, worker, options);
   const Expected expected = expectation(arguments, answer.facts, worker, options);
   const Report report = JudgeToken(answer.facts, expected, trust, arguments.manner, options);
@@ -169,19 +170,22 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
   Json document = document_of(arguments, answer, report);
   const std::optional<Failure> failure = SetVerdict(document, report, trust, name);
   outcome.errors = LibraryMessagesText(answer.libraryMessages, options);
+  const Check* fault = report.FirstFault();
+  outcome.unchecked = fault == nullptr && failure;
+  if (fault != nullptr) outcome.reason = fault->name;
   if (failure) {
     outcome.exit = failure->exit;
     outcome.errors += FailureText(*failure);
   }
-  const bool unpinned = !trust.Any() && report.FirstFault() == nullptr;
-  const std::string subject = ShownPath(subject_of(arguments));
-  outcome.line = failure ? "fail  " + subject + "   " + failure->message.substr(name.size() + 2)
-                         : "pass  " + subject + "   " + document["token"]["time"].get<std::string>();
+  const std::string verdict = fault != nullptr ? "fail  " : failure ? "skip  " : "pass  ";
+  outcome.line =
+      verdict + ShownPath(subject_of(arguments)) + "   " +
+      (failure ? failure->message.substr(name.size() + 2) : document["token"]["time"].get<std::string>());
   if (options.json) {
     outcome.output = JsonLine(std::move(document));
   } else if (!options.quiet) {
     outcome.output = report.Text(options) + EscapedLines(TimeLine(answer.facts));
-    if (unpinned) outcome.output += std::string(kUnpinned) + "\n";
+    if (outcome.unchecked) outcome.output += std::string(kUnpinned) + "\n";
   }
   return outcome;
 }
@@ -234,8 +238,11 @@ Outcome OutcomeOf(const Failure& failure, const char* command, const std::string
                   const Options& options) {
   Outcome outcome;
   outcome.exit = failure.exit;
+  outcome.reason = ReasonOf(failure.exit);
   outcome.errors = errors_of(failure, options);
-  outcome.line = "fail  " + ShownPath(subject) + "   " + failure.message;
+  const std::string name = ShownPath(subject);
+  const size_t repeated = failure.message.starts_with(name + ": ") ? name.size() + 2 : 0;
+  outcome.line = "fail  " + name + "   " + failure.message.substr(repeated);
   if (options.json) {
     Json document = NewDocument(command, subject);
     SetFailure(document, failure);

@@ -6,6 +6,7 @@
 #include "tool/base/options.h"
 #include "tool/commands/outcome.h"
 #include "tool/judge/judge.h"
+#include "tool/message/message.h"
 #include "tool/message/trust.h"
 #include "tool/worker/worker.h"
 
@@ -16,8 +17,8 @@ inline constexpr const char* kUnpinned = "consistent in itself, authority not ch
 
 struct VerifyArguments {
   std::string file;
-  std::string token;
-  std::string request;
+  Source token;
+  Source request;
   std::string digest;
   std::string nonce;
   std::string policy;

@@ -106,10 +106,10 @@ Message ParseMessage(std::string path, Bytes data) {
   return {std::move(path), std::move(octets), kind};
 }
 
-Message ReadAnyMessage(const std::string& path) {
-  Message message = ParseMessage(path, ReadMessage(path));
+Message ReadAnyMessage(const Source& source) {
+  Message message = ParseMessage(source.path, source.data ? *source.data : ReadMessage(source.path));
   if (message.kind != inspect::Kind::Unknown) return message;
-  const std::string name = ShownPath(path);
+  const std::string name = ShownPath(source.path);
   if (message.octets.empty()) {
     throw Failure{ExitStatus::Input, name + ": is empty",
                   "the file was cut off, or never written; fetch it again"};
@@ -118,11 +118,11 @@ Message ReadAnyMessage(const std::string& path) {
                 "it may be DER, PEM or base64; was it cut off, or is it the stamped file itself?"};
 }
 
-Message ReadMessageOf(const std::string& path, inspect::Kind kind) {
-  Message message = ReadAnyMessage(path);
+Message ReadMessageOf(const Source& source, inspect::Kind kind) {
+  Message message = ReadAnyMessage(source);
   if (message.kind == kind) return message;
   throw Failure{ExitStatus::Input,
-                ShownPath(path) + ": is a " + inspect::KindName(message.kind) + ", where a " +
+                ShownPath(source.path) + ": is a " + inspect::KindName(message.kind) + ", where a " +
                     inspect::KindName(kind) + " is needed",
                 "name the file that holds the " + std::string(inspect::KindName(kind))};
 }
