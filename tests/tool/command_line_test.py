@@ -1,6 +1,8 @@
-"""Usage, help, version and explain."""
+"""What every command has in common: usage faults, failures as documents, standard output."""
 
-import json
+import os
+import signal
+import subprocess
 import unittest
 
 import support
@@ -8,18 +10,9 @@ from support import ToolTest, environment, run, run_json
 
 
 class CommandLineTest(ToolTest):
-    def test_EveryCommandIsListedAndExplained(self):
-        listing = run("help", check=0).stdout.decode()
-        for command in ("stamp", "request", "reply", "verify", "show", "cert", "tac", "rewrite", "digest", "explain", "version"):
-            with self.subTest(command=command):
-                self.assertIn(command, listing)
-                text = run("help", command, check=0).stdout
-                self.assertIn(command.encode(), text)
-                self.assertEqual(run(command, "--help", check=0).stdout, text)
-
     def test_WrongUsageIsStatus2WithAHint(self):
-        for arguments in ((), ("no-such-command",), ("request",), ("stamp",), ("digest", "--no-such-option"),
-                          ("verify",), ("explain",), ("explain", "QEX_E_NONE"), ("help", "nothing"),
+        for arguments in (("no-such-command",), ("request",), ("stamp",), ("digest", "--no-such-option"),
+                          ("verify",), ("explain", "QEX_E_NONE"), ("help", "nothing"),
                           ("digest", "--color", "sometimes", self.document),
                           ("stamp", self.document), ("stamp", self.document, "--tsa", "ftp://example/"),
                           ("stamp", self.document, "--tsa", "http://127.0.0.1:1/", "--timeout", "soon"),
@@ -38,15 +31,9 @@ class CommandLineTest(ToolTest):
             with self.subTest(arguments=arguments):
                 self.assert_error(run(*arguments), 2)
 
-    def test_OptionsOfLaterVersionsAreNamedNotHeeded(self):
-        for option in ("--ca-file", "--ca-path", "--system-ca", "--untrusted", "--crl", "--at"):
-            with self.subTest(option=option):
-                self.assert_error(run("verify", self.document, option, "x"), 2, option + " is not supported yet")
-
     def test_NamesOfArgumentsKeepTheirCapitals(self):
         self.assert_error(run("show"), 2, "error: X is required")
         self.assert_error(run("tac"), 2, "error: ACTION is required")
-        self.assert_error(run("digest", "--no-such-option"), 2, "error: the following argument")
 
     def test_AFailureIsADocumentToo(self):
         document = run_json("request", self.path("missing"), check=3)
@@ -58,89 +45,27 @@ class CommandLineTest(ToolTest):
         usage = run_json("no-such-command", check=2)
         self.assertEqual(usage["exit"], 2)
 
-    def test_VersionIsTextAndJson(self):
-        text = run("version", check=0).stdout.decode().split()
-        self.assertEqual(text[0], "qex")
-        self.assertEqual(run_json("version", check=0)["version"], text[1])
-
-    def test_ExplainShowsEveryMeaningOfANumber(self):
-        code = run("explain", "-8", check=0).stdout.decode()
-        self.assertIn("QEX_E_SIGNATURE", code)
-        self.assertIn("INTEGER", code)  # the ASN.1 error of the same number
-        self.assertEqual(run("explain", "QEX_E_SIGNATURE", check=0).stdout.decode().count("\n"), 5)
-        self.assertEqual(run("explain", "--", "-8", check=0).stdout.decode(), code)
-        self.assertIn("TBSCertificate", run("explain", "-147", check=0).stdout.decode())
-        for status in (0, 1, 2, 3, 4, 5, 6, 7, 8, 70):
-            with self.subTest(status=status):
-                meanings = run_json("explain", str(status), check=0)["meanings"]
-                self.assertIn("exit status", [meaning["as"] for meaning in meanings])
-        for code in (-1, -2, -3, -5, -6, -7, -8, -9, -10, -11, -12, -13, -14, -15, -16, -17):
-            with self.subTest(code=code):
-                meanings = run_json("explain", str(code), check=0)["meanings"]
-                self.assertIn("result code", [meaning["as"] for meaning in meanings])
-        self.assertNotIn("result code", run("explain", "-4", check=0).stdout.decode())
-
-    def test_ResultCodesLeadToTheDocumentedExitStatus(self):
-        for code, status in ((-1, 2), (-2, 70), (-5, 4), (-6, 4), (-7, 4), (-8, 1), (-9, 5), (-10, 4), (-11, 6),
-                             (-12, 4), (-13, 7), (-14, 8), (-15, 8), (-16, 1), (-17, 8)):
-            with self.subTest(code=code):
-                meaning = run_json("explain", str(code), check=0)["meanings"][0]
-                self.assertEqual(meaning["exit_status"], status)
+    def test_AReaderThatIsGoneEndsTheCommandQuietly(self):
+        query = self.path("query.tsq")
+        run("request", self.document, "-o", query, check=0)
+        for arguments in (("version",), ("help",), ("explain",), ("explain", "--json"), ("digest", self.document),
+                          ("digest", self.path("missing"), self.document, "--json"), ("completion", "bash"),
+                          ("show", query), ("show", query, "--json"), ("request", self.document)):
+            with self.subTest(arguments=arguments):
+                reading, writing = os.pipe()
+                os.close(reading)
+                with os.fdopen(writing, "wb") as gone:
+                    done = subprocess.run([support.QEX, *arguments], stdout=gone, stderr=subprocess.PIPE,
+                                          env=environment(), check=False)
+                self.assertEqual(done.returncode, -signal.SIGPIPE, done.stderr)
+                self.assertEqual([line for line in done.stderr.splitlines() if b"missing" not in line and b"hint" not in line], [])
 
     def test_OutputThatCannotBeWrittenIsStatus3(self):
         with open("/dev/full", "wb") as full:
-            done = support.subprocess.run([support.QEX, "version"], stdout=full, stderr=support.subprocess.PIPE,
+            done = subprocess.run([support.QEX, "version"], stdout=full, stderr=subprocess.PIPE,
                                           env=environment(), check=False)
         self.assertEqual(done.returncode, 3)
         self.assertIn(b"qex: error: ", done.stderr)
-
-
-class DigestTest(ToolTest):
-    def test_LinesAreThoseOfTheSumTools(self):
-        self.write(self.path("back\\slash"), b"one")
-        self.write(self.path("line\nfeed"), b"two")
-        files = [self.document, self.path("back\\slash"), self.path("line\nfeed")]
-        for name, tool in (("sha256", "sha256sum"), ("sha384", "sha384sum"), ("sha512", "sha512sum"),
-                           ("sha1", "sha1sum"), ("md5", "md5sum")):
-            with self.subTest(hash=name):
-                expected = support.subprocess.run([tool, *files], capture_output=True, check=True).stdout
-                self.assertEqual(run("digest", "--hash", name, *files, check=0).stdout, expected)
-                self.write(self.path("list"), expected)
-                checked = run("digest", "--hash", name, "--check", self.path("list"), check=0)
-                self.assertEqual(checked.stdout.count(b": OK\n"), 3)
-
-    def test_StandardInputIsDigested(self):
-        self.assertEqual(run("digest", "-", stdin=b"abc", check=0).stdout,
-                         b"ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad  -\n")
-
-    def test_ALongFileIsReadInPieces(self):
-        self.write(self.path("long"), b"\0\1\2" * 400001)
-        expected = support.subprocess.run(["sha512sum", self.path("long")], capture_output=True, check=True).stdout
-        self.assertEqual(run("digest", "--hash", "sha512", self.path("long"), check=0).stdout, expected)
-
-    def test_AChangedFileIsStatus1AndAMissingOne3(self):
-        self.write(self.path("list"), run("digest", self.document, check=0).stdout)
-        self.write(self.document, b"changed")
-        changed = run("digest", "--check", self.path("list"))
-        self.assert_error(changed, 1, "differs")
-        self.assertIn(b": FAILED\n", changed.stdout)
-        self.write(self.path("list"), run("digest", self.document, check=0).stdout.replace(b"report.txt", b"gone.txt"))
-        self.assert_error(run("digest", "--check", self.path("list")), 3, "gone.txt")
-
-    def test_AListWithoutLinesIsStatus4(self):
-        self.write(self.path("list"), b"no digest here\n")
-        self.assert_error(run("digest", "--check", self.path("list")), 4)
-
-    def test_OtherFilesAreDigestedAllTheSame(self):
-        done = run("digest", self.path("missing"), self.document)
-        self.assert_error(done, 3, "missing")
-        self.assertEqual(done.stdout.count(b"\n"), 1)
-        documents = [json.loads(line) for line in
-                     run("digest", "--json", self.path("missing"), self.document).stdout.splitlines()]
-        self.assertEqual([d["exit"] for d in documents], [3, 0])
-
-    def test_AnUnknownAlgorithmIsNamedStatus7(self):
-        self.assert_error(run("digest", "--hash", "sha224", self.document), 7, "sha224")
 
 
 if __name__ == "__main__":

@@ -228,13 +228,13 @@ class ClosedStreamTest(ToolTest):
 
         with self.authority() as authority:
             for closed in ((0,), (2,), (0, 2)):
-                done = ends(("stamp", self.document, "--tsa", authority.url, "--retry", "0"), closed)
+                done = ends(("stamp", self.document, "--tsa", authority.url, "--retry", "0", "--force"), closed)
                 self.assertEqual((done.returncode, done.stderr), (0, b""))
                 done = ends(("verify", self.document, "--insecure-any-signer"), closed)
                 self.assertEqual((done.returncode, done.stderr), (0, b""))
                 self.assertIn(b"pass  signature", done.stdout)
             for closed in ((1,), (0, 1), (0, 1, 2)):
-                self.assertEqual(ends(("stamp", self.document, "--tsa", authority.url, "--retry", "0"), closed).returncode, 3)
+                self.assertEqual(ends(("stamp", self.document, "--tsa", authority.url, "--retry", "0", "--force"), closed).returncode, 3)
                 self.assertEqual(ends(("verify", self.document, "--insecure-any-signer"), closed).returncode, 3)
 
 
@@ -256,7 +256,7 @@ class OutputTest(ToolTest):
             import resource
             resource.setrlimit(resource.RLIMIT_FSIZE, (20, 20))
             signal.signal(signal.SIGXFSZ, signal.SIG_IGN)
-        done = subprocess.run([support.QEX, "request", self.document, "-o", self.path("out")], capture_output=True,
+        done = subprocess.run([support.QEX, "request", self.document, "-o", self.path("out"), "--force"], capture_output=True,
                               env=environment(), timeout=120, preexec_fn=limited, check=False)
         self.assert_error(done, 3, "out")
         self.assertEqual(self.files(), ["out", "report.txt"])
@@ -283,19 +283,27 @@ class OutputTest(ToolTest):
         self.assertEqual(self.files(), ["report.txt"])
 
     def test_ASignalWhileAFileIsWrittenLeavesItWhole(self):
-        """The temporary is seen, the signal sent, and only then the octets reach the disk."""
+        """The octets are seen in the temporary, the signal is sent, and only then they reach the disk."""
         env = support.preloaded(support.SLOW_SYSTEM)
         for number in (signal.SIGHUP, signal.SIGINT, signal.SIGTERM):
             with self.subTest(number):
                 process = subprocess.Popen([support.QEX, "request", self.document, "-o", self.path("out")], env=env)
-                while self.files() == ["report.txt"]:
-                    self.assertIsNone(process.poll())
-                    time.sleep(0.01)
+                self.wait_until_written(process)
                 process.send_signal(number)
                 self.assertEqual(process.wait(60), -number)
                 self.assertEqual(self.files(), ["out", "report.txt"])
                 self.assertEqual(run_json("show", self.path("out"), check=0)["kind"], "request")
                 os.remove(self.path("out"))
+
+    def wait_until_written(self, process):
+        """Until a temporary has octets in it."""
+        def written(name):
+            with contextlib.suppress(FileNotFoundError):  # gone since it was listed
+                return name.startswith(".qex-") and os.stat(self.path(name)).st_size > 0
+            return False
+        while not any(written(name) for name in self.files()):
+            self.assertIsNone(process.poll())
+            time.sleep(0.01)
 
     def stamping(self, *options, env=None):
         process = subprocess.Popen([support.QEX, "stamp", self.document, *options], env=env or environment(),
@@ -304,9 +312,9 @@ class OutputTest(ToolTest):
         return process
 
     def test_APipeForAnOutputIsWaitedForUntilASignal(self):
-        """Reply or request goes to a pipe that is full: no signal is held, and the other file is not begun."""
+        """The reply goes to a pipe that is full: no signal is held, and the other file does not appear."""
         with self.authority() as authority:
-            for name, number in (("1.tsr", signal.SIGHUP), ("2.tsr", signal.SIGINT), ("3.tsq", signal.SIGTERM)):
+            for name, number in (("1.tsr", signal.SIGHUP), ("2.tsr", signal.SIGINT), ("3.tsr", signal.SIGTERM)):
                 with self.subTest(name, number=number):
                     os.mkfifo(self.path(name))
                     pipe = os.open(self.path(name), os.O_RDWR | os.O_NONBLOCK)
@@ -339,9 +347,7 @@ class OutputTest(ToolTest):
         with self.authority() as authority:
             process = self.stamping("--tsa", "http://authority.invalid/", "--tsa", authority.url, "--timeout", "5s",
                                     "--retry", "0", env=support.preloaded(support.SLOW_SYSTEM))
-            while self.files() == ["report.txt"]:
-                self.assertIsNone(process.poll())
-                time.sleep(0.01)
+            self.wait_until_written(process)
             self.assertGreater(len(os.listdir(f"/proc/{process.pid}/task")), 1)
             process.send_signal(signal.SIGTERM)
             self.assertEqual(process.wait(60), -signal.SIGTERM)

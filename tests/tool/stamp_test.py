@@ -71,12 +71,12 @@ class StampTest(ToolTest):
         with self.authority() as authority:
             for name in ("sha256", "sha384", "sha512"):
                 with self.subTest(hash=name):
-                    document = run_json("stamp", self.document, "--socket", authority.socket, "--hash", name, check=0)
+                    document = run_json("stamp", self.document, "--socket", authority.socket, "--hash", name, "--force", check=0)
                     self.assertEqual(document["token"]["hash"], name)
                     self.assertEqual(document["token"]["imprint"],
                                      openssl("dgst", "-" + name, "-binary", self.document).hex())
             self.assert_error(run("stamp", self.document, "--tsa", authority.url, "--hash", "sha1"), 1, "--allow-weak")
-            run("stamp", self.document, "--tsa", authority.url, "--hash", "sha1", "--allow-weak", check=0)
+            run("stamp", self.document, "--tsa", authority.url, "--hash", "sha1", "--allow-weak", "--force", check=0)
 
     def test_OutputNamesAFileAFolderOrStandardOutput(self):
         os.mkdir(self.path("stamps"))
@@ -102,7 +102,7 @@ class StampTest(ToolTest):
             self.assertEqual(verdicts(document)["policy"], "pass")
             self.assertEqual(verdicts(document)["nonce"], "skip")
             self.assertEqual(document["token"]["policy"], "1.2.3.4.5.6")
-            document = run_json("stamp", self.document, "--tsa", authority.url, "--no-cert", check=0)
+            document = run_json("stamp", self.document, "--tsa", authority.url, "--no-cert", "--force", check=0)
             self.assertEqual(verdicts(document)["signature"], "skip")
             run("verify", self.document, "--tsa-cert", authority.tsa, check=0)
             self.assert_error(run("verify", self.document, "--insecure-any-signer"), 8, "--tsa-cert")
@@ -227,7 +227,7 @@ class StampTest(ToolTest):
             with Answering(redirect(plain.url)) as server:
                 run("stamp", self.document, "--tsa", server.url, "--retry", "0", check=0)
             with RedirectingTls(os.path.join(self.class_folder, "tls"), plain.url) as server:
-                done = run("stamp", self.document, "--tsa", server.url, "--cacert", tls.ca, "--retry", "0")
+                done = run("stamp", self.document, "--tsa", server.url, "--cacert", tls.ca, "--retry", "0", "--force")
                 self.assert_error(done, 6)
                 self.assertEqual(server.served, 1)
 

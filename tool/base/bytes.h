@@ -13,6 +13,11 @@ namespace qex::tool {
 using Bytes = std::vector<uint8_t>;
 using ByteView = std::span<const uint8_t>;
 
+// OctetsOf views a text as octets.
+inline ByteView OctetsOf(std::string_view text) {
+  return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
+}
+
 // ToHex returns lower-case digits without separators.
 std::string ToHex(ByteView octets);
 

@@ -9,10 +9,12 @@
 #include <cerrno>
 #include <cstring>
 #include <iterator>
+#include <new>
 #include <utility>
 
+#include <openssl/evp.h>
+
 #include "api/qex.h"
-#include "tool/base/escape.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
 #include "tool/base/progress.h"
@@ -36,11 +38,43 @@ constexpr DigestRoutines routines() {
           [](void* context, uint8_t* digest) { kFinal(static_cast<Context*>(context), digest); }};
 }
 
+// Digests that the library does not export are libcrypto's.
+template <const EVP_MD* (*kDigest)()>
+constexpr DigestRoutines routines_of_libcrypto() {
+  return {[] {
+            EVP_MD_CTX* context = EVP_MD_CTX_new();
+            if (context == nullptr || EVP_DigestInit_ex(context, kDigest(), nullptr) != 1)
+              throw std::bad_alloc();
+            return static_cast<void*>(context);
+          },
+          [](void* context, const uint8_t* data, uint32_t length) {
+            EVP_DigestUpdate(static_cast<EVP_MD_CTX*>(context), data, length);
+          },
+          [](void* context, uint8_t* digest) {
+            EVP_DigestFinal_ex(static_cast<EVP_MD_CTX*>(context), digest, nullptr);
+            EVP_MD_CTX_free(static_cast<EVP_MD_CTX*>(context));
+          }};
+}
+
+using namespace std::string_view_literals;
+
+#define QEX_NIST_HASH "\x60\x86\x48\x01\x65\x03\x04\x02"  // 2.16.840.1.101.3.4.2
+
+// clang-format off
 constexpr HashAlgorithm kHashes[] = {
-    {"sha256", "2.16.840.1.101.3.4.2.1", 32, false}, {"sha384", "2.16.840.1.101.3.4.2.2", 48, false},
-    {"sha512", "2.16.840.1.101.3.4.2.3", 64, false}, {"sha1", "1.3.14.3.2.26", 20, true},
-    {"md5", "1.2.840.113549.2.5", 16, true},
+    {"sha256", "2.16.840.1.101.3.4.2.1", QEX_NIST_HASH "\x01"sv, 32, false, true},
+    {"sha384", "2.16.840.1.101.3.4.2.2", QEX_NIST_HASH "\x02"sv, 48, false, true},
+    {"sha512", "2.16.840.1.101.3.4.2.3", QEX_NIST_HASH "\x03"sv, 64, false, true},
+    {"sha1", "1.3.14.3.2.26", "\x2B\x0E\x03\x02\x1A"sv, 20, true, true},
+    {"md5", "1.2.840.113549.2.5", "\x2A\x86\x48\x86\xF7\x0D\x02\x05"sv, 16, true, true},
+    {"sha224", "2.16.840.1.101.3.4.2.4", QEX_NIST_HASH "\x04"sv, 28, false, false},
+    {"sha512-256", "2.16.840.1.101.3.4.2.6", QEX_NIST_HASH "\x06"sv, 32, false, false},
+    {"sha3-224", "2.16.840.1.101.3.4.2.7", QEX_NIST_HASH "\x07"sv, 28, false, false},
+    {"sha3-256", "2.16.840.1.101.3.4.2.8", QEX_NIST_HASH "\x08"sv, 32, false, false},
+    {"sha3-384", "2.16.840.1.101.3.4.2.9", QEX_NIST_HASH "\x09"sv, 48, false, false},
+    {"sha3-512", "2.16.840.1.101.3.4.2.10", QEX_NIST_HASH "\x0A"sv, 64, false, false},
 };
+// clang-format on
 
 // In the order of kHashes.
 constexpr DigestRoutines kRoutines[] = {
@@ -49,6 +83,12 @@ constexpr DigestRoutines kRoutines[] = {
     routines<QEX_SHA512_CTX, QEX_SHA512_Init, QEX_SHA512_Update, QEX_SHA512_Final>(),
     routines<QEX_SHA1_CTX, QEX_SHA1_Init, QEX_SHA1_Update, QEX_SHA1_Final>(),
     routines<QEX_MD5_CTX, QEX_MD5_Init, QEX_MD5_Update, QEX_MD5_Final>(),
+    routines_of_libcrypto<EVP_sha224>(),
+    routines_of_libcrypto<EVP_sha512_256>(),
+    routines_of_libcrypto<EVP_sha3_224>(),
+    routines_of_libcrypto<EVP_sha3_256>(),
+    routines_of_libcrypto<EVP_sha3_384>(),
+    routines_of_libcrypto<EVP_sha3_512>(),
 };
 static_assert(std::size(kRoutines) == std::size(kHashes));
 
@@ -82,10 +122,7 @@ class InputFile {
   }
 
  private:
-  [[noreturn]] void fail(const char* what) const {
-    throw Failure{ExitStatus::File, ShownPath(path_) + ": " + what + ": " + std::strerror(errno),
-                  errno == EISDIR ? "name a file, not a folder" : "look at its path and permissions"};
-  }
+  [[noreturn]] void fail(const char* what) const { throw FileFailure(path_, what, errno); }
 
   const std::string& path_;
   int fd_;
@@ -98,21 +135,31 @@ std::span<const HashAlgorithm> HashAlgorithms() {
 }
 
 const HashAlgorithm* FindHash(std::string_view name) {
-  std::string plain;
-  for (const char c : name) {
-    if (c != '-') plain += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
-  }
+  const auto plain = [](std::string_view text) {
+    std::string kept;
+    for (const char c : text) {
+      if (c != '-') kept += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+    }
+    return kept;
+  };
+  const std::string wanted = plain(name);
   for (const HashAlgorithm& hash : kHashes) {
-    if (plain == hash.name || name == hash.identifier) return &hash;
+    if (wanted == plain(hash.name) || name == hash.identifier) return &hash;
   }
   return nullptr;
+}
+
+const HashAlgorithm* FindHash(ByteView identifier) {
+  const std::string_view octets(reinterpret_cast<const char*>(identifier.data()), identifier.size());
+  const auto* found = std::ranges::find(kHashes, octets, &HashAlgorithm::octets);
+  return found == std::end(kHashes) ? nullptr : found;
 }
 
 const HashAlgorithm& HashNamed(const std::string& name) {
   const HashAlgorithm* hash = FindHash(name);
   if (hash != nullptr) return *hash;
-  throw Failure{ExitStatus::Unsupported, "hash algorithm " + Escaped(name) + " is not supported",
-                "use one of sha256, sha384, sha512 (or sha1, md5 with --allow-weak)"};
+  throw Failure{ExitStatus::Unsupported, "hash algorithm " + name + " is not supported",
+                "use one of sha256, sha384, sha512, sha3-256 (or sha1, md5 with --allow-weak)"};
 }
 
 void RefuseWeakHash(const HashAlgorithm& hash, const Options& options) {
@@ -154,7 +201,7 @@ Bytes Sha256(ByteView data) {
 Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options& options) {
   InputFile file(path);
   Hasher hasher(hash);
-  Progress progress(ShownPath(path), file.size(), !options.quiet);
+  Progress progress(ShownPath(path), file.size(), options.progress && !options.quiet);
   Bytes buffer(kReadSize);
   uint64_t done = 0;
   while (const size_t n = file.read(buffer)) {

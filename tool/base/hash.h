@@ -13,14 +13,22 @@ namespace qex::tool {
 struct HashAlgorithm {
   const char* name;  // sha256
   const char* identifier;
-  size_t length;  // of the digest, in octets
-  bool weak;      // collisions are known
+  std::string_view octets;  // contents octets of the identifier
+  size_t length;            // of the digest, in octets
+  bool weak;                // collisions are known
+  bool ofLibrary;           // the library exports it
 };
 
 std::span<const HashAlgorithm> HashAlgorithms();
 
 // FindHash returns the algorithm of a name (sha256, SHA-256) or of a dotted identifier, null for another.
 const HashAlgorithm* FindHash(std::string_view name);
+inline const HashAlgorithm* FindHash(const std::string& name) {
+  return FindHash(std::string_view(name));
+}
+
+// FindHash returns the algorithm of an identifier's contents octets, null for another.
+const HashAlgorithm* FindHash(ByteView identifier);
 
 // HashNamed is FindHash that throws a usage failure naming what there is.
 const HashAlgorithm& HashNamed(const std::string& name);

@@ -8,9 +8,11 @@ namespace qex::tool {
 struct Options {
   bool json = false;
   bool quiet = false;    // nothing but errors and data
+  bool progress = true;  // false in a process that is one of several at work
   bool verbose = false;  // also what the library wrote
   std::string color = "auto";
   bool allowWeak = false;         // SHA-1 and MD5
+  bool force = false;             // replace older files
   bool allowLowExponent = false;  // RSA keys with a public exponent below 65537
 };
 

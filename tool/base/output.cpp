@@ -29,8 +29,10 @@ bool takes_color(const Options& options) {
   return ::isatty(STDOUT_FILENO) != 0 && !environment_forbids_color();
 }
 
+constexpr size_t kWidestScalar = 600;  // wider than any digest or number that is shown
+
 std::string scalar_text(const Json& value) {
-  if (value.is_string()) return Escaped(Folded(value.get<std::string>()));
+  if (value.is_string()) return Escaped(Folded(value.get<std::string>(), kWidestScalar));
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
   return value.dump();
 }
@@ -149,13 +151,19 @@ void WriteFailure(const Failure& failure, const Options& options) {
   std::fputs(FailureText(failure).c_str(), stderr);
 }
 
-void WriteLibraryMessages(const std::string& messages, const Options& options) {
-  if (!options.verbose) return;
+std::string LibraryMessagesText(const std::string& messages, const Options& options) {
+  std::string text;
+  if (!options.verbose) return text;
   for (size_t at = 0; at < messages.size();) {
     const size_t end = std::min(messages.find('\n', at), messages.size());
-    if (end > at) std::fprintf(stderr, "qex: library: %s\n", Escaped(messages.substr(at, end - at)).c_str());
+    if (end > at) text += "qex: library: " + Escaped(messages.substr(at, end - at)) + "\n";
     at = end + 1;
   }
+  return text;
+}
+
+void WriteLibraryMessages(const std::string& messages, const Options& options) {
+  std::fputs(LibraryMessagesText(messages, options).c_str(), stderr);
 }
 
 }  // namespace qex::tool

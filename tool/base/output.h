@@ -41,6 +41,9 @@ std::string FailureText(const Failure& failure);
 // WriteFailure writes them to standard error, and with -v what the library wrote.
 void WriteFailure(const Failure& failure, const Options& options);
 
+// LibraryMessagesText renders, under -v, what the library wrote to standard error; else nothing.
+std::string LibraryMessagesText(const std::string& messages, const Options& options);
+
 // WriteLibraryMessages writes, under -v, what the library wrote to standard error.
 void WriteLibraryMessages(const std::string& messages, const Options& options);
 

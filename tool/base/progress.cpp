@@ -18,14 +18,32 @@ constexpr int kWidth = 30;
 
 }  // namespace
 
-Progress::Progress(std::string subject, uint64_t total, bool wanted)
+Progress::Progress(std::string subject, uint64_t total, bool wanted, Unit unit)
     : subject_(std::move(subject)),
       total_(total),
+      unit_(unit),
       possible_(wanted && ::isatty(STDERR_FILENO) != 0),
-      next_(Clock::now() + kPatience) {}
+      begin_(Clock::now()),
+      next_(begin_ + kPatience) {}
 
 Progress::~Progress() {
+  Hide();
+}
+
+void Progress::Hide() {
   if (drawn_) std::fputs("\r\033[K", stderr);
+  drawn_ = false;
+}
+
+// What there is still to do, as long as it goes on at the speed so far.
+std::string Progress::remaining(uint64_t done) const {
+  if (unit_ == Unit::Octets || done == 0) return "";
+  const double spent = std::chrono::duration<double>(Clock::now() - begin_).count();
+  const double left = spent / double(done) * double(total_ - std::min(done, total_));
+  const auto seconds = static_cast<uint64_t>(left + 0.5);
+  const std::string minutes = seconds < 60 ? "" : std::to_string(seconds / 60) + " min ";
+  return "  " + std::to_string(done) + " of " + std::to_string(total_) + ", " + minutes +
+         std::to_string(seconds % 60) + " s left";
 }
 
 void Progress::Update(uint64_t done) {
@@ -38,8 +56,9 @@ void Progress::Update(uint64_t done) {
     // A file that grows while it is read stays at full.
     const double part = std::min(1.0, double(done) / double(total_));
     const int filled = int(part * kWidth);
-    std::fprintf(stderr, "\r\033[K%s  [%s%*s] %3d %%", subject_.c_str(),
-                 std::string(size_t(filled), '#').c_str(), kWidth - filled, "", int(part * 100));
+    std::fprintf(stderr, "\r\033[K%s  [%s%*s] %3d %%%s", subject_.c_str(),
+                 std::string(size_t(filled), '#').c_str(), kWidth - filled, "", int(part * 100),
+                 remaining(done).c_str());
   }
   std::fflush(stderr);
 }

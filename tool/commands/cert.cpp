@@ -4,14 +4,15 @@
 
 #include <CLI/CLI.hpp>
 
+#include "api/qex.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
-#include "tool/worker/inspect/code_texts.h"
 #include "tool/worker/worker.h"
 
 namespace qex::tool {
@@ -24,37 +25,30 @@ struct Arguments {
 };
 
 ExitStatus take_certificate(const Arguments& arguments, const Options& options) {
+  const char* hint = arguments.pem ? "" : "name a file with -o, or ask for --pem";
+  Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const Message message = ReadTokenOrReply(arguments.token);
   const std::string name = ShownPath(arguments.token);
-  const Answer answer = Ask({name, message.octets});
+  const Answer answer = AskOnce({.name = name, .message = message.octets});
   if (const auto refusal = RefusalOf(answer.facts, name)) throw Failure{*refusal};
-  const Json& signer = answer.facts["signer"];
-  const auto code = signer["code"].get<int32_t>();
-  if (code != 0) {
-    throw Failure{ExitOfCode(code),
-                  name + ": " + inspect::CodeMeaning(code),
+  const SignerCertificate* signer = SignerOf(answer.facts);
+  if (signer == nullptr) {
+    throw Failure{ExitStatus::Absent,
+                  name + ": the token holds no certificate of its signer",
                   "the authority was not asked for its certificate; take it from its operator",
-                  code,
+                  QEX_E_NOCERT,
                   0,
                   answer.libraryMessages};
   }
   WriteLibraryMessages(answer.libraryMessages, options);
-  const Bytes der = FromHex(signer["der"].get<std::string>()).value();
-  const bool standard = IsStandardStream(arguments.output);
-  if (!arguments.pem) {
-    if (!options.json || !standard)
-      WriteOutput(arguments.output, der, "name a file with -o, or ask for --pem");
-  } else if (const std::string pem = ToPem(der, "CERTIFICATE"); !standard) {
-    WriteFiles({{arguments.output, {reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}}});
-  } else if (!options.json) {
-    WriteText(pem);
-  }
+  const std::string pem = ToPem(signer->der, "CERTIFICATE");
+  outputs.Commit({arguments.pem ? OctetsOf(pem) : ByteView(signer->der)});
   if (options.json) {
     Json document = NewDocument("cert", arguments.token);
-    document["named_by"] = answer.facts["ess"] == "v2" ? "signing-certificate-v2" : "signing-certificate";
-    document["subject_name"] = signer["subject"];
-    document["sha256"] = signer["sha256"];
-    document["certificate"] = signer["der"];
+    document["named_by"] = AttributeName(answer.facts, {});
+    document["subject_name"] = signer->subject;
+    document["sha256"] = ToHex(signer->sha256);
+    document["certificate"] = ToHex(signer->der);
     WriteJson(document);
   }
   return ExitStatus::Ok;

@@ -1,12 +1,13 @@
-// qex digest: prints digests in the line format of sha256sum, and checks such a list.
-#include <fstream>
-#include <iostream>
+// qex digest: prints digests in the line formats of sha256sum, and checks lists of such lines.
+#include <filesystem>
 #include <memory>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include <CLI/CLI.hpp>
 
+#include "tool/base/digest_list.h"
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
@@ -21,80 +22,50 @@ namespace {
 struct Arguments {
   std::vector<std::string> files;
   std::string hash = "sha256";
-  std::string list;
+  bool tag = false;
+  std::vector<std::string> lists;
 };
-
-// A name with a backslash, line feed or carriage return is written escaped, and the line
-// then starts with a backslash.
-std::string list_line(const std::string& digest, const std::string& name) {
-  std::string escaped;
-  for (const char c : name) {
-    if (c == '\\') {
-      escaped += "\\\\";
-    } else if (c == '\n') {
-      escaped += "\\n";
-    } else if (c == '\r') {
-      escaped += "\\r";
-    } else {
-      escaped += c;
-    }
-  }
-  return (escaped == name ? "" : "\\") + digest + "  " + escaped + "\n";
-}
-
-struct ListEntry {
-  Bytes digest;
-  std::string name;
-};
-
-std::optional<ListEntry> parse_line(std::string_view line, const HashAlgorithm& hash) {
-  const bool escaped = line.starts_with('\\');
-  if (escaped) line.remove_prefix(1);
-  const size_t digits = hash.length * 2;
-  if (line.size() < digits + 3 || line[digits] != ' ' ||
-      (line[digits + 1] != ' ' && line[digits + 1] != '*')) {
-    return std::nullopt;
-  }
-  std::optional<Bytes> digest = FromHex(line.substr(0, digits));
-  if (!digest || digest->size() != hash.length) return std::nullopt;
-  ListEntry entry{std::move(*digest), {}};
-  const std::string_view name = line.substr(digits + 2);
-  for (size_t i = 0; i < name.size(); ++i) {
-    char c = name[i];
-    if (escaped && c == '\\') {
-      if (++i == name.size()) return std::nullopt;
-      if (name[i] != 'n' && name[i] != 'r' && name[i] != '\\') return std::nullopt;
-      c = name[i] == 'n' ? '\n' : name[i] == 'r' ? '\r' : '\\';
-    }
-    entry.name += c;
-  }
-  return entry;
-}
 
 ExitStatus print_digests(const Arguments& arguments, const HashAlgorithm& hash, const Options& options) {
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& file : arguments.files) {
     Json document = NewDocument("digest", file);
+    std::string line;
     try {
-      const std::string digest = ToHex(HashFile(file, hash, options));
-      if (!options.json) WriteText(list_line(digest, file));
+      const Bytes digest = HashFile(file, hash, options);
+      line = arguments.tag ? TaggedDigestLine(hash, digest, file) : DigestLine(digest, file);
       document["hash"] = hash.name;
-      document["digest"] = digest;
+      document["digest"] = ToHex(digest);
     } catch (const Failure& failure) {
       // The other files are digested all the same.
-      status = failure.exit;
+      status = Graver(status, failure.exit);
       WriteFailure(failure, options);
       SetFailure(document, failure);
     }
-    if (options.json) WriteJson(document);
+    if (options.json) {
+      WriteJson(document);
+    } else {
+      WriteData(line);
+    }
   }
   return status;
 }
 
-// Checks one line; the verdict of the whole list is the gravest one: a difference first.
-Failure check_entry(const ListEntry& entry, const HashAlgorithm& hash, const Options& options) {
+// A list names files that its reader has not looked at: a pipe among them would keep the command waiting, a
+// device may never end.
+void refuse_special_file(const std::string& name) {
+  std::error_code none;  // a file that is not there is told when it is opened
+  const std::filesystem::file_status status = std::filesystem::status(name, none);
+  if (IsStandardStream(name) || !std::filesystem::is_other(status)) return;
+  throw Failure{ExitStatus::File,
+                ShownPath(name) + ": is a pipe, socket or device, and is not read for a list",
+                "digest it by itself with 'qex digest FILE'"};
+}
+
+Failure check_entry(const DigestEntry& entry, const Options& options) {
   try {
-    if (HashFile(entry.name, hash, options) == entry.digest) return {ExitStatus::Ok, "", ""};
+    refuse_special_file(entry.name);
+    if (HashFile(entry.name, *entry.hash, options) == entry.digest) return {ExitStatus::Ok, "", ""};
     return {ExitStatus::CheckFailed, ShownPath(entry.name) + ": differs from the list",
             "the file was changed, or the list belongs to another file"};
   } catch (const Failure& failure) {
@@ -102,40 +73,119 @@ Failure check_entry(const ListEntry& entry, const HashAlgorithm& hash, const Opt
   }
 }
 
-ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const Options& options) {
-  const Bytes text = ReadMessage(list);
+void tell_entry(const DigestEntry& entry, const Failure& result, const Options& options) {
+  const bool good = result.exit == ExitStatus::Ok;
+  if (options.json) {
+    Json document = NewDocument("digest", entry.name);
+    document["hash"] = entry.hash->name;
+    document["expected"] = ToHex(entry.digest);
+    if (!good) SetFailure(document, result);
+    WriteJson(document);
+  } else if (!good || !options.quiet) {
+    const char* verdict = good                                     ? "OK"
+                          : result.exit == ExitStatus::CheckFailed ? "FAILED"
+                                                                   : "FAILED open or read";
+    // The name may hold line feeds, and would then look like lines of its own.
+    WriteText(Escaped(entry.name) + ": " + verdict + "\n");
+  }
+  if (!good) WriteFailure(result, options);
+}
+
+std::string read_list(const std::string& path) {
+  try {
+    const Bytes octets = ReadMessage(path);
+    return {octets.begin(), octets.end()};
+  } catch (const Failure& failure) {
+    if (failure.exit != ExitStatus::Input) throw;
+    throw Failure{ExitStatus::Input, ShownPath(path) + ": longer than 16 MiB, which no list may be",
+                  "split the list: --check takes several"};
+  }
+}
+
+// How the lines of a list fared.
+struct Tally {
   ExitStatus status = ExitStatus::Ok;
   size_t entries = 0;
-  std::string_view rest(reinterpret_cast<const char*>(text.data()), text.size());
-  while (!rest.empty()) {
-    const size_t end = rest.find('\n');
-    std::string_view line = rest.substr(0, end);
-    rest.remove_prefix(end == std::string_view::npos ? rest.size() : end + 1);
-    if (line.ends_with('\r')) line.remove_suffix(1);
-    const std::optional<ListEntry> entry = parse_line(line, hash);
-    if (!entry) continue;
-    ++entries;
-    const Failure result = check_entry(*entry, hash, options);
-    if (options.json) {
-      Json document = NewDocument("digest", entry->name);
-      document["hash"] = hash.name;
-      document["expected"] = ToHex(entry->digest);
-      if (result.exit != ExitStatus::Ok) SetFailure(document, result);
-      WriteJson(document);
-    } else if (result.exit != ExitStatus::Ok || !options.quiet) {
-      const char* verdict = result.exit == ExitStatus::Ok            ? "OK"
-                            : result.exit == ExitStatus::CheckFailed ? "FAILED"
-                                                                     : "FAILED open or read";
-      WriteText(Escaped(entry->name) + ": " + verdict + "\n");
+  size_t unreadable = 0;
+  size_t firstUnreadable = 0;  // number of the line, from 1
+};
+
+Tally check_lines(std::string_view text, const HashAlgorithm& hash, const Options& options) {
+  Tally tally;
+  for (size_t number = 1; !text.empty(); ++number) {
+    const size_t end = text.find('\n');
+    const std::string_view line = text.substr(0, end);
+    text.remove_prefix(end == std::string_view::npos ? text.size() : end + 1);
+    if (IsDigestComment(line)) continue;
+    if (const std::optional<DigestEntry> entry = ParseDigestLine(line, hash)) {
+      ++tally.entries;
+      const Failure result = check_entry(*entry, options);
+      tell_entry(*entry, result, options);
+      tally.status = Graver(tally.status, result.exit);
+    } else if (tally.unreadable++ == 0) {
+      tally.firstUnreadable = number;
     }
-    if (result.exit != ExitStatus::Ok) WriteFailure(result, options);
-    if (result.exit == ExitStatus::CheckFailed || status == ExitStatus::Ok) status = result.exit;
   }
-  if (entries == 0) {
-    throw Failure{ExitStatus::Input, ShownPath(list) + ": no line of a " + hash.name + " digest and a name",
-                  "name the algorithm of the list with --hash"};
+  return tally;
+}
+
+// A line that is passed over may be the one that names the changed file: a list counts as checked only when
+// every line of it was.
+std::optional<Failure> failure_of_list(const std::string& list, const Tally& tally,
+                                       const HashAlgorithm& hash) {
+  const std::string wanted = std::string("a line of a ") + hash.name + " digest and a name";
+  if (tally.entries == 0) {
+    return Failure{ExitStatus::Input, ShownPath(list) + ": no line is " + wanted,
+                   "name the algorithm of the list with --hash"};
+  }
+  if (tally.unreadable == 0) return std::nullopt;
+  const std::string first = std::to_string(tally.firstUnreadable);
+  const std::string lines = tally.unreadable == 1 ? "line " + first + " cannot be read"
+                                                  : std::to_string(tally.unreadable) +
+                                                        " lines cannot be read, the first is line " + first;
+  return Failure{ExitStatus::Input, ShownPath(list) + ": " + lines + ": not " + wanted,
+                 "mend or remove such lines; lines of another algorithm are checked with --hash"};
+}
+
+ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const Options& options) {
+  const Tally tally = check_lines(read_list(list), hash, options);
+  const std::optional<Failure> failure = failure_of_list(list, tally, hash);
+  const ExitStatus status = failure ? Graver(tally.status, failure->exit) : tally.status;
+  if (failure) WriteFailure(*failure, options);
+  if (options.json) {
+    Json document = NewDocument("digest", list);
+    if (failure) SetFailure(document, *failure);
+    document["exit"] = static_cast<int>(status);
+    document["entries"] = tally.entries;
+    document["unreadable_lines"] = tally.unreadable;
+    if (tally.unreadable != 0) document["first_unreadable_line"] = tally.firstUnreadable;
+    WriteJson(document);
   }
   return status;
+}
+
+ExitStatus check_lists(const Arguments& arguments, const HashAlgorithm& hash, const Options& options) {
+  ExitStatus status = ExitStatus::Ok;
+  for (const std::string& list : arguments.lists) {
+    try {
+      status = Graver(status, check_list(list, hash, options));
+    } catch (const Failure& failure) {
+      status = Graver(status, failure.exit);
+      WriteFailure(failure, options);
+      if (!options.json) continue;
+      Json document = NewDocument("digest", list);
+      SetFailure(document, failure);
+      WriteJson(document);
+    }
+  }
+  return status;
+}
+
+std::string hash_names() {
+  std::string names;
+  for (const HashAlgorithm& hash : HashAlgorithms())
+    names += (names.empty() ? "" : ", ") + std::string(hash.name);
+  return names;
 }
 
 }  // namespace
@@ -143,14 +193,18 @@ ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const 
 Run AddDigest(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   app.add_option("FILE", arguments->files, "files; - is standard input");
-  app.add_option("--hash", arguments->hash, "sha256, sha384, sha512, sha1 or md5")->type_name("NAME");
-  app.add_option("--check", arguments->list, "check the digests that LIST holds")->type_name("LIST");
+  app.add_option("--hash", arguments->hash, hash_names())->type_name("NAME");
+  app.add_flag("--tag", arguments->tag, "write lines that name the algorithm: SHA256 (FILE) = HEX");
+  app.add_option("--check", arguments->lists, "check the digests that the lists hold")->type_name("LIST");
   return [arguments](const Options& options) {
     const HashAlgorithm& hash = HashNamed(arguments->hash);
-    if (!arguments->list.empty()) {
+    if (!arguments->lists.empty()) {
       if (!arguments->files.empty())
-        throw UsageFailure("--check takes no files beside its list", "name the list alone");
-      return check_list(arguments->list, hash, options);
+        throw UsageFailure("--check takes no files beside its lists", "name the lists alone");
+      if (arguments->tag)
+        throw UsageFailure("--tag says how digests are written, and --check writes none",
+                           "leave --tag out: lines of either form are read");
+      return check_lists(*arguments, hash, options);
     }
     if (arguments->files.empty()) arguments->files.emplace_back("-");
     return print_digests(*arguments, hash, options);

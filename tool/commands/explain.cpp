@@ -1,14 +1,13 @@
-// qex explain CODE: numbers mean different things in different places, so all meanings are shown.
+// qex explain: what a number means. It means different things in different places, so all are shown; without
+// a number the tables themselves.
 #include <charconv>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include <CLI/CLI.hpp>
 
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
-#include "tool/base/files.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
@@ -30,6 +29,10 @@ Json result_code_meaning(const inspect::CodeText& code) {
           {"what_to_do", row->advice}};
 }
 
+Json exit_status_meaning(const ExitText& row) {
+  return {{"as", "exit status"}, {"meaning", row.text}, {"what_to_do", row.advice}};
+}
+
 Json meanings_of(const std::string& word) {
   Json meanings = Json::array();
   int32_t number = 0;
@@ -43,43 +46,95 @@ Json meanings_of(const std::string& word) {
     meanings.push_back({{"as", "ASN.1 error"}, {"meaning", *text}});
   }
   for (const ExitText& row : ExitTexts()) {
-    if (static_cast<int>(row.status) == number) {
-      meanings.push_back({{"as", "exit status"}, {"meaning", row.text}, {"what_to_do", row.advice}});
-    }
+    if (static_cast<int>(row.status) == number) meanings.push_back(exit_status_meaning(row));
   }
   return meanings;
+}
+
+ExitStatus explain_one(const std::string& word, const Options& options) {
+  const Json meanings = meanings_of(word);
+  if (meanings.empty()) {
+    throw UsageFailure(Quoted(word) + " is no result code, ASN.1 error or exit status",
+                       "'qex explain' lists them");
+  }
+  if (options.json) {
+    Json document = NewDocument("explain", word);
+    document["meanings"] = meanings;
+    WriteJson(document);
+    return ExitStatus::Ok;
+  }
+  for (const Json& meaning : meanings) {
+    Json fields = meaning;
+    WriteText(word + " as " + meaning["as"].get<std::string>() + "\n");
+    fields.erase("as");
+    WriteFields(fields, 2);
+  }
+  return ExitStatus::Ok;
+}
+
+// The tables, each row with its number in front.
+Json all_meanings() {
+  Json codes = Json::array();
+  for (const inspect::CodeText& code : inspect::Codes()) {
+    Json row = {{"number", code.code}};
+    row.update(result_code_meaning(code));
+    codes.push_back(row);
+  }
+  Json exits = Json::array();
+  for (const ExitText& text : ExitTexts()) {
+    Json row = {{"number", static_cast<int>(text.status)}};
+    row.update(exit_status_meaning(text));
+    exits.push_back(row);
+  }
+  Json errors = Json::array();
+  for (const inspect::Asn1ErrorText& error : inspect::Asn1Errors()) {
+    Json row = {{"number", error.first}, {"as", "ASN.1 error"}, {"meaning", error.text}};
+    if (error.last != error.first) row["to"] = error.last;
+    errors.push_back(row);
+  }
+  return {{"result_codes", codes}, {"exit_statuses", exits}, {"asn1_errors", errors}};
+}
+
+std::string table_text(const std::string& title, const Json& rows) {
+  std::string text = title + "\n";
+  for (const Json& row : rows) {
+    std::string number = row["number"].dump();
+    if (row.contains("to")) number += " to " + row["to"].dump();
+    text += "  " + number + std::string(number.size() < 14 ? 14 - number.size() : 1, ' ');
+    if (row.contains("name")) text += row["name"].get<std::string>() + ": ";
+    text += row["meaning"].get<std::string>();
+    if (row.contains("exit_status")) text += "; exit status " + row["exit_status"].dump();
+    text += "\n";
+    if (row.contains("what_to_do"))
+      text += std::string(16, ' ') + row["what_to_do"].get<std::string>() + "\n";
+  }
+  return text;
+}
+
+ExitStatus explain_all(const Options& options) {
+  const Json meanings = all_meanings();
+  if (options.json) {
+    Json document = NewDocument("explain", "");
+    document.update(meanings);
+    WriteJson(document);
+  } else {
+    WriteText(table_text("exit statuses", meanings["exit_statuses"]) + "\n" +
+              table_text("result codes of the library", meanings["result_codes"]) + "\n" +
+              table_text("ASN.1 errors", meanings["asn1_errors"]));
+  }
+  return ExitStatus::Ok;
 }
 
 }  // namespace
 
 Run AddExplain(CLI::App& app) {
   auto word = std::make_shared<std::string>();
-  app.add_option("CODE", *word, "a number such as -8 or 5, or a name such as QEX_E_SIGNATURE");
-  // A negative number looks like an option, and is left over.
-  app.allow_extras();
-  return [&app, word](const Options& options) {
-    std::vector<std::string> words = app.remaining();
-    std::erase(words, "--");
-    if (!word->empty()) words.push_back(*word);
-    if (words.size() != 1) throw UsageFailure("explain takes one code", "for example 'qex explain -8'");
-    const Json meanings = meanings_of(words[0]);
-    if (meanings.empty()) {
-      throw UsageFailure(Escaped(words[0]) + " is no result code, ASN.1 error or exit status",
-                         "result codes run from 0 to -17, exit statuses from 0 to 8, and 70");
-    }
-    if (options.json) {
-      Json document = NewDocument("explain", words[0]);
-      document["meanings"] = meanings;
-      WriteJson(document);
-      return ExitStatus::Ok;
-    }
-    for (const Json& meaning : meanings) {
-      Json fields = meaning;
-      WriteText(words[0] + " as " + meaning["as"].get<std::string>() + "\n");
-      fields.erase("as");
-      WriteFields(fields, 2);
-    }
-    return ExitStatus::Ok;
+  const CLI::Option* code =
+      app.add_option("CODE", *word,
+                     "a number such as -8 or 5, or a name such as QEX_E_SIGNATURE; without it all are listed")
+          ->type_name("CODE");
+  return [word, code](const Options& options) {
+    return code->count() == 0 ? explain_all(options) : explain_one(*word, options);
   };
 }
 

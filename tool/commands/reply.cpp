@@ -1,6 +1,8 @@
 // qex reply: the status of a reply, and the token out of it.
 #include <memory>
+#include <optional>
 #include <string>
+#include <vector>
 
 #include <CLI/CLI.hpp>
 
@@ -10,6 +12,8 @@
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
+#include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/inspect/code_texts.h"
@@ -58,24 +62,27 @@ ExitStatus read_status(const Arguments& arguments, const Options& options) {
   if (!arguments.token && !arguments.output.empty()) {
     throw UsageFailure("-o says where the token goes, so it takes --token", "add --token, or leave -o out");
   }
+  std::optional<Outputs> outputs;
+  if (arguments.token) {
+    outputs.emplace(SingleOutput(arguments.output, options, "name a file with -o"),
+                    std::vector{arguments.file}, options.force);
+  }
   const Message message = read_reply(arguments);
   const std::string name = ShownPath(arguments.file);
-  const Answer answer = Ask({name, message.octets});
+  const Answer answer = AskOnce({.name = name, .message = message.octets});
   const std::optional<Failure> refusal = RefusalOf(answer.facts, name);
   WriteLibraryMessages(answer.libraryMessages, options);
-  if (arguments.token && !refusal) {
-    const Bytes token = FromHex(answer.facts["token"].get<std::string>()).value();
-    const std::string output = arguments.output.empty() ? "-" : arguments.output;
-    if (!options.json || !IsStandardStream(output)) WriteOutput(output, token, "name a file with -o");
+  if (outputs && !refusal) {
+    outputs->Commit({answer.facts.token.value()});
   }
   if (options.json) {
     Json document = NewDocument("reply", arguments.file);
-    document["status"] = answer.facts["status"];
-    if (answer.facts.contains("token")) document["token"] = answer.facts["token"];
+    document["status"] = StatusFields(answer.facts.status.value());
+    if (answer.facts.token) document["token"] = ToHex(*answer.facts.token);
     if (refusal) SetFailure(document, *refusal);
     WriteJson(document);
   } else if (!arguments.token && !options.quiet) {
-    WriteFields(answer.facts["status"]);
+    WriteFields(StatusFields(answer.facts.status.value()));
   }
   if (!refusal) return ExitStatus::Ok;
   WriteFailure(*refusal, options);

@@ -6,12 +6,12 @@
 
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
-#include "tool/base/files.h"
 #include "tool/base/hash.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
 #include "tool/commands/request_options.h"
+#include "tool/commands/single_output.h"
 
 namespace qex::tool {
 namespace {
@@ -41,18 +41,16 @@ ExitStatus make_request(const Arguments& arguments, const Options& options) {
   if (arguments.request.noNonce && !arguments.request.nonce.empty()) {
     throw UsageFailure("--nonce and --no-nonce exclude each other", "leave one of them out");
   }
-  KeepFile(arguments.file, arguments.output);
   const HashAlgorithm& hash = HashNamed(arguments.request.hash);
   RefuseWeakHash(hash, options);
+  Outputs outputs(SingleOutput(arguments.output, options, "name a file with -o"), {arguments.file},
+                  options.force);
   const Request request = MakeRequest(arguments.request, hash, digest_of(arguments, hash, options));
   const uint32_t transport = arguments.frame == "socket" ? QEX_TRANSPORT_SOCKET
                              : arguments.frame == "http" ? QEX_TRANSPORT_HTTP
                                                          : QEX_TRANSPORT_RAW;
   const Bytes framed = FramedRequest(request, transport);
-  // Under --json standard output is the document's, and the octets stand in it.
-  if (!options.json || (!arguments.output.empty() && !IsStandardStream(arguments.output))) {
-    WriteOutput(arguments.output.empty() ? "-" : arguments.output, framed, "name a file with -o");
-  }
+  outputs.Commit({framed});
   if (options.json) {
     Json document = NewDocument("request", arguments.file);
     document["request"] = RequestFields(request.record);

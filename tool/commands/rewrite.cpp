@@ -9,6 +9,7 @@
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
 #include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/worker.h"
@@ -29,23 +30,23 @@ ExitStatus rewrite(const Arguments& arguments, const Options& options) {
                                         : "how the token is to be written is not said",
                        "name one of --drop-attr-certs and --id-data");
   }
+  Outputs outputs(SingleOutput(arguments.output, options, "name a file with -o"), {arguments.token},
+                  options.force);
   const std::string name = ShownPath(arguments.token);
-  Job job{name, ReadTokenOrReply(arguments.token).octets};
+  Job job{.name = name, .message = ReadTokenOrReply(arguments.token).octets};
   job.rewriting = arguments.idData ? Rewriting::IdData : Rewriting::DropAttrCerts;
-  const Answer answer = Ask(job);
+  const Answer answer = AskOnce(job);
   if (auto refusal = RefusalOf(answer.facts, name)) {
     refusal->libraryMessages = answer.libraryMessages;
     throw Failure{*refusal};
   }
   WriteLibraryMessages(answer.libraryMessages, options);
-  const std::string written = answer.facts["rewritten"].get<std::string>();
-  if (!options.json || !IsStandardStream(arguments.output)) {
-    WriteOutput(arguments.output, FromHex(written).value(), "name a file with -o");
-  }
+  const Bytes& written = answer.facts.rewritten.value();
+  outputs.Commit({written});
   if (options.json) {
     Json document = NewDocument("rewrite", arguments.token);
-    document["changed"] = answer.facts["rewritten"] != answer.facts["token"];
-    document["token"] = written;
+    document["changed"] = written != answer.facts.token;
+    document["token"] = ToHex(written);
     WriteJson(document);
   }
   return ExitStatus::Ok;

@@ -6,12 +6,17 @@
 
 #include <CLI/CLI.hpp>
 
+#include "tool/base/escape.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
-#include "tool/judge/tac_facts.h"
+#include "tool/commands/jobs.h"
+#include "tool/commands/lanes.h"
+#include "tool/commands/verify_one.h"
+#include "tool/judge/fields.h"
+#include "tool/judge/judge.h"
 #include "tool/message/message.h"
 #include "tool/worker/worker.h"
 
@@ -20,30 +25,50 @@ namespace {
 
 struct Arguments {
   std::vector<std::string> files;
+  std::string jobs;
+  size_t jobsAtOnce = 0;
   bool asn1 = false;
 };
 
-// The parts of the worker's answer that are for people.
-Json shown_fields(const Json& facts) {
+// Both readers' view of a token, where they differ.
+Json readers_of(const Facts& facts) {
+  Json readers;
+  if (facts.libraryStop) readers["libqex"] = facts.libraryStop->text;
+  if (facts.strictStop) readers["strict"] = facts.strictStop->text;
+  if (facts.library && facts.strict && !(facts.library->info == facts.strict->info)) {
+    Facts one;
+    one.library = facts.library;
+    readers["libqex"] = TokenFields(one);
+    one.strict = facts.strict;
+    readers["strict"] = TokenFields(one);
+  }
+  return readers;
+}
+
+void add_token(Json& fields, const Facts& facts) {
+  fields["token"] = TokenFields(facts);
+  if (const SignerCertificate* signer = SignerOf(facts)) {
+    fields["authority_certificate"] = {{"sha256", ToHex(signer->sha256)}, {"subject", signer->subject}};
+  }
+  if (Json readers = readers_of(facts); !readers.empty()) fields["readers"] = std::move(readers);
+}
+
+// The parts of the facts that are for people.
+Json shown_fields(const Facts& facts) {
   Json fields;
-  if (facts.contains("trailing")) fields["trailing_octets"] = facts["trailing"];
-  for (const char* part : {"status", "request"}) {
-    if (facts.contains(part)) fields[part] = facts[part];
+  if (facts.trailing != 0) fields["trailing_octets"] = facts.trailing;
+  if (facts.status) fields["status"] = StatusFields(*facts.status);
+  if (facts.request) fields["request"] = RequestFields(*facts.request);
+  const bool token = facts.library || facts.strict;
+  if (token) add_token(fields, facts);
+  if (!facts.description.empty()) fields.update(Json::parse(facts.description));
+  if (facts.certificate) {
+    if (!facts.certificate->key.type.empty()) fields["key"] = KeyFields(facts.certificate->key);
+    fields["sha256"] = ToHex(facts.certificate->sha256);
   }
-  if (facts.contains("info")) {
-    fields["token"] = facts["info"];
-    const Json& signer = facts["signer"];
-    if (signer.contains("sha256")) {
-      fields["authority_certificate"] = {{"sha256", signer["sha256"]}, {"subject", signer["subject"]}};
-    }
-  }
-  if (facts.contains("description") && facts["description"].is_object()) {
-    fields.update(facts["description"]);
-    if (!facts.contains("info")) fields["sha256"] = facts["raw"]["sha256"];
-  }
-  if (facts.contains("tac") && facts["tac"].contains("info")) {
-    Json certificate = TacFields(facts["tac"]);
-    if (facts.contains("info")) {
+  if (facts.tac && facts.tac->code == 0 && !facts.tac->failure) {
+    Json certificate = TacFields(*facts.tac);
+    if (token) {
       fields["time_attribute_certificate"] = std::move(certificate);
     } else {
       fields.update(certificate);
@@ -52,14 +77,16 @@ Json shown_fields(const Json& facts) {
   return fields;
 }
 
-void show_one(const std::string& file, const Arguments& arguments, const Options& options) {
-  const Message message = ReadAnyMessage(file);
-  Job job{ShownPath(file), message.octets};
+Outcome show_message(const Source& source, const Arguments& arguments, const Options& options,
+                     Worker& worker) {
+  const std::string& file = source.path;
+  const Message message = ReadAnyMessage(source);
+  Job job{.name = ShownPath(file), .message = message.octets};
+  job.describe = true;
   job.asn1 = arguments.asn1;
-  const Answer answer = Ask(job);
-  WriteLibraryMessages(answer.libraryMessages, options);
-  const std::string kind = answer.facts["kind"].get<std::string>();
-  if (arguments.asn1 && !answer.facts.contains("asn1")) {
+  const Answer answer = worker.Ask(job);
+  const std::string kind = inspect::KindName(answer.facts.kind);
+  if (arguments.asn1 && answer.facts.asn1.empty()) {
     throw Failure{ExitStatus::Input,
                   ShownPath(file) + ": the " + kind + " does not decode",
                   "leave --asn1 out to see what can be read",
@@ -67,6 +94,8 @@ void show_one(const std::string& file, const Arguments& arguments, const Options
                   0,
                   answer.libraryMessages};
   }
+  Outcome outcome;
+  outcome.errors = LibraryMessagesText(answer.libraryMessages, options);
   if (options.json) {
     Json document = NewDocument("show", file);
     document["kind"] = kind;
@@ -74,33 +103,50 @@ void show_one(const std::string& file, const Arguments& arguments, const Options
     for (const auto& [name, value] : fields.items()) {
       document[name == "subject" ? "subject_name" : name] = value;  // the document's subject is the file
     }
-    if (arguments.asn1) document["asn1"] = answer.facts["asn1"];
-    WriteJson(document);
+    if (arguments.asn1) document["asn1"] = answer.facts.asn1;
+    outcome.output = JsonLine(std::move(document));
   } else if (arguments.asn1) {
-    WriteText(answer.facts["asn1"].get<std::string>());
+    outcome.output = EscapedLines(answer.facts.asn1);
   } else {
-    WriteText(ShownPath(file) + ": " + kind + "\n");
-    WriteFields(shown_fields(answer.facts), 2);
+    outcome.output =
+        Escaped(ShownPath(file)) + ": " + kind + "\n" + FieldsText(shown_fields(answer.facts), 2);
+  }
+  return outcome;
+}
+
+// No Failure leaves it.
+Outcome show_one(const Source& source, const Arguments& arguments, const Options& options, Worker& worker) {
+  try {
+    return show_message(source, arguments, options, worker);
+  } catch (const Failure& failure) {
+    return OutcomeOf(failure, "show", source.path, options);
   }
 }
 
+// All files are shown, also after one that cannot be; the gravest exit status counts.
 ExitStatus show_all(const Arguments& arguments, const Options& options) {
+  static const Trust kNobody;
+  Worker worker(kNobody);
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& file : arguments.files) {
-    try {
-      show_one(file, arguments, options);
-    } catch (const Failure& failure) {
-      // The other files are shown all the same; the first failure decides.
-      if (status == ExitStatus::Ok) status = failure.exit;
-      if (options.json) {
-        Json document = NewDocument("show", file);
-        SetFailure(document, failure);
-        WriteJson(document);
-      }
-      WriteFailure(failure, options);
-    }
+    status = Graver(status, Emit(show_one(file, arguments, options, worker)));
   }
   return status;
+}
+
+ExitStatus show_jobs(const Arguments& arguments, const Options& options) {
+  if (!arguments.files.empty())
+    throw UsageFailure("--jobs says of each job what it is about", "leave the other messages out");
+  static const Trust kNobody;
+  return RunJobs("show", {"token"}, arguments.jobs, arguments.jobsAtOnce, options,
+                 [&arguments](const Options& rendered) {
+                   auto worker = std::make_shared<Worker>(kNobody);
+                   return [&arguments, rendered, worker](const JobMembers& members) {
+                     if (members.empty()) throw UsageFailure("a job without a token", "add the member token");
+                     return show_one(JobSource("token", members.front().second), arguments, rendered,
+                                     *worker);
+                   };
+                 });
 }
 
 }  // namespace
@@ -108,10 +154,15 @@ ExitStatus show_all(const Arguments& arguments, const Options& options) {
 Run AddShow(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   app.add_option("X", arguments->files,
-                 "requests, replies, tokens, certificates, attribute certificates; - is standard input")
-      ->required();
+                 "requests, replies, tokens, certificates, attribute certificates; - is standard input");
   app.add_flag("--asn1", arguments->asn1, "every value, as the library prints it");
-  return [arguments](const Options& options) { return show_all(*arguments, options); };
+  AddJobsOption(app, arguments->jobs);
+  AddLanesOption(app, arguments->jobsAtOnce);
+  return [arguments](const Options& options) {
+    if (!arguments->jobs.empty()) return show_jobs(*arguments, options);
+    if (arguments->files.empty()) throw UsageFailure("X is required", "'qex help show' lists what it takes");
+    return show_all(*arguments, options);
+  };
 }
 
 }  // namespace qex::tool

@@ -10,11 +10,11 @@
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
+#include "tool/commands/single_output.h"
+#include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
 #include "tool/judge/report.h"
-#include "tool/judge/tac_facts.h"
 #include "tool/message/message.h"
-#include "tool/worker/inspect/code_texts.h"
 #include "tool/worker/worker.h"
 
 namespace qex::tool {
@@ -32,10 +32,11 @@ struct Arguments {
 };
 
 Answer ask_about_token(const Arguments& arguments, const Message& token, const Bytes& tac) {
-  Job job{ShownPath(arguments.token), token.octets};
+  Job job{.name = ShownPath(arguments.token), .message = token.octets};
   job.ess = arguments.ess;
+  job.takeTac = true;
   job.tac = tac;
-  Answer answer = Ask(job);
+  Answer answer = AskOnce(job);
   if (auto refusal = RefusalOf(answer.facts, job.name)) {
     refusal->libraryMessages = answer.libraryMessages;
     throw Failure{*refusal};
@@ -44,15 +45,14 @@ Answer ask_about_token(const Arguments& arguments, const Message& token, const B
 }
 
 // The facts of the certificate that the token carries.
-const Json& carried(const Answer& answer, const std::string& name) {
-  const Json& tac = answer.facts["tac"];
-  const auto code = tac["code"].get<int32_t>();
-  if (code == QEX_OK) return tac;
-  throw Failure{ExitOfCode(code),
-                name + ": " + inspect::CodeMeaning(code),
+const TacFacts& carried(const Answer& answer, const std::string& name) {
+  const TacFacts& tac = answer.facts.tac.value();
+  if (tac.code == QEX_OK) return tac;
+  throw Failure{ExitOfCode(tac.code),
+                name + ": " + tac.meaning,
                 "the authority attached none; one that was kept apart is named with --tac",
-                code,
-                tac["asn1_error"].get<int32_t>(),
+                tac.code,
+                tac.asn1Error,
                 answer.libraryMessages};
 }
 
@@ -61,26 +61,19 @@ ExitStatus take_out(const Arguments& arguments, const Options& options) {
     throw UsageFailure("tac get takes the certificate out of the token, so it takes no --tac",
                        "-o says where the certificate goes");
   }
+  const char* hint = arguments.pem ? "" : "name a file with -o, or ask for --pem";
+  Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const std::string name = ShownPath(arguments.token);
   const Answer answer = ask_about_token(arguments, ReadTokenOrReply(arguments.token), {});
-  const Json& tac = carried(answer, name);
+  const TacFacts& tac = carried(answer, name);
   WriteLibraryMessages(answer.libraryMessages, options);
-  const Bytes der = FromHex(tac["der"].get<std::string>()).value();
-  const std::string output = arguments.output.empty() ? "-" : arguments.output;
-  const bool standard = IsStandardStream(output);
-  if (!options.json || !standard) {
-    if (arguments.pem) {
-      const std::string pem = ToPem(der, "ATTRIBUTE CERTIFICATE");
-      WriteOutput(output, {reinterpret_cast<const uint8_t*>(pem.data()), pem.size()}, "");
-    } else {
-      WriteOutput(output, der, "name a file with -o, or ask for --pem");
-    }
-  }
+  const std::string pem = ToPem(tac.der, "ATTRIBUTE CERTIFICATE");
+  outputs.Commit({arguments.pem ? OctetsOf(pem) : ByteView(tac.der)});
   if (options.json) {
     Json document = NewDocument("tac", arguments.token);
     document["action"] = arguments.action;
-    if (tac.contains("sha256")) document["sha256"] = tac["sha256"];
-    document["attribute_certificate"] = tac["der"];
+    document["sha256"] = ToHex(tac.sha256);
+    document["attribute_certificate"] = ToHex(tac.der);
     WriteJson(document);
   }
   return ExitStatus::Ok;
@@ -105,13 +98,13 @@ ExitStatus show_fields(const Arguments& arguments, const Options& options, const
 
 // A certificate that lies in a file of its own.
 ExitStatus show_alone(const Arguments& arguments, const Options& options, const Message& message,
-                      const Json& match) {
+                      const std::optional<TacMatch>& match) {
   const std::string name = ShownPath(message.path);
-  const Answer answer = Ask({name, message.octets});
+  const Answer answer = AskOnce({.name = name, .message = message.octets});
   WriteLibraryMessages(answer.libraryMessages, options);
-  const Json& tac = answer.facts["tac"];
+  const TacFacts& tac = answer.facts.tac.value();
   Json fields = TacFields(tac);
-  if (match.is_object()) fields["belongs_to_token"] = match["code"] == QEX_OK;
+  if (match) fields["belongs_to_token"] = match->code == QEX_OK;
   return show_fields(arguments, options, fields, MissingTiming(tac, name), message.path);
 }
 
@@ -121,19 +114,20 @@ ExitStatus show(const Arguments& arguments, const Options& options) {
     const Message token = ReadTokenOrReply(arguments.token);
     const Message certificate = ReadMessageOf(arguments.tac, Kind::AttributeCertificate);
     const Answer answer = ask_about_token(arguments, token, certificate.octets);
-    return show_alone(arguments, options, certificate, answer.facts["tac_match"]);
+    return show_alone(arguments, options, certificate, answer.facts.tacMatch);
   }
   const Message message = ReadAnyMessage(arguments.token);
-  if (message.kind == Kind::AttributeCertificate) return show_alone(arguments, options, message, nullptr);
+  if (message.kind == Kind::AttributeCertificate) return show_alone(arguments, options, message, {});
   const Answer answer = ask_about_token(arguments, AsTokenOrReply(message), {});
-  const Json& tac = carried(answer, name);
-  if (tac.contains("failure")) throw FailureFrom(tac["failure"], name, answer.libraryMessages);
+  const TacFacts& tac = carried(answer, name);
+  if (tac.failure) {
+    Failure failure = *tac.failure;
+    failure.message = name + ": " + failure.message;
+    failure.libraryMessages = answer.libraryMessages;
+    throw Failure{failure};
+  }
   WriteLibraryMessages(answer.libraryMessages, options);
   return show_fields(arguments, options, TacFields(tac), MissingTiming(tac, name), arguments.token);
-}
-
-std::string attribute_name(const Json& facts) {
-  return facts["ess"] == "v2" ? "signing-certificate-v2" : "signing-certificate";
 }
 
 ExitStatus check(const Arguments& arguments, const Options& options) {
@@ -143,29 +137,28 @@ ExitStatus check(const Arguments& arguments, const Options& options) {
   if (!arguments.tac.empty()) given = ReadMessageOf(arguments.tac, Kind::AttributeCertificate).octets;
   const Answer answer = ask_about_token(arguments, token, given);
   if (given.empty()) carried(answer, name);
-  const Json& match = answer.facts["tac_match"];
-  const auto code = match["code"].get<int32_t>();
-  const auto asn1Error = match["asn1_error"].get<int32_t>();
+  const TacMatch& match = answer.facts.tacMatch.value();
+  const char* attribute = match.ess == "v2" ? "signing-certificate-v2" : "signing-certificate";
   const std::string source = given.empty() ? "the one it carries" : ShownPath(arguments.tac);
 
   Report report;
-  if (code == QEX_OK) {
+  const auto fail = [&](const std::string& text, const char* hint) {
+    report.Fail("belongs",
+                {text, SubIndication::Generic, hint, ExitOfCode(match.code), match.code, match.asn1Error});
+  };
+  if (match.code == QEX_OK) {
     report.Pass("belongs", source + ": named or held by the signed attributes");
-  } else if (code == QEX_E_MISMATCH) {
-    report.Fail(
-        "belongs",
-        source + ": neither named by " + attribute_name(answer.facts) + " nor held by the signer attributes",
-        ExitOfCode(code), "it belongs to another token, or was written afresh in other octets", code,
-        asn1Error);
-  } else if (code == QEX_E_DECODE) {
-    report.Fail("belongs", "the token has no attribute " + attribute_name(answer.facts), ExitOfCode(code),
-                "--ess auto takes the attribute that is there", code, asn1Error);
+  } else if (match.code == QEX_E_MISMATCH) {
+    fail(source + ": neither named by " + attribute + " nor held by the signer attributes",
+         "it belongs to another token, or was written afresh in other octets");
+  } else if (match.code == QEX_E_DECODE) {
+    fail(std::string("the token has no attribute ") + attribute,
+         "--ess auto takes the attribute that is there");
   } else {
-    report.Fail("belongs", inspect::CodeMeaning(code), ExitOfCode(code), "look inside with 'qex show --asn1'",
-                code, asn1Error);
+    fail(match.meaning, "look inside with 'qex show --asn1'");
   }
   report.Skip("token", "its signature is for 'qex verify' to check");
-  report.Skip("issuer, signature and validity of the certificate", "not checked");
+  report.Skip("certificate", "its issuer, signature and validity are not checked");
 
   const std::optional<Failure> failure = report.FirstFailure(name);
   WriteLibraryMessages(answer.libraryMessages, options);
@@ -174,10 +167,10 @@ ExitStatus check(const Arguments& arguments, const Options& options) {
     if (failure) SetFailure(document, *failure);
     document["action"] = arguments.action;
     document["checks"] = report.Checks();
-    document["ess"] = answer.facts["ess"];
+    document["ess"] = match.ess;
     WriteJson(document);
   } else if (!options.quiet) {
-    WriteText(report.Text(options));
+    WriteData(report.Text(options));
   }
   if (!failure) return ExitStatus::Ok;
   WriteFailure(*failure, options);

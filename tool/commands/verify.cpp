@@ -1,229 +1,127 @@
-// qex verify: a token against a file, a request and an authority.
+// qex verify: tokens against files, requests and an authority; one, or many at once.
 #include <memory>
 #include <string>
+#include <utility>
 
 #include <CLI/CLI.hpp>
 
-#include "api/qex.h"
-#include "tool/base/escape.h"
 #include "tool/base/failure.h"
-#include "tool/base/files.h"
-#include "tool/base/hash.h"
-#include "tool/base/json.h"
-#include "tool/base/output.h"
 #include "tool/commands/command.h"
-#include "tool/exchange/request.h"
-#include "tool/judge/judge.h"
-#include "tool/message/message.h"
-#include "tool/worker/worker.h"
+#include "tool/commands/jobs.h"
+#include "tool/commands/many.h"
+#include "tool/commands/trust_options.h"
+#include "tool/commands/verify_one.h"
 
 namespace qex::tool {
 namespace {
 
-constexpr const char* kUnpinned = "consistent in itself, authority not checked";
-constexpr const char* kPinHint =
-    "say whom you trust: --tsa-cert, --tsa-fingerprint or --insecure-any-signer "
-    "(--ca-file, --ca-path and --system-ca are not supported yet)";
-
 struct Arguments {
-  std::string file;
-  std::string token;
-  std::string request;
-  std::string digest;
-  std::string nonce;
-  std::string policy;
-  std::string tsaCert;
-  std::string fingerprint;
-  bool anySigner = false;
-  std::string ess = "auto";
+  VerifyArguments one;
+  SubjectOptions subjects;
+  TrustOptions trust;
+  std::string jobs;
 };
 
-Pins read_pins(const Arguments& arguments) {
-  Pins pins;
-  pins.anySigner = arguments.anySigner;
-  if (!arguments.tsaCert.empty()) {
-    pins.certificate = ReadMessageOf(arguments.tsaCert, inspect::Kind::Certificate).octets;
-  }
-  if (!arguments.fingerprint.empty()) {
-    constexpr std::string_view kPrefix = "sha256:";
-    const bool prefixed = arguments.fingerprint.starts_with(kPrefix);
-    if (prefixed) pins.fingerprint = FromHex(std::string_view(arguments.fingerprint).substr(kPrefix.size()));
-    if (!pins.fingerprint || pins.fingerprint->size() != 32) {
-      throw UsageFailure(
-          "fingerprint " + Escaped(arguments.fingerprint) + ": not sha256: and 64 hexadecimal digits",
-          "'qex show CERTIFICATE' prints it");
-    }
-  }
-  return pins;
+// An option that is about one token; null when none was given.
+const char* given_for_one(const VerifyArguments& one) {
+  if (!one.token.path.empty()) return "--token";
+  if (!one.request.path.empty()) return "--request";
+  if (!one.digest.empty()) return "--digest";
+  if (!one.nonce.empty()) return "--nonce";
+  return nullptr;
 }
 
-// The names that were not given are found beside the file.
-Arguments with_files_beside(Arguments arguments) {
-  if (arguments.token.empty()) {
-    if (arguments.file.empty() || IsStandardStream(arguments.file)) {
-      throw UsageFailure("no token is named", "name it with --token, or give the FILE that it lies beside");
-    }
-    arguments.token = arguments.file + ".tsr";
-    if (!FileExists(arguments.token)) {
-      throw Failure{ExitStatus::File, ShownPath(arguments.token) + ": there is no such file",
-                    "name the token with --token"};
-    }
-  }
-  if (arguments.request.empty() && !arguments.file.empty() && FileExists(arguments.file + ".tsq")) {
-    arguments.request = arguments.file + ".tsq";
-  }
-  if (arguments.file.empty() && arguments.digest.empty() && arguments.request.empty()) {
-    throw UsageFailure("nothing to compare the token with",
-                       "name the stamped FILE, its --digest or the --request");
-  }
-  return arguments;
+// A lane has a worker of its own, which it begins with.
+LaneWork lane_work(const VerifyArguments& common, const Trust& trust, const Options& options) {
+  Options quiet = options;
+  quiet.progress = false;
+  return {[&common, &trust, quiet] {
+            auto worker = std::make_shared<Worker>(trust);
+            return [&common, &trust, quiet, worker](const std::string& name) {
+              VerifyArguments arguments = common;
+              arguments.file = name;
+              return VerifyOne(arguments, *worker, trust, quiet);
+            };
+          },
+          [quiet](const std::string& name) { return LostOutcome("verify", name, quiet); }};
 }
 
-Message read_token(const std::string& path) {
-  Message message = ReadAnyMessage(path);
-  if (message.kind == inspect::Kind::Token || message.kind == inspect::Kind::Reply) return message;
-  throw Failure{
-      ExitStatus::Input,
-      ShownPath(path) + ": is a " + inspect::KindName(message.kind) + ", where a token or reply is needed",
-      "name the token with --token"};
+ExitStatus verify_many(const Arguments& arguments, const Trust& trust, const Options& options) {
+  if (const char* option = given_for_one(arguments.one)) {
+    throw UsageFailure(std::string(option) + " is about one token, and there may be several",
+                       "leave it out, or verify that one by itself");
+  }
+  std::vector<Subject> subjects = FindSubjects(arguments.subjects, FolderRule::Stamped);
+  Worker(trust).CheckTrust();
+  return RunMany("verify", std::move(subjects), arguments.subjects.jobs,
+                 lane_work(arguments.one, trust, options), options);
 }
 
-Answer ask_about_token(const Arguments& arguments, const Pins& pins) {
-  Job job{ShownPath(arguments.token), read_token(arguments.token).octets};
-  job.verify = true;
-  job.ess = arguments.ess;
-  if (pins.certificate) job.certificate = *pins.certificate;
-  Answer answer = Ask(job);
-  if (auto refusal = RefusalOf(answer.facts, job.name)) {
-    refusal->libraryMessages = answer.libraryMessages;
-    throw Failure{*refusal};
-  }
-  const Json& verification = answer.facts["verification"];
-  const std::string certificate = ShownPath(arguments.tsaCert);
-  if (verification.contains("unknown")) {
-    throw FailureFrom(verification["unknown"], certificate, answer.libraryMessages);
-  }
-  if (const auto code = verification.value("code", int32_t{QEX_OK}); code == QEX_E_ARG) {
-    throw Failure{ExitStatus::Input,
-                  certificate + ": the certificate does not decode",
-                  "look inside with 'qex show --asn1', or fetch it again",
-                  code,
-                  verification["asn1_error"].get<int32_t>(),
-                  answer.libraryMessages};
-  }
-  return answer;
-}
-
-void expect_request(Expected& expected, const Json& request, const std::string& name) {
-  const Json& raw = request["raw"];
-  const std::string nonce = raw["nonce"].get<std::string>();
-  if (!nonce.empty()) {
-    expected.nonce = FromHex(nonce);
-    expected.nonceSource = name;
-    if (raw["nonce_cut"].get<bool>())
-      throw Failure{ExitStatus::Input, name + ": the nonce is longer than 40 octets", ""};
-  } else {
-    expected.noNonceReason = name + " has none";
-  }
-  const std::string policy = raw["policy"].get<std::string>();
-  if (!policy.empty()) {
-    expected.policy = FromHex(policy);
-    expected.policySource = name;
+// The members of a job, each as the option of its name.
+void set_member(VerifyArguments& arguments, const std::string& name, const std::string& value) {
+  if (name == "file") {
+    arguments.file = value;
+  } else if (name == "token") {
+    arguments.token = JobSource(name, value);
+  } else if (name == "request") {
+    arguments.request = JobSource(name, value);
+  } else if (name == "digest") {
+    arguments.digest = value;
+  } else if (name == "nonce") {
+    arguments.nonce = value;
+  } else if (name == "policy") {
+    arguments.policy = value;
   }
 }
 
-Expected expectation(const Arguments& arguments, const Json& facts, const std::optional<Answer>& request,
-                     const Options& options) {
-  Expected expected;
-  if (!arguments.digest.empty()) {
-    expected.digest = FromHex(arguments.digest);
-    expected.digestSource = "--digest";
-    if (!expected.digest)
-      throw UsageFailure("digest " + Escaped(arguments.digest) + ": not hexadecimal",
-                         "for example from 'qex digest FILE'");
-  } else if (!arguments.file.empty()) {
-    expected.digest = HashFile(arguments.file, TokenHash(facts, ShownPath(arguments.token)), options);
-    expected.digestSource = ShownPath(arguments.file);
+ExitStatus verify_jobs(const Arguments& arguments, const Trust& trust, const Options& options) {
+  if (given_for_one(arguments.one) != nullptr || !arguments.one.policy.empty() ||
+      !arguments.subjects.files.empty() || !arguments.subjects.Single()) {
+    throw UsageFailure("--jobs says of each job what it is about", "leave the other subjects out");
   }
-  if (request) expect_request(expected, request->facts, ShownPath(arguments.request));
-  if (!arguments.nonce.empty()) {
-    expected.nonce = NonceFromHex(arguments.nonce);
-    expected.nonceSource = "--nonce";
-  }
-  if (!arguments.policy.empty()) {
-    expected.policy = PolicyOctets(arguments.policy);
-    expected.policySource = "--policy";
-  }
-  return expected;
+  Worker(trust).CheckTrust();
+  const VerifyArguments& common = arguments.one;
+  return RunJobs("verify", {"file", "token", "request", "digest", "nonce", "policy"}, arguments.jobs,
+                 arguments.subjects.jobs, options, [&common, &trust](const Options& quiet) {
+                   auto worker = std::make_shared<Worker>(trust);
+                   return [&common, &trust, quiet, worker](const JobMembers& members) {
+                     VerifyArguments job = common;
+                     for (const auto& [name, value] : members) set_member(job, name, value);
+                     if (job.file.empty() && job.token.path.empty())
+                       throw UsageFailure("a job without file and token", "add one of these members");
+                     return VerifyOne(job, *worker, trust, quiet);
+                   };
+                 });
 }
 
-// What the checks lead to: the first that fails, or the want of a pin.
-std::optional<Failure> outcome(const Report& report, const Pins& pins, const std::string& name) {
-  if (auto failure = report.FirstFailure(name)) return failure;
-  if (pins.Any()) return std::nullopt;
-  return UsageFailure(name + ": " + kUnpinned, kPinHint);
-}
-
-ExitStatus verify(const Arguments& given, const Options& options) {
-  const Arguments arguments = with_files_beside(given);
-  const Pins pins = read_pins(arguments);
-  const std::string name = ShownPath(arguments.token);
-  const Answer answer = ask_about_token(arguments, pins);
-  std::optional<Answer> request;
-  if (!arguments.request.empty()) {
-    const Message message = ReadMessageOf(arguments.request, inspect::Kind::Request);
-    request = Ask({ShownPath(arguments.request), message.octets});
-  }
-
-  Report report;
-  JudgeStatus(report, answer.facts);
-  if (request) JudgeRequest(report, answer.facts, request->facts, ShownPath(arguments.request));
-  JudgeContents(report, answer.facts, expectation(arguments, answer.facts, request, options), options);
-  JudgeSigner(report, answer.facts, pins, options);
-  const std::optional<Failure> failure = outcome(report, pins, name);
-
-  WriteLibraryMessages(answer.libraryMessages, options);
-  if (options.json) {
-    Json document = NewDocument("verify", arguments.file.empty() ? arguments.token : arguments.file);
-    if (failure) SetFailure(document, *failure);
-    document["token_file"] = name;
-    document["checks"] = report.Checks();
-    document["authority_checked"] = !failure && (pins.certificate || pins.fingerprint);
-    document["token"] = answer.facts["info"];
-    if (answer.facts["signer"].contains("sha256"))
-      document["signer_sha256"] = answer.facts["signer"]["sha256"];
-    document["ess"] = answer.facts["ess"];
-    if (!answer.libraryMessages.empty()) document["library_messages"] = EscapedLines(answer.libraryMessages);
-    WriteJson(document);
-  } else if (!options.quiet) {
-    std::string text = report.Text(options) + CutNote(answer.facts) + TimeLine(answer.facts);
-    if (!pins.Any() && !report.FirstFailure(name)) text += std::string(kUnpinned) + "\n";
-    WriteText(text);
-  }
-  if (!failure) return ExitStatus::Ok;
-  WriteFailure(*failure, options);
-  return failure->exit;
+ExitStatus verify(const Arguments& arguments, const Options& options) {
+  const Trust trust = ReadTrust(arguments.trust);
+  if (!arguments.jobs.empty()) return verify_jobs(arguments, trust, options);
+  if (!arguments.subjects.Single()) return verify_many(arguments, trust, options);
+  VerifyArguments one = arguments.one;
+  if (!arguments.subjects.files.empty()) one.file = arguments.subjects.files.front();
+  Worker worker(trust);
+  return Emit(VerifyOne(one, worker, trust, options));
 }
 
 }  // namespace
 
 Run AddVerify(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
-  app.add_option("FILE", arguments->file, "the stamped file; FILE.tsr and FILE.tsq are found beside it");
-  app.add_option("--token", arguments->token, "the reply or token")->type_name("TSR|TOKEN");
-  app.add_option("--request", arguments->request, "the request that it answers")->type_name("TSQ");
-  app.add_option("--digest", arguments->digest, "the file's digest, in place of reading it")
-      ->type_name("HEX");
-  app.add_option("--nonce", arguments->nonce, "the nonce that was sent")->type_name("HEX");
-  app.add_option("--policy", arguments->policy, "the policy that is wanted")->type_name("OID");
-  app.add_option("--tsa-cert", arguments->tsaCert, "trust this certificate of the authority")
-      ->type_name("PEM|DER");
-  app.add_option("--tsa-fingerprint", arguments->fingerprint, "trust the certificate of this digest")
-      ->type_name("sha256:HEX");
-  app.add_flag("--insecure-any-signer", arguments->anySigner, "trust whoever signed");
-  app.add_option("--ess", arguments->ess, "signing-certificate attribute: auto, v1 or v2")
+  VerifyArguments& one = arguments->one;
+  AddSubjectOptions(app, arguments->subjects, "stamped files; FILE.tsr and FILE.tsq are found beside each",
+                    "every file below DIR that has a .tsr beside it");
+  AddJobsOption(app, arguments->jobs);
+  app.add_option("--token", one.token.path, "the reply or token")->type_name("TSR|TOKEN");
+  app.add_option("--request", one.request.path, "the request that it answers")->type_name("TSQ");
+  app.add_option("--digest", one.digest, "the file's digest, in place of reading it")->type_name("[ALG:]HEX");
+  app.add_option("--nonce", one.nonce, "the nonce that was sent")->type_name("HEX");
+  app.add_option("--policy", one.policy, "the policy that is wanted")->type_name("OID");
+  AddTrustOptions(app, arguments->trust);
+  app.add_option("--ess", one.manner.ess, "signing-certificate attribute: auto, v1 or v2")
       ->check(CLI::IsMember({"auto", "v1", "v2"}))
       ->type_name("VERSION");
+  app.add_flag("--library-only", one.manner.libraryOnly, "leave the strict reader out");
   return [arguments](const Options& options) { return verify(*arguments, options); };
 }
 

@@ -1,21 +1,25 @@
-// Judging a token: what it says is held against what was asked for, and its signer against
-// whom the caller trusts. Works on the worker's answer (examine.h) and calls no decoder.
+// Judging a token: what it says is held against what was asked for, and its signer against whom the caller
+// trusts. Works on facts (message/facts.h) and decodes nothing.
 #pragma once
 
 #include <optional>
 #include <string>
 
 #include "tool/base/bytes.h"
-#include "tool/base/json.h"
 #include "tool/base/options.h"
 #include "tool/judge/report.h"
+#include "tool/message/facts.h"
+#include "tool/message/trust.h"
 
 namespace qex::tool {
 
 // What the token is to hold; parts that are absent are not checked.
 struct Expected {
-  std::optional<Bytes> digest;  // of the imprint, by the token's own hash
-  std::string digestSource;     // file name or option
+  std::optional<Imprint> imprint;
+  std::string imprintSource;                                          // file name or option
+  std::string noImprintReason = "no file or digest to compare with";  // shown when there is none
+  std::optional<RequestFacts> request;
+  std::string requestSource;
   std::optional<Bytes> nonce;
   std::string nonceSource;
   std::string noNonceReason = "no request to compare with";
@@ -23,32 +27,36 @@ struct Expected {
   std::string policySource;
 };
 
-// Whom the caller trusts.
-struct Pins {
-  std::optional<Bytes> certificate;  // given to the worker too
-  std::optional<Bytes> fingerprint;  // SHA-256 of the certificate
-  bool anySigner = false;
-
-  bool Any() const { return certificate || fingerprint || anySigner; }
+// How the judging is done, beside the options that every command takes.
+struct Manner {
+  std::string ess = "auto";
+  bool libraryOnly = false;
+  bool signatureAsked =
+      true;  // false: the authority was not asked for its certificate, and nobody is trusted
 };
 
+// JudgeToken makes every check of a token, in the order of the manual.
+Report JudgeToken(const Facts& facts, const Expected& expected, const Trust& trust, const Manner& manner,
+                  const Options& options);
+
+// InfoOf returns the TSTInfo that was judged: the strict reader's where it has one.
+const TstInfo& InfoOf(const Facts& facts);
+
+// SignerOf returns the certificate that signed; null when it is not known.
+const SignerCertificate* SignerOf(const Facts& facts);
+
+// AttributeName names the signing-certificate attribute that counts: "signing-certificate-v2".
+std::string AttributeName(const Facts& facts, const Manner& manner);
+
 // RefusalOf returns the failure that a refused request is; nothing for a granted one or a bare token.
-std::optional<Failure> RefusalOf(const Json& facts, const std::string& subject);
+std::optional<Failure> RefusalOf(const Facts& facts, const std::string& subject);
 
-void JudgeStatus(Report& report, const Json& facts);
-void JudgeContents(Report& report, const Json& facts, const Expected& expected, const Options& options);
-// The token's imprint against that of a request that the worker read.
-void JudgeRequest(Report& report, const Json& facts, const Json& request, const std::string& source);
-// Signature and signer; the verification must have been asked for.
-void JudgeSigner(Report& report, const Json& facts, const Pins& pins, const Options& options);
+// The parts of JudgeToken that lie in a source of their own.
+void JudgeContents(Report& report, const Facts& facts, const Expected& expected, const Options& options);
+void JudgeSigner(Report& report, const Facts& facts, const Trust& trust, const Manner& manner,
+                 const Options& options);
 
-// TimeLine is the last line about a token: time, accuracy, serial number, policy.
-std::string TimeLine(const Json& facts);
-
-// CutNote names the parts of a token that did not fit the library's record; empty when all did.
-std::string CutNote(const Json& facts);
-
-// TokenHash returns the algorithm of the token's imprint; throws a Failure that names an unknown one.
-const struct HashAlgorithm& TokenHash(const Json& facts, const std::string& subject);
+// WhoRead says which of the readers have the token's contents.
+By WhoRead(const Facts& facts);
 
 }  // namespace qex::tool

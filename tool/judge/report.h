@@ -1,4 +1,5 @@
-// The outcome of checks: one line each, in text and JSON alike, and a line for what was not checked.
+// The outcome of checks: one line each, in text and JSON alike, a line for what was not checked, and one for
+// what is worth knowing besides.
 #pragma once
 
 #include <optional>
@@ -6,38 +7,76 @@
 #include <vector>
 
 #include "tool/base/failure.h"
-#include "tool/base/json.h"
+#include "tool/base/json_fwd.h"
 #include "tool/base/options.h"
 
 namespace qex::tool {
 
+enum class Verdict { Pass, Fail, Skip, Note };
+
+// Who made a check. Of None there is one way alone.
+enum class By { None, Library, Strict, Both };
+
+// The sub-indications of ETSI EN 319 102-1, 5.1.3, that a failed check leads to. Those down to NotYetValid
+// fail a token; with the others it is undecided.
+enum class SubIndication {
+  FormatFailure,
+  HashFailure,
+  SigCryptoFailure,
+  Revoked,
+  NotYetValid,
+  SigConstraintsFailure,
+  ChainConstraintsFailure,
+  CertificateChainGeneralFailure,
+  CryptoConstraintsFailure,
+  NoSigningCertificateFound,
+  NoCertificateChainFound,
+  RevokedCaNoPoe,
+  OutOfBoundsNotRevoked,
+  TryLater,
+  Generic,
+};
+const char* NameOf(SubIndication sub);
+
+// Why a check says no.
+struct Fault {
+  std::string text;
+  SubIndication sub;
+  std::string hint;
+  ExitStatus exit = ExitStatus::CheckFailed;
+  int32_t code = 0;
+  int32_t asn1Error = 0;
+};
+
+struct Check {
+  Verdict verdict;
+  std::string name;  // the key of the check
+  std::string text;
+  By by = By::None;
+  std::optional<Fault> fault = {};
+};
+
 class Report {
  public:
-  void Pass(std::string name, std::string text);
-  // What was not checked.
+  void Pass(std::string name, std::string text, By by = By::None);
+  // What was not checked, with the reason.
   void Skip(std::string name, std::string text);
+  void Note(std::string name, std::string text);
   // A check that says no; the first one decides the exit status.
-  void Fail(std::string name, std::string text, ExitStatus exit, std::string hint, int32_t code = 0,
-            int32_t asn1Error = 0);
+  void Fail(std::string name, Fault fault, By by = By::None);
 
-  // The first check that said no, as a failure that names `subject`; nothing when all pass.
+  // The first check that said no; null when all pass.
+  const Check* FirstFault() const;
+  // The same as a failure that names `subject`.
   std::optional<Failure> FirstFailure(const std::string& subject) const;
+  const Check* Find(std::string_view name) const;
 
-  // One line a check.
+  // One line a check, escaped.
   std::string Text(const Options& options) const;
   // The member "checks" of a document.
   Json Checks() const;
 
  private:
-  enum class Verdict { Pass, Fail, Skip };
-  struct Check {
-    Verdict verdict;
-    std::string name;
-    std::string text;
-    Failure failure;
-  };
-
-  static const char* name_of(Verdict verdict);
   std::vector<Check> checks_;
 };
 

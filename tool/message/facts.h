@@ -51,6 +51,7 @@ struct Structure {
   bool messageDigestPresent = false;
   std::vector<Bytes>
       repeatedAttributes;              // signed attributes that stand more than once, or have not one value
+  bool imprintParametersFit = false;   // absent or NULL
   std::vector<Bytes> unknownCritical;  // critical extensions of the TSTInfo
   std::optional<bool> tsaNameFits;  // the tsa name is one of the signer's; absent: no name, or not compared
   bool operator==(const Structure&) const = default;
@@ -72,6 +73,15 @@ struct SignerCertificate {
   SignerKey key;
 };
 
+// Where a reader stopped.
+struct Stop {
+  std::string text;        // for people
+  std::string identifier;  // "name (dotted)" of the identifier that it has no type for; empty: another reason
+  bool algorithm = false;  // that identifier names an algorithm
+  int32_t code = 0;        // of the library
+  int32_t asn1Error = 0;
+};
+
 // One run of the library's verification, for one version of the signing-certificate attribute.
 struct LibraryCheck {
   std::string ess;  // v1 or v2
@@ -79,6 +89,7 @@ struct LibraryCheck {
   int32_t asn1Error = 0;
   std::string meaning;             // of the code
   std::optional<int32_t> ownCode;  // with the token's own certificate, when it failed with a given one
+  std::optional<Stop> stop;        // why the code says nothing about the signature: it could not be tried
 };
 
 struct LibraryReading {
@@ -90,16 +101,8 @@ struct LibraryReading {
   bool hasEssV2 = false;
   std::vector<std::string> cut;             // parts that are longer than the library's record
   std::optional<SignerCertificate> signer;  // the token's own certificate that the attribute names
-  std::vector<LibraryCheck> checks;         // none: not asked for, or the key is too large to be tried
-};
-
-// Where a reader stopped.
-struct Stop {
-  std::string text;        // for people
-  std::string identifier;  // "name (dotted)" of the identifier that it has no type for; empty: another reason
-  bool algorithm = false;  // that identifier names an algorithm
-  int32_t code = 0;        // of the library
-  int32_t asn1Error = 0;
+  std::vector<LibraryCheck> checks;         // none: not asked for, or
+  std::optional<SignerKey> tooLarge;        // the key that was too large to be tried
 };
 
 enum class SignatureResult : uint8_t {

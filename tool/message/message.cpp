@@ -1,6 +1,7 @@
 // Taking the armour off messages (RFC 7468, leniently), and putting it on.
 #include "tool/message/message.h"
 
+#include <algorithm>
 #include <array>
 #include <optional>
 #include <string_view>
@@ -59,16 +60,35 @@ std::optional<Bytes> from_base64(std::string_view text) {
   return octets;
 }
 
-// The base64 text of the first PEM block.
-std::optional<std::string_view> pem_body(std::string_view text) {
+struct PemBlock {
+  std::string_view label;
+  std::string_view body;  // base64
+  bool whole;             // its end is there
+};
+
+// The next PEM block of `text`, which then begins after it.
+std::optional<PemBlock> take_block(std::string_view& text) {
   const size_t begin = text.find(kBegin);
   if (begin == std::string_view::npos) return std::nullopt;
-  const size_t label = text.find(kDashes, begin + kBegin.size());
+  const size_t name = begin + kBegin.size();
+  const size_t label = text.find(kDashes, name);
   if (label == std::string_view::npos) return std::nullopt;
   const size_t body = label + kDashes.size();
   const size_t end = text.find(kEnd, body);
-  if (end == std::string_view::npos) return std::nullopt;
-  return text.substr(body, end - body);
+  const PemBlock block{text.substr(name, label - name), text.substr(body, end - body),
+                       end != std::string_view::npos};
+  text.remove_prefix(std::min(end, text.size()));
+  return block;
+}
+
+// The base64 text of the first PEM block.
+std::optional<std::string_view> pem_body(std::string_view text) {
+  const auto block = take_block(text);
+  return block && block->whole ? std::optional(block->body) : std::nullopt;
+}
+
+std::string_view text_of(ByteView data) {
+  return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
 Bytes without_armour(Bytes data) {
@@ -86,10 +106,10 @@ Message ParseMessage(std::string path, Bytes data) {
   return {std::move(path), std::move(octets), kind};
 }
 
-Message ReadAnyMessage(const std::string& path) {
-  Message message = ParseMessage(path, ReadMessage(path));
+Message ReadAnyMessage(const Source& source) {
+  Message message = ParseMessage(source.path, source.data ? *source.data : ReadMessage(source.path));
   if (message.kind != inspect::Kind::Unknown) return message;
-  const std::string name = ShownPath(path);
+  const std::string name = ShownPath(source.path);
   if (message.octets.empty()) {
     throw Failure{ExitStatus::Input, name + ": is empty",
                   "the file was cut off, or never written; fetch it again"};
@@ -98,11 +118,11 @@ Message ReadAnyMessage(const std::string& path) {
                 "it may be DER, PEM or base64; was it cut off, or is it the stamped file itself?"};
 }
 
-Message ReadMessageOf(const std::string& path, inspect::Kind kind) {
-  Message message = ReadAnyMessage(path);
+Message ReadMessageOf(const Source& source, inspect::Kind kind) {
+  Message message = ReadAnyMessage(source);
   if (message.kind == kind) return message;
   throw Failure{ExitStatus::Input,
-                ShownPath(path) + ": is a " + inspect::KindName(message.kind) + ", where a " +
+                ShownPath(source.path) + ": is a " + inspect::KindName(message.kind) + ", where a " +
                     inspect::KindName(kind) + " is needed",
                 "name the file that holds the " + std::string(inspect::KindName(kind))};
 }
@@ -117,6 +137,20 @@ Message AsTokenOrReply(Message message) {
 
 Message ReadTokenOrReply(const std::string& path) {
   return AsTokenOrReply(ReadAnyMessage(path));
+}
+
+std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> labels) {
+  std::vector<Bytes> found;
+  std::string_view text = text_of(data);
+  while (const auto block = take_block(text)) {
+    if (std::ranges::find(labels, block->label) == labels.end()) continue;
+    found.push_back(block->whole ? from_base64(block->body).value_or(Bytes{}) : Bytes{});
+  }
+  return found;
+}
+
+bool HoldsPem(ByteView data) {
+  return text_of(data).find(kBegin) != std::string_view::npos;
 }
 
 std::string ToPem(ByteView der, const std::string& label) {

@@ -8,12 +8,13 @@
 #include <string_view>
 
 #include "api/qex.h"
-#include "tool/base/escape.h"
+#include "tool/base/failure.h"
 #include "tool/base/hash.h"
+#include "tool/base/json.h"
 #include "tool/message/oid_text.h"
+#include "tool/worker/inspect/code_texts.h"
 #include "tool/worker/inspect/describe.h"
 #include "tool/worker/library_call.h"
-#include "tool/worker/worker.h"
 
 namespace qex::tool {
 namespace {
@@ -24,8 +25,8 @@ constexpr uint8_t kGeneralizedTime = 0x18;
 void add_time(Json& object, const std::string& name, std::string_view time) {
   if (time.empty()) return;
   const auto* octets = reinterpret_cast<const uint8_t*>(time.data());
-  object[name] = Escaped(inspect::TimeText(kGeneralizedTime, {octets, time.size()}));
-  object[name + "_as_received"] = Escaped(time);
+  object[name] = inspect::TimeText(kGeneralizedTime, {octets, time.size()});
+  object[name + "_as_received"] = std::string(time);
 }
 
 // The shortest decimal number that is this one in single precision: 0.1, not 0.10000000149.
@@ -66,14 +67,14 @@ Json describe_info(ByteView tac) {
     throw LibraryFailure("the attribute certificate cannot be read", code, tac);
   }
   Json info;
-  if (record.holderName[0] != '\0') info["holder"] = Escaped(record.holderName);
+  if (record.holderName[0] != '\0') info["holder"] = record.holderName;
   if (record.objectDigestLen != 0) {
-    const HashAlgorithm* hash = FindHash(record.digestAlgorithm);
+    const HashAlgorithm* hash = FindHash(std::string_view(record.digestAlgorithm));
     info["holder_digest_algorithm"] =
         hash == nullptr ? inspect::NamedOid(record.digestAlgorithm) : std::string(hash->name);
     info["holder_digest"] = octets_text(record.objectDigest, record.objectDigestLen);
   }
-  if (record.issuerName[0] != '\0') info["issuer"] = Escaped(record.issuerName);
+  if (record.issuerName[0] != '\0') info["issuer"] = record.issuerName;
   info["serial"] = IntegerText(FieldOf(record.serialNumber, static_cast<uint32_t>(record.serialNumberLen)));
   add_time(info, "not_before", record.notBefore);
   add_time(info, "not_after", record.notAfter);
@@ -121,40 +122,47 @@ int32_t describe_policy(Json& people, ByteView tac) {
 
 }  // namespace
 
-Json DescribeTac(ByteView tac) {
-  Json facts{{"der", ToHex(tac)}, {"sha256", ToHex(Sha256(tac))}};
+TacFacts DescribeTac(ByteView tac) {
+  TacFacts facts;
+  facts.der.assign(tac.begin(), tac.end());
+  facts.sha256 = Sha256(tac);
   Json info = describe_info(tac);
-  facts["metrics_code"] = describe_metrics(info, tac);
-  facts["policy_code"] = describe_policy(info, tac);
+  facts.metricsCode = describe_metrics(info, tac);
+  facts.policyCode = describe_policy(info, tac);
   info["attributes"] = inspect::AttributeTypes(tac);
-  facts["info"] = info;
+  facts.info = info.dump(-1, ' ', false, Json::error_handler_t::replace);
   return facts;
 }
 
-void DescribeTacOfToken(Json& facts, ByteView token, const Bytes& given) {
+void DescribeTacOfToken(Facts& facts, ByteView token, const Bytes& given, const std::string& serves) {
   Bytes own;
   const int32_t code = FetchOutput(own, 0, [&](uint8_t* out, uint32_t* length) {
     return QEX_GetTST_TimeAttributeCert(out, length, token.data(), LengthOf(token));
   });
   RequireMemory("the attribute certificate cannot be taken out", code);
-  Json tac{{"code", code}, {"asn1_error", QEX_GetLastAsnError()}};
+  const int32_t asn1Error = QEX_GetLastAsnError();
+  TacFacts tac;
   if (code == QEX_OK) {
     // One of a form that has no reader is no reason to refuse the token.
     try {
-      tac.update(DescribeTac(own));
+      tac = DescribeTac(own);
     } catch (const Failure& failure) {
       if (failure.exit == ExitStatus::Internal) throw;
-      tac["der"] = ToHex(own);
-      tac["failure"] = ToJson(failure);
+      tac.der = own;
+      tac.sha256 = Sha256(own);
+      tac.failure = failure;
     }
   }
-  facts["tac"] = tac;
+  tac.code = code;
+  tac.asn1Error = asn1Error;
+  tac.meaning = inspect::CodeMeaning(code);
+  facts.tac = std::move(tac);
   const Bytes& matched = given.empty() ? own : given;
   if (matched.empty()) return;
   const int32_t match = CallWithMemory("the attribute certificate cannot be matched", [&] {
     return QEX_CheckTAC_MatchesTST(matched.data(), LengthOf(matched), token.data(), LengthOf(token));
   });
-  facts["tac_match"] = {{"code", match}, {"asn1_error", QEX_GetLastAsnError()}};
+  facts.tacMatch = TacMatch{match, QEX_GetLastAsnError(), inspect::CodeMeaning(match), serves};
 }
 
 }  // namespace qex::tool

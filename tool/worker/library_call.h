@@ -11,12 +11,20 @@
 #include "api/qex.h"
 #include "tool/base/bytes.h"
 #include "tool/base/failure.h"
+#include "tool/message/facts.h"
 
 namespace qex::tool {
 
-// LibraryFailure returns the Failure of an export that answered `code` on `message`; the last ASN.1
-// error must still be that of the call. When the library stopped at an identifier that it has no type
-// for, that identifier is named: an algorithm leads to exit status 7, any other one to 4.
+// LibraryStop returns where an export stopped that answered `code` on `message`; the last ASN.1 error must
+// still be that of the call. An identifier that the library has no type for is named. Throws the Failure of
+// memory that ran out.
+Stop LibraryStop(const std::string& what, int32_t code, ByteView message);
+
+// FailureOf is what a stop is when nobody else reads the message: exit status 7 for an algorithm that has no
+// type, else that of the code.
+Failure FailureOf(const Stop& stop);
+
+// LibraryFailure is both together.
 Failure LibraryFailure(const std::string& what, int32_t code, ByteView message);
 
 // RequireMemory throws the Failure of a call that ran out of memory, in the library or in a decoder of
@@ -34,10 +42,6 @@ int32_t CallWithMemory(const std::string& what, Call call) {
   RequireMemory(what, code);
   return code;
 }
-
-// UnknownIdentifierFailure is the part of it that names such an identifier; nothing when the last ASN.1
-// error is another one or none is found.
-std::optional<Failure> UnknownIdentifierFailure(const std::string& what, int32_t code, ByteView message);
 
 // LengthOf returns the length as the exports take it; messages are at most kMaxMessage long.
 inline uint32_t LengthOf(ByteView data) {

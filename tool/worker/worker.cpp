@@ -1,280 +1,265 @@
-// Starting a worker and talking with it over three pipes.
+// Workers: limits, questions and answers, and what is said of one that ended.
 #include "tool/worker/worker.h"
 
-#include <fcntl.h>
-#include <poll.h>
 #include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
-#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-#include <iterator>
 #include <new>
-#include <utility>
 
+#include "api/qex.h"
 #include "tool/base/failure.h"
+#include "tool/base/json.h"
+#include "tool/base/sanitized.h"
+#include "tool/message/facts_json.h"
 #include "tool/worker/examine.h"
-
-#if defined(__SANITIZE_ADDRESS__)
-#define QEX_TOOL_SANITIZED 1
-#elif defined(__has_feature)
-#if __has_feature(address_sanitizer)
-#define QEX_TOOL_SANITIZED 1
-#endif
-#endif
+#include "tool/worker/strict/strict.h"
 
 namespace qex::tool {
 namespace {
 
 constexpr rlim_t kMaxMemory = rlim_t{1} << 30;
-constexpr rlim_t kMaxSeconds = 20;
-constexpr size_t kMaxAnswer = size_t{256} << 20;
-constexpr size_t kMaxMessages = size_t{64} << 10;  // what is written beyond is dropped
+constexpr rlim_t kMaxSeconds = 20;  // of processor time, for one message
 
-struct Pipe {
-  int read = -1;
-  int write = -1;
+constexpr const char* kVersionNames[] = {"v1", "v2"};
 
-  Pipe() {
-    int ends[2];
-    if (::pipe2(ends, O_CLOEXEC) != 0) throw std::bad_alloc();
-    read = ends[0];
-    write = ends[1];
+struct rlimit limit_of(decltype(RLIMIT_CPU) resource) {
+  struct rlimit now {};
+  ::getrlimit(resource, &now);
+  return now;
+}
+
+// A lower limit that the caller has set stays.
+void set_limit(decltype(RLIMIT_CPU) resource, rlim_t soft, rlim_t hard) {
+  const struct rlimit now = limit_of(resource);
+  const struct rlimit wanted { std::min(now.rlim_cur, soft), std::min(now.rlim_max, hard) };
+  ::setrlimit(resource, &wanted);
+}
+
+// Every message has the same time, however many came before it.
+class Clock {
+ public:
+  Clock() : callers_(limit_of(RLIMIT_CPU)) {}
+  void Restart() const {
+    struct rusage used {};
+    ::getrusage(RUSAGE_SELF, &used);
+    const auto spent = static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec + 1);
+    const rlim_t allowed = std::min(kMaxSeconds, callers_.rlim_cur);
+    const struct rlimit wanted { std::min(spent + allowed - 1, callers_.rlim_max), callers_.rlim_max };
+    ::setrlimit(RLIMIT_CPU, &wanted);
   }
-  ~Pipe() {
-    close_read();
-    close_write();
-  }
-  Pipe(const Pipe&) = delete;
-  Pipe& operator=(const Pipe&) = delete;
-  void close_read() { close(read); }
-  void close_write() { close(write); }
 
  private:
-  static void close(int& fd) {
-    if (fd >= 0) ::close(fd);
-    fd = -1;
-  }
+  struct rlimit callers_;
 };
 
-// Lower limits that the caller has set stay.
-void limit(int resource, rlim_t soft, rlim_t hard) {
-  struct rlimit now {};
-  if (::getrlimit(static_cast<decltype(RLIMIT_CPU)>(resource), &now) != 0) return;
-  const struct rlimit wanted { std::min(now.rlim_cur, soft), std::min(now.rlim_max, hard) };
-  ::setrlimit(static_cast<decltype(RLIMIT_CPU)>(resource), &wanted);
+std::string frame_of(const Json& json) {
+  std::string frame;
+  Json::to_cbor(json, nlohmann::detail::output_adapter<char>(frame));
+  return frame;
 }
 
-void set_limits() {
-  limit(RLIMIT_CORE, 0, 0);
-  // SIGXCPU comes at the soft limit; a worker whose caller ignores that signal is killed at the hard one.
-  limit(RLIMIT_CPU, kMaxSeconds, kMaxSeconds + 2);
-#ifndef QEX_TOOL_SANITIZED  // whose shadow memory alone is beyond any limit
-  limit(RLIMIT_AS, kMaxMemory, kMaxMemory);
-#endif
-}
-
-// In the child, between fork and exec: calls that are safe there alone.
-[[noreturn]] void become_worker(const Pipe& in, const Pipe& out, const Pipe& err) {
-  const bool ready = ::dup2(in.read, STDIN_FILENO) >= 0 && ::dup2(out.write, STDOUT_FILENO) >= 0 &&
-                     ::dup2(err.write, STDERR_FILENO) >= 0;
-  char name[] = "qex";
-  char word[32];
-  std::strncpy(word, kWorkerArgument, sizeof word - 1);
-  word[sizeof word - 1] = '\0';
-  char* const words[] = {name, word, nullptr};
-  if (ready) ::execv("/proc/self/exe", words);
-  ::_exit(127);
-}
-
-void append_limited(std::string& text, const char* data, size_t length, size_t most) {
-  text.append(data, std::min(length, most - std::min(most, text.size())));
-}
-
-// Feeds the worker and gathers what it writes, all at once, so that no pipe fills up unread.
-void converse(Pipe& in, Pipe& out, Pipe& err, const std::string& question, std::string& answer,
-              std::string& messages) {
-  ::fcntl(in.write, F_SETFL, O_NONBLOCK);
-  size_t sent = 0;
-  std::array<char, 65536> buffer{};
-  const auto gather = [&](Pipe& from, std::string& text, size_t most) {
-    const ssize_t n = ::read(from.read, buffer.data(), buffer.size());
-    if (n > 0) append_limited(text, buffer.data(), static_cast<size_t>(n), most);
-    if (n == 0 || (n < 0 && errno != EINTR && errno != EAGAIN)) from.close_read();
-  };
-  while (out.read >= 0 || err.read >= 0) {
-    if (sent == question.size()) in.close_write();
-    struct pollfd ends[] = {{in.write, POLLOUT, 0}, {out.read, POLLIN, 0}, {err.read, POLLIN, 0}};
-    if (::poll(ends, std::size(ends), -1) < 0) {
-      if (errno == EINTR) continue;
-      throw std::bad_alloc();
-    }
-    if (ends[0].revents != 0) {
-      const ssize_t n = ::write(in.write, question.data() + sent, question.size() - sent);
-      if (n > 0) sent += static_cast<size_t>(n);
-      if (n < 0 && errno != EINTR && errno != EAGAIN) sent = question.size();  // it has gone
-    }
-    if (ends[1].revents != 0) gather(out, answer, kMaxAnswer);
-    if (ends[2].revents != 0) gather(err, messages, kMaxMessages);
-  }
-}
-
-int wait_for(pid_t worker) {
-  int status = 0;
-  while (::waitpid(worker, &status, 0) < 0 && errno == EINTR) {
-  }
-  return status;
-}
-
-Failure ended(int status, const std::string& name, const std::string& messages) {
-  std::string how;
-  if (WIFSIGNALED(status)) {
-    const int number = WTERMSIG(status);
-    if (number == SIGXCPU) {
-      how = "it was stopped for taking too much time";
-    } else if (number == SIGKILL) {  // by the system, which does not say why
-      how = "it was killed, for taking too much time or memory or by somebody";
-    } else {
-      how = "it was ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
-    }
-  } else {
-    how = "it ended with status " + std::to_string(WEXITSTATUS(status));
-  }
-  return {
-      ExitStatus::Internal,
-      name + ": the worker process that reads it gave no answer: " + how,
-      "nothing is known about the message, so do not rely on it; run again with -v, and report what it shows",
-      0,
-      0,
-      messages};
-}
-
-// A job crosses the pipe as JSON.
-Json to_json(const Job& job) {
-  return {{"message", ToHex(job.message)},
-          {"verify", job.verify},
-          {"certificate", ToHex(job.certificate)},
-          {"ess", job.ess},
-          {"asn1", job.asn1},
-          {"tac", ToHex(job.tac)},
-          {"rewriting", static_cast<int>(job.rewriting)}};
-}
-
-Job job_from(const Json& json) {
-  return {"",
-          FromHex(json.at("message").get<std::string>()).value(),
-          json.at("verify").get<bool>(),
-          FromHex(json.at("certificate").get<std::string>()).value(),
-          json.at("ess").get<std::string>(),
-          json.at("asn1").get<bool>(),
-          FromHex(json.at("tac").get<std::string>()).value(),
-          static_cast<Rewriting>(json.at("rewriting").get<int>())};
-}
-
-std::string read_standard_input() {
-  std::string text;
-  std::array<char, 65536> buffer{};
-  for (ssize_t n; (n = ::read(STDIN_FILENO, buffer.data(), buffer.size())) != 0;) {
-    if (n > 0) text.append(buffer.data(), static_cast<size_t>(n));
-    if (n < 0 && errno != EINTR) break;
-  }
-  return text;
-}
-
-std::string text_of(const Json& answer) {
-  return answer.dump(-1, ' ', false, Json::error_handler_t::replace);
-}
-
-// The answer to a job, whole before any of it crosses the pipe.
-std::string answer_to(const std::string& question) {
-  try {
-    return text_of({{"facts", Examine(job_from(Json::parse(question)))}});
-  } catch (const Failure& failure) {
-    return text_of({{"failure", ToJson(failure)}});
-  }
+Json json_of(const std::string& frame) {
+  return Json::from_cbor(frame, true, false);
 }
 
 const std::string& out_of_memory_answer() {
-  static const std::string text =
-      text_of({{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
-                                   "no time-stamp message needs that much; do not rely on it"})}});
-  return text;
+  static const std::string frame = [] {
+    const std::string text =
+        frame_of({{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
+                                      "no time-stamp message needs that much; do not rely on it"})}});
+    const auto length = static_cast<uint32_t>(text.size());
+    std::string whole(sizeof length, '\0');
+    std::memcpy(whole.data(), &length, sizeof length);
+    return whole + text;
+  }();
+  return frame;
 }
 
 // Answers that memory ran out, which takes none, and ends the worker. Nothing is unwound: JSON values end the
 // process when memory runs out while they are built or released.
 [[noreturn]] void end_without_memory() {
-  const std::string& text = out_of_memory_answer();
-  const bool written = ::write(STDOUT_FILENO, text.data(), text.size()) == static_cast<ssize_t>(text.size());
+  const std::string& frame = out_of_memory_answer();
+  const bool written =
+      ::write(STDOUT_FILENO, frame.data(), frame.size()) == static_cast<ssize_t>(frame.size());
   ::_exit(written ? 0 : 1);
 }
 
-}  // namespace
-
-Json ToJson(const Failure& failure) {
-  return {{"exit", static_cast<int>(failure.exit)},
-          {"message", failure.message},
-          {"hint", failure.hint},
-          {"code", failure.code},
-          {"asn1_error", failure.asn1Error}};
-}
-
-Failure FailureFrom(const Json& json, const std::string& name, const std::string& messages) {
-  return {static_cast<ExitStatus>(json.at("exit").get<int>()),
-          name + ": " + json.at("message").get<std::string>(),
-          json.at("hint").get<std::string>(),
-          json.at("code").get<int32_t>(),
-          json.at("asn1_error").get<int32_t>(),
-          messages};
-}
-
-Answer Ask(const Job& job) {
-  Pipe in;
-  Pipe out;
-  Pipe err;
-  const std::string question = to_json(job).dump();
-  std::fflush(nullptr);
-  const pid_t worker = ::fork();
-  if (worker < 0) {
-    throw Failure{ExitStatus::Internal,
-                  std::string("no worker process can be started: ") + std::strerror(errno),
-                  "the system is out of processes or memory; try again"};
+// The answer to a question, whole before any of it crosses the pipe.
+std::string answer_to(const std::string& question, const Trust& trust, bool& trustChecked) {
+  try {
+    const Json json = json_of(question);
+    if (!trustChecked) CheckTrust(trust);
+    trustChecked = true;
+    if (json.is_null()) return frame_of({{"trust", true}});
+    const std::string served = json.at("serve").get<std::string>();
+    return frame_of({{"facts", ToJson(Examine(JobFrom(json.at("job")), trust, served))}});
+  } catch (const Failure& failure) {
+    return frame_of({{"failure", ToJson(failure)}});
   }
-  if (worker == 0) become_worker(in, out, err);
-  in.close_read();
-  out.close_write();
-  err.close_write();
-  std::string answer;
-  std::string messages;
-  converse(in, out, err, question, answer, messages);
-  const int status = wait_for(worker);
-  const Json json = Json::parse(answer, nullptr, false);
-  const bool finished = WIFEXITED(status) && WEXITSTATUS(status) == 0 && json.is_object();
-  if (!finished) throw ended(status, job.name, messages);
-  if (json.contains("failure")) throw FailureFrom(json["failure"], job.name, messages);
-  return {json.at("facts"), messages};
 }
 
-int RunWorker() {
+void set_limits() {
+  set_limit(RLIMIT_CORE, 0, 0);
+  // A sanitizer's shadow memory alone is beyond any limit.
+  if (!kSanitized) set_limit(RLIMIT_AS, kMaxMemory, kMaxMemory);
+}
+
+// The worker's side: questions until there are no more.
+int serve(const Trust& trust, const char* version) {
   set_limits();
+  if (version != nullptr &&
+      ::setenv("QEX_VERIFY_ESSCERTIDV2", std::strcmp(version, "v2") == 0 ? "1" : "0", 1) != 0)
+    return 1;
   out_of_memory_answer();
   std::set_new_handler(end_without_memory);
-  std::string text;
+  const Clock clock;
+  bool trustChecked = false;
   try {
-    text = answer_to(read_standard_input());
+    while (const auto question = ReadFrame(STDIN_FILENO)) {
+      clock.Restart();
+      if (!WriteFrame(STDOUT_FILENO, answer_to(*question, trust, trustChecked))) return 1;
+    }
   } catch (const std::bad_alloc&) {  // thrown for what is not allocated by operator new
     end_without_memory();
   } catch (const std::exception& error) {
     std::fprintf(stderr, "worker: %s\n", error.what());
     return 1;
   }
-  return std::fwrite(text.data(), 1, text.size(), stdout) == text.size() && std::fflush(stdout) == 0 ? 0 : 1;
+  return 0;
+}
+
+std::string end_in_words(int status) {
+  if (!WIFSIGNALED(status)) return "it ended with status " + std::to_string(WEXITSTATUS(status));
+  const int number = WTERMSIG(status);
+  if (number == SIGXCPU) return "it was stopped for taking too much time";
+  // By the system, which does not say why.
+  if (number == SIGKILL) return "it was killed, for taking too much time or memory or by somebody";
+  return "it was ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
+}
+
+Failure ended(int status, const std::string& name, const std::string& messages) {
+  return {
+      ExitStatus::Internal,
+      name + ": the worker process that reads it gave no answer: " + end_in_words(status),
+      "nothing is known about the message, so do not rely on it; run again with -v, and report what it shows",
+      0,
+      0,
+      messages};
+}
+
+// The version to begin with. Which attributes a token has only a worker can say; that the octets of the
+// second one's identifier are somewhere in it is a good guess.
+bool may_have_v2(const Bytes& message) {
+  constexpr uint8_t kSigningCertificateV2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
+                                               0x01, 0x09, 0x10, 0x02, 0x2F};
+  return std::ranges::search(message, kSigningCertificateV2).begin() != message.end();
+}
+
+}  // namespace
+
+std::string Worker::exchange(Version version, const std::string& question, const std::string& name,
+                             std::string& messages) {
+  std::unique_ptr<ChildProcess>& process = processes_[version];
+  if (process == nullptr) {
+    process = std::make_unique<ChildProcess>(
+        ChildProcess::Errors::Capture, [this, version] { return serve(trust_, kVersionNames[version]); });
+  }
+  std::optional<std::string> answer;
+  if (process->Send(question)) answer = process->Receive();
+  messages += process->TakeMessages();
+  if (answer) return *answer;
+  const int status = process->Wait();
+  messages += process->TakeMessages();
+  process.reset();
+  throw ended(status, name, messages);
+}
+
+void Worker::CheckTrust() {
+  std::string messages;
+  const Json json = json_of(exchange(V2, frame_of(nullptr), "the trusted certificates", messages));
+  if (json.contains("failure")) throw FailureFrom(json.at("failure"));
+}
+
+Answer Worker::ask(Version version, const Job& job) {
+  Answer answer;
+  const std::string question = frame_of({{"serve", kVersionNames[version]}, {"job", ToJson(job)}});
+  const Json json = json_of(exchange(version, question, job.name, answer.libraryMessages));
+  try {
+    if (json.is_object() && json.contains("failure")) {
+      Failure failure = FailureFrom(json["failure"]);
+      failure.message = job.name + ": " + failure.message;
+      failure.libraryMessages = answer.libraryMessages;
+      throw Failure{failure};
+    }
+    answer.facts = FactsFrom(json.at("facts"));
+  } catch (const std::exception& error) {
+    throw Failure{ExitStatus::Internal,
+                  job.name + ": the worker's answer cannot be read: " + error.what(),
+                  "nothing is known about the message, so do not rely on it; please report this",
+                  0,
+                  0,
+                  answer.libraryMessages};
+  }
+  return answer;
+}
+
+Answer Worker::Ask(const Job& job) {
+  if (job.ess != "auto") return ask(job.ess == "v2" ? V2 : V1, job);
+  const bool versionMatters = job.verify || job.takeTac || job.describe;
+  if (!versionMatters) return ask(processes_[V1] != nullptr ? V1 : V2, job);
+  const Version first = may_have_v2(job.message) ? V2 : V1;
+  Answer answer = ask(first, job);
+  if (!answer.facts.library) return answer;
+  LibraryReading& reading = *answer.facts.library;
+  const bool wanted[kVersions] = {reading.hasEssV1, reading.hasEssV2};
+  const Version second = first == V2 ? V1 : V2;
+  if (!wanted[second]) return answer;
+  // The other version is another process's; with both attributes both must hold.
+  Job other = job;
+  other.ess = kVersionNames[second];
+  other.libraryOnly = true;
+  other.describe = other.asn1 = false;
+  Answer more = ask(second, other);
+  answer.libraryMessages += more.libraryMessages;
+  if (!more.facts.library) return answer;
+  if (!wanted[first]) {
+    reading.checks.clear();
+    reading.signer = more.facts.library->signer;
+    answer.facts.tac = more.facts.tac;
+    answer.facts.tacMatch = more.facts.tacMatch;
+  }
+  for (LibraryCheck& check : more.facts.library->checks) reading.checks.push_back(std::move(check));
+  return answer;
+}
+
+Answer AskOnce(const Job& job) {
+  static const Trust kNobody;
+  return Worker(kNobody).Ask(job);
+}
+
+int RunWorker() {
+  set_limits();
+  out_of_memory_answer();
+  std::set_new_handler(end_without_memory);
+  std::string question;
+  char buffer[65536];
+  for (ssize_t n; (n = ::read(STDIN_FILENO, buffer, sizeof buffer)) > 0;)
+    question.append(buffer, static_cast<size_t>(n));
+  bool trustChecked = false;
+  try {
+    return WriteFrame(STDOUT_FILENO, answer_to(question, Trust{}, trustChecked)) ? 0 : 1;
+  } catch (const std::bad_alloc&) {
+    end_without_memory();
+  } catch (const std::exception& error) {
+    std::fprintf(stderr, "worker: %s\n", error.what());
+    return 1;
+  }
 }
 
 }  // namespace qex::tool

@@ -1,53 +1,52 @@
-// The worker: the process in which the library reads what others made.
+// The worker: the processes in which foreign octets are decoded.
 //
 // The library reads its environment switch once in the life of a process, ends the process when a
-// precondition of its arithmetic is broken, and writes to standard error; so every message is read
-// in a process of its own, with limits on memory and processor time, whose end harms nobody.
+// precondition of its arithmetic is broken, and writes to standard error; so every message is read in a
+// process of its own, with limits on memory and processor time, whose end harms nobody. A process serves one
+// version of the signing-certificate attribute and many messages; one that ended is replaced.
 #pragma once
 
-#include <cstdint>
+#include <array>
+#include <memory>
 #include <string>
 
-#include "tool/base/bytes.h"
-#include "tool/base/failure.h"
-#include "tool/base/json.h"
+#include "tool/base/process.h"
+#include "tool/message/job.h"
+#include "tool/message/trust.h"
 
 namespace qex::tool {
 
-// The one word on the command line of a worker. It is no command: people never type it.
+// The one word on the command line that makes the tool read one job from standard input and write its answer
+// to standard output, both as they cross the pipe. It is no command: tests of memory use it.
 inline constexpr const char* kWorkerArgument = "--worker-process";
 
-// How a token is written afresh.
-enum class Rewriting : uint8_t { None, DropAttrCerts, IdData };
+class Worker {
+ public:
+  // `trust` is handed to the processes as they are forked, and must stay as it is and outlive this object.
+  explicit Worker(const Trust& trust) : trust_(trust) {}
 
-// What the worker is asked about one message.
-struct Job {
-  std::string name;          // how failures name the message
-  Bytes message;             // request, reply, token or certificate
-  bool verify = false;       // the signature too, of a reply's token or a token
-  Bytes certificate = {};    // the one to verify with; empty: the token's own
-  std::string ess = "auto";  // which signing-certificate attribute counts: auto, v1, v2
-  bool asn1 = false;         // print it too
-  Bytes tac = {};            // the attribute certificate to match; empty: the token's own
-  Rewriting rewriting = Rewriting::None;
+  // CheckTrust has what the caller trusts decoded; throws a Failure that names what cannot be.
+  void CheckTrust();
+
+  // Ask has a job done; throws the worker's Failure, or one of exit status 70 when the process ended before
+  // it answered. With `ess` auto every signing-certificate attribute of the token is checked.
+  Answer Ask(const Job& job);
+
+ private:
+  enum Version : size_t { V1, V2, kVersions };
+
+  std::string exchange(Version version, const std::string& question, const std::string& name,
+                       std::string& messages);
+  Answer ask(Version version, const Job& job);
+
+  const Trust& trust_;
+  std::array<std::unique_ptr<ChildProcess>, kVersions> processes_;
 };
 
-// What it answered.
-struct Answer {
-  Json facts;                   // see examine.h
-  std::string libraryMessages;  // what the library wrote to standard error
-};
+// AskOnce has one job done by a worker that is told of nobody to trust, and ends.
+Answer AskOnce(const Job& job);
 
-// Ask has a job done in a worker; throws the worker's Failure, or one of exit status 70 when the
-// worker ended before it answered.
-Answer Ask(const Job& job);
-
-// A failure crosses the pipe as JSON. ToJson and FailureFrom are the two ways; on the way back it is told
-// what the message is called, and what the library wrote about it.
-Json ToJson(const Failure& failure);
-Failure FailureFrom(const Json& json, const std::string& name, const std::string& messages);
-
-// RunWorker is the worker's side: one job from standard input, one answer to standard output.
+// RunWorker does one job of standard input; see kWorkerArgument.
 int RunWorker();
 
 }  // namespace qex::tool

@@ -3,6 +3,7 @@
 
 #include "asn1/oids.h"
 #include "asn1/x509.h"
+#include "tool/base/json.h"
 #include "tool/message/oid_text.h"
 #include "tool/worker/inspect/decoded.h"
 #include "tool/worker/inspect/describe.h"
@@ -51,28 +52,34 @@ std::string excess_of(const char* name, View number, size_t most) {
   return std::string(name) + " of " + std::to_string(bits) + " bits, more than " + std::to_string(most);
 }
 
-KeyFacts rsa_facts(const SubjectPublicKeyInfo& info) {
+tool::SignerKey rsa_facts(const SubjectPublicKeyInfo& info) {
   const DecodedRsaKey key({info.subjectPublicKey.octs, info.subjectPublicKey.count / 8});
-  if (!key) return {"rsa", 0, {}, true, ""};
+  if (!key) return {"rsa", "rsa", 0, {}, true, ""};
   const View modulus = octets_of(key->modulus);
   const View exponent = without_zeros(octets_of(key->publicExponent));
   std::string excess = excess_of("a modulus", modulus, kMaxModulusBits);
   if (excess.empty()) excess = excess_of("a public exponent", exponent, kMaxExponentBits);
-  return {"rsa", bits_of(modulus), {exponent.begin(), exponent.end()}, !is_large_exponent(exponent), excess};
+  return {"rsa",
+          "rsa " + std::to_string(bits_of(modulus)),
+          bits_of(modulus),
+          {exponent.begin(), exponent.end()},
+          !is_large_exponent(exponent),
+          excess};
 }
 
-KeyFacts dsa_facts(const SubjectPublicKeyInfo& info) {
+tool::SignerKey dsa_facts(const SubjectPublicKeyInfo& info) {
   const AsnAny& parameters = info.algorithm->parameters;
   const bool present =
       parameters.ai != nullptr && parameters.ai->anyId == kAnyDsa && parameters.value != nullptr;
-  if (!present) return {"dsa", 0, {}, false, ""};
+  if (!present) return {"dsa", "dsa", 0, {}, false, ""};
   const auto& domain = *static_cast<const Dss_Parms*>(parameters.value);
   const DecodedDsaKey y({info.subjectPublicKey.octs, info.subjectPublicKey.count / 8});
   std::string excess = excess_of("a prime p", octets_of(domain.p), kMaxModulusBits);
   if (excess.empty()) excess = excess_of("a prime q", octets_of(domain.q), kMaxOrderBits);
   if (excess.empty()) excess = excess_of("a generator", octets_of(domain.g), kMaxModulusBits);
   if (excess.empty() && y) excess = excess_of("a public value", octets_of(*y), kMaxModulusBits);
-  return {"dsa", bits_of(octets_of(domain.p)), {}, false, excess};
+  const size_t bits = bits_of(octets_of(domain.p));
+  return {"dsa", "dsa " + std::to_string(bits), bits, {}, false, excess};
 }
 
 std::string dotted(const Element& element) {
@@ -125,7 +132,7 @@ void describe_extensions(Json& description, View extensions) {
 }
 
 Json describe_key(View certificate, const std::optional<Element>& info) {
-  KeyFacts facts = InspectKey(certificate);
+  tool::SignerKey facts = InspectKey(certificate);
   if (facts.type.empty() && info) facts.type = algorithm_name(Elements(info->content).next(kSequence));
   Json key;
   key["type"] = facts.type;
@@ -147,15 +154,40 @@ Json general_names(View names) {
 
 }  // namespace
 
-KeyFacts InspectKey(View certificate) {
+tool::SignerKey InspectKey(View certificate) {
   const DecodedCertificate decoded(certificate);
   const TBSCertificate* body = decoded ? decoded->tbsCertificate : nullptr;
   const SubjectPublicKeyInfo* info = body != nullptr ? body->subjectPublicKeyInfo : nullptr;
-  if (info == nullptr || info->algorithm == nullptr) return {"", 0, {}, false, ""};
+  if (info == nullptr || info->algorithm == nullptr) return {"", "", 0, {}, false, ""};
   const AsnOid& algorithm = info->algorithm->algorithm;
   if (AsnOidEqual(algorithm, kIdRsaEncryption)) return rsa_facts(*info);
   if (AsnOidEqual(algorithm, kIdDsa)) return dsa_facts(*info);
-  return {NamedOid(DecodeOid({algorithm.octs, algorithm.count})), 0, {}, false, ""};
+  const std::string name = NamedOid(DecodeOid({algorithm.octs, algorithm.count}));
+  return {name, name, 0, {}, false, ""};
+}
+
+size_t DsaOrderBits(View certificate) {
+  const DecodedCertificate decoded(certificate);
+  const TBSCertificate* body = decoded ? decoded->tbsCertificate : nullptr;
+  const SubjectPublicKeyInfo* info = body != nullptr ? body->subjectPublicKeyInfo : nullptr;
+  if (info == nullptr || info->algorithm == nullptr) return 0;
+  const AsnAny& parameters = info->algorithm->parameters;
+  if (parameters.ai == nullptr || parameters.ai->anyId != kAnyDsa || parameters.value == nullptr) return 0;
+  return bits_of(octets_of(static_cast<const Dss_Parms*>(parameters.value)->q));
+}
+
+std::string SubjectText(View certificate) {
+  const auto whole = Elements(certificate).next(kSequence);
+  const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
+  if (!body) return "";
+  Elements fields(body->content);
+  fields.next(kVersionTag);
+  fields.next(kInteger);
+  fields.next(kSequence);  // signature
+  fields.next(kSequence);  // issuer
+  fields.next(kSequence);  // validity
+  const auto subject = fields.next(kSequence);
+  return subject ? NameText(subject->whole) : "";
 }
 
 Json DescribeCertificate(View certificate) {

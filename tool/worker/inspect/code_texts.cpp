@@ -66,6 +66,12 @@ std::optional<CodeText> FindCode(std::string_view name) {
   return std::nullopt;
 }
 
+std::vector<CodeText> Codes() {
+  std::vector<CodeText> codes;
+  for (const ResultText& row : ResultTexts()) codes.push_back(text_of(row));
+  return codes;
+}
+
 std::string CodeMeaning(int32_t code) {
   const ResultText* row = FindResultText(code);
   return row == nullptr ? "unknown result code " + std::to_string(code) : row->text;
@@ -82,6 +88,16 @@ std::optional<std::string> Asn1ErrorMeaning(int32_t error) {
     }
   }
   return std::nullopt;
+}
+
+std::vector<Asn1ErrorText> Asn1Errors() {
+  std::vector<Asn1ErrorText> errors;
+  for (const RuntimeError& row : kRuntimeErrors) errors.push_back({row.error, row.error, row.text});
+  for (const CodeRun& run : kCodeRuns) {
+    errors.push_back({run.first, run.first - run.count + 1,
+                      "the decoding failed in the type " + std::string(run.type) + ", at one of its places"});
+  }
+  return errors;
 }
 
 }  // namespace qex::inspect

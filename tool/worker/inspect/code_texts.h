@@ -5,6 +5,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace qex::inspect {
 
@@ -18,10 +19,23 @@ struct CodeText {
 std::optional<CodeText> FindCode(int32_t code);
 std::optional<CodeText> FindCode(std::string_view name);
 
+// Codes returns all result codes, 0 first.
+std::vector<CodeText> Codes();
+
 // CodeMeaning returns the text of a result code, or its number in words.
 std::string CodeMeaning(int32_t code);
 
 // Asn1ErrorMeaning returns what a last ASN.1 error says; nothing for a number that is none.
 std::optional<std::string> Asn1ErrorMeaning(int32_t error);
+
+// A run of ASN.1 errors that share a text: from `first` down to `last`, which mostly is the same.
+struct Asn1ErrorText {
+  int32_t first;
+  int32_t last;
+  std::string text;
+};
+
+// Asn1Errors returns all of them: those of the runtime, then a run for each type.
+std::vector<Asn1ErrorText> Asn1Errors();
 
 }  // namespace qex::inspect

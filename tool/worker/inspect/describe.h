@@ -6,36 +6,24 @@
 #include <string>
 #include <vector>
 
-#include <nlohmann/json.hpp>
-
+#include "tool/base/json_fwd.h"
+#include "tool/message/facts.h"
 #include "tool/message/structure.h"
 
 namespace qex::inspect {
 
-using Json = nlohmann::ordered_json;
+using tool::Json;
 
-// RequestFacts are the parts of a request that no record of the library shows exactly.
-struct RequestFacts {
-  std::vector<uint8_t> policy;  // contents octets; none: absent
-  std::vector<uint8_t> hash;
-  size_t extensions;
-};
-std::optional<RequestFacts> InspectRequest(View request);
+// InspectRequest returns a request as the library's codec reads it; nothing when it does not decode.
+std::optional<tool::RequestFacts> InspectRequest(View request);
 
-// NamesFailure returns whether a reply says what went wrong: 0 stands in the library's record both for
-// the first failure and for none.
-bool NamesFailure(View reply);
+// InspectToken returns what a token holds and what chooses how it is verified, as the library's codec reads
+// it, without a verification; nothing when it does not decode.
+std::optional<tool::LibraryReading> InspectToken(View token);
 
-// TokenFacts are the parts of a token that choose how it is verified.
-struct TokenFacts {
-  std::vector<uint8_t> policy;  // contents octets of the identifiers in the TSTInfo
-  std::vector<uint8_t> hash;
-  std::string digestAlgorithm;     // of the first signer, dotted
-  std::string signatureAlgorithm;  // dotted
-  bool hasSigningCertificate;
-  bool hasSigningCertificateV2;
-};
-std::optional<TokenFacts> InspectToken(View token);
+// TsaName renders the tsa name of a token for people; empty when it has none, or one of another form than a
+// directory name.
+std::string TsaName(View token);
 
 // The longest numbers of a key that a signature is checked with, in bits. The library's own bound lies so
 // far above that one check could take hours.
@@ -43,15 +31,15 @@ inline constexpr size_t kMaxModulusBits = 8192;  // n of RSA; p, g and y of DSA
 inline constexpr size_t kMaxExponentBits = 256;  // e of RSA, as FIPS 186-4, B.3.1 has it
 inline constexpr size_t kMaxOrderBits = 512;     // q of DSA
 
-// KeyFacts describe a public key.
-struct KeyFacts {
-  std::string type;               // rsa, dsa, or the name of another algorithm
-  size_t bits;                    // 0: unknown
-  std::vector<uint8_t> exponent;  // of RSA, big-endian without zeros in front
-  bool lowExponent;               // RSA with an exponent below 65537, or one that cannot be read
-  std::string excess;             // the first number that is too long, in words; empty: none
-};
-KeyFacts InspectKey(View certificate);
+// InspectKey describes the key of a certificate as the library's codec reads it; the type is empty when the
+// certificate does not decode.
+tool::SignerKey InspectKey(View certificate);
+
+// DsaOrderBits returns the length of q in bits; 0 for another key.
+size_t DsaOrderBits(View certificate);
+
+// SubjectText renders the subject of a certificate for people.
+std::string SubjectText(View certificate);
 
 // Descriptions for people; null when the input is not what the name says.
 Json DescribeToken(View token);
@@ -71,8 +59,8 @@ std::string TimeText(uint8_t tag, View content);
 // Asn1Text prints a message by the library's print routines; nothing when it does not decode.
 std::optional<std::string> Asn1Text(Kind kind, View data);
 
-// UnknownIdentifier is one that the library has no type for, in a place where the value behind it
-// is decoded by it.
+// UnknownIdentifier is one that the library has no type for, or another type than the value has, in a place where
+// the value after it is decoded by it.
 struct UnknownIdentifier {
   std::string name;  // as NamedOid gives it
   const char* role;  // "attribute", "algorithm" and so on

@@ -1,17 +1,17 @@
-// Requests, replies and tokens: the facts that choose how they are judged, and a description.
+// Requests and tokens as the library's codec reads them.
+#include <algorithm>
+
 #include "asn1/cms.h"
-#include "asn1/ess.h"
 #include "asn1/oids.h"
 #include "asn1/timestamp.h"
-#include "tool/message/oid_text.h"
 #include "tool/worker/inspect/decoded.h"
 #include "tool/worker/inspect/describe.h"
 
 namespace qex::inspect {
 namespace {
 
+using tool::Bytes;
 using DecodedRequest = Decoded<TimeStampReq, BDecTimeStampReq, FreeTimeStampReq>;
-using DecodedReply = Decoded<TimeStampResp, BDecTimeStampResp, FreeTimeStampResp>;
 using DecodedToken = Decoded<ContentInfo, BDecContentInfo, FreeContentInfo>;
 using DecodedTstInfo = Decoded<TSTInfo, BDecTSTInfo, FreeTSTInfo>;
 
@@ -24,22 +24,51 @@ void for_each(const AsnList* list, Visit visit) {
   }
 }
 
-std::vector<uint8_t> octets_of(const AsnOid& oid) {
+size_t count_of(const AsnList* list) {
+  return list == nullptr ? 0 : static_cast<size_t>(list->count);
+}
+
+Bytes octets_of(const AsnOid& oid) {
   if (oid.octs == nullptr) return {};
   return {oid.octs, oid.octs + oid.count};
 }
 
-std::string dotted(const AsnOid& oid) {
-  return DecodeOid({oid.octs, oid.count});
+Bytes octets_of(const AsnOcts& value) {
+  if (value.octs == nullptr) return {};
+  return {value.octs, value.octs + value.count};
 }
 
-std::vector<uint8_t> hash_of(const MessageImprint* imprint) {
-  if (imprint == nullptr || imprint->hashAlgorithm == nullptr) return {};
-  return octets_of(imprint->hashAlgorithm->algorithm);
+std::optional<Bytes> integer_of(const AsnOcts& value) {
+  if (value.octs == nullptr) return std::nullopt;
+  return tool::MinimalInteger({value.octs, value.count});
 }
 
-std::string algorithm_of(const AlgorithmIdentifier* identifier) {
-  return identifier == nullptr ? "" : dotted(identifier->algorithm);
+Bytes algorithm_of(const AlgorithmIdentifier* identifier) {
+  return identifier == nullptr ? Bytes{} : octets_of(identifier->algorithm);
+}
+
+tool::Imprint imprint_of(const MessageImprint* imprint) {
+  if (imprint == nullptr) return {};
+  return {algorithm_of(imprint->hashAlgorithm), octets_of(imprint->hashedMessage)};
+}
+
+std::optional<int64_t> number_of(const AsnInt* value) {
+  return value == nullptr ? std::nullopt : std::optional<int64_t>(*value);
+}
+
+tool::TstInfo info_of(const TSTInfo& info) {
+  tool::TstInfo facts;
+  facts.version = info.version;
+  facts.policy = octets_of(info.policy);
+  facts.imprint = imprint_of(info.messageImprint);
+  facts.serial = integer_of(info.serialNumber).value_or(Bytes{});
+  facts.genTime.assign(reinterpret_cast<const char*>(info.genTime.octs), info.genTime.count);
+  if (const Accuracy* accuracy = info.accuracy) {
+    facts.accuracy = {number_of(accuracy->seconds), number_of(accuracy->millis), number_of(accuracy->micros)};
+  }
+  facts.ordering = info.ordering != nullptr && *info.ordering != 0;
+  facts.nonce = integer_of(info.nonce);
+  return facts;
 }
 
 const SignedData* signed_data(const ContentInfo& token) {
@@ -53,123 +82,77 @@ const SignerInfo* first_signer(const SignedData& data) {
   return static_cast<const SignerInfo*>(signers->first->data[0]);
 }
 
-size_t count_of(const AsnList* list) {
-  return list == nullptr ? 0 : static_cast<size_t>(list->count);
-}
-
-// What an encoder writes for one value.
-template <class T>
-std::vector<uint8_t> encoded(AsnLen (*encode)(ExpBuf**, const T*), const T& value) {
-  ExpBufHolder buffer;
-  if (buffer) encode(buffer.handle(), &value);
-  if (buffer.failed()) throw std::bad_alloc();
-  ExpBuf* front = ExpBufFirst(buffer.block());
-  ExpBufRewind(&front);
-  std::vector<uint8_t> octets(ExpBufLength(ExpBufFirst(buffer.block())));
-  octets.resize(ExpBufCopyOut(octets.data(), &front, octets.size()));
-  return octets;
-}
-
-std::string signing_time(const Attribute& attribute) {
-  std::string text;
+// The identifier that a content-type attribute holds.
+std::optional<Bytes> content_type_of(const Attribute& attribute) {
+  std::optional<Bytes> found;
   for_each<AsnAny>(attribute.values, [&](const AsnAny& value) {
-    if (value.ai == nullptr || value.ai->anyId != kAnySigningTime || value.value == nullptr) return;
-    const Time& time = *static_cast<const Time*>(value.value);
-    const AsnOcts* octets = time.choice == Time::kUtcTime ? time.utcTime : time.generalTime;
-    if (octets == nullptr) return;
-    text = TimeText(time.choice == Time::kUtcTime ? 0x17 : 0x18, {octets->octs, octets->count});
+    if (found || value.ai == nullptr || value.ai->anyId != kAnyContentType || value.value == nullptr) return;
+    found = octets_of(*static_cast<const AsnOid*>(value.value));
   });
-  return text;
+  return found;
 }
 
-Json describe_signer(const SignerInfo& signer) {
-  Json description;
-  description["digest"] = NamedOid(algorithm_of(signer.digestAlgorithm));
-  description["signature_algorithm"] = NamedOid(algorithm_of(signer.signatureAlgorithm));
-  Json attributes = Json::array();
-  std::string claimed;
+// RFC 5652, 11 and RFC 5035, 5.4: these have one value each.
+bool has_one_value_alone(const AsnOid& type) {
+  return AsnOidEqual(type, kIdContentType) || AsnOidEqual(type, kIdMessageDigest) ||
+         AsnOidEqual(type, kIdSigningTime) || AsnOidEqual(type, kIdSigningCertificate) ||
+         AsnOidEqual(type, kIdSigningCertificateV2);
+}
+
+void read_attributes(tool::LibraryReading& reading, const SignerInfo& signer) {
+  tool::Structure& structure = reading.structure;
+  std::vector<Bytes> types;
   for_each<Attribute>(signer.signedAttrs, [&](const Attribute& attribute) {
-    attributes.push_back(NamedOid(dotted(attribute.type)));
-    if (AsnOidEqual(attribute.type, kIdSigningTime)) claimed = signing_time(attribute);
+    const Bytes type = octets_of(attribute.type);
+    if (AsnOidEqual(attribute.type, kIdSigningCertificate)) reading.hasEssV1 = true;
+    if (AsnOidEqual(attribute.type, kIdSigningCertificateV2)) reading.hasEssV2 = true;
+    if (AsnOidEqual(attribute.type, kIdMessageDigest)) structure.messageDigestPresent = true;
+    if (AsnOidEqual(attribute.type, kIdContentType) && !structure.contentTypeAttribute) {
+      structure.contentTypeAttribute = content_type_of(attribute);
+    }
+    const bool again = std::ranges::find(types, type) != types.end();
+    const bool badCount = has_one_value_alone(attribute.type) && count_of(attribute.values) != 1;
+    if (again || badCount) structure.repeatedAttributes.push_back(type);
+    types.push_back(type);
   });
-  if (!claimed.empty()) description["signing_time_claimed_by_signer"] = claimed;
-  description["signed_attributes"] = attributes;
-  Json others = Json::array();
-  for_each<Attribute>(signer.unsignedAttrs, [&](const Attribute& attribute) {
-    others.push_back(NamedOid(dotted(attribute.type)));
-  });
-  if (!others.empty()) description["unsigned_attributes"] = others;
-  return description;
-}
-
-Json describe_choice(const CertificateChoices& choice) {
-  switch (choice.choice) {
-    case CertificateChoices::kX509Certificate:
-      return DescribeCertificate(encoded(BEncCertificate, *choice.certificate));
-    case CertificateChoices::kV2AttrCert:
-      return DescribeAttributeCertificate(encoded(BEncAttributeCertificate, *choice.v2AttrCert));
-    default: return nullptr;
-  }
 }
 
 }  // namespace
 
-std::optional<RequestFacts> InspectRequest(View request) {
+std::optional<tool::RequestFacts> InspectRequest(View request) {
   const DecodedRequest decoded(request);
   if (!decoded) return std::nullopt;
-  return RequestFacts{octets_of(decoded->reqPolicy), hash_of(decoded->messageImprint),
-                      count_of(decoded->extensions)};
-}
-
-bool NamesFailure(View reply) {
-  const DecodedReply decoded(reply);
-  return decoded && decoded->status != nullptr && decoded->status->failInfo.octs != nullptr;
-}
-
-std::optional<TokenFacts> InspectToken(View token) {
-  const DecodedToken decoded(token);
-  const SignedData* data = decoded ? signed_data(*decoded) : nullptr;
-  if (data == nullptr || data->encapContentInfo == nullptr) return std::nullopt;
-  TokenFacts facts{};
-  const AsnOcts& content = data->encapContentInfo->eContent;
-  const DecodedTstInfo info({content.octs, content.count});
-  if (info) {
-    facts.policy = octets_of(info->policy);
-    facts.hash = hash_of(info->messageImprint);
-  }
-  if (const SignerInfo* signer = first_signer(*data)) {
-    facts.digestAlgorithm = algorithm_of(signer->digestAlgorithm);
-    facts.signatureAlgorithm = algorithm_of(signer->signatureAlgorithm);
-    for_each<Attribute>(signer->signedAttrs, [&](const Attribute& attribute) {
-      if (AsnOidEqual(attribute.type, kIdSigningCertificate)) facts.hasSigningCertificate = true;
-      if (AsnOidEqual(attribute.type, kIdSigningCertificateV2)) facts.hasSigningCertificateV2 = true;
-    });
-  }
+  tool::RequestFacts facts;
+  if (decoded->reqPolicy.octs != nullptr) facts.policy = octets_of(decoded->reqPolicy);
+  facts.imprint = imprint_of(decoded->messageImprint);
+  facts.nonce = integer_of(decoded->nonce);
+  facts.certificateWanted = decoded->certReq != nullptr && *decoded->certReq != 0;
+  facts.extensions = count_of(decoded->extensions);
   return facts;
 }
 
-Json DescribeToken(View token) {
+std::optional<tool::LibraryReading> InspectToken(View token) {
   const DecodedToken decoded(token);
   const SignedData* data = decoded ? signed_data(*decoded) : nullptr;
-  if (data == nullptr) return nullptr;
-  Json description;
-  if (data->encapContentInfo != nullptr) {
-    description["content_type"] = NamedOid(dotted(data->encapContentInfo->eContentType));
-  }
-  description["signers"] = count_of(data->signerInfos);
-  if (const SignerInfo* signer = first_signer(*data)) description["signer"] = describe_signer(*signer);
-  Json certificates = Json::array();
-  Json attributeCertificates = Json::array();
-  for_each<CertificateChoices>(data->certificates, [&](const CertificateChoices& choice) {
-    Json one = describe_choice(choice);
-    if (one.is_null()) one = {{"form", choice.choice}};
-    (choice.choice == CertificateChoices::kX509Certificate ? certificates : attributeCertificates)
-        .push_back(std::move(one));
+  if (data == nullptr || data->encapContentInfo == nullptr) return std::nullopt;
+  const AsnOcts& content = data->encapContentInfo->eContent;
+  const DecodedTstInfo info({content.octs, content.count});
+  if (!info) return std::nullopt;
+  tool::LibraryReading reading;
+  reading.info = info_of(*info);
+  reading.structure.imprintParametersFit = true;  // others do not decode
+  reading.structure.signers = count_of(data->signerInfos);
+  reading.structure.contentType = octets_of(data->encapContentInfo->eContentType);
+  for_each<Extension>(info->extensions, [&](const Extension& extension) {
+    const bool critical = extension.critical != nullptr && *extension.critical != 0;
+    if (critical) reading.structure.unknownCritical.push_back(octets_of(extension.extnID));
   });
-  description["certificates"] = certificates;
-  if (!attributeCertificates.empty()) description["attribute_certificates"] = attributeCertificates;
-  if (count_of(data->crls) != 0) description["revocation_lists"] = count_of(data->crls);
-  return description;
+  if (const SignerInfo* signer = first_signer(*data)) {
+    reading.digestAlgorithm = algorithm_of(signer->digestAlgorithm);
+    reading.signatureAlgorithm = algorithm_of(signer->signatureAlgorithm);
+    read_attributes(reading, *signer);
+  }
+  return reading;
 }
 
 }  // namespace qex::inspect

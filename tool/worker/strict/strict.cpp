@@ -33,11 +33,19 @@ std::vector<Bytes> critical_extensions(TS_TST_INFO* info) {
   return critical;
 }
 
+// A hash takes no parameters: they are absent or NULL (RFC 5754, 2).
+bool has_plain_imprint(TS_TST_INFO* info) {
+  int type = V_ASN1_UNDEF;
+  X509_ALGOR_get0(nullptr, &type, nullptr, TS_MSG_IMPRINT_get_algo(TS_TST_INFO_get_msg_imprint(info)));
+  return type == V_ASN1_UNDEF || type == V_ASN1_NULL;
+}
+
 Structure structure_of(const Token& token, X509* certificate) {
   Structure structure;
   structure.signers =
       static_cast<uint64_t>(std::max(sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(token.message.get())), 0));
   structure.contentType = copy_of(OctetsOf(CMS_get0_eContentType(token.message.get())));
+  structure.imprintParametersFit = has_plain_imprint(token.info.get());
   structure.unknownCritical = critical_extensions(token.info.get());
   if (token.signer == nullptr) return structure;
   const ASN1_TYPE* contentType = FirstValue(token, NID_pkcs9_contentType);

@@ -1,0 +1,222 @@
+// Forking, and talking over three pipes.
+#include "tool/base/process.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <array>
+#include <cerrno>
+#include <csignal>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <iterator>
+#include <utility>
+
+#include "tool/base/failure.h"
+#include "tool/base/sanitized.h"
+
+namespace qex::tool {
+namespace {
+
+constexpr size_t kMaxFrame = size_t{512} << 20;
+constexpr size_t kMaxMessages = size_t{64} << 10;  // what is written beyond is dropped
+
+[[noreturn]] void fail_to_start(int error) {
+  const bool descriptors = error == EMFILE || error == ENFILE;
+  throw Failure{ExitStatus::Internal, std::string("no process can be started: ") + std::strerror(error),
+                descriptors ? "the limit of open files is reached; raise it (ulimit -n)"
+                            : "the system is out of processes or memory; try again"};
+}
+
+void close_end(int& fd) {
+  if (fd >= 0) ::close(fd);
+  fd = -1;
+}
+
+struct Pipe {
+  int read = -1;
+  int write = -1;
+
+  Pipe() {
+    int ends[2];
+    if (::pipe2(ends, O_CLOEXEC) != 0) fail_to_start(errno);
+    read = ends[0];
+    write = ends[1];
+  }
+  ~Pipe() {
+    close_end(read);
+    close_end(write);
+  }
+  Pipe(const Pipe&) = delete;
+  Pipe& operator=(const Pipe&) = delete;
+};
+
+bool read_all(int fd, void* data, size_t length) {
+  auto* at = static_cast<char*>(data);
+  while (length > 0) {
+    const ssize_t n = ::read(fd, at, length);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    at += n;
+    length -= static_cast<size_t>(n);
+  }
+  return true;
+}
+
+bool write_all(int fd, const void* data, size_t length) {
+  const auto* at = static_cast<const char*>(data);
+  while (length > 0) {
+    const ssize_t n = ::write(fd, at, length);
+    if (n < 0 && errno == EINTR) continue;
+    if (n <= 0) return false;
+    at += n;
+    length -= static_cast<size_t>(n);
+  }
+  return true;
+}
+
+// A handler is the parent's, and would clean up what is the parent's.
+void drop_handlers() {
+  for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGXFSZ, SIGXCPU}) {
+    struct sigaction now {};
+    ::sigaction(number, nullptr, &now);
+    if (now.sa_handler != SIG_IGN || number == SIGXCPU) std::signal(number, SIG_DFL);
+  }
+}
+
+[[noreturn]] void become_child(const Pipe& in, const Pipe& out, const Pipe* err,
+                               const std::function<int()>& main) {
+  drop_handlers();
+  const bool ready = ::dup2(in.read, STDIN_FILENO) >= 0 && ::dup2(out.write, STDOUT_FILENO) >= 0 &&
+                     (err == nullptr || ::dup2(err->write, STDERR_FILENO) >= 0);
+  ::closefrom(STDERR_FILENO + 1);
+  int status = 127;
+  if (ready) status = main();
+  std::fflush(nullptr);
+  if (!LeavesNoLeak()) status = 23;  // as the sanitizer's own exit status
+  ::_exit(status);
+}
+
+}  // namespace
+
+std::optional<std::string> ReadFrame(int fd) {
+  uint32_t length = 0;
+  if (!read_all(fd, &length, sizeof length) || length > kMaxFrame) return std::nullopt;
+  std::string frame(length, '\0');
+  if (!read_all(fd, frame.data(), frame.size())) return std::nullopt;
+  return frame;
+}
+
+bool WriteFrame(int fd, std::string_view frame) {
+  if (frame.size() > kMaxFrame) return false;
+  const auto length = static_cast<uint32_t>(frame.size());
+  std::string whole(sizeof length, '\0');
+  std::memcpy(whole.data(), &length, sizeof length);
+  whole += frame;
+  return write_all(fd, whole.data(), whole.size());
+}
+
+void AppendPart(std::string& frame, std::string_view part) {
+  const uint64_t length = part.size();
+  char octets[sizeof length];
+  std::memcpy(octets, &length, sizeof length);
+  frame.append(octets, sizeof octets) += part;
+}
+
+std::optional<std::string_view> TakePart(std::string_view& frame) {
+  uint64_t length = 0;
+  if (frame.size() < sizeof length) return std::nullopt;
+  std::memcpy(&length, frame.data(), sizeof length);
+  if (frame.size() - sizeof length < length) return std::nullopt;
+  const std::string_view part = frame.substr(sizeof length, length);
+  frame.remove_prefix(sizeof length + length);
+  return part;
+}
+
+ChildProcess::ChildProcess(Errors errors, const std::function<int()>& main) {
+  Pipe in;
+  Pipe out;
+  std::optional<Pipe> err;
+  if (errors == Errors::Capture) err.emplace();
+  std::fflush(nullptr);
+  pid_ = ::fork();
+  if (pid_ < 0) fail_to_start(errno);
+  if (pid_ == 0) become_child(in, out, err ? &*err : nullptr, main);
+  input_ = std::exchange(in.write, -1);
+  output_ = std::exchange(out.read, -1);
+  if (err) {
+    errors_ = std::exchange(err->read, -1);
+    ::fcntl(errors_, F_SETFL, O_NONBLOCK);
+  }
+}
+
+ChildProcess::~ChildProcess() {
+  Wait();
+  close_end(output_);
+  close_end(errors_);
+}
+
+bool ChildProcess::Send(std::string_view frame) {
+  return input_ >= 0 && WriteFrame(input_, frame);
+}
+
+// Errors are read meanwhile, so that the child never waits for room in their pipe.
+std::optional<std::string> ChildProcess::Receive() {
+  struct pollfd ends[] = {{output_, POLLIN, 0}, {errors_, POLLIN, 0}};
+  for (;;) {
+    if (::poll(ends, std::size(ends), -1) < 0) {
+      if (errno == EINTR) continue;
+      return std::nullopt;
+    }
+    if (ends[1].revents != 0) gather_errors();
+    if (ends[0].revents != 0) break;
+    ends[1].fd = errors_;
+  }
+  std::optional<std::string> frame = ReadFrame(output_);
+  gather_errors();
+  return frame;
+}
+
+void ChildProcess::gather_errors() {
+  std::array<char, 4096> buffer{};
+  while (errors_ >= 0) {
+    const ssize_t n = ::read(errors_, buffer.data(), buffer.size());
+    if (n < 0 && errno == EINTR) continue;
+    if (n < 0 && errno == EAGAIN) return;
+    if (n <= 0) {
+      close_end(errors_);
+      return;
+    }
+    messages_.append(buffer.data(), std::min(static_cast<size_t>(n), kMaxMessages - messages_.size()));
+  }
+}
+
+std::string ChildProcess::TakeMessages() {
+  gather_errors();
+  return std::exchange(messages_, {});
+}
+
+void ChildProcess::CloseInput() {
+  close_end(input_);
+}
+
+void ChildProcess::Terminate() {
+  if (pid_ > 0) ::kill(pid_, SIGTERM);
+}
+
+int ChildProcess::Wait() {
+  close_end(input_);
+  if (pid_ < 0) return status_;
+  while (::waitpid(pid_, &status_, 0) < 0 && errno == EINTR) {
+  }
+  pid_ = -1;
+  gather_errors();
+  return status_;
+}
+
+}  // namespace qex::tool

@@ -1,0 +1,166 @@
+// qex help: the commands; of one, its arguments and options, the options of all, two examples and its exit
+// statuses. All of it is read off the parser and the tables, so that none can be forgotten.
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <string_view>
+
+#include "tool/base/json.h"
+#include "tool/base/output.h"
+#include "tool/commands/program.h"
+#include "tool/commands/usage.h"
+
+namespace qex::tool {
+namespace {
+
+constexpr size_t kWidth = 80;   // of a terminal
+constexpr size_t kColumn = 28;  // where explanations begin
+
+// A name and what it is, the latter broken at blanks and indented.
+std::string row(const std::string& name, std::string_view text) {
+  std::string lines = "  " + name;
+  size_t at = lines.size();
+  if (at + 2 > kColumn) {
+    lines += '\n';
+    at = 0;
+  }
+  lines.append(kColumn - at, ' ');
+  at = kColumn;
+  while (!text.empty()) {
+    const std::string_view word = text.substr(0, text.find(' '));
+    text.remove_prefix(std::min(word.size() + 1, text.size()));
+    if (at > kColumn && at + 1 + word.size() > kWidth) {
+      lines += '\n' + std::string(kColumn, ' ');
+      at = kColumn;
+    } else if (at > kColumn) {
+      lines += ' ';
+      ++at;
+    }
+    lines += word;
+    at += word.size();
+  }
+  return lines + '\n';
+}
+
+bool is_repeated(const CLI::Option& option) {
+  return option.get_items_expected_max() > 1;
+}
+
+// --tsa URL, or FILE for what has no dashes.
+std::string name_of(const CLI::Option& option) {
+  if (option.get_positional()) return option.get_name(true, false) + (is_repeated(option) ? "..." : "");
+  std::string name;
+  for (const std::string& letter : option.get_snames()) name += "-" + letter + ", ";
+  for (const std::string& word : option.get_lnames()) name += "--" + word + ", ";
+  name.resize(name.size() - 2);
+  if (option.get_items_expected_max() == 0) return name;
+  std::string choices;
+  for (const std::string& choice : ValueChoices(option)) choices += (choices.empty() ? "" : "|") + choice;
+  return name + " " + (choices.empty() ? ValueLabel(option) : choices);
+}
+
+// The rows of the options that `wanted` picks. Every command has its own --help, which stands with the
+// options of every command.
+template <class Wanted>
+std::string rows_of(const CLI::App& app, Wanted wanted) {
+  std::string rows;
+  for (const CLI::Option* option : app.get_options()) {
+    const bool help = option == app.get_help_ptr() && app.get_parent() != nullptr;
+    if (!help && wanted(*option)) rows += row(name_of(*option), option->get_description());
+  }
+  return rows;
+}
+
+std::string section(std::string title, const std::string& rows) {
+  if (rows.empty()) return "";
+  if (title[0] >= 'A' && title[0] <= 'Z') title[0] = static_cast<char>(title[0] - 'A' + 'a');
+  return "\n" + title + ":\n" + rows;
+}
+
+std::string argument_rows(const CLI::App& app) {
+  return rows_of(app, [](const CLI::Option& option) { return option.get_positional(); });
+}
+
+// The options, a section for each group.
+std::string option_sections(const CLI::App& app, const std::string& title) {
+  std::string text;
+  for (const std::string& group : app.get_groups()) {
+    const std::string rows = rows_of(app, [&group](const CLI::Option& option) {
+      return !option.get_positional() && option.get_group() == group;
+    });
+    text += section(group == "Options" ? title : group, rows);
+  }
+  return text;
+}
+
+std::string usage_line(const CLI::App& app) {
+  std::string line = "usage: qex " + app.get_name();
+  if (!option_sections(app, "options").empty()) line += " [OPTION...]";
+  for (const CLI::Option* option : app.get_options()) {
+    if (!option->get_positional()) continue;
+    line += option->get_required() ? " " + name_of(*option) : " [" + name_of(*option) + "]";
+  }
+  return line + '\n';
+}
+
+std::string exit_rows(const Command& command) {
+  std::string rows;
+  for (const ExitText& text : ExitTexts()) {
+    if (std::find(command.exits.begin(), command.exits.end(), text.status) == command.exits.end()) continue;
+    rows += row(std::to_string(static_cast<int>(text.status)), text.text);
+  }
+  return rows;
+}
+
+std::string command_help(const Program& program, const Program::Entry& entry) {
+  const Command& command = *entry.command;
+  std::string examples;
+  for (const Example& example : command.examples) {
+    examples += std::string("  ") + example.line + "\n      " + example.text + "\n";
+  }
+  return std::string("qex ") + command.name + ": " + command.summary + "\n\n" + usage_line(*entry.app) +
+         section("arguments", argument_rows(*entry.app)) + option_sections(*entry.app, "options") +
+         option_sections(program.app, "options of every command") + section("examples", examples) +
+         section("exit status", exit_rows(command));
+}
+
+std::string program_help(const Program& program) {
+  std::string commands;
+  for (const Command& command : Commands()) commands += row(command.name, command.summary);
+  return "qex: time-stamping by RFC 3161\n\nusage: qex COMMAND [OPTION...] [ARGUMENT...]\n" +
+         section("commands", commands) + option_sections(program.app, "options of every command") +
+         "\n'qex help COMMAND' explains one of them, 'qex explain' the exit statuses.\n";
+}
+
+std::string help_text(const std::string& command) {
+  // The parser that has read a command line holds what it read; one that has not shows what can be written.
+  const Program fresh;
+  if (command.empty()) return program_help(fresh);
+  for (const Program::Entry& entry : fresh.entries) {
+    if (command == entry.command->name) return command_help(fresh, entry);
+  }
+  throw UnknownCommand(command);
+}
+
+}  // namespace
+
+ExitStatus PrintHelp(const std::string& command, const Options& options) {
+  const std::string text = help_text(command);
+  if (options.json) {
+    Json document = NewDocument("help", command);
+    document["text"] = text;
+    WriteJson(document);
+  } else {
+    WriteText(text);
+  }
+  return ExitStatus::Ok;
+}
+
+Run AddHelp(CLI::App& app) {
+  auto command = std::make_shared<std::string>();
+  app.add_option("COMMAND", *command, "the command to explain; without it they are listed")
+      ->type_name("COMMAND");
+  return [command](const Options& options) { return PrintHelp(*command, options); };
+}
+
+}  // namespace qex::tool

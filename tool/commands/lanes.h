@@ -1,0 +1,60 @@
+// Lanes: processes forked off this one that each do whole tasks of a command, so that many are done at once
+// and what one of them reads harms no other. Outcomes come in the order of the tasks.
+#pragma once
+
+#include <cstddef>
+#include <functional>
+#include <optional>
+#include <span>
+#include <string>
+
+#include "tool/commands/outcome.h"
+
+namespace CLI {
+class App;
+}
+
+namespace qex::tool {
+
+class StopRequest;
+
+// A task is what a lane is handed, or the outcome of one that needs no lane.
+struct Task {
+  std::string frame;
+  std::optional<Outcome> done = {};
+};
+
+class TaskSource {
+ public:
+  virtual ~TaskSource() = default;
+  // Take returns the next task; nothing when there is none, for now or for good.
+  virtual std::optional<Task> Take() = 0;
+  // The descriptor that becomes readable when there may be more tasks; negative when no more will come.
+  virtual int Descriptor() const { return -1; }
+  // Read is called when it is readable.
+  virtual void Read() {}
+};
+
+// What is done in a lane, and what becomes of a task that ended its lane.
+struct LaneWork {
+  // Called once in each lane; what it returns is called with each task.
+  std::function<std::function<Outcome(const std::string& frame)>()> start;
+  std::function<Outcome(const std::string& frame)> lost;
+};
+
+// OutcomeSink takes outcomes in the order of their tasks, as soon as they and all before them are there.
+using OutcomeSink = std::function<void(std::span<const Outcome>)>;
+
+// AddLanesOption adds -j.
+void AddLanesOption(CLI::App& app, size_t& jobs);
+
+// LaneCount returns the number of lanes of -j; 0 stands for one a core.
+size_t LaneCount(size_t jobs);
+
+// RunLanes has all tasks done by at most `count` lanes. When a signal asks the process to stop, the lanes are
+// ended at once; what was done is handed to the sink all the same. Throws a Failure when there can be no
+// lane.
+void RunLanes(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
+              const StopRequest& stop);
+
+}  // namespace qex::tool

@@ -1,0 +1,155 @@
+// Lines, the summary, and progress while there are many subjects.
+#include "tool/commands/many.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <map>
+#include <string>
+#include <utility>
+
+#include "tool/base/escape.h"
+#include "tool/base/files.h"
+#include "tool/base/json.h"
+#include "tool/base/output.h"
+#include "tool/base/progress.h"
+#include "tool/base/stop_request.h"
+#include "tool/commands/verify_one.h"
+
+namespace qex::tool {
+namespace {
+
+class Names : public TaskSource {
+ public:
+  Names(std::vector<Subject> subjects, const char* command, const Options& options)
+      : subjects_(std::move(subjects)), command_(command), options_(options) {}
+
+  std::optional<Task> Take() override {
+    if (next_ == subjects_.size()) return std::nullopt;
+    Subject& subject = subjects_[next_++];
+    if (!subject.failure) return Task{std::move(subject.name)};
+    return Task{"", OutcomeOf(*subject.failure, command_, subject.name, options_)};
+  }
+
+ private:
+  std::vector<Subject> subjects_;
+  size_t next_ = 0;
+  const char* command_;
+  const Options& options_;
+};
+
+struct Tally {
+  size_t total = 0;
+  size_t pass = 0;
+  size_t fail = 0;
+  size_t unchecked = 0;  // nothing says no, and nobody is trusted
+  std::map<std::string, size_t> reasons;
+  ExitStatus exit = ExitStatus::Ok;
+
+  size_t Done() const { return pass + fail + unchecked; }
+
+  void Add(const Outcome& outcome) {
+    exit = Graver(exit, outcome.exit);
+    if (outcome.exit == ExitStatus::Ok) {
+      ++pass;
+    } else if (outcome.unchecked) {
+      ++unchecked;
+    } else {
+      ++fail;
+      ++reasons[outcome.reason];
+    }
+  }
+};
+
+std::string count_of(size_t number, const char* what) {
+  return std::to_string(number) + ' ' + what;
+}
+
+// "1000 files: 988 pass, 12 fail (8 imprint, 4 signature)"
+std::string summary_text(const Tally& tally, bool stopped) {
+  std::string text;
+  if (stopped) text = "stopped after " + std::to_string(tally.Done()) + " of ";
+  text += count_of(tally.total, tally.total == 1 ? "file: " : "files: ") + count_of(tally.pass, "pass");
+  if (tally.unchecked != 0) text += ", " + count_of(tally.unchecked, "authority not checked");
+  text += ", " + count_of(tally.fail, "fail");
+  std::string reasons;
+  for (const auto& [reason, number] : tally.reasons) {
+    reasons += (reasons.empty() ? " (" : ", ") + count_of(number, reason.c_str());
+  }
+  return text + reasons + (reasons.empty() ? "\n" : ")\n");
+}
+
+Json summary_document(const Tally& tally, const char* command, int signal) {
+  Json document = NewDocument(command, "");
+  document["exit"] = static_cast<int>(tally.exit);
+  document["summary"] = {{"subjects", tally.total},
+                         {"done", tally.Done()},
+                         {"pass", tally.pass},
+                         {"fail", tally.fail},
+                         {"authority_not_checked", tally.unchecked},
+                         {"reasons", Json::object()},
+                         {"signal", nullptr}};
+  for (const auto& [reason, number] : tally.reasons) document["summary"]["reasons"][reason] = number;
+  if (signal != 0) document["summary"]["signal"] = signal;
+  return document;
+}
+
+std::string shown_line(const Outcome& outcome, const Options& options) {
+  constexpr size_t kVerdict = 4;  // octets of pass, fail, skip
+  const Tone tone = outcome.exit == ExitStatus::Ok ? Tone::Good : outcome.unchecked ? Tone::Aside : Tone::Bad;
+  const std::string line = Escaped(outcome.line);
+  return Colored(line.substr(0, kVerdict), tone, options) + line.substr(kVerdict) + '\n';
+}
+
+// The data of outcomes goes out in one piece, their errors follow.
+void write_outcomes(std::span<const Outcome> outcomes, const Options& options) {
+  std::string data;
+  std::string errors;
+  for (const Outcome& outcome : outcomes) {
+    if (options.json) {
+      data += outcome.output;
+    } else if (!options.quiet) {
+      data += shown_line(outcome, options);
+    }
+    if (options.json || options.quiet || options.verbose) errors += outcome.errors;
+  }
+  if (!data.empty()) WriteData(data);
+  if (!errors.empty()) std::fputs(errors.c_str(), stderr);
+}
+
+}  // namespace
+
+ExitStatus RunMany(const char* command, std::vector<Subject> subjects, size_t jobs, const LaneWork& work,
+                   const Options& options) {
+  Tally tally;
+  tally.total = subjects.size();
+  const size_t lanes = std::min(LaneCount(jobs), std::max<size_t>(1, tally.total));
+  Names names(std::move(subjects), command, options);
+  Progress progress(command, tally.total, !options.quiet, Progress::Unit::Subjects);
+  const StopRequest stop;
+  const OutcomeSink sink = [&](std::span<const Outcome> outcomes) {
+    progress.Hide();
+    write_outcomes(outcomes, options);
+    for (const Outcome& outcome : outcomes) tally.Add(outcome);
+    progress.Update(tally.Done());
+  };
+  RunLanes(names, lanes, work, sink, stop);
+  const int signal = stop.Came();
+  progress.Hide();
+  if (options.json) {
+    WriteJson(summary_document(tally, command, signal));
+  } else if (!options.quiet || signal != 0) {
+    const std::string text = summary_text(tally, signal != 0);
+    options.quiet ? static_cast<void>(std::fputs(text.c_str(), stderr)) : WriteText(text);
+  }
+  if (signal != 0) EndBySignal(signal);
+  return tally.exit;
+}
+
+Outcome LostOutcome(const char* command, const std::string& subject, const Options& options) {
+  return OutcomeOf(
+      {ExitStatus::Internal, ShownPath(subject) + ": the process that was at it ended before it answered",
+       "nothing is known about this one, so do not rely on it; run the command again for it alone"},
+      command, subject, options);
+}
+
+}  // namespace qex::tool

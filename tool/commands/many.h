@@ -1,0 +1,21 @@
+// Many subjects of one command: a line each in the order given, a summary, and the worst exit status.
+#pragma once
+
+#include <vector>
+
+#include "tool/base/options.h"
+#include "tool/commands/lanes.h"
+#include "tool/commands/subjects.h"
+
+namespace qex::tool {
+
+// RunMany has every subject done in lanes (a task's frame is the subject's name) and writes what becomes of
+// them. With --json a subject is a document, and the summary is the last one. When a signal asks the process
+// to stop, it ends by that signal after the summary of what was done.
+ExitStatus RunMany(const char* command, std::vector<Subject> subjects, size_t jobs, const LaneWork& work,
+                   const Options& options);
+
+// LostOutcome is what becomes of a subject whose lane ended before it had answered.
+Outcome LostOutcome(const char* command, const std::string& subject, const Options& options);
+
+}  // namespace qex::tool

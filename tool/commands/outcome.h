@@ -1,0 +1,31 @@
+// What became of one subject of a command: rendered, so that it can cross a pipe, and written in one place.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "tool/base/exit_status.h"
+
+namespace qex::tool {
+
+struct Outcome {
+  ExitStatus exit = ExitStatus::Ok;
+  bool unchecked = false;  // nothing says no, and nobody is trusted
+  std::string output;      // for standard output: text, or one line of JSON
+  std::string errors;      // for standard error
+  std::string line;        // of several subjects: one line, without a line feed
+  std::string reason;      // in one word, why it is no pass: the key of a check, or what was wrong
+};
+
+// Emit writes an outcome and returns its exit status.
+ExitStatus Emit(const Outcome& outcome);
+
+// ReasonOf is the word for a failure that no check found.
+const char* ReasonOf(ExitStatus exit);
+
+// An outcome as a frame, and back; nothing for other octets.
+std::string FrameOf(const Outcome& outcome);
+std::optional<Outcome> OutcomeFrom(std::string_view frame);
+
+}  // namespace qex::tool

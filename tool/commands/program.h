@@ -1,0 +1,38 @@
+// The command line as it is read: the parser with all commands and the options that they share.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <CLI/CLI.hpp>
+
+#include "tool/base/options.h"
+#include "tool/commands/command.h"
+
+namespace qex::tool {
+
+// A Program is parsed at most once. Help and completion look at one of their own.
+struct Program {
+  struct Entry {
+    const Command* command;
+    CLI::App* app;
+    Run run;
+  };
+
+  CLI::App app{"Time-stamping by RFC 3161.", "qex"};
+  Options options;
+  std::vector<Entry> entries;
+
+  Program();
+
+  // The command that the command line names, null before it is read and when it names none.
+  const Entry* Chosen() const;
+};
+
+// ValueLabel returns what an option calls its value, as in --tsa URL.
+std::string ValueLabel(const CLI::Option& option);
+
+// ValueChoices returns the values that an option's check allows; none when it allows any.
+std::vector<std::string> ValueChoices(const CLI::Option& option);
+
+}  // namespace qex::tool

@@ -1,0 +1,22 @@
+// The one output of a command that writes a single file.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tool/base/files.h"
+#include "tool/base/options.h"
+#include "tool/base/outputs.h"
+
+namespace qex::tool {
+
+// SingleOutput returns what Outputs takes for the path of -o, of which an empty one is standard output.
+// Under --json standard output is the document's, and nothing is to be written there.
+inline std::vector<Output> SingleOutput(const std::string& path, const Options& options,
+                                        const std::string& terminalHint) {
+  const std::string place = path.empty() ? "-" : path;
+  if (options.json && IsStandardStream(place)) return {};
+  return {{place, false, terminalHint}};
+}
+
+}  // namespace qex::tool

@@ -1,0 +1,45 @@
+// The subjects of a command that takes many: FILE..., --dir and --list, together with each other.
+#pragma once
+
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tool/base/failure.h"
+
+namespace CLI {
+class App;
+}
+
+namespace qex::tool {
+
+struct SubjectOptions {
+  std::vector<std::string> files;
+  std::vector<std::string> folders;
+  std::vector<std::string> lists;
+  bool nulSeparated = false;
+  size_t jobs = 0;  // 0: one a core
+
+  // Whether one FILE stands there alone, which is treated by itself.
+  bool Single() const { return files.size() <= 1 && folders.empty() && lists.empty(); }
+};
+
+// One subject, or why there is none where one was expected.
+struct Subject {
+  std::string name;
+  bool named = false;  // on the command line
+  std::optional<Failure> failure = {};
+};
+
+// Which files of a folder are meant.
+enum class FolderRule { Stamped, Unstamped };
+
+void AddSubjectOptions(CLI::App& app, SubjectOptions& options, const char* fileText, const char* folderText);
+
+// FindSubjects returns the subjects in the order of the command line: FILE..., folders, lists; those of a
+// folder sorted. What cannot be read is a subject with a failure. Throws a usage failure for options that do
+// not go together.
+std::vector<Subject> FindSubjects(const SubjectOptions& options, FolderRule rule);
+
+}  // namespace qex::tool

@@ -1,0 +1,33 @@
+// The trust options of verify and stamp: whom the caller trusts.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "tool/message/trust.h"
+
+namespace CLI {
+class App;
+}
+
+namespace qex::tool {
+
+struct TrustOptions {
+  std::vector<std::string> tsaCerts;
+  std::string fingerprint;
+  std::vector<std::string> caFiles;
+  std::vector<std::string> caPaths;
+  bool systemCa = false;
+  std::vector<std::string> untrusted;
+  std::vector<std::string> crls;
+  std::string at = "gentime";
+  bool anySigner = false;
+};
+
+void AddTrustOptions(CLI::App& app, TrustOptions& options);
+
+// ReadTrust reads what the options name and takes the armour off; throws a Failure. What lies in the files is
+// decoded by Worker::CheckTrust.
+Trust ReadTrust(const TrustOptions& options);
+
+}  // namespace qex::tool

@@ -1,0 +1,45 @@
+// Verifying one token: the files that are meant, what is expected of it, and the outcome.
+#pragma once
+
+#include <string>
+
+#include "tool/base/options.h"
+#include "tool/commands/outcome.h"
+#include "tool/judge/judge.h"
+#include "tool/message/message.h"
+#include "tool/message/trust.h"
+#include "tool/worker/worker.h"
+
+namespace qex::tool {
+
+// The verdict when all checks pass and nobody is trusted.
+inline constexpr const char* kUnpinned = "consistent in itself, authority not checked";
+
+struct VerifyArguments {
+  std::string file;
+  Source token;
+  Source request;
+  std::string digest;
+  std::string nonce;
+  std::string policy;
+  Manner manner;
+};
+
+// VerifyOne makes all checks and renders them; no Failure leaves it.
+Outcome VerifyOne(const VerifyArguments& arguments, Worker& worker, const Trust& trust,
+                  const Options& options);
+
+// OutcomeOf renders a failure of a subject that has no checks to show.
+Outcome OutcomeOf(const Failure& failure, const char* command, const std::string& subject,
+                  const Options& options);
+
+// ExpectDigest reads the text of --digest against the token's own algorithm: HEX, or ALG:HEX. Throws a
+// Failure.
+Imprint ExpectedDigest(const std::string& text, const Facts& facts);
+
+// SetVerdict enters indication and sub-indication of the checks into a document, and returns the failure that
+// the checks and the want of anybody to trust come to.
+std::optional<Failure> SetVerdict(Json& document, const Report& report, const Trust& trust,
+                                  const std::string& name);
+
+}  // namespace qex::tool
