@@ -14,6 +14,7 @@
 
 #include "tool/base/json.h"
 #include "tool/base/output.h"
+#include "tool/commands/arguments.h"
 #include "tool/commands/program.h"
 #include "tool/commands/usage.h"
 #include "tool/worker/worker.h"
@@ -29,7 +30,9 @@ std::string command_name(const Program& program) {
 ExitStatus run_command(Program& program, int count, char** words) {
   if (count <= 1) return PrintHelp("", program.options);
   try {
+    RefuseEmptyAssignments(count, words);
     program.app.parse(count, words);
+    HidePasswords(count, words);
   } catch (const CLI::CallForHelp&) {
     return PrintHelp(command_name(program), program.options);
   } catch (const CLI::CallForVersion&) {
@@ -37,7 +40,10 @@ ExitStatus run_command(Program& program, int count, char** words) {
   } catch (const CLI::ParseError& error) {
     throw UnreadCommandLine(error, program);
   }
-  return program.Chosen()->run(program.options);
+  const auto* chosen = program.Chosen();
+  RefuseEmptyValues(program.app);
+  RefuseEmptyValues(*chosen->app);
+  return chosen->run(program.options);
 }
 
 ExitStatus report(const Failure& failure, const Program& program) {

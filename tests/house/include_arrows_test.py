@@ -29,6 +29,17 @@ ALLOWED = (
     ("examples/", (r"api/qex\.h$",)),
     ("tests/abi/", (r"api/qex\.h$",)),
 )
+# The wings of the tool, and what each may include of the others. The first row that a file's path begins with
+# counts; what lies in tool/ itself, and commands/, sees all of them.
+WINGS = (
+    ("tool/base/", ("tool/base/",)),
+    ("tool/message/", ("tool/base/", "tool/message/")),
+    ("tool/exchange/", ("tool/base/", "tool/message/", "tool/exchange/")),
+    ("tool/worker/inspect/", ("tool/base/", "tool/message/", "tool/worker/inspect/")),
+    ("tool/worker/strict/", ("tool/base/", "tool/message/", "tool/worker/inspect/", "tool/worker/strict/")),
+    ("tool/worker/", ("tool/base/", "tool/message/", "tool/worker/")),
+    ("tool/judge/", ("tool/base/", "tool/message/", "tool/judge/")),
+)
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 SOURCE = re.compile(r"\.(c|cc|cpp|h|hpp|inc)$")
 
@@ -61,6 +72,7 @@ def broken_arrows(sources):
     found = []
     for path, text in sorted(sources.items()):
         allowed = next((rules for start, rules in ALLOWED if path.startswith(start)), None)
+        wings = next((others for start, others in WINGS if path.startswith(start)), None)
         in_library = path.startswith(tuple(layer + "/" for layer in LAYERS))
         for match in INCLUDE.finditer(text):
             quoted, angled = match.groups()
@@ -70,6 +82,8 @@ def broken_arrows(sources):
                 if quoted and in_library:
                     found.append(f'{path}: "{name}" is no file of the tree')
                 continue
+            if wings is not None and target.startswith("tool/") and not target.startswith(wings):
+                found.append(f"{path}: may not include {target}")
             if in_library and name != target:
                 found.append(f'{path}: "{name}" is not the path from the root, {target}')
             if in_library and not target.startswith(tuple(layer + "/" for layer in LAYERS)):
@@ -85,7 +99,9 @@ class RulesTest(unittest.TestCase):
 
     TREE = {
         "api/qex.h": "", "api/frame.h": "", "api/result_texts.h": "", "asn1/codec.h": "",
-        "ber/buffer.h": "", "crypto/rsa.h": "", "tool/options.h": "", "tests/support/hex.h": "",
+        "ber/buffer.h": "", "crypto/rsa.h": "", "tool/base/options.h": "", "tests/support/hex.h": "",
+        "tool/message/facts.h": "", "tool/worker/worker.h": "", "tool/worker/inspect/describe.h": "",
+        "tool/judge/judge.h": "", "tool/exchange/http.h": "", "tool/commands/command.h": "",
     }
 
     def broken_by(self, path, include):
@@ -95,7 +111,10 @@ class RulesTest(unittest.TestCase):
         for path, include in (("api/a.cpp", '"asn1/codec.h"'), ("api/a.cpp", '"crypto/rsa.h"'),
                               ("api/a.cpp", '"ber/buffer.h"'), ("asn1/a.cpp", '"ber/buffer.h"'),
                               ("ber/a.cpp", "<cstdint>"), ("tool/a.cpp", '"api/qex.h"'),
-                              ("tool/a.cpp", '"tool/options.h"'), ("tool/a.cpp", '"options.h"'),
+                              ("tool/base/a.cpp", '"tool/base/options.h"'), ("tool/base/a.cpp", '"options.h"'),
+                              ("tool/main.cpp", '"tool/worker/worker.h"'), ("tool/commands/a.cpp", '"tool/judge/judge.h"'),
+                              ("tool/judge/a.cpp", '"tool/message/facts.h"'), ("tool/worker/a.cpp", '"tool/worker/inspect/describe.h"'),
+                              ("tool/worker/strict/a.cpp", '"tool/message/facts.h"'),
                               ("tool/worker/inspect/a.cpp", '"asn1/codec.h"'),
                               ("tool/worker/inspect/a.cpp", '"api/result_texts.h"'),
                               ("examples/a.c", "<qex.h>"), ("tests/abi/a.c", '"qex.h"'),
@@ -108,7 +127,12 @@ class RulesTest(unittest.TestCase):
                               ("asn1/a.h", "<api/qex.h>"), ("ber/a.cpp", '"asn1/codec.h"'),
                               ("ber/a.cpp", '"crypto/rsa.h"'), ("ber/a.cpp", '"../crypto/rsa.h"'),
                               ("crypto/a.cpp", '"ber/buffer.h"'), ("crypto/a.cpp", '"api/qex.h"'),
-                              ("crypto/a.cpp", "<qex.h>"), ("api/a.cpp", '"tool/options.h"'),
+                              ("crypto/a.cpp", "<qex.h>"), ("api/a.cpp", '"tool/base/options.h"'),
+                              ("tool/base/a.cpp", '"tool/message/facts.h"'), ("tool/message/a.cpp", '"tool/judge/judge.h"'),
+                              ("tool/judge/a.cpp", '"tool/worker/worker.h"'), ("tool/judge/a.cpp", '"tool/exchange/http.h"'),
+                              ("tool/worker/a.cpp", '"tool/judge/judge.h"'), ("tool/exchange/a.cpp", '"tool/worker/worker.h"'),
+                              ("tool/worker/inspect/a.cpp", '"tool/worker/worker.h"'), ("tool/worker/a.cpp", '"tool/commands/command.h"'),
+                              ("tool/judge/a.cpp", '"tool/worker/inspect/describe.h"'), ("tool/worker/strict/a.cpp", '"tool/worker/worker.h"'),
                               ("ber/a.cpp", '"tests/support/hex.h"'), ("tool/a.cpp", '"asn1/codec.h"'),
                               ("tool/a.cpp", '"api/frame.h"'), ("tool/worker/inspect/a.cpp", '"crypto/rsa.h"'),
                               ("tool/worker/inspect/a.cpp", '"api/frame.h"'), ("examples/a.c", '"ber/buffer.h"'),
@@ -121,8 +145,39 @@ class RulesTest(unittest.TestCase):
         self.assertNotEqual(self.broken_by("api/a.cpp", '"api/missing.h"'), [])
 
 
+# Headers of other makers, and the files of the tool that may include them.
+PACKAGES = (
+    ("nlohmann/json.hpp", r"tool/base/json\.h$"),
+    ("nlohmann/", r"tool/base/json(_fwd)?\.h$"),
+    ("openssl/", r"tool/worker/strict/|tool/base/hash\.cpp$"),
+    ("curl/", r"tool/exchange/curl"),
+    ("CLI/", r"tool/commands/\w+\.(cpp|h)$|tool/main\.cpp$"),
+)
+
+
+def misplaced_packages(sources):
+    """One line for every include of another maker's header outside of its places."""
+    return [f"{path}: may not include {name}"
+            for path, text in sorted(sources.items()) if path.startswith("tool/")
+            for name in (quoted or angled for quoted, angled in INCLUDE.findall(text))
+            for start, places in PACKAGES if name.startswith(start) and not re.match(places, path)]
+
+
+class PackagesTest(unittest.TestCase):
+    def test_EachPackageHasItsPlaces(self):
+        for path, name, fits in (("tool/base/json.h", "nlohmann/json.hpp", True), ("tool/judge/a.h", "nlohmann/json.hpp", False),
+                                 ("tool/base/json_fwd.h", "nlohmann/json.hpp", False), ("tool/worker/strict/a.cpp", "openssl/cms.h", True),
+                                 ("tool/judge/a.cpp", "openssl/cms.h", False), ("tool/judge/a.cpp", "curl/curl.h", False),
+                                 ("tool/judge/a.cpp", "CLI/CLI.hpp", False), ("tool/commands/a.cpp", "CLI/CLI.hpp", True)):
+            with self.subTest(path=path, name=name):
+                self.assertEqual(misplaced_packages({path: f"#include <{name}>\n"}) == [], fits)
+
+
 class TreeTest(unittest.TestCase):
     root = "."
+
+    def test_PackagesOfOtherMakersKeepTheirPlaces(self):
+        self.assertEqual("\n".join(misplaced_packages(read_tree(self.root))), "")
 
     def test_IncludesPointDownwards(self):
         sources = read_tree(self.root)

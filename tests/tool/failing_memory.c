@@ -1,7 +1,7 @@
 /* Memory that runs out once. Loaded in front of the C library by memory_test.py into a worker. Allocations
  * count from the end of standard input on, those of operator new apart: they fail in a way of their own.
  * FAIL_BELOW is how many of them are to fail, each in a process of its own, a fork of this one. What each
- * process answers is written as a line: which allocation failed, how the process ended, and its answer.
+ * process answers is written as a line: which allocation failed, how the process ended, and its answer in hex.
  * Without it nothing fails, and a line on standard error says how many allocations there were. */
 #define _GNU_SOURCE
 #include <dlfcn.h>
@@ -41,7 +41,9 @@ static void fail_each(long below) {
     while ((n = read(ends[0], answer + length, sizeof answer - length)) > 0) length += (size_t)n;
     close(ends[0]);
     waitpid(child, &status, 0);
-    printf("%ld %d %.*s\n", number, status, (int)length, answer);
+    printf("%ld %d ", number, status);
+    for (size_t i = 0; i < length; ++i) printf("%02x", (unsigned char)answer[i]);
+    putchar('\n');
     fflush(stdout);
   }
   _exit(0);

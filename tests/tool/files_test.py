@@ -297,7 +297,11 @@ class OutputTest(ToolTest):
 
     def wait_until_written(self, process):
         """Until a temporary has octets in it."""
-        while not any(name.startswith(".qex-") and os.stat(self.path(name)).st_size for name in self.files()):
+        def written(name):
+            with contextlib.suppress(FileNotFoundError):  # gone since it was listed
+                return name.startswith(".qex-") and os.stat(self.path(name)).st_size > 0
+            return False
+        while not any(written(name) for name in self.files()):
             self.assertIsNone(process.poll())
             time.sleep(0.01)
 

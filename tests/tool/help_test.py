@@ -114,6 +114,8 @@ class VersionTest(ToolTest):
         self.assertRegex(text, rb"^qex \d+\.\d+\.\d+\n$")
         self.assertEqual(run("--version", check=0).stdout, text)
         self.assertEqual(run("verify", "--version", check=0).stdout, text)
+        self.assertIn(b"OpenSSL", run("version", "-v", check=0).stdout)
+        self.assertIn("OpenSSL", run_json("version", check=0)["libcrypto"])
         for arguments in (("version",), ("--version",)):
             document = run_json(*arguments, check=0)
             self.assertEqual((document["command"], document["version"]), ("version", text.decode().split()[1]))

@@ -56,14 +56,9 @@ class KeySizeTest(ToolTest):
             with self.subTest(excess=excess):
                 self.write(self.path("large.der"), certificate(key))
                 document = self.verify("--tsa-cert", self.path("large.der"), check=1)
-                if excess is None:  # it was tried, and another one has signed
-                    self.assertEqual((verdicts(document)["signature"], verdicts(document)["signer"]), ("pass", "fail"))
-                else:
-                    self.assertEqual((verdicts(document)["signature"], verdicts(document)["signer"]), ("fail", "skip"))
-                    self.assertIn(excess, document["error"])
-                    self.assertEqual(document["code"], 0)
-                    self.assert_error(run("verify", self.document, "--tsa-cert", self.path("large.der"), "-q"), 1,
-                                      excess, "too large, not checked")
+                # Another one has signed. The library is not asked to check with a key that is too large.
+                self.assertEqual((verdicts(document)["signature"], verdicts(document)["signer"]), ("pass", "fail"))
+                self.assertEqual(document["code"] == 0, excess is not None)
 
     def test_AKeyOfTheTokenItself(self):
         """Tokens that the library accepts: openssl has signed them with these keys."""
@@ -83,7 +78,7 @@ class KeySizeTest(ToolTest):
                         self.stamped(authority)
                         self.verify("--tsa-cert", authority.tsa, check=0)
                         return
-                    done = run("stamp", self.document, "--tsa", authority.url)
+                    done = run("stamp", self.document, "--tsa", authority.url, "--force")
                     self.assert_error(done, 1, "signature", excess, "too large, not checked")
                     self.assertEqual(self.files(), ["report.txt"])
                     self.stamped(authority, "--no-cert")
@@ -96,9 +91,8 @@ class KeySizeTest(ToolTest):
                         self.assertIn(excess, self.verify(*pin, check=1)["error"])
                     # Without a check there is nothing to refuse.
                     self.assertIn(b"rsa", run("show", self.document + ".tsr", check=0).stdout)
-                    # Another certificate is tried; the token's own is not, to tell why that one fails.
-                    document = self.verify("--tsa-cert", authority.ca, check=1)
-                    self.assertIn("does not verify", document["error"])
+                    # Of the library too another certificate is tried alone.
+                    self.assertIn("does not verify", self.verify("--tsa-cert", authority.ca, "--library-only", check=1)["error"])
                 os.remove(self.document + ".tsr")
 
     def certify(self, folder):

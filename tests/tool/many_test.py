@@ -63,7 +63,7 @@ class FoldersTest(ManyTest):
                           for document in documents if document["exit"] != 0},
                          {name: status for name, (_, status, _) in broken.items()})
         self.assertEqual(summary["summary"], {
-            "subjects": 1000, "done": 1000, "pass": 990, "fail": 10, "authority_not_checked": 0, "signal": None,
+            "subjects": 1000, "passed": 990, "failed": 10, "authority_not_checked": 0, "not_done": 0,
             "reasons": {"imprint": 2, "malformed": 4, "nonce": 1, "refused": 1, "signature": 1, "unreadable": 1}})
         self.assertEqual((summary["exit"], summary["command"], summary["schema"]), (1, "verify", 1))
 
@@ -271,7 +271,7 @@ class ProcessesTest(ManyTest):
         output, _ = process.communicate(timeout=60)
         os.close(self.writer)
         summary = json.loads(output.splitlines()[-1])["summary"]
-        self.assertEqual((summary["subjects"], summary["done"], summary["pass"], summary["signal"]), (5, 2, 2, signal.SIGINT))
+        self.assertEqual((summary["subjects"], summary["passed"], summary["not_done"], summary["signal"]), (5, 2, 3, signal.SIGINT))
 
     def test_WhatIsIgnoredStaysIgnored(self):
         process = self.start("-j", "1", preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))

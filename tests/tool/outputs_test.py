@@ -14,31 +14,27 @@ from servers_test import OK, Server, says
 from support import ToolTest, environment, openssl, post, run, run_json
 
 
-def http(body):
-    return OK + b"Connection: close\r\nContent-Length: " + str(len(body)).encode() + b"\r\n\r\n" + body
-
-
 class Relay(Server):
-    """A server that passes each request on to an authority; `meanwhile` runs before the reply is sent."""
+    """A server that passes each request on to an authority. `meanwhile` runs before the reply is sent; what it
+    returns is sent in place of the reply."""
 
-    def __init__(self, authority, meanwhile=lambda: None):
+    def __init__(self, authority, meanwhile=lambda: None, head=OK):
         def script(connection):
-            meanwhile()
-            connection.sendall(http(post(authority.url, self.query)))
+            query = self.body_of(connection)
+            other = meanwhile()
+            connection.sendall(other or head + b"Connection: close\r\n\r\n" + post(authority.url, query))
         super().__init__(script, greet=False)
-        self.inner = self.script
-        self.script = self.read_first
 
-    def read_first(self, connection):
+    @staticmethod
+    def body_of(connection):
         data = b""
         while b"\r\n\r\n" not in data:
             data += connection.recv(65536)
         head, body = data.split(b"\r\n\r\n", 1)
-        length = int(next(line for line in head.split(b"\r\n") if line.lower().startswith(b"content-length:")).split(b":")[1])
+        length = next(int(line.split(b":")[1]) for line in head.lower().split(b"\r\n") if line.startswith(b"content-length:"))
         while len(body) < length:
             body += connection.recv(65536)
-        self.query = body
-        self.inner(connection)
+        return body
 
     @property
     def url(self):
@@ -116,19 +112,26 @@ class OutputsTest(ToolTest):
         openssl("ts", "-verify", "-in", self.path("report.txt.tsr"), "-queryfile", self.path("report.txt.tsq"),
                 "-CAfile", self.tsa_server.ca)
 
-    def stamps_at_once(self, *options):
-        env = {**support.preloaded(support.SLOW_SYSTEM), "QUICK_DISK": "yes"}
-        running = [subprocess.Popen([support.QEX, "stamp", self.document, *self.url(), *options], env=env,
-                                    stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL) for _ in range(6)]
-        return sorted(process.wait(60) for process in running)
+    def stamping(self, *options, **more):
+        env = {**support.preloaded(support.SLOW_SYSTEM), "QUICK_DISK": "yes", **more}
+        return subprocess.Popen([support.QEX, "stamp", self.document, *self.url(), *options], env=env,
+                                stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
 
     def test_OfSeveralStampsAtOnceTheFirstOneStays(self):
-        self.assertEqual(self.stamps_at_once(), [0, 3, 3, 3, 3, 3])
+        running = [self.stamping() for _ in range(6)]
+        self.assertEqual(sorted(process.wait(60) for process in running), [0, 3, 3, 3, 3, 3])
         self.matching_pair()
         self.assertEqual(self.files(), ["report.txt", "report.txt.tsq", "report.txt.tsr"])
 
     def test_SeveralForcedStampsAtOnceLeaveAMatchingPair(self):
-        self.assertEqual(self.stamps_at_once("--force"), [0] * 6)
+        """The second one comes to its end between the two names of the first one."""
+        self.write(self.path("report.txt.tsr"), b"older")
+        first = self.stamping("--force", SLOW_NAMES="yes")
+        while self.read(self.path("report.txt.tsr")) == b"older":
+            self.assertIsNone(first.poll())
+            time.sleep(0.01)
+        second = self.stamping("--force")
+        self.assertEqual((first.wait(60), second.wait(60)), (0, 0))
         self.matching_pair()
         self.assertEqual(self.files(), ["report.txt", "report.txt.tsq", "report.txt.tsr"])
 
@@ -154,6 +157,18 @@ class OutputsTest(ToolTest):
                     self.assert_error(run("stamp", *command, *url), 3, words)
                     self.assertEqual(self.files(), before)
             self.assertEqual(server.served, 0)
+
+    def test_AFullDiskIsFoundBeforeTheAuthorityIsAsked(self):
+        os.mkdir(self.path("disk"))
+        small = ["mount", "-t", "tmpfs", "-o", "size=8k", "tmpfs", self.path("disk")]
+        if os.geteuid() != 0 or subprocess.run(small, capture_output=True, check=False).returncode != 0:
+            self.skipTest("no small disk can be made here")
+        self.addCleanup(subprocess.run, ["umount", self.path("disk")], check=True)
+        with Server(says(b"")) as server:
+            self.assert_error(run("stamp", self.document, "--tsa", f"http://127.0.0.1:{server.port}/", "-o", self.path("disk")), 3,
+                              "room on the disk")
+            self.assertEqual(server.served, 0)
+        self.assertEqual(os.listdir(self.path("disk")), [])
 
     def test_TheLongestNameIsTaken(self):
         self.write(self.path("n" * 251), b"")

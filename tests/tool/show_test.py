@@ -103,7 +103,7 @@ class ShowTest(ToolTest):
         done = run("reply", self.refusal)
         self.assert_error(done, 5, "rejection", "unacceptedPolicy")
         document = run_json("reply", self.refusal, check=5)
-        self.assertEqual(document["status"]["fail_info"], 15)
+        self.assertEqual(document["status"]["fail_info"], [15])
         self.assertEqual(document["code"], -9)
         self.assert_error(run("reply", self.token), 4, "token")
 
@@ -115,7 +115,7 @@ class ShowTest(ToolTest):
         document = run_json("reply", self.path("bare"), check=5)
         self.assertEqual(document["status"], {"status": 2, "name": "rejection", "failure": "no failure named"})
         self.assert_error(run("reply", self.path("badAlg")), 5, "rejection (2), badAlg\n", "--hash")
-        self.assertEqual(run_json("reply", self.path("badAlg"), check=5)["status"]["fail_info"], 0)
+        self.assertEqual(run_json("reply", self.path("badAlg"), check=5)["status"]["fail_info"], [0])
 
     def test_OctetsBehindAMessageAreMentioned(self):
         for path in (self.reply, self.request, self.token):

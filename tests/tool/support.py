@@ -1,5 +1,6 @@
 """What the tests of the tool share: running qex, and an authority to talk to."""
 
+import functools
 import json
 import os
 import shutil
@@ -10,9 +11,16 @@ import tempfile
 import unittest
 import urllib.request
 
+try:
+    import jsonschema
+    jsonschema.Draft202012Validator
+except (ImportError, AttributeError):  # documents then go unexamined, and schema_test.py is skipped
+    jsonschema = None
+
 sys.dont_write_bytecode = True
 HERE = os.path.dirname(os.path.abspath(__file__))
 AUTHORITY = os.path.join(HERE, "..", "authority", "authority.py")
+SCHEMA = os.path.join(HERE, "..", "..", "docs", "qex.schema.json")
 
 QEX = None
 FAILING_CHECK = None
@@ -35,6 +43,21 @@ def preloaded(library):
     return environment(**more)
 
 
+@functools.lru_cache(maxsize=None)
+def validator():
+    with open(SCHEMA, encoding="utf-8") as file:
+        return jsonschema.Draft202012Validator(json.load(file))
+
+
+def assert_described(document):
+    """Holds a document against docs/qex.schema.json."""
+    fault = jsonschema.exceptions.best_match(validator().iter_errors(document)) if jsonschema else None
+    if fault is not None:
+        place = "/".join(str(part) for part in fault.absolute_path)
+        raise AssertionError(f"not as docs/qex.schema.json has it, at '{place}': {fault.message[:500]}\n"
+                             f"{json.dumps(document)[:2000]}")
+
+
 def run(*arguments, stdin=b"", env=None, check=None):
     """Runs qex; `check` is the exit status that is demanded."""
     done = subprocess.run([QEX, *arguments], input=stdin, capture_output=True,
@@ -42,6 +65,9 @@ def run(*arguments, stdin=b"", env=None, check=None):
     if check is not None and done.returncode != check:
         raise AssertionError(f"qex {' '.join(arguments)}: exit {done.returncode}, not {check}\n"
                              f"{done.stdout!r}\n{done.stderr.decode(errors='replace')}")
+    if "--json" in arguments or "--jobs" in arguments:
+        for line in done.stdout.splitlines():
+            assert_described(json.loads(line))
     return done
 
 
@@ -127,7 +153,7 @@ class ToolTest(unittest.TestCase):
 
     def stamped(self, authority, *options):
         """The document with a stamp beside it."""
-        run("stamp", self.document, "--tsa", authority.url, "--retry", "0", *options, check=0)
+        run("stamp", self.document, "--tsa", authority.url, "--retry", "0", "--force", *options, check=0)
 
     def assert_error(self, done, exit_status, *words):
         """The exit status, an error line and a hint line, and no more than words demand of them."""

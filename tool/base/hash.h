@@ -16,6 +16,7 @@ struct HashAlgorithm {
   std::string_view octets;  // contents octets of the identifier
   size_t length;            // of the digest, in octets
   bool weak;                // collisions are known
+  bool ofLibrary;           // the library exports it
 };
 
 std::span<const HashAlgorithm> HashAlgorithms();

@@ -26,14 +26,15 @@ using Slot = RemovedOnSignal::Slot;
 constexpr std::array kEnding{SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU};
 
 std::atomic<Slot*> firstSlot{nullptr};
-std::atomic<int> holders{0};
+std::atomic<int> holders{0};  // threads that hold signals
+thread_local int heldHere = 0;
 std::atomic<int> signalThatCame{0};
 std::atomic<pid_t> owner{0};
 static_assert(std::atomic<int>::is_always_lock_free && std::atomic<char*>::is_always_lock_free);
 
 // Calls that are safe in a handler alone.
 void end_by(int number) {
-  // A child that has not yet started its own program has the handler too, but not the files.
+  // A child has the handler too, but not the files.
   if (::getpid() == owner) {
     for (Slot* slot = firstSlot; slot != nullptr; slot = slot->next) {
       if (const char* name = slot->name.exchange(nullptr)) ::unlink(name);
@@ -44,6 +45,7 @@ void end_by(int number) {
 }
 
 extern "C" void on_ending_signal(int number) {
+  if (::getpid() != owner) return end_by(number);  // a child holds nothing
   const int error = errno;
   // In this order: whoever begins to hold after it sees that a signal came.
   signalThatCame = number;
@@ -89,6 +91,7 @@ Slot* free_slot() {
 
 SignalsHeld::SignalsHeld() {
   install_once();
+  if (heldHere++ != 0) return;
   ++holders;
   // The process is already ending: nothing new is begun.
   if (signalThatCame != 0) {
@@ -98,7 +101,7 @@ SignalsHeld::SignalsHeld() {
 }
 
 SignalsHeld::~SignalsHeld() {
-  release();
+  if (--heldHere == 0) release();
 }
 
 RemovedOnSignal::RemovedOnSignal(const std::string& name) {

@@ -29,8 +29,10 @@ bool takes_color(const Options& options) {
   return ::isatty(STDOUT_FILENO) != 0 && !environment_forbids_color();
 }
 
+constexpr size_t kWidestScalar = 600;  // wider than any digest or number that is shown
+
 std::string scalar_text(const Json& value) {
-  if (value.is_string()) return Escaped(Folded(value.get<std::string>()));
+  if (value.is_string()) return Escaped(Folded(value.get<std::string>(), kWidestScalar));
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
   return value.dump();
 }

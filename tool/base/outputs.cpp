@@ -87,9 +87,17 @@ class Temporary {
   Temporary(const Temporary&) = delete;
   Temporary& operator=(const Temporary&) = delete;
 
-  // Returns 0 or the error.
+  // Returns 0 or the error; a file system that keeps no room free is none.
+  int keep_free(uint64_t room) const {
+    if (room == 0 || ::fallocate(fd_, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(room)) == 0) return 0;
+    return errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL ? 0 : errno;
+  }
+
+  // Returns 0 or the error. The room that is left over is given back.
   int write(ByteView data) {
-    int error = WriteAll(fd_, data) && ::fsync(fd_) == 0 ? 0 : errno;
+    const bool written =
+        WriteAll(fd_, data) && ::ftruncate(fd_, static_cast<off_t>(data.size())) == 0 && ::fsync(fd_) == 0;
+    int error = written ? 0 : errno;
     if (::close(std::exchange(fd_, -1)) != 0 && error == 0) error = errno;
     return error;
   }
@@ -139,7 +147,7 @@ bool has_no_such_call(int error) {
 // One output: where it goes, and how far it got.
 class OutputFile {
  public:
-  OutputFile(const Output& output, bool force) : target_(output.path), force_(force) {
+  OutputFile(const Output& output, bool force) : target_(output.path), force_(force), room_(output.room) {
     if (IsStandardStream(target_)) {
       way_ = Way::Standard;
       if (!output.terminalHint.empty() && ::isatty(STDOUT_FILENO) != 0) {
@@ -179,6 +187,8 @@ class OutputFile {
     if (!is_file()) return;
     if (there_ && !force_) throw exists_already(target_);
     temporary_.emplace(path_, target_);
+    if (const int error = temporary_->keep_free(room_))
+      throw FileFailure(target_, "cannot be written", error);
   }
 
   void write_directly(ByteView data) const {
@@ -253,6 +263,7 @@ class OutputFile {
   std::string path_;    // where a link leads to
   Way way_ = Way::File;
   bool force_;
+  uint64_t room_;
   bool there_ = false;
   Taken taken_ = Taken::No;
   std::optional<Temporary> temporary_;

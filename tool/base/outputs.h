@@ -2,6 +2,7 @@
 // computed; they appear whole, together, and never in place of an older file unless that is asked for.
 #pragma once
 
+#include <cstdint>
 #include <initializer_list>
 #include <list>
 #include <string>
@@ -19,6 +20,8 @@ struct Output {
   bool found = false;
   // The output is binary, and this is the hint when it would go to a terminal; empty: it is text.
   std::string terminalHint = {};
+  // Octets that are kept free for it on the disk, where the file system can do that; 0: none.
+  uint64_t room = 0;
 };
 
 class OutputFile;

@@ -71,8 +71,10 @@ std::string rows_of(const CLI::App& app, Wanted wanted) {
   return rows;
 }
 
-std::string section(const std::string& title, const std::string& rows) {
-  return rows.empty() ? "" : "\n" + title + ":\n" + rows;
+std::string section(std::string title, const std::string& rows) {
+  if (rows.empty()) return "";
+  if (title[0] >= 'A' && title[0] <= 'Z') title[0] = static_cast<char>(title[0] - 'A' + 'a');
+  return "\n" + title + ":\n" + rows;
 }
 
 std::string argument_rows(const CLI::App& app) {
@@ -93,7 +95,7 @@ std::string option_sections(const CLI::App& app, const std::string& title) {
 
 std::string usage_line(const CLI::App& app) {
   std::string line = "usage: qex " + app.get_name();
-  if (!option_sections(app, "").empty()) line += " [OPTION...]";
+  if (!option_sections(app, "options").empty()) line += " [OPTION...]";
   for (const CLI::Option* option : app.get_options()) {
     if (!option->get_positional()) continue;
     line += option->get_required() ? " " + name_of(*option) : " [" + name_of(*option) + "]";

@@ -158,7 +158,7 @@ ExitStatus check(const Arguments& arguments, const Options& options) {
     fail(match.meaning, "look inside with 'qex show --asn1'");
   }
   report.Skip("token", "its signature is for 'qex verify' to check");
-  report.Skip("issuer, signature and validity of the certificate", "not checked");
+  report.Skip("certificate", "its issuer, signature and validity are not checked");
 
   const std::optional<Failure> failure = report.FirstFailure(name);
   WriteLibraryMessages(answer.libraryMessages, options);

@@ -4,6 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <span>
 #include <system_error>
 
 #include <CLI/CLI.hpp>
@@ -28,12 +29,24 @@ void add_items(std::vector<TrustItem>& items, const std::string& source, std::ve
   }
 }
 
+// The octets of PEM blocks, each of which must hold some.
+std::vector<Bytes> whole_blocks(const std::string& path, ByteView data,
+                                std::span<const std::string_view> labels) {
+  std::vector<Bytes> found = PemBlocks(data, labels);
+  const auto broken = std::ranges::find(found, Bytes{});
+  if (broken == found.end()) return found;
+  throw Failure{ExitStatus::Input,
+                ShownPath(path) + ": PEM block " + std::to_string(broken - found.begin() + 1) +
+                    " is no base64, or has no end",
+                "the file was damaged or cut off; fetch it again"};
+}
+
 // The certificates of a file: those of its PEM blocks, or one as DER or bare base64.
 std::vector<Bytes> read_certificates(const std::string& path) {
   const std::string name = ShownPath(path);
   Bytes data = ReadMessage(path);
   if (HoldsPem(data)) {
-    std::vector<Bytes> found = PemBlocks(data, kCertificateLabels);
+    std::vector<Bytes> found = whole_blocks(path, data, kCertificateLabels);
     if (!found.empty()) return found;
   }
   Message message = ParseMessage(path, std::move(data));
@@ -52,7 +65,7 @@ std::vector<Bytes> read_certificates(const std::string& path) {
 
 std::vector<Bytes> read_lists(const std::string& path) {
   Bytes data = ReadMessage(path);
-  std::vector<Bytes> found = PemBlocks(data, kListLabels);
+  std::vector<Bytes> found = whole_blocks(path, data, kListLabels);
   if (!found.empty()) return found;
   Message message = ParseMessage(path, std::move(data));
   // A list is no message of a known kind; whether it is one the worker says.
@@ -63,7 +76,7 @@ std::vector<Bytes> read_lists(const std::string& path) {
 }
 
 // Every certificate in the files of a folder; other files are passed over.
-std::vector<Bytes> read_folder(const std::string& path) {
+std::vector<Bytes> certificates_in(const std::string& path) {
   std::error_code error;
   std::vector<std::string> names;
   for (fs::directory_iterator entry(path, error), end; !error && entry != end; entry.increment(error)) {
@@ -83,20 +96,28 @@ std::vector<Bytes> read_folder(const std::string& path) {
       if (failure.exit != ExitStatus::Input) throw;
     }
   }
-  if (found.empty()) {
-    throw Failure{ExitStatus::Input, ShownPath(path) + ": no file of this folder holds a certificate",
-                  "name a folder of root certificates"};
-  }
   return found;
+}
+
+std::vector<Bytes> read_folder(const std::string& path) {
+  std::vector<Bytes> found = certificates_in(path);
+  if (!found.empty()) return found;
+  throw Failure{ExitStatus::Input, ShownPath(path) + ": no file of this folder holds a certificate",
+                "name a folder of root certificates"};
 }
 
 // Where the system keeps its roots, as OpenSSL's own variables or Debian's and others' habit have it.
 void read_system_roots(Trust& trust) {
   const char* file = std::getenv("SSL_CERT_FILE");
   const char* folder = std::getenv("SSL_CERT_DIR");
-  if (file != nullptr && *file != '\0') add_items(trust.systemRoots, file, read_certificates(file));
-  if (folder != nullptr && *folder != '\0') add_items(trust.systemRoots, folder, read_folder(folder));
+  if (file != nullptr && FileExists(file)) add_items(trust.systemRoots, file, read_certificates(file));
+  if (folder != nullptr && IsDirectory(folder)) add_items(trust.systemRoots, folder, certificates_in(folder));
   if (!trust.systemRoots.empty()) return;
+  if (file != nullptr || folder != nullptr) {
+    throw Failure{ExitStatus::File,
+                  "--system-ca: SSL_CERT_FILE and SSL_CERT_DIR name no roots that are there",
+                  "correct the variables or unset them, or name the roots with --ca-file"};
+  }
   for (const char* place :
        {"/etc/ssl/certs/ca-certificates.crt", "/etc/pki/tls/certs/ca-bundle.crt", "/etc/ssl/cert.pem"}) {
     if (!FileExists(place)) continue;

@@ -12,6 +12,9 @@
 
 namespace qex::tool {
 
+// The verdict when all checks pass and nobody is trusted.
+inline constexpr const char* kUnpinned = "consistent in itself, authority not checked";
+
 struct VerifyArguments {
   std::string file;
   Source token;

@@ -1,4 +1,5 @@
 // qex version
+#include <openssl/crypto.h>
 #include <CLI/CLI.hpp>
 
 #include "tool/base/files.h"
@@ -14,10 +15,11 @@ ExitStatus PrintVersion(const Options& options) {
     Json document = NewDocument("version", "");
     document["version"] = QEX_TOOL_VERSION;
     document["libcurl"] = HttpLibraryVersion();
+    document["libcrypto"] = OpenSSL_version(OPENSSL_VERSION);
     WriteJson(document);
   } else {
     WriteText("qex " QEX_TOOL_VERSION "\n");
-    if (options.verbose) WriteText(HttpLibraryVersion() + "\n");
+    if (options.verbose) WriteText(HttpLibraryVersion() + "\n" + OpenSSL_version(OPENSSL_VERSION) + "\n");
   }
   return ExitStatus::Ok;
 }

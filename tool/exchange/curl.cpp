@@ -1,45 +1,44 @@
-// What the two transports share of libcurl.
+// Loading libcurl, and what the two transports share of it.
 #include "tool/exchange/curl.h"
 
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstring>
+#include <new>
 #include <vector>
 
-#include "tool/base/escape.h"
+#include "tool/base/failure.h"
 #include "tool/base/files.h"
 
 namespace qex::tool {
 namespace {
 
-std::string hint_of(CURLcode code) {
-  switch (code) {
-    case CURLE_COULDNT_RESOLVE_HOST: return "look at the host's name, and at the connection to the network";
-    case CURLE_COULDNT_RESOLVE_PROXY: return "look at the proxy variables of the environment";
-    case CURLE_COULDNT_CONNECT: return "look at the host and port; is the authority running?";
-    case CURLE_OPERATION_TIMEDOUT: return "wait longer with --timeout, or try again with --retry";
-    case CURLE_PARTIAL_FILE:
-    case CURLE_GOT_NOTHING: return "the connection ended early; try again";
-    case CURLE_RECV_ERROR:
-    case CURLE_SEND_ERROR: return "the exchange broke off; try again with --retry";
-    case CURLE_PEER_FAILED_VERIFICATION:
-      return "it may be another server than it says; a root of your own is named with --cacert";
-    case CURLE_SSL_CONNECT_ERROR: return "does the authority speak https at this port?";
-    case CURLE_SSL_CACERT_BADFILE: return "name a file of PEM certificates with --cacert";
-    case CURLE_SSL_CERTPROBLEM: return "look at the files of --client-cert and --client-key";
-    case CURLE_TOO_MANY_REDIRECTS: return "the authority sends its clients in circles; look at the address";
-    case CURLE_UNSUPPORTED_PROTOCOL:
-      return "is it a service of http? no redirect to another protocol, or from https to http, is followed";
-    default: return "look at the address and the connection";
-  }
+// The name of all versions with this interface.
+constexpr const char* kLibrary = "libcurl.so.4";
+
+Failure not_loaded(const char* reason) {
+  return {ExitStatus::Network,
+          std::string("libcurl, which carries the exchange, cannot be loaded: ") +
+              (reason == nullptr ? "no reason is given" : reason),
+          "install it (libcurl4 in Debian); commands that ask no authority work without it"};
 }
 
-// What lies in the files that the caller named is no fault of the network.
-ExitStatus exit_of(CURLcode code) {
-  const bool files = code == CURLE_SSL_CACERT_BADFILE || code == CURLE_SSL_CERTPROBLEM;
-  return files ? ExitStatus::Input : ExitStatus::Network;
+CurlFunctions load() {
+  void* library = ::dlopen(kLibrary, RTLD_NOW | RTLD_LOCAL);
+  if (library == nullptr) throw not_loaded(::dlerror());
+  CurlFunctions functions;
+  const auto find = [library](const char* name) {
+    void* function = ::dlsym(library, name);
+    if (function == nullptr) throw not_loaded(::dlerror());
+    return function;
+  };
+#define QEX_CURL_FIND(name) functions.name = reinterpret_cast<decltype(functions.name)>(find("curl_" #name));
+  QEX_CURL_FUNCTIONS(QEX_CURL_FIND)
+#undef QEX_CURL_FIND
+  if (functions.global_init(CURL_GLOBAL_DEFAULT) != CURLE_OK) throw not_loaded("it does not start");
+  return functions;
 }
 
 // libcurl says of missing descriptors that memory ran out, or that nobody answers; and a reply that came
@@ -58,10 +57,22 @@ void require_descriptors() {
 
 }  // namespace
 
+const CurlFunctions& Curl() {
+  static const CurlFunctions functions = load();
+  return functions;
+}
+
+std::string CurlVersion() {
+  try {
+    return Curl().version();
+  } catch (const Failure&) {
+    return "";
+  }
+}
+
 CurlHandle NewCurl(std::chrono::milliseconds timeout) {
   require_descriptors();
-  static const CURLcode kStarted = curl_global_init(CURL_GLOBAL_DEFAULT);
-  CurlHandle handle(kStarted == CURLE_OK ? curl_easy_init() : nullptr);
+  CurlHandle handle(Curl().easy_init());
   if (handle == nullptr) throw std::bad_alloc();
   SetCurl(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(timeout.count()));
   SetCurl(handle, CURLOPT_NOSIGNAL, 1L);
@@ -73,29 +84,28 @@ CurlHandle NewCurl(std::chrono::milliseconds timeout) {
 }
 
 CurlUrl NewCurlUrl() {
-  CurlUrl url(curl_url());
+  CurlUrl url(Curl().url());
   if (url == nullptr) throw std::bad_alloc();
   return url;
+}
+
+std::string UrlPart(const std::string& url, CURLUPart part) {
+  const CurlUrl parsed = NewCurlUrl();
+  char* text = nullptr;
+  if (Curl().url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK ||
+      Curl().url_get(parsed.get(), part, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) {
+    return "";
+  }
+  return CurlText(text).get();
 }
 
 void CheckCurlSetting(CURLcode code) {
   if (code == CURLE_OUT_OF_MEMORY) throw std::bad_alloc();
   if (code != CURLE_OK) {
-    throw Failure{ExitStatus::Network, std::string("libcurl refuses a setting: ") + curl_easy_strerror(code),
+    throw Failure{ExitStatus::Network,
+                  std::string("libcurl refuses a setting: ") + Curl().easy_strerror(code),
                   "this libcurl was built without what the address needs"};
   }
-}
-
-Failure CurlFailure(const std::string& name, CURLcode code, const char* detail) {
-  if (code == CURLE_OUT_OF_MEMORY) {
-    // libcurl has no code of its own for a line that it does not take.
-    return {ExitStatus::Input,
-            name + ": a line of the reply's head is longer than libcurl takes, or memory ran out",
-            "this is no time-stamp service; look at the address"};
-  }
-  // A text that repeats the address of a proxy may hold a password.
-  const bool shown = *detail != '\0' && std::strchr(detail, '@') == nullptr;
-  return {exit_of(code), name + ": " + Escaped(shown ? detail : curl_easy_strerror(code)), hint_of(code)};
 }
 
 }  // namespace qex::tool

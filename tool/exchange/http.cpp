@@ -1,22 +1,29 @@
-// One POST by libcurl, and its failures in words.
+// One POST by libcurl.
 #include "tool/exchange/http.h"
 
 #include <algorithm>
 #include <cctype>
+#include <iterator>
+#include <new>
 #include <string_view>
+#include <utility>
 
-#include "tool/base/escape.h"
 #include "tool/base/failure.h"
+#include "tool/exchange/cause.h"
 #include "tool/exchange/curl.h"
+#include "tool/exchange/exchange_failure.h"
+#include "tool/message/structure.h"
 
 namespace qex::tool {
 namespace {
 
 constexpr size_t kMaxReply = size_t{1} << 20;
 constexpr size_t kMaxHead = size_t{64} << 10;  // the lines of all heads and trailers of an exchange
-constexpr size_t kMaxShown = 120;              // characters of the server's own in an error line
 constexpr long kMaxRedirects = 5;
-constexpr const char* kReplyType = "application/timestamp-reply";
+constexpr std::string_view kReplyType = "application/timestamp-reply";
+// Types under which some authorities send a good reply; an empty one is none at all.
+constexpr std::string_view kOtherTypes[] = {"", "application/octet-stream", "binary/octet-stream",
+                                            "application/timestamp-response", "application/timestamp-query"};
 
 struct Received {
   Bytes body;
@@ -47,23 +54,12 @@ CurlList request_headers() {
   // An empty Expect: the query is small, and some servers keep the client waiting.
   for (const char* line :
        {"Content-Type: application/timestamp-query", "Accept: application/timestamp-reply", "Expect:"}) {
-    curl_slist* longer = curl_slist_append(list.get(), line);
+    curl_slist* longer = Curl().slist_append(list.get(), line);
     if (longer == nullptr) throw std::bad_alloc();
     static_cast<void>(list.release());
     list.reset(longer);
   }
   return list;
-}
-
-// The scheme in lower case; empty for what is no address.
-std::string scheme_of(const std::string& text) {
-  const CurlUrl url = NewCurlUrl();
-  char* part = nullptr;
-  if (curl_url_set(url.get(), CURLUPART_URL, text.c_str(), 0) != CURLUE_OK ||
-      curl_url_get(url.get(), CURLUPART_SCHEME, &part, 0) != CURLUE_OK) {
-    return "";
-  }
-  return CurlText(part).get();
 }
 
 void set_protocols(const CurlHandle& handle, bool tls) {
@@ -91,28 +87,11 @@ void set_identities(const CurlHandle& handle, const HttpSettings& settings) {
     set_pem(handle, CURLOPT_CAINFO_BLOB, settings.roots);
     SetCurl(handle, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
-  if (!settings.user.empty()) {
-    SetCurl(handle, CURLOPT_USERPWD, settings.user.c_str());
-    SetCurl(handle, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_ANY));
-  }
+  if (!settings.user.empty()) SetCurl(handle, CURLOPT_USERPWD, settings.user.c_str());
+  SetCurl(handle, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
+  SetCurl(handle, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_ANY));
   set_pem(handle, CURLOPT_SSLCERT_BLOB, settings.clientCert);
   set_pem(handle, CURLOPT_SSLKEY_BLOB, settings.clientKey);
-}
-
-// The first line of a body with something to read in it, cut to a readable length.
-std::string first_line(const Bytes& body) {
-  std::string line;
-  for (const uint8_t octet : body) {
-    if (octet == '\n' || octet == '\r') {
-      if (line.find_first_not_of(" \t") != std::string::npos) break;
-      line.clear();
-      continue;
-    }
-    if (octet < 0x20 && octet != '\t') return "";  // binary
-    line += static_cast<char>(octet);
-    if (line.size() == kMaxShown) break;
-  }
-  return Escaped(line);
 }
 
 std::string media_type(const char* contentType) {
@@ -123,22 +102,38 @@ std::string media_type(const char* contentType) {
   return type;
 }
 
-std::string what_came(long status, const char* contentType, const Bytes& body) {
-  std::string text =
-      "HTTP status " + std::to_string(status) + ", content type " +
-      (contentType == nullptr ? "none" : Escaped(std::string_view(contentType).substr(0, kMaxShown)));
-  const std::string line = first_line(body);
-  if (!line.empty()) text += ", \"" + line + "\"";
-  return text;
+bool is_reply(const Bytes& body) {
+  return inspect::KindOf(body) == inspect::Kind::Reply;
 }
 
-std::string hint_of_status(long status) {
-  if (status == 401 || status == 403)
-    return "the authority asks who you are: --user, or --client-cert with --client-key";
-  if (status == 404 || status == 405)
-    return "look at the path of the address: it is not that of a time-stamp service";
-  if (status >= 500) return "the authority has a fault of its own; try again later or ask another one";
-  return "look at the address, and at what the authority says";
+// What libcurl ended or the server sent too much of; nothing is left of it to be read.
+void check_transfer(const CurlHandle& curl, const HttpSettings& settings, const Received& received,
+                    CURLcode code, const char* detail) {
+  const std::string name = ShownUrl(settings.url);
+  if (received.headTooLong) {
+    throw LastingFault(ExitStatus::Input, name + ": the head of the reply is longer than 64 KiB",
+                       "this is no time-stamp service; look at the address");
+  }
+  if (code != CURLE_OK && !received.bodyTooLong) {
+    throw TransferFailure(curl, settings.url, name, code, detail);
+  }
+}
+
+HttpReply reply_of(const CurlHandle& curl, const std::string& name, Received received) {
+  const char* contentType = CurlInfo(curl, CURLINFO_CONTENT_TYPE, static_cast<const char*>(nullptr));
+  HttpReply reply{{}, CurlInfo(curl, CURLINFO_RESPONSE_CODE, 0L), ""};
+  if (reply.status != 200) throw StatusFailure(curl, name, contentType, received.body);
+  if (received.bodyTooLong) {
+    throw LastingFault(ExitStatus::Input, name + ": the reply is longer than 1 MiB",
+                       "this is no time-stamp service; look at the address", reply.status);
+  }
+  const std::string type = media_type(contentType);
+  const bool usual = type == kReplyType;
+  const bool other = std::ranges::find(kOtherTypes, type) != std::end(kOtherTypes);
+  if (!is_reply(received.body) || !(usual || other)) throw NoReplyFailure(name, contentType, received.body);
+  if (!usual) reply.note = "came as content type " + (type.empty() ? "none" : type);
+  reply.body = std::move(received.body);
+  return reply;
 }
 
 }  // namespace
@@ -148,17 +143,17 @@ std::string ShownUrl(const std::string& url) {
   const size_t host =
       scheme == std::string::npos ? 0 : scheme + 3;  // one without a scheme is no address, and shown
   const size_t at = url.substr(0, url.find_first_of("/?#", host)).rfind('@');
-  return Escaped(at == std::string::npos || at < host ? url : url.substr(0, host) + url.substr(at + 1));
+  return at == std::string::npos || at < host ? url : url.substr(0, host) + url.substr(at + 1);
 }
 
 void CheckUrl(const std::string& url) {
-  const std::string scheme = scheme_of(url);
+  const std::string scheme = UrlPart(url, CURLUPART_SCHEME);
   if (scheme == "http" || scheme == "https") return;
   throw UsageFailure(ShownUrl(url) + ": not an address of http or https",
                      "for example --tsa https://tsa.example/");
 }
 
-Bytes PostRequest(const HttpSettings& settings, ByteView request) {
+HttpReply PostRequest(const HttpSettings& settings, ByteView request) {
   const CurlHandle curl = NewCurl(settings.timeout);
   const CurlList headers = request_headers();
   Received received;
@@ -166,7 +161,7 @@ Bytes PostRequest(const HttpSettings& settings, ByteView request) {
   char detail[CURL_ERROR_SIZE] = "";
 
   SetCurl(curl, CURLOPT_URL, settings.url.c_str());
-  set_protocols(curl, scheme_of(settings.url) == "https");
+  set_protocols(curl, UrlPart(settings.url, CURLUPART_SCHEME) == "https");
   SetCurl(curl, CURLOPT_FOLLOWLOCATION, 1L);
   SetCurl(curl, CURLOPT_MAXREDIRS, kMaxRedirects);
   SetCurl(curl, CURLOPT_POSTREDIR, long{CURL_REDIR_POST_ALL});
@@ -182,35 +177,14 @@ Bytes PostRequest(const HttpSettings& settings, ByteView request) {
   SetCurl(curl, CURLOPT_HEADERDATA, &received);
   set_identities(curl, settings);
 
-  const CURLcode code = curl_easy_perform(curl.get());
-  const std::string name = ShownUrl(settings.url);
-  if (received.headTooLong) {
-    throw Failure{ExitStatus::Input, name + ": the head of the reply is longer than 64 KiB",
-                  "this is no time-stamp service; look at the address"};
-  }
-  if (code != CURLE_OK && !received.bodyTooLong) throw CurlFailure(name, code, detail);
-  long status = 0;
-  char* contentType = nullptr;
-  curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &status);
-  curl_easy_getinfo(curl.get(), CURLINFO_CONTENT_TYPE, &contentType);
-  if (status != 200) {
-    throw Failure{ExitStatus::Network, name + ": " + what_came(status, contentType, received.body),
-                  hint_of_status(status)};
-  }
-  if (received.bodyTooLong) {
-    throw Failure{ExitStatus::Input, name + ": the reply is longer than 1 MiB",
-                  "this is no time-stamp service; look at the address"};
-  }
-  if (media_type(contentType) != kReplyType || received.body.empty()) {
-    throw Failure{ExitStatus::Input,
-                  name + ": no time-stamp reply: " + what_came(status, contentType, received.body),
-                  std::string("a time-stamp service answers with ") + kReplyType + "; look at the address"};
-  }
-  return received.body;
+  const CURLcode code = Curl().easy_perform(curl.get());
+  check_transfer(curl, settings, received, code, detail);
+  return reply_of(curl, ShownUrl(settings.url), std::move(received));
 }
 
 std::string HttpLibraryVersion() {
-  return curl_version();
+  const std::string version = CurlVersion();
+  return version.empty() ? "libcurl is not installed" : version;
 }
 
 }  // namespace qex::tool

@@ -11,11 +11,17 @@ namespace qex::tool {
 struct HttpSettings {
   std::string url;
   std::chrono::milliseconds timeout{30000};
-  std::string user;  // NAME:PASSWORD, empty: none
+  std::string user;  // NAME:PASSWORD; empty: what ~/.netrc has for the host, if anything
   // PEM texts, empty: none.
   Bytes roots;       // of the server's certificate, in place of the system's
   Bytes clientCert;  // for TLS client authentication
   Bytes clientKey;   // empty: it stands beside the certificate
+};
+
+struct HttpReply {
+  Bytes body;
+  long status = 0;
+  std::string note;  // what was unusual about it, for people; empty: nothing
 };
 
 // ShownUrl returns the address without a user and password that stand in it.
@@ -24,11 +30,10 @@ std::string ShownUrl(const std::string& url);
 // CheckUrl throws a usage Failure for what is no address of http or https.
 void CheckUrl(const std::string& url);
 
-// PostRequest sends a time-stamp request and returns the reply's body, of at most 1 MiB; throws
-// a Failure, whose exit status is Network when asking again may help.
-Bytes PostRequest(const HttpSettings& settings, ByteView request);
+// PostRequest sends a time-stamp request and returns the reply, of at most 1 MiB; throws an ExchangeFailure.
+HttpReply PostRequest(const HttpSettings& settings, ByteView request);
 
-// HttpLibraryVersion names the library that carries the exchange.
+// HttpLibraryVersion names the library that carries the exchange, or says that there is none.
 std::string HttpLibraryVersion();
 
 }  // namespace qex::tool

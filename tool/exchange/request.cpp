@@ -12,8 +12,7 @@
 #include "tool/base/failure.h"
 #include "tool/base/json.h"
 #include "tool/message/oid_text.h"
-#include "tool/worker/inspect/code_texts.h"
-#include "tool/worker/inspect/describe.h"
+#include "tool/message/structure.h"
 
 namespace qex::tool {
 namespace {
@@ -44,34 +43,55 @@ template <size_t kSize>
 void set_text(char (&field)[kSize], const std::string& text) {
   if (text.size() >= kSize) {
     throw UsageFailure(
-        Escaped(text) + ": the identifier is longer than " + std::to_string(kSize - 1) + " characters",
+        Quoted(text) + ": the identifier is longer than " + std::to_string(kSize - 1) + " characters",
         "the library carries identifiers of at most that length");
   }
   std::copy(text.begin(), text.end(), field);
 }
 
 Failure encoding_failure(int32_t code) {
-  return {ExitOfCode(code), "the request cannot be encoded: " + inspect::CodeMeaning(code),
+  return {ExitOfCode(code), "the request cannot be encoded (result code " + std::to_string(code) + ")",
           "this is a fault of the tool; please report it", code, QEX_GetLastAsnError()};
 }
 
+constexpr uint8_t kSequence = 0x30;
+constexpr uint8_t kInteger = 0x02;
+constexpr uint8_t kOid = 0x06;
+
+// Identifiers of a request (RFC 3161, 2.4.1) as contents octets; no octets: absent.
+struct Identifiers {
+  Bytes hash;
+  Bytes policy;
+};
+
+Identifiers identifiers_of(const Bytes& request) {
+  using inspect::Elements;
+  const auto content = [](const std::optional<inspect::Element>& element) {
+    return element ? element->content : inspect::View{};
+  };
+  Elements fields(content(Elements(request).next(kSequence)));
+  fields.next(kInteger);  // version
+  Elements imprint(content(fields.next(kSequence)));
+  const auto hash = content(Elements(content(imprint.next(kSequence))).next(kOid));
+  const auto policy = content(fields.next(kOid));
+  return {{hash.begin(), hash.end()}, {policy.begin(), policy.end()}};
+}
+
 // What an encoded request asks for, in place of what was meant.
-std::string asked_for(const std::optional<RequestFacts>& facts) {
-  if (!facts || facts->policy.value_or(Bytes{}).empty()) return "no policy at all";
-  const std::string text = inspect::DecodeOid(facts->policy.value());
+std::string asked_for(const Bytes& policy) {
+  if (policy.empty()) return "no policy at all";
+  const std::string text = inspect::DecodeOid(policy);
   return text.starts_with('?') ? "octets that are no identifier, " + text.substr(1) : "policy " + text;
 }
 
 void compare_with_what_was_meant(const Request& request, const RequestOptions& options,
                                  const HashAlgorithm& hash) {
-  const auto facts = inspect::InspectRequest(request.der);
+  const Identifiers asked = identifiers_of(request.der);
   const Bytes policy = options.policy.empty() ? Bytes{} : PolicyOctets(options.policy);
-  if (facts && facts->policy.value_or(Bytes{}) == policy &&
-      facts->imprint.algorithm == inspect::EncodeOid(hash.identifier))
-    return;
+  if (asked.policy == policy && asked.hash == inspect::EncodeOid(hash.identifier)) return;
   throw UsageFailure(
-      "policy " + Escaped(options.policy) + ": the library cannot carry this identifier",
-      "it would ask for " + asked_for(facts) + "; ask for another policy, or leave --policy out");
+      "policy " + options.policy + ": the library cannot carry this identifier",
+      "it would ask for " + asked_for(asked.policy) + "; ask for another policy, or leave --policy out");
 }
 
 }  // namespace
@@ -80,7 +100,7 @@ Bytes NonceFromHex(const std::string& text) {
   std::optional<Bytes> octets =
       FromHex(text.size() % 2 == 0 || text.find(':') != std::string::npos ? text : "0" + text);
   if (!octets || octets->empty()) {
-    throw UsageFailure("nonce " + Escaped(text) + ": not a hexadecimal number",
+    throw UsageFailure("nonce " + Quoted(text) + ": not a hexadecimal number",
                        "for example --nonce 0123456789abcdef");
   }
   octets->insert(octets->begin(), 0);  // a number is meant, so the top bit is no sign
@@ -95,7 +115,7 @@ Bytes NonceFromHex(const std::string& text) {
 Bytes PolicyOctets(const std::string& text) {
   const auto octets = inspect::EncodeOid(text);
   if (!octets) {
-    throw UsageFailure("policy " + Escaped(text) + ": not an object identifier",
+    throw UsageFailure("policy " + Quoted(text) + ": not an object identifier",
                        "for example --policy 1.3.6.1.4.1.99999.1");
   }
   return *octets;

@@ -11,8 +11,9 @@
 #include "api/qex.h"
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
+#include "tool/exchange/cause.h"
 #include "tool/exchange/curl.h"
-#include "tool/worker/inspect/code_texts.h"
+#include "tool/exchange/exchange_failure.h"
 
 namespace qex::tool {
 namespace {
@@ -26,12 +27,12 @@ constexpr size_t kMaxReply = size_t{1} << 20;
 CurlUrl parse_address(const std::string& text) {
   const size_t colon = text.rfind(':');
   CurlUrl url = NewCurlUrl();
-  const bool valid = colon != std::string::npos &&
-                     curl_url_set(url.get(), CURLUPART_SCHEME, "http", 0) == CURLUE_OK &&
-                     curl_url_set(url.get(), CURLUPART_HOST, text.substr(0, colon).c_str(), 0) == CURLUE_OK &&
-                     curl_url_set(url.get(), CURLUPART_PORT, text.substr(colon + 1).c_str(), 0) == CURLUE_OK;
+  const bool valid =
+      colon != std::string::npos && Curl().url_set(url.get(), CURLUPART_SCHEME, "http", 0) == CURLUE_OK &&
+      Curl().url_set(url.get(), CURLUPART_HOST, text.substr(0, colon).c_str(), 0) == CURLUE_OK &&
+      Curl().url_set(url.get(), CURLUPART_PORT, text.substr(colon + 1).c_str(), 0) == CURLUE_OK;
   if (!valid) {
-    throw UsageFailure("socket " + Escaped(text) + ": not HOST:PORT", "for example --socket tsa.example:318");
+    throw UsageFailure("socket " + Quoted(text) + ": not HOST:PORT", "for example --socket tsa.example:318");
   }
   return url;
 }
@@ -40,18 +41,18 @@ CurlUrl parse_address(const std::string& text) {
 class Connection {
  public:
   Connection(const std::string& name, std::chrono::milliseconds timeout)
-      : name_(Escaped(name)), deadline_(Clock::now() + timeout), curl_(NewCurl(timeout)) {
+      : name_(name), deadline_(Clock::now() + timeout), curl_(NewCurl(timeout)) {
     const CurlUrl url = parse_address(name);
     char detail[CURL_ERROR_SIZE] = "";
     SetCurl(curl_, CURLOPT_CURLU, url.get());
     SetCurl(curl_, CURLOPT_CONNECT_ONLY, 1L);
     SetCurl(curl_, CURLOPT_NOPROXY, "*");
     SetCurl(curl_, CURLOPT_ERRORBUFFER, detail);
-    const CURLcode code = curl_easy_perform(curl_.get());
-    if (code != CURLE_OK) throw CurlFailure(name_, code, detail);
+    const CURLcode code = Curl().easy_perform(curl_.get());
+    if (code != CURLE_OK) throw TransferFailure(curl_, "", name_, code, detail);
     SetCurl(curl_, CURLOPT_ERRORBUFFER, static_cast<char*>(nullptr));
     curl_socket_t socket = CURL_SOCKET_BAD;
-    CheckCurlSetting(curl_easy_getinfo(curl_.get(), CURLINFO_ACTIVESOCKET, &socket));
+    CheckCurlSetting(Curl().easy_getinfo(curl_.get(), CURLINFO_ACTIVESOCKET, &socket));
     fd_ = socket;
   }
 
@@ -73,10 +74,12 @@ class Connection {
       if (n < 0 && (errno == EINTR || errno == EAGAIN)) continue;
       if (n < 0) fail("cannot be read from");
       if (n == 0) {
-        throw Failure{ExitStatus::Network,
-                      name_ + ": the reply ended after " + std::to_string(data.size()) + " of " +
-                          std::to_string(length) + " octets",
-                      "try again with --retry; does the authority speak the socket framing?", QEX_E_LENGTH};
+        ExchangeFailure failure =
+            PassingFault(name_ + ": the reply ended after " + std::to_string(data.size()) + " of " +
+                             std::to_string(length) + " octets",
+                         "try again with --retry; does the authority speak the socket framing?");
+        failure.code = QEX_E_LENGTH;
+        throw ExchangeFailure(failure);
       }
       data.insert(data.end(), buffer, buffer + n);
     }
@@ -93,16 +96,15 @@ class Connection {
           left.count() <= 0 ? 0 : ::poll(&one, 1, static_cast<int>(std::min<int64_t>(left.count(), 1 << 30)));
       if (n > 0) return;
       if (n == 0) {
-        throw Failure{ExitStatus::Network, name_ + ": no answer in time",
-                      "wait longer with --timeout, or try again with --retry"};
+        throw PassingFault(name_ + ": no answer in time",
+                           "wait longer with --timeout, or try again with --retry");
       }
       if (errno != EINTR) fail("cannot be waited for");
     }
   }
 
   [[noreturn]] void fail(const char* what) const {
-    throw Failure{ExitStatus::Network, name_ + ": " + what + ": " + std::strerror(errno),
-                  "try again with --retry"};
+    throw PassingFault(name_ + ": " + what + ": " + std::strerror(errno), "try again with --retry");
   }
 
   std::string name_;
@@ -113,10 +115,11 @@ class Connection {
 
 Failure framing_failure(const std::string& address, int32_t code, uint32_t flag) {
   if (code == QEX_E_FRAMING) {
-    return {ExitOfCode(code), Escaped(address) + ": the reply's flag is " + std::to_string(flag) + ", not 5",
+    return {ExitOfCode(code), address + ": the reply's flag is " + std::to_string(flag) + ", not 5",
             "the authority did not answer with a time-stamp reply", code};
   }
-  return {ExitOfCode(code), Escaped(address) + ": " + inspect::CodeMeaning(code),
+  return {ExitOfCode(code),
+          address + ": the frame of the reply cannot be read (result code " + std::to_string(code) + ")",
           "does the authority speak the socket framing?", code};
 }
 
@@ -138,12 +141,12 @@ Bytes ExchangeOverSocket(const std::string& address, ByteView framedRequest,
   if (code == QEX_E_LENGTH) {
     // The library says how much is announced; it is read as it comes, not allocated at once.
     if (length < kHead) {
-      throw Failure{ExitStatus::Input, Escaped(address) + ": a reply without a flag is announced",
+      throw Failure{ExitStatus::Input, address + ": a reply without a flag is announced",
                     "does the authority speak the socket framing?", code};
     }
     if (length > kMaxReply) {
       throw Failure{ExitStatus::Input,
-                    Escaped(address) + ": a reply of " + std::to_string(length) + " octets is announced",
+                    address + ": a reply of " + std::to_string(length) + " octets is announced",
                     "at most 1 MiB is read; does the authority speak the socket framing?", code};
     }
     connection.receive(reply, length);

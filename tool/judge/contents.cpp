@@ -128,6 +128,7 @@ std::string fault_of_structure(const Structure& structure, const TstInfo& info) 
     return "the signed content-type is " + NamedOid(DecodeOid(*structure.contentTypeAttribute));
   }
   if (!structure.messageDigestPresent) return "no message-digest among the signed attributes";
+  if (!structure.imprintParametersFit) return "the imprint's algorithm has parameters that no hash has";
   if (!structure.unknownCritical.empty()) return "critical extension " + names_of(structure.unknownCritical);
   if (structure.tsaNameFits == false) return "the tsa name is not one of the signer's";
   return "";

@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include "api/qex.h"
+#include "tool/base/escape.h"
 #include "tool/base/hash.h"
 #include "tool/judge/judge.h"
 #include "tool/message/oid_text.h"
@@ -14,6 +15,12 @@ namespace {
 
 constexpr uint64_t kWeakKeyBits = 2048;    // of RSA and DSA: below only with --allow-weak
 constexpr uint64_t kBrokenKeyBits = 1024;  // below never
+
+// Names from certificates stand in the readers' texts.
+std::string shown(const std::string& text) {
+  constexpr size_t kWidest = 400;
+  return Folded(text, kWidest);
+}
 
 // What the library's checks come to.
 enum class Word { Good, Bad, Silent };
@@ -106,10 +113,15 @@ Fault with_code(Fault fault, const Facts& facts) {
   return fault;
 }
 
-bool key_is_too_large(const Facts& facts) {
-  const SignerCertificate* signer = SignerOf(facts);
-  return (facts.strict && facts.strict->signature.result == SignatureResult::KeyTooLarge) ||
-         (signer != nullptr && !signer->key.excess.empty());
+// The key that neither reader tried; null when one did.
+const SignerKey* untried_key(const Facts& facts) {
+  if (facts.strict) {
+    const bool untried =
+        facts.strict->signature.result == SignatureResult::KeyTooLarge && facts.strict->signer;
+    return untried ? &facts.strict->signer->key : nullptr;
+  }
+  const bool untried = facts.library && facts.library->checks.empty() && facts.library->tooLarge;
+  return untried ? &*facts.library->tooLarge : nullptr;
 }
 
 // What the library could not try, in words.
@@ -133,7 +145,8 @@ Fault refused(const Facts& facts) {
             ExitOfCode(check->code)};
   }
   std::string text = "does not verify";
-  if (facts.strict && !facts.strict->signature.reason.empty()) text += ": " + facts.strict->signature.reason;
+  if (facts.strict && !facts.strict->signature.reason.empty())
+    text += ": " + shown(facts.strict->signature.reason);
   return {text, SubIndication::SigCryptoFailure,
           "the token was changed, or was not signed with this certificate's key"};
 }
@@ -143,11 +156,9 @@ bool judge_signature(Report& report, const Facts& facts, const Options& options)
   const Word library = library_word(facts);
   const bool strictRead = facts.strict.has_value();
   const SignatureResult strict = strictRead ? facts.strict->signature.result : SignatureResult::NoCertificate;
-  if (key_is_too_large(facts)) {
-    const SignerCertificate* signer = SignerOf(facts);
+  if (const SignerKey* key = untried_key(facts)) {
     report.Fail("signature",
-                {(signer == nullptr ? "key" : signer->key.type + " key with " + signer->key.excess) +
-                     ": too large, not checked",
+                {key->type + " key with " + key->excess + ": too large, not checked",
                  SubIndication::CryptoConstraintsFailure,
                  "one check of such a key may take hours; ask for tokens under a key of the usual size"});
     return false;
@@ -157,10 +168,11 @@ bool judge_signature(Report& report, const Facts& facts, const Options& options)
       !strictRead || strict == SignatureResult::Unsupported || strict == SignatureResult::NoCertificate;
   const By by = strictSilent ? By::Library : library == Word::Silent ? By::Strict : By::Both;
   if (strict == SignatureResult::Unsupported && library == Word::Silent) {
-    report.Fail("signature", with_code({facts.strict->signature.reason + ": not supported by either reader",
-                                        SubIndication::Generic, "ask for a token with another algorithm",
-                                        ExitStatus::Unsupported},
-                                       facts));
+    report.Fail(
+        "signature",
+        with_code({shown(facts.strict->signature.reason) + ": not supported by either reader",
+                   SubIndication::Generic, "ask for a token with another algorithm", ExitStatus::Unsupported},
+                  facts));
     return false;
   }
   if (strict == SignatureResult::NoCertificate && library == Word::Silent &&
@@ -178,10 +190,11 @@ bool judge_signature(Report& report, const Facts& facts, const Options& options)
                     facts),
           By::Library);
     } else if (strictRead && !strictSilent && library == Word::Good) {
-      report.Fail("signature",
-                  {"the strict reader refuses what the library accepts: " + facts.strict->signature.reason,
-                   SubIndication::SigCryptoFailure, "the token was forged or changed; do not rely on it"},
-                  By::Strict);
+      report.Fail(
+          "signature",
+          {"the strict reader refuses what the library accepts: " + shown(facts.strict->signature.reason),
+           SubIndication::SigCryptoFailure, "the token was forged or changed; do not rely on it"},
+          By::Strict);
     } else {
       report.Fail("signature", with_code(refused(facts), facts), by);
     }
@@ -217,12 +230,11 @@ std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust,
     const bool v1 = manner.ess != "v2" && strict.essV1 == EssMatch::Names;
     const bool v2 = manner.ess != "v1" && strict.essV2 == EssMatch::Names;
     if (!v1 && !v2) {
-      return with_code(
-          {"the token has no attribute " + name, SubIndication::SigConstraintsFailure,
-           manner.ess == "auto" ? "nothing that is signed says which certificate signed"
-                                : "--ess auto takes the attribute that is there",
-           trust.signers.empty() && facts.library ? ExitStatus::Absent : ExitOfCode(QEX_E_DECODE)},
-          facts);
+      return with_code({"the token has no attribute " + name, SubIndication::SigConstraintsFailure,
+                        manner.ess == "auto" ? "nothing that is signed says which certificate signed"
+                                             : "--ess auto takes the attribute that is there",
+                        ExitOfCode(QEX_E_DECODE)},
+                       facts);
     }
   }
   for (const LibraryCheck& check : facts.library ? facts.library->checks : std::vector<LibraryCheck>{}) {
@@ -297,10 +309,10 @@ void judge_usage(Report& report, const StrictReading& strict) {
   if (!strict.keyUsage) {
     report.Skip("key_usage", "the signer's certificate is not at hand");
   } else if (strict.keyUsage->good) {
-    report.Pass("key_usage", strict.keyUsage->text, By::Strict);
+    report.Pass("key_usage", shown(strict.keyUsage->text), By::Strict);
   } else {
     report.Fail("key_usage",
-                {strict.keyUsage->text, SubIndication::ChainConstraintsFailure,
+                {shown(strict.keyUsage->text), SubIndication::ChainConstraintsFailure,
                  "this certificate is not meant for time-stamping, or for other things too"},
                 By::Strict);
   }
@@ -368,13 +380,13 @@ bool judge_chain(Report& report, const StrictReading& strict, const Trust& trust
   const Chain& chain = *strict.chain;
   if (chain.result == ChainResult::Trusted) {
     report.Pass("chain",
-                chain.anchor + ", " + std::to_string(chain.length) +
+                shown(chain.anchor) + ", " + std::to_string(chain.length) +
                     (chain.length == 1 ? " certificate, " : " certificates, ") + time_of(trust),
                 By::Strict);
     return true;
   }
   report.Fail("chain",
-              {chain.text, sub_of(chain.result),
+              {shown(chain.text), sub_of(chain.result),
                chain.result == ChainResult::NotFound
                    ? "name the root with --ca-file, certificates between with --untrusted"
                    : "look at the certificates with 'qex show'"},
@@ -394,35 +406,42 @@ void judge_revocation(Report& report, const StrictReading& strict, const Trust& 
   const Revocation& revocation = *strict.revocation;
   switch (revocation.result) {
     case RevocationResult::Good:
-    case RevocationResult::Stands: report.Pass("revocation", revocation.text, By::Strict); break;
+    case RevocationResult::Stands: report.Pass("revocation", shown(revocation.text), By::Strict); break;
     case RevocationResult::Revoked:
-      report.Fail("revocation",
-                  {revocation.text, revocation.ofCa ? SubIndication::RevokedCaNoPoe : SubIndication::Revoked,
-                   "do not rely on the time-stamp"},
-                  By::Strict);
+      report.Fail(
+          "revocation",
+          {shown(revocation.text), revocation.ofCa ? SubIndication::RevokedCaNoPoe : SubIndication::Revoked,
+           "do not rely on the time-stamp"},
+          By::Strict);
       break;
     case RevocationResult::NoList:
       report.Fail("revocation",
-                  {revocation.text, SubIndication::TryLater,
+                  {shown(revocation.text), SubIndication::TryLater,
                    "fetch the list of the signer's issuer, and name it with --crl", ExitStatus::Absent},
                   By::Strict);
       break;
     case RevocationResult::ListStale:
     case RevocationResult::ListBad:
-      report.Fail("revocation",
-                  {revocation.text, SubIndication::TryLater, "fetch a newer list, and name it with --crl"},
-                  By::Strict);
+      report.Fail(
+          "revocation",
+          {shown(revocation.text), SubIndication::TryLater, "fetch a newer list, and name it with --crl"},
+          By::Strict);
       break;
   }
 }
 
 // Where a reader stopped, in a line of its own.
-void tell_stops(Report& report, const Facts& facts) {
+void note_library(Report& report, const Facts& facts) {
   const std::string silence = library_silence(facts);
-  if (facts.strict && !silence.empty()) report.Note("library", silence + "; the strict reader decides alone");
+  if (facts.strict && !silence.empty())
+    report.Note("library", shown(silence) + "; the strict reader decides alone");
+}
+
+// After the signature, so that one that does not verify is the reason that counts.
+void fail_strict(Report& report, const Facts& facts) {
   if (facts.strictStop) {
     report.Fail("strict",
-                {facts.strictStop->text, SubIndication::FormatFailure,
+                {shown(facts.strictStop->text), SubIndication::FormatFailure,
                  "only the library reads it; --library-only leaves the strict reader out", ExitStatus::Input},
                 By::Strict);
   }
@@ -443,13 +462,15 @@ std::string AttributeName(const Facts& facts, const Manner& manner) {
 
 void JudgeSigner(Report& report, const Facts& facts, const Trust& trust, const Manner& manner,
                  const Options& options) {
-  tell_stops(report, facts);
+  note_library(report, facts);
   if (!manner.signatureAsked) {
     report.Skip("signature", "the authority was not asked for its certificate");
     skip_the_rest(report, "the authority was not asked for its certificate");
     return;
   }
-  if (!judge_signature(report, facts, options)) {
+  const bool judged = judge_signature(report, facts, options);
+  fail_strict(report, facts);
+  if (!judged) {
     skip_the_rest(report, "not judged, as the signature does not pass");
     return;
   }

@@ -51,6 +51,7 @@ struct Structure {
   bool messageDigestPresent = false;
   std::vector<Bytes>
       repeatedAttributes;              // signed attributes that stand more than once, or have not one value
+  bool imprintParametersFit = false;   // absent or NULL
   std::vector<Bytes> unknownCritical;  // critical extensions of the TSTInfo
   std::optional<bool> tsaNameFits;  // the tsa name is one of the signer's; absent: no name, or not compared
   bool operator==(const Structure&) const = default;
@@ -100,7 +101,8 @@ struct LibraryReading {
   bool hasEssV2 = false;
   std::vector<std::string> cut;             // parts that are longer than the library's record
   std::optional<SignerCertificate> signer;  // the token's own certificate that the attribute names
-  std::vector<LibraryCheck> checks;         // none: not asked for, or the key is too large to be tried
+  std::vector<LibraryCheck> checks;         // none: not asked for, or
+  std::optional<SignerKey> tooLarge;        // the key that was too large to be tried
 };
 
 enum class SignatureResult : uint8_t {

@@ -50,6 +50,7 @@ void members(V& visit, Structure& v) {
   visit("content_type_attribute", v.contentTypeAttribute);
   visit("message_digest_present", v.messageDigestPresent);
   visit("repeated_attributes", v.repeatedAttributes);
+  visit("imprint_parameters_fit", v.imprintParametersFit);
   visit("unknown_critical", v.unknownCritical);
   visit("tsa_name_fits", v.tsaNameFits);
 }
@@ -93,6 +94,7 @@ void members(V& visit, LibraryReading& v) {
   visit("cut", v.cut);
   visit("signer", v.signer);
   visit("checks", v.checks);
+  visit("too_large", v.tooLarge);
 }
 
 template <class V>

@@ -63,6 +63,7 @@ std::optional<Bytes> from_base64(std::string_view text) {
 struct PemBlock {
   std::string_view label;
   std::string_view body;  // base64
+  bool whole;             // its end is there
 };
 
 // The next PEM block of `text`, which then begins after it.
@@ -74,16 +75,16 @@ std::optional<PemBlock> take_block(std::string_view& text) {
   if (label == std::string_view::npos) return std::nullopt;
   const size_t body = label + kDashes.size();
   const size_t end = text.find(kEnd, body);
-  if (end == std::string_view::npos) return std::nullopt;
-  const PemBlock block{text.substr(name, label - name), text.substr(body, end - body)};
-  text.remove_prefix(end);
+  const PemBlock block{text.substr(name, label - name), text.substr(body, end - body),
+                       end != std::string_view::npos};
+  text.remove_prefix(std::min(end, text.size()));
   return block;
 }
 
 // The base64 text of the first PEM block.
 std::optional<std::string_view> pem_body(std::string_view text) {
   const auto block = take_block(text);
-  return block ? std::optional(block->body) : std::nullopt;
+  return block && block->whole ? std::optional(block->body) : std::nullopt;
 }
 
 std::string_view text_of(ByteView data) {
@@ -143,8 +144,7 @@ std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> la
   std::string_view text = text_of(data);
   while (const auto block = take_block(text)) {
     if (std::ranges::find(labels, block->label) == labels.end()) continue;
-    if (auto octets = from_base64(block->body); octets && !octets->empty())
-      found.push_back(std::move(*octets));
+    found.push_back(block->whole ? from_base64(block->body).value_or(Bytes{}) : Bytes{});
   }
   return found;
 }

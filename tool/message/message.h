@@ -45,7 +45,8 @@ Message AsTokenOrReply(Message message);
 // ReadTokenOrReply reads a file that must hold one of the two.
 Message ReadTokenOrReply(const std::string& path);
 
-// PemBlocks returns what lies in the PEM blocks of `data` whose label is one of `labels`.
+// PemBlocks returns what lies in the PEM blocks of `data` whose label is one of `labels`: nothing for a block
+// that is no base64, or was cut off.
 std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> labels);
 
 // HoldsPem returns whether a PEM block begins somewhere in `data`.

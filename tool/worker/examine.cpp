@@ -85,7 +85,7 @@ LibraryStatus library_status(ByteView reply) {
 // The token of a granted reply, by the reader that can take it out.
 std::optional<Bytes> token_of(Facts& facts, std::optional<StrictReply>& strict, const Job& job,
                               const LibraryStatus& library) {
-  if (!library.value) return strict ? std::move(strict->token) : std::nullopt;
+  if (!library.value) return strict ? strict->token : std::nullopt;
   LibraryToken taken = TakeTokenByLibrary(job.message);
   facts.tokenCode = taken.code;
   if (taken.code == QEX_OK) return std::move(taken.token);
@@ -100,7 +100,8 @@ void examine_reply(Facts& facts, const Job& job, const Trust& trust, const std::
   std::optional<StrictReply> strict;
   std::optional<Stop> strictStop;
   try {
-    strict = ReadReplyStrictly(job.message);
+    const ByteView whole(job.message);
+    strict = ReadReplyStrictly(whole.first(whole.size() - inspect::TrailingOctets(whole)));
   } catch (const Stop& stop) {
     strictStop = stop;
   }
@@ -115,8 +116,12 @@ void examine_reply(Facts& facts, const Job& job, const Trust& trust, const std::
   }
   facts.status = strict->status;
   facts.libraryStop = library.stop;
+  const std::optional<Bytes> own = strict->token;
   std::optional<Bytes> token = token_of(facts, strict, job, library);
-  if (token) examine_token(facts, std::move(*token), job, trust, serves);
+  if (!token) return;
+  // The library hands the token out encoded afresh; what is read is what the authority sent.
+  examine_token(facts, own.value_or(*token), job, trust, serves);
+  facts.token = std::move(token);
 }
 
 void examine_request(Facts& facts, const Job& job) {

@@ -81,7 +81,9 @@ std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code, const B
                             const SignerKey& key) {
   if (code == QEX_E_ARG && !certificate.empty())
     return LibraryStop("the certificate does not decode", code, certificate);
-  if (code == QEX_E_UNSUPPORTED) {
+  const HashAlgorithm* digest = FindHash(reading.digestAlgorithm);
+  const bool unknownDigest = digest == nullptr || !digest->ofLibrary;
+  if (code == QEX_E_UNSUPPORTED || (code == QEX_E_SIGNATURE && unknownDigest)) {
     const std::string pair = "digest " + inspect::NamedOid(inspect::DecodeOid(reading.digestAlgorithm)) +
                              " with signature " +
                              inspect::NamedOid(inspect::DecodeOid(reading.signatureAlgorithm));
@@ -91,15 +93,17 @@ std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code, const B
   if (code == QEX_E_SIGNATURE && key.type == "dsa" &&
       inspect::DsaOrderBits(certificate.empty() && reading.signer ? reading.signer->der : certificate) >
           kDsaOrderBits) {
-    return Stop{"the library verifies DSA with a q of 160 bits alone", "dsa with a longer q", true, code, 0};
+    const std::string algorithm = inspect::NamedOid(inspect::DecodeOid(reading.signatureAlgorithm));
+    return Stop{"the library verifies DSA with a q of 160 bits alone, not this " + algorithm, algorithm, true,
+                code, 0};
   }
   return std::nullopt;
 }
 
 // The library bounds neither the size of a key nor the time that it takes: one that is too large does not
 // reach it.
-std::optional<LibraryCheck> check_with(const LibraryReading& reading, ByteView token,
-                                       const Bytes& certificate, const std::string& serves) {
+std::optional<LibraryCheck> check_with(LibraryReading& reading, ByteView token, const Bytes& certificate,
+                                       const std::string& serves) {
   const bool own = certificate.empty();
   const bool ownTooLarge = reading.signer && !reading.signer->key.excess.empty();
   SignerKey key;
@@ -108,7 +112,10 @@ std::optional<LibraryCheck> check_with(const LibraryReading& reading, ByteView t
   } else if (reading.signer) {
     key = reading.signer->key;
   }
-  if (!key.excess.empty()) return std::nullopt;
+  if (!key.excess.empty()) {
+    reading.tooLarge = key;
+    return std::nullopt;
+  }
   LibraryCheck check;
   check.ess = serves;
   check.code = check_signature(token, certificate);

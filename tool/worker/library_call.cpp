@@ -7,8 +7,7 @@
 namespace qex::tool {
 namespace {
 
-// Last ASN.1 errors: an identifier without a type, an allocation that failed.
-constexpr int32_t kUnknownType = -44;
+// The last ASN.1 error of an allocation that failed.
 constexpr int32_t kOutOfMemory = -27;
 
 // A decoder that runs out of memory answers with the code of a message that is wrong.
@@ -31,13 +30,11 @@ Stop LibraryStop(const std::string& what, int32_t code, ByteView message) {
   Stop stop;
   stop.code = code;
   stop.asn1Error = asn1Error;
-  if (asn1Error == kUnknownType) {
-    if (const auto unknown = inspect::FindUnknownIdentifier(message)) {
-      stop.identifier = std::string(unknown->role) + ' ' + unknown->name;
-      stop.algorithm = unknown->algorithm;
-      stop.text = what + ": it holds the " + stop.identifier + ", a type that the library does not know";
-      return stop;
-    }
+  if (const auto unknown = asn1Error != 0 ? inspect::FindUnknownIdentifier(message) : std::nullopt) {
+    stop.identifier = std::string(unknown->role) + ' ' + unknown->name;
+    stop.algorithm = unknown->algorithm;
+    stop.text = what + ": it holds the " + stop.identifier + ", of a type that the library does not know";
+    return stop;
   }
   stop.text = what + ": " + inspect::CodeMeaning(code);
   if (const auto meaning = inspect::Asn1ErrorMeaning(asn1Error); meaning && asn1Error != 0) {

@@ -153,18 +153,12 @@ Failure ended(int status, const std::string& name, const std::string& messages) 
       messages};
 }
 
-// Whether to begin with the second version. Which attributes a token has only a worker can say; the octets of
-// the identifiers are a good guess. What has neither, such as a request, goes to the process that is likely
-// to be there.
-bool begins_with_v2(const Bytes& message) {
-  constexpr uint8_t kSigningCertificate[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
-                                             0x01, 0x09, 0x10, 0x02, 0x0C};
+// The version to begin with. Which attributes a token has only a worker can say; that the octets of the
+// second one's identifier are somewhere in it is a good guess.
+bool may_have_v2(const Bytes& message) {
   constexpr uint8_t kSigningCertificateV2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
                                                0x01, 0x09, 0x10, 0x02, 0x2F};
-  const auto holds = [&message](const auto& octets) {
-    return !std::ranges::search(message, octets).empty();
-  };
-  return holds(kSigningCertificateV2) || !holds(kSigningCertificate);
+  return std::ranges::search(message, kSigningCertificateV2).begin() != message.end();
 }
 
 }  // namespace
@@ -217,7 +211,9 @@ Answer Worker::ask(Version version, const Job& job) {
 
 Answer Worker::Ask(const Job& job) {
   if (job.ess != "auto") return ask(job.ess == "v2" ? V2 : V1, job);
-  const Version first = begins_with_v2(job.message) ? V2 : V1;
+  const bool versionMatters = job.verify || job.takeTac || job.describe;
+  if (!versionMatters) return ask(processes_[V1] != nullptr ? V1 : V2, job);
+  const Version first = may_have_v2(job.message) ? V2 : V1;
   Answer answer = ask(first, job);
   if (!answer.facts.library) return answer;
   LibraryReading& reading = *answer.facts.library;

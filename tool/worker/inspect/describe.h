@@ -59,8 +59,8 @@ std::string TimeText(uint8_t tag, View content);
 // Asn1Text prints a message by the library's print routines; nothing when it does not decode.
 std::optional<std::string> Asn1Text(Kind kind, View data);
 
-// UnknownIdentifier is one that the library has no type for, in a place where the value behind it
-// is decoded by it.
+// UnknownIdentifier is one that the library has no type for, or another type than the value has, in a place where
+// the value after it is decoded by it.
 struct UnknownIdentifier {
   std::string name;  // as NamedOid gives it
   const char* role;  // "attribute", "algorithm" and so on

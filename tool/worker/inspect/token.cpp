@@ -140,6 +140,7 @@ std::optional<tool::LibraryReading> InspectToken(View token) {
   if (!info) return std::nullopt;
   tool::LibraryReading reading;
   reading.info = info_of(*info);
+  reading.structure.imprintParametersFit = true;  // others do not decode
   reading.structure.signers = count_of(data->signerInfos);
   reading.structure.contentType = octets_of(data->encapContentInfo->eContentType);
   for_each<Extension>(info->extensions, [&](const Extension& extension) {

@@ -1,9 +1,10 @@
-// The identifier at which a decoding stopped because the library has no type for what belongs to it.
+// The identifier at which a decoding stopped: the library has no type for what belongs to it, or another one.
 //
 // A value is looked up by the identifier in front of it in these places: SEQUENCE { identifier, value }
 // of algorithms, names and policy qualifiers; SEQUENCE { identifier, SET } of attributes; behind
 // identifier and [0] in a content and an other name; in a certificate of another format.
 #include <array>
+#include <new>
 
 #include "asn1/oids.h"
 #include "tool/message/oid_text.h"
@@ -33,6 +34,23 @@ bool is_registered(View identifier) {
   AsnAny any{};
   SetAnyTypeByOid(&any, {static_cast<uint32_t>(identifier.size()), identifier.data()});
   return any.ai != nullptr;
+}
+
+// Whether a value decodes as the type that its identifier is registered for: a name attribute may be a string
+// of another type than the library's table allows.
+bool decodes(View identifier, const Element& value) {
+  AsnAny any{};
+  SetAnyTypeByOid(&any, {static_cast<uint32_t>(identifier.size()), identifier.data()});
+  ExpBuf block;
+  ExpBufWrapData(&block, value.whole.data(), value.whole.size());
+  const AsnInt error = AsnCatch([&](AsnJmpEnv& env) {
+    ExpBuf* buffer = &block;
+    AsnLen bytes = 0;
+    BDecAny(&buffer, &any, &bytes, env);
+  });
+  FreeAny(&any);
+  if (error == kOutOfMemoryCode) throw std::bad_alloc();
+  return error == 0;
 }
 
 // The value is a list whose elements have identifiers of their own: the qualifiers of a policy, the
@@ -66,8 +84,13 @@ std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned dep
     const char* role = role_of(element, *value, depth);
     const std::string text = DecodeOid(identifier->content);
     const bool wellFormed = !text.starts_with('?');
-    if (role != nullptr && wellFormed && !is_registered(identifier->content)) {
-      return UnknownIdentifier{NamedOid(text), role, std::string_view(role) == "algorithm"};
+    if (role != nullptr && wellFormed) {
+      const std::string_view place(role);
+      const bool alone = place == "name attribute" || place == "algorithm";  // others hold lists of values
+      if (!is_registered(identifier->content))
+        return UnknownIdentifier{NamedOid(text), role, place == "algorithm"};
+      if (alone && !decodes(identifier->content, *value))
+        return UnknownIdentifier{NamedOid(text), role, false};
     }
   }
   if (depth == kMaxDepth) return std::nullopt;
@@ -75,6 +98,29 @@ std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned dep
   while (const auto part = all.next()) {
     if ((part->tag & kConstructed) == 0) continue;
     if (auto found = unknown_in(*part, depth + 1)) return found;
+  }
+  return std::nullopt;
+}
+
+// The format of the first revocation information of a token that is no list of revoked certificates (RFC
+// 5652, 10.2.1); the library knows lists alone.
+std::optional<UnknownIdentifier> other_revocation_in(const Element& token) {
+  constexpr uint8_t kCrls = 0xA1;
+  constexpr uint8_t kOtherRevocation = 0xA1;
+  Elements fields(token.content);
+  if (!fields.next(kOid)) return std::nullopt;
+  const auto content = fields.next(kContext0);
+  const auto data = content ? Elements(content->content).next(kSequence) : std::nullopt;
+  if (!data) return std::nullopt;
+  Elements parts(data->content);
+  while (const auto part = parts.next()) {
+    if (part->tag != kCrls) continue;
+    Elements list(part->content);
+    while (const auto one = list.next()) {
+      if (one->tag != kOtherRevocation) continue;
+      const auto format = Elements(one->content).next(kOid);
+      if (format) return UnknownIdentifier{NamedOid(DecodeOid(format->content)), "revocation format", false};
+    }
   }
   return std::nullopt;
 }
@@ -105,6 +151,13 @@ std::optional<UnknownIdentifier> FindUnknownIdentifier(View data) {
   if (!whole) return std::nullopt;
   Prepare();
   if (auto found = unknown_in(*whole, 0)) return found;
+  if (auto found = other_revocation_in(*whole)) return found;
+  // Of a reply, the token after the status.
+  Elements parts(whole->content);
+  if (parts.next(kSequence)) {
+    const auto token = parts.next(kSequence);
+    if (auto found = token ? other_revocation_in(*token) : std::nullopt) return found;
+  }
   const auto content = content_of(*whole);
   return content ? unknown_in(*content, kMaxContentDepth + 1) : std::nullopt;
 }

@@ -12,8 +12,9 @@ namespace qex::tool::strict {
 namespace {
 
 constexpr int kMaxDepth = 10;     // certificates between the signer and the root
-constexpr int kMaxAttempts = 32;  // paths that are tried beside libcrypto's own
-constexpr int kStrongLevel = 2;   // 112 bits: RSA of 2048, no SHA-1
+constexpr int kMaxAttempts = 32;  // paths that are verified beside libcrypto's own
+constexpr int kMaxNodes = 64;  // certificates that paths are extended from; of many twins there are too many
+constexpr int kStrongLevel = 2;  // 112 bits: RSA of 2048, no SHA-1
 constexpr int kLeastModulusBits = 1024;
 
 CertificateRow row_of(const std::vector<X509*>& certificates) {
@@ -41,6 +42,15 @@ Chain own_faults(STACK_OF(X509) * path) {
   return chain;
 }
 
+// A certificate is valid through its last second (RFC 5280, 4.1.2.5); libcrypto takes it for expired then.
+int allow_last_second(int ok, X509_STORE_CTX* context) {
+  if (ok != 0 || X509_STORE_CTX_get_error(context) != X509_V_ERR_CERT_HAS_EXPIRED) return ok;
+  const int64_t time = X509_VERIFY_PARAM_get_time(X509_STORE_CTX_get0_param(context));
+  if (SecondsOf(X509_get0_notAfter(X509_STORE_CTX_get_current_cert(context))) != time) return ok;
+  X509_STORE_CTX_set_error(context, X509_V_OK);
+  return 1;
+}
+
 // One verification by libcrypto.
 ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, STACK_OF(X509) * roots) {
   const OwnedStoreContext context(Needed(X509_STORE_CTX_new()));
@@ -59,6 +69,7 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
   X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_POLICY_CHECK);
   X509_VERIFY_PARAM_set_depth(parameters, kMaxDepth);
   X509_VERIFY_PARAM_set_auth_level(parameters, question.allowWeak ? 0 : kStrongLevel);
+  X509_STORE_CTX_set_verify_cb(context.get(), allow_last_second);
   const bool verified = X509_verify_cert(context.get()) == 1;
   const int error = X509_STORE_CTX_get_error(context.get());
   ThrowIfMemoryFailed();
@@ -92,13 +103,16 @@ class PathSearch {
   }
 
  private:
-  bool done() const { return attempts_ >= kMaxAttempts || answer_.chain.result == ChainResult::Trusted; }
+  bool done() const {
+    return attempts_ >= kMaxAttempts || nodes_ >= kMaxNodes || answer_.chain.result == ChainResult::Trusted;
+  }
 
   void extend() {
     for (int i = 0; i < sk_X509_num(question_.roots) && !done(); ++i) {
       X509* root = sk_X509_value(question_.roots, i);
       if (X509_check_issued(root, path_.back()) == X509_V_OK) attempt(root);
     }
+    ++nodes_;
     if (path_.size() > size_t{kMaxDepth}) return;
     for (X509* next : question_.untrusted) {
       if (done()) return;
@@ -122,6 +136,7 @@ class PathSearch {
   ChainAnswer answer_;
   std::vector<X509*> path_;
   int attempts_ = 0;
+  int nodes_ = 0;
 };
 
 }  // namespace

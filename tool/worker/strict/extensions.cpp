@@ -47,7 +47,6 @@ std::string value_of(X509_EXTENSION* extension) {
 
 std::vector<ExtensionText> DescribeExtensions(ByteView octets) {
   Start();
-  ThrowIfMemoryFailed();
   std::vector<ExtensionText> texts;
   const auto certificate = DecodeWhole<OwnedCertificate, d2i_X509>(octets);
   for (int i = 0; certificate && i < X509_get_ext_count(certificate.get()); ++i) {

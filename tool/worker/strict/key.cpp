@@ -108,7 +108,8 @@ SignerKey DescribeKey(X509* certificate) {
     description.excess = excess_of(key, kDsaBounds);
   } else if (description.type == "ec") {
     const std::string curve = curve_name(key);
-    if (curve.empty()) description.bits = 0;  // of parameters that the key brings itself
+    // Neither a curve of the key's own nor one of another scheme is one to try ECDSA with.
+    if (curve.empty() || EVP_PKEY_is_a(key, "EC") != 1) description.bits = 0;
     detail = curve.empty() ? "curve of its own" : curve;
   } else {
     detail.clear();

@@ -67,11 +67,11 @@ void Start() {
   static const bool started = [] {
     // Refused when something in this process has used libcrypto already; its queue of errors has to do then.
     CRYPTO_set_mem_functions(allocate, reallocate, release);
-    OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_LOAD_CRYPTO_STRINGS, nullptr);
-    ERR_clear_error();
-    return true;
+    return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
   }();
-  (void)started;
+  if (!started) throw std::bad_alloc();  // it has no other way to fail
+  allocation_failed = false;
+  ERR_clear_error();
 }
 
 void ThrowIfMemoryFailed() {
@@ -84,6 +84,7 @@ void ThrowIfMemoryFailed() {
 }
 
 std::string LastReason() {
+  OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr);  // thousands of texts, for a failure alone
   const char* reason = ERR_reason_error_string(ERR_peek_error());
   return reason == nullptr ? "" : reason;
 }

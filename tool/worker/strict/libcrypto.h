@@ -13,8 +13,8 @@
 
 namespace qex::tool::strict {
 
-// Start readies libcrypto, without a configuration file. To be called before anything else here; later calls
-// do nothing.
+// Start readies libcrypto, without a configuration file, and forgets what failed before. Every function that
+// others call begins with it.
 void Start();
 
 // ThrowIfMemoryFailed throws std::bad_alloc when an allocation of libcrypto has failed since the last call,

@@ -26,6 +26,7 @@ struct Seen {
 };
 
 struct Observer {
+  X509_CRL* list;  // the one that is asked; libcrypto does not always name it
   std::vector<Seen> seen;
 };
 
@@ -45,8 +46,7 @@ int observe(int ok, X509_STORE_CTX* context) {
     case X509_V_ERR_CRL_HAS_EXPIRED: seen.stale = true; break;
     case X509_V_ERR_CRL_NOT_YET_VALID: seen.early = true; break;
     case X509_V_ERR_CERT_REVOKED:
-      X509_CRL_get0_by_cert(X509_STORE_CTX_get0_current_crl(context), &seen.entry,
-                            X509_STORE_CTX_get_current_cert(context));
+      X509_CRL_get0_by_cert(observer->list, &seen.entry, X509_STORE_CTX_get_current_cert(context));
       break;
     default: seen.fault = error;
   }
@@ -172,8 +172,8 @@ std::vector<std::vector<Finding>> ask_all(const RevocationQuestion& question) {
     if (sk_X509_CRL_push(row.get(), list.get()) <= 0) throw std::bad_alloc();
     X509_STORE_CTX_set0_crls(context.get(), row.get());
     X509_STORE_CTX_set0_verified_chain(context.get(), Needed(X509_chain_up_ref(question.path)));
-    Observer observer{std::vector<Seen>(findings.size())};
-    X509_STORE_CTX_set_app_data(context.get(), &observer);
+    Observer observer{list.get(), std::vector<Seen>(findings.size())};
+    if (X509_STORE_CTX_set_app_data(context.get(), &observer) != 1) throw std::bad_alloc();
     X509_STORE_CTX_set_verify_cb(context.get(), observe);
     X509_STORE_CTX_get_check_revocation(context.get())(context.get());
     ThrowIfMemoryFailed();

@@ -3,6 +3,7 @@
 #include "tool/worker/strict/scheme.h"
 
 #include <algorithm>
+#include <iterator>
 
 #include <openssl/objects.h>
 
@@ -19,6 +20,35 @@ constexpr KeyScheme kSchemes[] = {
     {NID_dsa, "dsa"},
     {NID_X9_62_id_ecPublicKey, "ecdsa"},
 };
+
+// Identifiers that name a digest and a key's algorithm, and that libcrypto's own table of such pairs lacks.
+struct Pair {
+  int identifier;
+  int digest;
+  int key;
+};
+
+constexpr Pair kPairs[] = {
+    {NID_dsa_with_SHA384, NID_sha384, NID_dsa},
+    {NID_dsa_with_SHA512, NID_sha512, NID_dsa},
+    {NID_dsa_with_SHA3_224, NID_sha3_224, NID_dsa},
+    {NID_dsa_with_SHA3_256, NID_sha3_256, NID_dsa},
+    {NID_dsa_with_SHA3_384, NID_sha3_384, NID_dsa},
+    {NID_dsa_with_SHA3_512, NID_sha3_512, NID_dsa},
+    {NID_ecdsa_with_SHA3_224, NID_sha3_224, NID_X9_62_id_ecPublicKey},
+    {NID_ecdsa_with_SHA3_256, NID_sha3_256, NID_X9_62_id_ecPublicKey},
+    {NID_ecdsa_with_SHA3_384, NID_sha3_384, NID_X9_62_id_ecPublicKey},
+    {NID_ecdsa_with_SHA3_512, NID_sha3_512, NID_X9_62_id_ecPublicKey},
+};
+
+// Splits an identifier; one that is of a key alone stays as it is, without a digest.
+Pair pair_of(int identifier) {
+  const auto* row = std::ranges::find(kPairs, identifier, &Pair::identifier);
+  if (row != std::end(kPairs)) return *row;
+  Pair pair{identifier, NID_undef, identifier};
+  OBJ_find_sigid_algs(identifier, &pair.digest, &pair.key);
+  return pair;
+}
 
 const ASN1_OBJECT* identifier_of(const X509_ALGOR* algorithm) {
   const ASN1_OBJECT* identifier = nullptr;
@@ -93,18 +123,16 @@ Scheme SchemeOf(const X509_ALGOR* signatureAlgorithm, const X509_ALGOR* digestAl
     scheme.name = nid == NID_ED25519 ? "ed25519" : "ed448";
     return scheme;
   }
-  int digest = NID_undef;
-  int key = nid;
-  OBJ_find_sigid_algs(nid, &digest, &key);
-  const auto* row = std::ranges::find(kSchemes, key, &KeyScheme::key);
-  const bool bareKey = digest == NID_undef && key == nid;
-  if (row == std::end(kSchemes) || (digest == NID_undef && !bareKey)) {
+  const Pair pair = pair_of(nid);
+  const auto* row = std::ranges::find(kSchemes, pair.key, &KeyScheme::key);
+  const bool bareKey = pair.digest == NID_undef && pair.key == nid;
+  if (row == std::end(kSchemes) || (pair.digest == NID_undef && !bareKey)) {
     scheme.name = OidText(identifier);
     scheme.unsupported = "the signature algorithm " + scheme.name;
     return scheme;
   }
   scheme.name = row->name;
-  scheme.digest = bareKey ? FindDigest(identifier_of(digestAlgorithm)) : FindDigest(digest);
+  scheme.digest = bareKey ? FindDigest(identifier_of(digestAlgorithm)) : FindDigest(pair.digest);
   if (scheme.digest == nullptr) scheme.unsupported = "the digest of " + OidText(identifier);
   return scheme;
 }

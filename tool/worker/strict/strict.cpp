@@ -33,11 +33,19 @@ std::vector<Bytes> critical_extensions(TS_TST_INFO* info) {
   return critical;
 }
 
+// A hash takes no parameters: they are absent or NULL (RFC 5754, 2).
+bool has_plain_imprint(TS_TST_INFO* info) {
+  int type = V_ASN1_UNDEF;
+  X509_ALGOR_get0(nullptr, &type, nullptr, TS_MSG_IMPRINT_get_algo(TS_TST_INFO_get_msg_imprint(info)));
+  return type == V_ASN1_UNDEF || type == V_ASN1_NULL;
+}
+
 Structure structure_of(const Token& token, X509* certificate) {
   Structure structure;
   structure.signers =
       static_cast<uint64_t>(std::max(sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(token.message.get())), 0));
   structure.contentType = copy_of(OctetsOf(CMS_get0_eContentType(token.message.get())));
+  structure.imprintParametersFit = has_plain_imprint(token.info.get());
   structure.unknownCritical = critical_extensions(token.info.get());
   if (token.signer == nullptr) return structure;
   const ASN1_TYPE* contentType = FirstValue(token, NID_pkcs9_contentType);
@@ -96,11 +104,7 @@ void judge_signer(StrictReading& reading, const Token& token, X509* certificate,
   }
 }
 
-}  // namespace
-
-StrictReading ReadStrictly(ByteView octets, const Trust& trust, bool allowWeak) {
-  Start();
-  ThrowIfMemoryFailed();
+StrictReading read(ByteView octets, const Trust& trust, bool allowWeak) {
   const TrustStore& store = StoreOf(trust);
   const Token token = OpenToken(octets);
   const Signer signer = FindSigner(token, store);
@@ -118,6 +122,18 @@ StrictReading ReadStrictly(ByteView octets, const Trust& trust, bool allowWeak) 
   if (signer.certificate != nullptr) judge_signer(reading, token, signer.certificate, trust, allowWeak);
   ThrowIfMemoryFailed();
   return reading;
+}
+
+}  // namespace
+
+StrictReading ReadStrictly(ByteView octets, const Trust& trust, bool allowWeak) {
+  Start();
+  try {
+    return read(octets, trust, allowWeak);
+  } catch (const std::bad_alloc&) {
+    ForgetStore();  // what libcrypto noted in its certificates may be wrong now
+    throw;
+  }
 }
 
 }  // namespace qex::tool

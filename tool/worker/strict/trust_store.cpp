@@ -65,7 +65,6 @@ TrustStore decode(const Trust& trust) {
 
 void keep(const Trust& trust) {
   Start();
-  ThrowIfMemoryFailed();
   Latest& value = latest();
   value = {};
   value.store = decode(trust);
@@ -77,6 +76,10 @@ void keep(const Trust& trust) {
 const TrustStore& StoreOf(const Trust& trust) {
   if (latest().trust != &trust) keep(trust);
   return latest().store;
+}
+
+void ForgetStore() {
+  latest() = {};
 }
 
 }  // namespace strict

@@ -19,4 +19,7 @@ struct TrustStore {
 // StoreOf returns what was decoded of a Trust; decodes it when it is not the last one that was.
 const TrustStore& StoreOf(const Trust& trust);
 
+// ForgetStore drops it, so that the next call decodes anew.
+void ForgetStore();
+
 }  // namespace qex::tool::strict

@@ -1,0 +1,78 @@
+// Keys, certificates and lists of revocation as a test asks for them, made by libcrypto.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include "tests/support/der.h"
+#include "tool/message/trust.h"
+
+namespace qex::test {
+
+inline constexpr int64_t kDay = 86400;
+inline constexpr int64_t kYear = 365 * kDay;
+inline constexpr int64_t kGenTime = 1731657600;  // 2024-11-15T08:00:00Z, that of TstInfoMaker
+
+using Key = std::shared_ptr<EVP_PKEY>;
+
+// MakeKey makes a key once for each name. A kind is "rsa:2048", "rsa-pss:2048", "dsa:2048:256", "ec:P-256",
+// "ed25519" or "ed448"; what follows a slash distinguishes keys of one kind.
+Key MakeKey(const std::string& kind);
+
+using Extensions = std::vector<std::pair<std::string, std::string>>;  // as in openssl's configuration
+
+struct Certificate {
+  std::shared_ptr<X509> x509;
+  Key key;
+  Octets der() const;
+};
+
+struct CertificatePlan {
+  std::string subject = "Example TSA";
+  std::string key = "ec:P-256";
+  const Certificate* issuer = nullptr;  // null: itself
+  int64_t serial = 17;
+  int64_t from = kGenTime - kYear;
+  int64_t until = kGenTime + 20 * kYear;
+  Extensions extensions;
+  std::string digest = "SHA256";  // empty for Edwards keys
+  std::string organization;
+};
+
+// The extensions of a root or intermediate, and of a signer of tokens.
+Extensions AuthorityExtensions(const std::string& constraints = "critical,CA:TRUE");
+Extensions SignerExtensions();
+
+Certificate Make(const CertificatePlan& plan);
+// A root, and a signer that it issued.
+Certificate MakeRoot(const std::string& subject = "Example Root", const std::string& key = "ec:P-256/root");
+Certificate MakeSigner(const Certificate& issuer, const std::string& key = "ec:P-256");
+
+struct RevokedEntry {
+  int64_t serial;
+  int64_t date;
+  std::optional<int> reason;
+};
+
+struct ListPlan {
+  const Certificate* issuer = nullptr;
+  std::vector<RevokedEntry> entries;
+  int64_t from = kGenTime - kDay;
+  int64_t until = kGenTime + kDay;
+  const Certificate* signedBy = nullptr;  // null: the issuer
+};
+
+Octets MakeList(const ListPlan& plan);
+
+// Trusting returns trust in a chain to these roots.
+tool::Trust Trusting(const std::vector<const Certificate*>& roots);
+tool::TrustItem Item(const Octets& der);
+
+}  // namespace qex::test

@@ -1,0 +1,179 @@
+// Lists of revocation: RFC 3161, 4 for the reasons, RFC 5280, 6.3 for the lists.
+#include <gtest/gtest.h>
+
+#include <ctime>
+
+#include "tests/tool/strict/tokens.h"
+
+namespace qex::test {
+namespace {
+
+using tool::Revocation;
+using tool::RevocationResult;
+
+class StrictRevocation : public testing::Test {
+ protected:
+  StrictRevocation() {
+    CertificatePlan plan;
+    plan.subject = "Example CA";
+    plan.key = "ec:P-256/ca";
+    plan.serial = 5;
+    plan.issuer = &root;
+    plan.extensions = AuthorityExtensions();
+    authority = Make(plan);
+    signer = MakeSigner(authority);
+    trust = Trusting({&root});
+    trust.untrusted = {Item(authority.der())};
+  }
+
+  Revocation judge(const std::vector<Octets>& lists) {
+    trust.crls.clear();
+    for (const Octets& list : lists) trust.crls.push_back(Item(list));
+    const auto reading = Read(TokenPlan(signer).encode(), trust);
+    EXPECT_EQ(reading.chain->result, tool::ChainResult::Trusted) << reading.chain->text;
+    return reading.revocation.value_or(Revocation{RevocationResult::ListBad, "not judged", false});
+  }
+
+  // A list of the signer's issuer, and one of the root.
+  Octets list(const std::vector<RevokedEntry>& entries = {}, int64_t from = kGenTime - kDay,
+              int64_t until = kGenTime + kDay) const {
+    return MakeList({&authority, entries, from, until, nullptr});
+  }
+  Octets list_of_root(const std::vector<RevokedEntry>& entries = {}) const {
+    return MakeList({&root, entries, kGenTime - kDay, kGenTime + kDay, nullptr});
+  }
+
+  Certificate root = MakeRoot();
+  Certificate authority;
+  Certificate signer;
+  tool::Trust trust;
+};
+
+TEST_F(StrictRevocation, NothingIsSaidWithoutLists) {
+  EXPECT_FALSE(Read(TokenPlan(signer).encode(), trust).revocation);
+}
+
+TEST_F(StrictRevocation, WhoIsInNoListIsGood) {
+  const Revocation revocation = judge({list({{4711, kGenTime - kDay, 1}}), list_of_root()});
+  EXPECT_EQ(revocation.result, RevocationResult::Good) << revocation.text;
+  EXPECT_FALSE(revocation.ofCa);
+  EXPECT_EQ(revocation.text.find("covers"), std::string::npos) << revocation.text;
+}
+
+TEST_F(StrictRevocation, EveryReasonBeforeAndAfter) {
+  const struct {
+    std::optional<int> reason;
+    bool lenient;
+  } cases[] = {{std::nullopt, false},
+               {0, true},
+               {1, false},
+               {2, false},
+               {3, true},
+               {4, true},
+               {5, true},
+               {6, false},
+               {9, false},
+               {10, false}};
+  for (const auto& one : cases) {
+    SCOPED_TRACE(one.reason.value_or(-1));
+    const auto later = judge({list({{17, kGenTime + 1, one.reason}})});
+    EXPECT_EQ(later.result, one.lenient ? RevocationResult::Stands : RevocationResult::Revoked) << later.text;
+    EXPECT_NE(later.text.find("2024-11-15T08:00:01Z"), std::string::npos) << later.text;
+    EXPECT_EQ(judge({list({{17, kGenTime, one.reason}})}).result, RevocationResult::Revoked);
+    EXPECT_EQ(judge({list({{17, kGenTime - kDay, one.reason}})}).result, RevocationResult::Revoked);
+  }
+}
+
+TEST_F(StrictRevocation, TheTextNamesTheReason) {
+  EXPECT_NE(judge({list({{17, kGenTime, 1}})}).text.find("keyCompromise"), std::string::npos);
+  EXPECT_NE(judge({list({{17, kGenTime + 1, 4}})}).text.find("superseded"), std::string::npos);
+}
+
+TEST_F(StrictRevocation, NoListForTheSigner) {
+  EXPECT_EQ(judge({list_of_root()}).result, RevocationResult::NoList);
+  const Certificate other = MakeRoot("Another Root", "ec:P-256/another");
+  EXPECT_EQ(judge({MakeList({&other, {}, kGenTime - kDay, kGenTime + kDay, nullptr})}).result,
+            RevocationResult::NoList);
+}
+
+TEST_F(StrictRevocation, NoListForAnAuthorityIsSaidAndNoFault) {
+  const Revocation revocation = judge({list()});
+  EXPECT_EQ(revocation.result, RevocationResult::Good);
+  EXPECT_NE(revocation.text.find("no list covers \"Example CA\""), std::string::npos) << revocation.text;
+  EXPECT_EQ(revocation.text.find("Example Root"), std::string::npos) << revocation.text;
+}
+
+TEST_F(StrictRevocation, AListThatEndedBeforeTheTimeIsStale) {
+  const auto stale = judge({list({}, kGenTime - 2 * kDay, kGenTime - 1)});
+  EXPECT_EQ(stale.result, RevocationResult::ListStale) << stale.text;
+  EXPECT_NE(stale.text.find("2024-11-15T07:59:59Z"), std::string::npos) << stale.text;
+  EXPECT_EQ(judge({list({}, kGenTime - 2 * kDay, kGenTime - 1), list()}).result, RevocationResult::Good);
+}
+
+TEST_F(StrictRevocation, ALaterListIsFineAtGenTime) {
+  EXPECT_EQ(judge({list({}, kGenTime + kDay, kGenTime + 9 * kDay)}).result, RevocationResult::Good);
+  const int64_t now = std::time(nullptr);
+  EXPECT_EQ(judge({list({}, now + kDay, now + 2 * kDay)}).result, RevocationResult::ListBad);
+}
+
+TEST_F(StrictRevocation, ALaterListIsNotForATimeThatWasGiven) {
+  trust.time = tool::TrustTime::Given;
+  trust.givenTime = kGenTime;
+  EXPECT_EQ(judge({list({}, kGenTime + kDay, kGenTime + 9 * kDay)}).result, RevocationResult::ListBad);
+  trust.givenTime = kGenTime + 2 * kDay;
+  EXPECT_EQ(judge({list({}, kGenTime + kDay, kGenTime + 9 * kDay)}).result, RevocationResult::Good);
+  EXPECT_EQ(judge({list()}).result, RevocationResult::ListStale);
+}
+
+// A key that a later list calls stolen may have been so before.
+TEST_F(StrictRevocation, ARevocationInAnyListCounts) {
+  const Octets early = list();
+  const Octets late = list({{17, kGenTime + 20 * kDay, 1}}, kGenTime + 20 * kDay, kGenTime + 30 * kDay);
+  EXPECT_EQ(judge({early, late}).result, RevocationResult::Revoked);
+  EXPECT_EQ(judge({late, early}).result, RevocationResult::Revoked);
+}
+
+TEST_F(StrictRevocation, AHoldIsOverWhenALaterListSaysSo) {
+  const Octets held = list({{17, kGenTime - kDay, 6}});
+  const Octets released = list({}, kGenTime + kDay, kGenTime + 2 * kDay);
+  EXPECT_EQ(judge({held}).result, RevocationResult::Revoked);
+  EXPECT_EQ(judge({held, released}).result, RevocationResult::Good);
+  // An earlier list says nothing about it.
+  EXPECT_EQ(judge({held, list({}, kGenTime - 3 * kDay)}).result, RevocationResult::Revoked);
+}
+
+TEST_F(StrictRevocation, AListSignedBySomebodyElseIsBad) {
+  Certificate impostor = authority;
+  impostor.key = MakeKey("ec:P-256/impostor");
+  const Octets forged =
+      MakeList({&authority, {{17, kGenTime - kDay, 1}}, kGenTime - kDay, kGenTime + kDay, &impostor});
+  const Revocation revocation = judge({forged});
+  EXPECT_EQ(revocation.result, RevocationResult::ListBad) << revocation.text;
+  EXPECT_EQ(judge({forged, list()}).result, RevocationResult::Good);
+}
+
+TEST_F(StrictRevocation, AnAuthorityThatIsRevokedCountsByTheSameRule) {
+  auto revocation = judge({list(), list_of_root({{5, kGenTime - 1, 1}})});
+  EXPECT_EQ(revocation.result, RevocationResult::Revoked);
+  EXPECT_TRUE(revocation.ofCa);
+  EXPECT_NE(revocation.text.find("\"Example CA\""), std::string::npos) << revocation.text;
+  revocation = judge({list(), list_of_root({{5, kGenTime + 1, 4}})});
+  EXPECT_EQ(revocation.result, RevocationResult::Stands);
+  EXPECT_TRUE(revocation.ofCa);
+}
+
+TEST_F(StrictRevocation, AStaleListForAnAuthorityIsAFaultOfIt) {
+  const Octets stale = MakeList({&root, {}, kGenTime - 2 * kDay, kGenTime - 1, nullptr});
+  const Revocation revocation = judge({list(), stale});
+  EXPECT_EQ(revocation.result, RevocationResult::ListStale);
+  EXPECT_TRUE(revocation.ofCa);
+}
+
+TEST_F(StrictRevocation, TheSignersOwnRevocationComesFirst) {
+  const Revocation revocation = judge({list({{17, kGenTime - 1, 1}}), list_of_root({{5, kGenTime - 1, 1}})});
+  EXPECT_EQ(revocation.result, RevocationResult::Revoked);
+  EXPECT_FALSE(revocation.ofCa);
+}
+
+}  // namespace
+}  // namespace qex::test

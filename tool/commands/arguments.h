@@ -1,0 +1,21 @@
+// What holds for every command line: no option has an empty value, and no password stays in it.
+#pragma once
+
+namespace CLI {
+class App;
+}
+
+namespace qex::tool {
+
+// RefuseEmptyAssignments throws a usage Failure for a word such as --policy=, whose value would otherwise be
+// taken from the next word; to be called before the words are read.
+void RefuseEmptyAssignments(int count, char* const* words);
+
+// RefuseEmptyValues throws a usage Failure when an option or argument that was read has an empty value.
+void RefuseEmptyValues(const CLI::App& command);
+
+// HidePasswords overwrites, where they stand, passwords of --user NAME:PASSWORD and of addresses, so that a
+// list of processes shows them no longer; to be called once the words have been read.
+void HidePasswords(int count, char** words);
+
+}  // namespace qex::tool

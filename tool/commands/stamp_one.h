@@ -1,0 +1,40 @@
+// Stamping one file: request, exchange with the first authority that gives a good reply, and the outcome.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tool/base/bytes.h"
+#include "tool/base/options.h"
+#include "tool/commands/outcome.h"
+#include "tool/exchange/http.h"
+#include "tool/exchange/in_turn.h"
+#include "tool/exchange/request.h"
+#include "tool/message/trust.h"
+#include "tool/worker/worker.h"
+
+namespace qex::tool {
+
+// What holds for every file of one command line.
+struct StampPlan {
+  RequestOptions request;
+  std::vector<std::string> authorities;  // addresses, or HOST:PORT of the socket framing
+  bool socket = false;
+  HttpSettings http;
+  Patience patience;
+  std::string output;               // file, folder or -; empty: beside the stamped file
+  std::vector<std::string> inputs;  // files that no output may take the place of
+};
+
+// What is stamped: a file, or a digest that stands for one.
+struct StampSubject {
+  std::string file;
+  std::optional<Bytes> digest;
+};
+
+// StampOne stamps and renders what came of it; no Failure leaves it.
+Outcome StampOne(const StampPlan& plan, const StampSubject& subject, Worker& worker, const Trust& trust,
+                 const Options& options);
+
+}  // namespace qex::tool

@@ -1,0 +1,33 @@
+// Why one authority did not give what was asked for, and what that means for asking it again.
+#pragma once
+
+#include <chrono>
+#include <utility>
+
+#include "tool/base/failure.h"
+
+namespace qex::tool {
+
+struct ExchangeFailure : Failure {
+  bool again = false;                  // asking the same authority again may help
+  bool own = false;                    // the caller's own fault: no other authority can help
+  std::chrono::seconds retryAfter{0};  // the authority asks to be left alone for so long
+  long httpStatus = 0;                 // 0: none came
+};
+
+// LastingFault returns a failure of the authority that asking it again does not change.
+inline ExchangeFailure LastingFault(ExitStatus exit, std::string message, std::string hint,
+                                    long httpStatus = 0) {
+  ExchangeFailure failure{{exit, std::move(message), std::move(hint)}};
+  failure.httpStatus = httpStatus;
+  return failure;
+}
+
+// PassingFault returns one of the network, which may be gone the next time.
+inline ExchangeFailure PassingFault(std::string message, std::string hint) {
+  ExchangeFailure failure{{ExitStatus::Network, std::move(message), std::move(hint)}};
+  failure.again = true;
+  return failure;
+}
+
+}  // namespace qex::tool
