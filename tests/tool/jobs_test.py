@@ -103,7 +103,7 @@ class JobsTest(ManyTest):
         self.assertIn("MAAA: is no time-stamp", json.loads(done.stdout.splitlines()[2])["error"])
 
     def test_AnIdOfAnyKindComesBack(self):
-        ids = (0, -1, 1.5, 2**63, "", "text\u0000\u202e\ud83d\ude00", None, True, [], [1, [2, {"a": None}]], {"b": 1, "a": 2})
+        ids = (0, -1, 1.5, 2**63, "", "text\u0000\u202e\U0001f600", None, True, [], [1, [2, {"a": None}]], {"b": 1, "a": 2})
         documents = self.answers(*({"id": one, "token": self.token} for one in ids), check=0)
         self.assertEqual([document["id"] for document in documents], list(ids))
         self.assertEqual(list(documents[-1]["id"]), ["b", "a"])
