@@ -23,7 +23,7 @@ def commands():
 def options_of(command):
     """All options that the help of a command lists."""
     text = run("help", command, check=0).stdout.decode().split("examples:")[0]
-    return set(re.findall(r"(?m)(?:^  |, )(--?[a-zA-Z][\w-]*)", text))
+    return set(re.findall(r"(?m)(?:^  |, )(--?[a-zA-Z0-9][\w-]*)", text))
 
 
 def needs(shell):
