@@ -23,7 +23,7 @@ def commands():
 def options_of(command):
     """All options that the help of a command lists."""
     text = run("help", command, check=0).stdout.decode().split("examples:")[0]
-    return set(re.findall(r"(?m)(?:^  |, )(--?\w[\w-]*)", text))
+    return set(re.findall(r"(?m)(?:^  |, )(--?[a-zA-Z0-9][\w-]*)", text))
 
 
 def needs(shell):
@@ -106,8 +106,7 @@ class BashTest(ToolTest):
         for words in (("verify", ""), ("verify", "--token", ""), ("cert", "x", "-o", ""), ("tac", "get", "")):
             with self.subTest(words=words):
                 self.assertEqual(sorted(self.complete(*words)), ["a b", "report.txt"])
-        for words in (("stamp", "--tsa", ""), ("verify", "--nonce", ""), ("stamp", "--retry", ""), ("stamp", "--user", ""),
-                      ("verify", "--digest", ""), ("version", ""),
+        for words in (("stamp", "--tsa", ""), ("verify", "--nonce", ""), ("stamp", "--retry", ""), ("version", ""),
                       ("explain", "")):
             with self.subTest(words=words):
                 self.assertEqual(self.complete(*words), [])

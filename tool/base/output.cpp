@@ -97,7 +97,7 @@ Json NewDocument(std::string_view command, std::string_view subject) {
   document["schema"] = 1;
   document["command"] = command;
   document["subject"] = subject;
-  if (!IsUtf8(subject)) {
+  if (EscapedLines(subject) != subject) {
     document["subject_hex"] = ToHex({reinterpret_cast<const uint8_t*>(subject.data()), subject.size()});
   }
   document["exit"] = 0;

@@ -17,7 +17,7 @@ enum class Tone { Plain, Good, Bad, Aside };
 std::string Colored(std::string_view text, Tone tone, const Options& options);
 
 // NewDocument returns the head of a JSON document: schema, command, subject (with its octets beside it where
-// they are no UTF-8), exit, code, asn1_error, error and hint, as of a success.
+// it is no UTF-8 or is escaped), exit, code, asn1_error, error and hint, as of a success.
 Json NewDocument(std::string_view command, std::string_view subject);
 
 // SetFailure enters a failure into a document.

@@ -81,14 +81,14 @@ std::string summary_text(const Tally& tally, bool stopped) {
 Json summary_document(const Tally& tally, const char* command, int signal) {
   Json document = NewDocument(command, "");
   document["exit"] = static_cast<int>(tally.exit);
+  Json reasons = Json::object();
+  for (const auto& [reason, number] : tally.reasons) reasons[reason] = number;
   document["summary"] = {{"subjects", tally.total},
-                         {"done", tally.Done()},
-                         {"pass", tally.pass},
-                         {"fail", tally.fail},
+                         {"passed", tally.pass},
+                         {"failed", tally.fail},
                          {"authority_not_checked", tally.unchecked},
-                         {"reasons", Json::object()},
-                         {"signal", nullptr}};
-  for (const auto& [reason, number] : tally.reasons) document["summary"]["reasons"][reason] = number;
+                         {"not_done", tally.total - tally.Done()},
+                         {"reasons", std::move(reasons)}};
   if (signal != 0) document["summary"]["signal"] = signal;
   return document;
 }

@@ -142,7 +142,7 @@ std::string errors_of(const Failure& failure, const Options& options) {
 
 Json document_of(const VerifyArguments& arguments, const Answer& answer, const Report& report) {
   Json document = NewDocument("verify", subject_of(arguments));
-  document["token_file"] = arguments.token.data ? Json(nullptr) : Json(arguments.token.path);
+  if (!arguments.token.data) document["token_file"] = arguments.token.path;
   document["checks"] = report.Checks();
   if (answer.facts.status) document["status"] = StatusFields(*answer.facts.status);
   document["token"] = TokenFields(answer.facts);
