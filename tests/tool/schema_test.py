@@ -89,6 +89,22 @@ class SchemaTest(ToolTest):
                     if document["exit"]:
                         self.assertTrue(document["error"])
 
+    def test_ManyFilesAndJobsAreDescribed(self):
+        files = self.files_of_every_kind()
+        self.write(self.path("second"), b"two")
+        *documents, last = self.described("verify", self.document, self.path("second"), "--tsa-cert", files[3], check=3)
+        self.assertEqual([document["exit"] for document in documents], [0, 3])
+        self.assertEqual((last["exit"], last["summary"]["pass"], last["summary"]["fail"]), (3, 1, 1))
+        jobs = [json.dumps(job) for job in ({"id": 1, "file": self.document}, {"id": [None, "x"], "token": files[0]},
+                                            {"file": self.path("none")}, {"id": "y", "nothing": "x"}, [])] + ["{"]
+        for command, statuses in (("verify", [0, 4, 3, 2, 2, 2]), ("show", [2, 0, 2, 2, 2, 2])):
+            with self.subTest(command=command):
+                trust = ("--tsa-cert", files[3]) if command == "verify" else ()
+                done = run(command, "--jobs", "-", *trust, stdin="\n".join(jobs).encode())
+                documents = [json.loads(line) for line in done.stdout.splitlines()]
+                self.assertEqual([document["exit"] for document in documents], statuses)
+                self.assertEqual([document["id"] for document in documents], [1, [None, "x"], None, "y", None, None])
+
     def test_ASubjectThatIsNoUtf8HasItsOctets(self):
         name = os.fsencode(self.folder) + b"/latin\xe9"
         self.write(name, b"x")

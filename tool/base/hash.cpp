@@ -12,6 +12,7 @@
 #include <new>
 #include <utility>
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 
 #include "api/qex.h"
@@ -210,6 +211,10 @@ Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options
     progress.Update(done += n);
   }
   return hasher.Final();
+}
+
+std::string CryptoLibraryVersion() {
+  return OpenSSL_version(OPENSSL_VERSION);
 }
 
 }  // namespace qex::tool

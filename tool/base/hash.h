@@ -64,4 +64,7 @@ Bytes Sha256(ByteView data);
 // takes longer than a second; throws a Failure.
 Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options& options);
 
+// CryptoLibraryVersion names the library that digests what libqex does not.
+std::string CryptoLibraryVersion();
+
 }  // namespace qex::tool

@@ -57,23 +57,32 @@ void release() {
   if (--holders == 0 && signalThatCame != 0) end_by(signalThatCame);
 }
 
+// A child begins afresh: names that it has from its parent are the parent's.
+void forget_parent() {
+  holders = 0;
+  heldHere = 0;
+  signalThatCame = 0;
+  for (Slot* slot = firstSlot; slot != nullptr; slot = slot->next) slot->name = nullptr;
+}
+
+// Looked at each time: a child has lost the handler, and what else handles a signal may have come and gone.
 // What the caller of the program has ignored (nohup, jobs in the background) stays ignored.
-void install_handler() {
-  owner = ::getpid();
+void take_signals() {
+  static std::mutex one;
+  const std::lock_guard lock(one);
+  if (owner != ::getpid()) {
+    forget_parent();
+    owner = ::getpid();
+  }
   struct sigaction ending {};
   ending.sa_handler = on_ending_signal;
   ending.sa_flags = SA_RESTART;
   for (const int number : kEnding) {
-    struct sigaction before {};
-    if (::sigaction(number, nullptr, &before) == 0 && before.sa_handler != SIG_IGN) {
+    struct sigaction now {};
+    if (::sigaction(number, nullptr, &now) == 0 && now.sa_handler == SIG_DFL) {
       ::sigaction(number, &ending, nullptr);
     }
   }
-}
-
-void install_once() {
-  static std::once_flag installed;
-  std::call_once(installed, install_handler);
 }
 
 Slot* free_slot() {
@@ -90,7 +99,7 @@ Slot* free_slot() {
 }  // namespace
 
 SignalsHeld::SignalsHeld() {
-  install_once();
+  take_signals();
   if (heldHere++ != 0) return;
   ++holders;
   // The process is already ending: nothing new is begun.
@@ -105,7 +114,7 @@ SignalsHeld::~SignalsHeld() {
 }
 
 RemovedOnSignal::RemovedOnSignal(const std::string& name) {
-  install_once();
+  take_signals();
   auto copy = std::make_unique<char[]>(name.size() + 1);
   std::memcpy(copy.get(), name.c_str(), name.size() + 1);
   slot_ = free_slot();

@@ -18,9 +18,9 @@ namespace {
 using Words = std::vector<std::string>;
 
 // Types of values that are no files; every other value is completed as a file's name.
-constexpr std::string_view kNoFiles[] = {"URL",     "HEX",           "OID",        "NAME",      "TIME",
-                                         "N",       "UINT",          "CODE",       "HOST:PORT", "USER",
-                                         "ALG:HEX", "NAME:PASSWORD", "sha256:HEX", "[ALG:]HEX"};
+constexpr std::string_view kNoFiles[] = {"URL",        "HEX", "ALG:HEX", "[ALG:]HEX",
+                                         "sha256:HEX", "OID", "NAME",    "NAME[:PASSWORD]",
+                                         "TIME",       "N",   "CODE",    "HOST:PORT"};
 
 enum class Values { None, Choices, Files, Unknown };
 

@@ -1,8 +1,7 @@
 // qex version
-#include <openssl/crypto.h>
 #include <CLI/CLI.hpp>
 
-#include "tool/base/files.h"
+#include "tool/base/hash.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
 #include "tool/commands/command.h"
@@ -15,11 +14,11 @@ ExitStatus PrintVersion(const Options& options) {
     Json document = NewDocument("version", "");
     document["version"] = QEX_TOOL_VERSION;
     document["libcurl"] = HttpLibraryVersion();
-    document["libcrypto"] = OpenSSL_version(OPENSSL_VERSION);
+    document["libcrypto"] = CryptoLibraryVersion();
     WriteJson(document);
   } else {
     WriteText("qex " QEX_TOOL_VERSION "\n");
-    if (options.verbose) WriteText(HttpLibraryVersion() + "\n" + OpenSSL_version(OPENSSL_VERSION) + "\n");
+    if (options.verbose) WriteText(HttpLibraryVersion() + "\n" + CryptoLibraryVersion() + "\n");
   }
   return ExitStatus::Ok;
 }

@@ -22,6 +22,17 @@ std::string text_of(const Json& description) {
   return description.is_null() ? "" : description.dump(-1, ' ', false, Json::error_handler_t::replace);
 }
 
+inspect::ExtensionPrinter printer_for(const Job& job) {
+  if (job.libraryOnly) return {};
+  return [](inspect::View certificate) {
+    std::vector<std::string> texts;
+    for (const ExtensionText& extension : DescribeExtensions(certificate)) {
+      texts.push_back(extension.name + (extension.critical ? ", critical" : "") + ": " + extension.value);
+    }
+    return texts;
+  };
+}
+
 void read_strictly(Facts& facts, ByteView token, const Job& job, const Trust& trust) {
   try {
     facts.strict = ReadStrictly(token, trust, job.allowWeak);
@@ -60,7 +71,7 @@ void examine_token(Facts& facts, Bytes token, const Job& job, const Trust& trust
   if (!facts.library && !facts.strict) throw FailureOf(*facts.libraryStop);
   use_library(facts, whole, job, serves);
   facts.tsaName = inspect::TsaName(whole);
-  if (job.describe) facts.description = text_of(inspect::DescribeToken(whole));
+  if (job.describe) facts.description = text_of(inspect::DescribeToken(whole, printer_for(job)));
   facts.token = std::move(token);
 }
 
@@ -131,7 +142,7 @@ void examine_request(Facts& facts, const Job& job) {
 }
 
 void examine_certificate(Facts& facts, const Job& job) {
-  const Json description = inspect::DescribeCertificate(job.message);
+  const Json description = inspect::DescribeCertificate(job.message, printer_for(job));
   if (description.is_null()) return;
   SignerCertificate certificate;
   certificate.key = job.libraryOnly ? inspect::InspectKey(job.message) : KeyOf(job.message);

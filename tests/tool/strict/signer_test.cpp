@@ -167,25 +167,25 @@ TEST_F(StrictSigner, KeysAreNamed) {
     const char* name;
     uint64_t bits;
   } cases[] = {
-    {"rsa:2048", "rsa", "rsa 2048", 2048}, {"rsa-pss:2048", "rsa-pss", "rsa-pss 2048", 2048},
-    {"dsa:2048:256", "dsa", "dsa 2048", 2048}, {"ec:P-256", "ec", "ec P-256", 256},
-    {"ec:P-521", "ec", "ec P-521", 521}, {"ec:brainpoolP256r1", "ec", "ec brainpoolP256r1", 256},
-    {"ed25519", "ed25519", "ed25519",
-     256},  // RFC 8032: 32 and 57 octets    {"ed448", "ed448", "ed448", 456}};
-    for (const auto& one
-         : cases){CertificatePlan keyed;
-  keyed.key = one.key;
-  keyed.issuer = &root;
-  const auto key = tool::KeyOf(Make(keyed).der());
-  EXPECT_EQ(key.type, one.type);
-  EXPECT_EQ(key.name, one.name);
-  EXPECT_EQ(key.bits, one.bits) << one.key;
-  EXPECT_EQ(key.exponent, one.type[0] == 'r' ? (Octets{1, 0, 1}) : Octets{}) << one.key;
-  EXPECT_FALSE(key.lowExponent);
-  EXPECT_EQ(key.excess, "");
-}
-EXPECT_EQ(tool::KeyOf(Octets{0x30, 0x00}).type, "");
-EXPECT_TRUE(tool::KeyOf(Octets{0x30, 0x00}).lowExponent);
+      {"rsa:2048", "rsa", "rsa 2048", 2048},     {"rsa-pss:2048", "rsa-pss", "rsa-pss 2048", 2048},
+      {"dsa:2048:256", "dsa", "dsa 2048", 2048}, {"ec:P-256", "ec", "ec P-256", 256},
+      {"ec:P-521", "ec", "ec P-521", 521},       {"ec:brainpoolP256r1", "ec", "ec brainpoolP256r1", 256},
+      {"ed25519", "ed25519", "ed25519", 256},  // RFC 8032: 32 and 57 octets
+      {"ed448", "ed448", "ed448", 456}};
+  for (const auto& one : cases) {
+    CertificatePlan keyed;
+    keyed.key = one.key;
+    keyed.issuer = &root;
+    const auto key = tool::KeyOf(Make(keyed).der());
+    EXPECT_EQ(key.type, one.type);
+    EXPECT_EQ(key.name, one.name);
+    EXPECT_EQ(key.bits, one.bits) << one.key;
+    EXPECT_EQ(key.exponent, one.type[0] == 'r' ? (Octets{1, 0, 1}) : Octets{}) << one.key;
+    EXPECT_FALSE(key.lowExponent);
+    EXPECT_EQ(key.excess, "");
+  }
+  EXPECT_EQ(tool::KeyOf(Octets{0x30, 0x00}).type, "");
+  EXPECT_TRUE(tool::KeyOf(Octets{0x30, 0x00}).lowExponent);
 }
 
 TEST_F(StrictSigner, TimeStampingMustBeItsOnlyPurpose) {

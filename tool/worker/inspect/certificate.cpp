@@ -190,7 +190,7 @@ std::string SubjectText(View certificate) {
   return subject ? NameText(subject->whole) : "";
 }
 
-Json DescribeCertificate(View certificate) {
+Json DescribeCertificate(View certificate, const ExtensionPrinter& printer) {
   const auto whole = Elements(certificate).next(kSequence);
   const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
   if (!body) return nullptr;
@@ -218,6 +218,9 @@ Json DescribeCertificate(View certificate) {
     if (const auto list = Elements(more->content).next(kSequence))
       describe_extensions(description, list->content);
   }
+  if (!printer) return description;
+  if (std::vector<std::string> texts = printer(certificate); !texts.empty())
+    description["extensions"] = texts;
   return description;
 }
 

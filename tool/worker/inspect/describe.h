@@ -2,6 +2,7 @@
 // verified here. Texts from the message are not escaped: whoever shows them does that.
 #pragma once
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -41,9 +42,13 @@ size_t DsaOrderBits(View certificate);
 // SubjectText renders the subject of a certificate for people.
 std::string SubjectText(View certificate);
 
+// ExtensionPrinter renders the extensions of a certificate, a text each; none when it cannot. An empty one
+// leaves their names alone to be shown.
+using ExtensionPrinter = std::function<std::vector<std::string>(View certificate)>;
+
 // Descriptions for people; null when the input is not what the name says.
-Json DescribeToken(View token);
-Json DescribeCertificate(View certificate);
+Json DescribeToken(View token, const ExtensionPrinter& printer);
+Json DescribeCertificate(View certificate, const ExtensionPrinter& printer);
 // Issuer, serial number and attribute types: which one it is among those of a token.
 Json DescribeAttributeCertificate(View certificate);
 
@@ -59,8 +64,8 @@ std::string TimeText(uint8_t tag, View content);
 // Asn1Text prints a message by the library's print routines; nothing when it does not decode.
 std::optional<std::string> Asn1Text(Kind kind, View data);
 
-// UnknownIdentifier is one that the library has no type for, or another type than the value has, in a place where
-// the value after it is decoded by it.
+// UnknownIdentifier is one that the library has no type for, or another type than the value has, in a place
+// where the value after it is decoded by it.
 struct UnknownIdentifier {
   std::string name;  // as NamedOid gives it
   const char* role;  // "attribute", "algorithm" and so on

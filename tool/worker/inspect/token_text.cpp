@@ -108,14 +108,14 @@ std::vector<uint8_t> as_sequence(const Element& element) {
   return octets;
 }
 
-void describe_certificates(Json& description, const Element& set) {
+void describe_certificates(Json& description, const Element& set, const ExtensionPrinter& printer) {
   Json certificates = Json::array();
   Json attributeCertificates = Json::array();
   Elements list(set.content);
   while (const auto element = list.next()) {
     const bool v1 = element->tag == kV1AttributeCertificate;
     const bool v2 = element->tag == kV2AttributeCertificate;
-    Json one = element->tag == kSequence ? DescribeCertificate(element->whole)
+    Json one = element->tag == kSequence ? DescribeCertificate(element->whole, printer)
                : v2                      ? DescribeAttributeCertificate(as_sequence(*element))
                                          : Json();
     if (one.is_null()) one = {{"form", element->tag & 31}};
@@ -135,7 +135,7 @@ size_t count_of(const std::optional<Element>& set) {
 
 }  // namespace
 
-Json DescribeToken(View token) {
+Json DescribeToken(View token, const ExtensionPrinter& printer) {
   const auto parts = parts_of(token);
   if (!parts) return nullptr;
   Json description;
@@ -144,7 +144,7 @@ Json DescribeToken(View token) {
   description["signers"] = count_of(parts->signers);
   const auto signer = parts->signers ? Elements(parts->signers->content).next(kSequence) : std::nullopt;
   if (signer) description["signer"] = describe_signer(*signer);
-  if (parts->certificates) describe_certificates(description, *parts->certificates);
+  if (parts->certificates) describe_certificates(description, *parts->certificates, printer);
   if (const size_t lists = count_of(parts->crls); lists != 0) description["revocation_lists"] = lists;
   return description;
 }
