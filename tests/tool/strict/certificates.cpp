@@ -45,12 +45,13 @@ EVP_PKEY* make_dsa(int p, int q) {
   return key;
 }
 
-EVP_PKEY* make_rsa(const char* type, size_t bits) {
+EVP_PKEY* make_rsa(const char* type, size_t bits, unsigned long exponent) {
   EVP_PKEY_CTX* context = EVP_PKEY_CTX_new_from_name(nullptr, type, nullptr);
   EVP_PKEY* key = nullptr;
-  demand(EVP_PKEY_keygen_init(context) > 0 &&
+  const std::shared_ptr<BIGNUM> e(BN_new(), BN_free);
+  demand(BN_set_word(e.get(), exponent) == 1 && EVP_PKEY_keygen_init(context) > 0 &&
              EVP_PKEY_CTX_set_rsa_keygen_bits(context, static_cast<int>(bits)) > 0 &&
-             EVP_PKEY_keygen(context, &key) > 0,
+             EVP_PKEY_CTX_set1_rsa_keygen_pubexp(context, e.get()) > 0 && EVP_PKEY_keygen(context, &key) > 0,
          "no RSA key");
   EVP_PKEY_CTX_free(context);
   return key;
@@ -58,8 +59,9 @@ EVP_PKEY* make_rsa(const char* type, size_t bits) {
 
 EVP_PKEY* make_key(const std::string& kind) {
   const auto parts = split(kind);
-  if (parts[0] == "rsa") return make_rsa("RSA", std::stoul(parts[1]));
-  if (parts[0] == "rsa-pss") return make_rsa("RSA-PSS", std::stoul(parts[1]));
+  const unsigned long exponent = parts.size() > 2 ? std::stoul(parts[2]) : 65537;
+  if (parts[0] == "rsa") return make_rsa("RSA", std::stoul(parts[1]), exponent);
+  if (parts[0] == "rsa-pss") return make_rsa("RSA-PSS", std::stoul(parts[1]), exponent);
   if (parts[0] == "dsa") return make_dsa(std::stoi(parts[1]), std::stoi(parts[2]));
   if (parts[0] == "ec") return EVP_PKEY_Q_keygen(nullptr, nullptr, "EC", parts[1].c_str());
   return EVP_PKEY_Q_keygen(nullptr, nullptr, parts[0] == "ed25519" ? "ED25519" : "ED448");
@@ -80,6 +82,14 @@ void add_extensions(X509* certificate, X509* issuer, const Extensions& extension
     demand(extension != nullptr && X509_add_ext(certificate, extension, -1) == 1, value.c_str());
     X509_EXTENSION_free(extension);
   }
+}
+
+void add_critical(X509_CRL* list, int nid, const Octets& value) {
+  const std::shared_ptr<ASN1_OCTET_STRING> octets(ASN1_OCTET_STRING_new(), ASN1_OCTET_STRING_free);
+  ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size()));
+  X509_EXTENSION* extension = X509_EXTENSION_create_by_NID(nullptr, nid, 1, octets.get());
+  demand(X509_CRL_add_ext(list, extension, -1) == 1, "no extension");
+  X509_EXTENSION_free(extension);
 }
 
 const EVP_MD* digest_of(const std::string& name) {
@@ -176,6 +186,8 @@ Octets MakeList(const ListPlan& plan) {
     }
     demand(X509_CRL_add0_revoked(list.get(), revoked) == 1, "no entry");
   }
+  if (!plan.scope.empty()) add_critical(list.get(), NID_issuing_distribution_point, plan.scope);
+  if (plan.delta) add_critical(list.get(), NID_delta_crl, der::integer(1));
   const Certificate& signer = plan.signedBy == nullptr ? *plan.issuer : *plan.signedBy;
   demand(X509_CRL_sign(list.get(), signer.key.get(), EVP_sha256()) > 0, "list not signed");
   return encoded<X509_CRL>(list.get(), i2d_X509_CRL);

@@ -22,8 +22,9 @@ inline constexpr int64_t kGenTime = 1731657600;  // 2024-11-15T08:00:00Z, that o
 
 using Key = std::shared_ptr<EVP_PKEY>;
 
-// MakeKey makes a key once for each name. A kind is "rsa:2048", "rsa-pss:2048", "dsa:2048:256", "ec:P-256",
-// "ed25519" or "ed448"; what follows a slash distinguishes keys of one kind.
+// MakeKey makes a key once for each name. A kind is "rsa:2048", "rsa:2048:3" with an exponent,
+// "rsa-pss:2048", "dsa:2048:256", "ec:P-256", "ed25519" or "ed448"; what follows a slash distinguishes keys
+// of one kind.
 Key MakeKey(const std::string& kind);
 
 using Extensions = std::vector<std::pair<std::string, std::string>>;  // as in openssl's configuration
@@ -67,6 +68,8 @@ struct ListPlan {
   int64_t from = kGenTime - kDay;
   int64_t until = kGenTime + kDay;
   const Certificate* signedBy = nullptr;  // null: the issuer
+  Octets scope = {};                      // IssuingDistributionPoint (RFC 5280, 5.2.5); empty: absent
+  bool delta = false;                     // of changes to another list
 };
 
 Octets MakeList(const ListPlan& plan);

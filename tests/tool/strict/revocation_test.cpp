@@ -37,10 +37,10 @@ class StrictRevocation : public testing::Test {
   // A list of the signer's issuer, and one of the root.
   Octets list(const std::vector<RevokedEntry>& entries = {}, int64_t from = kGenTime - kDay,
               int64_t until = kGenTime + kDay) const {
-    return MakeList({&authority, entries, from, until, nullptr});
+    return MakeList({&authority, entries, from, until, nullptr, {}, false});
   }
   Octets list_of_root(const std::vector<RevokedEntry>& entries = {}) const {
-    return MakeList({&root, entries, kGenTime - kDay, kGenTime + kDay, nullptr});
+    return MakeList({&root, entries, kGenTime - kDay, kGenTime + kDay, nullptr, {}, false});
   }
 
   Certificate root = MakeRoot();
@@ -92,7 +92,7 @@ TEST_F(StrictRevocation, TheTextNamesTheReason) {
 TEST_F(StrictRevocation, NoListForTheSigner) {
   EXPECT_EQ(judge({list_of_root()}).result, RevocationResult::NoList);
   const Certificate other = MakeRoot("Another Root", "ec:P-256/another");
-  EXPECT_EQ(judge({MakeList({&other, {}, kGenTime - kDay, kGenTime + kDay, nullptr})}).result,
+  EXPECT_EQ(judge({MakeList({&other, {}, kGenTime - kDay, kGenTime + kDay, nullptr, {}, false})}).result,
             RevocationResult::NoList);
 }
 
@@ -145,8 +145,8 @@ TEST_F(StrictRevocation, AHoldIsOverWhenALaterListSaysSo) {
 TEST_F(StrictRevocation, AListSignedBySomebodyElseIsBad) {
   Certificate impostor = authority;
   impostor.key = MakeKey("ec:P-256/impostor");
-  const Octets forged =
-      MakeList({&authority, {{17, kGenTime - kDay, 1}}, kGenTime - kDay, kGenTime + kDay, &impostor});
+  const Octets forged = MakeList(
+      {&authority, {{17, kGenTime - kDay, 1}}, kGenTime - kDay, kGenTime + kDay, &impostor, {}, false});
   const Revocation revocation = judge({forged});
   EXPECT_EQ(revocation.result, RevocationResult::ListBad) << revocation.text;
   EXPECT_EQ(judge({forged, list()}).result, RevocationResult::Good);
@@ -170,12 +170,36 @@ TEST_F(StrictRevocation, ARootThatRevokesItselfCounts) {
 }
 
 // Its own list is no condition for the root: it is trusted by decision.
-TEST_F(StrictRevocation, AStaleListOfTheRootAloneIsNoFaultOfTheRoot) {
+TEST_F(StrictRevocation, AStaleListForTheRootAloneIsNoFault) {
   signer = MakeSigner(root);
-  const Octets stale = MakeList({&root, {}, kGenTime - 2 * kDay, kGenTime - 1, nullptr});
-  const Revocation revocation = judge({stale});
-  EXPECT_EQ(revocation.result, RevocationResult::ListStale);
-  EXPECT_FALSE(revocation.ofCa);
+  const Octets onlyUsers = der::sequence(der::context_primitive(1, Octets{0xFF}));
+  const Octets onlyAuthorities = der::sequence(der::context_primitive(2, Octets{0xFF}));
+  const Octets ofUsers = MakeList({&root, {}, kGenTime - kDay, kGenTime + kDay, nullptr, onlyUsers, false});
+  const Octets ofAuthorities =
+      MakeList({&root, {}, kGenTime - 2 * kDay, kGenTime - 1, nullptr, onlyAuthorities, false});
+  EXPECT_EQ(judge({ofUsers, ofAuthorities}).result, RevocationResult::Good);
+  EXPECT_EQ(judge({ofAuthorities}).result, RevocationResult::NoList);
+}
+
+TEST_F(StrictRevocation, PartialListsAreNone) {
+  const Octets indirect = der::sequence(der::context_primitive(4, Octets{0xFF}));
+  const Octets someReasons = der::sequence(der::context_primitive(3, Octets{0x06, 0x40}));
+  for (const Octets& scope : {indirect, someReasons}) {
+    const Octets partial =
+        MakeList({&authority, {}, kGenTime - kDay, kGenTime + kDay, nullptr, scope, false});
+    EXPECT_EQ(judge({partial}).result, RevocationResult::NoList);
+    EXPECT_EQ(judge({partial, list()}).result, RevocationResult::Good);
+  }
+}
+
+TEST_F(StrictRevocation, AListOfChangesCountsForWhoIsInIt) {
+  ListPlan changes;
+  changes.issuer = &authority;
+  changes.delta = true;
+  EXPECT_EQ(judge({MakeList(changes)}).result, RevocationResult::NoList);
+  EXPECT_EQ(judge({MakeList(changes), list()}).result, RevocationResult::Good);
+  changes.entries = {{17, kGenTime - kDay, 1}};
+  EXPECT_EQ(judge({MakeList(changes), list()}).result, RevocationResult::Revoked);
 }
 
 TEST_F(StrictRevocation, AnIssuerWithoutTheUsageForListsIsNoIssuerOfOne) {
@@ -193,7 +217,7 @@ TEST_F(StrictRevocation, AnIssuerWithoutTheUsageForListsIsNoIssuerOfOne) {
 }
 
 TEST_F(StrictRevocation, AStaleListForAnAuthorityIsAFaultOfIt) {
-  const Octets stale = MakeList({&root, {}, kGenTime - 2 * kDay, kGenTime - 1, nullptr});
+  const Octets stale = MakeList({&root, {}, kGenTime - 2 * kDay, kGenTime - 1, nullptr, {}, false});
   const Revocation revocation = judge({list(), stale});
   EXPECT_EQ(revocation.result, RevocationResult::ListStale);
   EXPECT_TRUE(revocation.ofCa);

@@ -170,7 +170,7 @@ TEST(StrictSignature, PssWithOtherParametersThanSignedIsInvalid) {
   for (const Octets& parameters :
        {pss_parameters("SHA256", "SHA256", 31), pss_parameters("SHA256", "SHA1", 32),
         pss_parameters("SHA384", "SHA256", 32), Octets{}, der::null(), pss_parameters("SHA256", "SHA256", -1),
-        pss_parameters("SHA256", "SHA256", int64_t{1} << 40)}) {
+        pss_parameters("SHA256", "SHA256", (int64_t{1} << 40) + 32)}) {
     plan.signature_parameters = parameters;
     EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Invalid);
   }

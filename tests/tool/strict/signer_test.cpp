@@ -190,6 +190,13 @@ TEST_F(StrictSigner, KeysAreNamed) {
     EXPECT_FALSE(key.lowExponent);
     EXPECT_EQ(key.excess, "");
   }
+  for (const auto& [kind, low] :
+       {std::pair{"rsa:1024:3", true}, {"rsa:1024:65535", true}, {"rsa:1024:65539", false}}) {
+    CertificatePlan keyed;
+    keyed.key = kind;
+    keyed.issuer = &root;
+    EXPECT_EQ(tool::KeyOf(Make(keyed).der()).lowExponent, low) << kind;
+  }
   EXPECT_EQ(tool::KeyOf(Octets{0x30, 0x00}).type, "");
   EXPECT_TRUE(tool::KeyOf(Octets{0x30, 0x00}).lowExponent);
 }
@@ -300,10 +307,11 @@ TEST_F(StrictSigner, WhatIsTrustedMustBeReadable) {
     EXPECT_FALSE(refused(trust, *items, good));
     EXPECT_TRUE(refused(trust, *items, der::concat(good, Octets{0})));
     EXPECT_TRUE(refused(trust, *items, {}));
-    EXPECT_TRUE(refused(trust, *items, MakeList({&root, {}, kGenTime, kGenTime + kDay, nullptr})));
+    EXPECT_TRUE(refused(trust, *items, MakeList({&root, {}, kGenTime, kGenTime + kDay, nullptr, {}, false})));
   }
   EXPECT_TRUE(refused(trust, trust.crls, good));
-  EXPECT_FALSE(refused(trust, trust.crls, MakeList({&root, {}, kGenTime, kGenTime + kDay, nullptr})));
+  EXPECT_FALSE(
+      refused(trust, trust.crls, MakeList({&root, {}, kGenTime, kGenTime + kDay, nullptr, {}, false})));
   EXPECT_FALSE(refused(trust, trust.systemRoots, {0x30}));
 }
 

@@ -1,6 +1,8 @@
-// libcrypto processes the lists: issuer, scope, signature, dates, entries. Each list is asked on its own, for
-// of several it would heed the one in force at the time of the check alone, while a revocation in a later one
-// counts as well: a key that was found stolen afterwards may have been so before (RFC 3161, 4).
+// libcrypto processes the lists: issuer, scope, signature, dates, entries. Lists of some reasons alone
+// and of other issuers' certificates count for nothing, as with openssl verify. Each list is asked on
+// its own, for of several it would heed the one in force at the time of the check alone, while a revocation
+// in a later one counts as well: a key that was found stolen afterwards may have been so before (RFC 3161,
+// 4).
 #include "tool/worker/strict/revocation.h"
 
 #include <algorithm>
@@ -33,10 +35,8 @@ struct Observer {
 int observe(int ok, X509_STORE_CTX* context) {
   if (ok != 0) return ok;
   const int error = X509_STORE_CTX_get_error(context);
-  // The issuer of an indirect list has a chain of its own, for which no list is demanded.
-  if (X509_STORE_CTX_get0_parent_ctx(context) != nullptr)
-    return error == X509_V_ERR_UNABLE_TO_GET_CRL ? 1 : 0;
   auto* observer = static_cast<Observer*>(X509_STORE_CTX_get_app_data(context));
+  if (observer == nullptr) return 0;  // of an inner verification, which only lists that are not taken have
   const auto depth = static_cast<size_t>(X509_STORE_CTX_get_error_depth(context));
   if (depth >= observer->seen.size()) return 0;
   Seen& seen = observer->seen[depth];
@@ -104,7 +104,6 @@ constexpr ListFault kListFaults[] = {
     {X509_V_ERR_KEYUSAGE_NO_CRL_SIGN, "the key usage of its issuer does not allow lists"},
     {X509_V_ERR_UNHANDLED_CRITICAL_CRL_EXTENSION, "it has a critical extension that is not known"},
     {X509_V_ERR_INVALID_EXTENSION, "its extensions are not valid"},
-    {X509_V_ERR_CRL_PATH_VALIDATION_ERROR, "its issuer has no chain to the same root"},
     {X509_V_ERR_ERROR_IN_CRL_LAST_UPDATE_FIELD, "its dates cannot be read"},
     {X509_V_ERR_ERROR_IN_CRL_NEXT_UPDATE_FIELD, "its dates cannot be read"},
 };
@@ -145,6 +144,9 @@ Finding finding_of(const Seen& seen, const X509_CRL* list, const RevocationQuest
     finding.text = list_name(list) + " cannot be used: " + fault_words(seen.fault);
   } else if (seen.entry != nullptr) {
     judge_entry(finding, seen, question);
+  } else if (X509_CRL_get_ext_by_NID(list, NID_delta_crl, -1) >= 0) {
+    // A list of changes to another: who is not in it may be in the other.
+    return finding;
   } else if (seen.early && finding.issued > question.latestIssue) {
     finding.verdict = Verdict::Bad;
     finding.text = list_name(list) + " is from a later time";
@@ -180,16 +182,14 @@ Finding gravest(const std::vector<Finding>& all) {
 std::vector<std::vector<Finding>> ask_all(const RevocationQuestion& question) {
   const int length = sk_X509_num(question.path);
   std::vector<std::vector<Finding>> findings(static_cast<size_t>(length));
-  const OwnedStore store(Needed(X509_STORE_new()));
-  if (X509_STORE_add_cert(store.get(), sk_X509_value(question.path, length - 1)) != 1) throw std::bad_alloc();
+  const OwnedStore store(Needed(X509_STORE_new()));  // empty: libcrypto looks for more lists there
   for (const OwnedCrl& list : *question.lists) {
     const OwnedStoreContext context(Needed(X509_STORE_CTX_new()));
     if (X509_STORE_CTX_init(context.get(), store.get(), sk_X509_value(question.path, 0), question.path) != 1)
       throw std::bad_alloc();
     X509_VERIFY_PARAM* parameters = X509_STORE_CTX_get0_param(context.get());
     SetJudgedTime(parameters, question.time);  // the chain was judged at the same time
-    X509_VERIFY_PARAM_set_flags(
-        parameters, X509_V_FLAG_CRL_CHECK | X509_V_FLAG_CRL_CHECK_ALL | X509_V_FLAG_EXTENDED_CRL_SUPPORT);
+    X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_CRL_CHECK | X509_V_FLAG_CRL_CHECK_ALL);
     const CrlRow row(Needed(sk_X509_CRL_new_null()));
     if (sk_X509_CRL_push(row.get(), list.get()) <= 0) throw std::bad_alloc();
     X509_STORE_CTX_set0_crls(context.get(), row.get());
