@@ -110,6 +110,13 @@ TEST_F(StrictRevocation, AListThatEndedBeforeTheTimeIsStale) {
   EXPECT_EQ(judge({list({}, kGenTime - 2 * kDay, kGenTime - 1), list()}).result, RevocationResult::Good);
 }
 
+// The reason may have become a graver one since.
+TEST_F(StrictRevocation, AStaleListLeavesOpenWhetherTheTokenStands) {
+  trust.time = tool::TrustTime::Now;
+  EXPECT_EQ(judge({list({{17, kGenTime + 1, 4}})}).result, RevocationResult::ListStale);
+  EXPECT_EQ(judge({list({{17, kGenTime + 1, 1}})}).result, RevocationResult::Revoked);
+}
+
 TEST_F(StrictRevocation, ALaterListIsFineAtGenTime) {
   EXPECT_EQ(judge({list({}, kGenTime + kDay, kGenTime + 9 * kDay)}).result, RevocationResult::Good);
   const int64_t now = std::time(nullptr);

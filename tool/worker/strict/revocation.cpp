@@ -118,7 +118,6 @@ enum class Verdict : uint8_t { None, Bad, Stale, Good, Stands, Revoked };
 
 struct Finding {
   Verdict verdict = Verdict::None;
-  const X509_CRL* list = nullptr;
   int64_t issued = 0;  // when the list was
   bool hold = false;   // revoked for the time being
   std::string text;
@@ -136,24 +135,23 @@ void judge_entry(Finding& finding, const Seen& seen, const RevocationQuestion& q
 
 Finding finding_of(const Seen& seen, const X509_CRL* list, const RevocationQuestion& question) {
   Finding finding;
-  finding.list = list;
   finding.issued = SecondsOf(X509_CRL_get0_lastUpdate(list)).value_or(0);
   if (seen.missing) return finding;
   if (seen.fault != X509_V_OK) {
     finding.verdict = Verdict::Bad;
     finding.text = list_name(list) + " cannot be used: " + fault_words(seen.fault);
-  } else if (seen.entry != nullptr) {
-    judge_entry(finding, seen, question);
-  } else if (X509_CRL_get_ext_by_NID(list, NID_delta_crl, -1) >= 0) {
-    // A list of changes to another: who is not in it may be in the other.
     return finding;
-  } else if (seen.early && finding.issued > question.latestIssue) {
+  }
+  if (seen.entry != nullptr) judge_entry(finding, seen, question);
+  if (finding.verdict == Verdict::Revoked) return finding;  // for good, whatever the dates of the list
+  if (seen.early && finding.issued > question.latestIssue) {
     finding.verdict = Verdict::Bad;
     finding.text = list_name(list) + " is from a later time";
   } else if (seen.stale) {
     finding.verdict = Verdict::Stale;
     finding.text = list_name(list) + " ended " + moment_of(X509_CRL_get0_nextUpdate(list));
-  } else {
+  } else if (seen.entry == nullptr && X509_CRL_get_ext_by_NID(list, NID_delta_crl, -1) < 0) {
+    // Who is not in a list of changes to another may be in the other.
     finding.verdict = Verdict::Good;
     finding.text = "not in " + list_name(list);
   }
