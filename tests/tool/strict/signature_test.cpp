@@ -176,6 +176,13 @@ TEST(StrictSignature, PssWithOtherParametersThanSignedIsInvalid) {
   }
 }
 
+TEST(StrictSignature, ANegativeSaltLengthIsNotTakenForNone) {
+  TokenPlan plan = pss_plan("rsa:2048", "SHA256", "SHA256", 0);
+  EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Valid);
+  plan.signature_parameters = pss_parameters("SHA256", "SHA256", -1);
+  EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Invalid);
+}
+
 TEST(StrictSignature, PssWithUnknownPartsIsNotTried) {
   TokenPlan plan = pss_plan("rsa:2048", "SHA256", "SHA256", 32);
   const Octets unknown = der::algorithm("1.2.3.4");

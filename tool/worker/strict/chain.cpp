@@ -89,7 +89,7 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
 // The paths by names, depth first.
 class PathSearch {
  public:
-  PathSearch(const ChainQuestion& question) : question_(question) {}
+  explicit PathSearch(const ChainQuestion& question) : question_(question) {}
 
   // Run returns the first path that verifies; `first` when none does.
   ChainAnswer Run(ChainAnswer first) {

@@ -45,12 +45,12 @@ std::string value_of(X509_EXTENSION* extension) {
 
 }  // namespace
 
-std::vector<ExtensionText> DescribeExtensions(ByteView octets) {
+std::vector<ExtensionText> DescribeExtensions(ByteView certificate) {
   Start();
   std::vector<ExtensionText> texts;
-  const auto certificate = DecodeWhole<OwnedCertificate, d2i_X509>(octets);
-  for (int i = 0; certificate && i < X509_get_ext_count(certificate.get()); ++i) {
-    X509_EXTENSION* extension = X509_get_ext(certificate.get(), i);
+  const auto decoded = DecodeWhole<OwnedCertificate, d2i_X509>(certificate);
+  for (int i = 0; decoded && i < X509_get_ext_count(decoded.get()); ++i) {
+    X509_EXTENSION* extension = X509_get_ext(decoded.get(), i);
     texts.push_back({name_of(X509_EXTENSION_get_object(extension)),
                      X509_EXTENSION_get_critical(extension) != 0, value_of(extension)});
   }

@@ -69,9 +69,10 @@ std::optional<int64_t> judged_time(const Trust& trust, const std::optional<GenTi
 }
 
 std::vector<X509*> untrusted_of(const Token& token, const TrustStore& store) {
+  const int own = std::max(sk_X509_num(token.certificates.get()), 0);
   std::vector<X509*> certificates;
-  for (int i = 0; i < sk_X509_num(token.certificates.get()); ++i)
-    certificates.push_back(sk_X509_value(token.certificates.get(), i));
+  certificates.reserve(static_cast<size_t>(own) + store.untrusted.size() + store.signers.size());
+  for (int i = 0; i < own; ++i) certificates.push_back(sk_X509_value(token.certificates.get(), i));
   for (const OwnedCertificate& certificate : store.untrusted) certificates.push_back(certificate.get());
   for (const OwnedCertificate& certificate : store.signers) certificates.push_back(certificate.get());
   return certificates;
@@ -126,10 +127,10 @@ StrictReading read(ByteView octets, const Trust& trust, bool allowWeak) {
 
 }  // namespace
 
-StrictReading ReadStrictly(ByteView octets, const Trust& trust, bool allowWeak) {
+StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak) {
   Start();
   try {
-    return read(octets, trust, allowWeak);
+    return read(token, trust, allowWeak);
   } catch (const std::bad_alloc&) {
     ForgetStore();  // what libcrypto noted in its certificates may be wrong now
     throw;
