@@ -85,7 +85,7 @@ int tool_main(int count, char** words) {
   // A file that grows beyond the limit, too, shows as a failed write.
   std::signal(SIGXFSZ, SIG_IGN);
   if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();
-  Program program;
+  Program program(count > 1 ? words[1] : "");
   for (int i = 1; i < count; ++i) {
     if (std::strcmp(words[i], "--json") == 0) program.options.json = true;  // holds for usage failures too
   }

@@ -5,6 +5,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
@@ -37,18 +38,26 @@ Failure FileFailure(const std::string& path, const char* what, int error) {
 
 namespace {
 
+constexpr size_t kStep = 65536;
+
+// One read is enough for a small file, and the octet more shows that it ends there.
+size_t first_step(int fd) {
+  struct stat status {};
+  const bool known = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
+  return known ? std::min<size_t>(kStep, static_cast<size_t>(status.st_size) + 1) : kStep;
+}
+
 // Reads a whole file; false when it is longer than `most`, and not all of it was read.
 template <typename Octets>
 bool read_up_to(const std::string& path, size_t most, Octets& data) {
-  constexpr size_t kStep = 65536;
   const bool standard = IsStandardStream(path);
   const int fd = standard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) throw FileFailure(path, "cannot be opened", errno);
   int error = 0;
-  while (data.size() <= most) {
+  for (size_t step = first_step(fd); data.size() <= most; step = kStep) {
     const size_t held = data.size();
-    data.resize(held + kStep);
-    const ssize_t n = ::read(fd, data.data() + held, kStep);
+    data.resize(held + step);
+    const ssize_t n = ::read(fd, data.data() + held, step);
     data.resize(held + (n > 0 ? static_cast<size_t>(n) : 0));
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) error = errno;

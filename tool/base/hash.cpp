@@ -202,8 +202,9 @@ Bytes Sha256(ByteView data) {
 Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options& options) {
   InputFile file(path);
   Hasher hasher(hash);
-  Progress progress(ShownPath(path), file.size(), options.progress && !options.quiet);
-  Bytes buffer(kReadSize);
+  const uint64_t size = file.size();
+  Progress progress(ShownPath(path), size, options.progress && !options.quiet);
+  Bytes buffer(size == 0 ? kReadSize : std::min<uint64_t>(size + 1, kReadSize));
   uint64_t done = 0;
   while (const size_t n = file.read(buffer)) {
     hasher.Update({buffer.data(), n});

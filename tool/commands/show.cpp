@@ -11,7 +11,9 @@
 #include "tool/base/files.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
+#include "tool/base/outputs.h"
 #include "tool/commands/command.h"
+#include "tool/commands/html.h"
 #include "tool/commands/jobs.h"
 #include "tool/commands/lanes.h"
 #include "tool/commands/verify_one.h"
@@ -28,6 +30,8 @@ struct Arguments {
   std::string jobs;
   size_t jobsAtOnce = 0;
   bool asn1 = false;
+  bool html = false;
+  std::string output;
 };
 
 // Both readers' view of a token, where they differ.
@@ -114,6 +118,31 @@ Outcome show_message(const Source& source, const Arguments& arguments, const Opt
   return outcome;
 }
 
+// All files on one page; one that cannot be shown has its failure there, and counts.
+ExitStatus show_page(const Arguments& arguments, const Options& options) {
+  Outputs outputs({{arguments.output.empty() ? "-" : arguments.output}}, arguments.files, options.force);
+  static const Trust kNobody;
+  Worker worker(kNobody);
+  std::vector<HtmlSection> sections;
+  ExitStatus status = ExitStatus::Ok;
+  for (const std::string& file : arguments.files) {
+    try {
+      Job job{.name = ShownPath(file), .message = ReadAnyMessage(file).octets};
+      job.describe = true;
+      const Answer answer = worker.Ask(job);
+      sections.push_back(
+          {job.name + ": " + inspect::KindName(answer.facts.kind), shown_fields(answer.facts)});
+    } catch (const Failure& failure) {
+      status = Graver(status, failure.exit);
+      WriteFailure(failure, options);
+      sections.push_back({ShownPath(file), {{"error", failure.message}, {"hint", failure.hint}}});
+    }
+  }
+  const std::string page = HtmlPage(sections);
+  outputs.Commit({{reinterpret_cast<const uint8_t*>(page.data()), page.size()}});
+  return status;
+}
+
 // No Failure leaves it.
 Outcome show_one(const Source& source, const Arguments& arguments, const Options& options, Worker& worker) {
   try {
@@ -156,12 +185,21 @@ Run AddShow(CLI::App& app) {
   app.add_option("X", arguments->files,
                  "requests, replies, tokens, certificates, attribute certificates; - is standard input");
   app.add_flag("--asn1", arguments->asn1, "every value, as the library prints it");
+  app.add_flag("--html", arguments->html, "as a page for a browser");
+  app.add_option("-o", arguments->output, "where the page goes; - is standard output")->type_name("PAGE");
   AddJobsOption(app, arguments->jobs);
   AddLanesOption(app, arguments->jobsAtOnce);
   return [arguments](const Options& options) {
     if (!arguments->jobs.empty()) return show_jobs(*arguments, options);
+    if (arguments->html && (arguments->asn1 || options.json)) {
+      throw UsageFailure("--html is a form of its own, beside --json and --asn1", "leave one of them out");
+    }
+    if (!arguments->html && !arguments->output.empty()) {
+      throw UsageFailure("-o says where the page goes, so it goes with --html",
+                         "add --html, or leave -o out");
+    }
     if (arguments->files.empty()) throw UsageFailure("X is required", "'qex help show' lists what it takes");
-    return show_all(*arguments, options);
+    return arguments->html ? show_page(*arguments, options) : show_all(*arguments, options);
   };
 }
 

@@ -262,8 +262,16 @@ constexpr int kLast<Rewriting> = static_cast<int>(Rewriting::IdData);
 template <>
 constexpr int kLast<ExitStatus> = static_cast<int>(ExitStatus::Internal);
 
-struct Writer {
+// An object that grows copies its members: room for most is made at once.
+Json roomy_object() {
+  constexpr size_t kMembers = 18;
   Json json = Json::object();
+  json.get_ref<Json::object_t&>().reserve(kMembers);
+  return json;
+}
+
+struct Writer {
+  Json json = roomy_object();
 
   template <class T>
   void operator()(const char* name, const T& value) {

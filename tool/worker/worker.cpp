@@ -17,6 +17,7 @@
 #include "tool/base/json.h"
 #include "tool/base/sanitized.h"
 #include "tool/message/facts_json.h"
+#include "tool/message/wire.h"
 #include "tool/worker/examine.h"
 #include "tool/worker/strict/strict.h"
 
@@ -58,20 +59,10 @@ class Clock {
   struct rlimit callers_;
 };
 
-std::string frame_of(const Json& json) {
-  std::string frame;
-  Json::to_cbor(json, nlohmann::detail::output_adapter<char>(frame));
-  return frame;
-}
-
-Json json_of(const std::string& frame) {
-  return Json::from_cbor(frame, true, false);
-}
-
 const std::string& out_of_memory_answer() {
   static const std::string frame = [] {
     const std::string text =
-        frame_of({{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
+        WireFrom({{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
                                       "no time-stamp message needs that much; do not rely on it"})}});
     const auto length = static_cast<uint32_t>(text.size());
     std::string whole(sizeof length, '\0');
@@ -93,14 +84,14 @@ const std::string& out_of_memory_answer() {
 // The answer to a question, whole before any of it crosses the pipe.
 std::string answer_to(const std::string& question, const Trust& trust, bool& trustChecked) {
   try {
-    const Json json = json_of(question);
+    const Json json = FromWire(question);
     if (!trustChecked) CheckTrust(trust);
     trustChecked = true;
-    if (json.is_null()) return frame_of({{"trust", true}});
+    if (json.is_null()) return WireFrom({{"trust", true}});
     const std::string served = json.at("serve").get<std::string>();
-    return frame_of({{"facts", ToJson(Examine(JobFrom(json.at("job")), trust, served))}});
+    return WireFrom({{"facts", ToJson(Examine(JobFrom(json.at("job")), trust, served))}});
   } catch (const Failure& failure) {
-    return frame_of({{"failure", ToJson(failure)}});
+    return WireFrom({{"failure", ToJson(failure)}});
   }
 }
 
@@ -182,14 +173,14 @@ std::string Worker::exchange(Version version, const std::string& question, const
 
 void Worker::CheckTrust() {
   std::string messages;
-  const Json json = json_of(exchange(V2, frame_of(nullptr), "the trusted certificates", messages));
+  const Json json = FromWire(exchange(V2, WireFrom(nullptr), "the trusted certificates", messages));
   if (json.contains("failure")) throw FailureFrom(json.at("failure"));
 }
 
 Answer Worker::ask(Version version, const Job& job) {
   Answer answer;
-  const std::string question = frame_of({{"serve", kVersionNames[version]}, {"job", ToJson(job)}});
-  const Json json = json_of(exchange(version, question, job.name, answer.libraryMessages));
+  const std::string question = WireFrom({{"serve", kVersionNames[version]}, {"job", ToJson(job)}});
+  const Json json = FromWire(exchange(version, question, job.name, answer.libraryMessages));
   try {
     if (json.is_object() && json.contains("failure")) {
       Failure failure = FailureFrom(json["failure"]);
