@@ -1,6 +1,7 @@
 // Chains: their length, each fault of a certificate, and the time that they are judged at.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 
 #include "tests/tool/strict/tokens.h"
@@ -261,6 +262,26 @@ TEST(StrictChain, WeakKeysAndDigestsNeedPermission) {
     EXPECT_EQ(strict.result, ChainResult::Weak) << strict.text;
     EXPECT_NE(strict.text.find('"' + line.plans[one.at].subject + '"'), std::string::npos) << strict.text;
     EXPECT_EQ(line.chain(nothing, true).result, one.evenThen ? ChainResult::Weak : ChainResult::Trusted);
+  }
+}
+
+TEST(StrictChain, AnUnknownSignatureAlgorithmIsNamedAsSuch) {
+  Line line(1);
+  line.make();
+  const Octets known = der::oid("1.2.840.10045.4.3.2");
+  const Octets unknown = der::oid("1.2.840.10045.4.3.99");
+  Octets authority = line.made[1].der();
+  for (auto at = authority.begin();;) {
+    at = std::search(at, authority.end(), known.begin(), known.end());
+    if (at == authority.end()) break;
+    std::copy(unknown.begin(), unknown.end(), at);
+  }
+  TokenPlan plan(line.made[2]);
+  plan.certificates = {line.made[2].der(), authority};
+  for (const bool allowWeak : {false, true}) {
+    const Chain chain = *Read(plan.encode(), Trusting({&line.made[0]}), allowWeak).chain;
+    EXPECT_EQ(chain.result, ChainResult::Faulty);
+    EXPECT_NE(chain.text.find("not known"), std::string::npos) << chain.text;
   }
 }
 

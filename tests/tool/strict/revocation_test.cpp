@@ -162,6 +162,36 @@ TEST_F(StrictRevocation, AnAuthorityThatIsRevokedCountsByTheSameRule) {
   EXPECT_TRUE(revocation.ofCa);
 }
 
+TEST_F(StrictRevocation, ARootThatRevokesItselfCounts) {
+  const Revocation revocation = judge({list(), list_of_root({{1, kGenTime - 1, 1}})});
+  EXPECT_EQ(revocation.result, RevocationResult::Revoked);
+  EXPECT_TRUE(revocation.ofCa);
+  EXPECT_NE(revocation.text.find("\"Example Root\""), std::string::npos) << revocation.text;
+}
+
+// Its own list is no condition for the root: it is trusted by decision.
+TEST_F(StrictRevocation, AStaleListOfTheRootAloneIsNoFaultOfTheRoot) {
+  signer = MakeSigner(root);
+  const Octets stale = MakeList({&root, {}, kGenTime - 2 * kDay, kGenTime - 1, nullptr});
+  const Revocation revocation = judge({stale});
+  EXPECT_EQ(revocation.result, RevocationResult::ListStale);
+  EXPECT_FALSE(revocation.ofCa);
+}
+
+TEST_F(StrictRevocation, AnIssuerWithoutTheUsageForListsIsNoIssuerOfOne) {
+  CertificatePlan plan;
+  plan.subject = "Example CA";
+  plan.key = "ec:P-256/ca";
+  plan.serial = 5;
+  plan.issuer = &root;
+  plan.extensions = {{"basicConstraints", "critical,CA:TRUE"}, {"keyUsage", "critical,keyCertSign"}};
+  authority = Make(plan);
+  trust.untrusted = {Item(authority.der())};
+  const Revocation revocation = judge({list()});
+  EXPECT_EQ(revocation.result, RevocationResult::ListBad);
+  EXPECT_NE(revocation.text.find("key usage"), std::string::npos) << revocation.text;
+}
+
 TEST_F(StrictRevocation, AStaleListForAnAuthorityIsAFaultOfIt) {
   const Octets stale = MakeList({&root, {}, kGenTime - 2 * kDay, kGenTime - 1, nullptr});
   const Revocation revocation = judge({list(), stale});

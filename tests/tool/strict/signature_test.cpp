@@ -273,8 +273,9 @@ Octets with_key(const Certificate& certificate, const Octets& algorithm, const O
       Octets(rest.begin() + ptrdiff_t(inside), rest.end()));
 }
 
-tool::StrictReading read_with_key(const Octets& algorithm, const Octets& key) {
+tool::StrictReading read_with_key(const Octets& algorithm, const Octets& key, size_t signatureOctets = 256) {
   TokenPlan plan(MakeSigner(MakeRoot(), "rsa:2048"));
+  plan.signature = Octets(signatureOctets, 1);
   plan.signing_certificate = Octets{};
   plan.certificates = {with_key(plan.signer, algorithm, key)};
   return Read(plan.encode());
@@ -290,16 +291,20 @@ TEST(StrictSignature, KeysThatAreTooLargeAreNotTried) {
   auto reading = read_with_key(rsa, rsa_key(1025, 3));
   EXPECT_EQ(reading.signature.result, SignatureResult::KeyTooLarge);
   EXPECT_EQ(reading.signer->key.excess, "a modulus of 8200 bits, more than 8192");
-  reading = read_with_key(rsa, rsa_key(1024, 3));
+  reading = read_with_key(rsa, rsa_key(1024, 3), 1024);
   EXPECT_EQ(reading.signature.result, SignatureResult::Invalid);
   EXPECT_EQ(reading.signer->key.excess, "");
   reading = read_with_key(rsa, rsa_key(256, 33));
   EXPECT_EQ(reading.signature.result, SignatureResult::KeyTooLarge);
   EXPECT_EQ(reading.signer->key.excess, "a public exponent of 264 bits, more than 256");
 
+  // Within the bounds, but libcrypto does not verify with it: more than 64 bits beyond a modulus of 3072.
+  EXPECT_EQ(read_with_key(rsa, rsa_key(512, 32), 512).signature.result, SignatureResult::Unsupported);
+
   const auto dsa = [](size_t p, size_t q, size_t g, size_t y) {
     const auto number = [](size_t octets) { return der::unsigned_integer(Octets(octets, 0xFF)); };
     TokenPlan plan(MakeSigner(MakeRoot(), "rsa:2048"));
+    plan.signature = der::sequence(der::integer(5), der::integer(6));
     plan.signature_algorithm = "2.16.840.1.101.3.4.3.2";
     plan.signing_certificate = Octets{};
     plan.certificates = {with_key(
@@ -312,6 +317,7 @@ TEST(StrictSignature, KeysThatAreTooLargeAreNotTried) {
   EXPECT_EQ(dsa(256, 32, 1025, 256).signer->key.excess, "a generator of 8200 bits, more than 8192");
   EXPECT_EQ(dsa(256, 32, 256, 1025).signer->key.excess, "a public value of 8200 bits, more than 8192");
   EXPECT_EQ(dsa(1025, 32, 256, 256).signature.result, SignatureResult::KeyTooLarge);
+  EXPECT_EQ(dsa(256, 64, 256, 256).signature.result, SignatureResult::Unsupported);  // a q of 512 bits
 }
 
 TEST(StrictSignature, KeysOfUnknownKindsAreNotTried) {

@@ -24,9 +24,8 @@ CertificateRow row_of(const std::vector<X509*>& certificates) {
   return row;
 }
 
-// What libcrypto lets pass: keys that are too short at every level, and authorities that do not say that they
-// are any (it takes a key usage or an old extension for that; the root is trusted by decision).
-Chain own_faults(STACK_OF(X509) * path) {
+// Keys that are too short at every level, which has no name in libcrypto.
+Chain judge_moduli(STACK_OF(X509) * path) {
   for (int i = 0; i < sk_X509_num(path); ++i) {
     X509* certificate = sk_X509_value(path, i);
     const EVP_PKEY* key = X509_get0_pubkey(certificate);
@@ -34,8 +33,6 @@ Chain own_faults(STACK_OF(X509) * path) {
     const bool hasModulus = kind == EVP_PKEY_RSA || kind == EVP_PKEY_RSA_PSS || kind == EVP_PKEY_DSA;
     if (hasModulus && EVP_PKEY_get_bits(key) < kLeastModulusBits)
       return ChainFault(X509_V_ERR_CA_KEY_TOO_SMALL, certificate);
-    const bool between = i > 0 && i + 1 < sk_X509_num(path);
-    if (between && X509_check_ca(certificate) != 1) return ChainFault(X509_V_ERR_INVALID_CA, certificate);
   }
   Chain chain;
   chain.result = ChainResult::Trusted;
@@ -80,7 +77,7 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
     answer.chain.length = static_cast<uint64_t>(std::max(sk_X509_num(path), 0));
     return answer;
   }
-  answer.chain = own_faults(path);
+  answer.chain = judge_moduli(path);
   answer.chain.length = static_cast<uint64_t>(sk_X509_num(path));
   if (answer.chain.result != ChainResult::Trusted) return answer;
   const X509* anchor = sk_X509_value(path, sk_X509_num(path) - 1);

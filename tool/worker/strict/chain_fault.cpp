@@ -5,6 +5,8 @@
 #include <iterator>
 #include <string_view>
 
+#include <openssl/objects.h>
+
 #include "tool/base/escape.h"
 #include "tool/message/gen_time.h"
 #include "tool/worker/strict/certificate.h"
@@ -58,6 +60,8 @@ constexpr FaultRow kFaults[] = {
     {X509_V_ERR_CA_MD_TOO_WEAK, ChainResult::Weak, "the certificate of % is signed with a weak digest"},
     {X509_V_ERR_CERT_SIGNATURE_FAILURE, ChainResult::Faulty,
      "the signature of the certificate of % does not verify with the key of @"},
+    {X509_V_ERR_UNSUPPORTED_SIGNATURE_ALGORITHM, ChainResult::Faulty,
+     "the certificate of % is signed with an algorithm that is not known"},
     {X509_V_ERR_UNABLE_TO_DECODE_ISSUER_PUBLIC_KEY, ChainResult::Faulty,
      "the key of % is of a kind that cannot be used"},
     {X509_V_ERR_UNHANDLED_CRITICAL_EXTENSION, ChainResult::Faulty,
@@ -91,9 +95,27 @@ std::string filled_in(std::string_view words, const X509* certificate) {
   return text;
 }
 
+constexpr int kFaultsOfUnknownAlgorithms[] = {
+    X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT,
+    X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY,
+    X509_V_ERR_UNABLE_TO_VERIFY_LEAF_SIGNATURE,
+    X509_V_ERR_CERT_SIGNATURE_FAILURE,
+    X509_V_ERR_CA_MD_TOO_WEAK,
+};
+
+// A certificate that is signed by an algorithm that libcrypto does not know has no issuer for it, or a weak
+// or wrong signature.
+bool is_of_unknown_algorithm(int error, const X509* certificate) {
+  if (certificate == nullptr) return false;
+  if (std::ranges::find(kFaultsOfUnknownAlgorithms, error) == std::end(kFaultsOfUnknownAlgorithms))
+    return false;
+  return OBJ_find_sigid_algs(X509_get_signature_nid(certificate), nullptr, nullptr) == 0;
+}
+
 }  // namespace
 
 Chain ChainFault(int error, const X509* certificate) {
+  if (is_of_unknown_algorithm(error, certificate)) error = X509_V_ERR_UNSUPPORTED_SIGNATURE_ALGORITHM;
   const auto* row = std::ranges::find(kFaults, error, &FaultRow::error);
   Chain chain;
   if (row == std::end(kFaults)) {

@@ -92,6 +92,28 @@ std::string list_name(const X509_CRL* list) {
          moment_of(X509_CRL_get0_lastUpdate(list));
 }
 
+// Why a list cannot be used.
+struct ListFault {
+  int error;
+  const char* words;
+};
+
+constexpr ListFault kListFaults[] = {
+    {X509_V_ERR_CRL_SIGNATURE_FAILURE, "its signature does not verify"},
+    {X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER, "the certificate of its issuer is not at hand"},
+    {X509_V_ERR_KEYUSAGE_NO_CRL_SIGN, "the key usage of its issuer does not allow lists"},
+    {X509_V_ERR_UNHANDLED_CRITICAL_CRL_EXTENSION, "it has a critical extension that is not known"},
+    {X509_V_ERR_INVALID_EXTENSION, "its extensions are not valid"},
+    {X509_V_ERR_CRL_PATH_VALIDATION_ERROR, "its issuer has no chain to the same root"},
+    {X509_V_ERR_ERROR_IN_CRL_LAST_UPDATE_FIELD, "its dates cannot be read"},
+    {X509_V_ERR_ERROR_IN_CRL_NEXT_UPDATE_FIELD, "its dates cannot be read"},
+};
+
+std::string fault_words(int error) {
+  const auto* row = std::ranges::find(kListFaults, error, &ListFault::error);
+  return row == std::end(kListFaults) ? X509_verify_cert_error_string(error) : row->words;
+}
+
 // What one list says of one certificate, the gravest last.
 enum class Verdict : uint8_t { None, Bad, Stale, Good, Stands, Revoked };
 
@@ -120,7 +142,7 @@ Finding finding_of(const Seen& seen, const X509_CRL* list, const RevocationQuest
   if (seen.missing) return finding;
   if (seen.fault != X509_V_OK) {
     finding.verdict = Verdict::Bad;
-    finding.text = list_name(list) + " cannot be used: " + X509_verify_cert_error_string(seen.fault);
+    finding.text = list_name(list) + " cannot be used: " + fault_words(seen.fault);
   } else if (seen.entry != nullptr) {
     judge_entry(finding, seen, question);
   } else if (seen.early && finding.issued > question.latestIssue) {
@@ -195,7 +217,7 @@ RevocationResult result_of(Verdict verdict) {
   return RevocationResult::Revoked;
 }
 
-// Whether `a` weighs more than `b` for the token as a whole: a revocation most, then a list that fails.
+// What a result weighs for the token as a whole: a revocation most, then a list that fails.
 int weight_of(RevocationResult result) {
   switch (result) {
     case RevocationResult::Good: return 0;

@@ -4,7 +4,10 @@
 
 #include <algorithm>
 
+#include <openssl/dsaerr.h>
+#include <openssl/err.h>
 #include <openssl/objects.h>
+#include <openssl/rsaerr.h>
 
 #include "tool/message/oid_text.h"
 #include "tool/message/structure.h"
@@ -75,6 +78,17 @@ bool set_pss(EVP_PKEY_CTX* context, const Scheme& scheme) {
          EVP_PKEY_CTX_set_rsa_pss_saltlen(context, scheme.saltLength) > 0;
 }
 
+// Whether the last failure was one of the key's size: libcrypto has bounds of its own, such as 64 bits for
+// the exponent of a modulus beyond 3072, and the three usual lengths of q.
+bool key_was_refused() {
+  const unsigned long error = ERR_peek_error();
+  const int reason = ERR_GET_REASON(error);
+  if (ERR_GET_LIB(error) == ERR_LIB_RSA)
+    return reason == RSA_R_BAD_E_VALUE || reason == RSA_R_MODULUS_TOO_LARGE;
+  return ERR_GET_LIB(error) == ERR_LIB_DSA &&
+         (reason == DSA_R_BAD_Q_VALUE || reason == DSA_R_MODULUS_TOO_LARGE);
+}
+
 void try_signature(StrictSignature& signature, const Token& token, const Scheme& scheme, EVP_PKEY* key) {
   const OwnedDigestContext context(Needed(EVP_MD_CTX_new()));
   EVP_PKEY_CTX* keyContext = nullptr;  // belongs to `context`
@@ -88,6 +102,7 @@ void try_signature(StrictSignature& signature, const Token& token, const Scheme&
   const ByteView value = OctetsOf(CMS_SignerInfo_get0_signature(token.signer));
   if (EVP_DigestVerify(context.get(), value.data(), value.size(), data.data(), data.size()) == 1)
     return settle(signature, Result::Valid, "");
+  if (key_was_refused()) return settle(signature, Result::Unsupported, "a key of these sizes");
   settle(signature, Result::Invalid, "the signature does not verify with the signer's key");
 }
 
