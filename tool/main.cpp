@@ -27,6 +27,17 @@ std::string command_name(const Program& program) {
   return chosen == nullptr ? "" : chosen->command->name;
 }
 
+// What is said of a command line names other commands too.
+Failure unread(const CLI::ParseError& error, const Program& program, int count, char** words) {
+  Program whole;
+  try {
+    whole.app.parse(count, words);
+  } catch (const CLI::ParseError& again) {
+    return UnreadCommandLine(again, whole);
+  }
+  return UnreadCommandLine(error, program);
+}
+
 ExitStatus run_command(Program& program, int count, char** words) {
   if (count <= 1) return PrintHelp("", program.options);
   try {
@@ -38,7 +49,7 @@ ExitStatus run_command(Program& program, int count, char** words) {
   } catch (const CLI::CallForVersion&) {
     return PrintVersion(program.options);
   } catch (const CLI::ParseError& error) {
-    throw UnreadCommandLine(error, program);
+    throw unread(error, program, count, words);
   }
   const auto* chosen = program.Chosen();
   RefuseEmptyValues(program.app);
@@ -85,7 +96,7 @@ int tool_main(int count, char** words) {
   // A file that grows beyond the limit, too, shows as a failed write.
   std::signal(SIGXFSZ, SIG_IGN);
   if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();
-  Program program;
+  Program program(count > 1 ? words[1] : "");
   for (int i = 1; i < count; ++i) {
     if (std::strcmp(words[i], "--json") == 0) program.options.json = true;  // holds for usage failures too
   }
