@@ -16,7 +16,7 @@ packages=(
 for purpose in "$@"; do
   case $purpose in
     coverage) packages+=(gcovr) ;;
-    bench) packages+=(libbenchmark-dev) ;;
+    bench) packages+=(libbenchmark-dev hyperfine) ;;
     format) packages+=(clang-format-14 git) ;;
     fuzz) packages+=(clang libclang-rt-14-dev) ;;
     check) packages+=(git clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;

@@ -292,6 +292,7 @@ class OutputsTest(ToolTest):
             self.assert_error(done, 3, "report.txt.tsr", "too large", "ulimit -f")
             self.assertEqual(self.content(), before)
 
+    @unittest.skipIf("ASAN_OPTIONS" in os.environ, "a sanitizer opens files of its own")
     def test_ALimitOnOpenFilesIsNotCalledWantOfMemory(self):
         ends = set()
         for limit in range(3, 24):

@@ -99,6 +99,7 @@ ExitStatus verify(const Arguments& arguments, const Options& options) {
   if (!arguments.jobs.empty()) return verify_jobs(arguments, trust, options);
   if (!arguments.subjects.Single()) return verify_many(arguments, trust, options);
   VerifyArguments one = arguments.one;
+  one.last = true;
   if (!arguments.subjects.files.empty()) one.file = arguments.subjects.files.front();
   Worker worker(trust);
   return Emit(VerifyOne(one, worker, trust, options));

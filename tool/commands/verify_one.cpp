@@ -164,6 +164,7 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
   const std::string name = ShownPath(arguments.token.path);
   const Answer answer = ask_about_token(arguments, worker, options);
   const Expected expected = expectation(arguments, answer.facts, worker, options);
+  if (arguments.last) worker.Dismiss();
   const Report report = JudgeToken(answer.facts, expected, trust, arguments.manner, options);
 
   Outcome outcome;

@@ -23,6 +23,7 @@ struct VerifyArguments {
   std::string nonce;
   std::string policy;
   Manner manner;
+  bool last = false;  // the worker has no other questions after this token
 };
 
 // VerifyOne makes all checks and renders them; no Failure leaves it.

@@ -229,6 +229,14 @@ Answer Worker::Ask(const Job& job) {
   return answer;
 }
 
+void Worker::Dismiss() {
+  for (std::unique_ptr<ChildProcess>& process : processes_) {
+    if (process == nullptr) continue;
+    process->CloseInput();
+    dismissed_.push_back(std::move(process));
+  }
+}
+
 Answer AskOnce(const Job& job) {
   static const Trust kNobody;
   return Worker(kNobody).Ask(job);

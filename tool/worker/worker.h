@@ -9,6 +9,7 @@
 #include <array>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "tool/base/process.h"
 #include "tool/message/job.h"
@@ -32,6 +33,10 @@ class Worker {
   // it answered. With `ess` auto every signing-certificate attribute of the token is checked.
   Answer Ask(const Job& job);
 
+  // Dismiss has the processes end, which takes them a while, without waiting for it; the next question finds
+  // others.
+  void Dismiss();
+
  private:
   enum Version : size_t { V1, V2, kVersions };
 
@@ -41,6 +46,7 @@ class Worker {
 
   const Trust& trust_;
   std::array<std::unique_ptr<ChildProcess>, kVersions> processes_;
+  std::vector<std::unique_ptr<ChildProcess>> dismissed_;
 };
 
 // AskOnce has one job done by a worker that is told of nobody to trust, and ends.

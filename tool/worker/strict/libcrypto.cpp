@@ -67,7 +67,7 @@ void Start() {
   static const bool started = [] {
     // Refused when something in this process has used libcrypto already; its queue of errors has to do then.
     CRYPTO_set_mem_functions(allocate, reallocate, release);
-    return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG, nullptr) == 1;
+    return OPENSSL_init_crypto(OPENSSL_INIT_NO_LOAD_CONFIG | OPENSSL_INIT_NO_ADD_ALL_CIPHERS, nullptr) == 1;
   }();
   if (!started) throw std::bad_alloc();  // it has no other way to fail
   allocation_failed = false;
