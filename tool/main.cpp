@@ -27,17 +27,6 @@ std::string command_name(const Program& program) {
   return chosen == nullptr ? "" : chosen->command->name;
 }
 
-// What is said of a command line names other commands too.
-Failure unread(const CLI::ParseError& error, const Program& program, int count, char** words) {
-  Program whole;
-  try {
-    whole.app.parse(count, words);
-  } catch (const CLI::ParseError& again) {
-    return UnreadCommandLine(again, whole);
-  }
-  return UnreadCommandLine(error, program);
-}
-
 ExitStatus run_command(Program& program, int count, char** words) {
   if (count <= 1) return PrintHelp("", program.options);
   try {
@@ -49,7 +38,7 @@ ExitStatus run_command(Program& program, int count, char** words) {
   } catch (const CLI::CallForVersion&) {
     return PrintVersion(program.options);
   } catch (const CLI::ParseError& error) {
-    throw unread(error, program, count, words);
+    throw UnreadCommandLine(error, program);
   }
   const auto* chosen = program.Chosen();
   RefuseEmptyValues(program.app);

@@ -152,6 +152,10 @@ class ExchangeTest(ToolTest):
         with Server(says(OK + b"\r\n" + run("request", self.document, check=0).stdout)) as server:
             self.assert_error(self.stamp(server), 4, "a request", "sends back")
 
+    def test_AnAuthorityThatHasNotDecidedYetIsNamedAsSuch(self):
+        with Server(says(OK + b"\r\n" + bytes.fromhex("30053003020103"))) as server:
+            self.assert_error(self.stamp(server), 5, "waiting", "ask again later")
+
     # digest
 
     def test_ADigestStandsForTheFile(self):

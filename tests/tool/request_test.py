@@ -86,6 +86,14 @@ class RequestTest(ToolTest):
     def test_ADigestOfAnotherLengthIsRefused(self):
         self.assert_error(run("request", "--digest", SHA256_OF_ABC, "--hash", "sha512"), 2)
         self.assert_error(run("request", "--digest", SHA256_OF_ABC[:-2]), 2)
+        self.assert_error(run("request", "--digest", "sha512:" + SHA256_OF_ABC), 2, "sha512")
+
+    def test_ADigestMayNameItsAlgorithm(self):
+        digest = openssl("dgst", "-sha384", "-binary", self.document)
+        der = run("request", "--digest", "sha384:" + digest.hex(), check=0).stdout
+        self.assertIn("Hash Algorithm: sha384", query_text(der))
+        self.assertIn(digest, der)
+        self.assert_error(run("request", "--digest", "sha1:" + 20 * "00"), 1, "--allow-weak")
 
     def test_OutputIsWholeOrNotThere(self):
         output = self.path("out.tsq")

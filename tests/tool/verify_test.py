@@ -129,6 +129,19 @@ class VerifyTest(ToolTest):
         self.assertEqual(verdicts(document)["signer"], "fail")
         self.assertEqual(document["code"], -16)
 
+    def test_TheLibraryAloneChecksWithACertificateThatTheTokenLacks(self):
+        query = run("request", self.document, "--no-cert", check=0).stdout
+        with support.Authority(os.path.dirname(self.tsa)) as authority:
+            self.write(self.reply, support.post(authority.url, query))
+        os.remove(self.document + ".tsq")
+        for more in ((), ("--library-only",)):
+            with self.subTest(more):
+                self.assert_error(run("verify", self.document, "--insecure-any-signer", *more), 8, "signer")
+                self.verify("--tsa-cert", self.tsa, *more, check=0)
+                self.verify("--tsa-cert", self.ca, "--tsa-cert", self.tsa, *more, check=0)
+                self.verify("--tsa-cert", self.ca, *more, check=1 if more else 8)
+                self.verify("--tsa-cert", self.tsa, "--tsa-fingerprint", "sha256:" + "00" * 32, *more, check=1)
+
     def test_AChangedFileFailsTheImprint(self):
         self.write(self.document, b"changed")
         document = self.verify("--tsa-cert", self.tsa, check=1)

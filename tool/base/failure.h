@@ -19,8 +19,8 @@ struct Failure {
   std::string libraryMessages = {};  // what the library wrote about it, shown under -v and in JSON
 };
 
-// ReaderGone ends a command whose standard output nobody reads any more: no fault, and no line about it. It is
-// no Failure, so that nothing between the write and main takes it for the fault of one subject.
+// ReaderGone ends a command whose standard output nobody reads any more: no fault, and no line about it. It
+// is no Failure, so that nothing between the write and main takes it for the fault of one subject.
 struct ReaderGone {};
 
 // UsageFailure is a command line that cannot be carried out.

@@ -104,12 +104,12 @@ const Command* FindCommand(const std::string& name) {
   return nullptr;
 }
 
-Program::Program(const std::string& only) {
+Program::Program(std::string_view only) {
   add_common_options(app, options);
   app.require_subcommand(1);
-  const bool known = FindCommand(only) != nullptr;
+  const bool one = FindCommand(std::string(only)) != nullptr;
   for (const Command& command : table()) {
-    if (known && only != command.name) continue;
+    if (one && only != command.name) continue;
     CLI::App* sub = app.add_subcommand(command.name, command.summary);
     sub->fallthrough();
     entries.push_back({&command, sub, command.add(*sub)});

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include <CLI/CLI.hpp>
@@ -23,9 +24,9 @@ struct Program {
   Options options;
   std::vector<Entry> entries;
 
-  // With the name of a command `only` that one is added, which is all that most command lines need and takes
-  // a fraction of the time; else all are.
-  explicit Program(const std::string& only = "");
+  // With the name of a command the others are left out, which would cost more to build than a short command
+  // takes.
+  explicit Program(std::string_view only = {});
 
   // The command that the command line names, null before it is read and when it names none.
   const Entry* Chosen() const;

@@ -1,10 +1,10 @@
 // qex request: a request as a file, for another program to send.
 #include <memory>
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
 
-#include "tool/base/escape.h"
 #include "tool/base/failure.h"
 #include "tool/base/hash.h"
 #include "tool/base/json.h"
@@ -24,16 +24,7 @@ struct Arguments {
   std::string output;
 };
 
-Bytes digest_of(const Arguments& arguments, const HashAlgorithm& hash, const Options& options) {
-  if (arguments.digest.empty()) return HashFile(arguments.file, hash, options);
-  const std::optional<Bytes> digest = FromHex(arguments.digest);
-  if (digest && digest->size() == hash.length) return *digest;
-  throw UsageFailure("digest " + Escaped(arguments.digest) + ": not " + std::to_string(hash.length * 2) +
-                         " hexadecimal digits, as " + hash.name + " has",
-                     "name the algorithm of the digest with --hash");
-}
-
-ExitStatus make_request(const Arguments& arguments, const Options& options) {
+ExitStatus make_request(Arguments arguments, const Options& options) {
   if (arguments.file.empty() == arguments.digest.empty()) {
     throw UsageFailure("request takes one of FILE and --digest",
                        "for example 'qex request report.pdf -o report.pdf.tsq'");
@@ -41,11 +32,14 @@ ExitStatus make_request(const Arguments& arguments, const Options& options) {
   if (arguments.request.noNonce && !arguments.request.nonce.empty()) {
     throw UsageFailure("--nonce and --no-nonce exclude each other", "leave one of them out");
   }
+  std::optional<Bytes> digest;
+  if (!arguments.digest.empty()) digest = ReadDigest(arguments.digest, arguments.request);
   const HashAlgorithm& hash = HashNamed(arguments.request.hash);
   RefuseWeakHash(hash, options);
   Outputs outputs(SingleOutput(arguments.output, options, "name a file with -o"), {arguments.file},
                   options.force);
-  const Request request = MakeRequest(arguments.request, hash, digest_of(arguments, hash, options));
+  if (!digest) digest = HashFile(arguments.file, hash, options);
+  const Request request = MakeRequest(arguments.request, hash, *digest);
   const uint32_t transport = arguments.frame == "socket" ? QEX_TRANSPORT_SOCKET
                              : arguments.frame == "http" ? QEX_TRANSPORT_HTTP
                                                          : QEX_TRANSPORT_RAW;
@@ -66,7 +60,7 @@ ExitStatus make_request(const Arguments& arguments, const Options& options) {
 Run AddRequest(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   app.add_option("FILE", arguments->file, "the file to be stamped; - is standard input");
-  app.add_option("--digest", arguments->digest, "its digest, in place of the file")->type_name("HEX");
+  app.add_option("--digest", arguments->digest, "its digest, in place of the file")->type_name("[ALG:]HEX");
   AddRequestOptions(app, arguments->request);
   app.add_option("--nonce", arguments->request.nonce, "nonce, a number")->type_name("HEX");
   app.add_option("--frame", arguments->frame, "raw, socket or http")

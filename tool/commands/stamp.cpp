@@ -82,23 +82,13 @@ std::vector<std::string> authorities(const Arguments& arguments) {
   return urls;
 }
 
-// ALG:HEX; the algorithm is the one that the request names.
 StampSubject subject_of(Arguments& arguments) {
   if (arguments.file.empty() == arguments.digest.empty()) {
     throw UsageFailure("stamp takes one of FILE and --digest",
                        "for example 'qex stamp report.pdf --tsa URL'");
   }
   if (arguments.digest.empty()) return {arguments.file, {}};
-  const size_t colon = arguments.digest.find(':');
-  const std::string name = arguments.digest.substr(0, colon);
-  const HashAlgorithm* hash = colon == std::string::npos ? nullptr : FindHash(std::string_view(name));
-  const auto digest = hash == nullptr ? std::nullopt : FromHex(arguments.digest.substr(colon + 1));
-  if (!digest || digest->size() != hash->length) {
-    throw UsageFailure("digest " + Quoted(arguments.digest) + ": not ALG:HEX of the algorithm's length",
-                       "for example --digest sha256: and the 64 digits that 'qex digest FILE' prints");
-  }
-  arguments.request.hash = hash->name;
-  return {"", digest};
+  return {"", ReadDigest(arguments.digest, arguments.request)};
 }
 
 std::vector<std::string> inputs_of(const Arguments& arguments) {
@@ -142,7 +132,7 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
 Run AddStamp(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
   app.add_option("FILE", arguments->file, "the file to be stamped; - is standard input");
-  app.add_option("--digest", arguments->digest, "its digest, in place of the file")->type_name("ALG:HEX");
+  app.add_option("--digest", arguments->digest, "its digest, in place of the file")->type_name("[ALG:]HEX");
   app.add_option("--tsa", arguments->urls, "an authority; several are asked in turn [QEX_TSA_URL]")
       ->type_name("URL")
       ->allow_extra_args(false);

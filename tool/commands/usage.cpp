@@ -60,9 +60,10 @@ bool has_option(const CLI::App& app, const std::string& option) {
 }
 
 // The commands that take an option, as a list for people.
-std::string takers_of(const std::string& option, const Program& program) {
+std::string takers_of(const std::string& option) {
+  const Program all;
   std::string takers;
-  for (const Program::Entry& entry : program.entries) {
+  for (const Program::Entry& entry : all.entries) {
     if (has_option(*entry.app, option)) takers += (takers.empty() ? "" : ", ") + entry.app->get_name();
   }
   return takers;
@@ -86,7 +87,7 @@ Failure unknown_option(const std::string& word, const Program& program) {
   std::string hint = list;
   const std::string_view letters =
       std::string_view(option).substr(std::min(option.find_first_not_of('-'), option.size()));
-  if (const std::string takers = takers_of(option, program); !takers.empty()) {
+  if (const std::string takers = takers_of(option); !takers.empty()) {
     hint = "it is an option of: " + takers;
   } else if (const std::string meant = nearest(letters, names); !meant.empty()) {
     hint = "did you mean '--" + meant + "'? " + list;

@@ -40,6 +40,13 @@ std::string failure_name(uint32_t number) {
   return row == std::end(kFailInfos) ? "failure " + std::to_string(number) : std::string(row->name);
 }
 
+double accuracy_seconds(const Accuracy& accuracy) {
+  const auto part = [](const std::optional<int64_t>& value) {
+    return static_cast<double>(value.value_or(0));
+  };
+  return part(accuracy.seconds) + part(accuracy.millis) / 1e3 + part(accuracy.micros) / 1e6;
+}
+
 bool is_cut(int32_t code) {
   return code == QEX_E_SIZE;
 }
@@ -74,7 +81,10 @@ Json TokenFields(const Facts& facts) {
   Json fields;
   fields["time"] = time ? time->iso : info.genTime;
   fields["time_as_received"] = info.genTime;
-  if (const std::string accuracy = AccuracyText(info); !accuracy.empty()) fields["accuracy"] = accuracy;
+  if (const std::string accuracy = AccuracyText(info); !accuracy.empty()) {
+    fields["accuracy"] = accuracy;
+    fields["accuracy_seconds"] = accuracy_seconds(*info.accuracy);
+  }
   fields["serial"] = IntegerText(info.serial);
   fields["policy"] = inspect::DecodeOid(info.policy);
   fields["hash"] = HashName(info.imprint.algorithm);

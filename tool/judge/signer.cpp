@@ -175,8 +175,10 @@ bool judge_signature(Report& report, const Facts& facts, const Options& options)
                   facts));
     return false;
   }
-  if (strict == SignatureResult::NoCertificate && library == Word::Silent &&
-      (strictRead || code_of(facts) == QEX_E_NOCERT)) {
+  // Of a certificate that the token does not name, the library's "no" says nothing.
+  const bool unnamed = strictRead && library == Word::Bad && !(facts.library && facts.library->signer);
+  const bool silent = library == Word::Silent && (strictRead || code_of(facts) == QEX_E_NOCERT);
+  if (strict == SignatureResult::NoCertificate && (unnamed || silent)) {
     report.Skip("signature", "no certificate to check it with");
     return true;
   }
@@ -257,7 +259,7 @@ std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust,
 bool is_pinned(const Facts& facts, const Trust& trust) {
   if (facts.strict) return facts.strict->signerIsPinned;
   const SignerCertificate* signer = SignerOf(facts);
-  if (signer == nullptr) return library_word(facts) == Word::Good && code_of(facts) == QEX_OK;
+  if (signer == nullptr) return false;
   return std::ranges::any_of(trust.signers,
                              [signer](const TrustItem& item) { return item.der == signer->der; });
 }
@@ -266,7 +268,16 @@ void judge_signer(Report& report, const Facts& facts, const Trust& trust, const 
   const SignerCertificate* signer = SignerOf(facts);
   const By by = facts.strict ? (library_word(facts) == Word::Silent ? By::Strict : By::Both) : By::Library;
   const std::string name = AttributeName(facts, manner);
-  if (signer == nullptr && !(trust.signers.size() == 1 && library_word(facts) == Word::Good)) {
+  if (signer == nullptr && facts.strict && library_word(facts) == Word::Good) {
+    report.Fail("signer",
+                with_code({"the signer identifier names another certificate than " + name,
+                           SubIndication::SigConstraintsFailure,
+                           "no certificate at hand fits both; do not rely on it"},
+                          facts),
+                By::Strict);
+    return;
+  }
+  if (signer == nullptr) {
     report.Fail("signer",
                 with_code({"the token holds no certificate that its attribute " + name + " names",
                            SubIndication::NoSigningCertificateFound,
@@ -279,7 +290,7 @@ void judge_signer(Report& report, const Facts& facts, const Trust& trust, const 
     report.Fail("signer", std::move(*fault), by);
     return;
   }
-  const Bytes sha256 = signer != nullptr ? signer->sha256 : Sha256(trust.signers.front().der);
+  const Bytes& sha256 = signer->sha256;
   const std::string named = "sha256:" + ToHex(sha256) + "  named by " + name;
   std::string pins;
   const auto pin = [&](bool given, bool holds, const char* option) {

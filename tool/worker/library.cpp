@@ -127,6 +127,12 @@ std::optional<LibraryCheck> check_with(LibraryReading& reading, ByteView token, 
   return check;
 }
 
+// A token without its signer's certificate that verifies with one of the caller's was signed with that.
+SignerCertificate signer_from(const Bytes& certificate) {
+  return {certificate, Sha256(certificate), inspect::SubjectText(certificate),
+          inspect::InspectKey(certificate)};
+}
+
 void verify(LibraryReading& reading, ByteView token, const std::vector<Bytes>& candidates,
             const std::string& serves) {
   std::optional<LibraryCheck> best;
@@ -134,6 +140,7 @@ void verify(LibraryReading& reading, ByteView token, const std::vector<Bytes>& c
     std::optional<LibraryCheck> check = check_with(reading, token, certificate, serves);
     if (!check) continue;
     const bool passed = check->code == QEX_OK;
+    if (passed && !reading.signer && !certificate.empty()) reading.signer = signer_from(certificate);
     if (!best || passed) best = std::move(check);
     if (passed) break;
   }

@@ -205,7 +205,7 @@ TEST(StrictChain, ConstraintsOfAuthoritiesHold) {
       {"a policy that is demanded",
        1,
        {{"basicConstraints", "critical,CA:TRUE"},
-        {"certificatePolicies", "1.2.3.4"},
+        {"certificatePolicies", "DER:3007300506032A0304"},
         {"policyConstraints", "critical,requireExplicitPolicy:0"}},
        ChainResult::Constraints},
       {"an unknown critical extension",

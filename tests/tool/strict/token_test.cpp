@@ -180,5 +180,28 @@ TEST(StrictSamples, AllVerify) {
   }
 }
 
+// Tokens with what the library has no type for, whole and damaged.
+TEST(StrictSamples, WhatTheLibraryCannotReadIsJudged) {
+  size_t damaged = 0;
+  for (const PeerSample& sample : Records("bouncycastle_strict", "token_", 41)) {
+    SCOPED_TRACE(sample["Name"]);
+    tool::Trust trust;
+    trust.chainWanted = true;
+    trust.roots = {Item(sample.file(sample["Root"]))};
+    trust.untrusted = {Item(sample.file(sample["Certificate"]))};
+    const auto reading = Read(sample.octets(), trust);
+    if (sample.is("Verdict", "damaged")) {
+      ++damaged;
+      EXPECT_EQ(reading.signature.result, SignatureResult::Invalid);
+      continue;
+    }
+    EXPECT_EQ(reading.signature.result, SignatureResult::Valid) << reading.signature.reason;
+    EXPECT_EQ(reading.chain->result, tool::ChainResult::Trusted) << reading.chain->text;
+    EXPECT_TRUE(reading.keyUsage->good) << reading.keyUsage->text;
+    EXPECT_EQ(tool::ToHex(reading.info.imprint.digest), sample["Imprint"]);
+  }
+  EXPECT_GT(damaged, 0u);
+}
+
 }  // namespace
 }  // namespace qex::test
