@@ -100,7 +100,10 @@ Imprint imprint_of_file(const VerifyArguments& arguments, const Facts& facts, co
         ShownPath(arguments.token.path) + ": the imprint's hash " + HashName(algorithm) + " is not supported",
         "compare a digest of your own with --digest"};
   }
-  return {algorithm, HashFile(arguments.file, *hash, options)};
+  if (!arguments.content) return {algorithm, HashFile(arguments.file, *hash, options)};
+  Hasher hasher(*hash);
+  hasher.Update(OctetsOf(*arguments.content));
+  return {algorithm, hasher.Final()};
 }
 
 Expected expectation(const VerifyArguments& arguments, const Facts& facts, Worker& worker,

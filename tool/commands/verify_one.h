@@ -1,6 +1,7 @@
 // Verifying one token: the files that are meant, what is expected of it, and the outcome.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "tool/base/options.h"
@@ -17,6 +18,7 @@ inline constexpr const char* kUnpinned = "consistent in itself, authority not ch
 
 struct VerifyArguments {
   std::string file;
+  std::optional<std::string> content;  // of the file, where it is at hand
   Source token;
   Source request;
   std::string digest;
