@@ -265,6 +265,7 @@ ExitStatus VerifyManifest(const std::string& list, const std::vector<std::string
   // Read once: what the token is held against is what the files are held against.
   VerifyArguments arguments = common;
   arguments.file = list;
+  arguments.lineOnly = true;
   arguments.content = ReadText(list, kMaxList);
   const Manifest manifest = parse(*arguments.content);
   Options quiet = options;

@@ -41,6 +41,7 @@ LaneWork lane_work(const VerifyArguments& common, const Trust& trust, const Opti
             auto worker = std::make_shared<Worker>(trust);
             return [&common, &trust, quiet, worker](const std::string& name) {
               VerifyArguments arguments = common;
+              arguments.lineOnly = true;
               arguments.file = name;
               return VerifyOne(arguments, *worker, trust, quiet);
             };

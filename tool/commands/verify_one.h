@@ -25,7 +25,8 @@ struct VerifyArguments {
   std::string nonce;
   std::string policy;
   Manner manner;
-  bool last = false;  // the worker has no other questions after this token
+  bool last = false;      // the worker has no other questions after this token
+  bool lineOnly = false;  // of the outcome, unless it is a document, only the line is wanted
 };
 
 // VerifyOne makes all checks and renders them; no Failure leaves it.
