@@ -26,7 +26,7 @@ class Names : public TaskSource {
   std::optional<Task> Take() override {
     if (next_ == subjects_.size()) return std::nullopt;
     Subject& subject = subjects_[next_++];
-    if (!subject.failure) return Task{std::move(subject.name)};
+    if (!subject.failure) return Task{std::move(subject.frame.empty() ? subject.name : subject.frame)};
     return Task{"", OutcomeOf(*subject.failure, command_, subject.name, options_)};
   }
 
@@ -41,18 +41,20 @@ struct Tally {
   size_t total = 0;
   size_t pass = 0;
   size_t fail = 0;
-  size_t unchecked = 0;  // nothing says no, and nobody is trusted
+  size_t open = 0;       // neither
+  size_t unchecked = 0;  // of the passes and the open ones: nobody is trusted
   std::map<std::string, size_t> reasons;
   ExitStatus exit = ExitStatus::Ok;
 
-  size_t Done() const { return pass + fail + unchecked; }
+  size_t Done() const { return pass + fail + open; }
 
   void Add(const Outcome& outcome) {
     exit = Graver(exit, outcome.exit);
+    if (outcome.unchecked) ++unchecked;
     if (outcome.exit == ExitStatus::Ok) {
       ++pass;
     } else if (outcome.unchecked) {
-      ++unchecked;
+      ++open;
     } else {
       ++fail;
       ++reasons[outcome.reason];
@@ -69,13 +71,15 @@ std::string summary_text(const Tally& tally, bool stopped) {
   std::string text;
   if (stopped) text = "stopped after " + std::to_string(tally.Done()) + " of ";
   text += count_of(tally.total, tally.total == 1 ? "file: " : "files: ") + count_of(tally.pass, "pass");
-  if (tally.unchecked != 0) text += ", " + count_of(tally.unchecked, "authority not checked");
+  if (tally.open != 0) text += ", " + count_of(tally.open, "authority not checked");
   text += ", " + count_of(tally.fail, "fail");
   std::string reasons;
   for (const auto& [reason, number] : tally.reasons) {
     reasons += (reasons.empty() ? " (" : ", ") + count_of(number, reason.c_str());
   }
-  return text + reasons + (reasons.empty() ? "\n" : ")\n");
+  if (!reasons.empty()) reasons += ")";
+  const bool unchecked = tally.unchecked > tally.open;
+  return text + reasons + (unchecked ? ", authority not checked\n" : "\n");
 }
 
 Json summary_document(const Tally& tally, const char* command, int signal) {

@@ -9,9 +9,9 @@
 
 namespace qex::tool {
 
-// RunMany has every subject done in lanes (a task's frame is the subject's name) and writes what becomes of
-// them. With --json a subject is a document, and the summary is the last one. When a signal asks the process
-// to stop, it ends by that signal after the summary of what was done.
+// RunMany has every subject done in lanes (a task's frame is the subject's, or its name) and writes what
+// becomes of them. With --json a subject is a document, and the summary is the last one. When a signal asks
+// the process to stop, it ends by that signal after the summary of what was done.
 ExitStatus RunMany(const char* command, std::vector<Subject> subjects, size_t jobs, const LaneWork& work,
                    const Options& options);
 

@@ -14,6 +14,8 @@
 #include "tool/base/files.h"
 #include "tool/base/hash.h"
 #include "tool/commands/command.h"
+#include "tool/commands/manifest.h"
+#include "tool/commands/many.h"
 #include "tool/commands/request_options.h"
 #include "tool/commands/stamp_one.h"
 #include "tool/commands/trust_options.h"
@@ -30,7 +32,8 @@ constexpr milliseconds kLongestWait{60000};
 
 struct Arguments {
   RequestOptions request;
-  std::string file;
+  SubjectOptions subjects;
+  std::string manifest;
   std::string digest;
   std::vector<std::string> urls;
   std::string output;
@@ -83,11 +86,7 @@ std::vector<std::string> authorities(const Arguments& arguments) {
 }
 
 StampSubject subject_of(Arguments& arguments) {
-  if (arguments.file.empty() == arguments.digest.empty()) {
-    throw UsageFailure("stamp takes one of FILE and --digest",
-                       "for example 'qex stamp report.pdf --tsa URL'");
-  }
-  if (arguments.digest.empty()) return {arguments.file, {}};
+  if (arguments.digest.empty()) return {arguments.subjects.files.front()};
   return {"", ReadDigest(arguments.digest, arguments.request)};
 }
 
@@ -118,20 +117,74 @@ StampPlan plan_of(const Arguments& arguments, const Options& options) {
   return plan;
 }
 
-ExitStatus stamp(Arguments arguments, const Options& options) {
-  const StampSubject subject = subject_of(arguments);
-  const StampPlan plan = plan_of(arguments, options);
-  const Trust trust = ReadTrust(arguments.trust);
+// One of a file, a digest and several files.
+void check_subjects(const Arguments& arguments) {
+  const SubjectOptions& subjects = arguments.subjects;
+  const bool files = !subjects.files.empty() || !subjects.folders.empty() || !subjects.lists.empty();
+  if (files == arguments.digest.empty()) return;
+  throw UsageFailure("stamp takes one of FILE and --digest", "for example 'qex stamp report.pdf --tsa URL'");
+}
+
+ExitStatus stamp_one(const StampPlan& plan, const StampSubject& subject, const Trust& trust,
+                     const Options& options) {
   Worker worker(trust);
   worker.CheckTrust();
   return Emit(StampOne(plan, subject, worker, trust, options));
+}
+
+ExitStatus stamp_many(const Arguments& arguments, const StampPlan& plan, const Trust& trust,
+                      const Options& options) {
+  if (!plan.output.empty() && !IsDirectory(plan.output)) {
+    throw UsageFailure("-o " + Quoted(plan.output) + " is no folder, and there may be several replies",
+                       "name a folder that is there, or leave -o out");
+  }
+  const FolderRule rule = options.force ? FolderRule::Stampable : FolderRule::Unstamped;
+  std::vector<Subject> subjects = FindSubjects(arguments.subjects, rule);
+  Worker(trust).CheckTrust();
+  Options quiet = options;
+  quiet.progress = false;
+  const LaneWork work{[&plan, &trust, quiet] {
+                        auto worker = std::make_shared<Worker>(trust);
+                        return [&plan, &trust, quiet, worker](const std::string& name) {
+                          return StampOne(plan, {name}, *worker, trust, quiet);
+                        };
+                      },
+                      [quiet](const std::string& name) { return LostOutcome("stamp", name, quiet); }};
+  return RunMany("stamp", std::move(subjects), arguments.subjects.jobs, work, options);
+}
+
+// The list and its stamp appear together.
+ExitStatus stamp_manifest(const Arguments& arguments, const StampPlan& plan, const Trust& trust,
+                          const Options& options) {
+  if (IsStandardStream(arguments.manifest) || IsStandardStream(plan.output)) {
+    throw UsageFailure("the list of --manifest and its reply are files", "name them");
+  }
+  const HashAlgorithm& hash = ManifestHash(arguments.request.hash);
+  StampSubject subject{arguments.manifest};
+  subject.content = MakeManifest(arguments.manifest, FindSubjects(arguments.subjects, FolderRule::Every),
+                                 hash, arguments.subjects.jobs, options);
+  return stamp_one(plan, subject, trust, options);
+}
+
+ExitStatus stamp(Arguments arguments, const Options& options) {
+  check_subjects(arguments);
+  const bool one = arguments.manifest.empty() && arguments.subjects.Single();
+  const StampSubject subject = one || !arguments.digest.empty() ? subject_of(arguments) : StampSubject{};
+  const StampPlan plan = plan_of(arguments, options);
+  const Trust trust = ReadTrust(arguments.trust);
+  if (!arguments.manifest.empty()) return stamp_manifest(arguments, plan, trust, options);
+  return one ? stamp_one(plan, subject, trust, options) : stamp_many(arguments, plan, trust, options);
 }
 
 }  // namespace
 
 Run AddStamp(CLI::App& app) {
   auto arguments = std::make_shared<Arguments>();
-  app.add_option("FILE", arguments->file, "the file to be stamped; - is standard input");
+  AddSubjectOptions(app, arguments->subjects, "files to be stamped; - is standard input",
+                    "every file below DIR that has no .tsr beside it; with --force every file");
+  app.add_option("--manifest", arguments->manifest,
+                 "write a list of the files' digests, and have that stamped in their place")
+      ->type_name("LIST");
   app.add_option("--digest", arguments->digest, "its digest, in place of the file")->type_name("[ALG:]HEX");
   app.add_option("--tsa", arguments->urls, "an authority; several are asked in turn [QEX_TSA_URL]")
       ->type_name("URL")

@@ -65,9 +65,12 @@ Places places_of(const StampPlan& plan, const StampSubject& subject) {
 constexpr uint64_t kReplyRoom = 16384;
 constexpr uint64_t kRequestRoom = 1024;
 
-std::vector<Output> outputs_of(const Places& places, const Options& options) {
+std::vector<Output> outputs_of(const Places& places, const StampSubject& subject, const Options& options) {
   if (!IsStandardStream(places.reply)) {
-    return {{places.reply, !places.replyIsGiven, "", kReplyRoom}, {places.request, true, "", kRequestRoom}};
+    std::vector<Output> outputs{{places.reply, !places.replyIsGiven, "", kReplyRoom},
+                                {places.request, true, "", kRequestRoom}};
+    if (subject.content) outputs.push_back({subject.file, false, "", subject.content->size()});
+    return outputs;
   }
   if (options.json) return {};  // the reply stands in the document
   return {{"-", false, "name a file with -o"}};
@@ -195,11 +198,14 @@ Outcome outcome_of(const Stamp& stamp, const Trust& trust, const std::optional<F
     outcome.errors += FailureText(stamp.failed[i].failure);
   const std::string subject = source_of(stamp.subject);
   if (failure) {
+    const Check* fault = stamp.report.FirstFault();
     outcome.exit = failure->exit;
+    outcome.reason = fault == nullptr ? ReasonOf(failure->exit) : fault->name;
     outcome.errors += FailureText(*failure);
     outcome.line = "fail  " + subject + "   " + failure->message;
   } else {
-    outcome.line = "pass  " + subject + "   " + InfoOf(stamp.answer.facts).genTime;
+    outcome.unchecked = !trust.Any();
+    outcome.line = "pass  " + subject + "   " + TokenFields(stamp.answer.facts)["time"].get<std::string>();
   }
   if (options.json) {
     outcome.output = JsonLine(document_of(stamp, trust, failure));
@@ -211,14 +217,22 @@ Outcome outcome_of(const Stamp& stamp, const Trust& trust, const std::optional<F
   return outcome;
 }
 
+Bytes digest_of(const StampSubject& subject, const HashAlgorithm& hash, const Options& options) {
+  if (subject.digest) return *subject.digest;
+  if (!subject.content) return HashFile(subject.file, hash, options);
+  Hasher hasher(hash);
+  hasher.Update(OctetsOf(*subject.content));
+  return hasher.Final();
+}
+
 Outcome stamped(const StampPlan& plan, const StampSubject& subject, Worker& worker, const Trust& trust,
                 const Options& options) {
   const HashAlgorithm& hash = HashNamed(plan.request.hash);
   const Places places = places_of(plan, subject);
   std::vector<std::string> inputs = plan.inputs;
-  if (!subject.digest) inputs.push_back(subject.file);
-  Outputs outputs(outputs_of(places, options), inputs, options.force);
-  const Bytes digest = subject.digest ? *subject.digest : HashFile(subject.file, hash, options);
+  if (!subject.digest && !subject.content) inputs.push_back(subject.file);
+  Outputs outputs(outputs_of(places, subject, options), inputs, options.force);
+  const Bytes digest = digest_of(subject, hash, options);
   Stamp stamp{plan, subject, hash, places, digest, MakeRequest(plan.request, hash, digest)};
   std::optional<Failure> failure;
   try {
@@ -226,7 +240,11 @@ Outcome stamped(const StampPlan& plan, const StampSubject& subject, Worker& work
         plan.authorities, plan.patience,
         [&](const std::string& authority) { try_authority(stamp, authority, worker, trust, options); },
         stamp.failed);
-    outputs.Commit({stamp.reply.body, stamp.request.der});
+    if (subject.content) {
+      outputs.Commit({stamp.reply.body, stamp.request.der, OctetsOf(*subject.content)});
+    } else {
+      outputs.Commit({stamp.reply.body, stamp.request.der});
+    }
   } catch (const Failure& caught) {
     failure = caught;
   }

@@ -27,10 +27,11 @@ struct StampPlan {
   std::vector<std::string> inputs;  // files that no output may take the place of
 };
 
-// What is stamped: a file, or a digest that stands for one.
+// What is stamped: a file, a digest that stands for one, or a file that is written together with its stamp.
 struct StampSubject {
   std::string file;
-  std::optional<Bytes> digest;
+  std::optional<Bytes> digest = {};
+  std::optional<std::string> content = {};  // of a file that is still to be written
 };
 
 // StampOne stamps and renders what came of it; no Failure leaves it.

@@ -67,28 +67,46 @@ void add_stamped(const std::string& token, std::vector<Subject>& subjects) {
   }
 }
 
-bool is_unstamped(const std::string& path) {
-  return !path.ends_with(kReply) && !path.ends_with(kRequest) && !exists(path + std::string(kReply));
+bool is_stampable(const std::string& path) {
+  return !path.ends_with(kReply) && !path.ends_with(kRequest);
+}
+
+bool is_meant(const std::string& path, FolderRule rule) {
+  switch (rule) {
+    case FolderRule::Stamped: return path.ends_with(kReply) && BaseName(path) != kReply;
+    case FolderRule::Unstamped: return is_stampable(path) && !exists(path + std::string(kReply));
+    case FolderRule::Stampable: return is_stampable(path);
+    case FolderRule::Every: return true;
+  }
+  return false;
+}
+
+// A folder in which there is nothing to do for the rule. One of which every file is stamped is in order.
+std::optional<Failure> failure_of_idle(const std::string& folder, FolderRule rule, bool empty) {
+  if (rule == FolderRule::Stamped) {
+    return Failure{ExitStatus::Input,
+                   ShownPath(folder) + ": no file of this folder has a token (.tsr) beside it",
+                   "name the folder of the stamped files; tokens kept elsewhere are checked with --token"};
+  }
+  if (!empty) return std::nullopt;
+  return Failure{ExitStatus::Input, ShownPath(folder) + ": there is no file in this folder",
+                 "name another folder, or the files"};
 }
 
 void add_folder(const std::string& folder, FolderRule rule, std::vector<Subject>& subjects) {
   const size_t before = subjects.size();
-  for (std::string& name : files_below(folder, subjects)) {
-    if (rule == FolderRule::Unstamped) {
-      if (is_unstamped(name)) subjects.push_back({std::move(name)});
-    } else if (name.ends_with(kReply) && BaseName(name) != kReply) {
+  std::vector<std::string> names = files_below(folder, subjects);
+  for (std::string& name : names) {
+    if (!is_meant(name, rule)) continue;
+    if (rule == FolderRule::Stamped) {
       add_stamped(name, subjects);
+    } else {
+      subjects.push_back({name});
     }
   }
   if (subjects.size() != before) return;
-  const bool stamped = rule == FolderRule::Stamped;
-  Failure failure{ExitStatus::Input,
-                  ShownPath(folder) + (stamped ? ": no file of this folder has a token (.tsr) beside it"
-                                               : ": holds no file that is still to be stamped"),
-                  stamped
-                      ? "name the folder of the stamped files; tokens kept elsewhere are checked with --token"
-                      : "name another folder, or the files"};
-  subjects.push_back({folder, true, std::move(failure)});
+  if (auto failure = failure_of_idle(folder, rule, names.empty()))
+    subjects.push_back({folder, true, std::move(*failure)});
 }
 
 void add_list(const std::string& list, bool nulSeparated, std::vector<Subject>& subjects) {

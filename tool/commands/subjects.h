@@ -30,10 +30,12 @@ struct Subject {
   std::string name;
   bool named = false;  // on the command line
   std::optional<Failure> failure = {};
+  std::string frame = {};  // what a lane is handed, where that is more than the name
 };
 
-// Which files of a folder are meant.
-enum class FolderRule { Stamped, Unstamped };
+// Which files of a folder are meant: those with a token beside them; those that are neither stamped nor a
+// stamp; those that are no stamp; every one.
+enum class FolderRule { Stamped, Unstamped, Stampable, Every };
 
 void AddSubjectOptions(CLI::App& app, SubjectOptions& options, const char* fileText, const char* folderText);
 

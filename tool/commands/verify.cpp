@@ -8,6 +8,7 @@
 #include "tool/base/failure.h"
 #include "tool/commands/command.h"
 #include "tool/commands/jobs.h"
+#include "tool/commands/manifest.h"
 #include "tool/commands/many.h"
 #include "tool/commands/trust_options.h"
 #include "tool/commands/verify_one.h"
@@ -20,6 +21,7 @@ struct Arguments {
   SubjectOptions subjects;
   TrustOptions trust;
   std::string jobs;
+  std::string manifest;
 };
 
 // An option that is about one token; null when none was given.
@@ -39,6 +41,7 @@ LaneWork lane_work(const VerifyArguments& common, const Trust& trust, const Opti
             auto worker = std::make_shared<Worker>(trust);
             return [&common, &trust, quiet, worker](const std::string& name) {
               VerifyArguments arguments = common;
+              arguments.lineOnly = true;
               arguments.file = name;
               return VerifyOne(arguments, *worker, trust, quiet);
             };
@@ -94,8 +97,20 @@ ExitStatus verify_jobs(const Arguments& arguments, const Trust& trust, const Opt
                  });
 }
 
+ExitStatus verify_manifest(const Arguments& arguments, const Trust& trust, const Options& options) {
+  if (!arguments.jobs.empty() || !arguments.subjects.files.empty() || !arguments.subjects.lists.empty() ||
+      !arguments.one.digest.empty()) {
+    throw UsageFailure("--manifest says which files there are",
+                       "leave FILE, --list, --digest and --jobs out");
+  }
+  Worker(trust).CheckTrust();
+  return VerifyManifest(arguments.manifest, arguments.subjects.folders, arguments.subjects.jobs,
+                        arguments.one, trust, options);
+}
+
 ExitStatus verify(const Arguments& arguments, const Options& options) {
   const Trust trust = ReadTrust(arguments.trust);
+  if (!arguments.manifest.empty()) return verify_manifest(arguments, trust, options);
   if (!arguments.jobs.empty()) return verify_jobs(arguments, trust, options);
   if (!arguments.subjects.Single()) return verify_many(arguments, trust, options);
   VerifyArguments one = arguments.one;
@@ -113,6 +128,10 @@ Run AddVerify(CLI::App& app) {
   AddSubjectOptions(app, arguments->subjects, "stamped files; FILE.tsr and FILE.tsq are found beside each",
                     "every file below DIR that has a .tsr beside it");
   AddJobsOption(app, arguments->jobs);
+  app.add_option("--manifest", arguments->manifest,
+                 "a stamped list of digests: its token, then every file that it names; with --dir also those "
+                 "that it does not name")
+      ->type_name("LIST");
   app.add_option("--token", one.token.path, "the reply or token")->type_name("TSR|TOKEN");
   app.add_option("--request", one.request.path, "the request that it answers")->type_name("TSQ");
   app.add_option("--digest", one.digest, "the file's digest, in place of reading it")->type_name("[ALG:]HEX");

@@ -100,7 +100,10 @@ Imprint imprint_of_file(const VerifyArguments& arguments, const Facts& facts, co
         ShownPath(arguments.token.path) + ": the imprint's hash " + HashName(algorithm) + " is not supported",
         "compare a digest of your own with --digest"};
   }
-  return {algorithm, HashFile(arguments.file, *hash, options)};
+  if (!arguments.content) return {algorithm, HashFile(arguments.file, *hash, options)};
+  Hasher hasher(*hash);
+  hasher.Update(OctetsOf(*arguments.content));
+  return {algorithm, hasher.Final()};
 }
 
 Expected expectation(const VerifyArguments& arguments, const Facts& facts, Worker& worker,
@@ -168,7 +171,7 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
   const Report report = JudgeToken(answer.facts, expected, trust, arguments.manner, options);
 
   Outcome outcome;
-  Json document = document_of(arguments, answer, report);
+  Json document = options.json ? document_of(arguments, answer, report) : Json::object();
   const std::optional<Failure> failure = SetVerdict(document, report, trust, name);
   outcome.errors = LibraryMessagesText(answer.libraryMessages, options);
   const Check* fault = report.FirstFault();
@@ -181,10 +184,10 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
   const std::string verdict = fault != nullptr ? "fail  " : failure ? "skip  " : "pass  ";
   outcome.line =
       verdict + ShownPath(subject_of(arguments)) + "   " +
-      (failure ? failure->message.substr(name.size() + 2) : document["token"]["time"].get<std::string>());
+      (failure ? failure->message.substr(name.size() + 2) : TokenFields(answer.facts)["time"].get<std::string>());
   if (options.json) {
     outcome.output = JsonLine(std::move(document));
-  } else if (!options.quiet) {
+  } else if (!options.quiet && !arguments.lineOnly) {
     outcome.output = report.Text(options) + EscapedLines(TimeLine(answer.facts));
     if (outcome.unchecked) outcome.output += std::string(kUnpinned) + "\n";
   }

@@ -1,6 +1,7 @@
 // Verifying one token: the files that are meant, what is expected of it, and the outcome.
 #pragma once
 
+#include <optional>
 #include <string>
 
 #include "tool/base/options.h"
@@ -17,13 +18,15 @@ inline constexpr const char* kUnpinned = "consistent in itself, authority not ch
 
 struct VerifyArguments {
   std::string file;
+  std::optional<std::string> content;  // of the file, where it is at hand
   Source token;
   Source request;
   std::string digest;
   std::string nonce;
   std::string policy;
   Manner manner;
-  bool last = false;  // the worker has no other questions after this token
+  bool last = false;      // the worker has no other questions after this token
+  bool lineOnly = false;  // of the outcome, unless it is a document, only the line is wanted
 };
 
 // VerifyOne makes all checks and renders them; no Failure leaves it.

@@ -1,74 +1,105 @@
-// Writing and reading CBOR. What is read is built here rather than by the JSON library's own builder: its
-// objects keep their members in a vector of which a larger one is a copy, and most of the time of a short
-// exchange went there.
+// Writing and reading CBOR (RFC 8949), of which WireFrom gives the plain part: definite lengths, no tags, no
+// floating-point numbers. What is read is parsed here: the JSON library's own reader takes an octet at a
+// time, and that was most of the time of a short exchange.
 #include "tool/message/wire.h"
 
 #include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
 #include <utility>
-#include <vector>
 
+#include "tool/base/bytes.h"
 #include "tool/base/json.h"
 
 namespace qex::tool {
 namespace {
 
-class Builder final : public nlohmann::json_sax<Json> {
- public:
-  Json Take() { return std::move(root_); }
+constexpr int kMaxDepth = 64;
+constexpr size_t kRoom = 64;  // members for which room is made, however many are announced
 
-  bool null() override { return put(nullptr); }
-  bool boolean(bool value) override { return put(value); }
-  bool number_integer(number_integer_t value) override { return put(value); }
-  bool number_unsigned(number_unsigned_t value) override { return put(value); }
-  bool number_float(number_float_t value, const string_t&) override { return put(value); }
-  bool string(string_t& value) override { return put(std::move(value)); }
-  bool binary(binary_t& value) override { return put(Json::binary(std::move(value))); }
-  bool start_object(size_t members) override {
-    Json& object = open(Json::object());
-    object.get_ref<Json::object_t&>().reserve(std::min(members, kRoom));
-    return true;
-  }
-  bool key(string_t& name) override {
-    name_ = std::move(name);
-    return true;
-  }
-  bool end_object() override { return close(); }
-  bool start_array(size_t) override {
-    open(Json::array());
-    return true;
-  }
-  bool end_array() override { return close(); }
-  bool parse_error(size_t, const std::string&, const Json::exception&) override {
-    root_ = Json(Json::value_t::discarded);
-    return false;
+enum Major : uint8_t { Unsigned, Negative, Octets, Text, Array, Map, Tag, Simple };
+enum SimpleValue : uint8_t { False = 20, True = 21, Null = 22 };
+
+class Reader {
+ public:
+  explicit Reader(std::string_view octets) : rest_(octets) {}
+
+  Json Whole() {
+    Json value = read(0);
+    if (!rest_.empty()) refuse();
+    return value;
   }
 
  private:
-  static constexpr size_t kRoom = 64;  // however many members are announced
+  [[noreturn]] static void refuse() { throw std::invalid_argument("no CBOR"); }
 
-  // Nothing is added to an object or array while one within it is open, so its place is good until then.
-  Json& add(Json value) {
-    if (open_.empty()) return root_ = std::move(value);
-    Json& parent = *open_.back();
-    if (!parent.is_object()) return parent.emplace_back(std::move(value));
-    return parent.get_ref<Json::object_t&>().emplace_back(std::move(name_), std::move(value)).second;
-  }
-  bool put(Json value) {
-    add(std::move(value));
-    return true;
-  }
-  Json& open(Json value) {
-    open_.push_back(&add(std::move(value)));
-    return *open_.back();
-  }
-  bool close() {
-    open_.pop_back();
-    return true;
+  std::string_view take(uint64_t length) {
+    if (length > rest_.size()) refuse();
+    const std::string_view taken = rest_.substr(0, length);
+    rest_.remove_prefix(length);
+    return taken;
   }
 
-  Json root_;
-  std::vector<Json*> open_;
-  std::string name_;
+  uint8_t octet() { return static_cast<uint8_t>(take(1).front()); }
+
+  // The number beside the major type: up to 23 as it stands, above in 1, 2, 4 or 8 octets.
+  uint64_t argument(uint8_t initial) {
+    const uint8_t low = initial & 0x1F;
+    if (low < 24) return low;
+    if (low > 27) refuse();
+    uint64_t value = 0;
+    for (const char c : take(uint64_t{1} << (low - 24))) value = value << 8 | static_cast<uint8_t>(c);
+    return value;
+  }
+
+  Json read(int depth) {
+    if (depth > kMaxDepth) refuse();
+    const uint8_t initial = octet();
+    const uint64_t value = argument(initial);
+    switch (initial >> 5) {
+      case Unsigned: return value;
+      case Negative:
+        if (value > uint64_t{std::numeric_limits<int64_t>::max()}) refuse();
+        return -1 - static_cast<int64_t>(value);
+      case Octets: {
+        const ByteView octets = OctetsOf(take(value));
+        return Json::binary({octets.begin(), octets.end()});
+      }
+      case Text: return take(value);
+      case Array: return array(value, depth);
+      case Map: return map(value, depth);
+      case Simple: return simple(static_cast<uint8_t>(value));
+      default: refuse();
+    }
+  }
+
+  static Json simple(uint8_t value) {
+    if (value == Null) return nullptr;
+    if (value != False && value != True) refuse();
+    return value == True;
+  }
+
+  Json array(uint64_t length, int depth) {
+    Json list = Json::array();
+    for (uint64_t i = 0; i < length; ++i) list.push_back(read(depth + 1));
+    return list;
+  }
+
+  Json map(uint64_t length, int depth) {
+    Json object = Json::object();
+    auto& members = object.get_ref<Json::object_t&>();
+    members.reserve(std::min<uint64_t>(length, kRoom));  // a larger vector of members would be a copy
+    for (uint64_t i = 0; i < length; ++i) {
+      const uint8_t initial = octet();
+      if (initial >> 5 != Text) refuse();
+      std::string name(take(argument(initial)));
+      members.emplace_back(std::move(name), read(depth + 1));
+    }
+    return object;
+  }
+
+  std::string_view rest_;
 };
 
 }  // namespace
@@ -80,9 +111,11 @@ std::string WireFrom(const Json& json) {
 }
 
 Json FromWire(const std::string& octets) {
-  Builder builder;
-  Json::sax_parse(octets, &builder, Json::input_format_t::cbor);
-  return builder.Take();
+  try {
+    return Reader(octets).Whole();
+  } catch (const std::invalid_argument&) {
+    return Json(Json::value_t::discarded);
+  }
 }
 
 }  // namespace qex::tool
