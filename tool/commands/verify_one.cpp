@@ -182,9 +182,9 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
     outcome.errors += FailureText(*failure);
   }
   const std::string verdict = fault != nullptr ? "fail  " : failure ? "skip  " : "pass  ";
-  outcome.line =
-      verdict + ShownPath(subject_of(arguments)) + "   " +
-      (failure ? failure->message.substr(name.size() + 2) : TokenFields(answer.facts)["time"].get<std::string>());
+  outcome.line = verdict + ShownPath(subject_of(arguments)) + "   " +
+                 (failure ? failure->message.substr(name.size() + 2)
+                          : TokenFields(answer.facts)["time"].get<std::string>());
   if (options.json) {
     outcome.output = JsonLine(std::move(document));
   } else if (!options.quiet && !arguments.lineOnly) {
