@@ -9,6 +9,7 @@
 #include "tool/worker/strict/certificate.h"
 #include "tool/worker/strict/chain.h"
 #include "tool/worker/strict/key.h"
+#include "tool/worker/strict/known_certificates.h"
 #include "tool/worker/strict/revocation.h"
 #include "tool/worker/strict/signature.h"
 #include "tool/worker/strict/signer.h"
@@ -132,6 +133,7 @@ StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak) {
   try {
     return read(token, trust, allowWeak);
   } catch (const std::bad_alloc&) {
+    ForgetCertificates();
     ForgetStore();  // what libcrypto noted in its certificates may be wrong now
     throw;
   }

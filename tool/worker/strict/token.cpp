@@ -4,6 +4,8 @@
 
 #include <openssl/err.h>
 
+#include "tool/worker/strict/known_certificates.h"
+
 namespace qex::tool::strict {
 namespace {
 
@@ -26,6 +28,20 @@ Bytes copy_of(ByteView octets) {
   return {octets.begin(), octets.end()};
 }
 
+// The message, and the certificates where they could be had apart.
+Token decode(ByteView octets) {
+  Token token;
+  const std::optional<TokenParts> parts = TakeApart(octets);
+  if (parts) token.certificates = KnownCertificates(parts->certificates);
+  if (token.certificates) {
+    token.message = DecodeWhole<OwnedCms, d2i_CMS_ContentInfo>(parts->rest);
+    if (token.message) return token;
+    token.certificates.reset();
+  }
+  token.message = DecodeWhole<OwnedCms, d2i_CMS_ContentInfo>(octets);
+  return token;
+}
+
 }  // namespace
 
 void StopReading(const std::string& text) {
@@ -35,8 +51,7 @@ void StopReading(const std::string& text) {
 }
 
 Token OpenToken(ByteView octets) {
-  Token token;
-  token.message = DecodeWhole<OwnedCms, d2i_CMS_ContentInfo>(octets);
+  Token token = decode(octets);
   if (!token.message) StopReading("the token does not decode as a CMS message");
   if (OBJ_obj2nid(CMS_get0_type(token.message.get())) != NID_pkcs7_signed)
     StopReading("the token is not SignedData");
@@ -45,7 +60,7 @@ Token OpenToken(ByteView octets) {
   token.content = OctetsOf(*content);
   token.info = DecodeWhole<OwnedTstInfo, d2i_TS_TST_INFO>(token.content);
   if (!token.info) StopReading("the signed content does not decode as a TSTInfo");
-  token.certificates.reset(CMS_get1_certs(token.message.get()));
+  if (!token.certificates) token.certificates.reset(CMS_get1_certs(token.message.get()));
   STACK_OF(CMS_SignerInfo)* signers = CMS_get0_SignerInfos(token.message.get());
   if (sk_CMS_SignerInfo_num(signers) > 0) {
     token.signer = sk_CMS_SignerInfo_value(signers, 0);

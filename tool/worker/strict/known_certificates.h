@@ -1,0 +1,28 @@
+// The certificates of a token apart from the rest of it. Tokens of one authority carry the same certificates,
+// and decoding their keys takes libcrypto longer than all else about a token; so each is decoded once.
+#pragma once
+
+#include <optional>
+#include <vector>
+
+#include "tool/base/bytes.h"
+#include "tool/worker/strict/handle.h"
+
+namespace qex::tool::strict {
+
+struct TokenParts {
+  Bytes rest;  // the token as it would be without the field `certificates`
+  std::vector<ByteView> certificates;
+};
+
+// TakeApart returns the parts of a token; nothing when it is not plainly encoded (definite lengths, X.509
+// certificates and no other kind), or carries none.
+std::optional<TokenParts> TakeApart(ByteView token);
+
+// KnownCertificates returns the certificates of these encodings; nothing when one of them does not decode.
+OwnedCertificates KnownCertificates(const std::vector<ByteView>& encodings);
+
+// ForgetCertificates drops them all.
+void ForgetCertificates();
+
+}  // namespace qex::tool::strict
