@@ -9,7 +9,6 @@
 namespace qex::test {
 namespace {
 
-using tool::ReadStrictly;
 using tool::SignatureResult;
 using tool::Stop;
 
