@@ -1,0 +1,29 @@
+// What the library's checks of a signature come to. It says nothing about a signature that it cannot try; the
+// strict reader decides alone then.
+#pragma once
+
+#include <string>
+
+#include "tool/judge/report.h"
+#include "tool/message/facts.h"
+
+namespace qex::tool {
+
+enum class Word { Good, Bad, Silent };
+Word LibraryWord(const Facts& facts);
+
+// LibrarySilence says in words what the library could not try; empty when it could try all.
+std::string LibrarySilence(const Facts& facts);
+
+// TellingCheck returns the check of the library that says no, else the first; null when none was made.
+const LibraryCheck* TellingCheck(const Facts& facts);
+
+// CodeOf returns the result code of that check, 0 when there is none. WithCode enters it into a fault, with
+// the last ASN.1 error.
+int32_t CodeOf(const Facts& facts);
+Fault WithCode(Fault fault, const Facts& facts);
+
+// Shown folds and cuts a reader's text, in which names from certificates stand.
+std::string Shown(const std::string& text);
+
+}  // namespace qex::tool
