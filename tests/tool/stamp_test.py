@@ -275,5 +275,16 @@ class RedirectingTls:
         self.server.server_close()
 
 
+class ClockTest(ToolTest):
+    def test_ATimeFarFromTheClockIsNoted(self):
+        with self.authority() as authority:
+            near = run_json("stamp", self.document, "--tsa", authority.url, "--force", check=0)
+            self.assertNotIn("clock", verdicts(near))
+            far = run_json("stamp", self.document, "--tsa", authority.url, "--force", "--max-skew", "1ms", check=0)
+            self.assertEqual(verdicts(far)["clock"], "note")
+            for wrong in ("0", "x", "5h"):
+                self.assert_error(run("stamp", self.document, "--tsa", authority.url, "--max-skew", wrong), 2, "--max-skew")
+
+
 if __name__ == "__main__":
     support.main()

@@ -42,19 +42,20 @@ struct Arguments {
   std::string clientCert;
   std::string clientKey;
   std::string timeout = "30s";
+  std::string maxSkew = "5m";
   unsigned retries = 3;
   std::string socket;
   TrustOptions trust;
 };
 
 // 30, 30s, 500ms, 2m
-milliseconds duration(const std::string& text) {
+milliseconds duration(const char* option, const std::string& text) {
   const size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
   const std::string unit = text.substr(digits);
   const int64_t scale = unit == "ms" ? 1 : unit == "s" || unit.empty() ? 1000 : unit == "m" ? 60000 : 0;
   if (digits == 0 || digits > 6 || scale == 0 || std::stol(text.substr(0, digits)) == 0) {
-    throw UsageFailure("time-out " + Quoted(text) + ": not a duration",
-                       "for example --timeout 30s, 500ms or 2m");
+    throw UsageFailure(std::string(option) + " " + Quoted(text) + ": not a duration",
+                       std::string("for example ") + option + " 30s, 500ms or 2m");
   }
   return milliseconds(std::stol(text.substr(0, digits)) * scale);
 }
@@ -104,7 +105,8 @@ StampPlan plan_of(const Arguments& arguments, const Options& options) {
   RefuseWeakHash(HashNamed(arguments.request.hash), options);
   StampPlan plan;
   plan.request = arguments.request;
-  plan.http.timeout = duration(arguments.timeout);
+  plan.http.timeout = duration("--timeout", arguments.timeout);
+  plan.maxSkew = duration("--max-skew", arguments.maxSkew);
   plan.authorities = authorities(arguments);
   plan.socket = !arguments.socket.empty();
   plan.patience = {arguments.retries, std::min(plan.http.timeout, kLongestWait)};
@@ -203,6 +205,9 @@ Run AddStamp(CLI::App& app) {
       app.add_option("--client-cert", arguments->clientCert, "certificate for TLS")->type_name("F");
   app.add_option("--client-key", arguments->clientKey, "key for TLS")->type_name("F")->needs(cert);
   app.add_option("--timeout", arguments->timeout, "for one exchange: 30s, 500ms, 2m")->type_name("TIME");
+  app.add_option("--max-skew", arguments->maxSkew,
+                 "how far the token's time may be from this clock without a note")
+      ->type_name("TIME");
   app.add_option("--retry", arguments->retries, "how often to try again after a fault of the network")
       ->type_name("N")
       ->check(CLI::Range(0, 100));

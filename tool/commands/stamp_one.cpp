@@ -16,6 +16,7 @@
 #include "tool/exchange/socket_transport.h"
 #include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
+#include "tool/message/gen_time.h"
 #include "tool/message/structure.h"
 
 namespace qex::tool {
@@ -110,6 +111,19 @@ Expected expectation(const Stamp& stamp) {
   return expected;
 }
 
+// A time far from this machine's is worth a look; which of the two clocks is wrong nobody here can tell.
+void note_skew(Stamp& stamp) {
+  using namespace std::chrono;
+  const auto time = ParseGenTime(InfoOf(stamp.answer.facts).genTime);
+  if (!time) return;
+  const milliseconds now = duration_cast<milliseconds>(system_clock::now().time_since_epoch());
+  const milliseconds skew = seconds(time->seconds) - now;
+  if (abs(skew) <= stamp.plan.maxSkew) return;
+  const int64_t away = duration_cast<seconds>(abs(skew)).count();
+  stamp.report.Note("clock", "the token's time is " + std::to_string(away) + " s " +
+                                 (skew.count() < 0 ? "behind" : "ahead of") + " this machine's clock");
+}
+
 // Has the reply read and judged; throws the Failure that it comes to.
 void judge(Stamp& stamp, Worker& worker, const Trust& trust, const Options& options) {
   if (inspect::KindOf(stamp.reply.body) != inspect::Kind::Reply) {
@@ -124,6 +138,7 @@ void judge(Stamp& stamp, Worker& worker, const Trust& trust, const Options& opti
   Manner manner;
   manner.signatureAsked = job.verify;
   stamp.report = JudgeToken(stamp.answer.facts, expectation(stamp), trust, manner, options);
+  note_skew(stamp);
   if (!stamp.reply.note.empty()) stamp.report.Note("transport", "the reply " + stamp.reply.note);
   if (const auto failure = stamp.report.FirstFailure(stamp.authority)) throw Failure{*failure};
 }

@@ -1,6 +1,7 @@
 // Stamping one file: request, exchange with the first authority that gives a good reply, and the outcome.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <vector>
@@ -23,6 +24,8 @@ struct StampPlan {
   bool socket = false;
   HttpSettings http;
   Patience patience;
+  std::chrono::milliseconds maxSkew{
+      300000};                      // of the token's time from the clock, before a note is made of it
   std::string output;               // file, folder or -; empty: beside the stamped file
   std::vector<std::string> inputs;  // files that no output may take the place of
 };
