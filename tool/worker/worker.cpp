@@ -149,7 +149,7 @@ Failure ended(int status, const std::string& name, const std::string& messages) 
 bool may_have_v2(const Bytes& message) {
   constexpr uint8_t kSigningCertificateV2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
                                                0x01, 0x09, 0x10, 0x02, 0x2F};
-  return std::ranges::search(message, kSigningCertificateV2).begin() != message.end();
+  return !std::ranges::search(message, kSigningCertificateV2).empty();
 }
 
 }  // namespace
