@@ -247,6 +247,24 @@ class ProcessesTest(ManyTest):
         self.assertEqual(lines[2], "5 files: 4 pass, 1 fail (1 internal)")
         self.assertEqual(process.returncode, 70)
 
+    def test_AnIdleWorkerThatEndsTakesNothingWithIt(self):
+        process = self.start("-j", "1")
+        _, worker = self.lane_at_the_pipe(process)
+        os.kill(worker, signal.SIGKILL)
+        wait_until(lambda: state(worker) in (None, "Z"))
+        self.let_go()
+        output, _ = process.communicate(timeout=60)
+        self.assertTrue(output.endswith(b"5 files: 5 pass, 0 fail\n"), output)
+
+    def test_NothingIsLeftWhenTheProgramIsKilled(self):
+        process = self.start("-j", "1")
+        self.lane_at_the_pipe(process)
+        below = descendants(process.pid)
+        self.assertEqual(len(below), 2)
+        process.kill()
+        wait_until(lambda: all(state(pid) in (None, "Z") for pid in below))
+        os.close(self.writer)
+
     def test_CtrlCTellsWhatWasDone(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             for alone in (False, True):

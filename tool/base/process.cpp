@@ -3,6 +3,9 @@
 
 #include <fcntl.h>
 #include <poll.h>
+#ifdef __linux__
+#include <sys/prctl.h>
+#endif
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -89,9 +92,19 @@ void drop_handlers() {
   }
 }
 
-[[noreturn]] void become_child(const Pipe& in, const Pipe& out, const Pipe* err,
+// A child goes when its parent does, however that came, and whatever it is at. It then tidies up as when it
+// is asked to end.
+void end_with_parent(pid_t parent) {
+#ifdef __linux__
+  ::prctl(PR_SET_PDEATHSIG, SIGTERM);
+#endif
+  if (::getppid() != parent) ::_exit(127);
+}
+
+[[noreturn]] void become_child(pid_t parent, const Pipe& in, const Pipe& out, const Pipe* err,
                                const std::function<int()>& main) {
   drop_handlers();
+  end_with_parent(parent);
   const bool ready = ::dup2(in.read, STDIN_FILENO) >= 0 && ::dup2(out.write, STDOUT_FILENO) >= 0 &&
                      (err == nullptr || ::dup2(err->write, STDERR_FILENO) >= 0);
   ::closefrom(STDERR_FILENO + 1);
@@ -144,9 +157,10 @@ ChildProcess::ChildProcess(Errors errors, const std::function<int()>& main) {
   std::optional<Pipe> err;
   if (errors == Errors::Capture) err.emplace();
   std::fflush(nullptr);
+  const pid_t parent = ::getpid();
   pid_ = ::fork();
   if (pid_ < 0) fail_to_start(errno);
-  if (pid_ == 0) become_child(in, out, err ? &*err : nullptr, main);
+  if (pid_ == 0) become_child(parent, in, out, err ? &*err : nullptr, main);
   input_ = std::exchange(in.write, -1);
   output_ = std::exchange(out.read, -1);
   if (err) {

@@ -157,12 +157,14 @@ bool may_have_v2(const Bytes& message) {
 std::string Worker::exchange(Version version, const std::string& question, const std::string& name,
                              std::string& messages) {
   std::unique_ptr<ChildProcess>& process = processes_[version];
-  if (process == nullptr) {
+  bool sent = process != nullptr && process->Send(question);
+  if (!sent) {  // there is none yet, or it ended while it had nothing to read
     process = std::make_unique<ChildProcess>(
         ChildProcess::Errors::Capture, [this, version] { return serve(trust_, kVersionNames[version]); });
+    sent = process->Send(question);
   }
   std::optional<std::string> answer;
-  if (process->Send(question)) answer = process->Receive();
+  if (sent) answer = process->Receive();
   messages += process->TakeMessages();
   if (answer) return *answer;
   const int status = process->Wait();
