@@ -1,5 +1,6 @@
 // qex explain: what a number means. It means different things in different places, so all are shown; without
 // a number the tables themselves.
+#include <algorithm>
 #include <charconv>
 #include <memory>
 #include <string>
@@ -18,10 +19,7 @@ namespace {
 
 Json result_code_meaning(const inspect::CodeText& code) {
   const ExitStatus exit = ExitOfCode(code.code);
-  const ExitText* row = nullptr;
-  for (const ExitText& text : ExitTexts()) {
-    if (text.status == exit) row = &text;
-  }
+  const auto row = std::ranges::find(ExitTexts(), exit, &ExitText::status);  // each has one
   return {{"as", "result code"},
           {"name", code.name},
           {"meaning", code.text},

@@ -237,8 +237,8 @@ const HashAlgorithm& ManifestHash(const std::string& name) {
                      "use --hash sha256, sha384 or sha512, of which sha256sum and its relatives write lists");
 }
 
-std::string MakeManifest(const std::string& list, std::vector<Subject> files, const HashAlgorithm& hash,
-                         size_t jobs, const Options& options) {
+std::string MakeManifest(const std::string& list, const std::vector<Subject>& files,
+                         const HashAlgorithm& hash, size_t jobs, const Options& options) {
   const fs::path listPlace = place_of(list);
   std::vector<std::string> names;
   std::vector<std::string> paths;

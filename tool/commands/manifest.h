@@ -20,8 +20,8 @@ const HashAlgorithm& ManifestHash(const std::string& name);
 // MakeManifest digests the files, at most `jobs` at once, and returns the text of the list that is to lie at
 // `list`. The list and its stamp are left out, and a file that is named twice stands there once. Throws a
 // Failure for the first file that cannot be read.
-std::string MakeManifest(const std::string& list, std::vector<Subject> files, const HashAlgorithm& hash,
-                         size_t jobs, const Options& options);
+std::string MakeManifest(const std::string& list, const std::vector<Subject>& files,
+                         const HashAlgorithm& hash, size_t jobs, const Options& options);
 
 // VerifyManifest verifies the token of the list, then every file that it names; files below `folders` that it
 // does not name are reported. It writes a line for each and a summary, and returns the worst exit status.
