@@ -94,7 +94,7 @@ class SchemaTest(ToolTest):
         self.write(self.path("second"), b"two")
         *documents, last = self.described("verify", self.document, self.path("second"), "--tsa-cert", files[3], check=3)
         self.assertEqual([document["exit"] for document in documents], [0, 3])
-        self.assertEqual((last["exit"], last["summary"]["pass"], last["summary"]["fail"]), (3, 1, 1))
+        self.assertEqual((last["exit"], last["summary"]["passed"], last["summary"]["failed"]), (3, 1, 1))
         jobs = [json.dumps(job) for job in ({"id": 1, "file": self.document}, {"id": [None, "x"], "token": files[0]},
                                             {"file": self.path("none")}, {"id": "y", "nothing": "x"}, [])] + ["{"]
         for command, statuses in (("verify", [0, 4, 3, 2, 2, 2]), ("show", [2, 0, 2, 2, 2, 2])):
