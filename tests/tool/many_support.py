@@ -1,6 +1,9 @@
 """What the tests of many subjects share: stamped files under one root, and looking at processes."""
 
+import fcntl
 import os
+import sys
+import termios
 import time
 
 import support
@@ -64,6 +67,14 @@ def state(pid):
             return file.read().rsplit(")", 1)[1].split()[0]
     except (FileNotFoundError, ProcessLookupError):
         return None
+
+
+def waiting_octets(pid):
+    """How much the standard input of a process, a pipe, has for it to read."""
+    fd = os.open(f"/proc/{pid}/fd/0", os.O_RDONLY | os.O_NONBLOCK)
+    count = fcntl.ioctl(fd, termios.FIONREAD, b"\0" * 4)
+    os.close(fd)
+    return int.from_bytes(count, sys.byteorder)
 
 
 def wait_until(true, seconds=60):

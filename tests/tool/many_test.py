@@ -12,7 +12,7 @@ import time
 import unittest
 
 import support
-from many_support import CONTENT, ManyTest, children, descendants, main, state, wait_until
+from many_support import CONTENT, ManyTest, children, descendants, main, state, wait_until, waiting_octets
 from support import environment, run
 
 TIME = r"\d{4}-\d\d-\d\dT\d\d:\d\d:\d\dZ"
@@ -239,6 +239,7 @@ class ProcessesTest(ManyTest):
         process.stdout.readline()  # a, b and pipe are done when their lines are there
         process.stdout.readline()
         process.stdout.readline()
+        wait_until(lambda: waiting_octets(worker))  # c
         os.kill(worker, signal.SIGKILL)
         output, _ = process.communicate(timeout=60)
         lines = output.decode().splitlines()
