@@ -40,6 +40,7 @@ std::optional<ExchangeFailure> failure_of(const std::string& authority,
 void AskInTurn(const std::vector<std::string>& authorities, const Patience& patience,
                const std::function<void(const std::string&)>& ask, std::vector<Attempt>& attempts) {
   std::vector<Turn> turns;
+  turns.reserve(authorities.size());
   for (const std::string& authority : authorities) turns.push_back({authority, Clock::now()});
   milliseconds pause = kFirstPause;
   for (unsigned round = 0; !turns.empty(); ++round) {

@@ -35,7 +35,7 @@ std::optional<int64_t> seconds_of(const Calendar& time) {
   if (time.year < 1 || !date.ok() || time.hour > 23 || time.minute > 59 || time.second > 59)
     return std::nullopt;
   const int64_t days = sys_days(date).time_since_epoch().count();
-  return days * kSecondsOfDay + time.hour * 3600 + time.minute * 60 + time.second;
+  return days * kSecondsOfDay + int64_t{time.hour} * 3600 + int64_t{time.minute} * 60 + time.second;
 }
 
 // Reads fields of two digits (four for the year), each after its separator; false where one is missing.

@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <iterator>
 #include <new>
 
 #include "api/qex.h"
@@ -149,7 +150,8 @@ Failure ended(int status, const std::string& name, const std::string& messages) 
 bool may_have_v2(const Bytes& message) {
   constexpr uint8_t kSigningCertificateV2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
                                                0x01, 0x09, 0x10, 0x02, 0x2F};
-  return !std::ranges::search(message, kSigningCertificateV2).empty();
+  return std::search(message.begin(), message.end(), std::begin(kSigningCertificateV2),
+                     std::end(kSigningCertificateV2)) != message.end();
 }
 
 }  // namespace
