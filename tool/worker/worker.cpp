@@ -184,10 +184,11 @@ void Worker::CheckTrust() {
 Answer Worker::ask(Version version, const Job& job) {
   Answer answer;
   const std::string question = WireFrom({{"serve", kVersionNames[version]}, {"job", ToJson(job)}});
-  const Json json = FromWire(exchange(version, question, job.name, answer.libraryMessages));
+  const std::string frame = exchange(version, question, job.name, answer.libraryMessages);
   try {
+    const Json json = FromWire(frame);
     if (json.is_object() && json.contains("failure")) {
-      Failure failure = FailureFrom(json["failure"]);
+      Failure failure = FailureFrom(json.at("failure"));
       failure.message = job.name + ": " + failure.message;
       failure.libraryMessages = answer.libraryMessages;
       throw Failure{failure};
