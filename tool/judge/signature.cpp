@@ -10,6 +10,9 @@ namespace {
 
 constexpr uint64_t kWeakKeyBits = 2048;    // of RSA and DSA: below only with --allow-weak
 constexpr uint64_t kBrokenKeyBits = 1024;  // below never
+constexpr uint64_t kWeakCurveBits =
+    224;  // the same for elliptic curves: 112 bits of security, as for RSA 2048
+constexpr uint64_t kBrokenCurveBits = 160;
 
 std::string digest_name(const Facts& facts) {
   if (facts.strict) return facts.strict->signature.digest;
@@ -32,13 +35,17 @@ std::optional<Fault> fault_of_strength(const Facts& facts, const Options& option
   const std::string text = signature_text(facts);
   if (signer == nullptr) return std::nullopt;
   const SignerKey& key = signer->key;
-  const bool factoring = key.type == "rsa" || key.type == "rsa-pss" || key.type == "dsa";
-  if (factoring && key.bits < kBrokenKeyBits) {
-    return Fault{text + ": a key of less than 1024 bits", kWeak,
-                 "such keys have been broken; no option accepts them"};
+  const bool curve = key.type == "ec";
+  const bool measured = curve || key.type == "rsa" || key.type == "rsa-pss" || key.type == "dsa";
+  const uint64_t broken = curve ? kBrokenCurveBits : kBrokenKeyBits;
+  const uint64_t weak = curve ? kWeakCurveBits : kWeakKeyBits;
+  if (measured && key.bits < broken) {
+    return Fault{text + ": a key of less than " + std::to_string(broken) + " bits", kWeak,
+                 "such keys are broken; no option accepts them"};
   }
-  if (factoring && key.bits < kWeakKeyBits && !options.allowWeak) {
-    return Fault{text + ": a key of less than 2048 bits", kWeak, "--allow-weak accepts it all the same"};
+  if (measured && key.bits < weak && !options.allowWeak) {
+    return Fault{text + ": a key of less than " + std::to_string(weak) + " bits", kWeak,
+                 "--allow-weak accepts it all the same"};
   }
   if (key.lowExponent && key.type.starts_with("rsa") && !options.allowLowExponent) {
     return Fault{
