@@ -37,6 +37,7 @@ Token decode(ByteView octets) {
     token.message = DecodeWhole<OwnedCms, d2i_CMS_ContentInfo>(parts->rest);
     if (token.message) return token;
     token.certificates.reset();
+    ThrowIfMemoryFailed();  // what is said of the whole is what counts
   }
   token.message = DecodeWhole<OwnedCms, d2i_CMS_ContentInfo>(octets);
   return token;
