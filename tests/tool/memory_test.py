@@ -73,8 +73,8 @@ class MemoryTest(ToolTest):
             self.assertIn(OUT_OF_MEMORY, failure["message"])
             told += 1
         self.assertLessEqual(ended, digests)
-        # What is left needs none; libcrypto gets by without some of its own.
-        self.assertGreater(told + ended, allocations * 95 // 100)
+        # The last ones come after the answer, as the process ends; libcrypto gets by without some of its own.
+        self.assertGreater(told + ended, (allocations - 60) * 95 // 100)
 
     def test_NothingSeemsAbsentOrWrongWithoutMemory(self):
         jobs = ((job(self.request, asn1=True), 0), (job(self.certificate, asn1=True), 1),
