@@ -67,16 +67,6 @@ Known& known() {
   return certificates;
 }
 
-X509* certificate_of(ByteView encoding) {
-  Bytes octets(encoding.begin(), encoding.end());
-  const auto found = known().find(octets);
-  if (found != known().end()) return found->second.get();
-  OwnedCertificate certificate = DecodeWhole<OwnedCertificate, d2i_X509>(encoding);
-  ThrowIfMemoryFailed();
-  if (!certificate) return nullptr;
-  return known().emplace(std::move(octets), std::move(certificate)).first->second.get();
-}
-
 }  // namespace
 
 std::optional<TokenParts> TakeApart(ByteView token) {
@@ -106,14 +96,27 @@ std::optional<TokenParts> TakeApart(ByteView token) {
   return parts;
 }
 
+OwnedCertificate KnownCertificate(ByteView encoding) {
+  Bytes octets(encoding.begin(), encoding.end());
+  auto found = known().find(octets);
+  if (found == known().end()) {
+    OwnedCertificate certificate = DecodeWhole<OwnedCertificate, d2i_X509>(encoding);
+    ThrowIfMemoryFailed();
+    if (!certificate) return nullptr;
+    if (known().size() >= kMost) known().clear();
+    found = known().emplace(std::move(octets), std::move(certificate)).first;
+  }
+  X509_up_ref(found->second.get());
+  return OwnedCertificate(found->second.get());
+}
+
 OwnedCertificates KnownCertificates(const std::vector<ByteView>& encodings) {
-  if (known().size() + encodings.size() > kMost) known().clear();
   OwnedCertificates row(Needed(sk_X509_new_null()));
   for (const ByteView encoding : encodings) {
-    X509* certificate = certificate_of(encoding);
-    if (certificate == nullptr) return nullptr;
-    if (sk_X509_push(row.get(), certificate) <= 0) throw std::bad_alloc();
-    X509_up_ref(certificate);
+    OwnedCertificate certificate = KnownCertificate(encoding);
+    if (!certificate) return nullptr;
+    if (sk_X509_push(row.get(), certificate.get()) <= 0) throw std::bad_alloc();
+    (void)certificate.release();
   }
   return row;
 }

@@ -1,5 +1,6 @@
 // The certificates of a token apart from the rest of it. Tokens of one authority carry the same certificates,
-// and decoding their keys takes libcrypto longer than all else about a token; so each is decoded once.
+// often with the root that the caller names too, and decoding their keys takes libcrypto longer than all else
+// about a token; so each is decoded once.
 #pragma once
 
 #include <optional>
@@ -18,6 +19,9 @@ struct TokenParts {
 // TakeApart returns the parts of a token; nothing when it is not plainly encoded (definite lengths, X.509
 // certificates and no other kind), or carries none.
 std::optional<TokenParts> TakeApart(ByteView token);
+
+// KnownCertificate returns the certificate of an encoding; nothing when it does not decode.
+OwnedCertificate KnownCertificate(ByteView encoding);
 
 // KnownCertificates returns the certificates of these encodings; nothing when one of them does not decode.
 OwnedCertificates KnownCertificates(const std::vector<ByteView>& encodings);

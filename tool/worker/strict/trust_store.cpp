@@ -2,6 +2,7 @@
 #include "tool/worker/strict/trust_store.h"
 
 #include "tool/base/failure.h"
+#include "tool/worker/strict/known_certificates.h"
 #include "tool/worker/strict/strict.h"
 
 namespace qex::tool {
@@ -24,16 +25,10 @@ Latest& latest() {
                 std::string("name a file with whole ones, in PEM or DER")};
 }
 
-OwnedCertificate certificate_of(const TrustItem& item) {
-  OwnedCertificate certificate = DecodeWhole<OwnedCertificate, d2i_X509>(item.der);
-  if (!certificate) ThrowIfMemoryFailed();
-  return certificate;
-}
-
 std::vector<OwnedCertificate> certificates_of(const std::vector<TrustItem>& items) {
   std::vector<OwnedCertificate> certificates;
   for (const TrustItem& item : items) {
-    certificates.push_back(certificate_of(item));
+    certificates.push_back(KnownCertificate(item.der));
     if (!certificates.back()) refuse(item, "a certificate");
   }
   return certificates;
@@ -53,7 +48,9 @@ TrustStore decode(const Trust& trust) {
   store.roots.reset(Needed(sk_X509_new_null()));
   for (OwnedCertificate& root : certificates_of(trust.roots)) add_root(store.roots.get(), std::move(root));
   for (const TrustItem& item : trust.systemRoots) {
-    if (OwnedCertificate root = certificate_of(item)) add_root(store.roots.get(), std::move(root));
+    OwnedCertificate root = DecodeWhole<OwnedCertificate, d2i_X509>(item.der);
+    ThrowIfMemoryFailed();
+    if (root) add_root(store.roots.get(), std::move(root));
   }
   for (const TrustItem& item : trust.crls) {
     store.lists.push_back(DecodeWhole<OwnedCrl, d2i_X509_CRL>(item.der));
