@@ -40,11 +40,11 @@ namespace {
 
 constexpr size_t kStep = 65536;
 
-// One read is enough for a small file, and the octet more shows that it ends there.
-size_t first_step(int fd) {
+// The size that a regular file says it has; 0 where that says nothing.
+size_t size_of(int fd) {
   struct stat status {};
-  const bool known = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0;
-  return known ? std::min<size_t>(kStep, static_cast<size_t>(status.st_size) + 1) : kStep;
+  const bool regular = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
+  return regular ? static_cast<size_t>(status.st_size) : 0;
 }
 
 // Reads a whole file; false when it is longer than `most`, and not all of it was read.
@@ -54,14 +54,17 @@ bool read_up_to(const std::string& path, size_t most, Octets& data) {
   const int fd = standard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) throw FileFailure(path, "cannot be opened", errno);
   int error = 0;
-  for (size_t step = first_step(fd); data.size() <= most; step = kStep) {
+  const size_t size = size_of(fd);
+  // One read is enough for a small file: the octet more that it asks for shows that the file ends there.
+  size_t step = size > 0 && size < kStep ? size + 1 : kStep;
+  for (; data.size() <= most; step = kStep) {
     const size_t held = data.size();
     data.resize(held + step);
     const ssize_t n = ::read(fd, data.data() + held, step);
     data.resize(held + (n > 0 ? static_cast<size_t>(n) : 0));
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) error = errno;
-    if (n <= 0) break;
+    if (n <= 0 || (static_cast<size_t>(n) < step && size > 0 && data.size() >= size)) break;
   }
   if (!standard) ::close(fd);
   if (error != 0) throw FileFailure(path, "cannot be read", error);
