@@ -2,8 +2,11 @@
 #include "tool/worker/examine_tac.h"
 
 #include <array>
-#include <charconv>
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+#include <limits>
 #include <string>
 #include <string_view>
 
@@ -31,11 +34,13 @@ void add_time(Json& object, const std::string& name, std::string_view time) {
 
 // The shortest decimal number that is this one in single precision: 0.1, not 0.10000000149.
 Json number_of(float value) {
+  if (!std::isfinite(value)) return nullptr;
   std::array<char, 32> text{};
-  const auto end = std::to_chars(text.data(), text.data() + text.size(), value);
-  double number = 0;
-  std::from_chars(text.data(), end.ptr, number);
-  return number;
+  for (int digits = 1; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
+    std::snprintf(text.data(), text.size(), "%.*g", digits, static_cast<double>(value));
+    if (std::strtof(text.data(), nullptr) == value) break;
+  }
+  return std::strtod(text.data(), nullptr);
 }
 
 template <size_t kSize>
