@@ -77,6 +77,24 @@ function(qex_harden target)
   target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now,-z,noexecstack")
 endfunction()
 
+# qex_static_runtime(TARGET): what gets installed brings the part of the C++ runtime that it uses. A program in
+# any language can then load the library next to whatever C++ it has itself, and resolving the names of the
+# whole runtime, a fifth of the time of one check, is spared. Instrumentation has runtimes of its own.
+set(QEX_RUNTIME_IS_STATIC OFF)
+if(QEX_STATIC_RUNTIME AND NOT QEX_SANITIZE AND NOT QEX_COVERAGE AND NOT QEX_FUZZ)
+  include(CheckCXXSourceCompiles)
+  set(CMAKE_REQUIRED_LINK_OPTIONS -static-libstdc++ -static-libgcc)
+  check_cxx_source_compiles("#include <string>\nint main(int n, char**) { throw std::string(n, 'x'); }"
+                            QEX_HAS_STATIC_RUNTIME)
+  unset(CMAKE_REQUIRED_LINK_OPTIONS)
+  set(QEX_RUNTIME_IS_STATIC ${QEX_HAS_STATIC_RUNTIME})
+endif()
+function(qex_static_runtime target)
+  if(QEX_RUNTIME_IS_STATIC)
+    target_link_options(${target} PRIVATE -static-libstdc++ -static-libgcc)
+  endif()
+endfunction()
+
 # qex_check_integers(TARGET): for sources of library and tool. Where QEX_CHECK_INTEGERS is on, integers that
 # wrap, or change in a conversion that nobody wrote, are reported, but for what is listed as meant.
 if(QEX_CHECK_INTEGERS)
