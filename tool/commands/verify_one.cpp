@@ -64,7 +64,9 @@ Answer ask_about_token(const VerifyArguments& arguments, Worker& worker, const O
   job.ess = arguments.manner.ess;
   job.libraryOnly = arguments.manner.libraryOnly;
   job.allowWeak = options.allowWeak;
-  Answer answer = worker.Ask(job);
+  if (!arguments.request.path.empty())
+    job.request = ReadMessageOf(arguments.request, inspect::Kind::Request).octets;
+  Answer answer = worker.Ask(job, arguments.last ? Worker::Then::Nothing : Worker::Then::More);
   if (auto refusal = RefusalOf(answer.facts, job.name)) {
     refusal->libraryMessages = answer.libraryMessages;
     throw Failure{*refusal};
@@ -72,22 +74,25 @@ Answer ask_about_token(const VerifyArguments& arguments, Worker& worker, const O
   return answer;
 }
 
-void expect_request(Expected& expected, const Source& source, Worker& worker) {
-  Job job;
-  job.name = ShownPath(source.path);
-  job.message = ReadMessageOf(source, inspect::Kind::Request).octets;
-  expected.request = worker.Ask(job).facts.request;
-  expected.requestSource = job.name;
+void expect_request(Expected& expected, const std::string& name, const Answer& answer) {
+  if (answer.facts.requestFailure) {
+    Failure failure = *answer.facts.requestFailure;
+    failure.message = name + ": " + failure.message;
+    failure.libraryMessages = answer.libraryMessages;
+    throw Failure{failure};
+  }
+  expected.request = answer.facts.request;
+  expected.requestSource = name;
   const RequestFacts& request = expected.request.value();
   if (request.nonce) {
     expected.nonce = request.nonce;
-    expected.nonceSource = job.name;
+    expected.nonceSource = name;
   } else {
-    expected.noNonceReason = job.name + " has none";
+    expected.noNonceReason = name + " has none";
   }
   if (request.policy) {
     expected.policy = request.policy;
-    expected.policySource = job.name;
+    expected.policySource = name;
   }
 }
 
@@ -106,15 +111,15 @@ Imprint imprint_of_file(const VerifyArguments& arguments, const Facts& facts, co
   return {algorithm, hasher.Final()};
 }
 
-Expected expectation(const VerifyArguments& arguments, const Facts& facts, Worker& worker,
-                     const Options& options) {
+Expected expectation(const VerifyArguments& arguments, const Answer& answer, const Options& options) {
   Expected expected;
-  if (!arguments.request.path.empty()) expect_request(expected, arguments.request, worker);
+  if (!arguments.request.path.empty())
+    expect_request(expected, ShownPath(arguments.request.path), answer);
   if (!arguments.digest.empty()) {
-    expected.imprint = ExpectedDigest(arguments.digest, facts);
+    expected.imprint = ExpectedDigest(arguments.digest, answer.facts);
     expected.imprintSource = "--digest";
   } else if (!arguments.file.empty()) {
-    expected.imprint = imprint_of_file(arguments, facts, options);
+    expected.imprint = imprint_of_file(arguments, answer.facts, options);
     expected.imprintSource = ShownPath(arguments.file);
   }
   if (!arguments.nonce.empty()) {
@@ -166,8 +171,7 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
   }
   const std::string name = ShownPath(arguments.token.path);
   const Answer answer = ask_about_token(arguments, worker, options);
-  const Expected expected = expectation(arguments, answer.facts, worker, options);
-  if (arguments.last) worker.Dismiss();
+  const Expected expected = expectation(arguments, answer, options);
   const Report report = JudgeToken(answer.facts, expected, trust, arguments.manner, options);
 
   Outcome outcome;

@@ -226,7 +226,8 @@ struct TacMatch {
 struct Facts {
   inspect::Kind kind = inspect::Kind::Unknown;
   uint64_t trailing = 0;  // octets after the message
-  std::optional<RequestFacts> request;
+  std::optional<RequestFacts> request;    // the message, or what the job had beside it
+  std::optional<Failure> requestFailure;  // why that cannot be read
   std::optional<Status> status;      // of a reply
   std::optional<Bytes> token;        // of a reply, or the message itself
   std::optional<int32_t> tokenCode;  // of a reply: the library's result of taking the token out

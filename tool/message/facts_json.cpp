@@ -211,6 +211,7 @@ void members(V& visit, Facts& v) {
   visit("kind", v.kind);
   visit("trailing", v.trailing);
   visit("request", v.request);
+  visit("request_failure", v.requestFailure);
   visit("status", v.status);
   visit("token", v.token);
   visit("token_code", v.tokenCode);
@@ -236,6 +237,7 @@ void members(V& visit, Job& v) {
   visit("asn1", v.asn1);
   visit("take_tac", v.takeTac);
   visit("tac", v.tac);
+  visit("request", v.request);
   visit("rewriting", v.rewriting);
   visit("ess", v.ess);
   visit("library_only", v.libraryOnly);

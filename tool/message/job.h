@@ -21,6 +21,7 @@ struct Job {
   bool asn1 = false;      // the printed message
   bool takeTac = false;   // the time attribute certificate of a token, and whether it belongs
   Bytes tac = {};         // the certificate to match; empty: the token's own
+  Bytes request = {};     // the request that a token is said to answer, to be read with it; empty: none
   Rewriting rewriting = Rewriting::None;
   // How.
   std::string ess = "auto";  // which signing-certificate attribute counts: auto, v1, v2

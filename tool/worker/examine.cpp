@@ -135,10 +135,10 @@ void examine_reply(Facts& facts, const Job& job, const Trust& trust, const std::
   facts.token = std::move(token);
 }
 
-void examine_request(Facts& facts, const Job& job) {
-  facts.request = inspect::InspectRequest(job.message);
+void examine_request(Facts& facts, const Bytes& request) {
+  facts.request = inspect::InspectRequest(request);
   if (!facts.request)
-    throw LibraryFailure("the request cannot be read", RequestCodeByLibrary(job.message), job.message);
+    facts.requestFailure = LibraryFailure("the request cannot be read", RequestCodeByLibrary(request), request);
 }
 
 void examine_certificate(Facts& facts, const Job& job) {
@@ -161,13 +161,15 @@ Facts Examine(const Job& job, const Trust& trust, const std::string& serves) {
   facts.trailing = inspect::TrailingOctets(job.message);
   if (job.asn1) facts.asn1 = inspect::Asn1Text(facts.kind, job.message).value_or("");
   switch (facts.kind) {
-    case Kind::Request: examine_request(facts, job); break;
+    case Kind::Request: examine_request(facts, job.message); break;
     case Kind::Reply: examine_reply(facts, job, trust, serves); break;
     case Kind::Token: examine_token(facts, job.message, job, trust, serves); break;
     case Kind::Certificate: examine_certificate(facts, job); break;
     case Kind::AttributeCertificate: facts.tac = DescribeTac(job.message); break;
     case Kind::Unknown: break;
   }
+  if (facts.kind == Kind::Request && facts.requestFailure) throw Failure{*facts.requestFailure};
+  if (facts.token && !job.request.empty()) examine_request(facts, job.request);
   const bool unreadable = facts.kind == Kind::Certificate && !facts.certificate;
   if (facts.kind == Kind::Unknown || unreadable) {
     throw Failure{ExitStatus::Input, "is no time-stamp request, reply, token or certificate",

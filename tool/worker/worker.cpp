@@ -165,6 +165,7 @@ std::string Worker::exchange(Version version, const std::string& question, const
         ChildProcess::Errors::Capture, [this, version] { return serve(trust_, kVersionNames[version]); });
     sent = process->Send(question);
   }
+  if (then_ == Then::Nothing) process->CloseInput();
   std::optional<std::string> answer;
   if (sent) answer = process->Receive();
   messages += process->TakeMessages();
@@ -205,7 +206,12 @@ Answer Worker::ask(Version version, const Job& job) {
   return answer;
 }
 
-Answer Worker::Ask(const Job& job) {
+Answer Worker::Ask(const Job& job, Then then) {
+  then_ = then;
+  return ask_each_version(job);
+}
+
+Answer Worker::ask_each_version(const Job& job) {
   if (job.ess != "auto") return ask(job.ess == "v2" ? V2 : V1, job);
   const bool versionMatters = job.verify || job.takeTac || job.describe;
   if (!versionMatters) return ask(processes_[V1] != nullptr ? V1 : V2, job);
@@ -221,6 +227,7 @@ Answer Worker::Ask(const Job& job) {
   other.ess = kVersionNames[second];
   other.libraryOnly = true;
   other.describe = other.asn1 = false;
+  other.request.clear();
   Answer more = ask(second, other);
   answer.libraryMessages += more.libraryMessages;
   if (!more.facts.library) return answer;
@@ -232,14 +239,6 @@ Answer Worker::Ask(const Job& job) {
   }
   for (LibraryCheck& check : more.facts.library->checks) reading.checks.push_back(std::move(check));
   return answer;
-}
-
-void Worker::Dismiss() {
-  for (std::unique_ptr<ChildProcess>& process : processes_) {
-    if (process == nullptr) continue;
-    process->CloseInput();
-    dismissed_.push_back(std::move(process));
-  }
 }
 
 Answer AskOnce(const Job& job) {

@@ -29,13 +29,12 @@ class Worker {
   // CheckTrust has what the caller trusts decoded; throws a Failure that names what cannot be.
   void CheckTrust();
 
+  // Whether there will be another question. A process that knows of none ends while its answer is looked at.
+  enum class Then { More, Nothing };
+
   // Ask has a job done; throws the worker's Failure, or one of exit status 70 when the process ended before
   // it answered. With `ess` auto every signing-certificate attribute of the token is checked.
-  Answer Ask(const Job& job);
-
-  // Dismiss has the processes end, which takes them a while, without waiting for it; the next question finds
-  // others.
-  void Dismiss();
+  Answer Ask(const Job& job, Then then = Then::More);
 
  private:
   enum Version : size_t { V1, V2, kVersions };
@@ -43,10 +42,11 @@ class Worker {
   std::string exchange(Version version, const std::string& question, const std::string& name,
                        std::string& messages);
   Answer ask(Version version, const Job& job);
+  Answer ask_each_version(const Job& job);
 
   const Trust& trust_;
   std::array<std::unique_ptr<ChildProcess>, kVersions> processes_;
-  std::vector<std::unique_ptr<ChildProcess>> dismissed_;
+  Then then_ = Then::More;
 };
 
 // AskOnce has one job done by a worker that is told of nobody to trust, and ends.

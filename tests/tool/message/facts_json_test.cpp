@@ -52,6 +52,7 @@ Facts full_facts() {
   facts.kind = inspect::Kind::Reply;
   facts.trailing = 3;
   facts.request = RequestFacts{Bytes{0x2A}, {{1}, {2}}, Bytes{3}, true, 1};
+  facts.requestFailure = Failure{ExitStatus::Input, "m", "h", -2, -27, ""};
   facts.status = Status{0, {"fine"}, std::vector<uint32_t>{0, 25}};
   facts.token = Bytes{0x30, 0x00};
   facts.tokenCode = 0;
@@ -189,6 +190,7 @@ TEST(FactsJson, JobsAndFailuresComeBack) {
   job.message = {1, 2};
   job.verify = job.takeTac = job.allowWeak = true;
   job.tac = {3};
+  job.request = {4};
   job.rewriting = Rewriting::IdData;
   job.ess = "v1";
   EXPECT_EQ(ToJson(JobFrom(ToJson(job))), ToJson(job));
