@@ -99,6 +99,11 @@ class HardeningTest(unittest.TestCase):
         self.assertIsNone(self.library.dynamic.get("RPATH"))
         self.assertIsNone(self.library.dynamic.get("RUNPATH"))
 
+    def test_LibraryNeedsTheLanguagesOwnLibrariesAlone(self):
+        own = r"(libc|libm|ld\d*|ld-linux[\w-]*|libstdc\+\+|libgcc_s|lib[atu]b?san)\.so[.\d]*"
+        for value in self.library.dynamic.get("NEEDED", []):
+            self.assertRegex(value, rf"\[{own}\]")
+
     def test_ToolIsLoadedAnywhere(self):
         if not self.tool_path:
             self.skipTest("the tool was not built")
