@@ -103,11 +103,46 @@ class JobsTest(ManyTest):
         self.assertIn("MAAA: is no time-stamp", json.loads(done.stdout.splitlines()[2])["error"])
 
     def test_AnIdOfAnyKindComesBack(self):
-        ids = (0, -1, 1.5, 2**63, "", "text\u0000\u202e\U0001f600", None, True, [], [1, [2, {"a": None}]], {"b": 1, "a": 2})
+        ids = (0, -1, 2**64 - 1, -2**63, "", "text\u0000\u202e\U0001f600", None, True, [], [1, [2, {"a": None}]], {"b": 1, "a": 2})
         documents = self.answers(*({"id": one, "token": self.token} for one in ids), check=0)
         self.assertEqual([document["id"] for document in documents], list(ids))
         self.assertEqual(list(documents[-1]["id"]), ["b", "a"])
         self.assertEqual(list(documents[0])[0], "id")
+
+    def test_AnIdThatWouldComeBackChangedIsRefused(self):
+        # Numbers that a floating point number cannot hold came back as other ones.
+        numbers = ("1.5", "1.0", "1e2", "18446744073709551616", "-9223372036854775809", "0.10000000000000001")
+        ids = (*numbers, f"[1,[{numbers[0]}]]", f'{{"a":{numbers[3]}}}')
+        lines = [f'{{"id":{one},"token":"{self.token}"}}'.encode() for one in ids]
+        for document in self.answers(*lines, check=2):
+            self.assertEqual((document["exit"], document["id"]), (2, None))
+            self.assertIn("integer of 64 bits", document["error"])
+
+    def test_ANumberThatNoneCanHoldEndsItsOwnJobOnly(self):
+        # Such a number ended the whole run with exit status 70.
+        good = {"id": "good", "token": self.token}
+        for line in (b'{"id":1e999,"token":"x"}', b'{"id":[-1e999],"token":"x"}', b'{"id":1,"token":1e999}', b"1e999"):
+            for command in ("verify", "show"):
+                with self.subTest(line=line, command=command):
+                    first, second = self.answers(line, good, command=command, check=2)
+                    self.assertEqual((first["exit"], first["id"]), (2, None))
+                    self.assertIn("line 1: a number is too large", first["error"])
+                    self.assertEqual((second["exit"], second["id"]), (0, "good"))
+
+    def test_ANulIsNoPartOfAMember(self):
+        # Names were read up to the NUL, and the report was of another file than the one that was opened.
+        path = self.stamped("file")
+        members = {"token": path + ".tsr", "file": path, "digest": "sha256:" + DIGEST, "request": path + ".tsq", "nonce": "01",
+                   "policy": "1.2.3"}
+        good = {"id": "good", "token": self.token}
+        for name, value in members.items():
+            for text in (value + "\0", value + "\0.evil", "\0" + value, "\0"):
+                with self.subTest(name=name, text=text):
+                    first, second = self.answers({"id": 1, "token": self.token, name: text}, good, check=2)
+                    self.assertEqual((first["exit"], first["id"], second["exit"]), (2, 1, 0))
+                    self.assertIn(f"line 1: member {name} holds a NUL", first["error"])
+        document, = self.answers({"id": 1, "token": path + ".tsr\0"}, command="show", check=2)
+        self.assertIn("NUL", document["error"])
 
     def test_AMalformedJobGetsItsOwnErrorAndTheNextOneGoesOn(self):
         deep = 1000000

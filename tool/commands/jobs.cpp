@@ -42,7 +42,8 @@ struct JobLine {
   JobMembers members;
 };
 
-// Parses a line; throws a Failure for what is no JSON object, is too deep or has a member twice.
+// Parses a line; throws a Failure for what is too deep, has a member twice or is no object, and an error of
+// the library for what is no JSON.
 Json object_of(std::string_view line, size_t number) {
   std::set<std::string> names;
   const auto watch = [&](int depth, Json::parse_event_t event, Json& value) {
@@ -53,19 +54,32 @@ Json object_of(std::string_view line, size_t number) {
     }
     return true;
   };
-  try {
-    Json object = Json::parse(line, watch);
-    if (object.is_object()) return object;
-  } catch (const Json::parse_error& error) {
-    throw malformed(number, "no JSON (octet " + std::to_string(error.byte) + ")");
-  }
+  Json object = Json::parse(line, watch);
+  if (object.is_object()) return object;
   throw malformed(number, "is no JSON object");
 }
 
-// Enters what the line says; `job` has the id as soon as that is known.
-void read_job(JobLine& job, std::string_view line, size_t number, const std::vector<std::string>& known) {
-  const Json object = object_of(line, number);
-  if (const auto id = object.find("id"); id != object.end()) job.id = id->dump();
+// Whether every number of a value is one that comes back as it came. What the library holds as a floating
+// point number may have lost digits, or be written another way.
+bool keeps_numbers(const Json& value) {
+  if (value.is_structured()) return std::ranges::all_of(value, keeps_numbers);
+  return !value.is_number_float();
+}
+
+// A path ends at a NUL, so that another file would be read than the one whose name is reported.
+void check_text(const std::string& name, const Json& value, size_t number) {
+  if (!value.is_string() || value.get_ref<const std::string&>().empty())
+    throw malformed(number, "member " + name + " is no text, or an empty one");
+  if (value.get_ref<const std::string&>().find('\0') != std::string::npos)
+    throw malformed(number, "member " + name + " holds a NUL");
+  if (value == "-") throw malformed(number, "member " + name + " cannot be standard input");
+}
+
+void enter_members(JobLine& job, const Json& object, size_t number, const std::vector<std::string>& known) {
+  if (const auto id = object.find("id"); id != object.end()) {
+    if (!keeps_numbers(*id)) throw malformed(number, "the id has a number that is no integer of 64 bits");
+    job.id = id->dump();
+  }
   for (const auto& [name, value] : object.items()) {
     if (name == "id") continue;
     if (std::ranges::find(known, name) == known.end()) {
@@ -74,10 +88,22 @@ void read_job(JobLine& job, std::string_view line, size_t number, const std::vec
       throw UsageFailure("job of line " + std::to_string(number) + ": there is no member " + Quoted(name),
                          "a job may have id" + list);
     }
-    if (!value.is_string() || value.get_ref<const std::string&>().empty())
-      throw malformed(number, "member " + name + " is no text, or an empty one");
-    if (value == "-") throw malformed(number, "member " + name + " cannot be standard input");
+    check_text(name, value, number);
     job.members.emplace_back(name, value.get<std::string>());
+  }
+}
+
+// Enters what the line says; `job` has the id as soon as that is known. Throws a Failure, and nothing of the
+// JSON library's: one line must not end the others.
+void read_job(JobLine& job, std::string_view line, size_t number, const std::vector<std::string>& known) {
+  try {
+    enter_members(job, object_of(line, number), number, known);
+  } catch (const Json::parse_error& error) {
+    throw malformed(number, "no JSON (octet " + std::to_string(error.byte) + ")");
+  } catch (const Json::out_of_range&) {
+    throw malformed(number, "a number is too large");
+  } catch (const Json::exception&) {
+    throw malformed(number, "cannot be read as JSON");
   }
 }
 
