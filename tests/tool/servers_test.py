@@ -1,6 +1,7 @@
 """What a server may do to `qex stamp`: the command ends by itself within its limits, with the documented
 exit status and one line that says what was wrong, and no file is touched."""
 
+import contextlib
 import os
 import socket
 import ssl
@@ -354,6 +355,25 @@ class TlsTest(TlsKeys):
     def test_HttpsIsSpokenToAnHttpsPortOnly(self):
         with self.tls(self.good, says()) as server:
             self.refused(("--tsa", f"http://127.0.0.1:{server.port}/"), 6, (str(server.port),))
+
+    def test_NoRedirectLeadsAwayFromTls(self):
+        # Only where the way began was looked at: from http over https it led back to http.
+        for steps in ((), ("http",), ("http", "https"), ("https",)):
+            with self.subTest(steps), Server(says(OK + b"\r\n" + GRANTED)) as last:
+                to = f"http://127.0.0.1:{last.port}/"
+                with contextlib.ExitStack() as servers:
+                    for step in ("https", *steps):
+                        script = redirect(to)
+                        server = servers.enter_context(self.tls(self.good, script) if step == "https" else Server(script))
+                        to = f"{step}://127.0.0.1:{server.port}/"
+                    self.refused(("--tsa", to, "--cacert", self.good), 6, (to, '"http"', "from https to http"))
+                self.assertEqual(last.served, 0)
+        # To https from http, and on from there, is followed.
+        with self.tls(self.good, says(OK + b"\r\n" + GRANTED)) as last, \
+                self.tls(self.good, redirect(f"https://127.0.0.1:{last.port}/")) as middle, \
+                Server(redirect(f"https://127.0.0.1:{middle.port}/")) as first:
+            self.refused(("--tsa", f"http://127.0.0.1:{first.port}/", "--cacert", self.good), 4, ("no token",))
+            self.assertEqual((middle.served, last.served), (2, 2))
 
     def test_FilesThatHoldNoPem(self):
         empty = os.path.join(self.class_folder, "empty")

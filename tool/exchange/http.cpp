@@ -1,6 +1,8 @@
 // One POST by libcurl.
 #include "tool/exchange/http.h"
 
+#include <strings.h>
+
 #include <algorithm>
 #include <cctype>
 #include <iterator>
@@ -26,7 +28,8 @@ constexpr std::string_view kOtherTypes[] = {"", "application/octet-stream", "bin
                                             "application/timestamp-response", "application/timestamp-query"};
 
 struct Received {
-  Bytes body;
+  CURL* handle;
+  Bytes body = {};
   size_t head = 0;  // octets
   bool bodyTooLong = false;
   bool headTooLong = false;
@@ -42,8 +45,30 @@ size_t receive(char* data, size_t /*one*/, size_t length, void* context) noexcep
   return length;
 }
 
-size_t count_head(char* /*line*/, size_t /*one*/, size_t length, void* context) noexcept {
+#if LIBCURL_VERSION_NUM >= 0x075500
+constexpr CURLoption kRedirectOption = CURLOPT_REDIR_PROTOCOLS_STR;
+constexpr const char* kTlsAlone = "https";
+#else
+constexpr CURLoption kRedirectOption = CURLOPT_REDIR_PROTOCOLS;
+constexpr long kTlsAlone = CURLPROTO_HTTPS;
+#endif
+
+// Whether the request that is being answered went over https.
+bool is_over_tls(CURL* handle) noexcept {
+  const char* url = nullptr;
+  if (Curl().easy_getinfo(handle, CURLINFO_EFFECTIVE_URL, &url) != CURLE_OK || url == nullptr) return false;
+  return ::strncasecmp(url, "https:", 6) == 0;
+}
+
+// Once one step of the way was https, so are all that follow. libcurl looks at the setting when it takes the
+// next step, after the head that asks for it.
+bool keep_to_tls(CURL* handle) noexcept {
+  return !is_over_tls(handle) || Curl().easy_setopt(handle, kRedirectOption, kTlsAlone) == CURLE_OK;
+}
+
+size_t read_head(char* /*line*/, size_t /*one*/, size_t length, void* context) noexcept {
   Received& received = *static_cast<Received*>(context);
+  if (!keep_to_tls(received.handle)) return 0;
   received.head += length;
   received.headTooLong = received.head > kMaxHead;
   return received.headTooLong ? 0 : length;
@@ -62,14 +87,14 @@ CurlList request_headers() {
   return list;
 }
 
+// From http a redirect may lead to either; read_head sees to it that none leads back.
 void set_protocols(const CurlHandle& handle, bool tls) {
 #if LIBCURL_VERSION_NUM >= 0x075500
   SetCurl(handle, CURLOPT_PROTOCOLS_STR, "http,https");
-  SetCurl(handle, CURLOPT_REDIR_PROTOCOLS_STR, tls ? "https" : "http,https");
+  SetCurl(handle, kRedirectOption, tls ? kTlsAlone : "http,https");
 #else
   SetCurl(handle, CURLOPT_PROTOCOLS, long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
-  SetCurl(handle, CURLOPT_REDIR_PROTOCOLS,
-          tls ? long{CURLPROTO_HTTPS} : long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
+  SetCurl(handle, kRedirectOption, tls ? kTlsAlone : long{CURLPROTO_HTTP | CURLPROTO_HTTPS});
 #endif
 }
 
@@ -156,7 +181,7 @@ void CheckUrl(const std::string& url) {
 HttpReply PostRequest(const HttpSettings& settings, ByteView request) {
   const CurlHandle curl = NewCurl(settings.timeout);
   const CurlList headers = request_headers();
-  Received received;
+  Received received{curl.get()};
   received.body.reserve(kMaxReply);  // here, where running out of memory can be thrown
   char detail[CURL_ERROR_SIZE] = "";
 
@@ -173,7 +198,7 @@ HttpReply PostRequest(const HttpSettings& settings, ByteView request) {
   SetCurl(curl, CURLOPT_ERRORBUFFER, detail);
   SetCurl(curl, CURLOPT_WRITEFUNCTION, receive);
   SetCurl(curl, CURLOPT_WRITEDATA, &received);
-  SetCurl(curl, CURLOPT_HEADERFUNCTION, count_head);
+  SetCurl(curl, CURLOPT_HEADERFUNCTION, read_head);
   SetCurl(curl, CURLOPT_HEADERDATA, &received);
   set_identities(curl, settings);
 
