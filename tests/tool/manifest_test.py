@@ -202,6 +202,17 @@ class StampManyTest(StampedFolderTest):
                                                     "not_done": 0, "reasons": {"unreadable": 2}})
         self.assertEqual(self.read(self.path("files/b.tsr")), b"older")
 
+    def test_ATimeFarFromTheClockStandsInTheLineOfItsFile(self):
+        # The note was shown for a single file only.
+        files = self.fill("a", "b")
+        note = r"   note: the token's time is \d+ s (behind|ahead of) this machine's clock"
+        for name, options, expected in (("near", (), ""), ("far", ("--max-skew", "1ms"), note)):
+            with self.subTest(name):
+                lines = self.stamp("--dir", files, "--force", *options, check=0).stdout.decode().splitlines()
+                self.assertEqual(len(lines), 3)
+                for line, file in zip(lines, "ab"):
+                    self.assertRegex(line, rf"^pass  {re.escape(files)}/{file}   [-0-9T:Z]+{expected}$")
+
     def test_TheRepliesGoToAFolder(self):
         files = self.fill("a", "b")
         os.mkdir(self.path("stamps"))

@@ -111,6 +111,8 @@ Expected expectation(const Stamp& stamp) {
   return expected;
 }
 
+constexpr const char* kClock = "clock";  // the key of the note
+
 // A time far from this machine's is worth a look; which of the two clocks is wrong nobody here can tell.
 void note_skew(Stamp& stamp) {
   using namespace std::chrono;
@@ -120,8 +122,8 @@ void note_skew(Stamp& stamp) {
   const milliseconds skew = seconds(time->seconds) - now;
   if (abs(skew) <= stamp.plan.maxSkew) return;
   const int64_t away = duration_cast<seconds>(abs(skew)).count();
-  stamp.report.Note("clock", "the token's time is " + std::to_string(away) + " s " +
-                                 (skew.count() < 0 ? "behind" : "ahead of") + " this machine's clock");
+  stamp.report.Note(kClock, "the token's time is " + std::to_string(away) + " s " +
+                                (skew.count() < 0 ? "behind" : "ahead of") + " this machine's clock");
 }
 
 // Has the reply read and judged; throws the Failure that it comes to.
@@ -221,6 +223,7 @@ Outcome outcome_of(const Stamp& stamp, const Trust& trust, const std::optional<F
   } else {
     outcome.unchecked = !trust.Any();
     outcome.line = "pass  " + subject + "   " + TokenFields(stamp.answer.facts)["time"].get<std::string>();
+    if (const Check* clock = stamp.report.Find(kClock)) outcome.line += "   note: " + clock->text;
   }
   if (options.json) {
     outcome.output = JsonLine(document_of(stamp, trust, failure));
