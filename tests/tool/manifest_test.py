@@ -95,6 +95,18 @@ class ManifestTest(StampedFolderTest):
         os.remove(self.path("files/a"))
         self.assertEqual(self.check(check=3)[1]["failed"], 2)
 
+    def test_AWorkingFolderThatIsGoneIsStatus3(self):
+        # The place of a relative name was asked for without heed of an error, which ended in exit status 70.
+        self.made()
+        gone = 'mkdir "$1" && cd "$1" && rmdir "$1" && shift && exec "$@"'
+        for arguments in (("stamp", "--manifest", "x.sha256", self.path("files/a"), "--tsa", self.server.url),
+                          ("verify", "--manifest", "x.sha256", "--tsa-cert", self.server.tsa),
+                          ("verify", "--manifest", "../files/all.sha256", "--dir", self.files, "--tsa-cert", self.server.tsa)):
+            with self.subTest(arguments=arguments):
+                done = subprocess.run(["sh", "-c", gone, "-", self.path("gone"), support.QEX, *arguments], env=environment(),
+                                      capture_output=True, check=False)
+                self.assert_error(done, 3, arguments[2], "No such file")
+
     def test_WithoutAGoodTokenNothingIsAPass(self):
         self.made()
         line = self.read(self.list).splitlines(keepends=True)[0]

@@ -30,10 +30,12 @@ constexpr size_t kMaxList = size_t{256} << 20;
 // One for each length of digest: a line of a list does not name its algorithm.
 constexpr const char* kListHashes[] = {"sha256", "sha384", "sha512"};
 
-// The place of a file, whatever way leads to its folder. A link to a file is a file of its own.
+// The place of a file, whatever way leads to its folder. A link to a file is a file of its own. Throws a
+// Failure for a relative path when the working folder is gone.
 fs::path place_of(const std::string& path) {
-  const fs::path whole = fs::absolute(path).lexically_normal();
   std::error_code error;
+  const fs::path whole = fs::absolute(path, error).lexically_normal();
+  if (error) throw FileFailure(path, "cannot be found from the working folder", error.value());
   const fs::path folder = fs::canonical(whole.parent_path(), error);
   return error ? whole : folder / whole.filename();
 }
