@@ -1,5 +1,6 @@
 """Manifests: one token for many files, written and checked; and stamps of many files at once."""
 
+import hashlib
 import json
 import os
 import re
@@ -94,6 +95,25 @@ class ManifestTest(StampedFolderTest):
         self.assertEqual(self.check(check=1)[1]["failed"], 2)
         os.remove(self.path("files/a"))
         self.assertEqual(self.check(check=3)[1]["failed"], 2)
+
+    def test_AWeakDigestIsNoDigest(self):
+        # A tagged line names its own algorithm, and MD5 passed as any other.
+        content = self.read(self.path("files/a"))
+        for name in ("md5", "sha1"):
+            with self.subTest(name=name):
+                digest = hashlib.new(name, content, usedforsecurity=False).hexdigest()
+                strong = hashlib.sha256(content).hexdigest()
+                self.write(self.list, f"{name.upper()} (a) = {digest}\nSHA256 (a) = {strong}\n".encode())
+                self.stamp(self.list, "--force", check=0)
+                documents, summary = self.check(check=1)
+                self.assertEqual([document["exit"] for document in documents], [0, 1, 0])
+                self.assertIn(f"weak digest of it, {name}", documents[1]["error"])
+                self.assertIn("--allow-weak", documents[1]["hint"])
+                self.assertEqual(summary["reasons"], {"digest": 1})
+                self.check("--allow-weak", check=0)
+                self.write(self.list, f"{name.upper()} (b) = {digest}\n".encode())
+                self.stamp(self.list, "--force", check=0)
+                self.assertIn("differs", self.check("--allow-weak", check=1)[0][1]["error"])
 
     def test_AWorkingFolderThatIsGoneIsStatus3(self):
         # The place of a relative name was asked for without heed of an error, which ended in exit status 70.

@@ -194,9 +194,15 @@ std::vector<Subject> subjects_of(const std::string& list, const Manifest& manife
   return subjects;
 }
 
-// Compares one file with its line; throws a Failure.
+// Compares one file with its line; throws a Failure. A line may name its own algorithm, and a digest that
+// two files can share proves nothing of either.
 void compare(const HashAlgorithm& hash, const std::string& digest, const std::string& path,
              const Options& options) {
+  if (hash.weak && !options.allowWeak) {
+    throw Failure{ExitStatus::CheckFailed,
+                  ShownPath(path) + ": the list has a weak digest of it, " + hash.name,
+                  "collisions of this hash are known; --allow-weak accepts it all the same"};
+  }
   if (FileExists(path) && !IsRegularFile(path)) {
     throw Failure{ExitStatus::File, ShownPath(path) + ": is no regular file",
                   "such a file is not opened because a list names it"};
