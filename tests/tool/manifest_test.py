@@ -234,6 +234,23 @@ class StampManyTest(StampedFolderTest):
                                                     "not_done": 0, "reasons": {"unreadable": 2}})
         self.assertEqual(self.read(self.path("files/b.tsr")), b"older")
 
+    def test_AFileWhoseReplyCannotBeWrittenIsNamed(self):
+        # A link that leads nowhere was taken for a reply: its file was neither stamped nor named.
+        files = self.fill("good", "linked", "piped", "beside", "stamped")
+        os.symlink("nowhere", self.path("files/linked.tsr"))
+        os.mkfifo(self.path("files/piped.tsr"))
+        os.mkdir(self.path("files/beside.tsr"))
+        self.write(self.path("kept"), b"a reply of an earlier run")
+        os.symlink(self.path("kept"), self.path("files/stamped.tsr"))
+        done = self.stamp("--dir", files, check=3)
+        lines = done.stdout.decode().splitlines()
+        self.assertEqual(lines[0], f"fail  {files}/beside   {files}/beside.tsr: is no file")
+        self.assertTrue(lines[1].startswith(f"pass  {files}/good "))
+        self.assertEqual(lines[2:4], [f"fail  {files}/linked   {files}/linked.tsr: is a link that leads to no file",
+                                      f"fail  {files}/piped   {files}/piped.tsr: is no file"])
+        self.assertTrue(lines[4].startswith("4 files: 1 pass, 3 fail (3 unreadable)"))
+        self.assertFalse(os.path.lexists(self.path("files/nowhere")))
+
     def test_ATimeFarFromTheClockStandsInTheLineOfItsFile(self):
         # The note was shown for a single file only.
         files = self.fill("a", "b")

@@ -67,6 +67,15 @@ void add_stamped(const std::string& token, std::vector<Subject>& subjects) {
   }
 }
 
+// A file that has something under the name of its reply which is none: it is not stamped, and cannot be.
+Subject blocked(std::string name) {
+  const std::string token = name + std::string(kReply);
+  std::error_code none;
+  const char* what = fs::is_symlink(token, none) ? ": is a link that leads to no file" : ": is no file";
+  Failure failure{ExitStatus::File, ShownPath(token) + what, "take it away, and the file is stamped"};
+  return {std::move(name), false, std::move(failure)};
+}
+
 bool is_stampable(const std::string& path) {
   return !path.ends_with(kReply) && !path.ends_with(kRequest);
 }
@@ -74,7 +83,7 @@ bool is_stampable(const std::string& path) {
 bool is_meant(const std::string& path, FolderRule rule) {
   switch (rule) {
     case FolderRule::Stamped: return path.ends_with(kReply) && BaseName(path) != kReply;
-    case FolderRule::Unstamped: return is_stampable(path) && !exists(path + std::string(kReply));
+    case FolderRule::Unstamped: return is_stampable(path) && !IsRegularFile(path + std::string(kReply));
     case FolderRule::Stampable: return is_stampable(path);
     case FolderRule::Every: return true;
   }
@@ -100,6 +109,8 @@ void add_folder(const std::string& folder, FolderRule rule, std::vector<Subject>
     if (!is_meant(name, rule)) continue;
     if (rule == FolderRule::Stamped) {
       add_stamped(name, subjects);
+    } else if (rule == FolderRule::Unstamped && exists(name + std::string(kReply))) {
+      subjects.push_back(blocked(std::move(name)));
     } else {
       subjects.push_back({name});
     }
