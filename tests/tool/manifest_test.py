@@ -4,6 +4,7 @@ import hashlib
 import json
 import os
 import re
+import socket
 import subprocess
 import unittest
 
@@ -95,6 +96,35 @@ class ManifestTest(StampedFolderTest):
         self.assertEqual(self.check(check=1)[1]["failed"], 2)
         os.remove(self.path("files/a"))
         self.assertEqual(self.check(check=3)[1]["failed"], 2)
+
+    def test_WhatIsNoFileIsAdditionalToo(self):
+        # Only files were looked for, so that a link to a folder of other programs went unseen.
+        self.fill("x", folder="elsewhere")
+        self.made()
+        os.symlink(self.path("elsewhere"), self.path("files/sub/to a folder"))
+        os.symlink("nowhere", self.path("files/to nothing"))
+        os.symlink("circle", self.path("files/circle"))
+        os.symlink("a", self.path("files/to a file"))
+        os.mkfifo(self.path("files/fifo"))  # nobody writes to it: who opens it waits
+        with socket.socket(socket.AF_UNIX) as unix:
+            unix.bind(self.path("files/socket"))
+        os.mkdir(self.path("files/empty folder"))
+        documents, summary = self.check("--dir", self.files, check=1)
+        failed = {os.path.relpath(document["subject"], self.files): document for document in documents if document["exit"] != 0}
+        self.assertEqual(sorted(failed), ["circle", "fifo", "socket", "sub/to a folder", "to a file", "to nothing"])
+        for document in failed.values():
+            self.assertEqual(document["exit"], 1)
+            self.assertIn("not in the list", document["error"])
+        self.assertEqual((summary["passed"], summary["failed"]), (8, 6))
+
+    def test_WhatIsListedAndNoFileHasOneLine(self):
+        os.symlink("nowhere", self.path("files/link"))
+        os.mkfifo(self.path("files/fifo"))
+        self.write(self.list, b"0" * 64 + b"  link\n" + b"0" * 64 + b"  fifo\n")
+        self.stamp(self.list, check=0)
+        documents, _ = self.check("--dir", self.files, check=1)
+        self.assertEqual([os.path.basename(document["subject"]) for document in documents if document["exit"] == 3], ["link", "fifo"])
+        self.assertEqual(len(documents), 3 + len(self.NAMES))
 
     def test_AWeakDigestIsNoDigest(self):
         # A tagged line names its own algorithm, and MD5 passed as any other.

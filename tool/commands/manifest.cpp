@@ -159,7 +159,7 @@ std::string frame_of(const DigestEntry& entry, const std::string& path) {
   return frame;
 }
 
-// What stands in every folder and not in the list.
+// What stands in the folders and not in the list, whatever it is; none of it is opened.
 void add_additional(std::vector<Subject>& subjects, const std::vector<std::string>& folders,
                     const std::string& list, const Manifest& manifest) {
   const fs::path listPlace = place_of(list);
@@ -169,7 +169,7 @@ void add_additional(std::vector<Subject>& subjects, const std::vector<std::strin
   }
   SubjectOptions options;
   options.folders = folders;
-  for (Subject& subject : FindSubjects(options, FolderRule::Every)) {
+  for (Subject& subject : FindSubjects(options, FolderRule::Entries)) {
     if (!subject.failure) {
       const fs::path place = place_of(subject.name);
       if (known.contains(place) || is_of_list(place, listPlace)) continue;

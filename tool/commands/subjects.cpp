@@ -27,9 +27,10 @@ bool exists(const std::string& path) {
   return fs::exists(fs::symlink_status(path, none));
 }
 
-// The regular files below a folder, links to them included. Links to folders are not followed, so there is
-// no circle. What cannot be read is a subject that fails.
-std::vector<std::string> files_below(const std::string& top, std::vector<Subject>& subjects) {
+// The regular files below a folder, links to them included; for Entries all that is no folder. Links to
+// folders are not followed, so there is no circle. What cannot be read is a subject that fails.
+std::vector<std::string> files_below(const std::string& top, FolderRule rule,
+                                     std::vector<Subject>& subjects) {
   std::vector<std::string> names;
   std::vector<std::string> folders{top};
   while (!folders.empty()) {
@@ -39,10 +40,10 @@ std::vector<std::string> files_below(const std::string& top, std::vector<Subject
     fs::directory_iterator entry(folder, error);
     for (const fs::directory_iterator end; !error && entry != end; entry.increment(error)) {
       std::error_code none;
-      if (entry->is_regular_file(none)) {
-        names.push_back(entry->path().string());
-      } else if (entry->is_directory(none) && !entry->is_symlink(none)) {
+      if (entry->is_directory(none) && !entry->is_symlink(none)) {
         folders.push_back(entry->path().string());
+      } else if (rule == FolderRule::Entries || entry->is_regular_file(none)) {
+        names.push_back(entry->path().string());
       }
     }
     if (error) subjects.push_back({folder, true, FileFailure(folder, "cannot be read", error.value())});
@@ -85,7 +86,8 @@ bool is_meant(const std::string& path, FolderRule rule) {
     case FolderRule::Stamped: return path.ends_with(kReply) && BaseName(path) != kReply;
     case FolderRule::Unstamped: return is_stampable(path) && !IsRegularFile(path + std::string(kReply));
     case FolderRule::Stampable: return is_stampable(path);
-    case FolderRule::Every: return true;
+    case FolderRule::Every:
+    case FolderRule::Entries: return true;
   }
   return false;
 }
@@ -104,7 +106,7 @@ std::optional<Failure> failure_of_idle(const std::string& folder, FolderRule rul
 
 void add_folder(const std::string& folder, FolderRule rule, std::vector<Subject>& subjects) {
   const size_t before = subjects.size();
-  std::vector<std::string> names = files_below(folder, subjects);
+  std::vector<std::string> names = files_below(folder, rule, subjects);
   for (std::string& name : names) {
     if (!is_meant(name, rule)) continue;
     if (rule == FolderRule::Stamped) {
@@ -176,7 +178,7 @@ std::vector<Subject> FindSubjects(const SubjectOptions& options, FolderRule rule
   for (const std::string& file : options.files) subjects.push_back({file, true});
   for (const std::string& folder : options.folders) add_folder(folder, rule, subjects);
   for (const std::string& list : options.lists) add_list(list, options.nulSeparated, subjects);
-  refuse_names(subjects);
+  if (rule != FolderRule::Entries) refuse_names(subjects);
   return subjects;
 }
 

@@ -34,8 +34,9 @@ struct Subject {
 };
 
 // Which files of a folder are meant: those with a token beside them; those that are neither stamped nor a
-// stamp; those that are no stamp; every one.
-enum class FolderRule { Stamped, Unstamped, Stampable, Every };
+// stamp; those that are no stamp; every one; and with them what is no file: links that lead to none, pipes,
+// devices. The names of Entries are not looked at any further.
+enum class FolderRule { Stamped, Unstamped, Stampable, Every, Entries };
 
 void AddSubjectOptions(CLI::App& app, SubjectOptions& options, const char* fileText, const char* folderText);
 
