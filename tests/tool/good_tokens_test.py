@@ -74,6 +74,8 @@ def digests(p):
         yield Good(f"{digest} of the signature", token(s, digest=digest), s, stops)
         yield Good(f"{digest} of the imprint", token(s, tst_info(imprint_of(digest))), s, stops)
         yield Good(f"{digest} of both", token(s, tst_info(imprint_of(digest)), digest=digest), s, stops)
+        named = {"certificate": [signing_certificate_v2(s, digest)]}
+        yield Good(f"{digest} of the certificate", token(s, changed=named), s, stops)
     for digest in ("sha384", "sha512"):
         yield Good(f"{digest} of all", token(s, tst_info(imprint_of(digest)), digest=digest,
                                              changed={"certificate": [signing_certificate_v2(s, digest)]}), s)

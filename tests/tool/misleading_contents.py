@@ -100,6 +100,11 @@ def structures(p):
     yield Case("name of somebody else", token(s, tst_info(tsa=directory_name(p.stranger.subject))), "structure", CMS)
     yield Case("name of the issuer", token(s, tst_info(tsa=directory_name(p.root.subject))), "structure", CMS)
     yield Case("mail address for a name", token(s, tst_info(tsa=der(0x81, b"tsa@example.org"))), "structure", CMS)
+    for label, accuracy in (("negative seconds", integer(-5)), ("1000 ms", der(0x80, b"\x03\xe8")),
+                            ("5000 us", der(0x81, b"\x13\x88")), ("negative milliseconds", der(0x80, b"\xff"))):
+        yield Case(f"accuracy of {label}", token(s, tst_info(accuracy=der(SEQUENCE, accuracy))), "structure", BOTH)
+    for label, accuracy in (("999 ms", der(0x80, b"\x03\xe7")), ("0 us", der(0x81, b"\0"))):
+        yield honest(f"accuracy of {label}", token(s, tst_info(accuracy=der(SEQUENCE, accuracy))), BOTH)
     info = tst_info()
     yield Case("an element after TSTInfo", token(s, info + other), "structure|strict", BOTH, exits=(1, 4))
     yield Case("a second TSTInfo after the first", token(s, info + tst_info(time="20200101000000Z")), "structure|strict",
@@ -147,4 +152,11 @@ def times(p):
         yield honest(f"genTime {text}", token(p.signer, tst_info(time=text)), BOTH)
 
 
-SECTIONS = (imprints, nonces, policies, structures, content_types, times)
+def before_the_certificate(p):
+    """No certificate signs before it exists, whatever time the caller judges at."""
+    old = token(p.signer, tst_info(time="20010101000000Z"))
+    for time in ("now", "2026-01-01"):
+        yield Case(f"older than its certificate, judged at {time}", old, "dates", BOTH, options=("--at", time))
+
+
+SECTIONS = (imprints, nonces, policies, structures, content_types, times, before_the_certificate)

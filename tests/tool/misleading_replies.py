@@ -1,6 +1,6 @@
 """Misleading encodings, and messages whose fault lies around the token: octets after it, and the status of a reply."""
 
-from certificate_maker import OCTET_STRING, SEQUENCE, der, digest_of, elements
+from certificate_maker import OCTET_STRING, SEQUENCE, der, digest_of, elements, pem
 from misleading_case import BOTH, CMS, NEITHER, Case, honest
 from token_maker import (MESSAGE_DIGEST, attribute, constructed, imprint_of, indefinite, long_length, message_digest, reply,
                          set_of, status_info, token, tst_info)
@@ -41,6 +41,16 @@ STRANGE = (("version", {"version": b"\x02\x02\0\3"}),
            ("content", {"octets": lambda content: constructed(content, depth=20)}))
 
 
+def damages(p):
+    """Tokens that nobody can read are damaged, whatever their key."""
+    for key in ("rsa", "p256"):
+        signer = p.signer_with(key) if key != "rsa" else p.signer
+        good = token(signer)
+        at = good.index(b"Test Signer")
+        yield Case(f"{key} key, a name of a wrong length", good[:at - 1] + b"\x7f" + good[at:], "", NEITHER, exits=(4,),
+                   trusted=signer)
+
+
 def framing(p):
     """Something after the token or reply, or in it where nothing belongs."""
     good = token(p.signer)
@@ -51,6 +61,8 @@ def framing(p):
                    exits=(1, 4))
         yield Case(f"reply and {label}", good, "structure|strict", accepted,
                    answer=reply(good) + (reply(other) if more is None else more), exits=(1, 4))
+    yield Case("token and another one, each in armour", good, "structure", CMS,
+               answer=pem("PKCS7", good) + pem("PKCS7", other))
     yield Case("an element after the token, in the reply", good, "structure|strict", CMS, exits=(1, 4),
                answer=reply(good + der(OCTET_STRING, b"more")))
     yield Case("a second token in the reply", good, "structure|strict", CMS, exits=(1, 4), answer=reply(good + other))
@@ -74,4 +86,4 @@ def statuses(p):
     yield Case("no status", good, "", CMS, answer=der(SEQUENCE, good), exits=(4,))
 
 
-SECTIONS = (encodings, framing, statuses)
+SECTIONS = (encodings, damages, framing, statuses)

@@ -15,6 +15,9 @@ from token_maker import (MESSAGE_DIGEST, SIGNED_AT, SIGNING_CERTIFICATE_V2, TIME
 # attribute (4) where the other finds that it does not fit (1).
 NAMING = (1, 4, 8)
 
+RIPEMD160 = "1.3.36.3.2.1"
+SHA1_WITH_RSA = "1.2.840.113549.1.1.5"
+
 
 def attributes(p):
     """message-digest, and signed attributes that are absent, or there twice."""
@@ -159,6 +162,13 @@ def strengths(p):
         message = token(p.signer, digest=digest)
         yield Case(f"signature with {digest}", message, "signature", BOTH)
         yield honest(f"signature with {digest}, allowed", message, BOTH, options=("--allow-weak",))
+    content = tst_info()
+    ripemd = openssl("dgst", "-ripemd160", "-binary", "-provider", "legacy", "-provider", "default", data=content)
+    beside = token(p.signer, content, digest_algorithm=algorithm(RIPEMD160), digests=(algorithm(RIPEMD160),),
+                   signature_algorithm=algorithm(SHA1_WITH_RSA, NULL), signature=lambda octets: p.signer.key.sign("sha1", octets),
+                   changed={"message-digest": [attribute(MESSAGE_DIGEST, der(OCTET_STRING, ripemd))]})
+    yield Case("signature with sha1 beside another digest of its length", beside, "signature", NEITHER)
+    yield honest("signature with sha1 beside another digest of its length, allowed", beside, NEITHER, options=("--allow-weak",))
 
 
 def digest_info(data):

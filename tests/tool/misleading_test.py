@@ -4,10 +4,11 @@ import misleading_contents
 import misleading_replies
 import misleading_signatures
 import support
+from certificate_maker import SEQUENCE, SIGNER_PURPOSE, SIGNER_USAGE, basic_constraints, der, extension
 from misleading_case import BY_CHAIN, BY_PIN
 from support import run_json, verdicts
 from token_case import TokenTest
-from token_maker import reply, token
+from token_maker import POLICY, reply, request, status_info, token, tst_info
 
 
 class MisleadingTest(TokenTest):
@@ -66,6 +67,34 @@ class MisleadingTest(TokenTest):
 
     def test_WhatStandsAroundItMisleadsNobody(self):
         self.judged(misleading_replies.SECTIONS)
+
+    def test_WhatIsOddAndMayBeHonestIsNoted(self):
+        signer = self.parties.signer
+        period = extension("2.5.29.16", der(SEQUENCE, der(0x81, b"20240601000000Z")))
+        ended = self.parties.signer_with(extensions=(basic_constraints(False), SIGNER_USAGE, SIGNER_PURPOSE, period))
+        for label, party, answer, name in (
+                ("time ahead of the clock", signer, reply(token(signer, tst_info(time="20400101000000Z"))), "clock"),
+                ("granted, and a failure", signer, reply(token(signer), status_info(0, failure=0)), "status"),
+                ("the key's own period has ended", ended, reply(token(ended)), "dates")):
+            with self.subTest(label):
+                self.write(self.answer, answer)
+                document = self.verify(self.document, BY_PIN, self.pem_of(party), check=0)
+                self.assertIn(name, {check["name"] for check in document["checks"] if check["verdict"] == "note"})
+        self.write(self.answer, reply(token(signer)))
+        document = self.verify(self.document, BY_PIN, self.pem_of(signer), check=0)
+        self.assertNotIn("note", [check["verdict"] for check in document["checks"]])
+
+    def test_AnOptionDoesNotTakeThePlaceOfWhatTheRequestHas(self):
+        signer = self.parties.signer
+        self.write(self.answer, reply(token(signer, tst_info(nonce=5))))
+        for label, asked, options in (("nonce", request(nonce=6), ("--nonce", "05")),
+                                      ("policy", request(policy="1.2.3.9"), ("--policy", POLICY))):
+            with self.subTest(label):
+                self.write(self.asked, asked)
+                pinned = (self.document, BY_PIN, self.pem_of(signer))
+                document = self.verify(*pinned, *options, check=1)
+                self.assertEqual((verdicts(document)["request"], verdicts(document)[label]), ("fail", "pass"))
+                self.assertIn(label, document["error"])
 
     def test_WhatOneReaderAloneReadsFailsAndIsReadOnDemand(self):
         signer = self.parties.signer

@@ -1,6 +1,8 @@
 // One token against a file, a request and whom the caller trusts.
 #include "tool/commands/verify_one.h"
 
+#include <ctime>
+
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
@@ -9,6 +11,7 @@
 #include "tool/base/output.h"
 #include "tool/exchange/request.h"
 #include "tool/judge/fields.h"
+#include "tool/message/gen_time.h"
 #include "tool/message/message.h"
 
 namespace qex::tool {
@@ -113,8 +116,7 @@ Imprint imprint_of_file(const VerifyArguments& arguments, const Facts& facts, co
 
 Expected expectation(const VerifyArguments& arguments, const Answer& answer, const Options& options) {
   Expected expected;
-  if (!arguments.request.path.empty())
-    expect_request(expected, ShownPath(arguments.request.path), answer);
+  if (!arguments.request.path.empty()) expect_request(expected, ShownPath(arguments.request.path), answer);
   if (!arguments.digest.empty()) {
     expected.imprint = ExpectedDigest(arguments.digest, answer.facts);
     expected.imprintSource = "--digest";
@@ -163,6 +165,14 @@ Json document_of(const VerifyArguments& arguments, const Answer& answer, const R
   return document;
 }
 
+// No token is from the future: one of the clocks is wrong.
+void note_future(Report& report, const Facts& facts) {
+  constexpr int64_t kTolerance = 300;  // seconds
+  const auto time = ParseGenTime(InfoOf(facts).genTime);
+  if (time && time->seconds - kTolerance > std::time(nullptr))
+    report.Note("clock", "the token's time is ahead of this machine's clock");
+}
+
 Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust, const Options& options) {
   const VerifyArguments arguments = with_files_beside(given);
   if (arguments.manner.libraryOnly && (trust.chainWanted || !trust.untrusted.empty())) {
@@ -172,7 +182,8 @@ Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust,
   const std::string name = ShownPath(arguments.token.path);
   const Answer answer = ask_about_token(arguments, worker, options);
   const Expected expected = expectation(arguments, answer, options);
-  const Report report = JudgeToken(answer.facts, expected, trust, arguments.manner, options);
+  Report report = JudgeToken(answer.facts, expected, trust, arguments.manner, options);
+  note_future(report, answer.facts);
 
   Outcome outcome;
   Json document = options.json ? document_of(arguments, answer, report) : Json::object();

@@ -25,6 +25,26 @@ std::string time_of(const Trust& trust) {
                                           : "at the given time";
 }
 
+// Whatever the time that is judged: no certificate signs before it exists.
+void pass_dates(Report& report, const Validity& validity, const Trust& trust) {
+  if (validity.stampedBefore) {
+    report.Fail(
+        "dates",
+        {"the token is older than the certificate, which is valid from " + validity.notBefore + " on",
+         SubIndication::NotYetValid, "the clock of the authority was wrong, or the token was made up"},
+        By::Strict);
+    return;
+  }
+  report.Pass("dates", "valid " + time_of(trust) + ", until " + validity.notAfter, By::Strict);
+  if (validity.expiredNow) {
+    report.Note("dates",
+                "the certificate has expired since: the stamp now rests on its key having stayed safe");
+  }
+  if (validity.keyPeriodEnded) {
+    report.Note("dates", "by the certificate, its key was to sign no longer at genTime");
+  }
+}
+
 void judge_dates(Report& report, const StrictReading& strict, const Trust& trust) {
   if (!strict.validity) {
     report.Skip("dates", strict.signer ? "the token has no time" : "the signer's certificate is not at hand");
@@ -32,13 +52,7 @@ void judge_dates(Report& report, const StrictReading& strict, const Trust& trust
   }
   const Validity& validity = *strict.validity;
   switch (validity.result) {
-    case ValidityResult::Valid:
-      report.Pass("dates", "valid " + time_of(trust) + ", until " + validity.notAfter, By::Strict);
-      if (validity.expiredNow) {
-        report.Note("dates",
-                    "the certificate has expired since: the stamp now rests on its key having stayed safe");
-      }
-      break;
+    case ValidityResult::Valid: pass_dates(report, validity, trust); break;
     case ValidityResult::NotYet:
       report.Fail(
           "dates",
@@ -52,6 +66,13 @@ void judge_dates(Report& report, const StrictReading& strict, const Trust& trust
           {"not valid " + time_of(trust) + ": expired at " + validity.notAfter,
            SubIndication::OutOfBoundsNotRevoked, "the authority signed with a certificate that had expired"},
           By::Strict);
+      break;
+    case ValidityResult::Unreadable:
+      report.Fail("dates",
+                  {"the certificate's dates " + Shown(validity.notBefore) + " and " +
+                       Shown(validity.notAfter) + " are not both times",
+                   SubIndication::FormatFailure, "ask the authority for a certificate in order"},
+                  By::Strict);
       break;
   }
 }

@@ -16,13 +16,25 @@ using inspect::NamedOid;
 
 constexpr const char* kTstInfo = "1.2.840.113549.1.9.16.1.4";
 
+// What of a request is not the token's. Its nonce and policy have checks of their own, unless options have
+// taken their places there.
+const char* what_differs(const RequestFacts& request, const TstInfo& info, const Expected& expected) {
+  if (request.imprint != info.imprint) return "imprint";
+  const bool nonceChecked = expected.nonceSource == expected.requestSource;
+  if (request.nonce && !nonceChecked && request.nonce != info.nonce) return "nonce";
+  const bool policyChecked = expected.policySource == expected.requestSource;
+  if (request.policy && !policyChecked && request.policy != info.policy) return "policy";
+  return "";
+}
+
 void judge_request(Report& report, const Facts& facts, const Expected& expected) {
   if (!expected.request) return;
-  if (expected.request->imprint == InfoOf(facts).imprint) {
+  const std::string differs = what_differs(*expected.request, InfoOf(facts), expected);
+  if (differs.empty()) {
     report.Pass("request", expected.requestSource + " has the same imprint");
   } else {
     report.Fail("request",
-                {expected.requestSource + " has another imprint", SubIndication::SigConstraintsFailure,
+                {expected.requestSource + " has another " + differs, SubIndication::SigConstraintsFailure,
                  "the token answers another request; name the right one with --request"});
   }
 }
@@ -113,6 +125,15 @@ std::string names_of(const std::vector<Bytes>& identifiers) {
   return text;
 }
 
+// RFC 3161, 2.4.2: thousandths up to 999 of what is above them. Zero, which it excludes, is what some
+// authorities write for nothing.
+bool is_in_range(const Accuracy& accuracy) {
+  const auto below = [](const std::optional<int64_t>& part, int64_t end) {
+    return !part || (*part >= 0 && *part < end);
+  };
+  return below(accuracy.seconds, INT64_MAX) && below(accuracy.millis, 1000) && below(accuracy.micros, 1000);
+}
+
 // What is wrong with a structure, the first thing found; empty when nothing is.
 std::string fault_of_structure(const Structure& structure, const TstInfo& info) {
   if (info.version != 1) return "version " + std::to_string(info.version) + " of the TSTInfo, not 1";
@@ -130,6 +151,7 @@ std::string fault_of_structure(const Structure& structure, const TstInfo& info) 
   if (!structure.messageDigestPresent) return "no message-digest among the signed attributes";
   if (!structure.imprintParametersFit) return "the imprint's algorithm has parameters that no hash has";
   if (!structure.unknownCritical.empty()) return "critical extension " + names_of(structure.unknownCritical);
+  if (info.accuracy && !is_in_range(*info.accuracy)) return "an accuracy out of range";
   if (structure.tsaNameFits == false) return "the tsa name is not one of the signer's";
   return "";
 }

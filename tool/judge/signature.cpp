@@ -13,6 +13,7 @@ constexpr uint64_t kBrokenKeyBits = 1024;  // below never
 constexpr uint64_t kWeakCurveBits =
     224;  // the same for elliptic curves: 112 bits of security, as for RSA 2048
 constexpr uint64_t kBrokenCurveBits = 160;
+constexpr uint64_t kWeakDigestBits = 224;
 
 std::string digest_name(const Facts& facts) {
   if (facts.strict) return facts.strict->signature.digest;
@@ -26,6 +27,12 @@ std::string signature_text(const Facts& facts) {
   if (facts.strict && facts.strict->signature.scheme == "rsa-pss") text += " pss";
   const std::string digest = digest_name(facts);
   return digest.empty() ? text : text + ", " + digest;
+}
+
+bool has_weak_digest(const Facts& facts) {
+  const HashAlgorithm* digest = FindHash(digest_name(facts));
+  const uint64_t bits = facts.strict ? facts.strict->signature.digestBits : 0;
+  return (digest != nullptr && digest->weak) || (bits != 0 && bits < kWeakDigestBits);
 }
 
 // A signature that verifies still fails when its key or digest gives no assurance.
@@ -52,10 +59,9 @@ std::optional<Fault> fault_of_strength(const Facts& facts, const Options& option
         text + ", public exponent 0x" + ToHex(key.exponent) + ": below 65537", kWeak,
         "signatures under such keys were forged; --allow-low-exponent accepts it where the padding is right"};
   }
-  const HashAlgorithm* digest = FindHash(digest_name(facts));
-  if (digest != nullptr && digest->weak && !options.allowWeak) {
+  if (has_weak_digest(facts) && !options.allowWeak) {
     return Fault{text + ": a weak digest", kWeak,
-                 "collisions of this digest are known; --allow-weak accepts it all the same"};
+                 "collisions of such a digest can be made; --allow-weak accepts it all the same"};
   }
   return std::nullopt;
 }

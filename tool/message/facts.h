@@ -99,6 +99,7 @@ struct LibraryReading {
   Bytes signatureAlgorithm;
   bool hasEssV1 = false;
   bool hasEssV2 = false;
+  Bytes essHash;                            // the algorithm by which the second version names the certificate
   std::vector<std::string> cut;             // parts that are longer than the library's record
   std::optional<SignerCertificate> signer;  // the token's own certificate that the attribute names
   std::vector<LibraryCheck> checks;         // none: not asked for, or
@@ -130,13 +131,15 @@ struct Judgement {
   std::string text;
 };
 
-enum class ValidityResult : uint8_t { Valid, NotYet, Expired };
+enum class ValidityResult : uint8_t { Valid, NotYet, Expired, Unreadable };
 
 struct Validity {
-  ValidityResult result = ValidityResult::Expired;  // at the time of the trust options
-  std::string notBefore;                            // ISO 8601
+  ValidityResult result = ValidityResult::Unreadable;  // at the time of the trust options
+  std::string notBefore;                               // ISO 8601
   std::string notAfter;
   bool expiredNow = false;
+  bool stampedBefore = false;   // genTime is before the certificate's first second
+  bool keyPeriodEnded = false;  // genTime is after the end of the private key's usage period
 };
 
 enum class ChainResult : uint8_t {
@@ -225,12 +228,12 @@ struct TacMatch {
 
 struct Facts {
   inspect::Kind kind = inspect::Kind::Unknown;
-  uint64_t trailing = 0;  // octets after the message
+  uint64_t trailing = 0;                  // octets after the message
   std::optional<RequestFacts> request;    // the message, or what the job had beside it
   std::optional<Failure> requestFailure;  // why that cannot be read
-  std::optional<Status> status;      // of a reply
-  std::optional<Bytes> token;        // of a reply, or the message itself
-  std::optional<int32_t> tokenCode;  // of a reply: the library's result of taking the token out
+  std::optional<Status> status;           // of a reply
+  std::optional<Bytes> token;             // of a reply, or the message itself
+  std::optional<int32_t> tokenCode;       // of a reply: the library's result of taking the token out
   // Of a token: what each reader has, or where it stopped; neither when it was not asked.
   std::optional<LibraryReading> library;
   std::optional<Stop> libraryStop;

@@ -91,6 +91,7 @@ void members(V& visit, LibraryReading& v) {
   visit("signature_algorithm", v.signatureAlgorithm);
   visit("has_ess_v1", v.hasEssV1);
   visit("has_ess_v2", v.hasEssV2);
+  visit("ess_hash", v.essHash);
   visit("cut", v.cut);
   visit("signer", v.signer);
   visit("checks", v.checks);
@@ -127,6 +128,8 @@ void members(V& visit, Validity& v) {
   visit("not_before", v.notBefore);
   visit("not_after", v.notAfter);
   visit("expired_now", v.expiredNow);
+  visit("stamped_before", v.stampedBefore);
+  visit("key_period_ended", v.keyPeriodEnded);
 }
 
 template <class V>
@@ -254,7 +257,7 @@ constexpr int kLast<SignatureResult> = static_cast<int>(SignatureResult::NoCerti
 template <>
 constexpr int kLast<EssMatch> = static_cast<int>(EssMatch::Unreadable);
 template <>
-constexpr int kLast<ValidityResult> = static_cast<int>(ValidityResult::Expired);
+constexpr int kLast<ValidityResult> = static_cast<int>(ValidityResult::Unreadable);
 template <>
 constexpr int kLast<ChainResult> = static_cast<int>(ChainResult::NoTime);
 template <>

@@ -81,21 +81,35 @@ std::optional<PemBlock> take_block(std::string_view& text) {
   return block;
 }
 
-// The base64 text of the first PEM block.
-std::optional<std::string_view> pem_body(std::string_view text) {
-  const auto block = take_block(text);
-  return block && block->whole ? std::optional(block->body) : std::nullopt;
-}
-
 std::string_view text_of(ByteView data) {
   return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
+bool is_token_or_reply(ByteView octets) {
+  const inspect::Kind kind = inspect::KindOf(octets);
+  return kind == inspect::Kind::Token || kind == inspect::Kind::Reply;
+}
+
+// The first PEM block's octets. What other blocks hold stands after a token as it would without armour, so
+// that nothing beside the one message goes unseen.
+std::optional<Bytes> from_pem(std::string_view text) {
+  const auto first = take_block(text);
+  if (!first || !first->whole) return std::nullopt;
+  std::optional<Bytes> octets = from_base64(first->body);
+  if (!octets || !is_token_or_reply(*octets)) return octets;
+  while (const auto block = take_block(text)) {
+    const Bytes more = from_base64(block->body).value_or(Bytes{});
+    octets->insert(octets->end(), more.begin(), more.end());
+  }
+  return octets;
+}
+
 Bytes without_armour(Bytes data) {
   if (!data.empty() && data[0] == kSequence && inspect::KindOf(data) != inspect::Kind::Unknown) return data;
-  const std::string_view text(reinterpret_cast<const char*>(data.data()), data.size());
-  const std::optional<Bytes> plain = from_base64(pem_body(text).value_or(text));
-  return plain && !plain->empty() ? *plain : data;
+  const std::string_view text = text_of(data);
+  const bool armoured = HoldsPem(data);
+  std::optional<Bytes> plain = armoured ? from_pem(text) : from_base64(text);
+  return plain && !plain->empty() ? std::move(*plain) : std::move(data);
 }
 
 }  // namespace

@@ -62,13 +62,25 @@ void use_library(Facts& facts, ByteView token, const Job& job, const std::string
   if (job.rewriting != Rewriting::None) facts.rewritten = RewriteByLibrary(token, job.rewriting);
 }
 
+// Why neither can read a token. An algorithm that the library lacks is no reason where the strict reader, which
+// decodes whatever the algorithm, stops too.
+Stop stop_of_both(const Facts& facts) {
+  Stop stop = *facts.libraryStop;
+  if (facts.strictStop && stop.algorithm) {
+    stop.text = facts.strictStop->text;
+    stop.identifier.clear();
+    stop.algorithm = false;
+  }
+  return stop;
+}
+
 void examine_token(Facts& facts, Bytes token, const Job& job, const Trust& trust, const std::string& serves) {
   // The strict reader has one element before it; what stands after it is a matter of the structure check.
   const ByteView whole(token);
   const ByteView one = whole.first(whole.size() - inspect::TrailingOctets(whole));
   if (!job.libraryOnly) read_strictly(facts, one, job, trust);
   read_by_library(facts, whole, job, trust, serves);
-  if (!facts.library && !facts.strict) throw FailureOf(*facts.libraryStop);
+  if (!facts.library && !facts.strict) throw FailureOf(stop_of_both(facts));
   use_library(facts, whole, job, serves);
   facts.tsaName = inspect::TsaName(whole);
   if (job.describe) facts.description = text_of(inspect::DescribeToken(whole, printer_for(job)));
@@ -138,7 +150,8 @@ void examine_reply(Facts& facts, const Job& job, const Trust& trust, const std::
 void examine_request(Facts& facts, const Bytes& request) {
   facts.request = inspect::InspectRequest(request);
   if (!facts.request)
-    facts.requestFailure = LibraryFailure("the request cannot be read", RequestCodeByLibrary(request), request);
+    facts.requestFailure =
+        LibraryFailure("the request cannot be read", RequestCodeByLibrary(request), request);
 }
 
 void examine_certificate(Facts& facts, const Job& job) {

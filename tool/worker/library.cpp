@@ -76,13 +76,22 @@ int32_t check_signature(ByteView token, const Bytes& certificate) {
   });
 }
 
+bool is_digested(const Bytes& algorithm) {
+  const HashAlgorithm* digest = FindHash(algorithm);
+  return digest != nullptr && digest->ofLibrary;
+}
+
 // Why a code says nothing about the signature.
 std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code, const Bytes& certificate,
-                            const SignerKey& key) {
+                            const SignerKey& key, const std::string& serves) {
   if (code == QEX_E_ARG && !certificate.empty())
     return LibraryStop("the certificate does not decode", code, certificate);
-  const HashAlgorithm* digest = FindHash(reading.digestAlgorithm);
-  const bool unknownDigest = digest == nullptr || !digest->ofLibrary;
+  if (code == QEX_E_MISMATCH && serves == "v2" && !reading.essHash.empty() && !is_digested(reading.essHash)) {
+    const std::string hash = inspect::NamedOid(inspect::DecodeOid(reading.essHash));
+    return Stop{"the certificate is named by its " + hash + ", which the library does not compute", hash,
+                true, code, 0};
+  }
+  const bool unknownDigest = !is_digested(reading.digestAlgorithm);
   if (code == QEX_E_UNSUPPORTED || (code == QEX_E_SIGNATURE && unknownDigest)) {
     const std::string pair = "digest " + inspect::NamedOid(inspect::DecodeOid(reading.digestAlgorithm)) +
                              " with signature " +
@@ -121,7 +130,7 @@ std::optional<LibraryCheck> check_with(LibraryReading& reading, ByteView token, 
   check.code = check_signature(token, certificate);
   check.asn1Error = QEX_GetLastAsnError();
   check.meaning = inspect::CodeMeaning(check.code);
-  if (check.code != QEX_OK) check.stop = stop_of(reading, check.code, certificate, key);
+  if (check.code != QEX_OK) check.stop = stop_of(reading, check.code, certificate, key, serves);
   // Tells a token of another authority from a broken one.
   if (!own && check.code != QEX_OK && !ownTooLarge) check.ownCode = check_signature(token, {});
   return check;

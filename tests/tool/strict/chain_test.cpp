@@ -229,6 +229,28 @@ TEST(StrictChain, ConstraintsOfAuthoritiesHold) {
   }
 }
 
+TEST(StrictChain, AnyPolicyOfTheWholePathWillDo) {
+  const auto judged = [](const std::string& authority, const std::string& signer) {
+    Line line(1);
+    line.plans[1].extensions.push_back({"policyConstraints", "critical,requireExplicitPolicy:0"});
+    line.plans[1].extensions.push_back({"certificatePolicies", authority});
+    if (!signer.empty()) line.plans[2].extensions.push_back({"certificatePolicies", signer});
+    return line.chain();
+  };
+  const char* const kOne = "DER:3007300506032A0304";  // 1.2.3.4
+  EXPECT_EQ(judged(kOne, kOne).result, ChainResult::Trusted);
+  EXPECT_EQ(judged(kOne, "DER:3007300506032A0305").result, ChainResult::Constraints);
+  EXPECT_EQ(judged(kOne, "").result, ChainResult::Constraints);
+}
+
+TEST(StrictChain, ACurveThatIsTooShortIsNoLinkAtAll) {
+  Line line(1);
+  line.plans[1].key = "ec:secp128r1/1";
+  EXPECT_EQ(line.chain([](tool::Trust&) {}, true).result, ChainResult::Weak);
+  line.plans[1].key = "ec:secp160r1/1";
+  EXPECT_EQ(line.chain([](tool::Trust&) {}, true).result, ChainResult::Trusted);
+}
+
 TEST(StrictChain, AForgedCertificateIsNoLink) {
   Line line(1);
   line.make();

@@ -267,6 +267,34 @@ TEST_F(StrictSigner, DatesAreJudgedAtTheTimeAskedForAndNow) {
   EXPECT_EQ(validity(kGenTime, kGenTime + kDay).notAfter, "2024-11-16T08:00:00Z");
 }
 
+TEST_F(StrictSigner, ATokenOlderThanTheCertificateIsSeenWheneverItIsJudged) {
+  CertificatePlan young;
+  young.issuer = &root;
+  tool::Trust trust;
+  trust.time = tool::TrustTime::Given;
+  trust.givenTime = kGenTime + kDay;
+  const auto validity = [&](int64_t from) {
+    young.from = from;
+    return *tool::ReadStrictly(TokenPlan(Make(young)).encode(), trust, false).validity;
+  };
+  EXPECT_EQ(validity(kGenTime + 1).result, ValidityResult::Valid);
+  EXPECT_TRUE(validity(kGenTime + 1).stampedBefore);
+  EXPECT_FALSE(validity(kGenTime).stampedBefore);
+}
+
+TEST_F(StrictSigner, TheUsagePeriodOfThePrivateKeyEndsWithItsLastSecond) {
+  CertificatePlan periodic;
+  periodic.issuer = &root;
+  const auto ended = [&](const char* period) {
+    periodic.extensions = {{"privateKeyUsagePeriod", period}};
+    return Read(TokenPlan(Make(periodic)).encode()).validity->keyPeriodEnded;
+  };
+  // SEQUENCE { notAfter [1] GeneralizedTime }
+  EXPECT_TRUE(ended("DER:3011810f32303234313131353037353935395a"));
+  EXPECT_FALSE(ended("DER:3011810f32303234313131353038303030305a"));
+  EXPECT_FALSE(ended("DER:3011800f32303234313131353037353935395a"));
+}
+
 TEST_F(StrictSigner, ExtensionsAreDescribedOnALineEach) {
   CertificatePlan described;
   described.issuer = &root;

@@ -92,6 +92,19 @@ std::optional<Bytes> content_type_of(const Attribute& attribute) {
   return found;
 }
 
+// The hash of the first ESSCertIDv2, the signer's (RFC 5035, 4).
+Bytes ess_hash_of(const Attribute& attribute) {
+  Bytes hash;
+  for_each<AsnAny>(attribute.values, [&](const AsnAny& value) {
+    if (!hash.empty() || value.ai == nullptr || value.ai->anyId != kAnySigningCertificateV2) return;
+    const auto* named = static_cast<const SigningCertificateV2*>(value.value);
+    if (named == nullptr || count_of(named->certs) == 0) return;
+    const auto& first = *static_cast<const ESSCertIDv2*>(named->certs->first->data[0]);
+    hash = first.hashAlgorithm == nullptr ? octets_of(kIdSha256) : algorithm_of(first.hashAlgorithm);
+  });
+  return hash;
+}
+
 // RFC 5652, 11 and RFC 5035, 5.4: these have one value each.
 bool has_one_value_alone(const AsnOid& type) {
   return AsnOidEqual(type, kIdContentType) || AsnOidEqual(type, kIdMessageDigest) ||
@@ -105,7 +118,10 @@ void read_attributes(tool::LibraryReading& reading, const SignerInfo& signer) {
   for_each<Attribute>(signer.signedAttrs, [&](const Attribute& attribute) {
     const Bytes type = octets_of(attribute.type);
     if (AsnOidEqual(attribute.type, kIdSigningCertificate)) reading.hasEssV1 = true;
-    if (AsnOidEqual(attribute.type, kIdSigningCertificateV2)) reading.hasEssV2 = true;
+    if (AsnOidEqual(attribute.type, kIdSigningCertificateV2)) {
+      reading.hasEssV2 = true;
+      reading.essHash = ess_hash_of(attribute);
+    }
     if (AsnOidEqual(attribute.type, kIdMessageDigest)) structure.messageDigestPresent = true;
     if (AsnOidEqual(attribute.type, kIdContentType) && !structure.contentTypeAttribute) {
       structure.contentTypeAttribute = content_type_of(attribute);

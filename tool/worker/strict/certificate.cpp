@@ -41,6 +41,14 @@ std::string key_usage_fault(X509* certificate) {
   return (usage & ~allowed) == 0 ? "" : "the key usage allows more than signatures";
 }
 
+// Whether the private key was to sign no longer at that time (RFC 3280, 4.2.1.4).
+bool key_period_ended(const X509* certificate, int64_t time) {
+  const Handle<PKEY_USAGE_PERIOD, PKEY_USAGE_PERIOD_free> period(static_cast<PKEY_USAGE_PERIOD*>(
+      X509_get_ext_d2i(certificate, NID_private_key_usage_period, nullptr, nullptr)));
+  const auto last = period ? SecondsOf(period->notAfter) : std::nullopt;
+  return last && time > *last;
+}
+
 // The time as ISO 8601, or as it stands when it is not well formed.
 std::string time_text(const ASN1_TIME* time) {
   if (const auto seconds = SecondsOf(time)) return IsoTime(*seconds);
@@ -101,7 +109,7 @@ Judgement JudgeUsage(X509* certificate) {
   return {true, "time-stamping alone, critical"};
 }
 
-Validity ValidityAt(const X509* certificate, int64_t time, int64_t now) {
+Validity ValidityAt(const X509* certificate, const JudgedTimes& times) {
   const ASN1_TIME* from = X509_get0_notBefore(certificate);
   const ASN1_TIME* until = X509_get0_notAfter(certificate);
   const auto first = SecondsOf(from);
@@ -109,11 +117,13 @@ Validity ValidityAt(const X509* certificate, int64_t time, int64_t now) {
   Validity validity;
   validity.notBefore = time_text(from);
   validity.notAfter = time_text(until);
-  validity.expiredNow = !last || now > *last;
-  if (!first || !last) return validity;  // without dates it is valid at no time
-  validity.result = time < *first  ? ValidityResult::NotYet
-                    : time > *last ? ValidityResult::Expired
-                                   : ValidityResult::Valid;
+  validity.expiredNow = !last || times.now > *last;
+  validity.keyPeriodEnded = times.stamped && key_period_ended(certificate, *times.stamped);
+  if (!first || !last) return validity;
+  validity.stampedBefore = times.stamped && *times.stamped < *first;
+  validity.result = times.judged < *first  ? ValidityResult::NotYet
+                    : times.judged > *last ? ValidityResult::Expired
+                                           : ValidityResult::Valid;
   return validity;
 }
 

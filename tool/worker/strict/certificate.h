@@ -19,8 +19,14 @@ SignerCertificate DescribeCertificate(X509* certificate);
 // JudgeUsage applies RFC 3161, 2.3.
 Judgement JudgeUsage(X509* certificate);
 
-// ValidityAt judges the dates at a time, and `now`. Both are seconds since 1970.
-Validity ValidityAt(const X509* certificate, int64_t time, int64_t now);
+// Times that dates are compared with, in seconds since 1970.
+struct JudgedTimes {
+  int64_t judged = 0;  // as the trust options say
+  int64_t now = 0;
+  std::optional<int64_t> stamped;  // genTime
+};
+
+Validity ValidityAt(const X509* certificate, const JudgedTimes& times);
 
 // NamesSigner tells whether a name is the certificate's subject or one of its alternative names.
 bool NamesSigner(GENERAL_NAME* name, X509* certificate);

@@ -16,6 +16,7 @@ constexpr int kMaxAttempts = 32;  // paths that are verified beside libcrypto's 
 constexpr int kMaxNodes = 64;  // certificates that paths are extended from; of many twins there are too many
 constexpr int kStrongLevel = 2;  // 112 bits: RSA of 2048, no SHA-1
 constexpr int kLeastModulusBits = 1024;
+constexpr int kLeastCurveBits = 160;
 
 CertificateRow row_of(const std::vector<X509*>& certificates) {
   CertificateRow row(Needed(sk_X509_new_null()));
@@ -25,13 +26,14 @@ CertificateRow row_of(const std::vector<X509*>& certificates) {
 }
 
 // Keys that are too short at every level, which has no name in libcrypto.
-Chain judge_moduli(STACK_OF(X509) * path) {
+Chain judge_sizes(STACK_OF(X509) * path) {
   for (int i = 0; i < sk_X509_num(path); ++i) {
     X509* certificate = sk_X509_value(path, i);
     const EVP_PKEY* key = X509_get0_pubkey(certificate);
     const int kind = key == nullptr ? EVP_PKEY_NONE : EVP_PKEY_get_base_id(key);
     const bool hasModulus = kind == EVP_PKEY_RSA || kind == EVP_PKEY_RSA_PSS || kind == EVP_PKEY_DSA;
-    if (hasModulus && EVP_PKEY_get_bits(key) < kLeastModulusBits)
+    const int least = hasModulus ? kLeastModulusBits : kind == EVP_PKEY_EC ? kLeastCurveBits : 0;
+    if (key != nullptr && EVP_PKEY_get_bits(key) < least)
       return ChainFault(X509_V_ERR_CA_KEY_TOO_SMALL, certificate);
   }
   Chain chain;
@@ -63,7 +65,9 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
     answer.chain.text = "the time is beyond what can be judged";
     return answer;
   }
+  // Any policy will do (RFC 5280, 6.1.1), where an authority asks for one at all.
   X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_POLICY_CHECK);
+  if (X509_VERIFY_PARAM_add0_policy(parameters, OBJ_nid2obj(NID_any_policy)) != 1) throw std::bad_alloc();
   X509_VERIFY_PARAM_set_depth(parameters, kMaxDepth);
   X509_VERIFY_PARAM_set_auth_level(parameters, question.allowWeak ? 0 : kStrongLevel);
   X509_STORE_CTX_set_verify_cb(context.get(), allow_last_second);
@@ -77,7 +81,7 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
     answer.chain.length = static_cast<uint64_t>(std::max(sk_X509_num(path), 0));
     return answer;
   }
-  answer.chain = judge_moduli(path);
+  answer.chain = judge_sizes(path);
   answer.chain.length = static_cast<uint64_t>(sk_X509_num(path));
   if (answer.chain.result != ChainResult::Trusted) return answer;
   const X509* anchor = sk_X509_value(path, sk_X509_num(path) - 1);

@@ -115,7 +115,7 @@ void name_algorithms(StrictSignature& signature, const Token& token, const Diges
     return;
   }
   const Digest& weaker =
-      scheme.digest != nullptr && scheme.digest->length < digest->length ? *scheme.digest : *digest;
+      scheme.digest != nullptr && scheme.digest->length <= digest->length ? *scheme.digest : *digest;
   signature.digest = weaker.name;
   signature.digestBits = weaker.length * 8;
 }

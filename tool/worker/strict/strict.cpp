@@ -89,7 +89,8 @@ void judge_signer(StrictReading& reading, const Token& token, X509* certificate,
   const auto genTime = ParseGenTime(reading.info.genTime);
   const int64_t now = std::time(nullptr);
   const auto time = judged_time(trust, genTime, now);
-  if (time) reading.validity = ValidityAt(certificate, *time, now);
+  const auto stamped = genTime ? std::optional(genTime->seconds) : std::nullopt;
+  if (time) reading.validity = ValidityAt(certificate, {*time, now, stamped});
   ThrowIfMemoryFailed();
   if (!trust.chainWanted) return;
   if (!time) {
@@ -100,7 +101,6 @@ void judge_signer(StrictReading& reading, const Token& token, X509* certificate,
       FindChain({certificate, untrusted_of(token, store), store.roots.get(), *time, allowWeak});
   reading.chain = std::move(answer.chain);
   if (answer.path && !store.lists.empty()) {
-    const auto stamped = genTime ? std::optional(genTime->seconds) : std::nullopt;
     reading.revocation = JudgeRevocation(
         {answer.path.get(), &store.lists, *time, stamped, trust.time == TrustTime::GenTime ? now : *time});
   }
