@@ -1,5 +1,6 @@
-// For the shared library that brings its C++ runtime: std::terminate ends the process without a description of
-// the exception. No exception leaves an export, and what would describe one is a fifth of the library's size.
+// For the shared library that brings its C++ runtime: std::terminate ends the process without a description
+// of the exception. No exception leaves an export, and what would describe one is a fifth of the library's
+// size.
 #include <cstdlib>
 
 namespace __gnu_cxx {  // NOLINT(bugprone-reserved-identifier, cert-dcl37-c, cert-dcl51-cpp): libstdc++'s name

@@ -62,8 +62,8 @@ void use_library(Facts& facts, ByteView token, const Job& job, const std::string
   if (job.rewriting != Rewriting::None) facts.rewritten = RewriteByLibrary(token, job.rewriting);
 }
 
-// Why neither can read a token. An algorithm that the library lacks is no reason where the strict reader, which
-// decodes whatever the algorithm, stops too.
+// Why neither can read a token. An algorithm that the library lacks is no reason where the strict reader,
+// which decodes whatever the algorithm, stops too.
 Stop stop_of_both(const Facts& facts) {
   Stop stop = *facts.libraryStop;
   if (facts.strictStop && stop.algorithm) {
