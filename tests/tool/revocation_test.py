@@ -126,6 +126,15 @@ class RevocationTest(ChainTest):
             self.assertEqual(self.openssl_error(*lists), 23)
             self.assert_fails(self.judged(*lists), "revocation", REVOKED)
 
+    def test_ARevocationInAPartialListCounts(self):
+        """openssl passes over lists of some reasons and indirect ones, or refuses the whole check."""
+        for name in ("of some reasons only", "indirect", "of CA certificates only"):
+            with self.subTest(name):
+                partial = self.list_file((self.signer, "keyCompromise", GENTIME + DAY), sections="[scope]\n" + SCOPES[name][0],
+                                         extensions={"issuingDistributionPoint": "critical,@scope"})
+                self.assert_fails(self.judged(partial), "revocation", REVOKED)
+                self.assert_fails(self.judged(self.list_file(last=NOW - 2 * DAY), partial), "revocation", REVOKED)
+
     def test_AListUnderAnEllipticCurveKey(self):
         chain = self.pki.chain(2, root={"algorithm": "ec:P-256"})
         silent = self.list_file(issuer=chain.root)

@@ -84,6 +84,41 @@ void add_extensions(X509* certificate, X509* issuer, const Extensions& extension
   }
 }
 
+std::shared_ptr<ASN1_GENERALIZEDTIME> generalized(int64_t time) {
+  return {ASN1_GENERALIZEDTIME_set(nullptr, time), ASN1_GENERALIZEDTIME_free};
+}
+
+void add_entry_extensions(X509_REVOKED* revoked, const RevokedEntry& entry) {
+  if (entry.reason) {
+    const std::shared_ptr<ASN1_ENUMERATED> reason(ASN1_ENUMERATED_new(), ASN1_ENUMERATED_free);
+    ASN1_ENUMERATED_set(reason.get(), *entry.reason);
+    X509_REVOKED_add1_ext_i2d(revoked, NID_crl_reason, reason.get(), 0, 0);
+  }
+  if (entry.invalidSince) {
+    const auto time = generalized(*entry.invalidSince);
+    X509_REVOKED_add1_ext_i2d(revoked, NID_invalidity_date, time.get(), 0, 0);
+  }
+  if (entry.issuer != nullptr) {
+    const std::shared_ptr<GENERAL_NAMES> names(GENERAL_NAMES_new(), GENERAL_NAMES_free);
+    GENERAL_NAME* name = GENERAL_NAME_new();
+    GENERAL_NAME_set0_value(name, GEN_DIRNAME,
+                            X509_NAME_dup(X509_get_subject_name(entry.issuer->x509.get())));
+    sk_GENERAL_NAME_push(names.get(), name);
+    X509_REVOKED_add1_ext_i2d(revoked, NID_certificate_issuer, names.get(), 1, 0);
+  }
+}
+
+void add_expired_on_list(X509_CRL* list, int64_t since) {
+  const auto time = generalized(since);
+  const Octets value = der::element(0x18, Octets(time->data, time->data + time->length));
+  const std::shared_ptr<ASN1_OCTET_STRING> octets(ASN1_OCTET_STRING_new(), ASN1_OCTET_STRING_free);
+  ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size()));
+  const std::shared_ptr<ASN1_OBJECT> identifier(OBJ_txt2obj("2.5.29.60", 1), ASN1_OBJECT_free);
+  X509_EXTENSION* extension = X509_EXTENSION_create_by_OBJ(nullptr, identifier.get(), 0, octets.get());
+  demand(X509_CRL_add_ext(list, extension, -1) == 1, "no extension");
+  X509_EXTENSION_free(extension);
+}
+
 void add_critical(X509_CRL* list, int nid, const Octets& value) {
   const std::shared_ptr<ASN1_OCTET_STRING> octets(ASN1_OCTET_STRING_new(), ASN1_OCTET_STRING_free);
   ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size()));
@@ -172,24 +207,21 @@ Octets MakeList(const ListPlan& plan) {
   X509_CRL_set_issuer_name(list.get(), X509_get_subject_name(plan.issuer->x509.get()));
   const std::shared_ptr<ASN1_TIME> time(ASN1_TIME_new(), ASN1_TIME_free);
   X509_CRL_set1_lastUpdate(list.get(), ASN1_TIME_adj(time.get(), plan.from, 0, 0));
-  X509_CRL_set1_nextUpdate(list.get(), ASN1_TIME_adj(time.get(), plan.until, 0, 0));
+  if (plan.until) X509_CRL_set1_nextUpdate(list.get(), ASN1_TIME_adj(time.get(), *plan.until, 0, 0));
   for (const RevokedEntry& entry : plan.entries) {
     X509_REVOKED* revoked = X509_REVOKED_new();
     const std::shared_ptr<ASN1_INTEGER> serial(ASN1_INTEGER_new(), ASN1_INTEGER_free);
     ASN1_INTEGER_set_int64(serial.get(), entry.serial);
     X509_REVOKED_set_serialNumber(revoked, serial.get());
     X509_REVOKED_set_revocationDate(revoked, ASN1_TIME_adj(time.get(), entry.date, 0, 0));
-    if (entry.reason) {
-      const std::shared_ptr<ASN1_ENUMERATED> reason(ASN1_ENUMERATED_new(), ASN1_ENUMERATED_free);
-      ASN1_ENUMERATED_set(reason.get(), *entry.reason);
-      X509_REVOKED_add1_ext_i2d(revoked, NID_crl_reason, reason.get(), 0, 0);
-    }
+    add_entry_extensions(revoked, entry);
     demand(X509_CRL_add0_revoked(list.get(), revoked) == 1, "no entry");
   }
   if (!plan.scope.empty()) add_critical(list.get(), NID_issuing_distribution_point, plan.scope);
   if (plan.delta) add_critical(list.get(), NID_delta_crl, der::integer(1));
+  if (plan.keepsExpiredSince) add_expired_on_list(list.get(), *plan.keepsExpiredSince);
   const Certificate& signer = plan.signedBy == nullptr ? *plan.issuer : *plan.signedBy;
-  demand(X509_CRL_sign(list.get(), signer.key.get(), EVP_sha256()) > 0, "list not signed");
+  demand(X509_CRL_sign(list.get(), signer.key.get(), digest_of(plan.digest)) > 0, "list not signed");
   return encoded<X509_CRL>(list.get(), i2d_X509_CRL);
 }
 

@@ -60,16 +60,20 @@ struct RevokedEntry {
   int64_t serial;
   int64_t date;
   std::optional<int> reason;
+  std::optional<int64_t> invalidSince = {};  // the extension invalidityDate
+  const Certificate* issuer = nullptr;       // the extension certificateIssuer; null: absent
 };
 
 struct ListPlan {
   const Certificate* issuer = nullptr;
   std::vector<RevokedEntry> entries;
   int64_t from = kGenTime - kDay;
-  int64_t until = kGenTime + kDay;
-  const Certificate* signedBy = nullptr;  // null: the issuer
-  Octets scope = {};                      // IssuingDistributionPoint (RFC 5280, 5.2.5); empty: absent
-  bool delta = false;                     // of changes to another list
+  std::optional<int64_t> until = kGenTime + kDay;  // absent: no nextUpdate
+  const Certificate* signedBy = nullptr;           // null: the issuer
+  Octets scope = {};   // IssuingDistributionPoint (RFC 5280, 5.2.5); empty: absent
+  bool delta = false;  // of changes to another list
+  std::string digest = "SHA256";
+  std::optional<int64_t> keepsExpiredSince = {};  // the extension expiredCertsOnCRL (X.509, 9.5.2.6)
 };
 
 Octets MakeList(const ListPlan& plan);

@@ -43,6 +43,25 @@ class StrictRevocation : public testing::Test {
     return MakeList({&root, entries, kGenTime - kDay, kGenTime + kDay, nullptr, {}, false});
   }
 
+  // Lists of the signer's issuer that differ from such a one in their scope, or in being of changes.
+  Octets scoped_list(const Octets& scope, const std::vector<RevokedEntry>& entries) const {
+    ListPlan plan;
+    plan.issuer = &authority;
+    plan.entries = entries;
+    plan.scope = scope;
+    return MakeList(plan);
+  }
+  Octets list_of_changes(const std::vector<RevokedEntry>& entries) const {
+    ListPlan plan;
+    plan.issuer = &authority;
+    plan.entries = entries;
+    plan.delta = true;
+    return MakeList(plan);
+  }
+
+  const Octets kIndirect = der::sequence(der::context_primitive(4, Octets{0xFF}));
+  const Octets kSomeReasons = der::sequence(der::context_primitive(3, Octets{0x06, 0x40}));
+
   Certificate root = MakeRoot();
   Certificate authority;
   Certificate signer;
@@ -188,15 +207,103 @@ TEST_F(StrictRevocation, AStaleListForTheRootAloneIsNoFault) {
   EXPECT_EQ(judge({ofAuthorities}).result, RevocationResult::NoList);
 }
 
-TEST_F(StrictRevocation, PartialListsAreNone) {
-  const Octets indirect = der::sequence(der::context_primitive(4, Octets{0xFF}));
-  const Octets someReasons = der::sequence(der::context_primitive(3, Octets{0x06, 0x40}));
-  for (const Octets& scope : {indirect, someReasons}) {
-    const Octets partial =
-        MakeList({&authority, {}, kGenTime - kDay, kGenTime + kDay, nullptr, scope, false});
+TEST_F(StrictRevocation, WhoIsNotInAPartialListMayBeInAnother) {
+  for (const Octets& scope : {kIndirect, kSomeReasons}) {
+    const Octets partial = scoped_list(scope, {});
     EXPECT_EQ(judge({partial}).result, RevocationResult::NoList);
     EXPECT_EQ(judge({partial, list()}).result, RevocationResult::Good);
   }
+  const Revocation revocation = judge({scoped_list(kSomeReasons, {})});
+  EXPECT_NE(revocation.text.find("some reasons only"), std::string::npos) << revocation.text;
+}
+
+// Such lists were passed over, and with them what they revoke.
+TEST_F(StrictRevocation, ARevocationInAPartialListCounts) {
+  const Octets onlyAuthorities = der::sequence(der::context_primitive(2, Octets{0xFF}));
+  for (const Octets& scope : {kIndirect, kSomeReasons, onlyAuthorities}) {
+    const Octets partial = scoped_list(scope, {{17, kGenTime + 1, 1}});
+    EXPECT_EQ(judge({partial}).result, RevocationResult::Revoked);
+    EXPECT_EQ(judge({partial, list()}).result, RevocationResult::Revoked);
+    EXPECT_EQ(judge({list(), partial}).result, RevocationResult::Revoked);
+  }
+}
+
+TEST_F(StrictRevocation, AListOfSomeReasonsDoesNotProveThatTheTokenStands) {
+  const Octets partial = scoped_list(kSomeReasons, {{17, kGenTime + 1, 4}});
+  EXPECT_EQ(judge({partial}).result, RevocationResult::NoList);
+  EXPECT_EQ(judge({partial, list({{17, kGenTime + 1, 4}})}).result, RevocationResult::Stands);
+}
+
+TEST_F(StrictRevocation, AListOfAttributeCertificatesNamesNoSigner) {
+  const Octets onlyAttributes = der::sequence(der::context_primitive(5, Octets{0xFF}));
+  EXPECT_EQ(judge({scoped_list(onlyAttributes, {{17, kGenTime - 1, 1}})}).result, RevocationResult::NoList);
+}
+
+// RFC 5280, 5.3.3.
+TEST_F(StrictRevocation, TheIssuerOfAnEntryHoldsForThoseAfterIt) {
+  const RevokedEntry own{17, kGenTime - 1, 1};
+  const RevokedEntry others{4711, kGenTime - 1, 1, {}, &root};
+  const RevokedEntry back{17, kGenTime - 1, 1, {}, &authority};
+  EXPECT_EQ(judge({scoped_list(kIndirect, {own, others}), list()}).result, RevocationResult::Revoked);
+  EXPECT_EQ(judge({scoped_list(kIndirect, {others, own}), list()}).result, RevocationResult::Good);
+  EXPECT_EQ(judge({scoped_list(kIndirect, {others, own, back}), list()}).result, RevocationResult::Revoked);
+}
+
+TEST_F(StrictRevocation, AnIndirectListOfAnotherIssuerIsSaidNotToBeUsed) {
+  ListPlan plan;
+  plan.issuer = &root;
+  plan.entries = {{17, kGenTime - 1, 1, {}, &authority}};
+  plan.scope = kIndirect;
+  const Revocation revocation = judge({list(), MakeList(plan)});
+  EXPECT_EQ(revocation.result, RevocationResult::Good);
+  EXPECT_NE(revocation.text.find("the indirect list of \"Example Root\""), std::string::npos)
+      << revocation.text;
+}
+
+// A list for one of the signer's distribution points leaves open what those of the others hold.
+TEST_F(StrictRevocation, AListOfADistributionPointCoversWhoNamesIt) {
+  CertificatePlan plan;
+  plan.issuer = &authority;
+  plan.extensions = SignerExtensions();
+  plan.extensions.emplace_back("crlDistributionPoints", "URI:http://tsa.example/1.crl");
+  signer = Make(plan);
+  const auto point = [](const std::string& address) {
+    const Octets name = der::context_primitive(6, Octets(address.begin(), address.end()));
+    return der::sequence(der::context(0, der::context(0, name)));
+  };
+  EXPECT_EQ(judge({scoped_list(point("http://tsa.example/1.crl"), {})}).result, RevocationResult::Good);
+  const Octets other = point("http://tsa.example/2.crl");
+  EXPECT_EQ(judge({scoped_list(other, {})}).result, RevocationResult::NoList);
+  EXPECT_EQ(judge({scoped_list(other, {{17, kGenTime - 1, 1}})}).result, RevocationResult::Revoked);
+}
+
+// The key may have been unsafe for long when the certificate is revoked.
+TEST_F(StrictRevocation, AnEarlierInvalidityDateCounts) {
+  const int64_t later = kGenTime + kDay;
+  EXPECT_EQ(judge({list({{17, later, 4, kGenTime + 1}})}).result, RevocationResult::Stands);
+  EXPECT_EQ(judge({list({{17, later, 4, kGenTime}})}).result, RevocationResult::Revoked);
+  EXPECT_EQ(judge({list({{17, kGenTime, 4, later}})}).result, RevocationResult::Revoked);
+  const Revocation revocation = judge({list({{17, later, 4, kGenTime - 1}})});
+  EXPECT_EQ(revocation.result, RevocationResult::Revoked);
+  EXPECT_NE(revocation.text.find("since 2024-11-15T07:59:59Z"), std::string::npos) << revocation.text;
+}
+
+TEST_F(StrictRevocation, OfSeveralEntriesTheGravestCounts) {
+  const RevokedEntry mild{17, kGenTime + 1, 4};
+  const RevokedEntry grave{17, kGenTime + 1, 1};
+  EXPECT_EQ(judge({list({mild, grave})}).result, RevocationResult::Revoked);
+  EXPECT_EQ(judge({list({grave, mild})}).result, RevocationResult::Revoked);
+  EXPECT_EQ(judge({list({mild, mild})}).result, RevocationResult::Stands);
+}
+
+// The reason removeFromCRL has a meaning in lists of changes alone (RFC 5280, 5.3.1).
+TEST_F(StrictRevocation, ARemovalInAWholeListIsARevocation) {
+  const RevokedEntry removed{17, kGenTime + 1, 8};
+  EXPECT_EQ(judge({list({removed})}).result, RevocationResult::Revoked);
+  EXPECT_EQ(judge({list_of_changes({removed})}).result, RevocationResult::NoList);
+  EXPECT_EQ(judge({list_of_changes({removed}), list()}).result, RevocationResult::Good);
+  EXPECT_EQ(judge({list_of_changes({removed, {17, kGenTime + 1, 1}}), list()}).result,
+            RevocationResult::Revoked);
 }
 
 TEST_F(StrictRevocation, AListOfChangesCountsForWhoIsInIt) {

@@ -50,6 +50,14 @@ int allow_last_second(int ok, X509_STORE_CTX* context) {
   return 1;
 }
 
+// False when this platform's time_t cannot hold the time.
+bool set_judged_time(X509_VERIFY_PARAM* parameters, int64_t time) {
+  const time_t narrow = static_cast<time_t>(time);
+  if (narrow != time) return false;
+  X509_VERIFY_PARAM_set_time(parameters, narrow);
+  return true;
+}
+
 // One verification by libcrypto.
 ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, STACK_OF(X509) * roots) {
   const OwnedStoreContext context(Needed(X509_STORE_CTX_new()));
@@ -60,7 +68,7 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
   X509_STORE_CTX_set0_trusted_stack(context.get(), roots);
   X509_VERIFY_PARAM* parameters = X509_STORE_CTX_get0_param(context.get());
   ChainAnswer answer;
-  if (!SetJudgedTime(parameters, question.time)) {
+  if (!set_judged_time(parameters, question.time)) {
     answer.chain.result = ChainResult::NoTime;
     answer.chain.text = "the time is beyond what can be judged";
     return answer;
@@ -149,13 +157,6 @@ ChainAnswer FindChain(const ChainQuestion& question) {
   ChainAnswer found = PathSearch(question).Run(std::move(first));
   ThrowIfMemoryFailed();
   return found;
-}
-
-bool SetJudgedTime(X509_VERIFY_PARAM* parameters, int64_t time) {
-  const time_t narrow = static_cast<time_t>(time);
-  if (narrow != time) return false;
-  X509_VERIFY_PARAM_set_time(parameters, narrow);
-  return true;
 }
 
 }  // namespace qex::tool::strict

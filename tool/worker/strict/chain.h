@@ -24,7 +24,4 @@ struct ChainAnswer {
 
 ChainAnswer FindChain(const ChainQuestion& question);
 
-// SetJudgedTime makes `parameters` judge at a time; false when this platform's time_t cannot hold it.
-bool SetJudgedTime(X509_VERIFY_PARAM* parameters, int64_t time);
-
 }  // namespace qex::tool::strict

@@ -33,9 +33,6 @@ inline void FreeCertificates(STACK_OF(X509) * stack) noexcept {
 inline void FreeCertificateStack(STACK_OF(X509) * stack) noexcept {
   sk_X509_free(stack);
 }
-inline void FreeCrlStack(STACK_OF(X509_CRL) * stack) noexcept {
-  sk_X509_CRL_free(stack);
-}
 
 using OwnedAlgorithm = Handle<X509_ALGOR, X509_ALGOR_free>;
 using OwnedBigNumber = Handle<BIGNUM, BN_free>;
@@ -50,12 +47,10 @@ using OwnedEnumerated = Handle<ASN1_ENUMERATED, ASN1_ENUMERATED_free>;
 using OwnedExtendedUsage = Handle<EXTENDED_KEY_USAGE, EXTENDED_KEY_USAGE_free>;
 using OwnedGeneralNames = Handle<GENERAL_NAMES, GENERAL_NAMES_free>;
 using OwnedPssParameters = Handle<RSA_PSS_PARAMS, RSA_PSS_PARAMS_free>;
-using OwnedStore = Handle<X509_STORE, X509_STORE_free>;
 using OwnedStoreContext = Handle<X509_STORE_CTX, X509_STORE_CTX_free>;
 using OwnedTstInfo = Handle<TS_TST_INFO, TS_TST_INFO_free>;
 
-// Rows of certificates or lists that belong to others.
+// Rows of certificates that belong to others.
 using CertificateRow = Handle<STACK_OF(X509), FreeCertificateStack>;
-using CrlRow = Handle<STACK_OF(X509_CRL), FreeCrlStack>;
 
 }  // namespace qex::tool::strict

@@ -1,8 +1,7 @@
-// libcrypto processes the lists: issuer, scope, signature, dates, entries. Lists of some reasons alone
-// and of other issuers' certificates count for nothing, as with openssl verify. Each list is asked on
-// its own, for of several it would heed the one in force at the time of the check alone, while a revocation
-// in a later one counts as well: a key that was found stolen afterwards may have been so before (RFC 3161,
-// 4).
+// What lists say of the certificates of a chain. Each list is asked on its own, and every entry counts. A
+// revocation counts also in a list that has ended, that is partial, or that is later than the time of the
+// check: a key that was found stolen afterwards may have been so before (RFC 3161, 4). That a certificate is
+// in no list counts only where the list would name it, and is in force.
 #include "tool/worker/strict/revocation.h"
 
 #include <algorithm>
@@ -10,48 +9,14 @@
 
 #include <openssl/objects.h>
 
-#include "tool/base/escape.h"
 #include "tool/message/gen_time.h"
 #include "tool/worker/strict/certificate.h"
-#include "tool/worker/strict/chain.h"
+#include "tool/worker/strict/revocation_list.h"
 
 namespace qex::tool::strict {
 namespace {
 
-// What libcrypto reported about one certificate and one list. Plain, for it is filled between C frames.
-struct Seen {
-  bool missing = false;  // the list is not about this certificate
-  bool stale = false;
-  bool early = false;
-  int fault = X509_V_OK;
-  X509_REVOKED* entry = nullptr;
-};
-
-struct Observer {
-  X509_CRL* list;  // the one that is asked; libcrypto does not always name it
-  std::vector<Seen> seen;
-};
-
-int observe(int ok, X509_STORE_CTX* context) {
-  if (ok != 0) return ok;
-  const int error = X509_STORE_CTX_get_error(context);
-  auto* observer = static_cast<Observer*>(X509_STORE_CTX_get_app_data(context));
-  if (observer == nullptr) return 0;  // of an inner verification, which only lists that are not taken have
-  const auto depth = static_cast<size_t>(X509_STORE_CTX_get_error_depth(context));
-  if (depth >= observer->seen.size()) return 0;
-  Seen& seen = observer->seen[depth];
-  switch (error) {
-    case X509_V_ERR_UNABLE_TO_GET_CRL:
-    case X509_V_ERR_DIFFERENT_CRL_SCOPE: seen.missing = true; break;
-    case X509_V_ERR_CRL_HAS_EXPIRED: seen.stale = true; break;
-    case X509_V_ERR_CRL_NOT_YET_VALID: seen.early = true; break;
-    case X509_V_ERR_CERT_REVOKED:
-      X509_CRL_get0_by_cert(observer->list, &seen.entry, X509_STORE_CTX_get_current_cert(context));
-      break;
-    default: seen.fault = error;
-  }
-  return 1;
-}
+using OwnedTime = Handle<ASN1_GENERALIZEDTIME, ASN1_GENERALIZEDTIME_free>;
 
 // A reason of revocation (RFC 5280, 5.3.1), and whether tokens from before the revocation stand (RFC 3161,
 // 4).
@@ -69,6 +34,7 @@ constexpr Reason kReasons[] = {
     {CRL_REASON_SUPERSEDED, "superseded", true},
     {CRL_REASON_CESSATION_OF_OPERATION, "cessationOfOperation", true},
     {CRL_REASON_CERTIFICATE_HOLD, "certificateHold", false},
+    {CRL_REASON_REMOVE_FROM_CRL, "removeFromCRL", false},
     {CRL_REASON_PRIVILEGE_WITHDRAWN, "privilegeWithdrawn", false},
     {CRL_REASON_AA_COMPROMISE, "aACompromise", false},
 };
@@ -82,37 +48,6 @@ Reason reason_of(const X509_REVOKED* entry) {
   return row == std::end(kReasons) ? Reason{-1, "for an unknown reason", false} : *row;
 }
 
-std::string moment_of(const ASN1_TIME* time) {
-  const auto seconds = SecondsOf(time);
-  return seconds ? IsoTime(*seconds) : "an unreadable time";
-}
-
-std::string list_name(const X509_CRL* list) {
-  return "the list of " + Quoted(NameForPeople(X509_CRL_get_issuer(list))) + " of " +
-         moment_of(X509_CRL_get0_lastUpdate(list));
-}
-
-// Why a list cannot be used.
-struct ListFault {
-  int error;
-  const char* words;
-};
-
-constexpr ListFault kListFaults[] = {
-    {X509_V_ERR_CRL_SIGNATURE_FAILURE, "its signature does not verify"},
-    {X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER, "the certificate of its issuer is not at hand"},
-    {X509_V_ERR_KEYUSAGE_NO_CRL_SIGN, "the key usage of its issuer does not allow lists"},
-    {X509_V_ERR_UNHANDLED_CRITICAL_CRL_EXTENSION, "it has a critical extension that is not known"},
-    {X509_V_ERR_INVALID_EXTENSION, "its extensions are not valid"},
-    {X509_V_ERR_ERROR_IN_CRL_LAST_UPDATE_FIELD, "its dates cannot be read"},
-    {X509_V_ERR_ERROR_IN_CRL_NEXT_UPDATE_FIELD, "its dates cannot be read"},
-};
-
-std::string fault_words(int error) {
-  const auto* row = std::ranges::find(kListFaults, error, &ListFault::error);
-  return row == std::end(kListFaults) ? X509_verify_cert_error_string(error) : row->words;
-}
-
 // What one list says of one certificate, the gravest last.
 enum class Verdict : uint8_t { None, Bad, Stale, Good, Stands, Revoked };
 
@@ -123,39 +58,76 @@ struct Finding {
   std::string text;
 };
 
-void judge_entry(Finding& finding, const Seen& seen, const RevocationQuestion& question) {
-  const Reason reason = reason_of(seen.entry);
-  const auto date = SecondsOf(X509_REVOKED_get0_revocationDate(seen.entry));
-  const bool older = date && question.genTime && *question.genTime < *date;
-  finding.verdict = older && reason.lenient ? Verdict::Stands : Verdict::Revoked;
-  finding.hold = reason.code == CRL_REASON_CERTIFICATE_HOLD;
-  finding.text = "revoked " + moment_of(X509_REVOKED_get0_revocationDate(seen.entry)) + ", " + reason.name;
-  if (finding.verdict == Verdict::Stands) finding.text += "; the token is older";
+// The moment from which an entry tells not to rely on the certificate: the revocation, or an earlier one that
+// it names. Nothing when it cannot be read.
+std::optional<int64_t> invalid_from(const X509_REVOKED* entry) {
+  const auto revoked = SecondsOf(X509_REVOKED_get0_revocationDate(entry));
+  if (X509_REVOKED_get_ext_by_NID(entry, NID_invalidity_date, -1) < 0) return revoked;
+  const OwnedTime invalid(static_cast<ASN1_GENERALIZEDTIME*>(
+      X509_REVOKED_get_ext_d2i(entry, NID_invalidity_date, nullptr, nullptr)));
+  const auto since = SecondsOf(invalid.get());
+  return revoked && since ? std::optional(std::min(*revoked, *since)) : std::nullopt;
 }
 
-Finding finding_of(const Seen& seen, const X509_CRL* list, const RevocationQuestion& question) {
+Finding finding_of(const X509_REVOKED* entry, const RevocationQuestion& question) {
+  const Reason reason = reason_of(entry);
+  const ASN1_TIME* revoked = X509_REVOKED_get0_revocationDate(entry);
+  const auto since = invalid_from(entry);
+  const bool older = since && question.genTime && *question.genTime < *since;
   Finding finding;
-  finding.issued = SecondsOf(X509_CRL_get0_lastUpdate(list)).value_or(0);
-  if (seen.missing) return finding;
-  if (seen.fault != X509_V_OK) {
-    finding.verdict = Verdict::Bad;
-    finding.text = list_name(list) + " cannot be used: " + fault_words(seen.fault);
-    return finding;
-  }
-  if (seen.entry != nullptr) judge_entry(finding, seen, question);
-  if (finding.verdict == Verdict::Revoked) return finding;  // for good, whatever the dates of the list
-  if (seen.early && finding.issued > question.latestIssue) {
-    finding.verdict = Verdict::Bad;
-    finding.text = list_name(list) + " is from a later time";
-  } else if (seen.stale) {
-    finding.verdict = Verdict::Stale;
-    finding.text = list_name(list) + " ended " + moment_of(X509_CRL_get0_nextUpdate(list));
-  } else if (seen.entry == nullptr && X509_CRL_get_ext_by_NID(list, NID_delta_crl, -1) < 0) {
-    // Who is not in a list of changes to another may be in the other.
-    finding.verdict = Verdict::Good;
-    finding.text = "not in " + list_name(list);
-  }
+  finding.verdict = older && reason.lenient ? Verdict::Stands : Verdict::Revoked;
+  finding.hold = reason.code == CRL_REASON_CERTIFICATE_HOLD;
+  finding.text = "revoked " + MomentOf(revoked) + ", " + reason.name;
+  if (since && since != SecondsOf(revoked)) finding.text += ", invalid since " + IsoTime(*since);
+  if (finding.verdict == Verdict::Stands) finding.text += "; the token is older";
   return finding;
+}
+
+// What is wrong with a list as a proof that the token stands. A revocation in it counts all the same.
+void judge_proof(Finding& finding, const RevocationList& list, const RevocationQuestion& question) {
+  const ASN1_TIME* end = X509_CRL_get0_nextUpdate(list.crl);
+  if (list.issued > question.time && list.issued > question.latestIssue) {
+    finding.verdict = Verdict::Bad;
+    finding.text = list.Name() + " is from a later time";
+  } else if (end != nullptr && SecondsOf(end).value_or(0) <= question.time) {
+    finding.verdict = Verdict::Stale;
+    finding.text = list.Name() + " ended " + MomentOf(end);
+  }
+}
+
+// One finding for each entry about a certificate; without entries one of the list as a whole.
+std::vector<Finding> findings_of(const RevocationList& list, int place, const RevocationQuestion& question) {
+  Finding whole;
+  whole.issued = list.issued;
+  X509* issuer = IssuerOnPath(list, question.path, place);
+  if (issuer == nullptr) return {};
+  if (const char* fault = FaultOfList(list, issuer)) {
+    whole.verdict = Verdict::Bad;
+    whole.text = list.Name() + " cannot be used: " + fault;
+    return {whole};
+  }
+  std::vector<Finding> findings;
+  for (const X509_REVOKED* entry : list.entries[static_cast<size_t>(place)]) {
+    if (list.isDelta && reason_of(entry).code == CRL_REASON_REMOVE_FROM_CRL) continue;  // a hold that is over
+    findings.push_back(finding_of(entry, question));
+  }
+  if (findings.empty()) {
+    const char* gap = GapOfList(list, sk_X509_value(question.path, place));
+    whole.verdict = gap == nullptr ? Verdict::Good : Verdict::None;
+    whole.text = gap == nullptr ? "not in " + list.Name() : list.Name() + " " + gap;
+    findings.push_back(whole);
+  }
+  for (Finding& finding : findings) {
+    if (finding.verdict == Verdict::Stands && list.IsOfSomeReasons()) {
+      // A list of other reasons may name a graver one.
+      finding.verdict = Verdict::None;
+      finding.text = list.Name() + " names it, and is of some reasons only";
+    }
+    if (finding.verdict == Verdict::Good || finding.verdict == Verdict::Stands)
+      judge_proof(finding, list, question);
+    finding.issued = list.issued;
+  }
+  return findings;
 }
 
 // A hold is over when a later list leaves the certificate out.
@@ -171,36 +143,31 @@ Finding gravest(const std::vector<Finding>& all) {
   for (const Finding& finding : all) {
     if (is_released(finding, all)) continue;
     const bool graver = finding.verdict > result.verdict;
-    if (graver || (finding.verdict == result.verdict && finding.issued > result.issued)) result = finding;
+    const bool later = finding.issued > result.issued || result.text.empty();
+    if (graver || (finding.verdict == result.verdict && later)) result = finding;
   }
   return result;
 }
 
-// Findings by certificate of the path.
-std::vector<std::vector<Finding>> ask_all(const RevocationQuestion& question) {
-  const int length = sk_X509_num(question.path);
-  std::vector<std::vector<Finding>> findings(static_cast<size_t>(length));
-  const OwnedStore store(Needed(X509_STORE_new()));  // empty: libcrypto looks for more lists there
-  for (const OwnedCrl& list : *question.lists) {
-    const OwnedStoreContext context(Needed(X509_STORE_CTX_new()));
-    if (X509_STORE_CTX_init(context.get(), store.get(), sk_X509_value(question.path, 0), question.path) != 1)
-      throw std::bad_alloc();
-    X509_VERIFY_PARAM* parameters = X509_STORE_CTX_get0_param(context.get());
-    SetJudgedTime(parameters, question.time);  // the chain was judged at the same time
-    X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_CRL_CHECK | X509_V_FLAG_CRL_CHECK_ALL);
-    const CrlRow row(Needed(sk_X509_CRL_new_null()));
-    if (sk_X509_CRL_push(row.get(), list.get()) <= 0) throw std::bad_alloc();
-    X509_STORE_CTX_set0_crls(context.get(), row.get());
-    X509_STORE_CTX_set0_verified_chain(context.get(), Needed(X509_chain_up_ref(question.path)));
-    Observer observer{list.get(), std::vector<Seen>(findings.size())};
-    if (X509_STORE_CTX_set_app_data(context.get(), &observer) != 1) throw std::bad_alloc();
-    X509_STORE_CTX_set_verify_cb(context.get(), observe);
-    X509_STORE_CTX_get_check_revocation(context.get())(context.get());
+// What all lists say.
+struct Answers {
+  std::vector<std::vector<Finding>> findings;  // by certificate of the path
+  std::string unused;                          // lists that nothing was looked for in, in words
+};
+
+Answers ask_all(const RevocationQuestion& question) {
+  Answers answers;
+  answers.findings.resize(static_cast<size_t>(sk_X509_num(question.path)));
+  for (const OwnedCrl& crl : *question.lists) {
+    const RevocationList list = ReadRevocationList(crl.get(), question.path);
+    for (size_t i = 0; i < answers.findings.size(); ++i)
+      std::ranges::move(findings_of(list, static_cast<int>(i), question),
+                        std::back_inserter(answers.findings[i]));
+    if (list.IsIndirect() && IssuerOnPath(list, question.path, 0) == nullptr)
+      answers.unused += "; " + list.Name() + " was used for certificates of its own issuer alone";
     ThrowIfMemoryFailed();
-    for (size_t i = 0; i < findings.size(); ++i)
-      findings[i].push_back(finding_of(observer.seen[i], list.get(), question));
   }
-  return findings;
+  return answers;
 }
 
 RevocationResult result_of(Verdict verdict) {
@@ -213,6 +180,10 @@ RevocationResult result_of(Verdict verdict) {
     case Verdict::Revoked: break;
   }
   return RevocationResult::Revoked;
+}
+
+std::string reason_after(const Finding& finding) {
+  return finding.text.empty() ? "" : ": " + finding.text;
 }
 
 // What a result weighs for the token as a whole: a revocation most, then a list that fails.
@@ -228,7 +199,8 @@ int weight_of(RevocationResult result) {
 }  // namespace
 
 Revocation JudgeRevocation(const RevocationQuestion& question) {
-  const auto findings = ask_all(question);
+  const Answers answers = ask_all(question);
+  const auto& findings = answers.findings;
   Revocation worst;
   std::string uncovered;
   for (size_t i = 0; i < findings.size(); ++i) {
@@ -236,18 +208,18 @@ Revocation JudgeRevocation(const RevocationQuestion& question) {
     const Finding finding = gravest(findings[i]);
     const bool root = i + 1 == findings.size() && i > 0;
     if (i > 0 && finding.verdict == Verdict::None) {
-      if (!root) uncovered += "; no list covers " + QuotedSubject(certificate);
+      if (!root) uncovered += "; no list covers " + QuotedSubject(certificate) + reason_after(finding);
       continue;
     }
     if (root && finding.verdict != Verdict::Revoked) continue;  // trusted by decision, not by lists
     Revocation revocation{result_of(finding.verdict), finding.text, i > 0};
     if (revocation.result == RevocationResult::NoList)
-      revocation.text = "none covers " + QuotedSubject(certificate);
+      revocation.text = "none covers " + QuotedSubject(certificate) + reason_after(finding);
     if (i > 0 || weight_of(revocation.result) == 3)
       revocation.text = QuotedSubject(certificate) + ": " + revocation.text;
     if (i == 0 || weight_of(revocation.result) > weight_of(worst.result)) worst = revocation;
   }
-  worst.text += uncovered;
+  worst.text += uncovered + answers.unused;
   return worst;
 }
 
