@@ -9,7 +9,8 @@ from collections import namedtuple
 
 import support
 from chain_support import NO_LIST, REVOKED, ChainTest, failing, verdicts_of
-from pki import DAY, GENTIME, NOW, YEAR, flipped_list, openssl, verify_error
+from pki import DAY, GENTIME, NOW, YEAR, flipped_list, openssl, stamp_of, verify_error
+from tac import GENERALIZED_TIME, der
 
 # A token from before the revocation stands with these reasons, and with no other and none.
 STANDING = ("unspecified", "affiliationChanged", "superseded", "cessationOfOperation")
@@ -194,6 +195,16 @@ class RevocationTest(ChainTest):
         self.assert_fails(self.judged(path, chain=chain), "revocation", REVOKED)
         path = self.list_file((chain.signer, "superseded", NOW - YEAR / 2))
         self.assert_passes(self.judged(path, chain=chain))
+
+    def test_AListFromAfterTheSignerExpiredDoesNotCoverIt(self):
+        chain = self.pki.chain(2, signer={"not_after": NOW - 30 * DAY})
+        late, timely = self.list_file(last=NOW - 29 * DAY), self.list_file(last=NOW - 31 * DAY)
+        self.assert_fails(self.judged(late, chain=chain), "revocation", NO_LIST, status=8)
+        self.assert_passes(self.judged(timely, chain=chain))
+        self.assert_passes(self.judged(late, timely, chain=chain))
+        keeping = self.list_file(last=NOW - 29 * DAY, extensions={
+            "2.5.29.60": "DER:" + der(GENERALIZED_TIME, stamp_of(GENTIME).encode()).hex()})
+        self.assert_passes(self.judged(keeping, chain=chain))
 
 
 if __name__ == "__main__":

@@ -139,7 +139,8 @@ void judge_revocation(Report& report, const StrictReading& strict, const Trust& 
     case RevocationResult::NoList:
       report.Fail("revocation",
                   {Shown(revocation.text), SubIndication::TryLater,
-                   "fetch the list of the signer's issuer, and name it with --crl", ExitStatus::Absent},
+                   "name a whole list of the signer's issuer with --crl, from before the signer expired",
+                   ExitStatus::Absent},
                   By::Strict);
       break;
     case RevocationResult::ListStale:

@@ -277,6 +277,58 @@ TEST_F(StrictRevocation, AListOfADistributionPointCoversWhoNamesIt) {
   EXPECT_EQ(judge({scoped_list(other, {{17, kGenTime - 1, 1}})}).result, RevocationResult::Revoked);
 }
 
+// Expired certificates are dropped from lists (RFC 5280, 3.3), so that a revoked one comes to be in none.
+TEST_F(StrictRevocation, AListFromAfterTheSignerExpiredLeavesItOpen) {
+  const int64_t end = kGenTime + kDay;
+  CertificatePlan plan;
+  plan.issuer = &authority;
+  plan.until = end;
+  plan.extensions = SignerExtensions();
+  signer = Make(plan);
+  const Octets late = list({}, end + 1, end + kDay);
+  const Revocation revocation = judge({late});
+  EXPECT_EQ(revocation.result, RevocationResult::NoList) << revocation.text;
+  EXPECT_NE(revocation.text.find("after the certificate had expired"), std::string::npos) << revocation.text;
+  EXPECT_EQ(judge({late, list()}).result, RevocationResult::Good);
+  EXPECT_EQ(judge({list({}, end, end + kDay)}).result, RevocationResult::Good);
+  // What it names, it names.
+  EXPECT_EQ(judge({list({{17, kGenTime + 1, 4}}, end + 1, end + kDay)}).result, RevocationResult::Stands);
+  EXPECT_EQ(judge({list({{17, kGenTime + 1, 1}}, end + 1, end + kDay)}).result, RevocationResult::Revoked);
+}
+
+TEST_F(StrictRevocation, AListThatKeepsExpiredCertificatesCoversThem) {
+  const int64_t end = kGenTime + kDay;
+  CertificatePlan plan;
+  plan.issuer = &authority;
+  plan.until = end;
+  plan.extensions = SignerExtensions();
+  signer = Make(plan);
+  ListPlan keeping;
+  keeping.issuer = &authority;
+  keeping.from = end + 1;
+  keeping.until = end + kDay;
+  keeping.keepsExpiredSince = end;
+  EXPECT_EQ(judge({MakeList(keeping)}).result, RevocationResult::Good);
+  keeping.keepsExpiredSince = end + 1;
+  EXPECT_EQ(judge({MakeList(keeping)}).result, RevocationResult::NoList);
+}
+
+TEST_F(StrictRevocation, AListFromAfterAnAuthorityExpiredDoesNotCoverIt) {
+  CertificatePlan plan;
+  plan.subject = "Example CA";
+  plan.key = "ec:P-256/ca";
+  plan.serial = 5;
+  plan.issuer = &root;
+  plan.until = kGenTime + kDay;
+  plan.extensions = AuthorityExtensions();
+  authority = Make(plan);
+  trust.untrusted = {Item(authority.der())};
+  const Octets late = MakeList({&root, {}, kGenTime + 2 * kDay, kGenTime + 3 * kDay, nullptr, {}, false});
+  const Revocation revocation = judge({list(), late});
+  EXPECT_EQ(revocation.result, RevocationResult::Good);
+  EXPECT_NE(revocation.text.find("no list covers \"Example CA\""), std::string::npos) << revocation.text;
+}
+
 // The key may have been unsafe for long when the certificate is revoked.
 TEST_F(StrictRevocation, AnEarlierInvalidityDateCounts) {
   const int64_t later = kGenTime + kDay;

@@ -16,8 +16,6 @@
 namespace qex::tool::strict {
 namespace {
 
-using OwnedTime = Handle<ASN1_GENERALIZEDTIME, ASN1_GENERALIZEDTIME_free>;
-
 // A reason of revocation (RFC 5280, 5.3.1), and whether tokens from before the revocation stand (RFC 3161,
 // 4).
 struct Reason {

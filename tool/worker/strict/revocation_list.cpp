@@ -16,6 +16,7 @@ namespace qex::tool::strict {
 namespace {
 
 using OwnedDistributionPoints = Handle<CRL_DIST_POINTS, CRL_DIST_POINTS_free>;
+using OwnedIdentifier = Handle<ASN1_OBJECT, ASN1_OBJECT_free>;
 
 constexpr const char* kInvalidExtensions = "its extensions are not valid";
 constexpr const char* kUnknownExtension = "it has a critical extension that is not known";
@@ -168,6 +169,25 @@ bool names_point(X509* certificate, DIST_POINT_NAME* wanted) {
   return false;
 }
 
+// The moment since which certificates that expire stay in the list (X.509, 9.5.2.6); nothing when they do
+// not.
+std::optional<int64_t> keeps_expired_since(const X509_CRL* list) {
+  const OwnedIdentifier identifier(Needed(OBJ_txt2obj("2.5.29.60", 1)));
+  const int place = X509_CRL_get_ext_by_OBJ(list, identifier.get(), -1);
+  if (place < 0) return std::nullopt;
+  const ByteView value = OctetsOf(X509_EXTENSION_get_data(X509_CRL_get_ext(list, place)));
+  const auto since = DecodeWhole<OwnedTime, d2i_ASN1_GENERALIZEDTIME>(value);
+  return SecondsOf(since.get());
+}
+
+// A list drops what has expired (RFC 5280, 3.3).
+bool may_have_dropped(const RevocationList& list, const X509* certificate) {
+  const auto end = SecondsOf(X509_get0_notAfter(certificate));
+  if (end && list.issued <= *end) return false;
+  const auto kept = keeps_expired_since(list.crl);
+  return !end || !kept || *kept > *end;
+}
+
 }  // namespace
 
 std::string MomentOf(const ASN1_TIME* time) {
@@ -218,6 +238,7 @@ const char* FaultOfList(const RevocationList& list, X509* issuer) {
 const char* GapOfList(const RevocationList& list, X509* certificate) {
   // Who is not in a list of changes to another may be in the other.
   if (list.isDelta) return "is of changes to another list";
+  if (may_have_dropped(list, certificate)) return "was issued after the certificate had expired";
   if (!list.scope) return nullptr;
   const bool isAuthority = (X509_get_extension_flags(certificate) & EXFLAG_CA) != 0;
   const bool isOther = isAuthority ? list.scope->onlyuser != 0 : list.scope->onlyCA != 0;

@@ -11,6 +11,7 @@ namespace qex::tool::strict {
 
 using OwnedListScope = Handle<ISSUING_DIST_POINT, ISSUING_DIST_POINT_free>;
 using OwnedKeyIdentifier = Handle<AUTHORITY_KEYID, AUTHORITY_KEYID_free>;
+using OwnedTime = Handle<ASN1_GENERALIZEDTIME, ASN1_GENERALIZEDTIME_free>;
 
 struct RevocationList {
   X509_CRL* crl = nullptr;
