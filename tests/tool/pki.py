@@ -186,7 +186,7 @@ class Pki:
         return Chain(top, between, self.certificate("signer", above, base=SIGNER_EXTENSIONS, **(signer or {})))
 
     def revocation_list(self, issuer, *revoked, last=NOW - DAY, following=NOW + 30 * DAY, extensions=None,
-                        sections="", key=None):
+                        sections="", key=None, digest="sha256"):
         """A DER CertificateList; `revoked` are (certificate, reason or None, date), `key` signs in the issuer's place.
 
         Reasons are the words of RFC 5280, also those that openssl has no word for.
@@ -201,7 +201,7 @@ class Pki:
                                     certificate.serial, "unknown", certificate.subject)) + "\n")
         extensions = {"authorityKeyIdentifier": "keyid", **(extensions or {})}
         pem = openssl("ca", "-gencrl", "-config", self._configuration(extensions, sections, "".join(lines)),
-                      "-cert", issuer.path, "-keyfile", issuer.key, "-crlexts", "extensions",
+                      "-cert", issuer.path, "-keyfile", issuer.key, "-md", digest, "-crlexts", "extensions",
                       "-crl_lastupdate", stamp_of(last), "-crl_nextupdate", stamp_of(following))
         made = openssl("crl", "-outform", "DER", data=pem)
         return self._signed_again(made, patched, key or issuer.key) if patched or key else made

@@ -8,7 +8,7 @@ import unittest
 from collections import namedtuple
 
 import support
-from chain_support import NO_LIST, REVOKED, ChainTest, failing, verdicts_of
+from chain_support import NO_LIST, REVOKED, WEAK, ChainTest, failing, verdicts_of
 from pki import DAY, GENTIME, NOW, YEAR, flipped_list, openssl, stamp_of, verify_error
 from tac import GENERALIZED_TIME, der
 
@@ -179,6 +179,20 @@ class RevocationTest(ChainTest):
                 self.assertLessEqual(failing(document), {"revocation"})
                 self.assertEqual(document["indication"], "INDETERMINATE")
                 self.assertTrue(document["hint"])
+
+    def test_AListUnderAWeakDigestIsForAllowWeak(self):
+        """openssl looks at the digests of certificates alone."""
+        for digest in ("sha1", "md5"):
+            with self.subTest(digest):
+                silent = self.list_file(digest=digest)
+                naming = self.list_file((self.signer, "keyCompromise", GENTIME + DAY), digest=digest)
+                self.assertEqual(self.openssl_error(silent), 0)
+                document = self.judged(silent)
+                self.assert_fails(document, "revocation", WEAK)
+                self.assertIn("--allow-weak", document["hint"])
+                self.assert_passes(self.judged(silent, at=("--allow-weak",)))
+                self.assert_passes(self.judged(silent, self.list_file()))
+                self.assert_fails(self.judged(naming, self.list_file()), "revocation", REVOKED)
 
     def test_AListOfAnAuthorityThatMayNotSignListsNeverPasses(self):
         chain = self.pki.chain(2, root={"extensions": {"keyUsage": "critical,keyCertSign"}})

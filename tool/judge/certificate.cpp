@@ -143,6 +143,12 @@ void judge_revocation(Report& report, const StrictReading& strict, const Trust& 
                    ExitStatus::Absent},
                   By::Strict);
       break;
+    case RevocationResult::ListWeak:
+      report.Fail("revocation",
+                  {Shown(revocation.text), SubIndication::CryptoConstraintsFailure,
+                   "fetch a newer list; --allow-weak accepts this one all the same"},
+                  By::Strict);
+      break;
     case RevocationResult::ListStale:
     case RevocationResult::ListBad:
       report.Fail(

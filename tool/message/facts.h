@@ -166,6 +166,7 @@ enum class RevocationResult : uint8_t {
   Revoked,
   NoList,     // none of the lists covers the signer
   ListStale,  // the list that covers it ended before the time of the check
+  ListWeak,   // it is signed with a weak digest
   ListBad,    // its signature does not verify, or it cannot be used
 };
 

@@ -26,10 +26,10 @@ class StrictRevocation : public testing::Test {
     trust.untrusted = {Item(authority.der())};
   }
 
-  Revocation judge(const std::vector<Octets>& lists) {
+  Revocation judge(const std::vector<Octets>& lists, bool allowWeak = false) {
     trust.crls.clear();
     for (const Octets& list : lists) trust.crls.push_back(Item(list));
-    const auto reading = Read(TokenPlan(signer).encode(), trust);
+    const auto reading = Read(TokenPlan(signer).encode(), trust, allowWeak);
     EXPECT_EQ(reading.chain->result, tool::ChainResult::Trusted) << reading.chain->text;
     return reading.revocation.value_or(Revocation{RevocationResult::ListBad, "not judged", false});
   }
@@ -327,6 +327,47 @@ TEST_F(StrictRevocation, AListFromAfterAnAuthorityExpiredDoesNotCoverIt) {
   const Revocation revocation = judge({list(), late});
   EXPECT_EQ(revocation.result, RevocationResult::Good);
   EXPECT_NE(revocation.text.find("no list covers \"Example CA\""), std::string::npos) << revocation.text;
+}
+
+// Whoever finds a collision makes a list that names nobody.
+TEST_F(StrictRevocation, AListUnderAWeakDigestProvesNothingUnlessAllowed) {
+  for (const char* digest : {"SHA1", "MD5"}) {
+    SCOPED_TRACE(digest);
+    root = MakeRoot("RSA Root", "rsa:2048/root");  // libcrypto knows no ECDSA with MD5
+    signer = MakeSigner(root);
+    trust = Trusting({&root});
+    ListPlan weak;
+    weak.issuer = &root;
+    const Octets strong = MakeList(weak);
+    weak.digest = digest;
+    const Revocation revocation = judge({MakeList(weak)});
+    EXPECT_EQ(revocation.result, RevocationResult::ListWeak) << revocation.text;
+    EXPECT_NE(revocation.text.find("weak digest"), std::string::npos) << revocation.text;
+    EXPECT_EQ(judge({MakeList(weak)}, true).result, RevocationResult::Good);
+    EXPECT_EQ(judge({MakeList(weak), strong}).result, RevocationResult::Good);
+    weak.entries = {{17, kGenTime + 1, 4}};
+    EXPECT_EQ(judge({MakeList(weak)}).result, RevocationResult::ListWeak);
+    EXPECT_EQ(judge({MakeList(weak)}, true).result, RevocationResult::Stands);
+    weak.entries = {{17, kGenTime + 1, 1}};
+    EXPECT_EQ(judge({MakeList(weak), strong}).result, RevocationResult::Revoked);
+  }
+}
+
+// RFC 5280, 5.1.2.5 demands an end: without one a list would be good for ever.
+TEST_F(StrictRevocation, AListWithoutAnEndIsStaleOnceItIsIssued) {
+  ListPlan endless;
+  endless.issuer = &authority;
+  endless.until.reset();
+  const Revocation revocation = judge({MakeList(endless)});
+  EXPECT_EQ(revocation.result, RevocationResult::ListStale) << revocation.text;
+  EXPECT_NE(revocation.text.find("no end"), std::string::npos) << revocation.text;
+  endless.entries = {{17, kGenTime + 1, 4}};
+  EXPECT_EQ(judge({MakeList(endless)}).result, RevocationResult::ListStale);
+  endless.entries = {{17, kGenTime + 1, 1}};
+  EXPECT_EQ(judge({MakeList(endless)}).result, RevocationResult::Revoked);
+  endless.entries.clear();
+  endless.from = kGenTime;
+  EXPECT_EQ(judge({MakeList(endless)}).result, RevocationResult::Good);
 }
 
 // The key may have been unsafe for long when the certificate is revoked.

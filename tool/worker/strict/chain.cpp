@@ -7,6 +7,7 @@
 
 #include "tool/worker/strict/certificate.h"
 #include "tool/worker/strict/chain_fault.h"
+#include "tool/worker/strict/scheme.h"
 
 namespace qex::tool::strict {
 namespace {
@@ -14,7 +15,8 @@ namespace {
 constexpr int kMaxDepth = 10;     // certificates between the signer and the root
 constexpr int kMaxAttempts = 32;  // paths that are verified beside libcrypto's own
 constexpr int kMaxNodes = 64;  // certificates that paths are extended from; of many twins there are too many
-constexpr int kStrongLevel = 2;  // 112 bits: RSA of 2048, no SHA-1
+constexpr int kStrongLevel = 2;      // of libcrypto: RSA of 2048, no SHA-1
+constexpr size_t kStrongBits = 112;  // of that level
 constexpr int kLeastModulusBits = 1024;
 constexpr int kLeastCurveBits = 160;
 
@@ -157,6 +159,12 @@ ChainAnswer FindChain(const ChainQuestion& question) {
   ChainAnswer found = PathSearch(question).Run(std::move(first));
   ThrowIfMemoryFailed();
   return found;
+}
+
+// A digest resists collisions by half of its length.
+bool HasWeakDigest(const X509_ALGOR* signatureAlgorithm) {
+  const Scheme scheme = SchemeOf(signatureAlgorithm, signatureAlgorithm);
+  return scheme.digest != nullptr && scheme.digest->length * 8 / 2 < kStrongBits;
 }
 
 }  // namespace qex::tool::strict

@@ -24,4 +24,8 @@ struct ChainAnswer {
 
 ChainAnswer FindChain(const ChainQuestion& question);
 
+// HasWeakDigest tells whether a signature algorithm is one that no certificate of a chain may be signed with
+// unless weak ones are allowed.
+bool HasWeakDigest(const X509_ALGOR* signatureAlgorithm);
+
 }  // namespace qex::tool::strict

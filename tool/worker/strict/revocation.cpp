@@ -47,7 +47,7 @@ Reason reason_of(const X509_REVOKED* entry) {
 }
 
 // What one list says of one certificate, the gravest last.
-enum class Verdict : uint8_t { None, Bad, Stale, Good, Stands, Revoked };
+enum class Verdict : uint8_t { None, Bad, Weak, Stale, Good, Stands, Revoked };
 
 struct Finding {
   Verdict verdict = Verdict::None;
@@ -87,6 +87,12 @@ void judge_proof(Finding& finding, const RevocationList& list, const RevocationQ
   if (list.issued > question.time && list.issued > question.latestIssue) {
     finding.verdict = Verdict::Bad;
     finding.text = list.Name() + " is from a later time";
+  } else if (list.IsWeak() && !question.allowWeak) {
+    finding.verdict = Verdict::Weak;
+    finding.text = list.Name() + " is signed with a weak digest";
+  } else if (end == nullptr && list.issued < question.time) {
+    finding.verdict = Verdict::Stale;
+    finding.text = list.Name() + " has no end, and was issued before";
   } else if (end != nullptr && SecondsOf(end).value_or(0) <= question.time) {
     finding.verdict = Verdict::Stale;
     finding.text = list.Name() + " ended " + MomentOf(end);
@@ -172,6 +178,7 @@ RevocationResult result_of(Verdict verdict) {
   switch (verdict) {
     case Verdict::None: return RevocationResult::NoList;
     case Verdict::Bad: return RevocationResult::ListBad;
+    case Verdict::Weak: return RevocationResult::ListWeak;
     case Verdict::Stale: return RevocationResult::ListStale;
     case Verdict::Good: return RevocationResult::Good;
     case Verdict::Stands: return RevocationResult::Stands;

@@ -15,6 +15,7 @@ struct RevocationQuestion {
   int64_t time = 0;                // at which the lists must be in force
   std::optional<int64_t> genTime;  // of the token
   int64_t latestIssue = 0;         // a list that was issued later than this is not used
+  bool allowWeak = false;
 };
 
 Revocation JudgeRevocation(const RevocationQuestion& question);

@@ -11,6 +11,7 @@
 #include "tool/base/escape.h"
 #include "tool/message/gen_time.h"
 #include "tool/worker/strict/certificate.h"
+#include "tool/worker/strict/chain.h"
 
 namespace qex::tool::strict {
 namespace {
@@ -198,6 +199,12 @@ std::string MomentOf(const ASN1_TIME* time) {
 std::string RevocationList::Name() const {
   return std::string(IsIndirect() ? "the indirect list of " : "the list of ") +
          Quoted(NameForPeople(X509_CRL_get_issuer(crl))) + " of " + MomentOf(X509_CRL_get0_lastUpdate(crl));
+}
+
+bool RevocationList::IsWeak() const {
+  const X509_ALGOR* algorithm = nullptr;
+  X509_CRL_get0_signature(crl, nullptr, &algorithm);
+  return HasWeakDigest(algorithm);
 }
 
 RevocationList ReadRevocationList(X509_CRL* crl, STACK_OF(X509) * path) {

@@ -23,6 +23,7 @@ struct RevocationList {
   std::vector<std::vector<X509_REVOKED*>> entries;  // by certificate of the path
 
   std::string Name() const;
+  bool IsWeak() const;  // signed with a weak digest
   bool IsIndirect() const { return scope && scope->indirectCRL != 0; }
   bool IsOfSomeReasons() const { return scope && scope->onlysomereasons != nullptr; }
 };

@@ -101,8 +101,8 @@ void judge_signer(StrictReading& reading, const Token& token, X509* certificate,
       FindChain({certificate, untrusted_of(token, store), store.roots.get(), *time, allowWeak});
   reading.chain = std::move(answer.chain);
   if (answer.path && !store.lists.empty()) {
-    reading.revocation = JudgeRevocation(
-        {answer.path.get(), &store.lists, *time, stamped, trust.time == TrustTime::GenTime ? now : *time});
+    reading.revocation = JudgeRevocation({answer.path.get(), &store.lists, *time, stamped,
+                                          trust.time == TrustTime::GenTime ? now : *time, allowWeak});
   }
 }
 
