@@ -219,6 +219,17 @@ class BadInputTest(ChainTest):
                     self.write(self.path("given"), self.contents[name])
                     self.assert_refused((4,), *self.with_root(option), option, self.path("given"), words=("given",))
 
+    def test_AListMayBeLongerThanAMessage(self):
+        """64 MiB, where a message has 16; the refusal of a longer one speaks of lists."""
+        made = openssl("crl", "-inform", "DER", data=self.pki.revocation_list(self.chain.intermediates[0]))
+        path = self.path("given")
+        self.write(path, b"\n" * ((64 << 20) - len(made)) + made)
+        self.assertEqual(run("verify", "--token", self.pki.file(self.pki.token(self.chain)), "--ca-file",
+                             self.chain.root.path, "--crl", path).returncode, 0)
+        self.write(path, b"\n" * ((64 << 20) - len(made) + 1) + made)
+        self.assert_refused((4,), "--ca-file", self.chain.root.path, "--crl", path,
+                            words=("given", "64 MiB", "list of revoked certificates"))
+
     def test_AFileThatCannotBeReadIsStatus3(self):
         for option in ("--ca-file", "--untrusted", "--tsa-cert", "--crl"):
             for name in ("absent", "."):

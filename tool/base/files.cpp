@@ -92,6 +92,14 @@ Bytes ReadMessage(const std::string& path) {
                 "name the request, reply, token or certificate, not the stamped file"};
 }
 
+Bytes ReadRevocationFile(const std::string& path) {
+  Bytes data;
+  if (read_up_to(path, kMaxRevocationList, data)) return data;
+  throw Failure{ExitStatus::Input,
+                ShownPath(path) + ": longer than 64 MiB, too long for a list of revoked certificates",
+                "name a list (CRL) of the signer's issuer, as DER, or one of its distribution points"};
+}
+
 std::string ReadText(const std::string& path, size_t most) {
   std::string data;
   if (read_up_to(path, most, data)) return data;

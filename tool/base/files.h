@@ -12,6 +12,8 @@ namespace qex::tool {
 
 // Messages and certificates are small; what is longer than this is none.
 inline constexpr size_t kMaxMessage = size_t{16} << 20;
+// Lists of revoked certificates grow with their authority.
+inline constexpr size_t kMaxRevocationList = size_t{64} << 20;
 
 inline bool IsStandardStream(std::string_view path) {
   return path == "-";
@@ -28,6 +30,9 @@ bool WriteAll(int fd, ByteView data);
 
 // ReadMessage reads a whole file of at most kMaxMessage octets; throws a Failure.
 Bytes ReadMessage(const std::string& path);
+
+// ReadRevocationFile reads a whole file of at most kMaxRevocationList octets; throws a Failure.
+Bytes ReadRevocationFile(const std::string& path);
 
 // ReadText reads a whole file of at most `most` octets; throws a Failure.
 std::string ReadText(const std::string& path, size_t most);

@@ -64,7 +64,7 @@ std::vector<Bytes> read_certificates(const std::string& path) {
 }
 
 std::vector<Bytes> read_lists(const std::string& path) {
-  Bytes data = ReadMessage(path);
+  Bytes data = ReadRevocationFile(path);
   std::vector<Bytes> found = whole_blocks(path, data, kListLabels);
   if (!found.empty()) return found;
   Message message = ParseMessage(path, std::move(data));
