@@ -1,5 +1,5 @@
 #!/usr/bin/env bash
-# What is looked for beyond scripts/test.sh: sanitizers that need clang, valgrind, static analysis, and
+# What is looked for beyond scripts/test.sh: ThreadSanitizer, valgrind, static analysis, and
 # whether two builds give the same library. Goes on after a failure and closes with the last lines of each
 # step that failed, and a table.
 #
@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format cppcheck tidy one_definition reproducible threads ubsan valgrind platforms fuzz)
+steps=(format cppcheck tidy one_definition reproducible threads valgrind platforms fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -35,10 +35,6 @@ step_tidy() {  # clang-tidy over all sources
 
 step_threads() {  # ThreadSanitizer, eight threads over all exports
   scripts/test.sh tsan
-}
-
-step_ubsan() {  # the suite under UndefinedBehaviorSanitizer of clang, with the checks of integers
-  scripts/test.sh clang
 }
 
 step_valgrind() {  # the test programs under valgrind

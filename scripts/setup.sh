@@ -2,7 +2,7 @@
 # Installs what building and testing need, on Debian 12 and its relatives: only the packages that
 # are missing, and nothing at all when none is.
 #
-# usage: scripts/setup.sh [coverage] [bench] [format] [fuzz] [check] [platforms]     each adds what that purpose needs
+# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms]     each adds what that purpose needs
 set -euo pipefail
 
 packages=(
@@ -18,11 +18,11 @@ for purpose in "$@"; do
     coverage) packages+=(gcovr) ;;
     bench) packages+=(libbenchmark-dev hyperfine) ;;
     format) packages+=(clang-format-14 git) ;;
-    fuzz) packages+=(clang libclang-rt-14-dev) ;;
+    sanitize | fuzz) packages+=(clang libclang-rt-14-dev) ;;
     check) packages+=(git clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;
     platforms)
       packages+=(g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest) ;;
-    *) echo "setup: unknown purpose '$purpose' (coverage, bench, format, fuzz, check, platforms)" >&2; exit 2 ;;
+    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms)" >&2; exit 2 ;;
   esac
 done
 
