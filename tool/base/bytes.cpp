@@ -59,7 +59,7 @@ std::string IntegerText(ByteView contents) {
     // The two's complement; of 80 00 .. 00 it is the same octets, now without a sign.
     unsigned carry = 1;
     for (auto octet = magnitude.rbegin(); octet != magnitude.rend(); ++octet) {
-      const unsigned sum = (~*octet & 0xFFu) + carry;
+      const unsigned sum = 0xFFu - *octet + carry;
       *octet = static_cast<uint8_t>(sum);
       carry = sum >> 8;
     }
