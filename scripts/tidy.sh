@@ -19,7 +19,8 @@ fi
 
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
-  mapfile -t files < <(python3 - "$build/compile_commands.json" "$PWD" "$recent" <<'PY'
+  # A variable of its own: the failure of what fills it ends this script.
+  listed=$(python3 - "$build/compile_commands.json" "$PWD" "$recent" <<'PY'
 import json, os, re, subprocess, sys
 with open(sys.argv[1], encoding="utf-8") as file:
     names = {os.path.relpath(entry["file"], sys.argv[2]) for entry in json.load(file)}
@@ -40,6 +41,11 @@ for folder in ("tool", "tests", "api", "asn1", "ber", "crypto", "examples", "fuz
             print(name)
 PY
   )
+  if [ -z "$listed" ]; then
+    echo "tidy: no source has changed"
+    exit 0
+  fi
+  mapfile -t files <<< "$listed"
 fi
 
 # What goes to the standard error is how many findings lie in other makers' headers. What one file gives
