@@ -137,11 +137,12 @@ void judge_revocation(Report& report, const StrictReading& strict, const Trust& 
           By::Strict);
       break;
     case RevocationResult::NoList:
-      report.Fail("revocation",
-                  {Shown(revocation.text), SubIndication::TryLater,
-                   "name a whole list of the signer's issuer with --crl, from before the signer expired",
-                   ExitStatus::Absent},
-                  By::Strict);
+      report.Fail(
+          "revocation",
+          {Shown(revocation.text), SubIndication::TryLater,
+           "name a whole list of the signer's issuer with --crl; of an expired signer, one from before",
+           ExitStatus::Absent},
+          By::Strict);
       break;
     case RevocationResult::ListWeak:
       report.Fail("revocation",

@@ -277,14 +277,18 @@ TEST_F(StrictRevocation, AListOfADistributionPointCoversWhoNamesIt) {
   EXPECT_EQ(judge({scoped_list(other, {{17, kGenTime - 1, 1}})}).result, RevocationResult::Revoked);
 }
 
+Certificate SignerUntil(const Certificate& issuer, int64_t end) {
+  CertificatePlan plan;
+  plan.issuer = &issuer;
+  plan.until = end;
+  plan.extensions = SignerExtensions();
+  return Make(plan);
+}
+
 // Expired certificates are dropped from lists (RFC 5280, 3.3), so that a revoked one comes to be in none.
 TEST_F(StrictRevocation, AListFromAfterTheSignerExpiredLeavesItOpen) {
   const int64_t end = kGenTime + kDay;
-  CertificatePlan plan;
-  plan.issuer = &authority;
-  plan.until = end;
-  plan.extensions = SignerExtensions();
-  signer = Make(plan);
+  signer = SignerUntil(authority, end);
   const Octets late = list({}, end + 1, end + kDay);
   const Revocation revocation = judge({late});
   EXPECT_EQ(revocation.result, RevocationResult::NoList) << revocation.text;
@@ -298,11 +302,7 @@ TEST_F(StrictRevocation, AListFromAfterTheSignerExpiredLeavesItOpen) {
 
 TEST_F(StrictRevocation, AListThatKeepsExpiredCertificatesCoversThem) {
   const int64_t end = kGenTime + kDay;
-  CertificatePlan plan;
-  plan.issuer = &authority;
-  plan.until = end;
-  plan.extensions = SignerExtensions();
-  signer = Make(plan);
+  signer = SignerUntil(authority, end);
   ListPlan keeping;
   keeping.issuer = &authority;
   keeping.from = end + 1;
