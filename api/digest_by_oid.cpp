@@ -5,8 +5,8 @@
 #include <cstring>
 
 #include "asn1/oids.h"
-#include "crypto/hashinfo.h"
-#include "crypto/sha512.h"
+#include "crypto/digest/hashinfo.h"
+#include "crypto/digest/sha512.h"
 
 namespace qex {
 namespace {

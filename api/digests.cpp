@@ -5,10 +5,10 @@
 #include <cstdlib>
 
 #include "api/qex.h"
-#include "crypto/md5.h"
-#include "crypto/sha1.h"
-#include "crypto/sha256.h"
-#include "crypto/sha512.h"
+#include "crypto/digest/md5.h"
+#include "crypto/digest/sha1.h"
+#include "crypto/digest/sha256.h"
+#include "crypto/digest/sha512.h"
 
 namespace {
 

@@ -9,9 +9,9 @@
 #include "api/frame.h"
 #include "api/qex.h"
 #include "asn1/oids.h"
-#include "crypto/bignum.h"
-#include "crypto/dsa.h"
-#include "crypto/rsa.h"
+#include "crypto/bignum/bignum.h"
+#include "crypto/pk/dsa.h"
+#include "crypto/pk/rsa.h"
 
 namespace qex {
 namespace {

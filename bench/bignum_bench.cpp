@@ -4,9 +4,9 @@
 #include <random>
 #include <vector>
 
-#include "crypto/bignum.h"
-#include "crypto/bignum86.h"
-#include "crypto/rsa.h"
+#include "crypto/bignum/bignum.h"
+#include "crypto/bignum/words.h"
+#include "crypto/pk/rsa.h"
 
 #if defined(QEX_BENCH_OPENSSL)
 #include <openssl/bn.h>

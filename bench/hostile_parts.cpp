@@ -1,8 +1,8 @@
 // The messages around the parts that hurt.
 #include "bench/hostile_parts.h"
 
-#include "crypto/sha1.h"
-#include "crypto/sha256.h"
+#include "crypto/digest/sha1.h"
+#include "crypto/digest/sha256.h"
 
 namespace qex::bench {
 

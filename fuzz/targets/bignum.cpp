@@ -3,7 +3,7 @@
 // the fourth holds their signs.
 #include <memory>
 
-#include "crypto/bignum.h"
+#include "crypto/bignum/bignum.h"
 #include "fuzz/support/harness.h"
 
 namespace qex::fuzz {

@@ -2,7 +2,7 @@
 // a chain of buffers give one digest, and it is that of another maker where there is one.
 #include "api/digest_by_oid.h"
 #include "asn1/oids.h"
-#include "crypto/hashinfo.h"
+#include "crypto/digest/hashinfo.h"
 #include "fuzz/support/harness.h"
 #include "fuzz/support/values.h"
 

@@ -6,7 +6,7 @@
 #include <set>
 
 #include "api/qex.h"
-#include "tests/crypto/digest_cases.h"
+#include "tests/crypto/digest/digest_cases.h"
 #include "tests/support/failing_alloc.h"
 
 #if defined(__SANITIZE_ADDRESS__)

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "crypto/bignum.h"
+#include "crypto/bignum/bignum.h"
 
 namespace qex::test {
 

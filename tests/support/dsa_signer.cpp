@@ -5,7 +5,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-#include "crypto/dsa.h"
+#include "crypto/pk/dsa.h"
 #include "tests/support/big.h"
 #include "tests/support/octets.h"
 #include "tests/support/random_source.h"

@@ -3,7 +3,7 @@
 
 #include <gtest/gtest.h>
 
-#include "crypto/bignum.h"
+#include "crypto/bignum/bignum.h"
 #include "tests/support/failing_alloc.h"
 
 namespace qex::test {

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <cstdlib>
 
-#include "crypto/rsa.h"
+#include "crypto/pk/rsa.h"
 
 namespace qex::test {
 namespace {

@@ -5,7 +5,7 @@
 #include <deque>
 #include <string>
 
-#include "crypto/random_source.h"
+#include "crypto/prime/random_source.h"
 #include "tests/support/big.h"
 
 namespace qex::test {

@@ -1,0 +1,233 @@
+// RSA: key generation with primes that have auxiliary primes (FIPS 186-4 B.3.6 and C.9).
+//
+// A prime p of L bits is drawn with a prime p1 that divides p - 1 and a prime p2 that divides
+// p + 1: p is the first suitable number of one residue class modulo 2 * p1 * p2 above a random X.
+#include <utility>
+
+#include "crypto/assertion.h"
+#include "crypto/bignum/internal.h"
+#include "crypto/pk/rsa.h"
+#include "crypto/prime/bigprime.h"
+
+namespace qex {
+namespace {
+
+constexpr uint32_t kMaxExponentBits = 256;  // FIPS 186-4 B.3.1
+
+// Draws of one number after which a source of random numbers is taken to be stuck. With a good
+// one a draw that has to be repeated is a matter of chance, seldom of more than two or three.
+constexpr int kMaxDraws = 64;
+
+// aux_prime_bits returns the length of the auxiliary primes (FIPS 186-4 table B.1) for a prime of `bits`
+// bits.
+uint32_t aux_prime_bits(uint32_t bits) {
+  if (bits >= 1536) return 171;
+  if (bits >= 1024) return 141;
+  QEX_ASSERT(bits >= 512, "!\"invalid rsa prime size\"", "..\\rsa.c", 141);
+  return 101;
+}
+
+constexpr uint32_t error_bound(uint32_t prime_bits) {
+  return prime_bits >= 1536 ? 2 : 1;
+}
+
+// What every step of one generation is given.
+struct Setting {
+  uint32_t bits;  // of each of the two primes
+  const KXBN* e;
+  const RandomSource* random;
+  KXBN_Pool* pool;
+
+  [[nodiscard]] uint32_t make(Scratch& n) const { return n.make(pool, 2 * bits); }
+  [[nodiscard]] uint32_t prime(const KXBN* n) const {
+    return bigprime_test(n, error_bound(bits), random, pool);
+  }
+};
+
+// is_coprime: 0 when e and n have no common factor, else 5.
+uint32_t is_coprime(const Setting& set, const KXBN* n) {
+  Scratch inverse;
+  if (const uint32_t rc = set.make(inverse)) return rc;
+  return KXBN_modinv(inverse, set.e, n, set.pool);
+}
+
+// draw sets n to a random number of exactly `bits` bits.
+uint32_t draw(const Setting& set, KXBN* n, uint32_t bits) {
+  if (const uint32_t rc = set.random->fill(set.random->context, n, bits)) return rc;
+  return KXBN_setbit(n, bits - 1, 1);
+}
+
+// draw_aux_prime sets n to the first prime that is not below a random odd number of `bits` bits.
+uint32_t draw_aux_prime(const Setting& set, KXBN* n, uint32_t bits) {
+  if (const uint32_t rc = draw(set, n, bits)) return rc;
+  if (const uint32_t rc = KXBN_setbit(n, 0, 1)) return rc;
+  for (;;) {
+    const uint32_t rc = set.prime(n);
+    if (rc != KXBN_NONPRIME) return rc;
+    if (const uint32_t code = KXBN_addword(n, 2)) return code;
+  }
+}
+
+// crt_residue computes r = 1 mod p1 and -1 mod p2, odd, for p1 given doubled. All three numbers differ.
+uint32_t crt_residue(const Setting& set, KXBN* r, const KXBN* twice_p1, const KXBN* p2) {
+  Scratch inverse, product;
+  if (const uint32_t rc = set.make(inverse)) return rc;
+  if (const uint32_t rc = set.make(product)) return rc;
+  if (const uint32_t rc = KXBN_modinv(inverse, p2, twice_p1, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_mul(r, inverse, p2, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_modinv(inverse, twice_p1, p2, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_mul(product, inverse, twice_p1, set.pool)) return rc;
+  return KXBN_sub(r, r, product);
+}
+
+// The arithmetic progression that a prime is sought in: all numbers = residue modulo step.
+struct Progression {
+  Scratch residue, step;
+};
+
+uint32_t draw_progression(const Setting& set, Progression* out) {
+  const uint32_t aux_bits = aux_prime_bits(set.bits);
+  Scratch p1, p2;
+  if (const uint32_t rc = set.make(out->residue)) return rc;
+  if (const uint32_t rc = set.make(out->step)) return rc;
+  if (const uint32_t rc = set.make(p1)) return rc;
+  if (const uint32_t rc = set.make(p2)) return rc;
+  for (int i = 0; i < kMaxDraws; ++i) {
+    if (const uint32_t rc = draw_aux_prime(set, p1, aux_bits)) return rc;
+    if (const uint32_t rc = draw_aux_prime(set, p2, aux_bits)) return rc;
+    if (KXBN_cmp(p1, p2) == 0) continue;
+    if (const uint32_t rc = KXBN_lshift(p1, 1)) return rc;
+    if (const uint32_t rc = KXBN_mul(out->step, p1, p2, set.pool)) return rc;
+    return crt_residue(set, out->residue, p1, p2);
+  }
+  return KXBN_NONPRIME;
+}
+
+// first_above computes y = the least number of the progression that is not below x.
+uint32_t first_above(const Setting& set, KXBN* y, const KXBN* x, const Progression& numbers) {
+  Scratch distance;
+  if (const uint32_t rc = set.make(distance)) return rc;
+  if (const uint32_t rc = KXBN_sub(y, numbers.residue, x)) return rc;
+  if (const uint32_t rc = KXBN_mod(distance, y, numbers.step, set.pool)) return rc;
+  return KXBN_add(y, x, distance);
+}
+
+// search goes up from y to the first prime p with p - 1 coprime to e: 0, or 5 when there is none
+// of set.bits bits.
+uint32_t search(const Setting& set, KXBN* y, const Progression& numbers) {
+  Scratch one, minus_one;
+  if (const uint32_t rc = set.make(one)) return rc;
+  if (const uint32_t rc = set.make(minus_one)) return rc;
+  KXBN_setword(one, 1);
+  while (KXBN_bits(y) <= set.bits) {
+    if (const uint32_t rc = KXBN_sub(minus_one, y, one)) return rc;
+    uint32_t rc = is_coprime(set, minus_one);
+    if (rc == KXBN_OK) rc = set.prime(y);
+    if (rc != KXBN_NONPRIME) return rc;
+    if (rc = KXBN_add(y, y, numbers.step); rc != KXBN_OK) return rc;
+  }
+  return KXBN_NONPRIME;
+}
+
+// draw_prime sets `prime` to a random prime of set.bits bits, and x to the number from which it was
+// sought. Both top bits of x are set, so that the product of two such primes has 2 * set.bits bits.
+uint32_t draw_prime(const Setting& set, KXBN* prime, KXBN* x) {
+  Progression numbers;
+  if (const uint32_t rc = draw_progression(set, &numbers)) return rc;
+  for (int i = 0; i < kMaxDraws; ++i) {
+    if (const uint32_t rc = draw(set, x, set.bits)) return rc;
+    if (const uint32_t rc = KXBN_setbit(x, set.bits - 2, 1)) return rc;
+    if (const uint32_t rc = first_above(set, prime, x, numbers)) return rc;
+    const uint32_t rc = search(set, prime, numbers);
+    if (rc != KXBN_NONPRIME) return rc;
+  }
+  return KXBN_NONPRIME;
+}
+
+// are_apart: 0 when |a - b| > 2^(set.bits - 100), which keeps Fermat's factorisation away, else 5.
+uint32_t are_apart(const Setting& set, const KXBN* a, const KXBN* b) {
+  Scratch difference;
+  if (const uint32_t rc = set.make(difference)) return rc;
+  if (const uint32_t rc = KXBN_sub(difference, a, b)) return rc;
+  return KXBN_bits(difference) > set.bits - 100 + 1 ? KXBN_OK : KXBN_NONPRIME;
+}
+
+// draw_primes sets p > q.
+uint32_t draw_primes(const Setting& set, Scratch& p, Scratch& q) {
+  Scratch xp, xq;
+  if (const uint32_t rc = set.make(p)) return rc;
+  if (const uint32_t rc = set.make(q)) return rc;
+  if (const uint32_t rc = set.make(xp)) return rc;
+  if (const uint32_t rc = set.make(xq)) return rc;
+  if (const uint32_t rc = draw_prime(set, p, xp)) return rc;
+  for (int i = 0; i < kMaxDraws; ++i) {
+    if (const uint32_t rc = draw_prime(set, q, xq)) return rc;
+    uint32_t rc = are_apart(set, xp, xq);
+    if (rc == KXBN_OK) rc = are_apart(set, p, q);
+    if (rc == KXBN_NONPRIME) continue;
+    if (rc == KXBN_OK && KXBN_cmp(p, q) < 0) std::swap(p.n, q.n);
+    return rc;
+  }
+  return KXBN_NONPRIME;
+}
+
+// The numbers of a key on the way, freed unless they are handed over.
+struct KeyParts {
+  Scratch n, e, d, p, q, dmp1, dmq1, iqmp;
+};
+
+// derive computes all parts from p and q: d = 1/e modulo lcm(p - 1, q - 1).
+uint32_t derive(const Setting& set, KeyParts* key) {
+  for (Scratch* part : {&key->n, &key->e, &key->d, &key->dmp1, &key->dmq1, &key->iqmp}) {
+    if (const uint32_t rc = set.make(*part)) return rc;
+  }
+  Scratch one, p1, q1, product, lcm, coefficient, gcd;
+  for (Scratch* number : {&one, &p1, &q1, &product, &lcm}) {
+    if (const uint32_t rc = set.make(*number)) return rc;
+  }
+  KXBN_setword(one, 1);
+  if (const uint32_t rc = KXBN_sub(p1, key->p, one)) return rc;
+  if (const uint32_t rc = KXBN_sub(q1, key->q, one)) return rc;
+  if (const uint32_t rc = KXBN_xgcd(p1, q1, &coefficient.n, &gcd.n, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_mul(product, p1, q1, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_divrem(lcm, product, gcd)) return rc;
+
+  if (const uint32_t rc = KXBN_mul(key->n, key->p, key->q, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_copy(key->e, set.e)) return rc;
+  if (const uint32_t rc = KXBN_modinv(key->d, set.e, lcm, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_mod(key->dmp1, key->d, p1, set.pool)) return rc;
+  if (const uint32_t rc = KXBN_mod(key->dmq1, key->d, q1, set.pool)) return rc;
+  return KXBN_modinv(key->iqmp, key->q, key->p, set.pool);
+}
+
+}  // namespace
+
+uint32_t rsa_generate_key(RSAKey* key, uint32_t bits, const KXBN* e, const RandomSource* random,
+                          KXBN_Pool* pool) {
+  *key = RSAKey{};
+  if (random == nullptr || bits % 2 != 0 || bits > kMaxBits) return KXBN_BADARG;
+  const uint32_t exponent_bits = KXBN_bits(e);
+  if (is_negative(e) || exponent_bits < 2 || exponent_bits > kMaxExponentBits || KXBN_testbit(e, 0) == 0) {
+    return KXBN_BADARG;
+  }
+
+  const Setting set{bits / 2, e, random, pool};
+  for (int i = 0; i < kMaxDraws; ++i) {
+    KeyParts parts;
+    if (const uint32_t rc = draw_primes(set, parts.p, parts.q)) return rc;
+    if (const uint32_t rc = derive(set, &parts)) return rc;
+    if (KXBN_bits(parts.d) <= set.bits) continue;  // FIPS 186-4 B.3.1: a short d is open to attack
+    *key = {parts.n.release(), parts.e.release(),    parts.d.release(),    parts.p.release(),
+            parts.q.release(), parts.dmp1.release(), parts.dmq1.release(), parts.iqmp.release()};
+    return KXBN_OK;
+  }
+  return KXBN_NONPRIME;
+}
+
+void rsa_free_key(RSAKey* key) {
+  KXBN_free4(key->n, key->e, key->d, key->p);
+  KXBN_free4(key->q, key->dmp1, key->dmq1, key->iqmp);
+  *key = RSAKey{};
+}
+
+}  // namespace qex

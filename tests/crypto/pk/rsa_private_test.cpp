@@ -1,0 +1,183 @@
+// The RSA private operation with keys of another program, plain and by the remainder theorem.
+#include <gtest/gtest.h>
+
+#include "crypto/pk/rsa.h"
+#include "tests/support/big.h"
+#include "tests/support/each_failure.h"
+
+namespace qex {
+namespace {
+
+using test::Big;
+using test::EachAllocationFails;
+using test::Vector;
+
+struct OwnedKey {
+  explicit OwnedKey(const Vector& v)
+      : n(v.at("N")),
+        e(v.at("E")),
+        d(v.at("D")),
+        p(v.at("P")),
+        q(v.at("Q")),
+        dmp1(v.at("DMP1")),
+        dmq1(v.at("DMQ1")),
+        iqmp(v.at("IQMP")) {}
+
+  RSAKey plain() const { return {n, e, d, nullptr, nullptr, nullptr, nullptr, nullptr}; }
+  RSAKey crt() const { return {nullptr, nullptr, nullptr, p, q, dmp1, dmq1, iqmp}; }
+  RSAKey full() const { return {n, e, d, p, q, dmp1, dmq1, iqmp}; }
+
+  Big n, e, d, p, q, dmp1, dmq1, iqmp;
+};
+
+std::vector<Vector> vectors() {
+  return test::read_vectors("rsa_keys.txt");
+}
+
+// result_of is the number in hexadecimal, or the code in words; a failure gives no number.
+std::string result_of(const RSAKey& key, const KXBN* input, KXBN_Pool* pool = nullptr) {
+  Big unrelated("7");
+  KXBN* out = unrelated;
+  const uint32_t rc = rsa_private(&key, input, &out, pool);
+  if (rc == KXBN_OK) {
+    const std::string text = test::hex_of(out);
+    KXBN_free(out);
+    return text;
+  }
+  EXPECT_EQ(out, nullptr);
+  return "code " + std::to_string(rc);
+}
+
+TEST(RsaPrivate, PlainAndRemainderTheoremGiveWhatOpensslGives) {
+  ASSERT_EQ(vectors().size(), 7u);
+  for (const Vector& v : vectors()) {
+    const OwnedKey key(v);
+    const Big input(v.at("Input"));
+    EXPECT_EQ(result_of(key.plain(), input), v.at("Output")) << v.at("Bits");
+    EXPECT_EQ(result_of(key.crt(), input), v.at("Output")) << v.at("Bits");
+    EXPECT_EQ(result_of(key.full(), input), v.at("Output")) << v.at("Bits");
+  }
+}
+
+TEST(RsaPrivate, PublicOperationUndoesIt) {
+  test::Random random(1);
+  for (const Vector& v : vectors()) {
+    const OwnedKey owned(v);
+    const RSAKey key = owned.full();
+    const Big input(test::random_hex(random, KXBN_bits(owned.n) - 1));
+    KXBN* out = nullptr;
+    KXBN* back = nullptr;
+    ASSERT_EQ(rsa_private(&key, input, &out, nullptr), KXBN_OK);
+    ASSERT_EQ(rsa_public(&key, out, &back, nullptr), KXBN_OK);
+    EXPECT_EQ(test::hex_of(back), input.hex());
+    KXBN_free4(out, back, nullptr, nullptr);
+  }
+}
+
+TEST(RsaPrivate, OrderOfThePrimesDoesNotMatter) {
+  // With the primes exchanged m1 - m2 is negative where it was not before.
+  for (const Vector& v : vectors()) {
+    const OwnedKey key(v);
+    const Big inverse;
+    ASSERT_EQ(KXBN_modinv(inverse, key.p, key.q, nullptr), KXBN_OK);
+    const RSAKey exchanged{nullptr, nullptr, nullptr, key.q, key.p, key.dmq1, key.dmp1, inverse};
+    EXPECT_EQ(result_of(exchanged, Big(v.at("Input"))), v.at("Output")) << v.at("Bits");
+  }
+}
+
+TEST(RsaPrivate, InputNotBelowTheModulusIsReduced) {
+  const OwnedKey key(vectors().at(1));
+  const Big above(key.n.hex());
+  ASSERT_EQ(KXBN_addword(above, 1), KXBN_OK);
+  for (const RSAKey& form : {key.plain(), key.crt()}) {
+    EXPECT_EQ(result_of(form, key.n), "0");
+    EXPECT_EQ(result_of(form, above), "1");
+    EXPECT_EQ(result_of(form, Big("0")), "0");
+    EXPECT_EQ(result_of(form, Big("1")), "1");
+  }
+}
+
+TEST(RsaPrivate, PrimeOfZeroGivesCode4) {
+  const OwnedKey key(vectors().at(1));
+  const Big zero("0");
+  RSAKey broken = key.crt();
+  broken.p = zero;
+  EXPECT_EQ(result_of(broken, Big("5")), "code 4");
+  broken = key.crt();
+  broken.q = zero;
+  EXPECT_EQ(result_of(broken, Big("5")), "code 4");
+  broken = key.plain();
+  broken.n = zero;
+  EXPECT_EQ(result_of(broken, Big("5")), "code 4");
+}
+
+TEST(RsaPrivate, PrimeTooLongForTheResultGivesCode1) {
+  const OwnedKey key(vectors().at(1));
+  const Big longest(test::ones(262113));  // twice that and 64 more are 2 bits too many
+  RSAKey broken = key.crt();
+  broken.p = longest;
+  EXPECT_EQ(result_of(broken, Big("5")), "code 1");
+}
+
+TEST(RsaPrivateDeathTest, MissingValuesAreBrokenPreconditionsInTheirOrder) {
+  const OwnedKey owned(vectors().at(1));
+  const Big input("5");
+  RSAKey key = owned.full();
+  const struct {
+    KXBN** field;
+    const char* message;
+  } cases[] = {
+      {&key.iqmp, "Assertion failed: !!\\(key->iqmp\\), file \\.\\.\\\\rsa\\.c, line 557"},
+      {&key.dmq1, "Assertion failed: !!\\(key->dmq1\\), file \\.\\.\\\\rsa\\.c, line 556"},
+      {&key.dmp1, "Assertion failed: !!\\(key->dmp1\\), file \\.\\.\\\\rsa\\.c, line 555"},
+      {&key.q, "Assertion failed: !!\\(key->q\\), file \\.\\.\\\\rsa\\.c, line 554"},
+  };
+  for (const auto& c : cases) {
+    *c.field = nullptr;  // and those before it stay null: the first that is asked for is named
+    KXBN* out = nullptr;
+    EXPECT_DEATH(static_cast<void>(rsa_private(&key, input, &out, nullptr)), c.message);
+  }
+}
+
+TEST(RsaPrivateDeathTest, PlainOperationNeedsModulusAndExponent) {
+  const OwnedKey owned(vectors().at(1));
+  const Big input("5");
+  KXBN* out = nullptr;
+  RSAKey key = owned.plain();
+  key.d = nullptr;
+  EXPECT_DEATH(static_cast<void>(rsa_private(&key, input, &out, nullptr)),
+               "Assertion failed: !!\\(exp\\), file \\.\\.\\\\rsa\\.c, line 539");
+  key.n = nullptr;
+  EXPECT_DEATH(static_cast<void>(rsa_private(&key, input, &out, nullptr)),
+               "Assertion failed: !!\\(mod\\), file \\.\\.\\\\rsa\\.c, line 538");
+}
+
+TEST(RsaPrivate, ResultComesFromThePool) {
+  const OwnedKey owned(vectors().at(1));
+  const RSAKey key = owned.crt();
+  KXBN_Pool* pool = nullptr;
+  ASSERT_EQ(KXBN_pool_new(1024, &pool), KXBN_OK);
+  KXBN* out = nullptr;
+  ASSERT_EQ(rsa_private(&key, Big("5"), &out, pool), KXBN_OK);
+  EXPECT_EQ(out->pool, pool);
+  KXBN_free(out);
+  EXPECT_EQ(pool->freeMask, UINT32_MAX);
+  KXBN_pool_free(pool);
+}
+
+TEST(RsaPrivate, AllocationFailuresAreReportedAndLeaveNothing) {
+  const OwnedKey owned(vectors().at(1));
+  const Big input(vectors().at(1).at("Input"));
+  for (const RSAKey& key : {owned.plain(), owned.crt()}) {
+    EachAllocationFails([&] {
+      KXBN* out = nullptr;
+      const uint32_t rc = rsa_private(&key, input, &out, nullptr);
+      EXPECT_EQ(out == nullptr, rc != KXBN_OK);
+      KXBN_free(out);
+      return rc;
+    });
+  }
+}
+
+}  // namespace
+}  // namespace qex

@@ -1,0 +1,155 @@
+// The RSA public operation against signatures that another program made.
+#include "crypto/pk/rsa.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/big.h"
+#include "tests/support/failing_alloc.h"
+
+namespace qex {
+namespace {
+
+using test::Big;
+using test::FailingAlloc;
+using test::LiveBlocks;
+using test::ones;
+
+RSAKey public_key(const Big& n, const Big& e) {
+  RSAKey key{};
+  key.n = n;
+  key.e = e;
+  return key;
+}
+
+// stripped is a hexadecimal text without zeros in front.
+std::string stripped(const std::string& hex) {
+  return Big(hex).hex();
+}
+
+TEST(RsaPublic, RecoversTheBlocksOfOpensslSignatures) {
+  const auto vectors = test::read_vectors("rsa_verify.txt");
+  ASSERT_EQ(vectors.size(), 18u);
+  for (const auto& v : vectors) {
+    const Big n(v.at("N")), e(v.at("E")), signature(v.at("Signature"));
+    ASSERT_EQ(std::to_string(KXBN_bits(n)), v.at("Bits"));
+    const RSAKey key = public_key(n, e);
+    KXBN* out = nullptr;
+    ASSERT_EQ(rsa_public(&key, signature, &out, nullptr), KXBN_OK);
+    EXPECT_EQ(test::hex_of(out), stripped(v.at("Block"))) << v.at("Bits") << " " << v.at("E");
+    KXBN_free(out);
+  }
+}
+
+TEST(RsaPublic, RawVerificationTellsRightFromWrong) {
+  const auto vectors = test::read_vectors("rsa_verify.txt");
+  ASSERT_FALSE(vectors.empty());
+  for (const auto& v : vectors) {
+    const Big n(v.at("N")), e(v.at("E")), block(v.at("Block")), signature(v.at("Signature"));
+    const RSAKey key = public_key(n, e);
+    uint32_t result = 7;
+    ASSERT_EQ(rsa_verify_raw(&key, block, signature, &result), KXBN_OK);
+    EXPECT_EQ(result, 1u);
+    ASSERT_EQ(KXBN_addword(signature, 1), KXBN_OK);
+    ASSERT_EQ(rsa_verify_raw(&key, block, signature, &result), KXBN_OK);
+    EXPECT_EQ(result, 0u);
+  }
+}
+
+TEST(RsaPublic, SignatureNotBelowTheModulusIsReduced) {
+  const Big n(ones(521)), e("10001");
+  Big above(ones(521));
+  ASSERT_EQ(KXBN_addword(above, 1), KXBN_OK);
+  const RSAKey key = public_key(n, e);
+  KXBN* out = nullptr;
+  ASSERT_EQ(rsa_public(&key, n, &out, nullptr), KXBN_OK);
+  EXPECT_EQ(test::hex_of(out), "0");
+  KXBN_free(out);
+  ASSERT_EQ(rsa_public(&key, above, &out, nullptr), KXBN_OK);
+  EXPECT_EQ(test::hex_of(out), "1");
+  KXBN_free(out);
+}
+
+TEST(RsaPublic, EvenModulusGivesTheArithmeticResult) {
+  const Big n("de0b6b3a7640000"), e("3");  // 10^18
+  const RSAKey key = public_key(n, e);
+  KXBN* out = nullptr;
+  ASSERT_EQ(rsa_public(&key, Big("3b9aca07"), &out, nullptr), KXBN_OK);  // 10^9 + 7
+  EXPECT_EQ(test::hex_of(out), "2239e1ff57");                            // 147 * 10^9 + 343
+  KXBN_free(out);
+}
+
+TEST(RsaPublic, OutComesFromThePool) {
+  KXBN_Pool* pool = nullptr;
+  ASSERT_EQ(KXBN_pool_new(64, &pool), KXBN_OK);
+  KXBN* out = nullptr;
+  ASSERT_EQ(rsa_exp(Big("f1"), Big("3"), Big("5"), &out, pool), KXBN_OK);
+  EXPECT_EQ(out->pool, pool);
+  EXPECT_EQ(test::hex_of(out), "7d");
+  EXPECT_EQ(pool->freeMask, 0xFFFFFFFFu & ~(1u << (out - pool->slots)));
+  KXBN_free(out);
+  KXBN_pool_free(pool);
+}
+
+TEST(RsaPublic, ModulusOfZeroIsRefusedAndOutIsNull) {
+  KXBN marker{};
+  KXBN* out = &marker;
+  EXPECT_EQ(rsa_exp(Big("0"), Big("3"), Big("5"), &out, nullptr), KXBN_DIVZERO);
+  EXPECT_EQ(out, nullptr);
+  const Big zero("0"), e("3");
+  const RSAKey key = public_key(zero, e);
+  uint32_t result = 7;
+  EXPECT_EQ(rsa_verify_raw(&key, Big("1"), Big("1"), &result), KXBN_DIVZERO);
+  EXPECT_EQ(result, 0u);
+}
+
+TEST(RsaPublic, ModulusWithoutRoomForTheResultIsRefused) {
+  KXBN marker{};
+  KXBN* out = &marker;
+  EXPECT_EQ(rsa_exp(Big(ones(kMaxBits - 63)), Big("3"), Big("5"), &out, nullptr), KXBN_BADARG);
+  EXPECT_EQ(out, nullptr);
+}
+
+TEST(RsaPublic, ExponentOfAnySizeIsTaken) {
+  const Big n(ones(127)), e(ones(20000)), input("3");
+  KXBN* out = nullptr;
+  ASSERT_EQ(rsa_exp(n, e, input, &out, nullptr), KXBN_OK);
+  // pow(3, 2**20000 - 1, 2**127 - 1), from Python
+  EXPECT_EQ(test::hex_of(out), "34c15028beae53f4b066af3f7992c37c");
+  KXBN_free(out);
+}
+
+TEST(RsaPublic, AllocationFailureIsReportedAndOutIsNull) {
+  const Big n(ones(1000)), e("10001"), input(ones(999));
+  const RSAKey key = public_key(n, e);
+  size_t nth = 0;
+  for (;; ++nth) {
+    const long before = LiveBlocks();
+    FailingAlloc memory(nth);
+    KXBN* out = nullptr;
+    const uint32_t rc = rsa_public(&key, input, &out, nullptr);
+    if (memory.refused() == 0) {
+      ASSERT_EQ(rc, KXBN_OK);
+      KXBN_free(out);
+      EXPECT_EQ(LiveBlocks(), before);
+      break;
+    }
+    EXPECT_EQ(rc, KXBN_NOMEM);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(LiveBlocks(), before) << nth;
+  }
+  EXPECT_GT(nth, 8u);
+}
+
+TEST(RsaDeathTest, MissingModulusOrExponentIsAnAssertion) {
+  const Big one("1");
+  KXBN* out = nullptr;
+  EXPECT_DEATH((void)rsa_exp(nullptr, one, one, &out, nullptr),
+               "^Assertion failed: !!\\(mod\\), file \\.\\.\\\\rsa\\.c, line 538\n");
+  EXPECT_DEATH((void)rsa_exp(one, nullptr, one, &out, nullptr),
+               "^Assertion failed: !!\\(exp\\), file \\.\\.\\\\rsa\\.c, line 539\n");
+  const RSAKey key{};
+  EXPECT_DEATH((void)rsa_public(&key, one, &out, nullptr), "Assertion failed: !!\\(mod\\)");
+}
+
+}  // namespace
+}  // namespace qex
