@@ -12,6 +12,7 @@ packages=(
   ca-certificates                                                   # roots for https, without which libcurl connects nowhere
   openssl python3 python3-asn1crypto                                # the authority, peers in tests, checks of the house
   pkg-config
+  graphviz                                                          # compares the drawings of docs/ with their sources
 )
 for purpose in "$@"; do
   case $purpose in

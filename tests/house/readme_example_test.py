@@ -1,4 +1,5 @@
-"""README's first C example compiles as strict C99 against the library, runs and succeeds.
+"""README's first C example compiles as strict C99 against the library, verifies a reply over the data that it
+stamps, and refuses it over other data, under another certificate and under none.
 
 usage: readme_example_test.py SOURCE_FOLDER LIBQEX_SO COMPILER [FLAG...]
 """
@@ -8,6 +9,10 @@ import re
 import subprocess
 import sys
 import tempfile
+
+# The data and a reply of tests/data/make_samples.sh.
+STAMPED = b"the data to be stamped\n"
+REPLY = "reply_sha256_v2_cert.der"
 
 
 def main(root, library, compiler, *flags):
@@ -29,11 +34,17 @@ def main(root, library, compiler, *flags):
         if compiled.returncode != 0:
             print("the example does not compile")
             return 1
-        ran = subprocess.run([os.path.join(scratch, "example")], cwd=scratch, timeout=60, check=False,
-                             stdin=subprocess.DEVNULL)
-        if ran.returncode != 0:
-            print(f"the example ended with {ran.returncode}")
-            return 1
+        samples = os.path.join(root, "tests", "data", "samples")
+        for data, certificate, expected in ((STAMPED, "certificate_tsa.der", 0), (b"other", "certificate_tsa.der", 1),
+                                            (STAMPED, "certificate_root.der", 1), (STAMPED, "absent.der", 1)):
+            with open(os.path.join(scratch, "data"), "wb") as file:
+                file.write(data)
+            ran = subprocess.run([os.path.join(scratch, "example"), "data", os.path.join(samples, REPLY),
+                                  os.path.join(samples, certificate)], cwd=scratch, timeout=60, check=False,
+                                 stdin=subprocess.DEVNULL)
+            if ran.returncode != expected:
+                print(f"the example ended with {ran.returncode} over {data!r}, {certificate}")
+                return 1
     return 0
 
 
