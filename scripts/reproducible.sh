@@ -14,7 +14,7 @@ trap 'rm -rf "$work"' EXIT
 # build FOLDER JOBS leaves the library in FOLDER/build.
 build() {
   mkdir -p "$1"
-  cp -r CMakeLists.txt cmake api asn1 ber crypto "$1"
+  cp -r CMakeLists.txt cmake api asn1 ber crypto ground "$1"
   cmake -S "$1" -B "$1/build" -G Ninja -DCMAKE_BUILD_TYPE=Release > "$1/log" &&
     cmake --build "$1/build" -j "$2" --target qex >> "$1/log" || { cat "$1/log" >&2; return 1; }
 }

@@ -1,4 +1,4 @@
-"""Includes point downwards: api -> asn1 -> ber and api -> crypto, and nothing points back.
+"""Includes point downwards: api -> asn1 -> ber and api -> crypto, all of them on ground, and nothing points back.
 
 usage: include_arrows_test.py SOURCE_FOLDER
 
@@ -12,17 +12,18 @@ import re
 import sys
 import unittest
 
-LAYERS = ("api", "asn1", "ber", "crypto")
+LAYERS = ("api", "asn1", "ber", "crypto", "ground")
 PUBLIC_HEADER = "api/qex.h"
 
 # What each folder may include of the library: folders end in a slash, the rest are patterns
 # of files. The first row that a file's path begins with counts; other folders (unit tests,
 # benchmarks, fuzz targets) see everything.
 ALLOWED = (
-    ("api/", (r"api/", r"asn1/", r"ber/", r"crypto/")),
-    ("asn1/", (r"asn1/", r"ber/")),
-    ("ber/", (r"ber/",)),
-    ("crypto/", (r"crypto/",)),
+    ("api/", (r"api/", r"asn1/", r"ber/", r"crypto/", r"ground/")),
+    ("asn1/", (r"asn1/", r"ber/", r"ground/")),
+    ("ber/", (r"ber/", r"ground/")),
+    ("crypto/", (r"crypto/", r"ground/")),
+    ("ground/", (r"ground/",)),
     # The tables of texts are the one thing of api/ beside the public header.
     ("tool/worker/inspect/", (r"api/qex\.h$", r"api/\w*text\w*\.h$", r"asn1/", r"ber/")),
     ("tool/", (r"api/qex\.h$",)),
@@ -106,7 +107,7 @@ class RulesTest(unittest.TestCase):
     """The rules on small made-up trees, so that the check itself is known to bite."""
 
     TREE = {
-        "api/qex.h": "", "api/frame.h": "", "api/result_texts.h": "", "asn1/codec.h": "",
+        "ground/expect.h": "", "api/qex.h": "", "api/frame.h": "", "api/result_texts.h": "", "asn1/codec.h": "",
         "ber/buffer.h": "", "crypto/octets.h": "", "crypto/digest/sha1.h": "",
         "crypto/bignum/bignum.h": "", "crypto/prime/lucas.h": "", "crypto/pk/rsa.h": "", "tool/base/options.h": "", "tests/support/hex.h": "",
         "tool/message/facts.h": "", "tool/worker/worker.h": "", "tool/worker/inspect/describe.h": "",
@@ -129,7 +130,10 @@ class RulesTest(unittest.TestCase):
                               ("examples/a.c", "<qex.h>"), ("tests/abi/a.c", '"qex.h"'),
                               ("crypto/digest/a.cpp", '"crypto/octets.h"'), ("crypto/prime/a.cpp", '"crypto/bignum/bignum.h"'),
                               ("crypto/pk/a.cpp", '"crypto/digest/sha1.h"'), ("crypto/pk/a.cpp", '"crypto/prime/lucas.h"'),
-                              ("tests/api/a.cpp", '"crypto/pk/rsa.h"'), ("fuzz/a.cpp", '"ber/buffer.h"')):
+                              ("tests/api/a.cpp", '"crypto/pk/rsa.h"'), ("fuzz/a.cpp", '"ber/buffer.h"'),
+                              ("api/a.cpp", '"ground/expect.h"'), ("asn1/a.cpp", '"ground/expect.h"'),
+                              ("ber/a.cpp", '"ground/expect.h"'), ("crypto/a.cpp", '"ground/expect.h"'),
+                              ("crypto/bignum/a.cpp", '"ground/expect.h"'), ("ground/a.h", "<cstdlib>")):
             with self.subTest(path=path, include=include):
                 self.assertEqual(self.broken_by(path, include), [])
 
@@ -150,7 +154,9 @@ class RulesTest(unittest.TestCase):
                               ("ber/a.cpp", '"tests/support/hex.h"'), ("tool/a.cpp", '"asn1/codec.h"'),
                               ("tool/a.cpp", '"api/frame.h"'), ("tool/worker/inspect/a.cpp", '"crypto/pk/rsa.h"'),
                               ("tool/worker/inspect/a.cpp", '"api/frame.h"'), ("examples/a.c", '"ber/buffer.h"'),
-                              ("examples/b/a.c", '"../../ber/buffer.h"'), ("tests/abi/a.c", '"api/frame.h"')):
+                              ("examples/b/a.c", '"../../ber/buffer.h"'), ("tests/abi/a.c", '"api/frame.h"'),
+                              ("ground/a.h", '"ber/buffer.h"'), ("ground/a.h", '"crypto/octets.h"'),
+                              ("ground/a.h", '"expect.h"'), ("tool/a.cpp", '"ground/expect.h"')):
             with self.subTest(path=path, include=include):
                 self.assertNotEqual(self.broken_by(path, include), [])
 
