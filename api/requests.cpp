@@ -6,7 +6,7 @@
 
 #include "api/frame.h"
 #include "api/framing.h"
-#include "api/names.h"
+#include "api/oid_text.h"
 #include "api/qex.h"
 #include "asn1/oids.h"
 #include "asn1/timestamp.h"

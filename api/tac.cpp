@@ -4,7 +4,8 @@
 #include <limits>
 
 #include "api/frame.h"
-#include "api/names.h"
+#include "api/name_text.h"
+#include "api/oid_text.h"
 #include "api/qex.h"
 #include "api/timing_values.h"
 #include "asn1/attrcert.h"

@@ -4,7 +4,8 @@
 #include <cstddef>
 #include <cstring>
 
-#include "api/names.h"
+#include "api/name_text.h"
+#include "api/oid_text.h"
 #include "api/qex.h"
 #include "api/signing_certificate.h"
 #include "asn1/oids.h"

@@ -1,6 +1,7 @@
 // Directory names as text: the input is a DistinguishedName behind two octets that give the size of the
 // field.
-#include "api/names.h"
+#include "api/name_text.h"
+
 #include <cstring>
 
 #include "api/frame.h"

@@ -1,6 +1,7 @@
 // Object identifiers as text and back. The first octet chooses: contents octets (even) or a text (odd); the
 // second is the size of the field, which is also tried with the usual sizes.
-#include "api/names.h"
+#include "api/oid_text.h"
+
 #include "fuzz/support/expected.h"
 #include "fuzz/support/harness.h"
 

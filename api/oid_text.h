@@ -1,10 +1,9 @@
-// Object identifiers and directory names as text, in the forms that caller records carry.
+// Object identifiers as text, in the form that caller records carry.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
 
-#include "ber/list.h"
 #include "ber/primitives.h"
 
 namespace qex {
@@ -34,10 +33,5 @@ bool OidField(char (&field)[kSize], const AsnOid& oid) {
 // or in a row; a single arc; a first arc that is not 0, 1 or 2; a second arc of more than three
 // digits, above 39, or above 175 under arc 2; a later arc above 2147483647 (see the source).
 uint32_t TextToOid(const char* text, uint8_t* contents);
-
-// NameToText renders a directory name, a list of relative distinguished names (RFC 5280, 4.1.2.4),
-// as "NAME=value;NAME=value" in `size` bytes, all of which are written. Values stand as their bytes, nothing
-// is converted or escaped. Returns 0, or -1 when an entry did not fit and was left out.
-int32_t NameToText(char* text, size_t size, const AsnList* name);
 
 }  // namespace qex

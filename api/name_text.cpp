@@ -1,16 +1,16 @@
-// Object identifiers and directory names as text.
+// Directory names as text.
 //
-// The forms are part of the interface: callers compare these texts, so what looks odd in them
-// stays as it is and is marked.
-#include "api/names.h"
+// Callers compare these texts, so what looks odd in them stays as it is and is marked.
+#include "api/name_text.h"
 
 #include <algorithm>
-#include <charconv>
 #include <cstring>
 #include <iterator>
 #include <string_view>
 
 #include "api/frame.h"
+#include "api/oid_text.h"
+#include "api/text_writer.h"
 #include "asn1/names.h"
 #include "asn1/oids.h"
 #include "asn1/x520.h"
@@ -19,133 +19,6 @@ namespace qex {
 namespace {
 
 constexpr size_t kScratchSize = 2048;  // of a text that is built before it is known to fit
-
-// A text of fixed room that is terminated after every append and cut where the room ends.
-class TextWriter {
- public:
-  TextWriter(char* text, size_t size) : text_(text), size_(size) {
-    if (size_ != 0) text_[0] = '\0';
-  }
-
-  void append(std::string_view s) {
-    const size_t room = size_ == 0 ? 0 : size_ - 1 - used_;
-    const size_t n = std::min(room, s.size());
-    cut_ = cut_ || n < s.size();
-    if (n == 0) return;
-    std::memcpy(text_ + used_, s.data(), n);
-    used_ += n;
-    text_[used_] = '\0';
-  }
-  void append(uint32_t number) {
-    char digits[10];
-    append({digits, size_t(std::to_chars(digits, std::end(digits), number).ptr - digits)});
-  }
-
-  size_t used() const { return used_; }
-  bool cut() const { return cut_; }
-
- private:
-  char* text_;
-  size_t size_;
-  size_t used_ = 0;
-  bool cut_ = false;
-};
-
-}  // namespace
-
-size_t OidToText(const uint8_t* contents, size_t length, char* text, size_t size, bool* cut) {
-  if (cut != nullptr) *cut = false;
-  if (contents == nullptr || length == 0) return 0;
-  TextWriter out(text, size);
-  const uint32_t first = contents[0];
-  const uint32_t root = first >= 80 ? 2 : first / 40;
-  out.append(root);
-  out.append(".");
-  out.append(first - 40 * root);
-  size_t i = 1;
-  while (i < length && !out.cut()) {
-    uint32_t arc = 0;
-    while (i < length && (contents[i] & 0x80) != 0) arc = arc << 7 | (contents[i++] & 0x7F);
-    if (i == length) return 0;
-    arc = arc << 7 | contents[i++];
-    out.append(".");
-    out.append(arc);
-  }
-  if (cut != nullptr) *cut = out.cut();
-  return out.used();
-}
-
-// --- Text to identifier --------------------------------------------------------
-
-namespace {
-
-constexpr size_t kMaxOidText = 255;
-constexpr int32_t kMaxArc = 0x7FFFFFFF;
-
-bool is_dotted_text(std::string_view text) {
-  return !text.empty() && text.size() <= kMaxOidText && text.find_first_not_of("0123456789.") == text.npos &&
-         text.front() != '.' && text.back() != '.' && text.find("..") == text.npos;
-}
-
-// next_arc takes the arc in front of `*rest` and the dot behind it off.
-std::string_view next_arc(std::string_view* rest) {
-  const std::string_view arc = rest->substr(0, rest->find('.'));
-  rest->remove_prefix(std::min(rest->size(), arc.size() + 1));
-  return arc;
-}
-
-// arc_value returns the number of a text of digits; above 2147483647 it is 2147483647.
-int32_t arc_value(std::string_view digits) {
-  int32_t value = 0;
-  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  return read.ec == std::errc() ? value : kMaxArc;
-}
-
-// append_arc writes `arc` base 128 and returns the octets written, 1 to 5.
-// Deliberate: a group of zeros between non-zero ones is dropped, so that 16384 gives 81 00.
-// Authorities and callers have the octets of this encoding on record.
-size_t append_arc(uint32_t arc, uint8_t* out) {
-  size_t n = 0;
-  for (int shift = 28; shift > 0; shift -= 7) {
-    const auto group = uint8_t(arc >> shift & 0x7F);
-    if (group != 0) out[n++] = group | 0x80;
-  }
-  out[n++] = arc & 0x7F;
-  return n;
-}
-
-}  // namespace
-
-uint32_t TextToOid(const char* text, uint8_t* contents) {
-  if (text == nullptr) return 0;
-  // One character more than the longest text tells that it is too long; the rest is not looked at.
-  const void* terminator = std::memchr(text, 0, kMaxOidText + 1);
-  if (terminator == nullptr) return 0;
-  std::string_view rest(text, size_t(static_cast<const char*>(terminator) - text));
-  if (!is_dotted_text(rest)) return 0;
-
-  const std::string_view root = next_arc(&rest);
-  if (root.size() != 1 || root[0] > '2' || rest.empty()) return 0;
-  const std::string_view second = next_arc(&rest);
-  if (second.size() > 3) return 0;
-  const int32_t number = arc_value(second);
-  if (number > 175 || (root != "2" && number > 39)) return 0;
-  contents[0] = uint8_t((root[0] - '0') * 40 + number);
-
-  size_t n = 1;
-  while (!rest.empty()) {
-    const std::string_view arc = next_arc(&rest);
-    // Deliberate: compared as text, so that an arc of eleven digits and more that begins with 1
-    // passes and is taken as 2147483647.
-    if (arc.size() >= 10 && arc >= "2147483648") return 0;
-    n += append_arc(uint32_t(arc_value(arc)), contents + n);
-  }
-  return uint32_t(n);
-}
-
-// --- Directory names -----------------------------------------------------------
-
-namespace {
 
 enum class Form : uint8_t {
   Bytes,  // the bytes of the value as they stand

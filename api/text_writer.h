@@ -1,0 +1,45 @@
+// Text in a field of a caller's record.
+#pragma once
+
+#include <algorithm>
+#include <charconv>
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+#include <iterator>
+#include <string_view>
+
+namespace qex {
+
+// A text of fixed room that is terminated after every append and cut where the room ends.
+class TextWriter {
+ public:
+  TextWriter(char* text, size_t size) : text_(text), size_(size) {
+    if (size_ != 0) text_[0] = '\0';
+  }
+
+  void append(std::string_view s) {
+    const size_t room = size_ == 0 ? 0 : size_ - 1 - used_;
+    const size_t n = std::min(room, s.size());
+    cut_ = cut_ || n < s.size();
+    if (n == 0) return;
+    std::memcpy(text_ + used_, s.data(), n);
+    used_ += n;
+    text_[used_] = '\0';
+  }
+  void append(uint32_t number) {
+    char digits[10];
+    append({digits, size_t(std::to_chars(digits, std::end(digits), number).ptr - digits)});
+  }
+
+  size_t used() const { return used_; }
+  bool cut() const { return cut_; }
+
+ private:
+  char* text_;
+  size_t size_;
+  size_t used_ = 0;
+  bool cut_ = false;
+};
+
+}  // namespace qex
