@@ -13,26 +13,6 @@
 #include "ber/memory.h"
 #include "crypto/octets.h"
 
-static_assert(sizeof(QEX_U64) == 8 && offsetof(QEX_U64, high) == 0 && offsetof(QEX_U64, low) == 4);
-
-static_assert(sizeof(QEX_TSQ_DATA_EX) == 440);
-static_assert(offsetof(QEX_TSQ_DATA_EX, size) == 0);
-static_assert(offsetof(QEX_TSQ_DATA_EX, hashAlgorithm) == 4);
-static_assert(offsetof(QEX_TSQ_DATA_EX, hashedMessage) == 132);
-static_assert(offsetof(QEX_TSQ_DATA_EX, hashedMessageLength) == 260);
-static_assert(offsetof(QEX_TSQ_DATA_EX, reqPolicy) == 264);
-static_assert(offsetof(QEX_TSQ_DATA_EX, nonce) == 392);
-static_assert(offsetof(QEX_TSQ_DATA_EX, nonceLength) == 432);
-static_assert(offsetof(QEX_TSQ_DATA_EX, certReq) == 436);
-
-static_assert(sizeof(QEX_TSQ_DATA) == 312);
-static_assert(offsetof(QEX_TSQ_DATA, hashAlgorithm) == 0);
-static_assert(offsetof(QEX_TSQ_DATA, hashedMessage) == 128);
-static_assert(offsetof(QEX_TSQ_DATA, hashedMessageLength) == 168);
-static_assert(offsetof(QEX_TSQ_DATA, reqPolicy) == 172);
-static_assert(offsetof(QEX_TSQ_DATA, nonce) == 300);
-static_assert(offsetof(QEX_TSQ_DATA, certReq) == 308);
-
 namespace qex {
 namespace {
 

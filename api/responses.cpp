@@ -11,11 +11,6 @@
 #include "asn1/timestamp.h"
 #include "crypto/octets.h"
 
-static_assert(sizeof(QEX_TSR_STATUS) == 88);
-static_assert(offsetof(QEX_TSR_STATUS, status) == 0);
-static_assert(offsetof(QEX_TSR_STATUS, statusText) == 4);
-static_assert(offsetof(QEX_TSR_STATUS, failInfo) == 84);
-
 namespace qex {
 namespace {
 

@@ -1,7 +1,6 @@
 // The exports that read a time attribute certificate: identity, timing metrics, timing policy.
 #include <cstddef>
 #include <cstring>
-#include <limits>
 
 #include "api/frame.h"
 #include "api/name_text.h"
@@ -11,57 +10,6 @@
 #include "asn1/attrcert.h"
 #include "asn1/oids.h"
 #include "asn1/timing.h"
-
-static_assert(std::numeric_limits<double>::is_iec559);  // zero bits are 0.0
-static_assert(sizeof(QEX_TACINFO_EX) == 2556);
-static_assert(offsetof(QEX_TACINFO_EX, size) == 0);
-static_assert(offsetof(QEX_TACINFO_EX, version) == 4);
-static_assert(offsetof(QEX_TACINFO_EX, holderName) == 8);
-static_assert(offsetof(QEX_TACINFO_EX, digestAlgorithm) == 520);
-static_assert(offsetof(QEX_TACINFO_EX, objectDigest) == 648);
-static_assert(offsetof(QEX_TACINFO_EX, objectDigestLen) == 776);
-static_assert(offsetof(QEX_TACINFO_EX, issuerName) == 780);
-static_assert(offsetof(QEX_TACINFO_EX, serialNumber) == 1292);
-static_assert(offsetof(QEX_TACINFO_EX, serialNumberLen) == 1332);
-static_assert(offsetof(QEX_TACINFO_EX, notBefore) == 1336);
-static_assert(offsetof(QEX_TACINFO_EX, notAfter) == 1368);
-static_assert(offsetof(QEX_TACINFO_EX, signatureAlgorithm) == 1400);
-static_assert(offsetof(QEX_TACINFO_EX, signatureValue) == 1528);
-static_assert(offsetof(QEX_TACINFO_EX, signatureValueLen) == 2552);
-
-static_assert(sizeof(QEX_TACINFO) == 2428);
-static_assert(offsetof(QEX_TACINFO, version) == 0);
-static_assert(offsetof(QEX_TACINFO, holderName) == 4);
-static_assert(offsetof(QEX_TACINFO, digestAlgorithm) == 516);
-static_assert(offsetof(QEX_TACINFO, objectDigest) == 644);
-static_assert(offsetof(QEX_TACINFO, objectDigestLen) == 684);
-static_assert(offsetof(QEX_TACINFO, issuerName) == 688);
-static_assert(offsetof(QEX_TACINFO, serialNumber) == 1200);
-static_assert(offsetof(QEX_TACINFO, notBefore) == 1208);
-static_assert(offsetof(QEX_TACINFO, notAfter) == 1240);
-static_assert(offsetof(QEX_TACINFO, signatureAlgorithm) == 1272);
-static_assert(offsetof(QEX_TACINFO, signatureValue) == 1400);
-static_assert(offsetof(QEX_TACINFO, signatureValueLen) == 2424);
-
-static_assert(sizeof(float) == 4);
-static_assert(sizeof(QEX_TIMING_METRICS_EX) == 108);
-static_assert(offsetof(QEX_TIMING_METRICS_EX, ntpTime) == 0);
-static_assert(offsetof(QEX_TIMING_METRICS_EX, offset) == 32);
-static_assert(offsetof(QEX_TIMING_METRICS_EX, delay) == 36);
-static_assert(offsetof(QEX_TIMING_METRICS_EX, expiration) == 40);
-static_assert(offsetof(QEX_TIMING_METRICS_EX, leapAction) == 72);
-static_assert(offsetof(QEX_TIMING_METRICS_EX, leapTime) == 76);
-
-static_assert(sizeof(QEX_TIMING_METRICS) == 72);
-static_assert(offsetof(QEX_TIMING_METRICS, ntpTime) == 0);
-static_assert(offsetof(QEX_TIMING_METRICS, offset) == 32);
-static_assert(offsetof(QEX_TIMING_METRICS, delay) == 36);
-static_assert(offsetof(QEX_TIMING_METRICS, expiration) == 40);
-
-static_assert(sizeof(QEX_TIMING_POLICY) == 136);
-static_assert(offsetof(QEX_TIMING_POLICY, policyID) == 0);
-static_assert(offsetof(QEX_TIMING_POLICY, maxOffset) == 128);
-static_assert(offsetof(QEX_TIMING_POLICY, maxDelay) == 132);
 
 namespace qex {
 namespace {

@@ -1,7 +1,6 @@
 // The token exports that read: TSTInfo into a record (RFC 3161, 2.4.2), and the authority's certificate.
 #include "api/token.h"
 
-#include <cstddef>
 #include <cstring>
 
 #include "api/name_text.h"
@@ -10,39 +9,6 @@
 #include "api/signing_certificate.h"
 #include "asn1/oids.h"
 #include "asn1/timestamp.h"
-
-static_assert(sizeof(QEX_TSTINFO_EX) == 1044);
-static_assert(offsetof(QEX_TSTINFO_EX, size) == 0);
-static_assert(offsetof(QEX_TSTINFO_EX, version) == 4);
-static_assert(offsetof(QEX_TSTINFO_EX, policy) == 8);
-static_assert(offsetof(QEX_TSTINFO_EX, hashAlgorithm) == 136);
-static_assert(offsetof(QEX_TSTINFO_EX, hashedMessage) == 264);
-static_assert(offsetof(QEX_TSTINFO_EX, hashedMessageLength) == 392);
-static_assert(offsetof(QEX_TSTINFO_EX, serialNumber) == 396);
-static_assert(offsetof(QEX_TSTINFO_EX, serialNumberLength) == 436);
-static_assert(offsetof(QEX_TSTINFO_EX, genTime) == 440);
-static_assert(offsetof(QEX_TSTINFO_EX, accuracySeconds) == 472);
-static_assert(offsetof(QEX_TSTINFO_EX, accuracyMillis) == 476);
-static_assert(offsetof(QEX_TSTINFO_EX, accuracyMicros) == 480);
-static_assert(offsetof(QEX_TSTINFO_EX, ordering) == 484);
-static_assert(offsetof(QEX_TSTINFO_EX, nonce) == 488);
-static_assert(offsetof(QEX_TSTINFO_EX, nonceLength) == 528);
-static_assert(offsetof(QEX_TSTINFO_EX, tsaName) == 532);
-
-static_assert(sizeof(QEX_TSTINFO) == 880);
-static_assert(offsetof(QEX_TSTINFO, version) == 0);
-static_assert(offsetof(QEX_TSTINFO, policy) == 4);
-static_assert(offsetof(QEX_TSTINFO, hashAlgorithm) == 132);
-static_assert(offsetof(QEX_TSTINFO, hashedMessage) == 260);
-static_assert(offsetof(QEX_TSTINFO, hashedMessageLength) == 300);
-static_assert(offsetof(QEX_TSTINFO, serialNumber) == 304);
-static_assert(offsetof(QEX_TSTINFO, genTime) == 312);
-static_assert(offsetof(QEX_TSTINFO, accuracySeconds) == 344);
-static_assert(offsetof(QEX_TSTINFO, accuracyMillis) == 348);
-static_assert(offsetof(QEX_TSTINFO, accuracyMicros) == 352);
-static_assert(offsetof(QEX_TSTINFO, ordering) == 356);
-static_assert(offsetof(QEX_TSTINFO, nonce) == 360);
-static_assert(offsetof(QEX_TSTINFO, tsaName) == 368);
 
 namespace qex {
 

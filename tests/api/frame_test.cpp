@@ -1,9 +1,8 @@
-// The frame of the exports: result codes, records, the last ASN.1 error, output buffers, numbers of 64 bits.
+// The frame of the exports: result codes, the last ASN.1 error, output buffers, numbers of 64 bits.
 #include "api/frame.h"
 
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <functional>
 #include <string>
 #include <vector>
@@ -17,7 +16,7 @@
 namespace qex::test {
 namespace {
 
-// --- Codes and records ---------------------------------------------------------
+// --- Codes ---------------------------------------------------------------------
 
 TEST(Header, ResultCodesHaveTheirValues) {
   const struct {
@@ -38,77 +37,6 @@ TEST(Header, TransportModesHaveTheirValues) {
   EXPECT_EQ(QEX_TRANSPORT_SOCKET, 1);
   EXPECT_EQ(QEX_TRANSPORT_HTTP, 2);
   EXPECT_EQ(QEX_TRANSPORT_RESERVED, 3);
-}
-
-struct FieldRow {
-  const char* name;
-  size_t offset, size;
-  size_t expected_offset, expected_size;
-};
-
-#define FIELD_ROW(record, field, offset, size)                                       \
-  FieldRow {                                                                         \
-#record "." #field, offsetof(record, field), sizeof(record::field), offset, size \
-  }
-
-// expect_layout also wants the fields to fill the record without a gap.
-void expect_layout(const std::vector<FieldRow>& rows, size_t size, size_t expected_size) {
-  EXPECT_EQ(size, expected_size);
-  size_t end = 0;
-  for (const FieldRow& row : rows) {
-    EXPECT_EQ(row.offset, row.expected_offset) << row.name;
-    EXPECT_EQ(row.size, row.expected_size) << row.name;
-    EXPECT_EQ(row.offset, end) << row.name;
-    end = row.offset + row.size;
-  }
-  EXPECT_EQ(end, size);
-}
-
-TEST(Header, NumberOf64BitsHasItsHighWordFirst) {
-  expect_layout({FIELD_ROW(QEX_U64, high, 0, 4), FIELD_ROW(QEX_U64, low, 4, 4)}, sizeof(QEX_U64), 8);
-}
-
-TEST(Header, RequestRecordsHaveTheirLayout) {
-  using Ex = QEX_TSQ_DATA_EX;
-  expect_layout({FIELD_ROW(Ex, size, 0, 4), FIELD_ROW(Ex, hashAlgorithm, 4, 128),
-                 FIELD_ROW(Ex, hashedMessage, 132, 128), FIELD_ROW(Ex, hashedMessageLength, 260, 4),
-                 FIELD_ROW(Ex, reqPolicy, 264, 128), FIELD_ROW(Ex, nonce, 392, 40),
-                 FIELD_ROW(Ex, nonceLength, 432, 4), FIELD_ROW(Ex, certReq, 436, 4)},
-                sizeof(Ex), 440);
-  using Short = QEX_TSQ_DATA;
-  expect_layout({FIELD_ROW(Short, hashAlgorithm, 0, 128), FIELD_ROW(Short, hashedMessage, 128, 40),
-                 FIELD_ROW(Short, hashedMessageLength, 168, 4), FIELD_ROW(Short, reqPolicy, 172, 128),
-                 FIELD_ROW(Short, nonce, 300, 8), FIELD_ROW(Short, certReq, 308, 4)},
-                sizeof(Short), 312);
-}
-
-TEST(Header, StatusRecordHasItsLayout) {
-  using Record = QEX_TSR_STATUS;
-  expect_layout({FIELD_ROW(Record, status, 0, 4), FIELD_ROW(Record, statusText, 4, 80),
-                 FIELD_ROW(Record, failInfo, 84, 4)},
-                sizeof(Record), 88);
-}
-
-TEST(Header, TokenRecordsHaveTheirLayout) {
-  using Ex = QEX_TSTINFO_EX;
-  expect_layout(
-      {FIELD_ROW(Ex, size, 0, 4), FIELD_ROW(Ex, version, 4, 4), FIELD_ROW(Ex, policy, 8, 128),
-       FIELD_ROW(Ex, hashAlgorithm, 136, 128), FIELD_ROW(Ex, hashedMessage, 264, 128),
-       FIELD_ROW(Ex, hashedMessageLength, 392, 4), FIELD_ROW(Ex, serialNumber, 396, 40),
-       FIELD_ROW(Ex, serialNumberLength, 436, 4), FIELD_ROW(Ex, genTime, 440, 32),
-       FIELD_ROW(Ex, accuracySeconds, 472, 4), FIELD_ROW(Ex, accuracyMillis, 476, 4),
-       FIELD_ROW(Ex, accuracyMicros, 480, 4), FIELD_ROW(Ex, ordering, 484, 4), FIELD_ROW(Ex, nonce, 488, 40),
-       FIELD_ROW(Ex, nonceLength, 528, 4), FIELD_ROW(Ex, tsaName, 532, 512)},
-      sizeof(Ex), 1044);
-  using Short = QEX_TSTINFO;
-  expect_layout({FIELD_ROW(Short, version, 0, 4), FIELD_ROW(Short, policy, 4, 128),
-                 FIELD_ROW(Short, hashAlgorithm, 132, 128), FIELD_ROW(Short, hashedMessage, 260, 40),
-                 FIELD_ROW(Short, hashedMessageLength, 300, 4), FIELD_ROW(Short, serialNumber, 304, 8),
-                 FIELD_ROW(Short, genTime, 312, 32), FIELD_ROW(Short, accuracySeconds, 344, 4),
-                 FIELD_ROW(Short, accuracyMillis, 348, 4), FIELD_ROW(Short, accuracyMicros, 352, 4),
-                 FIELD_ROW(Short, ordering, 356, 4), FIELD_ROW(Short, nonce, 360, 8),
-                 FIELD_ROW(Short, tsaName, 368, 512)},
-                sizeof(Short), 880);
 }
 
 // --- Every decoding export, called alike ---------------------------------------

@@ -1,7 +1,6 @@
-// The records of attribute certificates, and who one is for and from.
+// Who an attribute certificate is for and from.
 #include <gtest/gtest.h>
 
-#include <cstddef>
 #include <cstring>
 
 #include "tests/support/octets.h"
@@ -10,66 +9,6 @@
 
 namespace qex::test {
 namespace {
-
-// Records are what they are at run time, too.
-TEST(TacRecords, StandWithoutGaps) {
-  const struct {
-    const char* name;
-    size_t at, offset, size, expected_size;
-  } fields[] = {
-#define FIELD_OF(Record, field, at, size) \
-  {#Record "." #field, at, offsetof(Record, field), sizeof(Record::field), size}
-      FIELD_OF(QEX_TACINFO_EX, size, 0, 4),
-      FIELD_OF(QEX_TACINFO_EX, version, 4, 4),
-      FIELD_OF(QEX_TACINFO_EX, holderName, 8, 512),
-      FIELD_OF(QEX_TACINFO_EX, digestAlgorithm, 520, 128),
-      FIELD_OF(QEX_TACINFO_EX, objectDigest, 648, 128),
-      FIELD_OF(QEX_TACINFO_EX, objectDigestLen, 776, 4),
-      FIELD_OF(QEX_TACINFO_EX, issuerName, 780, 512),
-      FIELD_OF(QEX_TACINFO_EX, serialNumber, 1292, 40),
-      FIELD_OF(QEX_TACINFO_EX, serialNumberLen, 1332, 4),
-      FIELD_OF(QEX_TACINFO_EX, notBefore, 1336, 32),
-      FIELD_OF(QEX_TACINFO_EX, notAfter, 1368, 32),
-      FIELD_OF(QEX_TACINFO_EX, signatureAlgorithm, 1400, 128),
-      FIELD_OF(QEX_TACINFO_EX, signatureValue, 1528, 1024),
-      FIELD_OF(QEX_TACINFO_EX, signatureValueLen, 2552, 4),
-      FIELD_OF(QEX_TACINFO, version, 0, 4),
-      FIELD_OF(QEX_TACINFO, holderName, 4, 512),
-      FIELD_OF(QEX_TACINFO, digestAlgorithm, 516, 128),
-      FIELD_OF(QEX_TACINFO, objectDigest, 644, 40),
-      FIELD_OF(QEX_TACINFO, objectDigestLen, 684, 4),
-      FIELD_OF(QEX_TACINFO, issuerName, 688, 512),
-      FIELD_OF(QEX_TACINFO, serialNumber, 1200, 8),
-      FIELD_OF(QEX_TACINFO, notBefore, 1208, 32),
-      FIELD_OF(QEX_TACINFO, notAfter, 1240, 32),
-      FIELD_OF(QEX_TACINFO, signatureAlgorithm, 1272, 128),
-      FIELD_OF(QEX_TACINFO, signatureValue, 1400, 1024),
-      FIELD_OF(QEX_TACINFO, signatureValueLen, 2424, 4),
-      FIELD_OF(QEX_TIMING_METRICS_EX, ntpTime, 0, 32),
-      FIELD_OF(QEX_TIMING_METRICS_EX, offset, 32, 4),
-      FIELD_OF(QEX_TIMING_METRICS_EX, delay, 36, 4),
-      FIELD_OF(QEX_TIMING_METRICS_EX, expiration, 40, 32),
-      FIELD_OF(QEX_TIMING_METRICS_EX, leapAction, 72, 4),
-      FIELD_OF(QEX_TIMING_METRICS_EX, leapTime, 76, 32),
-      FIELD_OF(QEX_TIMING_METRICS, ntpTime, 0, 32),
-      FIELD_OF(QEX_TIMING_METRICS, offset, 32, 4),
-      FIELD_OF(QEX_TIMING_METRICS, delay, 36, 4),
-      FIELD_OF(QEX_TIMING_METRICS, expiration, 40, 32),
-      FIELD_OF(QEX_TIMING_POLICY, policyID, 0, 128),
-      FIELD_OF(QEX_TIMING_POLICY, maxOffset, 128, 4),
-      FIELD_OF(QEX_TIMING_POLICY, maxDelay, 132, 4),
-#undef FIELD_OF
-  };
-  for (const auto& field : fields) {
-    EXPECT_EQ(field.offset, field.at) << field.name;
-    EXPECT_EQ(field.size, field.expected_size) << field.name;
-  }
-  EXPECT_EQ(sizeof(QEX_TACINFO_EX), 2556u);
-  EXPECT_EQ(sizeof(QEX_TACINFO), 2428u);
-  EXPECT_EQ(sizeof(QEX_TIMING_METRICS_EX), 108u);
-  EXPECT_EQ(sizeof(QEX_TIMING_METRICS), 72u);
-  EXPECT_EQ(sizeof(QEX_TIMING_POLICY), 136u);
-}
 
 // --- QEX_GetTAC_CertInfoEx -----------------------------------------------------------------------
 
