@@ -1,0 +1,77 @@
+"""The documents: links lead to files and headings that exist; scripts, presets, options and paths that they name do too.
+
+usage: documents_test.py SOURCE_FOLDER
+"""
+
+import glob
+import json
+import os
+import re
+import sys
+import unittest
+
+# Folders of the tree, as paths in the documents begin.
+FOLDERS = r"(?:api|asn1|ber|bench|cmake|crypto|docs|examples|fuzz|ground|scripts|tests|tool)"
+# Options are looked for where programs of the tree declare them; these belong to other programs.
+FOREIGN_OPTIONS = re.compile(r"--(benchmark|gtest)_\w+|--(build|preset|install|target|end-with-parent)$")
+
+
+def heading_anchor(heading):
+    """The fragment under which a heading is linked."""
+    return re.sub(r"[^\w\- ]", "", heading.strip().lower()).replace(" ", "-")
+
+
+class DocumentsTest(unittest.TestCase):
+    root = ""
+
+    @classmethod
+    def setUpClass(cls):
+        names = [*glob.glob("*.md", root_dir=cls.root), *glob.glob("docs/*.md", root_dir=cls.root), "tests/unreachable.md"]
+        cls.texts = {}
+        for name in sorted(names):
+            with open(f"{cls.root}/{name}", encoding="utf-8") as file:
+                cls.texts[name] = file.read()
+
+    def test_LinksLeadToFilesAndHeadings(self):
+        for name, text in self.texts.items():
+            for target in re.findall(r"\]\(([^)\s]+)\)", text):
+                if re.match(r"\w+:", target):
+                    continue
+                path, _, fragment = target.partition("#")
+                path = os.path.normpath(os.path.join(os.path.dirname(name), path)) if path else name
+                with self.subTest(document=name, link=target):
+                    self.assertTrue(os.path.exists(f"{self.root}/{path}"))
+                    if fragment:
+                        self.assertIn(fragment, map(heading_anchor, re.findall(r"^#+ (.*)", self.texts[path], re.MULTILINE)))
+
+    def test_PathsNamedAreThere(self):
+        for name, text in self.texts.items():
+            for path in re.findall(rf"(?<![\w/.-]){FOLDERS}/[\w./*-]*\w", text.replace("TARGET", "*")):
+                with self.subTest(document=name, path=path):
+                    # Some tables name tests by their path below tests/.
+                    self.assertTrue(any(glob.glob(f"{self.root}/{start}{path}*") for start in ("", "tests/")))
+
+    def test_PresetsNamedAreDefined(self):
+        with open(f"{self.root}/CMakePresets.json", encoding="utf-8") as file:
+            presets = {preset["name"] for preset in json.load(file)["configurePresets"]}
+        for name, text in self.texts.items():
+            for preset in re.findall(r"--preset (\w+)", text):
+                with self.subTest(document=name):
+                    self.assertIn(preset, presets)
+
+    def test_OptionsNamedAreRead(self):
+        sources = ""
+        for pattern in ("tool/**/*.cpp", "bench/*.cpp", "scripts/*.sh"):
+            for path in glob.glob(pattern, root_dir=self.root, recursive=True):
+                with open(f"{self.root}/{path}", encoding="utf-8") as file:
+                    sources += file.read()
+        for name, text in self.texts.items():
+            for option in sorted(set(re.findall(r"(?<![\w-])--[a-z][\w-]*\w", text))):
+                if not FOREIGN_OPTIONS.match(option):
+                    with self.subTest(document=name):
+                        self.assertRegex(sources, re.escape(option) + r"\b")
+
+
+if __name__ == "__main__":
+    DocumentsTest.root = sys.argv.pop(1)
+    unittest.main()
