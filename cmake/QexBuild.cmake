@@ -1,4 +1,4 @@
-# Compiler settings shared by all targets, and the account of what was left out.
+# Compiler settings shared by all targets, and the list of parts left out.
 
 if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
@@ -15,7 +15,7 @@ set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
-# What instrumentation adds to a compile or link line, as lists.
+# Options that instrumentation adds to a compile or link line, as lists.
 set(QEX_INSTRUMENT_COMPILE "")
 set(QEX_INSTRUMENT_LINK "")
 if(QEX_SANITIZE)
@@ -24,11 +24,11 @@ if(QEX_SANITIZE)
   list(APPEND QEX_INSTRUMENT_LINK -fsanitize=${QEX_SANITIZE})
 endif()
 if(QEX_SANITIZE AND CMAKE_CXX_COMPILER_ID MATCHES "Clang")
-  # A C program that links the library needs what the library's C++ reports through.
+  # A C program that links the library needs the C++ runtime of the sanitizer's reports.
   list(APPEND QEX_INSTRUMENT_LINK -fsanitize-link-c++-runtime -lstdc++)
 endif()
 if(QEX_FUZZ)
-  # Edges of the library are counted; the engine itself is linked to the targets alone.
+  # The library's edges are counted; only the targets link the engine itself.
   list(APPEND QEX_INSTRUMENT_COMPILE -fsanitize=fuzzer-no-link)
   list(APPEND QEX_INSTRUMENT_LINK -fsanitize=fuzzer-no-link)
 endif()
@@ -54,17 +54,17 @@ function(qex_compile_options target)
   endif()
 endfunction()
 
-# qex_link_options(TARGET SCOPE): what instrumentation needs at link time. It is no
-# part of the installed package: a build for tests is not what gets installed.
+# qex_link_options(TARGET SCOPE): link options of instrumentation. They are not part
+# of the installed package: instrumented builds are not installed.
 function(qex_link_options target scope)
   foreach(option IN LISTS QEX_INSTRUMENT_LINK)
     target_link_options(${target} ${scope} $<BUILD_INTERFACE:${option}>)
   endforeach()
 endfunction()
 
-# qex_harden(TARGET): for what gets installed, and what that is made of. Code can lie anywhere in memory,
-# indirect calls and returns are checked where the processor can do it, every symbol is resolved before
-# the first call, what they are resolved through is read-only from then on, and the stack holds no code.
+# qex_harden(TARGET): for installed targets and their parts. Code can be loaded anywhere in memory, indirect
+# calls and returns are checked where the processor can do it, every symbol is resolved before the first call,
+# the relocation tables are read-only from then on, and the stack holds no code.
 include(CheckCXXCompilerFlag)
 include(CheckPIESupported)
 check_cxx_compiler_flag(-fcf-protection QEX_HAS_CF_PROTECTION)
@@ -77,9 +77,9 @@ function(qex_harden target)
   target_link_options(${target} PRIVATE "LINKER:-z,relro,-z,now,-z,noexecstack")
 endfunction()
 
-# qex_static_runtime(TARGET): what gets installed brings the part of the C++ runtime that it uses. A program in
-# any language can then load the library next to whatever C++ it has itself, and resolving the names of the
-# whole runtime, a fifth of the time of one check, is spared. Instrumentation has runtimes of its own.
+# qex_static_runtime(TARGET): installed targets contain the part of the C++ runtime that they use. A program in
+# any language can then load the library next to its own C++ runtime, and start-up does not resolve the names of
+# the whole runtime, a fifth of the time of one check. Instrumentation has runtimes of its own.
 set(QEX_RUNTIME_IS_STATIC OFF)
 if(QEX_STATIC_RUNTIME AND NOT QEX_SANITIZE AND NOT QEX_COVERAGE AND NOT QEX_FUZZ)
   include(CheckCXXSourceCompiles)
@@ -96,9 +96,9 @@ function(qex_static_runtime target)
 endfunction()
 
 # qex_check_integers(TARGET): for sources of library and tool. Where QEX_CHECK_INTEGERS is on, integers that
-# wrap, or change in a conversion that nobody wrote, are reported, but for what is listed as meant.
+# wrap or change in an implicit conversion are reported, except in the places listed as intended.
 if(QEX_CHECK_INTEGERS)
-  # Patterns of the list are regular expressions, but for `*`.
+  # Patterns of the list are regular expressions, except for `*`.
   string(REGEX REPLACE "[][.+?^$(){}|\\]" "\\\\\\0" source_pattern "${PROJECT_SOURCE_DIR}")
   configure_file(cmake/integers_meant.txt.in integers_meant.txt @ONLY)
 endif()

@@ -1,5 +1,5 @@
-# What `cmake --install` lays down: the library and its header, the tool, and the
-# files by which CMake (find_package(qex)) and pkg-config (qex.pc) find them.
+# `cmake --install` copies the library and its header, the tool, and the files by
+# which CMake (find_package(qex)) and pkg-config (qex.pc) find them.
 include(CMakePackageConfigHelpers)
 
 set(QEX_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/qex")
@@ -16,8 +16,8 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/qexConfigVersion.cmake"
 install(FILES "${PROJECT_BINARY_DIR}/qexConfig.cmake" "${PROJECT_BINARY_DIR}/qexConfigVersion.cmake"
         DESTINATION ${QEX_PACKAGE_DIR})
 
-# The paths of qex.pc are relative to where it lies, so that the installed tree can
-# be moved and DESTDIR needs no second thought.
+# The paths of qex.pc are relative to its own folder, so the installed tree can be
+# moved, and DESTDIR works.
 file(RELATIVE_PATH QEX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" QEX_PC_PREFIX "${QEX_PC_PREFIX}")
 configure_file("${PROJECT_SOURCE_DIR}/cmake/qex.pc.in" "${PROJECT_BINARY_DIR}/qex.pc" @ONLY)

@@ -1,10 +1,10 @@
-# Debian's cross compilers, g++-<triple>: what cmake/toolchain-<platform>.cmake have in common. Each of them
+# Debian's cross compilers, g++-<triple>: the common part of cmake/toolchain-<platform>.cmake. Each of those
 # sets QEX_TRIPLE first.
 set(CMAKE_SYSTEM_NAME Linux)
 set(CMAKE_C_COMPILER ${QEX_TRIPLE}-gcc)
 set(CMAKE_CXX_COMPILER ${QEX_TRIPLE}-g++)
 
-# Libraries and packages are those of the platform, programs those of this machine.
+# Use the libraries and packages of the platform, but the programs of this machine.
 set(CMAKE_FIND_ROOT_PATH /usr/${QEX_TRIPLE})
 set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
 set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)

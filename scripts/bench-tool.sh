@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# How long the tool takes beside other ways to the same answers, as ratios of one run: one token beside
-# `openssl ts -verify`; many tokens beside a loop of it, and beside a C program that makes the same calls in
-# process (bench/tool/in_process.c). The tool is the installed one: the build's looks for its libraries in
-# more places. Other work on the machine distorts the ratios: what runs in several processes suffers more.
+# Times the tool against other ways to the same answers, as ratios within one run: one token against
+# `openssl ts -verify`; many tokens against a loop of that, and against a C program that makes the same calls in
+# process (bench/tool/in_process.c). Measures the installed tool: the one in the build folder searches more places
+# for its libraries. Other work on the machine distorts the ratios, most for programs of several processes.
 #
 # usage: scripts/bench-tool.sh [NUMBER OF TOKENS]      10000 without one
 set -euo pipefail

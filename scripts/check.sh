@@ -1,9 +1,8 @@
 #!/usr/bin/env bash
-# What is looked for beyond scripts/test.sh: ThreadSanitizer, valgrind, static analysis, and
-# whether two builds give the same library. Goes on after a failure and closes with the last lines of each
-# step that failed, and a table.
+# The slow checks, to run after scripts/test.sh: ThreadSanitizer, valgrind, static analysis, reproducible builds.
+# Goes on after a failure; ends with the last lines of each step that failed, and a table.
 #
-# usage: scripts/check.sh [all | STEP...]     default: what CI runs; all: that, and what takes too long for it
+# usage: scripts/check.sh [all | STEP...]     default: the steps of CI; all: also those that take too long for CI
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
@@ -14,13 +13,13 @@ step_format() {  # the format of the sources
   scripts/format.sh
 }
 
-step_cppcheck() {  # cppcheck over all sources; what it gets wrong is listed with the reasons
+step_cppcheck() {  # cppcheck over all sources; a list with reasons suppresses false positives
   git ls-files -z --cached --others --exclude-standard '*.c' '*.cpp' |
     xargs -0 cppcheck -q -j "$jobs" --error-exitcode=1 --std=c++20 --library=posix --library=googletest -I . \
       --enable=warning,performance,portability --suppressions-list=scripts/cppcheck_suppressions.txt
 }
 
-step_one_definition() {  # no name stands for two things in library or tool, as the linker sees them together
+step_one_definition() {  # no name has two definitions in library or tool, as the linker sees them together
   cmake --preset release -B build/one_definition -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
     cmake --build build/one_definition -j "$jobs" --target qex qex_tool
 }
@@ -54,7 +53,7 @@ step_fuzz() {  # ten seconds for each fuzz target
 }
 
 usage() {
-  sed -n '2,6s/^# \{0,1\}//p' "$0"
+  sed -n '2,5s/^# \{0,1\}//p' "$0"
   echo
   sed -n 's/^step_\(\w*\)() {  # \(.*\)/\1\t\2/p' "$0" | expand -t 16
 }
@@ -80,7 +79,7 @@ for step in "${chosen[@]}"; do
   echo
   echo "== $step"
   started=$SECONDS
-  # Not as a condition: there the first command that fails would not end the step.
+  # Not inside a condition: set -e has no effect there.
   (set -e; "step_$step") 2>&1 | tee "$logs/$step"
   if [ "${PIPESTATUS[0]}" -eq 0 ]; then verdict=passed; else verdict=FAILED status=1 failed+=("$step"); fi
   table+=$(printf '%-14s %-6s %6d s' "$step" "$verdict" $((SECONDS - started)))$'\n'

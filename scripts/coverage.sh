@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Line and branch coverage of the library's four folders under the whole test suite. Exclusion markers in the
-# sources do not count: what gcovr takes for a line of code is one.
+# sources are ignored: every line that gcovr counts as code counts.
 #
 # usage: scripts/coverage.sh [--missing]     --missing also lists the lines that no test reached
 set -euo pipefail
@@ -13,7 +13,7 @@ cmake --build --preset coverage -j "$(nproc)"
 find "$build" -name '*.gcda' -delete
 ctest --preset coverage -j "$(nproc)"
 
-# gcov, and not gcovr's idea of which compiler made the objects.
+# Name gcov: gcovr may guess the wrong compiler from the objects.
 gcov=gcov
 compiler=$(sed -n 's/^CMAKE_CXX_COMPILER:[^=]*=//p' "$build/CMakeCache.txt")
 case $compiler in *clang*) gcov="llvm-cov gcov" ;; esac
@@ -27,7 +27,7 @@ with open(sys.argv[1], encoding="utf-8") as file:
     files = json.load(file)["files"]
 folders = {name: [0, 0, 0, 0] for name in ("api", "asn1", "ber", "crypto")}
 for entry in sorted(files, key=lambda e: e["file"]):
-    lines = {}     # several instances of a template may stand on one line
+    lines = {}     # several instances of a template may share one line
     branches = {}  # by line and place in it
     for line in entry["lines"]:
         if line["gcovr/noncode"]:

@@ -1,8 +1,8 @@
 #!/usr/bin/env bash
-# From nothing to a verified time-stamp: builds the library and the tool, starts an authority on this
-# machine, stamps README.md, verifies it by the authority's chain and shows the token and the timing metrics that the
-# authority states in it, verifies a token under an elliptic-curve key, and sees a changed file refused.
-# Everything but the build happens in a temporary folder, which goes at the end.
+# From nothing to a verified time-stamp: builds the library and the tool, starts an authority on this machine, stamps
+# README.md, verifies it by the authority's chain, shows the token and the authority's timing metrics, verifies a token
+# under an elliptic-curve key, and checks that a changed file is refused.
+# Everything but the build happens in a temporary folder, which is removed at the end.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,7 +11,7 @@ cmake --preset release
 cmake --build --preset release -j "$(nproc)" --target qex_tool
 qex=$PWD/build/release/tool/qex
 
-# The authority is on the loopback interface: no proxy, and no setting of the user's, takes part.
+# The authority is on the loopback interface: use no proxy and none of the user's settings.
 unset http_proxy https_proxy all_proxy HTTP_PROXY HTTPS_PROXY ALL_PROXY QEX_TSA_URL QEX_VERIFY_ESSCERTIDV2
 export no_proxy='*' NO_PROXY='*'
 
@@ -58,7 +58,7 @@ mkdir "$stamps"
 cp README.md "$document"
 
 step "$qex" stamp README.md --tsa "$(answer authority url)" --ca-file "$roots" -o "$stamps"
-# The stamp lies beside the document, where it is looked for.
+# `qex verify` looks for the stamp next to the document.
 mv "$stamps"/README.md.ts[rq] "$work"
 step "$qex" verify "$document" --ca-file "$roots"
 step "$qex" show "$document.tsr"

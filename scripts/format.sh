@@ -5,7 +5,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# Another version of clang-format breaks lines elsewhere.
+# Other versions of clang-format break lines differently.
 pinned=14
 formatter=clang-format-$pinned
 command -v "$formatter" >/dev/null || scripts/setup.sh format

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the library and its tests for other machines and runs them here: i386 as it is, the others under
-# qemu. Closes with a line for each: what the built library is, and how its tests went.
+# qemu. Ends with a line for each: the kind of library built, and the results of its tests.
 #
 # usage: scripts/platforms.sh [PLATFORM...]     default: i386 aarch64 s390x
 set -uo pipefail
@@ -14,7 +14,7 @@ trap 'rm -f "$log"' EXIT
 
 scripts/setup.sh platforms || exit 1
 
-# built_for names the class, byte order and machine of a file, as its head has them.
+# built_for prints the class, byte order and machine of a file, from its ELF header.
 built_for() {
   readelf -h "$1" | awk -F': +' '
     /Class:/ { class = $2 }
@@ -44,7 +44,7 @@ for platform in "${platforms[@]}"; do
   counts=$(sed -n 's/.*tests passed, \([0-9]* tests\{0,1\} failed out of [0-9]*\).*/\1/p' "$log")
   skipped=$(grep -c '^[[:space:]]*[0-9]* - .*(Skipped)$' "$log")
   closing+=("$platform: $verdict, ${counts:-no count}, $skipped skipped ($(built_for "build/$platform/libqex.so")); built in $built s, tested in $((SECONDS - begun - built)) s")
-  # Of each test that was skipped the place and the reason.
+  # The place and reason of each skipped test.
   while read -r reason; do closing+=("  $reason"); done < <(
     sed -n '/: Skipped$/{s/.*\/tests\//tests\//;N;s/\n/, /;p}' "build/$platform/Testing/Temporary/LastTest.log")
 done

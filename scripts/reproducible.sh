@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Builds the shared library from two copies of the sources, in folders whose paths have different lengths,
-# and compares the two files octet by octet. No object comes out of a cache.
+# and compares the two files octet by octet, without a compiler cache.
 #
 # usage: scripts/reproducible.sh
 set -euo pipefail

@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
-# Installs what building and testing need, on Debian 12 and its relatives: only the packages that
-# are missing, and nothing at all when none is.
+# Installs the packages for building and testing, on Debian 12 and its relatives: only those that are missing.
 #
-# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms]     each adds what that purpose needs
+# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms]     each adds packages for that purpose
 set -euo pipefail
 
 packages=(

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# The whole check: sets up, builds and tests the release and the sanitizer preset, and closes with
-# what the tests that failed printed and the last lines of ctest for each.
+# The whole test: sets up, builds and tests the release and the sanitizer preset. Ends with the output of the
+# tests that failed and the last lines of ctest for each preset.
 #
 # usage: scripts/test.sh [PRESET...]     default: release asan
 set -uo pipefail
@@ -23,7 +23,7 @@ for preset in "${presets[@]}"; do
     continue
   fi
   echo "== $preset: tests"
-  # More tests than cores: those of the tool wait for servers and children most of the time.
+  # More tests than cores: those of the tool mostly wait for servers and children.
   ctest --preset "$preset" -j "$((jobs + 2))" 2>&1 | tee "$logs/$preset"
   [ "${PIPESTATUS[0]}" -eq 0 ] || failed+=("$preset")
 done
@@ -38,11 +38,11 @@ echo "== $verdict"
 for preset in "${presets[@]}"; do
   echo
   echo "== $preset"
-  # What tests that failed printed: from the line that says so to the next line of ctest.
+  # The output of failed tests: from the line that reports the failure to the next line of ctest.
   awk '/\*\*\*/ { p = 1; print; next }
        /^ *(Start|[0-9]+\/[0-9]+ Test) / || /tests passed,/ { p = 0 }
        p' "$logs/$preset" | head -n 200
-  # From ctest's count of the tests on, or whatever stands in its place.
+  # From ctest's count of the tests on, or the end of the log where there is none.
   sed -n '/tests passed,/,$p' "$logs/$preset" | grep . || tail -n 3 "$logs/$preset"
 done
 [ ${#failed[@]} -eq 0 ]

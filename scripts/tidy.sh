@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# clang-tidy 14 over the sources that the preset release builds; any finding fails. .clang-tidy says what is
-# looked for, tests/.clang-tidy and fuzz/.clang-tidy what is different there.
+# clang-tidy 14 over the sources that the preset release builds; any finding fails. .clang-tidy lists
+# the checks, tests/.clang-tidy and fuzz/.clang-tidy the differences there.
 #
 # usage: scripts/tidy.sh [--recent | FILE...]     default: all of the library, the tool, examples, tests and fuzz
 # targets; --recent: those of them that changed in the last forty commits, or include a header that did
@@ -19,7 +19,7 @@ fi
 
 files=("$@")
 if [ ${#files[@]} -eq 0 ]; then
-  # A variable of its own: the failure of what fills it ends this script.
+  # A separate assignment: the script ends if its command fails.
   listed=$(python3 - "$build/compile_commands.json" "$PWD" "$recent" <<'PY'
 import json, os, re, subprocess, sys
 with open(sys.argv[1], encoding="utf-8") as file:
@@ -48,8 +48,7 @@ PY
   mapfile -t files <<< "$listed"
 fi
 
-# What goes to the standard error is how many findings lie in other makers' headers. What one file gives
-# comes out in one piece.
+# Standard error gets only the number of findings in third-party headers. The output of one file stays in one piece.
 check() {
   local said status=0
   said=$(clang-tidy-14 -p "$1" --quiet --warnings-as-errors='*' "$2" 2> /dev/null) || status=1

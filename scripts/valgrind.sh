@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the test programs of the preset release and the seeds of the fuzz targets under valgrind: a few
-# processes, and not one for each test. An error or a lost block fails. The tool is left to the sanitizers.
+# Runs the test programs of the preset release and the seeds of the fuzz targets under valgrind, in a few
+# processes instead of one per test. An error or a lost block fails. The tool runs under the sanitizers only.
 #
 # usage: scripts/valgrind.sh
 set -uo pipefail
@@ -10,7 +10,7 @@ scripts/setup.sh check || exit 1
 export build=build/release
 { cmake --preset release && cmake --build --preset release -j "$(nproc)"; } > /dev/null || exit 1
 
-# Half a gigabyte through a digest: minutes here, and nothing but the same loop.
+# Half a gigabyte through a digest takes minutes here and only repeats the same loop.
 export left_out='*.UpdateOfMoreThanTwoToThe29Octets'
 echo "left out: $left_out; tests of depth and of failing allocations take a part of their cases"
 
@@ -19,19 +19,19 @@ logs=$(mktemp -d)
 trap 'rm -rf "$logs" "$samples"' EXIT
 python3 -B tests/interop/make_samples.py "$samples" || exit 1
 
-# check NAME COMMAND... prints a line, and all that was said when it failed.
+# check NAME COMMAND... prints a line, and the whole output if the command fails.
 check() {
   local log=$logs/$1 started=$SECONDS verdict=passed
   valgrind -q --error-exitcode=99 --leak-check=full --num-callers=30 "${@:2}" > "$log" 2>&1 || verdict=FAILED
-  # A filter that no test has the name of is a mistake.
+  # A filter that matches no test is a mistake.
   ! grep -qE '^\[=+\] 0 tests' "$log" || verdict=FAILED
   printf '%-24s %s, %d s: %s\n' "$1" "$verdict" $((SECONDS - started)) \
     "$(grep -E '^\[=+\] .* ran|files, ' "$log" | tail -n 1)"
   [ "$verdict" = passed ] || { cat "$log"; return 1; }
 }
 
-# part KIND NAME [NUMBER] [TESTS] is one process: a program, tests of a program under a value of the switch
-# QEX_VERIFY_ESSCERTIDV2, a part of the tests of a program, the seeds of a target.
+# part KIND NAME [NUMBER] [TESTS] runs one process: a program, tests of a program under a value of the switch
+# QEX_VERIFY_ESSCERTIDV2, a share of the tests of a program, or the seeds of a target.
 part() {
   case $1 in
     program) check "$2" "$build/tests/$2/qex_$2_test" ;;
@@ -43,7 +43,7 @@ part() {
 }
 export -f check part
 
-# The long ones first.
+# The longest first.
 {
   for program in api crypto asn1 ber; do printf "some $program %d\n" {0..7}; done
   echo 'switched interop 0 *'
