@@ -100,6 +100,40 @@ TEST(RsaKeygen, ModulusAndPrimesHaveTheirSizes) {
   }
 }
 
+TEST(RsaKeygen, TheLargerPrimeIsPWhicheverWasDrawnFirst) {
+  struct Log {
+    SeededSource source;
+    std::string first;  // the first number that a prime is sought above
+  };
+  int first_is[2] = {0, 0};  // how often the first prime became p, and how often q
+  for (const uint32_t seed : {10u, 13u, 15u}) {
+    Log log{SeededSource(seed), ""};
+    const RandomSource source{[](void* context, KXBN* n, uint32_t bits) -> uint32_t {
+                                auto* const self = static_cast<Log*>(context);
+                                const uint32_t rc = self->source.fill(&self->source, n, bits);
+                                if (bits == 512 && self->first.empty()) self->first = test::hex_of(n);
+                                return rc;
+                              },
+                              &log};
+    RSAKey key;
+    ASSERT_EQ(rsa_generate_key(&key, 1024, Big("10001"), &source, nullptr), KXBN_OK);
+    EXPECT_EQ(KXBN_cmp(key.p, key.q), 1) << seed;
+
+    // A prime lies a few times 2^204 above the number that it is sought from, and 2^412 from the other prime.
+    const Big start(log.first), distance;
+    ASSERT_EQ(KXBN_setbit(start, 511, 1), KXBN_OK);
+    ASSERT_EQ(KXBN_setbit(start, 510, 1), KXBN_OK);
+    const KXBN* const pair[2] = {key.p, key.q};
+    for (int i = 0; i < 2; ++i) {
+      ASSERT_EQ(KXBN_sub(distance, pair[i], start), KXBN_OK);
+      first_is[i] += int(KXBN_bits(distance) < 300);
+    }
+    rsa_free_key(&key);
+  }
+  EXPECT_EQ(first_is[0], 1);
+  EXPECT_EQ(first_is[1], 2);
+}
+
 TEST(RsaKeygen, KeysSignAndVerify) {
   const GeneratedKey made(1024, "10001", 20);
   ASSERT_EQ(made.code, KXBN_OK);

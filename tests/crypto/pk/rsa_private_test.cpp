@@ -112,11 +112,12 @@ TEST(RsaPrivate, PrimeOfZeroGivesCode4) {
 }
 
 TEST(RsaPrivate, PrimeTooLongForTheResultGivesCode1) {
-  const OwnedKey key(vectors().at(1));
-  const Big longest(test::ones(262113));  // twice that and 64 more are 2 bits too many
-  RSAKey broken = key.crt();
-  broken.p = longest;
-  EXPECT_EQ(result_of(broken, Big("5")), "code 1");
+  // Exponents of 1 and powers of two for p: nothing but the room for the result, twice p and 64 bits, can
+  // refuse.
+  const std::string zeros(262112 / 4, '0');
+  const Big fits("8" + zeros.substr(1)), longer("1" + zeros), one("1");
+  EXPECT_EQ(result_of({nullptr, nullptr, nullptr, fits, one, one, one, one}, Big("5")), "5");
+  EXPECT_EQ(result_of({nullptr, nullptr, nullptr, longer, one, one, one, one}, Big("5")), "code 1");
 }
 
 TEST(RsaPrivateDeathTest, MissingValuesAreBrokenPreconditionsInTheirOrder) {
