@@ -45,7 +45,7 @@ export -f check part
 
 # The longest first.
 {
-  for program in api crypto asn1 ber; do printf "some $program %d\n" {0..7}; done
+  for program in api_exhaustive api crypto asn1 ber; do printf "some $program %d\n" {0..7}; done
   echo 'switched interop 0 *'
   echo 'switched interop 1 Verification.*:DamagedToken.*'
   echo 'program abi'

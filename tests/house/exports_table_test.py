@@ -27,7 +27,7 @@ class ExportsTableTest(unittest.TestCase):
 
     def test_TheTestsNamedAreThere(self):
         for row in self.rows:
-            paths = re.findall(r"`(\w+/\w+\.\w+)`", row)
+            paths = re.findall(r"`(\w+(?:/\w+)+\.\w+)`", row)
             self.assertTrue(paths, row)
             for path in paths:
                 self.assertTrue(os.path.exists(f"{self.root}/tests/{path}"), path)
