@@ -1,8 +1,6 @@
 // Decoding, encoding and release by descriptor.
 //
-// Every routine counts the octets of one value in a counter of its own and adds it to the
-// caller's at the end. An indefinite length is closed by the content decoder that met it.
-// The decoders of the kinds call each other as deep as values stand inside each other and are
+// The decoders of the kinds call each other as deep as values lie inside each other and are
 // kept out of line: merged into one another, each level would take the frames of all of them.
 #include "asn1/codec.h"
 
@@ -13,6 +11,17 @@
 
 namespace qex {
 namespace {
+
+// --- Decoding ------------------------------------------------------------------
+//
+// The decoders of the kinds (decode_sequence, decode_set, decode_choice, decode_list, decode_open_list and
+// decode_explicit) share one contract. `tag` and `len` are the identifier and the length of the value; the
+// caller has read them and counted their octets, and `len` may be INDEFINITE_LEN. The decoder reads from the
+// first octet of the content on, counts what it reads in `used`, and adds that to the caller's `*bytes` when
+// the value is complete; decode_choice and decode_explicit do not need the sum and let their parts add to
+// `*bytes`. After a raise the counts mean nothing. An indefinite length is closed by the decoder that
+// receives it: the end-of-contents octets count as content, and no caller looks for them. A definite one is
+// compared with `used` by decode_sequence and decode_set; a list ends where `used` reaches it.
 
 bool starts_with_tag(const Type& t, AsnTag tag);
 
@@ -123,6 +132,7 @@ void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv&
   BDecAny(b, any, bytes, env);
 }
 
+// Deliberate: a definite length of the EXPLICIT tag is not compared; the lengths around it decide.
 [[gnu::noinline]] void decode_explicit(const Type& t, size_t i, ExpBuf** b, AsnLen len, void* rec,
                                        AsnLen* bytes, AsnJmpEnv& env) {
   const Field& f = t.fields[i];
@@ -146,49 +156,69 @@ void decode_field(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, v
   DecodeContent(*f.type, b, tag, len, place_for(f, rec, env), bytes, env);
 }
 
-[[gnu::noinline]] void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
-                                       AsnJmpEnv& env) {
-  const bool indefinite = len == INDEFINITE_LEN;
+// How far the content of a SEQUENCE has been read.
+struct SequenceProgress {
   AsnLen used = 0;
   AsnTag tag = 0;
-  bool tagRead = false, ended = false;
-  for (size_t i = 0; i < t.fields.size() && !ended; ++i) {
+  bool tagIsPending = false;  // `tag` has been read, and no field has taken it yet
+};
+
+// What comes next in a SEQUENCE.
+enum class Next : uint8_t {
+  End,       // of the content; an end-of-contents marker has been read
+  Tag,       // a tag, now pending: read just now, or left by an OPTIONAL field that is absent
+  OpenValue  // a value whose decoder reads the tag itself
+};
+
+// next_in_sequence looks at what comes next when field i is due. The content may end here only if no
+// mandatory field is left: before one, an end-of-contents marker is a tag like any other.
+Next next_in_sequence(const Type& t, size_t i, ExpBuf** b, AsnLen len, SequenceProgress* at, AsnJmpEnv& env) {
+  if (at->tagIsPending) return Next::Tag;
+  const bool mayEnd = i >= t.mandatory;
+  const bool indefinite = len == INDEFINITE_LEN;
+  if (mayEnd && !indefinite && at->used == len) return Next::End;
+  if (reads_own_tag(t.fields[i])) {
+    const bool ends = mayEnd && indefinite && end_of_contents(b, &at->used, env);
+    return ends ? Next::End : Next::OpenValue;
+  }
+  at->tag = BDecTag(b, &at->used, env);
+  if (mayEnd && indefinite && at->tag == 0) {
+    BDecSecondEocOctet(b, &at->used, env);
+    return Next::End;
+  }
+  at->tagIsPending = true;
+  return Next::Tag;
+}
+
+// close_sequence tests what follows the last field: nothing, or the end of an indefinite length.
+void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at, AsnJmpEnv& env) {
+  if (at->tagIsPending) AsnRaise(env, site_code(t, Site::Trailing));
+  if (len == INDEFINITE_LEN)
+    BDecEoc(b, &at->used, env);
+  else if (at->used != len)
+    AsnRaise(env, site_code(t, Site::Length));
+}
+
+[[gnu::noinline]] void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
+                                       AsnJmpEnv& env) {
+  SequenceProgress at;
+  Next next = Next::Tag;
+  for (size_t i = 0; i < t.fields.size(); ++i) {
     const Field& f = t.fields[i];
-    const bool mayEnd = i >= t.mandatory;
-    if (!tagRead) {
-      if (mayEnd && !indefinite && used == len) {
-        ended = true;
-        break;
-      }
-      if (reads_own_tag(f)) {
-        ended = mayEnd && indefinite && end_of_contents(b, &used, env);
-        if (!ended) decode_any(f, b, rec, &used, env);
-        continue;
-      }
-      tag = BDecTag(b, &used, env);
-      tagRead = true;
-      if (mayEnd && indefinite && tag == 0) {
-        BDecSecondEocOctet(b, &used, env);
-        ended = true;
-        break;
-      }
-    }
-    if (matches(f, tag) || shape_in_place(f, tag, rec) != nullptr) {
-      const AsnLen fieldLen = BDecLen(b, &used, env);
-      decode_field(t, i, b, tag, fieldLen, rec, &used, env);
-      tagRead = false;
+    next = next_in_sequence(t, i, b, len, &at, env);
+    if (next == Next::End) break;
+    if (next == Next::OpenValue) {
+      decode_any(f, b, rec, &at.used, env);
+    } else if (matches(f, at.tag) || shape_in_place(f, at.tag, rec) != nullptr) {
+      at.tagIsPending = false;
+      const AsnLen fieldLen = BDecLen(b, &at.used, env);
+      decode_field(t, i, b, at.tag, fieldLen, rec, &at.used, env);
     } else if (f.need == Need::Mandatory) {
       AsnRaise(env, site_code(t, Site::Missing, i));
     }
   }
-  if (!ended) {
-    if (tagRead) AsnRaise(env, site_code(t, Site::Trailing));
-    if (indefinite)
-      BDecEoc(b, &used, env);
-    else if (used != len)
-      AsnRaise(env, site_code(t, Site::Length));
-  }
-  *bytes += used;
+  if (next != Next::End) close_sequence(t, b, len, &at, env);
+  *bytes += at.used;
 }
 
 [[noreturn, gnu::cold, gnu::noinline]] void fail_named(AsnJmpEnv& env, AsnInt code, const char* routine,
@@ -243,6 +273,7 @@ void clear_field(const Field& f, void* rec) {
   AsnFail(env, site_code(t, Site::Unexpected), "ERROR - unexpected tag in CHOICE\n");
 }
 
+// Deliberate: the last element may run past the end of the list; the lengths around it decide.
 [[gnu::noinline]] void decode_list(const Type& t, ExpBuf** b, AsnLen len, void* v, AsnLen* bytes,
                                    AsnJmpEnv& env) {
   auto* list = static_cast<AsnList*>(v);
