@@ -19,7 +19,7 @@ inline constexpr int32_t kAnyTimingMetricsElement = 100;
 inline constexpr int32_t kAnyTimingPolicyElement = 101;
 inline constexpr int32_t kAnyTimingMetricsInPlace = 102;
 
-ASN1_TYPE_OF(AttributeValues, AsnList);  // SET OF ANY DEFINED BY Attribute.type
+ASN1_OPEN_LIST(AttributeValues);  // SET OF ANY DEFINED BY Attribute.type
 ASN1_TYPE(Attribute);
 ASN1_TYPE_OF(Attributes, AsnList);         // SET OF Attribute
 ASN1_TYPE_OF(AttributeSequence, AsnList);  // SEQUENCE OF Attribute

@@ -4,7 +4,7 @@
 // kept out of line: merged into one another, each level would take the frames of all of them.
 #include "asn1/codec.h"
 
-#include <cstring>
+#include <cstdio>
 
 #include "asn1/member_access.h"
 #include "ber/memory.h"
@@ -228,12 +228,13 @@ void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at,
   AsnFail(env, code, text);
 }
 
-// Releases what a field holds and leaves it as if it had never been decoded.
-void clear_field(const Field& f, void* rec) {
+// Releases what a field holds. It is absent after that: a null pointer, an empty list, no octets.
+void release_field(const Field& f, void* rec) {
   void* v = ValueOf(rec, f);
   FreeValue(*f.type, v);
-  if (f.held == Held::Pointer) AsnFree(v);
-  std::memset(SlotOf(rec, f), 0, f.held == Held::Pointer ? sizeof(void*) : f.type->size);
+  if (f.held == Held::Inline) return;
+  AsnFree(v);
+  StorePointer(SlotOf(rec, f), nullptr);
 }
 
 [[gnu::noinline]] void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
@@ -250,7 +251,7 @@ void clear_field(const Field& f, void* rec) {
     while (i < t.fields.size() && !matches(t.fields[i], tag)) ++i;
     if (i == t.fields.size())
       fail_named(env, site_code(t, Site::Unexpected), t.name, "Content: ERROR - Unexpected tag in SET\n");
-    if ((seen >> i & 1) != 0) clear_field(t.fields[i], rec);  // of a repeated field the last one stays
+    if ((seen >> i & 1) != 0) release_field(t.fields[i], rec);  // of a repeated field the last one stays
     seen |= uint32_t{1} << i;
     const AsnLen fieldLen = BDecLen(b, &used, env);
     decode_field(t, i, b, tag, fieldLen, rec, &used, env);
@@ -395,19 +396,9 @@ void FreeValue(const Type& t, void* v) {
     case Kind::Any: FreeAny(static_cast<AsnAny*>(v)); return;
     case Kind::Sequence:
     case Kind::Set:
-      for (const Field& f : t.fields) {
-        void* fieldValue = ValueOf(v, f);
-        FreeValue(*f.type, fieldValue);
-        if (f.held == Held::Pointer) AsnFree(fieldValue);
-      }
+      for (const Field& f : t.fields) release_field(f, v);
       return;
-    case Kind::Choice: {
-      const Field& f = t.fields[size_t(*static_cast<AsnInt*>(v))];
-      void* alternative = ValueOf(v, f);
-      FreeValue(*f.type, alternative);
-      AsnFree(alternative);
-      return;
-    }
+    case Kind::Choice: release_field(t.fields[size_t(*static_cast<AsnInt*>(v))], v); return;
     case Kind::ListOf:
     case Kind::OpenList: {
       auto* list = static_cast<AsnList*>(v);

@@ -20,8 +20,9 @@ void DecodeContent(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, A
 AsnLen EncodeFull(const Type& t, ExpBuf** b, const void* v);
 AsnLen EncodeContent(const Type& t, ExpBuf** b, const void* v);
 
-// FreeValue releases what the decoder allocated inside `v`, not the record itself. Partly
-// decoded records and null are allowed.
+// FreeValue releases what the decoder allocated inside `v`, not the record itself. Partly decoded records
+// and null are allowed. Pointers are null and lists empty after it, and a CHOICE keeps the number of its
+// alternative, without a value: releasing again does nothing.
 void FreeValue(const Type& t, void* v);
 
 // PrintValue writes `v` as text; nothing for null.
@@ -36,27 +37,37 @@ struct OpenRoutines {
   static void print(FILE* f, const void* v, unsigned indent) { PrintValue(T, f, v, indent); }
 };
 
-// ASN1_TYPE_OF(Name, Record) declares the descriptor kName of records of type Record and the
-// routines BDecNameContent, BEncName, BEncNameContent, FreeName and PrintName.
+// ASN1_VALUE_OF(Name, Record) declares the descriptor kName of records of type Record and the routines
+// BEncName, BEncNameContent, FreeName and PrintName.
+#define ASN1_VALUE_OF(Name, Record)                                    \
+  extern const TypeOf<Record> k##Name;                                 \
+  inline AsnLen BEnc##Name(ExpBuf** b, const Record* v) {              \
+    return EncodeFull(k##Name, b, v);                                  \
+  }                                                                    \
+  inline AsnLen BEnc##Name##Content(ExpBuf** b, const Record* v) {     \
+    return EncodeContent(k##Name, b, v);                               \
+  }                                                                    \
+  inline void Free##Name(Record* v) {                                  \
+    FreeValue(k##Name, v);                                             \
+  }                                                                    \
+  inline void Print##Name(FILE* f, const Record* v, unsigned indent) { \
+    PrintValue(k##Name, f, v, indent);                                 \
+  }                                                                    \
+  static_assert(true)
+
+// ASN1_OPEN_LIST(Name) declares the same of a SET OF ANY DEFINED BY. It has no decoder of its own: the
+// field that holds the list names the identifier by which its values are decoded.
+#define ASN1_OPEN_LIST(Name) ASN1_VALUE_OF(Name, AsnList)
+
+// ASN1_TYPE_OF(Name, Record) declares the same of any other type, and its decoder BDecNameContent.
 #define ASN1_TYPE_OF(Name, Record)                                                              \
-  extern const TypeOf<Record> k##Name;                                                          \
+  ASN1_VALUE_OF(Name, Record);                                                                  \
   inline void BDec##Name##Content(ExpBuf** b, AsnTag tag, AsnLen len, Record* v, AsnLen* bytes, \
                                   AsnJmpEnv& env) {                                             \
     DecodeContent(k##Name, b, tag, len, v, bytes, env);                                         \
   }                                                                                             \
-  inline AsnLen BEnc##Name(ExpBuf** b, const Record* v) {                                       \
-    return EncodeFull(k##Name, b, v);                                                           \
-  }                                                                                             \
-  inline AsnLen BEnc##Name##Content(ExpBuf** b, const Record* v) {                              \
-    return EncodeContent(k##Name, b, v);                                                        \
-  }                                                                                             \
-  inline void Free##Name(Record* v) {                                                           \
-    FreeValue(k##Name, v);                                                                      \
-  }                                                                                             \
-  inline void Print##Name(FILE* f, const Record* v, unsigned indent) {                          \
-    PrintValue(k##Name, f, v, indent);                                                          \
-  }                                                                                             \
   static_assert(true)
+
 #define ASN1_TYPE(Name) ASN1_TYPE_OF(Name, Name)
 
 // ASN1_DECODER(Decoder, Name, Record) declares the full decoder BDecDecoder of type Name, which
