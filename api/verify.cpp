@@ -9,27 +9,17 @@
 #include "api/frame.h"
 #include "api/qex.h"
 #include "asn1/oids.h"
-#include "crypto/bignum/bignum.h"
+#include "crypto/bignum/number.h"
 #include "crypto/pk/dsa.h"
 #include "crypto/pk/rsa.h"
 
 namespace qex {
 namespace {
 
-// A big number that is released at the end of its block.
-struct BigNumber {
-  BigNumber() = default;
-  ~BigNumber() { KXBN_free(n); }
-  BigNumber(const BigNumber&) = delete;
-  BigNumber& operator=(const BigNumber&) = delete;
-
-  // set makes it the value of big-endian octets; false when it is too large or memory is out.
-  bool set(const AsnOcts& octets) {
-    return KXBN_frombytes(&n, octets.octs, octets.count, nullptr) == KXBN_OK;
-  }
-
-  KXBN* n = nullptr;
-};
+// read_number makes `n` the value of the octets; false when it is too large or an allocation fails.
+[[nodiscard]] bool read_number(Number& n, const AsnOcts& octets) {
+  return n.frombytes(octets.octs, octets.count) == KXBN_OK;
+}
 
 // What a signature is checked with.
 struct SignatureInput {
@@ -65,8 +55,8 @@ int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& dig
 }
 
 int32_t check_rsa(const SignatureInput& in) {
-  BigNumber signature;
-  if (!signature.set(in.signer.signature)) return QEX_E_NOMEM;
+  Number signature;
+  if (!read_number(signature, in.signer.signature)) return QEX_E_NOMEM;
 
   Decoded<RSAPublicKey, FreeRSAPublicKey> publicKey;
   const AsnBits& bits = in.key.subjectPublicKey;
@@ -76,19 +66,18 @@ int32_t check_rsa(const SignatureInput& in) {
   const AsnOcts& modulus = publicKey.value.modulus;
   const AsnOcts& exponent = publicKey.value.publicExponent;
   if (code != 0 || modulus.octs == nullptr || exponent.octs == nullptr) return QEX_E_MISSING;
-  BigNumber n;
-  BigNumber e;
-  if (!n.set(modulus) || !e.set(exponent)) return QEX_E_NOMEM;
+  Number n, e;
+  if (!read_number(n, modulus) || !read_number(e, exponent)) return QEX_E_NOMEM;
 
-  const size_t length = (size_t{KXBN_bits(n.n)} + 7) / 8;
+  const size_t length = (size_t{KXBN_bits(n)} + 7) / 8;
   const ScratchOctets block(length);
   if (!block) return QEX_E_NOMEM;
   RSAKey key{};
-  key.n = n.n;
-  key.e = e.n;
-  BigNumber message;
-  if (rsa_public(&key, signature.n, &message.n, nullptr) != KXBN_OK ||
-      KXBN_tobytes(message.n, block.octets(), length) != KXBN_OK) {
+  key.n = n;
+  key.e = e;
+  Number message;
+  if (rsa_public(&key, signature, message.out(), nullptr) != KXBN_OK ||
+      KXBN_tobytes(message, block.octets(), length) != KXBN_OK) {
     return QEX_E_SIGNATURE;
   }
 
@@ -105,8 +94,7 @@ int32_t check_rsa(const SignatureInput& in) {
 constexpr uint32_t kDsaDigestOctets = 20;
 
 // set_dsa_key fills `p` to `y` from the certificate's key.
-int32_t set_dsa_key(const SubjectPublicKeyInfo& info, BigNumber& p, BigNumber& q, BigNumber& g,
-                    BigNumber& y) {
+int32_t set_dsa_key(const SubjectPublicKeyInfo& info, Number& p, Number& q, Number& g, Number& y) {
   const auto* parms = ValueAs<Dss_Parms>(info.algorithm->parameters, kAnyDsa);
   if (parms == nullptr || parms->p.octs == nullptr || parms->q.octs == nullptr || parms->g.octs == nullptr) {
     return QEX_E_MISSING;
@@ -116,25 +104,29 @@ int32_t set_dsa_key(const SubjectPublicKeyInfo& info, BigNumber& p, BigNumber& q
   const AsnInt code = AsnCatch(
       [&](AsnJmpEnv& env) { DecodeBytes(BDecBigIntegerStr, bits.octs, bits.count / 8, &value.value, env); });
   if (code != 0 || value.value.octs == nullptr) return QEX_E_MISSING;
-  return y.set(value.value) && p.set(parms->p) && q.set(parms->q) && g.set(parms->g) ? QEX_OK : QEX_E_NOMEM;
+  const bool read = read_number(y, value.value) && read_number(p, parms->p) && read_number(q, parms->q) &&
+                    read_number(g, parms->g);
+  return read ? QEX_OK : QEX_E_NOMEM;
 }
 
 // set_dsa_signature fills r and s. Forty octets are the two numbers as they stand, never an encoding.
-int32_t set_dsa_signature(const AsnOcts& signature, BigNumber& r, BigNumber& s) {
+int32_t set_dsa_signature(const AsnOcts& signature, Number& r, Number& s) {
   constexpr uint32_t kHalf = 20;
   if (signature.count == 2 * kHalf) {
-    return r.set({kHalf, signature.octs}) && s.set({kHalf, signature.octs + kHalf}) ? QEX_OK : QEX_E_NOMEM;
+    const bool read =
+        read_number(r, {kHalf, signature.octs}) && read_number(s, {kHalf, signature.octs + kHalf});
+    return read ? QEX_OK : QEX_E_NOMEM;
   }
   Decoded<Dss_Sig_Value, FreeDss_Sig_Value> pair;
   const AsnInt code = AsnCatch([&](AsnJmpEnv& env) {
     DecodeBytes(BDecDss_Sig_Value_BI, signature.octs, signature.count, &pair.value, env);
   });
   if (code != 0) return QEX_E_SIGNATURE;
-  return r.set(pair.value.r) && s.set(pair.value.s) ? QEX_OK : QEX_E_NOMEM;
+  return read_number(r, pair.value.r) && read_number(s, pair.value.s) ? QEX_OK : QEX_E_NOMEM;
 }
 
 int32_t check_dsa(const SignatureInput& in) {
-  BigNumber p, q, g, y, r, s;
+  Number p, q, g, y, r, s;
   if (const int32_t code = set_dsa_key(in.key, p, q, g, y); code != QEX_OK) return code;
   if (const int32_t code = set_dsa_signature(in.signer.signature, r, s); code != QEX_OK) return code;
 
@@ -144,11 +136,11 @@ int32_t check_dsa(const SignatureInput& in) {
   digest.length = kDsaDigestOctets;
   std::memcpy(digest.octets, in.digest.octets, kDsaDigestOctets);
   DSAKey key{};
-  key.p = p.n;
-  key.q = q.n;
-  key.g = g.n;
-  key.y = y.n;
-  const DSASig signature{r.n, s.n};
+  key.p = p;
+  key.q = q;
+  key.g = g;
+  key.y = y;
+  const DSASig signature{r, s};
   uint32_t result = DSA_PENDING;
   const uint32_t code = dsa_verify(&digest, &key, &signature, nullptr, &result);
   return code == KXBN_OK && result == DSA_VALID ? QEX_OK : QEX_E_SIGNATURE;

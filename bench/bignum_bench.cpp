@@ -4,7 +4,7 @@
 #include <random>
 #include <vector>
 
-#include "crypto/bignum/bignum.h"
+#include "crypto/bignum/number.h"
 #include "crypto/bignum/words.h"
 #include "crypto/pk/rsa.h"
 
@@ -15,6 +15,7 @@
 namespace {
 
 using qex::KXBN;
+using qex::Number;
 
 // octets returns the same pseudo-random number of `bits` bits on every call, odd when `seed` is.
 std::vector<uint8_t> octets(int64_t bits, uint32_t seed) {
@@ -27,22 +28,20 @@ std::vector<uint8_t> octets(int64_t bits, uint32_t seed) {
   return bytes;
 }
 
-struct Number {
-  KXBN* n = nullptr;
-  explicit Number(const std::vector<uint8_t>& bytes) {
-    if (qex::KXBN_frombytes(&n, bytes.data(), bytes.size(), nullptr) != qex::KXBN_OK) std::abort();
-  }
-  ~Number() { qex::KXBN_free(n); }
-};
+Number number(const std::vector<uint8_t>& bytes) {
+  Number n;
+  if (n.frombytes(bytes.data(), bytes.size()) != qex::KXBN_OK) std::abort();
+  return n;
+}
 
 // The last octet of the modulus decides the method: seed 1 gives an odd one, 2 an even one.
 void power(benchmark::State& state, const std::vector<uint8_t>& exponent, uint32_t seed) {
-  const Number m(octets(state.range(0), seed));
-  const Number e(exponent);
-  const Number input(octets(state.range(0) - 1, 4));
+  const Number m = number(octets(state.range(0), seed));
+  const Number e = number(exponent);
+  const Number input = number(octets(state.range(0) - 1, 4));
   for (auto _ : state) {
     KXBN* out = nullptr;
-    if (qex::rsa_exp(m.n, e.n, input.n, &out, nullptr) != qex::KXBN_OK) state.SkipWithError("rsa_exp");
+    if (qex::rsa_exp(m, e, input, &out, nullptr) != qex::KXBN_OK) state.SkipWithError("rsa_exp");
     benchmark::DoNotOptimize(out->digits[0]);
     qex::KXBN_free(out);
   }
@@ -67,16 +66,16 @@ BENCHMARK(ModexpFullExponent)->Arg(1024)->Arg(2048);
 BENCHMARK(ModexpEven65537)->Arg(2048);
 
 void MontKernel(benchmark::State& state, bool squaring) {
-  const Number m(octets(state.range(0), 1));
-  const Number a(octets(state.range(0) - 1, 4));
-  const size_t n = qex::KXBN_getsize(m.n);
-  const uint32_t inverse = qex::MontInverse(m.n->digits[0]);
-  std::vector<uint32_t> work(qex::MontWorkWords(n)), r(a.n->digits, a.n->digits + n);
+  const Number m = number(octets(state.range(0), 1));
+  const Number a = number(octets(state.range(0) - 1, 4));
+  const size_t n = qex::KXBN_getsize(m);
+  const uint32_t inverse = qex::MontInverse(m->digits[0]);
+  std::vector<uint32_t> work(qex::MontWorkWords(n)), r(a->digits, a->digits + n);
   for (auto _ : state) {
     if (squaring) {
-      qex::MontSquare(r.data(), r.data(), m.n->digits, n, inverse, work.data());
+      qex::MontSquare(r.data(), r.data(), m->digits, n, inverse, work.data());
     } else {
-      qex::MontProduct(r.data(), r.data(), r.data(), m.n->digits, n, inverse, work.data());
+      qex::MontProduct(r.data(), r.data(), r.data(), m->digits, n, inverse, work.data());
     }
     benchmark::DoNotOptimize(r.data());
   }

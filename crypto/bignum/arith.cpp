@@ -5,6 +5,7 @@
 // which may move them.
 #include <algorithm>
 
+#include "crypto/bignum/arithmetic.h"
 #include "crypto/bignum/internal.h"
 #include "crypto/bignum/words.h"
 
@@ -104,10 +105,12 @@ uint32_t KXBN_mul(KXBN* r, const KXBN* a, const KXBN* b, KXBN_Pool* pool) {
   // A product of la + lb words has at least la + lb - 1; one word beyond may turn out to be 0.
   if (la + lb > kMaxWords + 1) return KXBN_BADARG;
   if (r == a || r == b) {
-    Scratch product;
-    if (const uint32_t rc = product.make(pool, std::min((la + lb + 1) * 32, kMaxBits))) return rc;
-    if (const uint32_t rc = KXBN_mul(product, a, b, pool)) return rc;
-    return KXBN_copy(r, product);
+    Arithmetic compute(pool);
+    Number product;
+    return compute.make(std::min((la + lb + 1) * 32, kMaxBits), product)
+        .mul(product, a, b)
+        .copy(r, product)
+        .code();
   }
   if (const uint32_t rc = KXBN_reserve(r, la + lb)) return rc;
   ProductWords(r->digits, a->digits, la, b->digits, lb);

@@ -121,6 +121,16 @@ enum KXBN_Kind : uint32_t {
 // KXBN_test returns 1 when `n` is of the kind, else 0; 0 for any other kind.
 uint32_t KXBN_test(const KXBN* n, uint32_t kind);
 
+inline bool is_zero(const KXBN* n) {
+  return KXBN_test(n, KXBN_IS_ZERO) != 0;
+}
+inline bool is_negative(const KXBN* n) {
+  return KXBN_test(n, KXBN_IS_NEGATIVE) != 0;
+}
+inline bool is_one(const KXBN* n) {
+  return KXBN_test(n, KXBN_IS_ONE) != 0;
+}
+
 // KXBN_cmp compares a and b with their signs: -1, 0 or +1.
 int KXBN_cmp(const KXBN* a, const KXBN* b);
 

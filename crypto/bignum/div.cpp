@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <bit>
 
+#include "crypto/bignum/arithmetic.h"
 #include "crypto/bignum/internal.h"
 #include "crypto/bignum/words.h"
 
@@ -126,10 +127,9 @@ uint32_t KXBN_divrem(KXBN* q, KXBN* a, const KXBN* d) {
 uint32_t KXBN_mod(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool) {
   if (is_zero(m)) return KXBN_DIVZERO;
   if (r == m) {
-    Scratch rest;
-    if (const uint32_t rc = rest.make(pool, KXBN_bits(a))) return rc;
-    if (const uint32_t rc = KXBN_mod(rest, a, m, pool)) return rc;
-    return KXBN_copy(r, rest);
+    Arithmetic compute(pool);
+    Number rest;
+    return compute.make(KXBN_bits(a), rest).mod(rest, a, m).copy(r, rest).code();
   }
   if (const uint32_t rc = KXBN_copy(r, a)) return rc;
   return KXBN_divrem(nullptr, r, m);

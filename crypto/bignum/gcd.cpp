@@ -1,7 +1,7 @@
 // Big numbers: greatest common divisor and modular inverse.
 #include <algorithm>
 
-#include "crypto/bignum/internal.h"
+#include "crypto/bignum/arithmetic.h"
 
 namespace qex {
 namespace {
@@ -9,31 +9,23 @@ namespace {
 // The running state of Euclid's algorithm with one cofactor: a * x0 = r0 and
 // a * x1 = r1, both modulo m.
 struct Euclid {
-  Scratch x0, x1, r0, r1;
-  Scratch quotient, product;
+  Number x0, x1, r0, r1;
+  Number quotient, product;
 
-  [[nodiscard]] uint32_t start(const KXBN* a, const KXBN* m, KXBN_Pool* pool);
-  [[nodiscard]] uint32_t step(KXBN_Pool* pool);
+  void start(Arithmetic& compute, const KXBN* a, const KXBN* m);
+  void step(Arithmetic& compute);
 };
 
-uint32_t Euclid::start(const KXBN* a, const KXBN* m, KXBN_Pool* pool) {
-  const uint32_t bits = std::max(KXBN_bits(a), KXBN_bits(m));
-  if (const uint32_t rc = KXBN_new4(pool, int32_t(bits), &x0.n, &x1.n, &r0.n, &r1.n)) return rc;
-  if (const uint32_t rc = KXBN_new4(pool, int32_t(bits), &quotient.n, &product.n, nullptr, nullptr))
-    return rc;
-  KXBN_setword(x0, 1);
-  if (const uint32_t rc = KXBN_copy(r0, a)) return rc;
-  return KXBN_copy(r1, m);
+void Euclid::start(Arithmetic& compute, const KXBN* a, const KXBN* m) {
+  compute.make(std::max(KXBN_bits(a), KXBN_bits(m)), x0, x1, r0, r1, quotient, product);
+  compute.setword(x0, 1).copy(r0, a).copy(r1, m);
 }
 
 // step divides r0 by r1, which is not 0. The remainder is smaller than r1, so |r1| falls from step to step.
-uint32_t Euclid::step(KXBN_Pool* pool) {
-  if (const uint32_t rc = KXBN_divrem(quotient, r0, r1)) return rc;
-  if (const uint32_t rc = KXBN_mul(product, quotient, x1, pool)) return rc;
-  if (const uint32_t rc = KXBN_sub(x0, x0, product)) return rc;
-  std::swap(x0.n, x1.n);
-  std::swap(r0.n, r1.n);
-  return KXBN_OK;
+void Euclid::step(Arithmetic& compute) {
+  compute.divrem(quotient, r0, r1).mul(product, quotient, x1).sub(x0, x0, product);
+  swap(x0, x1);
+  swap(r0, r1);
 }
 
 }  // namespace
@@ -41,11 +33,11 @@ uint32_t Euclid::step(KXBN_Pool* pool) {
 uint32_t KXBN_xgcd(const KXBN* a, const KXBN* m, KXBN** coefficient, KXBN** gcd, KXBN_Pool* pool) {
   *coefficient = nullptr;
   *gcd = nullptr;
+  Arithmetic compute(pool);
   Euclid euclid;
-  if (const uint32_t rc = euclid.start(a, m, pool)) return rc;
-  while (!is_zero(euclid.r1)) {
-    if (const uint32_t rc = euclid.step(pool)) return rc;
-  }
+  euclid.start(compute, a, m);
+  while (compute.ok() && !is_zero(euclid.r1)) euclid.step(compute);
+  if (!compute.ok()) return compute.code();
   *coefficient = euclid.x0.release();
   *gcd = euclid.r0.release();
   return KXBN_OK;
@@ -53,10 +45,9 @@ uint32_t KXBN_xgcd(const KXBN* a, const KXBN* m, KXBN** coefficient, KXBN** gcd,
 
 uint32_t KXBN_modinv(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool) {
   if (is_zero(m)) return KXBN_DIVZERO;
-  Scratch coefficient;
-  Scratch gcd;
-  if (const uint32_t rc = KXBN_xgcd(a, m, &coefficient.n, &gcd.n, pool)) return rc;
-  if (KXBN_test(gcd, KXBN_IS_ONE) == 0 || is_negative(m)) return KXBN_NONPRIME;
+  Number coefficient, gcd;
+  if (const uint32_t rc = KXBN_xgcd(a, m, coefficient.out(), gcd.out(), pool)) return rc;
+  if (!is_one(gcd) || is_negative(m)) return KXBN_NONPRIME;
   // |coefficient| < m: Euclid's cofactors never pass the modulus.
   if (is_negative(coefficient)) return KXBN_add(r, coefficient, m);
   return KXBN_copy(r, coefficient);

@@ -27,32 +27,6 @@ void KXBN_trim(KXBN* n);
 // Codes: those of KXBN_reserve.
 [[nodiscard]] uint32_t KXBN_pad(KXBN* n, uint32_t words);
 
-inline bool is_negative(const KXBN* n) {
-  return KXBN_test(n, KXBN_IS_NEGATIVE) != 0;
-}
-inline bool is_zero(const KXBN* n) {
-  return KXBN_test(n, KXBN_IS_ZERO) != 0;
-}
-
-// A working number, or an output not yet handed over, that is freed on every path.
-struct Scratch {
-  KXBN* n = nullptr;
-
-  Scratch() = default;
-  Scratch(const Scratch&) = delete;
-  Scratch& operator=(const Scratch&) = delete;
-  ~Scratch() { KXBN_free(n); }
-
-  [[nodiscard]] uint32_t make(KXBN_Pool* pool, uint32_t bits) { return KXBN_new(pool, int32_t(bits), &n); }
-  KXBN* release() {
-    KXBN* const made = n;
-    n = nullptr;
-    return made;
-  }
-  operator KXBN*() const { return n; }
-  KXBN* operator->() const { return n; }
-};
-
 // KXBN_odd_multiple looks for a multiple of the odd number m by an odd factor whose bit length is a
 // multiple of 32. It sets M and returns, in `*candidate`, which one was taken: 0 for m
 // itself, 1 to 3 for the factors 2^(32-k) + 1, 2^(32-k) - 1 and 2^(64-k) - 1, tried in this

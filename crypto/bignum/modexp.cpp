@@ -3,6 +3,7 @@
 // Montgomery's method needs an odd modulus and wants one whose top bit is the top bit of a
 // word. For another odd modulus m it runs modulo an odd multiple M of m: the residue
 // modulo M, reduced modulo m, is the residue modulo m.
+#include "crypto/bignum/arithmetic.h"
 #include "crypto/bignum/internal.h"
 
 namespace qex {
@@ -16,27 +17,23 @@ constexpr bool whole_words(uint32_t bits) {
 uint32_t modexp_odd(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, KXBN_Pool* pool) {
   if (whole_words(KXBN_bits(m))) return KXBN_modexp_mont(r, base, exp, m, pool);
 
-  Scratch multiple;
-  Scratch power;
+  Arithmetic compute(pool);
+  Number multiple, power;
   int candidate = 0;
-  if (const uint32_t rc = multiple.make(pool, KXBN_bits(m))) return rc;
-  if (const uint32_t rc = KXBN_odd_multiple(multiple, m, &candidate)) return rc;
-  if (candidate < 0) return KXBN_modexp_binary(r, base, exp, m, pool);
-  if (const uint32_t rc = power.make(pool, KXBN_bits(m))) return rc;
-  if (const uint32_t rc = KXBN_modexp_mont(power, base, exp, multiple, pool)) return rc;
-  return KXBN_mod(r, power, m, pool);
+  compute.make(KXBN_bits(m), multiple).call(KXBN_odd_multiple, multiple, m, &candidate);
+  if (compute.ok() && candidate < 0) return KXBN_modexp_binary(r, base, exp, m, pool);
+  compute.make(KXBN_bits(m), power).call(KXBN_modexp_mont, power, base, exp, multiple, pool);
+  return compute.mod(r, power, m).code();
 }
 
 // modexp_negative: base^exp mod m for m < 0, with a result in (m, 0].
 uint32_t modexp_negative(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, KXBN_Pool* pool) {
-  Scratch magnitude;
-  Scratch power;
-  if (const uint32_t rc = magnitude.make(pool, KXBN_bits(m))) return rc;
-  if (const uint32_t rc = power.make(pool, KXBN_bits(m))) return rc;
-  if (const uint32_t rc = KXBN_copy(magnitude, m)) return rc;
+  Arithmetic compute(pool);
+  Number magnitude, power;
+  compute.make(KXBN_bits(m), magnitude, power).copy(magnitude, m);
+  if (!compute.ok()) return compute.code();
   magnitude->sign = 0;
-  if (const uint32_t rc = KXBN_modexp(power, base, exp, magnitude, pool)) return rc;
-  return KXBN_mod(r, power, m, pool);
+  return compute.modexp(power, base, exp, magnitude).mod(r, power, m).code();
 }
 
 }  // namespace
@@ -46,10 +43,10 @@ uint32_t KXBN_modexp(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, 
   if (is_negative(exp)) return KXBN_BADARG;
   if (is_negative(m)) return modexp_negative(r, base, exp, m, pool);
   if (is_negative(base) || KXBN_cmp(base, m) >= 0) {
-    Scratch reduced;
-    if (const uint32_t rc = reduced.make(pool, KXBN_bits(base))) return rc;
-    if (const uint32_t rc = KXBN_mod(reduced, base, m, pool)) return rc;
-    return KXBN_modexp(r, reduced, exp, m, pool);  // 0 <= reduced < m: once
+    Arithmetic compute(pool);
+    Number reduced;
+    compute.make(KXBN_bits(base), reduced).mod(reduced, base, m);
+    return compute.modexp(r, reduced, exp, m).code();  // 0 <= reduced < m: once
   }
   if (KXBN_testbit(m, 0) == 0) return KXBN_modexp_binary(r, base, exp, m, pool);
   return modexp_odd(r, base, exp, m, pool);
@@ -57,48 +54,33 @@ uint32_t KXBN_modexp(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, 
 
 uint32_t KXBN_odd_multiple(KXBN* M, const KXBN* m, int* candidate) {
   *candidate = -1;
-  if (const uint32_t rc = KXBN_copy(M, m)) return rc;
+  Arithmetic compute(nullptr);
+  // take makes M the candidate when it fits. The search ends then, and when a step has failed.
+  const auto take = [&](int number) {
+    if (compute.ok() && whole_words(KXBN_bits(M))) *candidate = number;
+    return *candidate == number || !compute.ok();
+  };
   const uint32_t k = KXBN_bits(m) % 32;
-  if (k == 0) {
-    *candidate = 0;
-    return KXBN_OK;
-  }
-
-  if (const uint32_t rc = KXBN_lshift(M, 32 - k)) return rc;
-  if (const uint32_t rc = KXBN_add(M, M, m)) return rc;
-  if (whole_words(KXBN_bits(M))) {
-    *candidate = 1;
-    return KXBN_OK;
-  }
-
-  if (const uint32_t rc = KXBN_sub(M, M, m)) return rc;
-  if (const uint32_t rc = KXBN_sub(M, M, m)) return rc;
-  if (whole_words(KXBN_bits(M))) {
-    *candidate = 2;
-    return KXBN_OK;
-  }
-
-  if (const uint32_t rc = KXBN_copy(M, m)) return rc;
-  if (const uint32_t rc = KXBN_lshift(M, 64 - k)) return rc;
-  if (const uint32_t rc = KXBN_sub(M, M, m)) return rc;
-  if (whole_words(KXBN_bits(M))) *candidate = 3;
-  return KXBN_OK;
+  compute.copy(M, m);
+  if (take(0)) return compute.code();
+  compute.lshift(M, 32 - k).add(M, M, m);
+  if (take(1)) return compute.code();
+  compute.sub(M, M, m).sub(M, M, m);
+  if (take(2)) return compute.code();
+  compute.copy(M, m).lshift(M, 64 - k).sub(M, M, m);
+  take(3);
+  return compute.code();
 }
 
 uint32_t KXBN_modexp_binary(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, KXBN_Pool* pool) {
-  Scratch power;
-  Scratch product;
-  if (const uint32_t rc = power.make(pool, KXBN_bits(m))) return rc;
-  if (const uint32_t rc = product.make(pool, KXBN_bits(m))) return rc;
-  KXBN_setword(power, 1);
-  for (uint32_t i = KXBN_bits(exp); i-- > 0;) {
-    if (const uint32_t rc = KXBN_mul(product, power, power, pool)) return rc;
-    if (const uint32_t rc = KXBN_mod(power, product, m, pool)) return rc;
-    if (KXBN_testbit(exp, i) == 0) continue;
-    if (const uint32_t rc = KXBN_mul(product, power, base, pool)) return rc;
-    if (const uint32_t rc = KXBN_mod(power, product, m, pool)) return rc;
+  Arithmetic compute(pool);
+  Number power, product;
+  compute.make(KXBN_bits(m), power, product).setword(power, 1);
+  for (uint32_t i = KXBN_bits(exp); compute.ok() && i-- > 0;) {
+    compute.mul(product, power, power).mod(power, product, m);
+    if (KXBN_testbit(exp, i) != 0) compute.mul(product, power, base).mod(power, product, m);
   }
-  return KXBN_mod(r, power, m, pool);  // an exponent of 0 modulo 1 has not met a division yet
+  return compute.mod(r, power, m).code();  // an exponent of 0 modulo 1 has not met a division yet
 }
 
 }  // namespace qex

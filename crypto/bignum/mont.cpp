@@ -4,6 +4,7 @@
 // All numbers here are padded to n words, as the kernels want them.
 #include <algorithm>
 
+#include "crypto/bignum/arithmetic.h"
 #include "crypto/bignum/internal.h"
 #include "crypto/bignum/words.h"
 
@@ -43,7 +44,7 @@ class Montgomery {
   [[nodiscard]] uint32_t power(KXBN* r, const KXBN* exp, uint32_t window);
 
  private:
-  [[nodiscard]] uint32_t make(Scratch* number, KXBN_Pool* pool);
+  void make(Arithmetic& compute, Number& number) const;
   void product(KXBN* r, const KXBN* a, const KXBN* b) {
     MontProduct(r->digits, a->digits, b->digits, m_->digits, n_, mPrime_, work_->digits);
   }
@@ -53,48 +54,44 @@ class Montgomery {
 
   uint32_t n_ = 0;
   uint32_t mPrime_ = 0;
-  Scratch m_;  // the modulus, padded like everything else
-  Scratch work_;
-  Scratch square_;  // R^2 mod m, then base^2
-  Scratch power_;
-  Scratch table_[kMaxWindow];
+  Number m_;  // the modulus, padded like everything else
+  Number work_;
+  Number square_;  // R^2 mod m, then base^2
+  Number power_;
+  Number table_[kMaxWindow];
 };
 
 // make creates a working number of n words.
-uint32_t Montgomery::make(Scratch* number, KXBN_Pool* pool) {
-  if (const uint32_t rc = number->make(pool, n_ * 32)) return rc;
-  return KXBN_pad(*number, n_);
+void Montgomery::make(Arithmetic& compute, Number& number) const {
+  compute.make(n_ * 32, number).call(KXBN_pad, number, n_);
 }
 
 uint32_t Montgomery::prepare(const KXBN* m, const KXBN* base, uint32_t window, KXBN_Pool* pool) {
   // The modulus has the kernels' favourite number of words, unless R^2 would be too large then.
   n_ = uint32_t(MontWords(KXBN_getsize(m)));
-  if (64 * n_ >= kMaxBits) n_ = KXBN_getsize(m);
+  if (64 * n_ >= kMaxBits) {
+    n_ = KXBN_getsize(m);
+    // A modulus too large for its R^2 is refused here, before anything is made for it.
+    if (64 * n_ >= kMaxBits) return KXBN_BADARG;
+  }
   mPrime_ = MontInverse(m->digits[0]);
 
-  // R^2 comes first: its size is what bounds the modulus, before anything else is made.
-  if (64 * n_ >= kMaxBits) return KXBN_BADARG;
-  if (const uint32_t rc = m_.make(pool, n_ * 32)) return rc;
-  if (const uint32_t rc = KXBN_copy(m_, m)) return rc;
-  if (const uint32_t rc = KXBN_pad(m_, n_)) return rc;
-  if (const uint32_t rc = square_.make(pool, 64 * n_ + 1)) return rc;
-  if (const uint32_t rc = KXBN_setbit(square_, 64 * n_, 1)) return rc;
-  if (const uint32_t rc = KXBN_divrem(nullptr, square_, m)) return rc;
-  if (const uint32_t rc = KXBN_pad(square_, n_)) return rc;
-  if (const uint32_t rc = work_.make(pool, uint32_t(MontWorkWords(n_)) * 32)) return rc;
-
-  // The power starts as R mod m.
-  if (const uint32_t rc = make(&power_, pool)) return rc;
+  Arithmetic compute(pool);
+  compute.make(n_ * 32, m_).copy(m_, m).call(KXBN_pad, m_, n_);
+  compute.make(64 * n_ + 1, square_).setbit(square_, 64 * n_).reduce(square_, m).call(KXBN_pad, square_, n_);
+  compute.make(uint32_t(MontWorkWords(n_)) * 32, work_);
+  make(compute, power_);
+  if (!compute.ok()) return compute.code();
   power_->digits[0] = 1;
-  product(power_, power_, square_);
+  product(power_, power_, square_);  // the power starts as R mod m
 
-  if (const uint32_t rc = table_[0].make(pool, n_ * 32)) return rc;
-  if (const uint32_t rc = KXBN_copy(table_[0], base)) return rc;
-  if (const uint32_t rc = KXBN_pad(table_[0], n_)) return rc;
+  compute.make(n_ * 32, table_[0]).copy(table_[0], base).call(KXBN_pad, table_[0], n_);
+  if (!compute.ok()) return compute.code();
   product(table_[0], table_[0], square_);
   if (window > 1) square(square_, table_[0]);
   for (uint32_t k = 1; k < window; ++k) {
-    if (const uint32_t rc = make(&table_[k], pool)) return rc;
+    make(compute, table_[k]);
+    if (!compute.ok()) return compute.code();
     product(table_[k], table_[k - 1], square_);
   }
   return KXBN_OK;

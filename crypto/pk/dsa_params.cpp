@@ -7,9 +7,10 @@
 #include <algorithm>
 #include <cstdlib>
 #include <memory>
+#include <utility>
 
 #include "crypto/assertion.h"
-#include "crypto/bignum/internal.h"
+#include "crypto/bignum/arithmetic.h"
 #include "crypto/prime/bigprime.h"
 
 namespace qex {
@@ -38,7 +39,7 @@ struct FreeBlock {
 };
 using Block = std::unique_ptr<uint8_t, FreeBlock>;
 
-uint32_t make_block(Block* block, size_t size) {
+[[nodiscard]] uint32_t make_block(Block* block, size_t size) {
   block->reset(static_cast<uint8_t*>(std::malloc(size)));
   return *block == nullptr ? KXBN_NOMEM : KXBN_OK;
 }
@@ -86,7 +87,8 @@ class SeedDigests {
 };
 
 // resolve checks the demand, in place of 0 puts what it stands for, and sets `*set`.
-uint32_t resolve(Setting* set, const DSAParams* params, const RandomSource* random, KXBN_Pool* pool) {
+[[nodiscard]] uint32_t resolve(Setting* set, const DSAParams* params, const RandomSource* random,
+                               KXBN_Pool* pool) {
   *set = {params->L,
           params->N,
           params->seedBits,
@@ -109,7 +111,7 @@ uint32_t resolve(Setting* set, const DSAParams* params, const RandomSource* rand
 
 // make_q makes q from the first digest, or for 160 bits from the sum modulo 2 of the first two: its lowest N
 // bits, with the top and the bottom bit set. Codes: 5 when it is no prime.
-uint32_t make_q(const Setting& set, SeedDigests* digests, KXBN** q) {
+[[nodiscard]] uint32_t make_q(const Setting& set, SeedDigests* digests, KXBN** q) {
   const HashInfo* const qhf = set.qhf;
   const uint32_t Nbytes = set.N / 8;
   uint8_t octets[kMaxDigest];
@@ -128,31 +130,27 @@ uint32_t make_q(const Setting& set, SeedDigests* digests, KXBN** q) {
 
 // find_p sets p to the first prime = 1 modulo 2q that the digests lead to, and `*counter` to where it
 // was. Codes: 5 when there is none up to the last counter.
-uint32_t find_p(const Setting& set, SeedDigests* digests, const KXBN* q, KXBN* p, uint32_t* counter) {
+[[nodiscard]] uint32_t find_p(const Setting& set, SeedDigests* digests, const KXBN* q, KXBN* p,
+                              uint32_t* counter) {
   const uint32_t hashsz = set.qhf->hashsz;
   const uint32_t Lbytes = set.L / 8;
   const uint32_t count = (set.L - 1) / (hashsz * 8) + 1;
   const size_t size = size_t{count} * hashsz;
   Block octets;
-  Scratch twice_q, remainder;
-  if (const uint32_t rc = make_block(&octets, size)) return rc;
-  if (const uint32_t rc = KXBN_new4(set.pool, int32_t(set.L), &twice_q.n, &remainder.n, nullptr, nullptr))
-    return rc;
-  if (const uint32_t rc = KXBN_add(twice_q, q, q)) return rc;
+  Arithmetic compute(set.pool);
+  Number twice_q, remainder;
+  compute.call(make_block, &octets, size).make(set.L, twice_q, remainder).add(twice_q, q, q);
+  if (!compute.ok()) return compute.code();
 
   uint32_t rc = KXBN_NONPRIME;
   for (*counter = 0; *counter <= set.counterLimit; ++*counter) {
-    // X is the digests, the first one lowest, cut to L bits with the top one set.
+    // p = X - (X mod 2q) + 1. X is the digests, the first one lowest, cut to L bits with the top one set.
     for (uint32_t i = 0; i < count; ++i) digests->next(octets.get() + size - size_t{i + 1} * hashsz);
     uint8_t* const top = octets.get() + size - Lbytes;
     *top |= 0x80;
-    Scratch x;
-    if (const uint32_t code = KXBN_frombytes(&x.n, top, Lbytes, set.pool)) return code;
-
-    // p = X - (X mod 2q) + 1
-    if (const uint32_t code = KXBN_mod(remainder, x, twice_q, set.pool)) return code;
-    if (const uint32_t code = KXBN_sub(p, x, remainder)) return code;
-    if (const uint32_t code = KXBN_addword(p, 1)) return code;
+    Number x;
+    compute.frombytes(x, top, Lbytes).mod(remainder, x, twice_q).sub(p, x, remainder).addword(p, 1);
+    if (!compute.ok()) return compute.code();
     if (KXBN_bits(p) < set.L) continue;
     rc = bigprime_test(p, p_bound(set.L), set.random, set.pool);
     if (rc != KXBN_NONPRIME) return rc;
@@ -162,50 +160,44 @@ uint32_t find_p(const Setting& set, SeedDigests* digests, const KXBN* q, KXBN* p
 }
 
 // find_g sets g = h^((p - 1) / q) mod p for the first h from set.h for which it is not 1.
-uint32_t find_g(const Setting& set, const KXBN* p, const KXBN* q, KXBN* g, uint32_t* h) {
-  Scratch base, exponent, dividend;
-  const auto bits = int32_t(set.L);
-  if (const uint32_t rc = KXBN_new4(set.pool, bits, &base.n, &exponent.n, &dividend.n, nullptr)) return rc;
-  KXBN_setword(base, 1);
-  if (const uint32_t rc = KXBN_sub(dividend, p, base)) return rc;
-  if (const uint32_t rc = KXBN_divrem(exponent, dividend, q)) return rc;
+[[nodiscard]] uint32_t find_g(const Setting& set, const KXBN* p, const KXBN* q, KXBN* g, uint32_t* h) {
+  Arithmetic compute(set.pool);
+  Number base, exponent, dividend;
+  compute.make(set.L, base, exponent, dividend).setword(base, 1);
+  compute.sub(dividend, p, base).divrem(exponent, dividend, q);
   for (*h = set.h; *h <= kMaxH; ++*h) {
-    KXBN_setword(base, *h);
-    if (const uint32_t rc = KXBN_modexp(g, base, exponent, p, set.pool)) return rc;
-    if (KXBN_test(g, KXBN_IS_ONE) == 0) return KXBN_OK;
+    compute.setword(base, *h).modexp(g, base, exponent, p);
+    if (!compute.ok() || !is_one(g)) return compute.code();
   }
   return KXBN_NONPRIME;
 }
 
 // The numbers on the way, freed unless they are handed over.
 struct Found {
-  Scratch p, q, g, seed;
+  Number p, q, g, seed;
   uint32_t counter = 0;
   uint32_t h = 0;
 };
 
 // try_seed goes all the way with found->seed. `*searches` counts the seeds that had a prime q.
-uint32_t try_seed(const Setting& set, Found* found, uint32_t* searches) {
+[[nodiscard]] uint32_t try_seed(const Setting& set, Found* found, uint32_t* searches) {
   SeedDigests digests;
-  Scratch q;
+  Number q;
   if (const uint32_t rc = digests.start(set, found->seed)) return rc;
-  if (const uint32_t rc = make_q(set, &digests, &q.n)) return rc;
+  if (const uint32_t rc = make_q(set, &digests, q.out())) return rc;
   ++*searches;
   if (const uint32_t rc = find_p(set, &digests, q, found->p, &found->counter)) return rc;
   if (const uint32_t rc = find_g(set, found->p, q, found->g, &found->h)) return rc;
-  found->q.n = q.release();
+  found->q = std::move(q);
   return KXBN_OK;
 }
 
-uint32_t generate(const Setting& set, const KXBN* seed, Found* found) {
+[[nodiscard]] uint32_t generate(const Setting& set, const KXBN* seed, Found* found) {
   uint32_t searches = 0;
-  const auto bits = int32_t(set.L);
-  if (const uint32_t rc = KXBN_new4(set.pool, bits, &found->p.n, &found->g.n, nullptr, nullptr)) return rc;
-  if (const uint32_t rc = found->seed.make(set.pool, set.seedBits)) return rc;
-  if (seed != nullptr) {
-    if (const uint32_t rc = KXBN_copy(found->seed, seed)) return rc;
-    return try_seed(set, found, &searches);
-  }
+  Arithmetic compute(set.pool);
+  compute.make(set.L, found->p, found->g).make(set.seedBits, found->seed);
+  if (seed != nullptr) compute.copy(found->seed, seed).call(try_seed, set, found, &searches);
+  if (seed != nullptr || !compute.ok()) return compute.code();
   for (uint32_t i = 0; i < kMaxSeeds && searches < kMaxSearches; ++i) {
     if (const uint32_t rc = set.random->fill(set.random->context, found->seed, set.seedBits)) return rc;
     const uint32_t rc = try_seed(set, found, &searches);

@@ -2,7 +2,7 @@
 #include "crypto/pk/rsa.h"
 
 #include "crypto/assertion.h"
-#include "crypto/bignum/internal.h"
+#include "crypto/bignum/number.h"
 
 namespace qex {
 
@@ -10,7 +10,7 @@ uint32_t rsa_exp(const KXBN* mod, const KXBN* exp, const KXBN* input, KXBN** out
   QEX_ASSERT(mod != nullptr, "!!(mod)", "..\\rsa.c", 538);
   QEX_ASSERT(exp != nullptr, "!!(exp)", "..\\rsa.c", 539);
   *out = nullptr;
-  Scratch power;
+  Number power;
   if (const uint32_t rc = power.make(pool, KXBN_bits(mod) + 64)) return rc;
   if (const uint32_t rc = KXBN_modexp(power, input, exp, mod, pool)) return rc;
   *out = power.release();
@@ -23,8 +23,8 @@ uint32_t rsa_public(const RSAKey* key, const KXBN* input, KXBN** out, KXBN_Pool*
 
 uint32_t rsa_verify_raw(const RSAKey* key, const KXBN* expected, const KXBN* signature, uint32_t* result) {
   *result = 0;
-  Scratch opened;
-  if (const uint32_t rc = rsa_public(key, signature, &opened.n, nullptr)) return rc;
+  Number opened;
+  if (const uint32_t rc = rsa_public(key, signature, opened.out(), nullptr)) return rc;
   *result = KXBN_cmp(opened, expected) == 0 ? 1 : 0;
   return KXBN_OK;
 }

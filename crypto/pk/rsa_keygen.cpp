@@ -2,10 +2,8 @@
 //
 // A prime p of L bits is drawn with a prime p1 that divides p - 1 and a prime p2 that divides
 // p + 1: p is the first suitable number of one residue class modulo 2 * p1 * p2 above a random X.
-#include <utility>
-
 #include "crypto/assertion.h"
-#include "crypto/bignum/internal.h"
+#include "crypto/bignum/arithmetic.h"
 #include "crypto/pk/rsa.h"
 #include "crypto/prime/bigprime.h"
 
@@ -38,106 +36,103 @@ struct Setting {
   const RandomSource* random;
   KXBN_Pool* pool;
 
-  [[nodiscard]] uint32_t make(Scratch& n) const { return n.make(pool, 2 * bits); }
+  // room is for any number on the way: a product of two primes.
+  uint32_t room() const { return 2 * bits; }
   [[nodiscard]] uint32_t prime(const KXBN* n) const {
     return bigprime_test(n, error_bound(bits), random, pool);
   }
 };
 
 // is_coprime: 0 when e and n have no common factor, else 5.
-uint32_t is_coprime(const Setting& set, const KXBN* n) {
-  Scratch inverse;
-  if (const uint32_t rc = set.make(inverse)) return rc;
-  return KXBN_modinv(inverse, set.e, n, set.pool);
+[[nodiscard]] uint32_t is_coprime(const Setting& set, const KXBN* n) {
+  Arithmetic compute(set.pool);
+  Number inverse;
+  return compute.make(set.room(), inverse).modinv(inverse, set.e, n).code();
 }
 
 // draw sets n to a random number of exactly `bits` bits.
-uint32_t draw(const Setting& set, KXBN* n, uint32_t bits) {
-  if (const uint32_t rc = set.random->fill(set.random->context, n, bits)) return rc;
-  return KXBN_setbit(n, bits - 1, 1);
+void draw(Arithmetic& compute, const Setting& set, KXBN* n, uint32_t bits) {
+  compute.call(set.random->fill, set.random->context, n, bits).setbit(n, bits - 1);
 }
 
 // draw_aux_prime sets n to the first prime that is not below a random odd number of `bits` bits.
-uint32_t draw_aux_prime(const Setting& set, KXBN* n, uint32_t bits) {
-  if (const uint32_t rc = draw(set, n, bits)) return rc;
-  if (const uint32_t rc = KXBN_setbit(n, 0, 1)) return rc;
-  for (;;) {
+[[nodiscard]] uint32_t draw_aux_prime(const Setting& set, KXBN* n, uint32_t bits) {
+  Arithmetic compute(set.pool);
+  draw(compute, set, n, bits);
+  compute.setbit(n, 0);
+  while (compute.ok()) {
     const uint32_t rc = set.prime(n);
     if (rc != KXBN_NONPRIME) return rc;
-    if (const uint32_t code = KXBN_addword(n, 2)) return code;
+    compute.addword(n, 2);
   }
+  return compute.code();
 }
 
 // crt_residue computes r = 1 mod p1 and -1 mod p2, odd, for p1 given doubled. All three numbers differ.
-uint32_t crt_residue(const Setting& set, KXBN* r, const KXBN* twice_p1, const KXBN* p2) {
-  Scratch inverse, product;
-  if (const uint32_t rc = set.make(inverse)) return rc;
-  if (const uint32_t rc = set.make(product)) return rc;
-  if (const uint32_t rc = KXBN_modinv(inverse, p2, twice_p1, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_mul(r, inverse, p2, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_modinv(inverse, twice_p1, p2, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_mul(product, inverse, twice_p1, set.pool)) return rc;
-  return KXBN_sub(r, r, product);
+void crt_residue(Arithmetic& compute, const Setting& set, KXBN* r, const KXBN* twice_p1, const KXBN* p2) {
+  Number inverse, product;
+  compute.make(set.room(), inverse, product);
+  compute.modinv(inverse, p2, twice_p1).mul(r, inverse, p2);
+  compute.modinv(inverse, twice_p1, p2).mul(product, inverse, twice_p1);
+  compute.sub(r, r, product);
 }
 
 // The arithmetic progression that a prime is sought in: all numbers = residue modulo step.
 struct Progression {
-  Scratch residue, step;
+  Number residue, step;
 };
 
-uint32_t draw_progression(const Setting& set, Progression* out) {
+[[nodiscard]] uint32_t draw_progression(const Setting& set, Progression* out) {
   const uint32_t aux_bits = aux_prime_bits(set.bits);
-  Scratch p1, p2;
-  if (const uint32_t rc = set.make(out->residue)) return rc;
-  if (const uint32_t rc = set.make(out->step)) return rc;
-  if (const uint32_t rc = set.make(p1)) return rc;
-  if (const uint32_t rc = set.make(p2)) return rc;
+  Arithmetic compute(set.pool);
+  Number p1, p2;
+  compute.make(set.room(), out->residue, out->step, p1, p2);
   for (int i = 0; i < kMaxDraws; ++i) {
-    if (const uint32_t rc = draw_aux_prime(set, p1, aux_bits)) return rc;
-    if (const uint32_t rc = draw_aux_prime(set, p2, aux_bits)) return rc;
+    compute.call(draw_aux_prime, set, p1, aux_bits).call(draw_aux_prime, set, p2, aux_bits);
+    if (!compute.ok()) return compute.code();
     if (KXBN_cmp(p1, p2) == 0) continue;
-    if (const uint32_t rc = KXBN_lshift(p1, 1)) return rc;
-    if (const uint32_t rc = KXBN_mul(out->step, p1, p2, set.pool)) return rc;
-    return crt_residue(set, out->residue, p1, p2);
+    compute.lshift(p1, 1).mul(out->step, p1, p2);
+    crt_residue(compute, set, out->residue, p1, p2);
+    return compute.code();
   }
   return KXBN_NONPRIME;
 }
 
 // first_above computes y = the least number of the progression that is not below x.
-uint32_t first_above(const Setting& set, KXBN* y, const KXBN* x, const Progression& numbers) {
-  Scratch distance;
-  if (const uint32_t rc = set.make(distance)) return rc;
-  if (const uint32_t rc = KXBN_sub(y, numbers.residue, x)) return rc;
-  if (const uint32_t rc = KXBN_mod(distance, y, numbers.step, set.pool)) return rc;
-  return KXBN_add(y, x, distance);
+void first_above(Arithmetic& compute, const Setting& set, KXBN* y, const KXBN* x,
+                 const Progression& numbers) {
+  Number distance;
+  compute.make(set.room(), distance).sub(y, numbers.residue, x);
+  compute.mod(distance, y, numbers.step).add(y, x, distance);
 }
 
 // search goes up from y to the first prime p with p - 1 coprime to e: 0, or 5 when there is none
 // of set.bits bits.
-uint32_t search(const Setting& set, KXBN* y, const Progression& numbers) {
-  Scratch one, minus_one;
-  if (const uint32_t rc = set.make(one)) return rc;
-  if (const uint32_t rc = set.make(minus_one)) return rc;
-  KXBN_setword(one, 1);
-  while (KXBN_bits(y) <= set.bits) {
-    if (const uint32_t rc = KXBN_sub(minus_one, y, one)) return rc;
+[[nodiscard]] uint32_t search(const Setting& set, KXBN* y, const Progression& numbers) {
+  Arithmetic compute(set.pool);
+  Number one, minus_one;
+  compute.make(set.room(), one, minus_one).setword(one, 1);
+  while (compute.ok() && KXBN_bits(y) <= set.bits) {
+    if (!compute.sub(minus_one, y, one).ok()) break;
     uint32_t rc = is_coprime(set, minus_one);
     if (rc == KXBN_OK) rc = set.prime(y);
     if (rc != KXBN_NONPRIME) return rc;
-    if (rc = KXBN_add(y, y, numbers.step); rc != KXBN_OK) return rc;
+    compute.add(y, y, numbers.step);
   }
-  return KXBN_NONPRIME;
+  return compute.ok() ? uint32_t{KXBN_NONPRIME} : compute.code();
 }
 
 // draw_prime sets `prime` to a random prime of set.bits bits, and x to the number from which it was
 // sought. Both top bits of x are set, so that the product of two such primes has 2 * set.bits bits.
-uint32_t draw_prime(const Setting& set, KXBN* prime, KXBN* x) {
+[[nodiscard]] uint32_t draw_prime(const Setting& set, KXBN* prime, KXBN* x) {
+  Arithmetic compute(set.pool);
   Progression numbers;
   if (const uint32_t rc = draw_progression(set, &numbers)) return rc;
   for (int i = 0; i < kMaxDraws; ++i) {
-    if (const uint32_t rc = draw(set, x, set.bits)) return rc;
-    if (const uint32_t rc = KXBN_setbit(x, set.bits - 2, 1)) return rc;
-    if (const uint32_t rc = first_above(set, prime, x, numbers)) return rc;
+    draw(compute, set, x, set.bits);
+    compute.setbit(x, set.bits - 2);
+    first_above(compute, set, prime, x, numbers);
+    if (!compute.ok()) return compute.code();
     const uint32_t rc = search(set, prime, numbers);
     if (rc != KXBN_NONPRIME) return rc;
   }
@@ -145,27 +140,24 @@ uint32_t draw_prime(const Setting& set, KXBN* prime, KXBN* x) {
 }
 
 // are_apart: 0 when |a - b| > 2^(set.bits - 100), which keeps Fermat's factorisation away, else 5.
-uint32_t are_apart(const Setting& set, const KXBN* a, const KXBN* b) {
-  Scratch difference;
-  if (const uint32_t rc = set.make(difference)) return rc;
-  if (const uint32_t rc = KXBN_sub(difference, a, b)) return rc;
+[[nodiscard]] uint32_t are_apart(const Setting& set, const KXBN* a, const KXBN* b) {
+  Arithmetic compute(set.pool);
+  Number difference;
+  if (!compute.make(set.room(), difference).sub(difference, a, b).ok()) return compute.code();
   return KXBN_bits(difference) > set.bits - 100 + 1 ? KXBN_OK : KXBN_NONPRIME;
 }
 
 // draw_primes sets p > q.
-uint32_t draw_primes(const Setting& set, Scratch& p, Scratch& q) {
-  Scratch xp, xq;
-  if (const uint32_t rc = set.make(p)) return rc;
-  if (const uint32_t rc = set.make(q)) return rc;
-  if (const uint32_t rc = set.make(xp)) return rc;
-  if (const uint32_t rc = set.make(xq)) return rc;
-  if (const uint32_t rc = draw_prime(set, p, xp)) return rc;
+[[nodiscard]] uint32_t draw_primes(const Setting& set, Number& p, Number& q) {
+  Arithmetic compute(set.pool);
+  Number xp, xq;
+  if (!compute.make(set.room(), p, q, xp, xq).call(draw_prime, set, p, xp).ok()) return compute.code();
   for (int i = 0; i < kMaxDraws; ++i) {
     if (const uint32_t rc = draw_prime(set, q, xq)) return rc;
     uint32_t rc = are_apart(set, xp, xq);
     if (rc == KXBN_OK) rc = are_apart(set, p, q);
     if (rc == KXBN_NONPRIME) continue;
-    if (rc == KXBN_OK && KXBN_cmp(p, q) < 0) std::swap(p.n, q.n);
+    if (rc == KXBN_OK && KXBN_cmp(p, q) < 0) swap(p, q);
     return rc;
   }
   return KXBN_NONPRIME;
@@ -173,31 +165,21 @@ uint32_t draw_primes(const Setting& set, Scratch& p, Scratch& q) {
 
 // The numbers of a key on the way, freed unless they are handed over.
 struct KeyParts {
-  Scratch n, e, d, p, q, dmp1, dmq1, iqmp;
+  Number n, e, d, p, q, dmp1, dmq1, iqmp;
 };
 
 // derive computes all parts from p and q: d = 1/e modulo lcm(p - 1, q - 1).
-uint32_t derive(const Setting& set, KeyParts* key) {
-  for (Scratch* part : {&key->n, &key->e, &key->d, &key->dmp1, &key->dmq1, &key->iqmp}) {
-    if (const uint32_t rc = set.make(*part)) return rc;
-  }
-  Scratch one, p1, q1, product, lcm, coefficient, gcd;
-  for (Scratch* number : {&one, &p1, &q1, &product, &lcm}) {
-    if (const uint32_t rc = set.make(*number)) return rc;
-  }
-  KXBN_setword(one, 1);
-  if (const uint32_t rc = KXBN_sub(p1, key->p, one)) return rc;
-  if (const uint32_t rc = KXBN_sub(q1, key->q, one)) return rc;
-  if (const uint32_t rc = KXBN_xgcd(p1, q1, &coefficient.n, &gcd.n, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_mul(product, p1, q1, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_divrem(lcm, product, gcd)) return rc;
+[[nodiscard]] uint32_t derive(const Setting& set, KeyParts* key) {
+  Arithmetic compute(set.pool);
+  Number one, p1, q1, product, lcm, coefficient, gcd;
+  compute.make(set.room(), key->n, key->e, key->d, key->dmp1, key->dmq1, key->iqmp);
+  compute.make(set.room(), one, p1, q1, product, lcm).setword(one, 1);
+  compute.sub(p1, key->p, one).sub(q1, key->q, one).xgcd(p1, q1, coefficient, gcd);
+  compute.mul(product, p1, q1).divrem(lcm, product, gcd);
 
-  if (const uint32_t rc = KXBN_mul(key->n, key->p, key->q, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_copy(key->e, set.e)) return rc;
-  if (const uint32_t rc = KXBN_modinv(key->d, set.e, lcm, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_mod(key->dmp1, key->d, p1, set.pool)) return rc;
-  if (const uint32_t rc = KXBN_mod(key->dmq1, key->d, q1, set.pool)) return rc;
-  return KXBN_modinv(key->iqmp, key->q, key->p, set.pool);
+  compute.mul(key->n, key->p, key->q).copy(key->e, set.e).modinv(key->d, set.e, lcm);
+  compute.mod(key->dmp1, key->d, p1).mod(key->dmq1, key->d, q1).modinv(key->iqmp, key->q, key->p);
+  return compute.code();
 }
 
 }  // namespace

@@ -4,7 +4,7 @@
 #include <algorithm>
 
 #include "crypto/assertion.h"
-#include "crypto/bignum/internal.h"
+#include "crypto/bignum/arithmetic.h"
 
 namespace qex {
 namespace {
@@ -62,37 +62,31 @@ bool is_small_prime(uint32_t n) {
 // What the rounds of one test share: n - 1 = 2^twos * odd, and working numbers.
 class StrongTest {
  public:
-  [[nodiscard]] uint32_t start(const KXBN* n, KXBN_Pool* pool);
+  StrongTest(const KXBN* n, KXBN_Pool* pool) : n_(n), pool_(pool) {}
+
+  [[nodiscard]] uint32_t start();
   [[nodiscard]] uint32_t draw_base(const RandomSource* random);
   void take_first_base() { KXBN_setword(base_, kFirstBase); }
   [[nodiscard]] uint32_t round();
 
  private:
-  [[nodiscard]] uint32_t fit_base();
+  void fit_base(Arithmetic& compute);
 
-  const KXBN* n_ = nullptr;
-  KXBN_Pool* pool_ = nullptr;
-  Scratch minusOne_, odd_;
-  Scratch base_, power_, square_;
+  const KXBN* n_;  // above 1
+  KXBN_Pool* pool_;
+  Number minusOne_, odd_;
+  Number base_, power_, square_;
   uint32_t twos_ = 0;
 };
 
-// start takes n > 1.
-uint32_t StrongTest::start(const KXBN* n, KXBN_Pool* pool) {
-  n_ = n;
-  pool_ = pool;
-  const auto bits = int32_t(KXBN_bits(n));
-  if (const uint32_t rc = KXBN_new4(pool, bits, &minusOne_.n, &odd_.n, &base_.n, &power_.n)) return rc;
-  if (const uint32_t rc = KXBN_new(pool, bits, &square_.n)) return rc;
-
-  KXBN_setword(square_, 1);
-  if (const uint32_t rc = KXBN_sub(minusOne_, n, square_)) return rc;
+uint32_t StrongTest::start() {
+  Arithmetic compute(pool_);
+  compute.make(KXBN_bits(n_), minusOne_, odd_, base_, power_, square_);
+  compute.setword(square_, 1).sub(minusOne_, n_, square_).copy(base_, minusOne_);
+  if (!compute.ok()) return compute.code();
   while (KXBN_testbit(minusOne_, twos_) == 0) ++twos_;
-  // odd = (n - 1) / 2^twos; the dividend is used up, so it is a copy.
-  if (const uint32_t rc = KXBN_copy(base_, minusOne_)) return rc;
-  KXBN_setword(square_, 0);
-  if (const uint32_t rc = KXBN_setbit(square_, twos_, 1)) return rc;
-  return KXBN_divrem(odd_, base_, square_);
+  // odd = (n - 1) / 2^twos
+  return compute.setword(square_, 0).setbit(square_, twos_).divrem(odd_, base_, square_).code();
 }
 
 uint32_t StrongTest::draw_base(const RandomSource* random) {
@@ -101,26 +95,24 @@ uint32_t StrongTest::draw_base(const RandomSource* random) {
 
 // fit_base brings the base below n and above 1. Of all candidates only 2 and 3 are small enough
 // to meet a base that is then not below them.
-uint32_t StrongTest::fit_base() {
-  if (KXBN_cmp(base_, n_) >= 0) {
-    if (const uint32_t rc = KXBN_setbit(base_, KXBN_bits(n_) - 1, 0)) return rc;
-  }
-  return KXBN_bits(base_) < 2 ? KXBN_addword(base_, 3) : uint32_t{KXBN_OK};
+void StrongTest::fit_base(Arithmetic& compute) {
+  if (KXBN_cmp(base_, n_) >= 0) compute.clearbit(base_, KXBN_bits(n_) - 1);
+  if (KXBN_bits(base_) < 2) compute.addword(base_, 3);
 }
 
 // round is the strong pseudoprime test to the base: a prime n divides base^odd - 1, or
 // base^(odd * 2^i) + 1 for an i below twos.
 uint32_t StrongTest::round() {
-  if (const uint32_t rc = fit_base()) return rc;
-  if (const uint32_t rc = KXBN_mod(square_, base_, n_, pool_)) return rc;
-  if (is_zero(square_)) return KXBN_OK;  // a multiple of n says nothing about n
+  Arithmetic compute(pool_);
+  fit_base(compute);
+  compute.mod(square_, base_, n_);
+  if (!compute.ok() || is_zero(square_)) return compute.code();  // a multiple of n says nothing about n
 
-  if (const uint32_t rc = KXBN_modexp(power_, base_, odd_, n_, pool_)) return rc;
-  if (KXBN_test(power_, KXBN_IS_ONE) || KXBN_cmp(power_, minusOne_) == 0) return KXBN_OK;
+  compute.modexp(power_, base_, odd_, n_);
+  if (!compute.ok() || is_one(power_) || KXBN_cmp(power_, minusOne_) == 0) return compute.code();
   for (uint32_t i = 1; i < twos_; ++i) {
-    if (const uint32_t rc = KXBN_mul(square_, power_, power_, pool_)) return rc;
-    if (const uint32_t rc = KXBN_mod(power_, square_, n_, pool_)) return rc;
-    if (KXBN_cmp(power_, minusOne_) == 0) return KXBN_OK;
+    compute.mul(square_, power_, power_).mod(power_, square_, n_);
+    if (!compute.ok() || KXBN_cmp(power_, minusOne_) == 0) return compute.code();
   }
   return KXBN_NONPRIME;
 }
@@ -161,8 +153,8 @@ uint32_t bigprime_miller_rabin(const KXBN* n, int32_t rounds, const RandomSource
   if (rounds < 1) rounds = int32_t(bigprime_rounds(KXBN_bits(n), 0));
   rounds = std::max(rounds, 2);
 
-  StrongTest test;
-  if (const uint32_t rc = test.start(n, pool)) return rc;
+  StrongTest test(n, pool);
+  if (const uint32_t rc = test.start()) return rc;
   test.take_first_base();
   if (const uint32_t rc = test.round()) return rc;
   for (int32_t i = 1; i < rounds; ++i) {

@@ -3,9 +3,10 @@
 
 #include <algorithm>
 #include <bit>
-#include <utility>
+#include <cstdlib>
 
 #include "crypto/assertion.h"
+#include "crypto/bignum/arithmetic.h"
 #include "crypto/bignum/internal.h"
 
 #define BNLUCAS_ASSERT(condition, text, line) QEX_ASSERT(condition, text, "..\\bnlucas.c", line)
@@ -63,7 +64,7 @@ void set_signed(KXBN* n, int value) {
 // choose_q finds the first Q whose D = 1 - 4Q has the symbol -1; `*q` stays 0 when none has.
 uint32_t choose_q(int* q, const KXBN* n, KXBN_Pool* pool) {
   *q = 0;
-  Scratch d;
+  Number d;
   if (const uint32_t rc = d.make(pool, 32)) return rc;
   for (int i = 1; i <= kCandidates; ++i) {
     const int candidate = i % 2 == 1 ? -i : i;
@@ -84,55 +85,45 @@ uint32_t choose_q(int* q, const KXBN* n, KXBN_Pool* pool) {
 //   U(k+2)  = U(k+1) - Q U(k)
 class LucasU {
  public:
-  [[nodiscard]] uint32_t start(const KXBN* n, int q, KXBN_Pool* pool);
-  [[nodiscard]] uint32_t double_index();
-  [[nodiscard]] uint32_t next_index();
+  LucasU(Arithmetic& compute, const KXBN* n) : compute_(compute), n_(n) {}
+
+  void start(int q);
+  void double_index();
+  void next_index();
   const KXBN* value() const { return u_; }
 
  private:
-  [[nodiscard]] uint32_t product_mod(KXBN* r, const KXBN* a, const KXBN* b);
+  void product_mod(KXBN* r, const KXBN* a, const KXBN* b) {
+    compute_.mul(product_, a, b).mod(r, product_, n_);
+  }
 
-  const KXBN* n_ = nullptr;
-  KXBN_Pool* pool_ = nullptr;
-  Scratch u_, next_, q_;
-  Scratch even_, odd_, product_;
+  Arithmetic& compute_;
+  const KXBN* n_;
+  Number u_, next_, q_;
+  Number even_, odd_, product_;
 };
 
-uint32_t LucasU::start(const KXBN* n, int q, KXBN_Pool* pool) {
-  n_ = n;
-  pool_ = pool;
-  const auto bits = int32_t(KXBN_bits(n));
-  if (const uint32_t rc = KXBN_new4(pool, bits, &u_.n, &next_.n, &q_.n, &product_.n)) return rc;
-  if (const uint32_t rc = KXBN_new4(pool, bits, &even_.n, &odd_.n, nullptr, nullptr)) return rc;
-  set_signed(q_, q);
-  KXBN_setword(next_, 1);
-  return KXBN_OK;
+void LucasU::start(int q) {
+  compute_.make(KXBN_bits(n_), u_, next_, q_, product_, even_, odd_).setword(next_, 1);
+  if (compute_.ok()) set_signed(q_, q);
 }
 
-uint32_t LucasU::product_mod(KXBN* r, const KXBN* a, const KXBN* b) {
-  if (const uint32_t rc = KXBN_mul(product_, a, b, pool_)) return rc;
-  return KXBN_mod(r, product_, n_, pool_);
+void LucasU::double_index() {
+  compute_.add(odd_, next_, next_).sub(odd_, odd_, u_);
+  product_mod(even_, u_, odd_);
+
+  product_mod(odd_, u_, u_);
+  product_mod(u_, odd_, q_);  // Q U(k)^2
+  product_mod(odd_, next_, next_);
+  compute_.sub(product_, odd_, u_).mod(next_, product_, n_);
+  swap(u_, even_);
 }
 
-uint32_t LucasU::double_index() {
-  if (const uint32_t rc = KXBN_add(odd_, next_, next_)) return rc;
-  if (const uint32_t rc = KXBN_sub(odd_, odd_, u_)) return rc;
-  if (const uint32_t rc = product_mod(even_, u_, odd_)) return rc;
-
-  if (const uint32_t rc = product_mod(odd_, u_, u_)) return rc;
-  if (const uint32_t rc = product_mod(u_, odd_, q_)) return rc;  // Q U(k)^2
-  if (const uint32_t rc = product_mod(odd_, next_, next_)) return rc;
-  if (const uint32_t rc = KXBN_sub(product_, odd_, u_)) return rc;
-  if (const uint32_t rc = KXBN_mod(next_, product_, n_, pool_)) return rc;
-  std::swap(u_.n, even_.n);
-  return KXBN_OK;
-}
-
-uint32_t LucasU::next_index() {
-  if (const uint32_t rc = product_mod(even_, u_, q_)) return rc;
-  if (const uint32_t rc = KXBN_sub(product_, next_, even_)) return rc;
-  std::swap(u_.n, next_.n);
-  return KXBN_mod(next_, product_, n_, pool_);
+void LucasU::next_index() {
+  product_mod(even_, u_, q_);
+  compute_.sub(product_, next_, even_);
+  swap(u_, next_);
+  compute_.mod(next_, product_, n_);
 }
 
 }  // namespace
@@ -143,21 +134,18 @@ uint32_t bnlucas_jacobi(int* symbol, const KXBN* a, const KXBN* n, KXBN_Pool* po
   if (is_negative(n)) return KXBN_BADARG;
 
   // (top/bottom) * sign is the symbol asked for from turn to turn; bottom stays odd.
-  Scratch top, bottom;
+  Arithmetic compute(pool);
+  Number top, bottom;
   int sign = 1;
-  if (const uint32_t rc = top.make(pool, KXBN_bits(n))) return rc;
-  if (const uint32_t rc = bottom.make(pool, KXBN_bits(n))) return rc;
-  if (const uint32_t rc = KXBN_mod(top, a, n, pool)) return rc;
-  if (const uint32_t rc = KXBN_copy(bottom, n)) return rc;
-  while (!is_zero(top)) {
+  compute.make(KXBN_bits(n), top, bottom).mod(top, a, n).copy(bottom, n);
+  while (compute.ok() && !is_zero(top)) {
     if (is_odd(strip_twos(top))) sign *= symbol_of_two(bottom->digits[0]);
     sign *= reciprocity(top->digits[0], bottom->digits[0]);
-    std::swap(top.n, bottom.n);
-    if (const uint32_t rc = KXBN_divrem(nullptr, top, bottom)) return rc;
+    swap(top, bottom);
+    compute.reduce(top, bottom);
   }
-  // What is left in bottom is the greatest common divisor.
-  if (KXBN_test(bottom, KXBN_IS_ONE)) *symbol = sign;
-  return KXBN_OK;
+  if (compute.ok() && is_one(bottom)) *symbol = sign;  // bottom is the greatest common divisor
+  return compute.code();
 }
 
 uint32_t bnlucas_test(const KXBN* n, KXBN_Pool* pool) {
@@ -168,17 +156,17 @@ uint32_t bnlucas_test(const KXBN* n, KXBN_Pool* pool) {
   if (const uint32_t rc = choose_q(&q, n, pool)) return rc;
   if (q == 0) return KXBN_NONPRIME;
 
-  Scratch index;
-  LucasU lucas;
-  if (const uint32_t rc = index.make(pool, KXBN_bits(n))) return rc;
-  if (const uint32_t rc = KXBN_copy(index, n)) return rc;
-  if (const uint32_t rc = KXBN_addword(index, 1)) return rc;
-  if (const uint32_t rc = lucas.start(n, q, pool)) return rc;
-  for (uint32_t i = KXBN_bits(index); i-- > 0;) {
-    if (const uint32_t rc = lucas.double_index()) return rc;
-    if (KXBN_testbit(index, i) == 0) continue;
-    if (const uint32_t rc = lucas.next_index()) return rc;
+  Arithmetic compute(pool);
+  Number index;
+  LucasU lucas(compute, n);
+  compute.make(KXBN_bits(n), index).copy(index, n).addword(index, 1);
+  lucas.start(q);
+  if (!compute.ok()) return compute.code();
+  for (uint32_t i = KXBN_bits(index); compute.ok() && i-- > 0;) {
+    lucas.double_index();
+    if (KXBN_testbit(index, i) != 0) lucas.next_index();
   }
+  if (!compute.ok()) return compute.code();
   return is_zero(lucas.value()) ? KXBN_OK : KXBN_NONPRIME;
 }
 

@@ -1,9 +1,7 @@
 // Big numbers, by identities that hold for all operands, and beside schoolbook arithmetic on octets. The
 // first octet chooses the operation, the second and third how the rest is divided into three operands,
 // the fourth holds their signs.
-#include <memory>
-
-#include "crypto/bignum/bignum.h"
+#include "crypto/bignum/number.h"
 #include "fuzz/support/harness.h"
 
 namespace qex::fuzz {
@@ -12,75 +10,64 @@ namespace {
 constexpr size_t kMaxOperand = 96;  // octets; an exponent has less
 constexpr size_t kMaxExponent = 12;
 
-struct Free {
-  void operator()(KXBN* n) const { KXBN_free(n); }
-};
-using Number = std::unique_ptr<KXBN, Free>;
-
 void ok(uint32_t code) {
   FUZZ_CHECK(code == KXBN_OK, code);
 }
 
 Number zero() {
-  KXBN* n = nullptr;
-  ok(KXBN_new(nullptr, 0, &n));
-  return Number(n);
+  Number n;
+  ok(n.make(nullptr, 0));
+  return n;
 }
 
 Number number(View octets, bool negative = false) {
-  KXBN* n = nullptr;
+  Number n;
   const Input in(octets);
-  ok(KXBN_frombytes(&n, in.data(), octets.size(), nullptr));
+  ok(n.frombytes(in.data(), octets.size()));
   if (negative && KXBN_bits(n) != 0) n->sign = 1;
-  return Number(n);
+  return n;
 }
 
 Number small(uint32_t w) {
   Number n = zero();
-  KXBN_setword(n.get(), w);
+  KXBN_setword(n, w);
   return n;
 }
 
 Number copy(const Number& a) {
   Number n = zero();
-  ok(KXBN_copy(n.get(), a.get()));
+  ok(KXBN_copy(n, a));
   return n;
 }
 
 bool equal(const Number& a, const Number& b) {
-  return KXBN_cmp(a.get(), b.get()) == 0;
-}
-bool is_zero(const Number& a) {
-  return KXBN_test(a.get(), KXBN_IS_ZERO) == 1;
-}
-bool is_negative(const Number& a) {
-  return KXBN_test(a.get(), KXBN_IS_NEGATIVE) == 1;
+  return KXBN_cmp(a, b) == 0;
 }
 
 Number product(const Number& a, const Number& b) {
   Number r = zero();
-  ok(KXBN_mul(r.get(), a.get(), b.get(), nullptr));
+  ok(KXBN_mul(r, a, b, nullptr));
   return r;
 }
 Number sum(const Number& a, const Number& b) {
   Number r = zero();
-  ok(KXBN_add(r.get(), a.get(), b.get()));
+  ok(KXBN_add(r, a, b));
   return r;
 }
 Number difference(const Number& a, const Number& b) {
   Number r = zero();
-  ok(KXBN_sub(r.get(), a.get(), b.get()));
+  ok(KXBN_sub(r, a, b));
   return r;
 }
 Number residue(const Number& a, const Number& m) {
   Number r = zero();
-  ok(KXBN_mod(r.get(), a.get(), m.get(), nullptr));
+  ok(KXBN_mod(r, a, m, nullptr));
   return r;
 }
 
 Octets magnitude(const Number& a) {
-  const Block out((KXBN_bits(a.get()) + 7) / 8 + 1);
-  ok(KXBN_tobytes(a.get(), out.data(), out.size()));
+  const Block out((KXBN_bits(a) + 7) / 8 + 1);
+  ok(KXBN_tobytes(a, out.data(), out.size()));
   return {out.view().begin(), out.view().end()};
 }
 
@@ -115,17 +102,16 @@ void check_conversion(const Operands& o) {
   FUZZ_CHECK(without_zeros(magnitude(n)) == significant, o.a.size());
   const size_t length = std::max<size_t>(significant.size(), 1);
   const Block exact(length);
-  ok(KXBN_tobytes(n.get(), exact.data(), length));
+  ok(KXBN_tobytes(n, exact.data(), length));
   const Block shorter(length - 1);
-  FUZZ_CHECK(KXBN_tobytes(n.get(), shorter.data(), length - 1) == KXBN_BADARG, length);
+  FUZZ_CHECK(KXBN_tobytes(n, shorter.data(), length - 1) == KXBN_BADARG, length);
 
   Octets reversed(o.a.rbegin(), o.a.rend());
-  KXBN* m = nullptr;
-  ok(KXBN_frombytes_le(&m, reversed.data(), reversed.size(), nullptr));
-  const Number le(m);
+  Number le;
+  ok(KXBN_frombytes_le(le.out(), reversed.data(), reversed.size(), nullptr));
   FUZZ_CHECK(equal(n, le), o.a.size());
   const Block leOut(length + 3);
-  ok(KXBN_tobytes_le(n.get(), leOut.data(), leOut.size()));
+  ok(KXBN_tobytes_le(n, leOut.data(), leOut.size()));
   const Octets back(std::make_reverse_iterator(leOut.view().end()),
                     std::make_reverse_iterator(leOut.view().begin()));
   FUZZ_CHECK(without_zeros(back) == significant, length);
@@ -135,8 +121,8 @@ void check_conversion(const Operands& o) {
     bits = uint32_t(significant.size() * 8);
     for (uint8_t top = significant[0]; top < 0x80; top = uint8_t(top << 1)) --bits;
   }
-  FUZZ_CHECK(KXBN_bits(n.get()) == bits, bits);
-  if (bits != 0) FUZZ_CHECK(KXBN_testbit(n.get(), bits - 1) == 1 && KXBN_testbit(n.get(), bits) == 0, bits);
+  FUZZ_CHECK(KXBN_bits(n) == bits, bits);
+  if (bits != 0) FUZZ_CHECK(KXBN_testbit(n, bits - 1) == 1 && KXBN_testbit(n, bits) == 0, bits);
 }
 
 void check_ring(const Operands& o) {
@@ -149,13 +135,13 @@ void check_ring(const Operands& o) {
   FUZZ_CHECK(is_negative(p) == (!is_zero(p) && is_negative(a) != is_negative(b)), 0);
   // In place.
   Number square = copy(a);
-  ok(KXBN_mul(square.get(), square.get(), square.get(), nullptr));
+  ok(KXBN_mul(square, square, square, nullptr));
   FUZZ_CHECK(equal(square, product(a, a)), 0);
   Number shifted = copy(a);
   const auto count = uint32_t(Mix(o.b) % 70);
-  ok(KXBN_lshift(shifted.get(), count));
+  ok(KXBN_lshift(shifted, count));
   Number power = zero();
-  ok(KXBN_setbit(power.get(), count, 1));
+  ok(KXBN_setbit(power, count, 1));
   FUZZ_CHECK(equal(shifted, product(a, power)), count);
 }
 
@@ -163,7 +149,7 @@ void check_division(const Operands& o) {
   const Number a = number(o.a, o.signA), d = number(o.b, o.signB);
   Number q = zero();
   Number r = copy(a);
-  const uint32_t code = KXBN_divrem(q.get(), r.get(), d.get());
+  const uint32_t code = KXBN_divrem(q, r, d);
   if (is_zero(d)) {
     FUZZ_CHECK(code == KXBN_DIVZERO && equal(r, a), code);
     return;
@@ -172,7 +158,7 @@ void check_division(const Operands& o) {
   FUZZ_CHECK(equal(sum(product(q, d), r), a), 0);
   Number absR = copy(r), absD = copy(d);
   absR->sign = absD->sign = 0;
-  FUZZ_CHECK(KXBN_cmp(absR.get(), absD.get()) < 0, 0);
+  FUZZ_CHECK(KXBN_cmp(absR, absD) < 0, 0);
   FUZZ_CHECK(is_zero(r) || is_negative(r) == is_negative(d), 0);
   FUZZ_CHECK(equal(residue(a, d), r), 0);
 }
@@ -182,7 +168,7 @@ void check_power(const Operands& o) {
   const View exponentOctets = o.c.first(std::min(o.c.size(), kMaxExponent));
   const Number exponent = number(exponentOctets);
   Number r = zero();
-  const uint32_t code = KXBN_modexp(r.get(), base.get(), exponent.get(), m.get(), nullptr);
+  const uint32_t code = KXBN_modexp(r, base, exponent, m, nullptr);
   if (is_zero(m)) {
     FUZZ_CHECK(code == KXBN_DIVZERO, code);
     return;
@@ -190,25 +176,23 @@ void check_power(const Operands& o) {
   ok(code);
   // Bit by bit.
   Number expected = residue(small(1), m);
-  for (uint32_t i = KXBN_bits(exponent.get()); i-- > 0;) {
+  for (uint32_t i = KXBN_bits(exponent); i-- > 0;) {
     expected = residue(product(expected, expected), m);
-    if (KXBN_testbit(exponent.get(), i) == 1) expected = residue(product(expected, base), m);
+    if (KXBN_testbit(exponent, i) == 1) expected = residue(product(expected, base), m);
   }
-  FUZZ_CHECK(equal(r, expected), KXBN_bits(exponent.get()));
+  FUZZ_CHECK(equal(r, expected), KXBN_bits(exponent));
   KXBN_Pool* pool = nullptr;
   ok(KXBN_pool_new(64, &pool));
   Number fromPool = zero();
-  ok(KXBN_modexp(fromPool.get(), base.get(), exponent.get(), m.get(), pool));
+  ok(KXBN_modexp(fromPool, base, exponent, m, pool));
   FUZZ_CHECK(equal(fromPool, expected), 0);
   KXBN_pool_free(pool);
 }
 
 void check_inverse(const Operands& o) {
   const Number a = number(o.a, o.signA), m = number(o.b);
-  KXBN* x = nullptr;
-  KXBN* g = nullptr;
-  ok(KXBN_xgcd(a.get(), m.get(), &x, &g, nullptr));
-  const Number coefficient(x), gcd(g);
+  Number coefficient, gcd;
+  ok(KXBN_xgcd(a, m, coefficient.out(), gcd.out(), nullptr));
   if (!is_zero(gcd)) {
     FUZZ_CHECK(is_zero(residue(a, gcd)) && is_zero(residue(m, gcd)), 0);
   } else {
@@ -217,18 +201,18 @@ void check_inverse(const Operands& o) {
   if (!is_zero(m)) FUZZ_CHECK(equal(residue(product(a, coefficient), m), residue(gcd, m)), 0);
 
   Number inverse = zero();
-  const uint32_t code = KXBN_modinv(inverse.get(), a.get(), m.get(), nullptr);
+  const uint32_t code = KXBN_modinv(inverse, a, m, nullptr);
   if (is_zero(m)) {
     FUZZ_CHECK(code == KXBN_DIVZERO, code);
     return;
   }
   Number unit = copy(gcd);
   unit->sign = 0;
-  const bool coprime = KXBN_test(unit.get(), KXBN_IS_ONE) == 1;
+  const bool coprime = is_one(unit);
   FUZZ_CHECK(code == (coprime ? KXBN_OK : KXBN_NONPRIME), code);
   if (!coprime) return;
   FUZZ_CHECK(equal(residue(product(a, inverse), m), residue(small(1), m)), 0);
-  FUZZ_CHECK(!is_negative(inverse) && KXBN_cmp(inverse.get(), m.get()) < 0, 0);
+  FUZZ_CHECK(!is_negative(inverse) && KXBN_cmp(inverse, m) < 0, 0);
 }
 
 constexpr void (*kChecks[])(const Operands&) = {check_conversion, check_ring, check_division, check_power,

@@ -22,26 +22,27 @@ std::string strip(const std::string& text) {
 }  // namespace
 
 Big::Big(KXBN_Pool* pool) {
-  require(KXBN_new(pool, 0, &n_));
+  require(make(pool, 0));
 }
 
 Big::Big(const std::string& hex, KXBN_Pool* pool) {
   const bool negative = hex[0] == '-';
   const std::string magnitude = hex.substr(negative ? 1 : 0);
-  require(KXBN_new(pool, int32_t(std::max<size_t>(magnitude.size() * 4, 32)), &n_));
+  require(make(pool, uint32_t(std::max<size_t>(magnitude.size() * 4, 32))));
+  KXBN* const n = *this;
   const auto words = uint32_t((magnitude.size() + 7) / 8);
   for (uint32_t i = 0; i < words; ++i) {
     const size_t end = magnitude.size() - i * 8;
     const size_t begin = end < 8 ? 0 : end - 8;
-    n_->digits[i] = uint32_t(std::stoul(magnitude.substr(begin, end - begin), nullptr, 16));
+    n->digits[i] = uint32_t(std::stoul(magnitude.substr(begin, end - begin), nullptr, 16));
   }
-  n_->used = words;
-  n_->used = KXBN_getsize(n_);
-  n_->sign = negative && KXBN_bits(n_) != 0;
+  n->used = words;
+  n->used = KXBN_getsize(n);
+  n->sign = negative && KXBN_bits(n) != 0;
 }
 
 std::string Big::hex() const {
-  return hex_of(n_);
+  return hex_of(*this);
 }
 
 std::string hex_of(const KXBN* n) {

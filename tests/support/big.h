@@ -7,28 +7,18 @@
 #include <string>
 #include <vector>
 
-#include "crypto/bignum/bignum.h"
+#include "crypto/bignum/number.h"
 
 namespace qex::test {
 
-// Big owns a number. Text is hexadecimal, with "-" in front of a negative one.
-class Big {
+// Big is a Number made from text or rendered as text, which is hexadecimal, with "-" in front of a negative
+// one.
+class Big : public Number {
  public:
   explicit Big(KXBN_Pool* pool = nullptr);
   explicit Big(const std::string& hex, KXBN_Pool* pool = nullptr);
-  Big(Big&& other) noexcept : n_(other.n_) { other.n_ = nullptr; }
-  Big(const Big&) = delete;
-  Big& operator=(const Big&) = delete;
-  Big& operator=(Big&&) = delete;
-  ~Big() { KXBN_free(n_); }
 
-  operator KXBN*() const { return n_; }
-  KXBN* operator->() const { return n_; }
-  KXBN** out() { return &n_; }  // for a number made by the library; what was held is freed
   std::string hex() const;
-
- private:
-  KXBN* n_ = nullptr;
 };
 
 // hex_of renders any number, and adds "!" to one whose form breaks a promise: top zero

@@ -4,42 +4,36 @@
 #include <algorithm>
 #include <cstdlib>
 
+#include "crypto/bignum/number.h"
 #include "crypto/pk/rsa.h"
 
 namespace qex::test {
 namespace {
 
-// A number that is released at the end of its block.
-struct Number {
-  Number() = default;
-  explicit Number(const Octets& octets) {
-    check(KXBN_frombytes(&n, octets.data(), uint32_t(octets.size()), nullptr));
-  }
-  ~Number() { KXBN_free(n); }
-  Number(const Number&) = delete;
-  Number& operator=(const Number&) = delete;
+void check(uint32_t code) {
+  if (code != KXBN_OK) std::abort();  // the keys of the tests are good
+}
 
-  static void check(uint32_t code) {
-    if (code != KXBN_OK) std::abort();  // the keys of the tests are good
-  }
-
-  KXBN* n = nullptr;
-};
+Number number(const Octets& octets) {
+  Number n;
+  check(n.frombytes(octets.data(), octets.size()));
+  return n;
+}
 
 }  // namespace
 
 Signature SignedWithLibraryRsa(const RsaKey& key) {
   return [key](const std::string& digest, const Octets& hash) {
-    const Number modulus(key.n);
-    const Number exponent(key.d);
-    const Number block(Padded(DigestInfo(digest, der::null(), hash), key.n.size()));
+    const Number modulus = number(key.n);
+    const Number exponent = number(key.d);
+    const Number block = number(Padded(DigestInfo(digest, der::null(), hash), key.n.size()));
     RSAKey record{};
-    record.n = modulus.n;
-    record.d = exponent.n;
+    record.n = modulus;
+    record.d = exponent;
     Number signature;
-    Number::check(rsa_private(&record, block.n, &signature.n, nullptr));
+    check(rsa_private(&record, block, signature.out(), nullptr));
     Octets octets(key.n.size());
-    Number::check(KXBN_tobytes(signature.n, octets.data(), uint32_t(octets.size())));
+    check(KXBN_tobytes(signature, octets.data(), octets.size()));
     return octets;
   };
 }

@@ -1,8 +1,8 @@
 // Division, residues, greatest common divisor and inverse.
 #include <gtest/gtest.h>
 
-#include "crypto/bignum/bignum.h"
 #include "crypto/bignum/internal.h"
+#include "crypto/bignum/number.h"
 #include "tests/support/big.h"
 #include "tests/support/failing_alloc.h"
 
@@ -180,7 +180,7 @@ TEST(BignumXgcd, ZeroOperandsEnd) {
 TEST(BignumDivisionMemory, AllocationFailureIsReportedAndNothingLeaks) {
   const Big a(ones(2000)), m(power_of_two(900)), minus("-1"), odd(ones(1001));
   const auto run = [&](int operation) -> uint32_t {
-    Scratch r, s;
+    Number r, s;
     if (const uint32_t rc = r.make(nullptr, 32)) return rc;
     if (const uint32_t rc = s.make(nullptr, 32)) return rc;
     switch (operation) {
