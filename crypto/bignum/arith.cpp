@@ -4,7 +4,9 @@
 // signs and sizes are read before anything is written, and digits only after KXBN_reserve,
 // which may move them.
 #include <algorithm>
+#include <bit>
 
+#include "crypto/assertion.h"
 #include "crypto/bignum/arithmetic.h"
 #include "crypto/bignum/internal.h"
 #include "crypto/bignum/words.h"
@@ -96,6 +98,23 @@ uint32_t KXBN_lshift(KXBN* r, uint32_t count) {
   ClearWords(r->digits, words);
   KXBN_trim(r);
   return KXBN_OK;
+}
+
+uint32_t KXBN_strip_twos(KXBN* n) {
+  uint32_t words = 0;
+  if (n->digits[0] == 0) {
+    QEX_ASSERT(KXBN_getsize(n) >= 2, "KXBN_getsize(n) >= 2", "..\\bnlucas.c", 74);
+    while (n->digits[words] == 0) ++words;
+    std::copy(n->digits + words, n->digits + n->used, n->digits);
+    n->used -= words;
+  }
+  const auto shift = uint32_t(std::countr_zero(n->digits[0]));
+  for (uint32_t i = 0; i < n->used; ++i) {
+    const uint64_t above = i + 1 < n->used ? n->digits[i + 1] : 0;
+    n->digits[i] = uint32_t((above << 32 | n->digits[i]) >> shift);
+  }
+  KXBN_trim(n);
+  return words * 32 + shift;
 }
 
 uint32_t KXBN_mul(KXBN* r, const KXBN* a, const KXBN* b, KXBN_Pool* pool) {

@@ -145,6 +145,10 @@ int KXBN_cmp(const KXBN* a, const KXBN* b);
 // KXBN_lshift shifts the magnitude of r left by `count` bits. Codes: as KXBN_add.
 [[nodiscard]] uint32_t KXBN_lshift(KXBN* r, uint32_t count);
 
+// KXBN_strip_twos divides n, which is not 0, by the greatest power of 2 in it and returns the exponent.
+// Asserts "KXBN_getsize(n) >= 2" for 0.
+[[nodiscard]] uint32_t KXBN_strip_twos(KXBN* n);
+
 // KXBN_mul computes r = a * b. Codes: as KXBN_add.
 [[nodiscard]] uint32_t KXBN_mul(KXBN* r, const KXBN* a, const KXBN* b, KXBN_Pool* pool);
 

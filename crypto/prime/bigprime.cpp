@@ -82,11 +82,9 @@ class StrongTest {
 uint32_t StrongTest::start() {
   Arithmetic compute(pool_);
   compute.make(KXBN_bits(n_), minusOne_, odd_, base_, power_, square_);
-  compute.setword(square_, 1).sub(minusOne_, n_, square_).copy(base_, minusOne_);
-  if (!compute.ok()) return compute.code();
-  while (KXBN_testbit(minusOne_, twos_) == 0) ++twos_;
-  // odd = (n - 1) / 2^twos
-  return compute.setword(square_, 0).setbit(square_, twos_).divrem(odd_, base_, square_).code();
+  compute.setword(square_, 1).sub(minusOne_, n_, square_).copy(odd_, minusOne_);
+  if (compute.ok()) twos_ = KXBN_strip_twos(odd_);
+  return compute.code();
 }
 
 uint32_t StrongTest::draw_base(const RandomSource* random) {

@@ -1,13 +1,10 @@
 // Primality: the Lucas test and the Jacobi symbol.
 #include "crypto/prime/lucas.h"
 
-#include <algorithm>
-#include <bit>
 #include <cstdlib>
 
 #include "crypto/assertion.h"
 #include "crypto/bignum/arithmetic.h"
-#include "crypto/bignum/internal.h"
 
 #define BNLUCAS_ASSERT(condition, text, line) QEX_ASSERT(condition, text, "..\\bnlucas.c", line)
 
@@ -18,24 +15,6 @@ constexpr int kCandidates = 29;  // values of Q that are tried
 
 constexpr bool is_odd(uint32_t word) {
   return (word & 1) != 0;
-}
-
-// strip_twos divides n, which is positive, by the greatest power of 2 in it and returns the exponent.
-uint32_t strip_twos(KXBN* n) {
-  uint32_t words = 0;
-  if (n->digits[0] == 0) {
-    BNLUCAS_ASSERT(KXBN_getsize(n) >= 2, "KXBN_getsize(n) >= 2", 74);
-    while (n->digits[words] == 0) ++words;
-    std::copy(n->digits + words, n->digits + n->used, n->digits);
-    n->used -= words;
-  }
-  const auto shift = uint32_t(std::countr_zero(n->digits[0]));
-  for (uint32_t i = 0; i < n->used; ++i) {
-    const uint64_t above = i + 1 < n->used ? n->digits[i + 1] : 0;
-    n->digits[i] = uint32_t((above << 32 | n->digits[i]) >> shift);
-  }
-  KXBN_trim(n);
-  return words * 32 + shift;
 }
 
 // symbol_of_two returns (2/n) for an odd n with the low word `lsw`: +1 for n = 1 or 7 modulo 8.
@@ -139,7 +118,7 @@ uint32_t bnlucas_jacobi(int* symbol, const KXBN* a, const KXBN* n, KXBN_Pool* po
   int sign = 1;
   compute.make(KXBN_bits(n), top, bottom).mod(top, a, n).copy(bottom, n);
   while (compute.ok() && !is_zero(top)) {
-    if (is_odd(strip_twos(top))) sign *= symbol_of_two(bottom->digits[0]);
+    if (is_odd(KXBN_strip_twos(top))) sign *= symbol_of_two(bottom->digits[0]);
     sign *= reciprocity(top->digits[0], bottom->digits[0]);
     swap(top, bottom);
     compute.reduce(top, bottom);
