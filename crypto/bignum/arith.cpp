@@ -72,8 +72,7 @@ uint32_t KXBN_sub(KXBN* r, const KXBN* a, const KXBN* b) {
 uint32_t KXBN_addword(KXBN* r, uint32_t w) {
   KXBN_trim(r);
   const uint32_t top = r->digits[r->used - 1];
-  // Only here can a carry leave the top word: w itself reaches it, or a carry of 1.
-  if (top == UINT32_MAX || top > UINT32_MAX - w) {
+  if (top > UINT32_MAX - w) {  // only here can w, or a carry of 1, leave the top word
     if (const uint32_t rc = KXBN_pad(r, r->used + 1)) return rc;
   }
   AddWord(r->digits, r->used, w);

@@ -47,7 +47,7 @@ uint32_t KXBN_modinv(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool) {
   if (is_zero(m)) return KXBN_DIVZERO;
   Number coefficient, gcd;
   if (const uint32_t rc = KXBN_xgcd(a, m, coefficient.out(), gcd.out(), pool)) return rc;
-  if (!is_one(gcd) || is_negative(m)) return KXBN_NONPRIME;
+  if (!is_one(gcd)) return KXBN_NONPRIME;  // below a negative m the last divisor is negative, too
   // |coefficient| < m: Euclid's cofactors never pass the modulus.
   if (is_negative(coefficient)) return KXBN_add(r, coefficient, m);
   return KXBN_copy(r, coefficient);
