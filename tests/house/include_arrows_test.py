@@ -165,6 +165,52 @@ class RulesTest(unittest.TestCase):
         self.assertNotEqual(self.broken_by("api/a.cpp", '"api/missing.h"'), [])
 
 
+# Headers that are their room's own, and who else may include them: the room's tests, and the benchmark of the kernels.
+PRIVATE_HEADERS = (
+    ("crypto/bignum/internal.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/bignum/words.h", ("crypto/bignum/", "tests/crypto/bignum/", "bench/bignum_bench.cpp")),
+    ("crypto/bignum/digits.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/digest/block_buffer.h", ("crypto/digest/", "tests/crypto/digest/")),
+)
+
+
+def opened_doors(sources):
+    """One line for every include of a private header from outside, and for every such header that is not there."""
+    doors = dict(PRIVATE_HEADERS)
+    found = [f"{header}: is no file of the tree" for header in doors if header not in sources]
+    for path, text in sorted(sources.items()):
+        for quoted, angled in INCLUDE.findall(text):
+            target = find_target(sources, path, quoted or angled)
+            if target in doors and not path.startswith(doors[target]):
+                found.append(f"{path}: may not include {target}, which belongs to {doors[target][0]}")
+    return found
+
+
+class DoorsTest(unittest.TestCase):
+    TREE = {header: "" for header, _ in PRIVATE_HEADERS}
+
+    def test_RoomsAndTheirTestsHaveTheKey(self):
+        for path, header in (("crypto/bignum/a.cpp", "crypto/bignum/internal.h"), ("crypto/bignum/a.h", "crypto/bignum/words.h"),
+                             ("tests/crypto/bignum/a_test.cpp", "crypto/bignum/digits.h"), ("bench/bignum_bench.cpp", "crypto/bignum/words.h"),
+                             ("crypto/digest/a.cpp", "crypto/digest/block_buffer.h"),
+                             ("tests/crypto/digest/a_test.cpp", "crypto/digest/block_buffer.h")):
+            with self.subTest(path=path, header=header):
+                self.assertEqual(opened_doors({**self.TREE, path: f'#include "{header}"\n'}), [])
+
+    def test_NobodyElseHas(self):
+        for path, name in (("crypto/prime/a.cpp", "crypto/bignum/internal.h"), ("crypto/pk/a.h", "crypto/bignum/words.h"),
+                           ("api/a.cpp", "crypto/bignum/internal.h"), ("tests/support/a.h", "crypto/bignum/internal.h"),
+                           ("tests/crypto/pk/a_test.cpp", "crypto/bignum/digits.h"), ("fuzz/a.cpp", "crypto/bignum/internal.h"),
+                           ("bench/bignum_bench.cpp", "crypto/bignum/internal.h"), ("bench/a.cpp", "crypto/bignum/words.h"),
+                           ("crypto/bignum/a.cpp", "crypto/digest/block_buffer.h"), ("crypto/pk/a.cpp", "../bignum/words.h"),
+                           ("tests/crypto/bignum/a_test.cpp", "crypto/digest/block_buffer.h")):
+            with self.subTest(path=path, name=name):
+                self.assertNotEqual(opened_doors({**self.TREE, path: f'#include "{name}"\n'}), [])
+
+    def test_EveryRowNamesAFile(self):
+        self.assertNotEqual(opened_doors({}), [])
+
+
 # Headers of other makers, and the files of the tool that may include them.
 PACKAGES = (
     ("nlohmann/json.hpp", r"tool/base/json\.h$"),
@@ -198,6 +244,9 @@ class TreeTest(unittest.TestCase):
 
     def test_PackagesOfOtherMakersKeepTheirPlaces(self):
         self.assertEqual("\n".join(misplaced_packages(read_tree(self.root))), "")
+
+    def test_PrivateHeadersStayInTheirRooms(self):
+        self.assertEqual("\n".join(opened_doors(read_tree(self.root))), "")
 
     def test_IncludesPointDownwards(self):
         sources = read_tree(self.root)
