@@ -92,6 +92,14 @@ TEST(BignumModexp, ModulusWhoseSquareIsTooLargeIsRefused) {
   EXPECT_EQ(KXBN_modexp(r, large, two, Big(power_of_two(8193 * 32)), nullptr), KXBN_BADARG);
 }
 
+TEST(BignumModexp, ModulusTooLargeForMontgomeryIsRefusedBeforeAnythingIsMade) {
+  const Big three("3"), large(ones(8192 * 32));
+  Big r;
+  FailingAlloc memory(0);
+  EXPECT_EQ(KXBN_modexp(r, three, three, large, nullptr), KXBN_BADARG);
+  EXPECT_EQ(memory.refused(), 0u);
+}
+
 TEST(BignumModexp, LargestOddModulusWorks) {
   // (m - 1)^2 = 1 mod m.
   const Big m(ones(8191 * 32));
