@@ -1,5 +1,5 @@
-// The command line program qex: reads the command line, runs one command, and turns what ends it
-// into an exit status with a line for people.
+// The command line program qex: reads the command line, runs one command, and turns its end into an exit
+// status and a line for people.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -52,7 +52,7 @@ ExitStatus report(const Failure& failure, const Program& program) {
     SetFailure(document, failure);
     try {
       WriteJson(document);
-    } catch (const Failure&) {  // standard output is gone; the line below still says what happened
+    } catch (const Failure&) {  // standard output is gone; the line below still reports the failure
     } catch (const ReaderGone&) {
     }
   }
@@ -60,8 +60,8 @@ ExitStatus report(const Failure& failure, const Program& program) {
   return failure.exit;
 }
 
-// A standard stream that came closed would be the next file, pipe or connection that is opened, and texts
-// would go there. It is taken by what cannot be read or written, so that using it fails as before.
+// If a standard stream is closed at the start, the next file, pipe or connection would get its number and
+// receive texts. Occupy it with a descriptor that cannot be read or written, so that using it still fails.
 void occupy_standard_streams() {
   for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
     // The lowest free descriptor, which is this one.
@@ -79,8 +79,8 @@ int end_by_broken_pipe() {
 
 int tool_main(int count, char** words) {
   occupy_standard_streams();
-  // A reader that has gone shows as a failed write, here and in the worker's pipes, so that what was begun is
-  // tidied up.
+  // A closed reader appears as a failed write, here and in the worker's pipes, so that unfinished outputs are
+  // cleaned up.
   std::signal(SIGPIPE, SIG_IGN);
   // A file that grows beyond the limit, too, shows as a failed write.
   std::signal(SIGXFSZ, SIG_IGN);

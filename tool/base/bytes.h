@@ -29,7 +29,7 @@ std::optional<Bytes> FromHex(std::string_view text);
 // sign (X.690 8.3.2), so that equal integers have equal octets; no octets count as 0.
 Bytes MinimalInteger(ByteView contents);
 
-// IntegerText renders contents octets of an INTEGER as 0x1A2B, with a minus in front of a negative one.
+// IntegerText renders contents octets of an INTEGER as 0x1A2B, with a minus sign for a negative one.
 std::string IntegerText(ByteView contents);
 
 }  // namespace qex::tool

@@ -46,7 +46,7 @@ std::optional<std::string> plain_name(std::string_view escaped) {
   return name;
 }
 
-// SHA256, as the name stands in front of a tagged line.
+// SHA256, the form of the name at the start of a tagged line.
 std::string tag_of(const HashAlgorithm& hash) {
   std::string tag;
   for (const char* c = hash.name; *c != '\0'; ++c) {

@@ -28,7 +28,7 @@ std::string TaggedDigestLine(const HashAlgorithm& hash, ByteView digest, std::st
 // hold a NUL octet, which no file has.
 std::optional<DigestEntry> ParseDigestLine(std::string_view line, const HashAlgorithm& hash);
 
-// IsDigestComment says whether a line is one that a list may hold beside its entries.
+// IsDigestComment returns whether a line is a comment or blank.
 bool IsDigestComment(std::string_view line);
 
 }  // namespace qex::tool

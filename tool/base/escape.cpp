@@ -10,7 +10,7 @@ namespace {
 
 struct Character {
   uint32_t value;
-  size_t length;  // 0: the octets are no UTF-8
+  size_t length;  // 0: the octets are not UTF-8
 };
 
 Character first_character(std::string_view text) {

@@ -1,5 +1,5 @@
-// Text that a file or an authority supplied, made fit to be shown. The sinks escape (output.h), so nobody
-// else needs to; foreign text that is put into a line is quoted besides.
+// Escaping of text from a file or an authority. The sinks escape (output.h), so no other code needs to;
+// foreign text that becomes part of a line is also quoted.
 #pragma once
 
 #include <string>
@@ -7,10 +7,10 @@
 
 namespace qex::tool {
 
-// Escaped returns `text` as well-formed UTF-8 without characters that steer or hide: control characters, the
-// line and paragraph separators, those that turn the direction of writing, invisible ones (zero-width, soft
-// hyphen, tags, fillers, variation selectors, interlinear marks), and octets that are no UTF-8 are written as
-// \x1b or \u202e. A backslash stays as it is, so that a second pass changes nothing.
+// Escaped returns `text` as well-formed UTF-8 without characters that steer or hide. It writes as \x1b or
+// \u202e: control characters, the line and paragraph separators, changes of writing direction, invisible
+// characters (zero-width, soft hyphen, tags, fillers, variation selectors, interlinear marks), and octets
+// that are not UTF-8. It keeps backslashes, so a second pass changes nothing.
 std::string Escaped(std::string_view text);
 
 // EscapedLines is Escaped that keeps line feeds.

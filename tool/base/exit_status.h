@@ -11,7 +11,7 @@ enum class ExitStatus : uint8_t {
   CheckFailed = 1,  // a check says no
   Usage = 2,
   File = 3,         // cannot be read or written
-  Input = 4,        // is not what it should be
+  Input = 4,        // not the expected kind of input
   Refused = 5,      // by the authority
   Network = 6,      // also TLS, HTTP status, time-out, short reply
   Unsupported = 7,  // algorithm, which is named

@@ -1,5 +1,5 @@
-// What ends a command early: an exit status, one line that names the file and what was wrong,
-// and one with the next step. Thrown by any part of the tool, printed in one place.
+// The end of a command by an error: an exit status, one line that names the file and the fault, and one with
+// the next step. Any part of the tool may throw it; one place prints it.
 #pragma once
 
 #include <cstdint>
@@ -16,11 +16,11 @@ struct Failure {
   std::string hint;     // empty: none
   int32_t code = 0;     // result code of the library
   int32_t asn1Error = 0;
-  std::string libraryMessages = {};  // what the library wrote about it, shown under -v and in JSON
+  std::string libraryMessages = {};  // the library's error texts, shown under -v and in JSON
 };
 
-// ReaderGone ends a command whose standard output nobody reads any more: no fault, and no line about it. It
-// is no Failure, so that nothing between the write and main takes it for the fault of one subject.
+// ReaderGone ends a command when nobody reads its standard output any more: not a fault, and without an error
+// line. It is not a Failure, so no code between the write and main blames it on one subject.
 struct ReaderGone {};
 
 // UsageFailure is a command line that cannot be carried out.

@@ -10,7 +10,7 @@
 
 namespace qex::tool {
 
-// Messages and certificates are small; what is longer than this is none.
+// Messages and certificates are small; longer files are refused.
 inline constexpr size_t kMaxMessage = size_t{16} << 20;
 // Lists of revoked certificates grow with their authority.
 inline constexpr size_t kMaxRevocationList = size_t{64} << 20;
@@ -22,7 +22,7 @@ inline bool IsStandardStream(std::string_view path) {
 // ShownPath returns how a path is named in a line for people, with control characters escaped.
 std::string ShownPath(std::string_view path);
 
-// FileFailure says what an error of the system (errno) meant for a file, and what to do.
+// FileFailure describes a system error (errno) for a file, and the next step.
 Failure FileFailure(const std::string& path, const char* what, int error);
 
 // WriteAll writes all octets to a descriptor; false with errno set.
@@ -42,11 +42,11 @@ bool IsDirectory(const std::string& path);
 // IsRegularFile follows links.
 bool IsRegularFile(const std::string& path);
 
-// BaseName returns what follows the last slash.
+// BaseName returns the part after the last slash.
 std::string BaseName(const std::string& path);
 
-// WriteData writes octets to standard output as they are; throws a Failure when that cannot be written, and
-// ReaderGone when nobody reads it any more.
+// WriteData writes octets to standard output unchanged; throws a Failure when writing fails, and ReaderGone
+// when nobody reads it any more.
 void WriteData(std::string_view octets);
 
 }  // namespace qex::tool

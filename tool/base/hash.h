@@ -30,7 +30,7 @@ inline const HashAlgorithm* FindHash(const std::string& name) {
 // FindHash returns the algorithm of an identifier's contents octets, null for another.
 const HashAlgorithm* FindHash(ByteView identifier);
 
-// HashNamed is FindHash that throws a usage failure naming what there is.
+// HashNamed is FindHash that throws a usage failure with the list of known names.
 const HashAlgorithm& HashNamed(const std::string& name);
 
 // RefuseWeakHash throws a failed check when `hash` is weak and --allow-weak was not given.
@@ -38,7 +38,7 @@ void RefuseWeakHash(const HashAlgorithm& hash, const Options& options);
 
 struct DigestRoutines;
 
-// Hasher digests what it is fed.
+// Hasher computes a digest over successive pieces.
 class Hasher {
  public:
   // `hash` is a row of HashAlgorithms.
@@ -57,14 +57,14 @@ class Hasher {
   void* context_;
 };
 
-// Sha256 is the digest of octets at hand.
+// Sha256 returns the digest of octets in memory.
 Bytes Sha256(ByteView data);
 
 // HashFile digests a file or standard input as it is read, with progress on a terminal when that
 // takes longer than a second; throws a Failure.
 Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options& options);
 
-// CryptoLibraryVersion names the library that digests what libqex does not.
+// CryptoLibraryVersion names the library that computes the digests libqex lacks.
 std::string CryptoLibraryVersion();
 
 }  // namespace qex::tool

@@ -57,7 +57,7 @@ void release() {
   if (--holders == 0 && signalThatCame != 0) end_by(signalThatCame);
 }
 
-// A child begins afresh: names that it has from its parent are the parent's.
+// A child starts with an empty list: the names inherited from the parent remain the parent's.
 void forget_parent() {
   holders = 0;
   heldHere = 0;
@@ -65,8 +65,8 @@ void forget_parent() {
   for (Slot* slot = firstSlot; slot != nullptr; slot = slot->next) slot->name = nullptr;
 }
 
-// Looked at each time: a child has lost the handler, and what else handles a signal may have come and gone.
-// What the caller of the program has ignored (nohup, jobs in the background) stays ignored.
+// Checked each time: a child has lost the handler, and other code may have set and reset handlers since. A
+// signal that the program's caller ignores (nohup, background jobs) stays ignored.
 void take_signals() {
   static std::mutex one;
   const std::lock_guard lock(one);

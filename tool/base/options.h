@@ -9,7 +9,7 @@ struct Options {
   bool json = false;
   bool quiet = false;    // nothing but errors and data
   bool progress = true;  // false in a process that is one of several at work
-  bool verbose = false;  // also what the library wrote
+  bool verbose = false;  // also print the library's messages
   std::string color = "auto";
   bool allowWeak = false;         // SHA-1 and MD5
   bool force = false;             // replace older files

@@ -1,5 +1,5 @@
-// What people and scripts read: text and JSON on standard output, errors on standard error. These are the
-// sinks: they escape what they write (escape.h), so that nobody else has to.
+// The output for people and scripts: text and JSON on standard output, errors on standard error. These are
+// the sinks: they escape everything they write (escape.h), so no other code has to.
 #pragma once
 
 #include <string>
@@ -16,8 +16,8 @@ enum class Tone { Plain, Good, Bad, Aside };
 // Colored returns `text` in the colour of its tone when standard output takes colours.
 std::string Colored(std::string_view text, Tone tone, const Options& options);
 
-// NewDocument returns the head of a JSON document: schema, command, subject (with its octets beside it where
-// it is no UTF-8 or is escaped), exit, code, asn1_error, error and hint, as of a success.
+// NewDocument returns the start of a JSON document: schema, command, subject (and its octets, if it is
+// escaped or not UTF-8), exit, code, asn1_error, error and hint, with the values of a success.
 Json NewDocument(std::string_view command, std::string_view subject);
 
 // SetFailure enters a failure into a document.
@@ -38,13 +38,13 @@ void WriteText(std::string_view text);
 // FailureText renders the lines `qex: error: ...` and `qex: hint: ...`, escaped.
 std::string FailureText(const Failure& failure);
 
-// WriteFailure writes them to standard error, and with -v what the library wrote.
+// WriteFailure writes them to standard error, and with -v the library's messages.
 void WriteFailure(const Failure& failure, const Options& options);
 
-// LibraryMessagesText renders, under -v, what the library wrote to standard error; else nothing.
+// LibraryMessagesText renders, under -v, the messages that the library wrote to standard error; else nothing.
 std::string LibraryMessagesText(const std::string& messages, const Options& options);
 
-// WriteLibraryMessages writes, under -v, what the library wrote to standard error.
+// WriteLibraryMessages writes, under -v, those messages to standard error.
 void WriteLibraryMessages(const std::string& messages, const Options& options);
 
 }  // namespace qex::tool

@@ -1,4 +1,4 @@
-// Temporaries beside their places, and the step in which they take their names.
+// Temporary files next to their targets, and the step that renames them.
 #include "tool/base/outputs.h"
 
 #include <fcntl.h>
@@ -25,7 +25,7 @@
 namespace qex::tool {
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;                     // less what the caller's mask takes away
+constexpr mode_t kNewFileMode = 0666;                     // less the bits of the caller's mask
 constexpr auto kLockPatience = std::chrono::seconds(10);  // signals are held meanwhile
 constexpr auto kLockPause = std::chrono::milliseconds(10);
 
@@ -224,7 +224,7 @@ class OutputFile {
     taken_ = Taken::No;
   }
 
-  // What is still under the temporary's name goes: a second link, or the older file.
+  // Remove the file that still has the temporary's name: a second link, or the older file.
   void finish() { temporary_.reset(); }
 
  private:
@@ -259,7 +259,7 @@ class OutputFile {
     taken(Taken::Replaced);
   }
 
-  std::string target_;  // as it was named
+  std::string target_;  // as given by the caller
   std::string path_;    // where a link leads to
   Way way_ = Way::File;
   bool force_;

@@ -1,5 +1,5 @@
-// The files that a command writes. What can go wrong with their names is found before anything is sent or
-// computed; they appear whole, together, and never in place of an older file unless that is asked for.
+// The output files of a command. Problems with their names are found before anything is sent or computed; the
+// files appear whole, together, and replace an older file only on request.
 #pragma once
 
 #include <cstdint>

@@ -27,7 +27,7 @@ namespace qex::tool {
 namespace {
 
 constexpr size_t kMaxFrame = size_t{512} << 20;
-constexpr size_t kMaxMessages = size_t{64} << 10;  // what is written beyond is dropped
+constexpr size_t kMaxMessages = size_t{64} << 10;  // further output is dropped
 
 [[noreturn]] void fail_to_start(int error) {
   const bool descriptors = error == EMFILE || error == ENFILE;
@@ -83,7 +83,7 @@ bool write_all(int fd, const void* data, size_t length) {
   return true;
 }
 
-// A handler is the parent's, and would clean up what is the parent's.
+// The handlers are the parent's and would clean up the parent's files.
 void drop_handlers() {
   for (const int number : {SIGHUP, SIGINT, SIGTERM, SIGXFSZ, SIGXCPU}) {
     struct sigaction now {};

@@ -1,5 +1,5 @@
-// A process forked off this one that answers frames: a length of four octets, then as many octets. What it
-// does cannot harm its parent, whatever it reads.
+// A child process that answers frames: a length of four octets, then as many octets. Whatever it reads, it
+// cannot harm its parent.
 #pragma once
 
 #include <sys/types.h>
@@ -22,12 +22,12 @@ std::optional<std::string_view> TakePart(std::string_view& frame);
 
 class ChildProcess {
  public:
-  // What the child writes to standard error: kept for TakeMessages, or left to go where the parent's goes.
+  // Standard error of the child: kept for TakeMessages, or inherited from the parent.
   enum class Errors { Capture, Inherit };
 
-  // Forks. The child runs `main` with standard input and output as its ends of the pipes and every other
-  // descriptor closed, and ends with the status that it returns. Throws a Failure when there are no processes
-  // or descriptors left.
+  // Forks. The child runs `main` with standard input and output connected to the pipes and every other
+  // descriptor closed, and exits with the status that `main` returns. Throws a Failure when the system has no
+  // processes or descriptors left.
   ChildProcess(Errors errors, const std::function<int()>& main);
   ~ChildProcess();  // closes its input, and waits for its end
   ChildProcess(const ChildProcess&) = delete;
@@ -40,12 +40,12 @@ class ChildProcess {
   // The descriptor that becomes readable when a frame, or the end, comes.
   int Output() const { return output_; }
 
-  // CloseInput lets it end when it has answered what it was sent.
+  // CloseInput lets the child end after its last answer.
   void CloseInput();
   // Terminate has it ended by SIGTERM, whatever it is at.
   void Terminate();
 
-  // TakeMessages returns what it wrote to standard error since the last call, of at most 64 KiB.
+  // TakeMessages returns its output to standard error since the last call, at most 64 KiB.
   std::string TakeMessages();
   // Wait closes its input and waits for its end; returns the status as waitpid gives it.
   int Wait();

@@ -35,7 +35,7 @@ void Progress::Hide() {
   drawn_ = false;
 }
 
-// What there is still to do, as long as it goes on at the speed so far.
+// The remaining time at the speed so far.
 std::string Progress::remaining(uint64_t done) const {
   if (unit_ == Unit::Octets || done == 0) return "";
   const double spent = std::chrono::duration<double>(Clock::now() - begin_).count();

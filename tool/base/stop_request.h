@@ -1,4 +1,5 @@
-// Signals that ask a long run to stop, heeded between two steps of it, so that what was done can be told.
+// Signals that ask a long run to stop. They take effect between two steps of it, so that a summary can
+// follow.
 #pragma once
 
 #include <csignal>
@@ -29,8 +30,8 @@ class StopRequest {
   struct sigaction before_[3]{};
 };
 
-// EndBySignal ends the process as the signal does where nobody handles it, and with 128 + number otherwise,
-// so that a shell sees what stopped it.
+// EndBySignal ends the process by that signal if nothing handles it, and with 128 + number otherwise, so that
+// a shell sees what stopped it.
 [[noreturn]] void EndBySignal(int number);
 
 }  // namespace qex::tool

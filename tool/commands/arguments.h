@@ -1,4 +1,4 @@
-// What holds for every command line: no option has an empty value, and no password stays in it.
+// Rules for every command line: no option has an empty value, and no password remains visible.
 #pragma once
 
 namespace CLI {
@@ -14,8 +14,8 @@ void RefuseEmptyAssignments(int count, char* const* words);
 // RefuseEmptyValues throws a usage Failure when an option or argument that was read has an empty value.
 void RefuseEmptyValues(const CLI::App& command);
 
-// HidePasswords overwrites, where they stand, passwords of --user NAME:PASSWORD and of addresses, so that a
-// list of processes shows them no longer; to be called once the words have been read.
+// HidePasswords overwrites in place the passwords of --user NAME:PASSWORD and of addresses, so that process
+// lists no longer show them. Call it once the words have been read.
 void HidePasswords(int count, char** words);
 
 }  // namespace qex::tool

@@ -26,7 +26,7 @@ struct Example {
 struct Command {
   const char* name;
   const char* summary;
-  // Adds the command's own options to `app` and returns what carries it out.
+  // Adds the command's own options to `app` and returns the function that runs it.
   Run (*add)(CLI::App& app);
   Example examples[2];
   std::vector<ExitStatus> exits;  // those that it may end with
@@ -39,7 +39,7 @@ std::span<const Command> Commands();
 const Command* FindCommand(const std::string& name);
 
 // PrintHelp prints the help of a command, or of the tool when `command` is empty; throws a usage failure for
-// a name that is no command's.
+// an unknown command.
 ExitStatus PrintHelp(const std::string& command, const Options& options);
 
 // PrintVersion prints the version.

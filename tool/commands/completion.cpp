@@ -1,5 +1,5 @@
-// qex completion: a script that makes a shell complete commands, options, and their choices. It is read off
-// the parser: what the parser takes is offered, and nothing else.
+// qex completion: a script that makes a shell complete commands, options and their choices. It is derived
+// from the parser, so it offers exactly what the parser accepts.
 #include <algorithm>
 #include <iterator>
 #include <memory>
@@ -17,7 +17,7 @@ namespace {
 
 using Words = std::vector<std::string>;
 
-// Types of values that are no files; every other value is completed as a file's name.
+// Types of values that are not files; every other value is completed as a file name.
 constexpr std::string_view kNoFiles[] = {"URL",        "HEX", "ALG:HEX", "[ALG:]HEX",
                                          "sha256:HEX", "OID", "NAME",    "NAME[:PASSWORD]",
                                          "TIME",       "N",   "CODE",    "HOST:PORT"};
@@ -39,7 +39,7 @@ Words command_names() {
   return names;
 }
 
-// What a value may be: the set that a check allows, or a list that the tool has.
+// The choices for a value: the set that a check allows, or a list that the tool has.
 Words choices_of(const CLI::Option& option) {
   if (ValueLabel(option) == "COMMAND") return command_names();
   if (!option.check_lname("hash")) return ValueChoices(option);

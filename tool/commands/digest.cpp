@@ -54,7 +54,7 @@ ExitStatus print_digests(const Arguments& arguments, const HashAlgorithm& hash, 
 // A list names files that its reader has not looked at: a pipe among them would keep the command waiting, a
 // device may never end.
 void refuse_special_file(const std::string& name) {
-  std::error_code none;  // a file that is not there is told when it is opened
+  std::error_code none;  // a missing file is reported when it is opened
   const std::filesystem::file_status status = std::filesystem::status(name, none);
   if (IsStandardStream(name) || !std::filesystem::is_other(status)) return;
   throw Failure{ExitStatus::File,

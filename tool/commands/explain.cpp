@@ -1,5 +1,5 @@
-// qex explain: what a number means. It means different things in different places, so all are shown; without
-// a number the tables themselves.
+// qex explain: the meaning of a number. It differs from place to place, so all meanings are shown; without a
+// number, the tables themselves.
 #include <algorithm>
 #include <charconv>
 #include <memory>

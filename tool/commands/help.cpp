@@ -16,7 +16,7 @@ namespace {
 constexpr size_t kWidth = 80;   // of a terminal
 constexpr size_t kColumn = 28;  // where explanations begin
 
-// A name and what it is, the latter broken at blanks and indented.
+// A name and its description, broken at blanks and indented.
 std::string row(const std::string& name, std::string_view text) {
   std::string lines = "  " + name;
   size_t at = lines.size();
@@ -46,7 +46,7 @@ bool is_repeated(const CLI::Option& option) {
   return option.get_items_expected_max() > 1;
 }
 
-// --tsa URL, or FILE for what has no dashes.
+// --tsa URL, or FILE for an argument without dashes.
 std::string name_of(const CLI::Option& option) {
   if (option.get_positional()) return option.get_name(true, false) + (is_repeated(option) ? "..." : "");
   std::string name;
@@ -59,8 +59,8 @@ std::string name_of(const CLI::Option& option) {
   return name + " " + (choices.empty() ? ValueLabel(option) : choices);
 }
 
-// The rows of the options that `wanted` picks. Every command has its own --help, which stands with the
-// options of every command.
+// The rows of the options that `wanted` selects. Every command has its own --help, listed with the options of
+// every command.
 template <class Wanted>
 std::string rows_of(const CLI::App& app, Wanted wanted) {
   std::string rows;
@@ -133,7 +133,7 @@ std::string program_help(const Program& program) {
 }
 
 std::string help_text(const std::string& command) {
-  // The parser that has read a command line holds what it read; one that has not shows what can be written.
+  // A parser that has read a command line holds its values; a fresh one shows the possible words.
   const Program fresh;
   if (command.empty()) return program_help(fresh);
   for (const Program::Entry& entry : fresh.entries) {

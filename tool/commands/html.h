@@ -1,4 +1,4 @@
-// What `qex show` shows, as a page for a browser.
+// The output of `qex show`, as a page for a browser.
 #pragma once
 
 #include <string>
@@ -13,8 +13,8 @@ struct HtmlSection {
   Json fields;
 };
 
-// HtmlPage renders sections of fields as one page that needs no other file. All text is escaped: what a
-// message holds is shown, never taken for markup.
+// HtmlPage renders sections of fields as one self-contained page. It escapes all text, so text from a message
+// is never read as markup.
 std::string HtmlPage(const std::vector<HtmlSection>& sections);
 
 }  // namespace qex::tool

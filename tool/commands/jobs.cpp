@@ -42,8 +42,8 @@ struct JobLine {
   JobMembers members;
 };
 
-// Parses a line; throws a Failure for what is too deep, has a member twice or is no object, and an error of
-// the library for what is no JSON.
+// Parses a line; throws a Failure when it is too deep, has a member twice or is not an object, and the JSON
+// library's error when it is not JSON.
 Json object_of(std::string_view line, size_t number) {
   std::set<std::string> names;
   const auto watch = [&](int depth, Json::parse_event_t event, Json& value) {
@@ -59,8 +59,8 @@ Json object_of(std::string_view line, size_t number) {
   throw malformed(number, "is no JSON object");
 }
 
-// Whether every number of a value is one that comes back as it came. What the library holds as a floating
-// point number may have lost digits, or be written another way.
+// Whether every number of a value can be returned unchanged. A number that the library holds in floating
+// point may have lost digits, or be written differently.
 bool keeps_numbers(const Json& value) {
   if (value.is_structured()) return std::ranges::all_of(value, keeps_numbers);
   return !value.is_number_float();
@@ -93,8 +93,8 @@ void enter_members(JobLine& job, const Json& object, size_t number, const std::v
   }
 }
 
-// Enters what the line says; `job` has the id as soon as that is known. Throws a Failure, and nothing of the
-// JSON library's: one line must not end the others.
+// Reads the job from the line; sets the id of `job` as soon as it is known. Throws only a Failure, never the
+// JSON library's errors: one line must not end the others.
 void read_job(JobLine& job, std::string_view line, size_t number, const std::vector<std::string>& known) {
   try {
     enter_members(job, object_of(line, number), number, known);
@@ -224,7 +224,7 @@ class Lines : public TaskSource {
   bool ended_ = false;
 };
 
-// Errors stand in the documents; nobody may be reading standard error.
+// Errors go into the documents; nobody may be reading standard error.
 void write_documents(std::span<const Outcome> outcomes, ExitStatus& worst) {
   std::string data;
   for (const Outcome& outcome : outcomes) {
@@ -274,7 +274,7 @@ Source JobSource(const std::string& name, const std::string& text) {
   Message message = ParseMessage(name, {octets.begin(), octets.end()});
   const bool armoured = !std::ranges::equal(message.octets, octets);
   const bool whole = armoured && message.kind != inspect::Kind::Unknown;
-  // What is cut off is named as such, and not taken for a path of that length.
+  // A line that was cut off is reported as such, not read as a path of that length.
   const bool part = armoured && !message.octets.empty() && message.octets[0] == 0x30 && !FileExists(text);
   if (whole || part) return {name, std::move(message.octets)};
   return {text};

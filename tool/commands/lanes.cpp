@@ -177,7 +177,7 @@ class Run {
     lane.tasks.pop_front();
   }
 
-  // Hands on what is done; with `all` also what stands after a task that is not.
+  // Passes on finished outcomes in order; with `all` also those after an unfinished task.
   void tell(bool all) {
     std::vector<Outcome> ready;
     while (!outcomes_.empty() && (all || outcomes_.front())) {

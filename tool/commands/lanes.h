@@ -1,5 +1,5 @@
-// Lanes: processes forked off this one that each do whole tasks of a command, so that many are done at once
-// and what one of them reads harms no other. Outcomes come in the order of the tasks.
+// Lanes: child processes that each run whole tasks of a command, so that many run at once and none can harm
+// another. Outcomes arrive in the order of the tasks.
 #pragma once
 
 #include <cstddef>
@@ -18,7 +18,7 @@ namespace qex::tool {
 
 class StopRequest;
 
-// A task is what a lane is handed, or the outcome of one that needs no lane.
+// A task is the frame for a lane, or the outcome of a task that needs no lane.
 struct Task {
   std::string frame;
   std::optional<Outcome> done = {};
@@ -35,9 +35,9 @@ class TaskSource {
   virtual void Read() {}
 };
 
-// What is done in a lane, and what becomes of a task that ended its lane.
+// The work done in a lane, and the outcome of a task that ended its lane.
 struct LaneWork {
-  // Called once in each lane; what it returns is called with each task.
+  // Called once in each lane; the function that it returns is called with each task.
   std::function<std::function<Outcome(const std::string& frame)>()> start;
   std::function<Outcome(const std::string& frame)> lost;
 };
@@ -48,12 +48,11 @@ using OutcomeSink = std::function<void(std::span<const Outcome>)>;
 // AddLanesOption adds -j.
 void AddLanesOption(CLI::App& app, size_t& jobs);
 
-// LaneCount returns the number of lanes of -j; 0 stands for one a core.
+// LaneCount returns the number of lanes for -j; 0 means one per core.
 size_t LaneCount(size_t jobs);
 
-// RunLanes has all tasks done by at most `count` lanes. When a signal asks the process to stop, the lanes are
-// ended at once; what was done is handed to the sink all the same. Throws a Failure when there can be no
-// lane.
+// RunLanes runs all tasks in at most `count` lanes. When a signal asks the process to stop, the lanes are
+// ended at once; finished outcomes still go to the sink. Throws a Failure when no lane can be started.
 void RunLanes(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
               const StopRequest& stop);
 

@@ -44,7 +44,7 @@ std::string folder_of(const std::string& list) {
   return list.substr(0, list.rfind('/') + 1);
 }
 
-// The list, and its stamp beside it.
+// The list, and its stamp next to it.
 bool is_of_list(const fs::path& place, const fs::path& list) {
   return place == list || place == list.string() + ".tsr" || place == list.string() + ".tsq";
 }
@@ -159,7 +159,7 @@ std::string frame_of(const DigestEntry& entry, const std::string& path) {
   return frame;
 }
 
-// What stands in the folders and not in the list, whatever it is; none of it is opened.
+// Everything in the folders that the list does not name, of any kind; none of it is opened.
 void add_additional(std::vector<Subject>& subjects, const std::vector<std::string>& folders,
                     const std::string& list, const Manifest& manifest) {
   const fs::path listPlace = place_of(list);
@@ -270,7 +270,7 @@ std::string MakeManifest(const std::string& list, const std::vector<Subject>& fi
 
 ExitStatus VerifyManifest(const std::string& list, const std::vector<std::string>& folders, size_t jobs,
                           const VerifyArguments& common, const Trust& trust, const Options& options) {
-  // Read once: what the token is held against is what the files are held against.
+  // Read once, so that token and files are checked against the same list.
   VerifyArguments arguments = common;
   arguments.file = list;
   arguments.lineOnly = true;

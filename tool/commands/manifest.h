@@ -1,5 +1,5 @@
-// Manifests: a list of digests, in the format of sha256sum, whose one token stands for every file that it
-// names. Names are relative to the folder of the list, so that both can move together.
+// Manifests: a list of digests, in the format of sha256sum, whose one token covers every file in it. Names
+// are relative to the folder of the list, so that both can move together.
 #pragma once
 
 #include <cstddef>
@@ -17,9 +17,9 @@ namespace qex::tool {
 // and its relatives have no list for.
 const HashAlgorithm& ManifestHash(const std::string& name);
 
-// MakeManifest digests the files, at most `jobs` at once, and returns the text of the list that is to lie at
-// `list`. The list and its stamp are left out, and a file that is named twice stands there once. Throws a
-// Failure for the first file that cannot be read.
+// MakeManifest digests the files, at most `jobs` at once, and returns the text of the list for the path
+// `list`. It leaves out the list and its stamp, and lists a file that is named twice once. Throws a Failure
+// for the first file that cannot be read.
 std::string MakeManifest(const std::string& list, const std::vector<Subject>& files,
                          const HashAlgorithm& hash, size_t jobs, const Options& options);
 

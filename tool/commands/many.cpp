@@ -42,7 +42,7 @@ struct Tally {
   size_t pass = 0;
   size_t fail = 0;
   size_t open = 0;       // neither
-  size_t unchecked = 0;  // of the passes and the open ones: nobody is trusted
+  size_t unchecked = 0;  // of the passes and the open ones: no signer was trusted
   std::map<std::string, size_t> reasons;
   ExitStatus exit = ExitStatus::Ok;
 
@@ -104,7 +104,7 @@ std::string shown_line(const Outcome& outcome, const Options& options) {
   return Colored(line.substr(0, kVerdict), tone, options) + line.substr(kVerdict) + '\n';
 }
 
-// The data of outcomes goes out in one piece, their errors follow.
+// First the data of all outcomes in one piece, then their errors.
 void write_outcomes(std::span<const Outcome> outcomes, const Options& options) {
   std::string data;
   std::string errors;

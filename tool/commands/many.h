@@ -9,13 +9,13 @@
 
 namespace qex::tool {
 
-// RunMany has every subject done in lanes (a task's frame is the subject's, or its name) and writes what
-// becomes of them. With --json a subject is a document, and the summary is the last one. When a signal asks
-// the process to stop, it ends by that signal after the summary of what was done.
+// RunMany runs every subject in lanes (a task's frame is the subject's, or its name) and writes the outcomes.
+// With --json a subject is a document, and the summary is the last one. When a signal asks the process to
+// stop, it ends by that signal after the summary of the finished subjects.
 ExitStatus RunMany(const char* command, std::vector<Subject> subjects, size_t jobs, const LaneWork& work,
                    const Options& options);
 
-// LostOutcome is what becomes of a subject whose lane ended before it had answered.
+// LostOutcome is the outcome of a subject whose lane ended before it answered.
 Outcome LostOutcome(const char* command, const std::string& subject, const Options& options);
 
 }  // namespace qex::tool

@@ -1,4 +1,4 @@
-// What became of one subject of a command: rendered, so that it can cross a pipe, and written in one place.
+// The outcome of one subject of a command: rendered, so that it can cross a pipe, and written in one place.
 #pragma once
 
 #include <optional>
@@ -11,11 +11,11 @@ namespace qex::tool {
 
 struct Outcome {
   ExitStatus exit = ExitStatus::Ok;
-  bool unchecked = false;  // nothing says no, and nobody is trusted
+  bool unchecked = false;  // no check fails, but no signer was trusted
   std::string output;      // for standard output: text, or one line of JSON
   std::string errors;      // for standard error
   std::string line;        // of several subjects: one line, without a line feed
-  std::string reason;      // in one word, why it is no pass: the key of a check, or what was wrong
+  std::string reason;      // why it does not pass, in one word: the key of a check, or the fault
 };
 
 // Emit writes an outcome and returns its exit status.

@@ -123,8 +123,7 @@ const Program::Entry* Program::Chosen() const {
   return nullptr;
 }
 
-// The parser appends to the label what a check describes itself with: ":{auto,always,never}", ":INT in [0 -
-// 100]".
+// The parser appends the check's own description to the label: ":{auto,always,never}", ":INT in [0 - 100]".
 std::string ValueLabel(const CLI::Option& option) {
   const std::string type = option.get_type_name();
   const size_t check = type.rfind(':');

@@ -1,4 +1,4 @@
-// The command line as it is read: the parser with all commands and the options that they share.
+// The parser of the command line, with all commands and their shared options.
 #pragma once
 
 #include <string>
@@ -32,7 +32,7 @@ struct Program {
   const Entry* Chosen() const;
 };
 
-// ValueLabel returns what an option calls its value, as in --tsa URL.
+// ValueLabel returns an option's name for its value, as in --tsa URL.
 std::string ValueLabel(const CLI::Option& option);
 
 // ValueChoices returns the values that an option's check allows; none when it allows any.

@@ -1,4 +1,4 @@
-// Hash, policy, nonce and certificate of a request, and the digest that stands for a file.
+// Hash, policy, nonce and certificate of a request, and the digest given in place of a file.
 #include "tool/commands/request_options.h"
 
 #include <optional>

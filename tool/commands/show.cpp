@@ -1,4 +1,4 @@
-// qex show: what stands in a message, whatever kind it is. Nothing is verified.
+// qex show: the contents of a message of any kind. Verifies nothing.
 #include <memory>
 #include <string>
 #include <utility>

@@ -10,8 +10,8 @@
 
 namespace qex::tool {
 
-// SingleOutput returns what Outputs takes for the path of -o, of which an empty one is standard output.
-// Under --json standard output is the document's, and nothing is to be written there.
+// SingleOutput returns the path of -o for Outputs; an empty one is standard output. Under --json standard
+// output is the document's, and nothing else is written there.
 inline std::vector<Output> SingleOutput(const std::string& path, const Options& options,
                                         const std::string& terminalHint) {
   const std::string place = path.empty() ? "-" : path;

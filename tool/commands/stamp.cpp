@@ -1,4 +1,4 @@
-// qex stamp: what the command line asks for, as a plan for each file.
+// qex stamp: turns the command line into a plan for each file.
 #include <algorithm>
 #include <chrono>
 #include <cstdlib>
@@ -27,7 +27,7 @@ namespace {
 
 using std::chrono::milliseconds;
 
-// What an authority that asks to be left alone can ask for at most.
+// The longest pause that an authority can ask for.
 constexpr milliseconds kLongestWait{60000};
 
 struct Arguments {

@@ -29,7 +29,7 @@ struct Places {
   bool replyIsGiven = false;
 };
 
-// What is wanted, and what came of it so far.
+// The plan, and its results so far.
 struct Stamp {
   const StampPlan& plan;
   const StampSubject& subject;
@@ -73,7 +73,7 @@ std::vector<Output> outputs_of(const Places& places, const StampSubject& subject
     if (subject.content) outputs.push_back({subject.file, false, "", subject.content->size()});
     return outputs;
   }
-  if (options.json) return {};  // the reply stands in the document
+  if (options.json) return {};  // the document contains the reply
   return {{"-", false, "name a file with -o"}};
 }
 
@@ -113,7 +113,7 @@ Expected expectation(const Stamp& stamp) {
 
 constexpr const char* kClock = "clock";  // the key of the note
 
-// A time far from this machine's is worth a look; which of the two clocks is wrong nobody here can tell.
+// A time far from this machine's deserves a note; either clock may be wrong.
 void note_skew(Stamp& stamp) {
   using namespace std::chrono;
   const auto time = ParseGenTime(InfoOf(stamp.answer.facts).genTime);
@@ -172,7 +172,7 @@ Json document_of(const Stamp& stamp, const Trust& trust, const std::optional<Fai
   const Facts& facts = stamp.answer.facts;
   Json document = NewDocument("stamp", stamp.subject.file);
   if (facts.token) SetVerdict(document, stamp.report, trust, stamp.authority);
-  // A stamp without anybody to trust is no failure.
+  // A stamp without a trusted authority is not a failure.
   document["exit"] = 0;
   document["error"] = document["hint"] = nullptr;
   if (failure) SetFailure(document, *failure);

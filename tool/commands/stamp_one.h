@@ -17,7 +17,7 @@
 
 namespace qex::tool {
 
-// What holds for every file of one command line.
+// Options that apply to every file of one command line.
 struct StampPlan {
   RequestOptions request;
   std::vector<std::string> authorities;  // addresses, or HOST:PORT of the socket framing
@@ -26,18 +26,19 @@ struct StampPlan {
   Patience patience;
   std::chrono::milliseconds maxSkew{
       300000};                      // of the token's time from the clock, before a note is made of it
-  std::string output;               // file, folder or -; empty: beside the stamped file
-  std::vector<std::string> inputs;  // files that no output may take the place of
+  std::string output;               // file, folder or -; empty: next to the stamped file
+  std::vector<std::string> inputs;  // files that no output may replace
 };
 
-// What is stamped: a file, a digest that stands for one, or a file that is written together with its stamp.
+// The subject of a stamp: a file, a digest in place of one, or a file that is written together with its
+// stamp.
 struct StampSubject {
   std::string file;
   std::optional<Bytes> digest = {};
   std::optional<std::string> content = {};  // of a file that is still to be written
 };
 
-// StampOne stamps and renders what came of it; no Failure leaves it.
+// StampOne stamps and renders the outcome; it throws no Failure.
 Outcome StampOne(const StampPlan& plan, const StampSubject& subject, Worker& worker, const Trust& trust,
                  const Options& options);
 

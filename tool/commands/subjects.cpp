@@ -27,8 +27,8 @@ bool exists(const std::string& path) {
   return fs::exists(fs::symlink_status(path, none));
 }
 
-// The regular files below a folder, links to them included; for Entries all that is no folder. Links to
-// folders are not followed, so there is no circle. What cannot be read is a subject that fails.
+// The regular files below a folder, links to them included; for Entries everything except folders. Links to
+// folders are not followed, so there is no cycle. A folder that cannot be read is a subject that fails.
 std::vector<std::string> files_below(const std::string& top, FolderRule rule,
                                      std::vector<Subject>& subjects) {
   std::vector<std::string> names;

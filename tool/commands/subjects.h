@@ -21,7 +21,7 @@ struct SubjectOptions {
   bool nulSeparated = false;
   size_t jobs = 0;  // 0: one a core
 
-  // Whether one FILE stands there alone, which is treated by itself.
+  // Whether one FILE is given alone, which is handled separately.
   bool Single() const { return files.size() <= 1 && folders.empty() && lists.empty(); }
 };
 
@@ -30,19 +30,19 @@ struct Subject {
   std::string name;
   bool named = false;  // on the command line
   std::optional<Failure> failure = {};
-  std::string frame = {};  // what a lane is handed, where that is more than the name
+  std::string frame = {};  // the frame for a lane, if it is more than the name
 };
 
-// Which files of a folder are meant: those with a token beside them; those that are neither stamped nor a
-// stamp; those that are no stamp; every one; and with them what is no file: links that lead to none, pipes,
-// devices. The names of Entries are not looked at any further.
+// Which files of a folder to select: those with a token next to them; those that are neither stamped nor a
+// stamp; those that are not a stamp; every one; and for Entries also links that lead nowhere, pipes and
+// devices. Entries are listed without further checks.
 enum class FolderRule { Stamped, Unstamped, Stampable, Every, Entries };
 
 void AddSubjectOptions(CLI::App& app, SubjectOptions& options, const char* fileText, const char* folderText);
 
 // FindSubjects returns the subjects in the order of the command line: FILE..., folders, lists; those of a
-// folder sorted. What cannot be read is a subject with a failure. Throws a usage failure for options that do
-// not go together.
+// folder sorted. An unreadable one is a subject with a failure. Throws a usage failure for options that
+// exclude each other.
 std::vector<Subject> FindSubjects(const SubjectOptions& options, FolderRule rule);
 
 }  // namespace qex::tool

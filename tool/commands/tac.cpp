@@ -96,7 +96,7 @@ ExitStatus show_fields(const Arguments& arguments, const Options& options, const
   return missing->exit;
 }
 
-// A certificate that lies in a file of its own.
+// A certificate in a file of its own.
 ExitStatus show_alone(const Arguments& arguments, const Options& options, const Message& message,
                       const std::optional<TacMatch>& match) {
   const std::string name = ShownPath(message.path);

@@ -1,4 +1,4 @@
-// Reading certificates and lists of revocation as they lie in files and folders.
+// Reads certificates and revocation lists from files and folders.
 #include "tool/commands/trust_options.h"
 
 #include <algorithm>
@@ -68,7 +68,7 @@ std::vector<Bytes> read_lists(const std::string& path) {
   std::vector<Bytes> found = whole_blocks(path, data, kListLabels);
   if (!found.empty()) return found;
   Message message = ParseMessage(path, std::move(data));
-  // A list is no message of a known kind; whether it is one the worker says.
+  // A list is not a message of a known kind; the worker decides whether it is a list.
   const bool sequence = !message.octets.empty() && message.octets[0] == 0x30;
   if (sequence && message.kind == inspect::Kind::Unknown) return {std::move(message.octets)};
   throw Failure{ExitStatus::Input, ShownPath(path) + ": is no list of revoked certificates",

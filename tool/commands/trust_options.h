@@ -26,8 +26,8 @@ struct TrustOptions {
 
 void AddTrustOptions(CLI::App& app, TrustOptions& options);
 
-// ReadTrust reads what the options name and takes the armour off; throws a Failure. What lies in the files is
-// decoded by Worker::CheckTrust.
+// ReadTrust reads the files that the options name and removes their armour; throws a Failure.
+// Worker::CheckTrust decodes the contents.
 Trust ReadTrust(const TrustOptions& options);
 
 }  // namespace qex::tool

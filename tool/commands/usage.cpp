@@ -32,7 +32,7 @@ size_t edit_distance(std::string_view one, std::string_view other) {
 
 // The nearest of the names; empty when none is near. A beginning is as near as one slip.
 std::string nearest(std::string_view word, const std::vector<std::string>& names) {
-  constexpr size_t kLongest = 40;  // no name is longer, and what is typed may be
+  constexpr size_t kLongest = 40;  // no name is longer, but the typed word may be
   if (word.size() > kLongest) return "";
   std::string best;
   size_t least = 2 + word.size() / 5;
@@ -96,8 +96,8 @@ Failure unknown_option(const std::string& word, const Program& program) {
                       hint);
 }
 
-// What the parser says, as part of a line: a sentence begins in lower case; names of arguments, which are
-// capitals throughout, stay.
+// The parser's message, as part of a line: a sentence begins in lower case; names of arguments, which are all
+// capitals, stay.
 std::string parser_text(const CLI::ParseError& error) {
   std::string text = error.what();
   const auto is_capital = [&text](size_t at) {
@@ -134,7 +134,7 @@ Failure UnreadCommandLine(const CLI::ParseError& error, const Program& program) 
     return UsageFailure("no command is named", "'qex help' lists the commands");
   }
   const std::string hint = "'qex help " + chosen->app->get_name() + "' lists what it takes";
-  // A misspelt option is named before what is missing for want of it.
+  // Name a misspelt option before the option that is missing because of it.
   if (option != rest.end()) return unknown_option(*option, program);
   if (dynamic_cast<const CLI::ExtrasError*>(&error) == nullptr || rest.empty()) {
     return UsageFailure(parser_text(error), hint);

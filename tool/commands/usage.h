@@ -1,4 +1,4 @@
-// A command line that cannot be read, as a failure that says what was meant.
+// Turns a command line that cannot be read into a failure with a suggestion.
 #pragma once
 
 #include "tool/base/failure.h"
@@ -11,11 +11,11 @@ namespace qex::tool {
 
 struct Program;
 
-// UnreadCommandLine returns the failure that `program` ended with `error` while it read the command line.
-// What looks like a slip of the fingers gets a suggestion.
+// UnreadCommandLine returns the failure for the `error` with which `program` refused the command line. A
+// likely misspelling gets a suggestion.
 Failure UnreadCommandLine(const CLI::ParseError& error, const Program& program);
 
-// UnknownCommand returns the failure that a name is which is no command's.
+// UnknownCommand returns the failure for a name that is not a command.
 Failure UnknownCommand(const std::string& name);
 
 }  // namespace qex::tool

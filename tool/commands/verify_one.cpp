@@ -21,14 +21,14 @@ constexpr const char* kPinHint =
     "say whom you trust: --tsa-cert, --tsa-fingerprint, --ca-file, --ca-path, --system-ca or "
     "--insecure-any-signer";
 
-// The request beside a token: X.tsq beside X.tsr, which is FILE.tsq beside FILE.tsr.
+// The request next to a token: X.tsq for X.tsr, so FILE.tsq for FILE.tsr.
 std::string request_beside(const Source& token) {
   if (token.data || !token.path.ends_with(".tsr")) return "";
   const std::string request = token.path.substr(0, token.path.size() - 4) + ".tsq";
   return IsRegularFile(request) ? request : "";
 }
 
-// The names that were not given are found beside the file and the token.
+// Looks for names that were not given next to the file and the token.
 VerifyArguments with_files_beside(VerifyArguments arguments) {
   if (!arguments.file.empty() && !arguments.digest.empty()) {
     throw UsageFailure("--digest stands for the file, so it takes no FILE", "leave one of them out");

@@ -1,4 +1,4 @@
-// Verifying one token: the files that are meant, what is expected of it, and the outcome.
+// Verifies one token: finds its files, states the expectations, and renders the outcome.
 #pragma once
 
 #include <optional>
@@ -13,12 +13,12 @@
 
 namespace qex::tool {
 
-// The verdict when all checks pass and nobody is trusted.
+// The verdict when all checks pass and no signer is trusted.
 inline constexpr const char* kUnpinned = "consistent in itself, authority not checked";
 
 struct VerifyArguments {
   std::string file;
-  std::optional<std::string> content;  // of the file, where it is at hand
+  std::optional<std::string> content;  // of the file, if already in memory
   Source token;
   Source request;
   std::string digest;
@@ -41,8 +41,8 @@ Outcome OutcomeOf(const Failure& failure, const char* command, const std::string
 // Failure.
 Imprint ExpectedDigest(const std::string& text, const Facts& facts);
 
-// SetVerdict enters indication and sub-indication of the checks into a document, and returns the failure that
-// the checks and the want of anybody to trust come to.
+// SetVerdict enters indication and sub-indication of the checks into a document. It returns the failure that
+// follows from the checks and from the absence of trust options.
 std::optional<Failure> SetVerdict(Json& document, const Report& report, const Trust& trust,
                                   const std::string& name);
 

@@ -113,7 +113,7 @@ std::string certificate_hint(long result, std::string_view detail, const char* o
   return row == std::end(kCertificates) ? otherwise : row->hint;
 }
 
-// Alerts by which a server ends the connection because of the client's certificate, or for want of one.
+// Alerts by which a server ends the connection because the client's certificate is bad or missing.
 struct AlertRow {
   const char* word;
   const char* hint;
@@ -142,7 +142,7 @@ std::string first_line(const Bytes& body) {
   return line.empty() ? "" : Quoted(line);
 }
 
-// As it stands when it has the form of one, else quoted like any foreign text.
+// Shown unchanged if it has the form of one, else quoted like any foreign text.
 std::string shown_type(const char* contentType) {
   if (contentType == nullptr) return "none";
   const std::string_view type = std::string_view(contentType).substr(0, kMaxShown);
@@ -177,7 +177,7 @@ ExchangeFailure TransferFailure(const CurlHandle& handle, const std::string& url
   ExchangeFailure failure = LastingFault(ExitStatus::Network, name + ": " + text,
                                          known ? row->hint : "look at the address and the connection");
   failure.again = known && row->again;
-  // What lies in the files that the caller named is no fault of the network.
+  // The contents of the caller's files are not a fault of the network.
   if (code == CURLE_SSL_CACERT_BADFILE || code == CURLE_SSL_CERTPROBLEM) {
     failure.exit = ExitStatus::Input;
     failure.own = true;

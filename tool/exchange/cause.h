@@ -1,4 +1,4 @@
-// What ended a transfer, in words: each cause with the next step that helps.
+// The cause of a failed transfer, in words: each cause with the next step that helps.
 #pragma once
 
 #include <string>
@@ -9,8 +9,8 @@
 
 namespace qex::tool {
 
-// TransferFailure returns the failure of a transfer that libcurl ended; `detail` is libcurl's own text of it,
-// which may be empty. `url` is what was asked for, and `name` how it is shown.
+// TransferFailure returns the failure for a transfer that libcurl ended; `detail` is libcurl's own text,
+// which may be empty. `url` is the address that was asked, and `name` its form for display.
 ExchangeFailure TransferFailure(const CurlHandle& handle, const std::string& url, const std::string& name,
                                 CURLcode code, const char* detail);
 
@@ -18,7 +18,7 @@ ExchangeFailure TransferFailure(const CurlHandle& handle, const std::string& url
 ExchangeFailure StatusFailure(const CurlHandle& handle, const std::string& name, const char* contentType,
                               const Bytes& body);
 
-// NoReplyFailure returns that of an answer with status 200 that is no time-stamp reply.
+// NoReplyFailure returns the failure for an answer with status 200 that is not a time-stamp reply.
 ExchangeFailure NoReplyFailure(const std::string& name, const char* contentType, const Bytes& body);
 
 }  // namespace qex::tool

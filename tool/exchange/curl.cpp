@@ -1,4 +1,4 @@
-// Loading libcurl, and what the two transports share of it.
+// Loads libcurl, and holds the code that both transports share.
 #include "tool/exchange/curl.h"
 
 #include <dlfcn.h>
@@ -41,8 +41,8 @@ CurlFunctions load() {
   return functions;
 }
 
-// libcurl says of missing descriptors that memory ran out, or that nobody answers; and a reply that came
-// could not be read without some for the worker. So they are looked for before anything is sent.
+// When descriptors run out, libcurl reports lack of memory or an unreachable server; and a received reply
+// could not be read without descriptors for the worker. So they are checked before anything is sent.
 void require_descriptors() {
   constexpr size_t kNeeded = 12;  // libcurl's own pairs, one or two connections, a file; or three pipes
   std::vector<int> held;
@@ -77,7 +77,7 @@ CurlHandle NewCurl(std::chrono::milliseconds timeout) {
   SetCurl(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(timeout.count()));
   SetCurl(handle, CURLOPT_NOSIGNAL, 1L);
 #if LIBCURL_VERSION_NUM >= 0x075700
-  // The thread that looks a name up is left behind, where cleaning up would wait for it.
+  // The thread that resolves a name is abandoned, as cleaning up would wait for it.
   SetCurl(handle, CURLOPT_QUICK_EXIT, 1L);
 #endif
   return handle;

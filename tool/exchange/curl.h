@@ -57,7 +57,7 @@ CurlHandle NewCurl(std::chrono::milliseconds timeout);
 
 CurlUrl NewCurlUrl();
 
-// UrlPart returns a part of an address; empty when it has none, or is no address.
+// UrlPart returns a part of an address; empty when the part is absent or the address invalid.
 std::string UrlPart(const std::string& url, CURLUPart part);
 
 // CheckCurlSetting throws a Failure when a setting was refused.

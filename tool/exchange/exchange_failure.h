@@ -1,4 +1,4 @@
-// Why one authority did not give what was asked for, and what that means for asking it again.
+// Why one authority did not give a usable reply, and whether to ask it again.
 #pragma once
 
 #include <chrono>

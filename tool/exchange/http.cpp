@@ -98,7 +98,7 @@ void set_protocols(const CurlHandle& handle, bool tls) {
 #endif
 }
 
-// The files were read under a limit of their own; libcurl is given what lay in them.
+// The files were read under their own limit; libcurl gets their contents.
 void set_pem(const CurlHandle& handle, CURLoption option, const Bytes& pem) {
   if (pem.empty()) return;
   struct curl_blob blob {
@@ -131,7 +131,7 @@ bool is_reply(const Bytes& body) {
   return inspect::KindOf(body) == inspect::Kind::Reply;
 }
 
-// What libcurl ended or the server sent too much of; nothing is left of it to be read.
+// libcurl ended the transfer, or the server sent too much; no reply remains to be read.
 void check_transfer(const CurlHandle& curl, const HttpSettings& settings, const Received& received,
                     CURLcode code, const char* detail) {
   const std::string name = ShownUrl(settings.url);
@@ -166,7 +166,7 @@ HttpReply reply_of(const CurlHandle& curl, const std::string& name, Received rec
 std::string ShownUrl(const std::string& url) {
   const size_t scheme = url.find("://");
   const size_t host =
-      scheme == std::string::npos ? 0 : scheme + 3;  // one without a scheme is no address, and shown
+      scheme == std::string::npos ? 0 : scheme + 3;  // without a scheme it is not an address, and is shown
   const size_t at = url.substr(0, url.find_first_of("/?#", host)).rfind('@');
   return at == std::string::npos || at < host ? url : url.substr(0, host) + url.substr(at + 1);
 }

@@ -11,23 +11,23 @@ namespace qex::tool {
 struct HttpSettings {
   std::string url;
   std::chrono::milliseconds timeout{30000};
-  std::string user;  // NAME:PASSWORD; empty: what ~/.netrc has for the host, if anything
+  std::string user;  // NAME:PASSWORD; empty: the entry of ~/.netrc for the host, if any
   // PEM texts, empty: none.
   Bytes roots;       // of the server's certificate, in place of the system's
   Bytes clientCert;  // for TLS client authentication
-  Bytes clientKey;   // empty: it stands beside the certificate
+  Bytes clientKey;   // empty: in the file of the certificate
 };
 
 struct HttpReply {
   Bytes body;
   long status = 0;
-  std::string note;  // what was unusual about it, for people; empty: nothing
+  std::string note;  // an oddity of the exchange, for people; empty: none
 };
 
-// ShownUrl returns the address without a user and password that stand in it.
+// ShownUrl returns the address without its user and password.
 std::string ShownUrl(const std::string& url);
 
-// CheckUrl throws a usage Failure for what is no address of http or https.
+// CheckUrl throws a usage Failure for anything but an http or https address.
 void CheckUrl(const std::string& url);
 
 // PostRequest sends a time-stamp request and returns the reply, of at most 1 MiB; throws an ExchangeFailure.

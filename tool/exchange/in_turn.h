@@ -1,4 +1,4 @@
-// Asking several authorities in turn, until one of them gives what is wanted.
+// Asks several authorities in turn, until one gives a usable reply.
 #pragma once
 
 #include <chrono>
@@ -15,15 +15,15 @@ struct Patience {
   std::chrono::milliseconds longestWait{0};  // for an authority that asks to be left alone
 };
 
-// What one authority did not give, and why.
+// One authority's failure, and its reason.
 struct Attempt {
   std::string authority;
   ExchangeFailure failure;
 };
 
 // AskInTurn calls `ask` with each of `authorities` until it returns, and notes each Failure that it throws.
-// Only the caller's own fault ends it early. Authorities at which it may help are asked again, after a pause
-// that doubles with every round and is never shorter than what they ask for. Throws the last failure.
+// Only the caller's own fault ends it early. Authorities that may answer later are asked again, after a pause
+// that doubles with every round and is never shorter than they ask for. Throws the last failure.
 void AskInTurn(const std::vector<std::string>& authorities, const Patience& patience,
                const std::function<void(const std::string&)>& ask, std::vector<Attempt>& attempts);
 

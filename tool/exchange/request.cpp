@@ -1,4 +1,4 @@
-// Requests: nonce, policy, encoding, and the comparison of what was encoded with what was meant.
+// Requests: nonce, policy, encoding, and the comparison of the encoding with the intended values.
 #include "tool/exchange/request.h"
 
 #include <sys/random.h>
@@ -77,7 +77,7 @@ Identifiers identifiers_of(const Bytes& request) {
   return {{hash.begin(), hash.end()}, {policy.begin(), policy.end()}};
 }
 
-// What an encoded request asks for, in place of what was meant.
+// The values in an encoded request, for comparison with the intended ones.
 std::string asked_for(const Bytes& policy) {
   if (policy.empty()) return "no policy at all";
   const std::string text = inspect::DecodeOid(policy);
@@ -103,7 +103,7 @@ Bytes NonceFromHex(const std::string& text) {
     throw UsageFailure("nonce " + Quoted(text) + ": not a hexadecimal number",
                        "for example --nonce 0123456789abcdef");
   }
-  octets->insert(octets->begin(), 0);  // a number is meant, so the top bit is no sign
+  octets->insert(octets->begin(), 0);  // a number is meant, so the top bit is not a sign
   Bytes nonce = MinimalInteger(*octets);
   if (nonce.size() > sizeof QEX_TSQ_DATA_EX::nonce) {
     throw UsageFailure("nonce of " + std::to_string(nonce.size()) + " octets: at most 40 can be carried",

@@ -12,7 +12,7 @@
 
 namespace qex::tool {
 
-// What the options of `request` and `stamp` ask for.
+// The request that the options of `request` and `stamp` describe.
 struct RequestOptions {
   std::string hash = "sha256";
   std::string policy;
@@ -21,7 +21,7 @@ struct RequestOptions {
   bool noCertificate = false;
 };
 
-// A request, and what it holds.
+// A request and its contents.
 struct Request {
   QEX_TSQ_DATA_EX record;
   Bytes der;
@@ -33,9 +33,8 @@ Bytes NonceFromHex(const std::string& text);
 // PolicyOctets returns the contents octets of a policy in dotted text; throws a Failure.
 Bytes PolicyOctets(const std::string& text);
 
-// MakeRequest builds the request for a digest. What was encoded is compared with what was meant:
-// the library drops groups of zeros inside a large arc, and a policy that it cannot carry is a
-// Failure.
+// MakeRequest builds the request for a digest. It compares the encoding with the intended values: the library
+// drops groups of zeros inside a large arc, and a policy that it cannot carry is a Failure.
 Request MakeRequest(const RequestOptions& options, const HashAlgorithm& hash, ByteView digest);
 
 // FramedRequest encodes the request for a transport mode.

@@ -8,7 +8,7 @@
 
 namespace qex::tool {
 
-// CheckSocketAddress throws a usage Failure for what is not HOST:PORT or [v6]:PORT.
+// CheckSocketAddress throws a usage Failure for anything but HOST:PORT or [v6]:PORT.
 void CheckSocketAddress(const std::string& address);
 
 // ExchangeOverSocket sends a framed request to `address` (HOST:PORT, [v6]:PORT) and returns the reply

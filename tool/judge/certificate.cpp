@@ -1,5 +1,5 @@
-// The signer's certificate: what it is meant for, its dates, its chain, and whether it was revoked. The
-// strict reader alone knows of these.
+// The signer's certificate: its purpose, dates, chain and revocation. Only the strict reader provides these
+// facts.
 #include "tool/judge/library_word.h"
 #include "tool/judge/signer_parts.h"
 
@@ -88,7 +88,7 @@ SubIndication sub_of(ChainResult result) {
   }
 }
 
-// Returns whether a chain stands.
+// Returns whether the chain holds.
 bool judge_chain(Report& report, const StrictReading& strict, const Trust& trust) {
   if (!trust.chainWanted) {
     report.Skip("chain", "no roots were named (--ca-file, --ca-path, --system-ca)");

@@ -1,4 +1,4 @@
-// What a token says: request, imprint, nonce, policy, structure and time.
+// The contents of a token: request, imprint, nonce, policy, structure and time.
 #include <algorithm>
 
 #include "tool/base/escape.h"
@@ -16,8 +16,8 @@ using inspect::NamedOid;
 
 constexpr const char* kTstInfo = "1.2.840.113549.1.9.16.1.4";
 
-// What of a request is not the token's. Its nonce and policy have checks of their own, unless options have
-// taken their places there.
+// The parts of a request that differ from the token's. Its nonce and policy have checks of their own, unless
+// options replace them there.
 const char* what_differs(const RequestFacts& request, const TstInfo& info, const Expected& expected) {
   if (request.imprint != info.imprint) return "imprint";
   const bool nonceChecked = expected.nonceSource == expected.requestSource;
@@ -39,7 +39,7 @@ void judge_request(Report& report, const Facts& facts, const Expected& expected)
   }
 }
 
-// What is wrong with an imprint by itself; nothing when it is in order.
+// The fault of an imprint by itself; empty when there is none.
 std::optional<Fault> fault_of_imprint(const Imprint& imprint, const std::string& source,
                                       const Options& options) {
   const HashAlgorithm* hash = FindHash(imprint.algorithm);
@@ -125,8 +125,8 @@ std::string names_of(const std::vector<Bytes>& identifiers) {
   return text;
 }
 
-// RFC 3161, 2.4.2: thousandths up to 999 of what is above them. Zero, which it excludes, is what some
-// authorities write for nothing.
+// RFC 3161, 2.4.2: thousandths up to 999 of the next larger unit. It excludes zero, which some authorities
+// write for absent.
 bool is_in_range(const Accuracy& accuracy) {
   const auto below = [](const std::optional<int64_t>& part, int64_t end) {
     return !part || (*part >= 0 && *part < end);
@@ -134,7 +134,7 @@ bool is_in_range(const Accuracy& accuracy) {
   return below(accuracy.seconds, INT64_MAX) && below(accuracy.millis, 1000) && below(accuracy.micros, 1000);
 }
 
-// What is wrong with a structure, the first thing found; empty when nothing is.
+// The first fault of a structure; empty when there is none.
 std::string fault_of_structure(const Structure& structure, const TstInfo& info) {
   if (info.version != 1) return "version " + std::to_string(info.version) + " of the TSTInfo, not 1";
   if (structure.signers != 1) return std::to_string(structure.signers) + " signers, not one";

@@ -151,7 +151,7 @@ Json TacFields(const TacFacts& tac) {
 
 std::optional<Failure> MissingTiming(const TacFacts& tac, const std::string& subject) {
   if (tac.metricsCode != QEX_OK &&
-      !is_cut(tac.metricsCode)) {  // what did not fit its field is noted, and no failure
+      !is_cut(tac.metricsCode)) {  // values that did not fit their field are noted, not a failure
     return Failure{ExitOfCode(tac.metricsCode),
                    subject + ": the attribute certificate states no timing metrics",
                    "it serves another purpose, or its issuer left them out", tac.metricsCode};

@@ -23,13 +23,13 @@ Json RequestFields(const RequestFacts& request);
 Json StatusFields(const Status& status);
 Json KeyFields(const SignerKey& key);
 
-// FailureNames names what a failInfo says went wrong, bit by bit: "badAlg, badRequest".
+// FailureNames names the bits of a failInfo: "badAlg, badRequest".
 std::string FailureNames(const Status& status);
 
 // StatusName names a PKIStatus: "granted", "unknown status".
 std::string StatusName(const Status& status);
 
-// TacFields returns what is shown of an attribute certificate, with its digest.
+// TacFields returns the fields shown of an attribute certificate, with its digest.
 Json TacFields(const TacFacts& tac);
 
 // MissingTiming returns the failure that a certificate without timing metrics or timing policy is; nothing

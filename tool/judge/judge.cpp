@@ -1,4 +1,4 @@
-// The checks in their order, and what a refusal is.
+// The checks in their order, and the form of a refusal.
 #include "tool/judge/judge.h"
 
 #include "api/qex.h"

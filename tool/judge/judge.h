@@ -1,5 +1,5 @@
-// Judging a token: what it says is held against what was asked for, and its signer against whom the caller
-// trusts. Works on facts (message/facts.h) and decodes nothing.
+// Judges a token: compares its contents with what was asked for, and its signer with the trust options. Works
+// on facts (message/facts.h) and decodes nothing.
 #pragma once
 
 #include <optional>
@@ -13,7 +13,7 @@
 
 namespace qex::tool {
 
-// What the token is to hold; parts that are absent are not checked.
+// The values that the token must hold; absent parts are not checked.
 struct Expected {
   std::optional<Imprint> imprint;
   std::string imprintSource;                                          // file name or option
@@ -27,12 +27,12 @@ struct Expected {
   std::string policySource;
 };
 
-// How the judging is done, beside the options that every command takes.
+// The manner of judging, in addition to the options of every command.
 struct Manner {
   std::string ess = "auto";
   bool libraryOnly = false;
   bool signatureAsked =
-      true;  // false: the authority was not asked for its certificate, and nobody is trusted
+      true;  // false: the authority was not asked for its certificate, and no signer is trusted
 };
 
 // JudgeToken makes every check of a token, in the order of the manual.
@@ -51,7 +51,7 @@ std::string AttributeName(const Facts& facts, const Manner& manner);
 // RefusalOf returns the failure that a refused request is; nothing for a granted one or a bare token.
 std::optional<Failure> RefusalOf(const Facts& facts, const std::string& subject);
 
-// The parts of JudgeToken that lie in a source of their own.
+// The parts of JudgeToken in sources of their own.
 void JudgeContents(Report& report, const Facts& facts, const Expected& expected, const Options& options);
 void JudgeSigner(Report& report, const Facts& facts, const Trust& trust, const Manner& manner,
                  const Options& options);

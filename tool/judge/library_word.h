@@ -1,5 +1,5 @@
-// What the library's checks of a signature come to. It says nothing about a signature that it cannot try; the
-// strict reader decides alone then.
+// The result of the library's checks of a signature. A signature that it cannot try has no result; the strict
+// reader then decides alone.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ namespace qex::tool {
 enum class Word { Good, Bad, Silent };
 Word LibraryWord(const Facts& facts);
 
-// LibrarySilence says in words what the library could not try; empty when it could try all.
+// LibrarySilence describes in words what the library could not try; empty when it could try all.
 std::string LibrarySilence(const Facts& facts);
 
 // TellingCheck returns the check of the library that says no, else the first; null when none was made.
@@ -23,7 +23,7 @@ const LibraryCheck* TellingCheck(const Facts& facts);
 int32_t CodeOf(const Facts& facts);
 Fault WithCode(Fault fault, const Facts& facts);
 
-// Shown folds and cuts a reader's text, in which names from certificates stand.
+// Shown folds and cuts a reader's text, which may contain names from certificates.
 std::string Shown(const std::string& text);
 
 }  // namespace qex::tool

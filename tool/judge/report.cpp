@@ -17,7 +17,7 @@ constexpr const char* kVerdicts[] = {"pass", "fail", "skip", "note"};
 constexpr Tone kTones[] = {Tone::Good, Tone::Bad, Tone::Aside, Tone::Aside};
 constexpr const char* kBy[] = {"", "libqex", "strict", "both"};
 
-// What could be done by both readers and was done by one is marked.
+// A check that both readers could do and only one did is marked.
 bool is_shown(const Check& check) {
   constexpr std::string_view kByBoth[] = {"imprint", "nonce",     "policy", "structure",
                                           "time",    "signature", "signer"};

@@ -1,5 +1,5 @@
-// The outcome of checks: one line each, in text and JSON alike, a line for what was not checked, and one for
-// what is worth knowing besides.
+// The outcome of the checks: one line each, the same in text and JSON, a line for each skipped check, and one
+// for each note.
 #pragma once
 
 #include <optional>
@@ -59,7 +59,7 @@ struct Check {
 class Report {
  public:
   void Pass(std::string name, std::string text, By by = By::None);
-  // What was not checked, with the reason.
+  // A check that was skipped, with the reason.
   void Skip(std::string name, std::string text);
   void Note(std::string name, std::string text);
   // A check that says no; the first one decides the exit status.

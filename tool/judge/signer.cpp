@@ -1,4 +1,4 @@
-// Who signed, by both readers, and what is left out when that cannot be told.
+// The signer, from both readers, and the checks omitted if it is unknown.
 #include <algorithm>
 
 #include "api/qex.h"
@@ -18,7 +18,7 @@ Fault mismatch(const std::string& text, const Facts& facts) {
                   facts);
 }
 
-// What the signing-certificate attributes say against the signer; nothing when they name it.
+// The objections of the signing-certificate attributes to the signer; empty when they name it.
 std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust, const Manner& manner) {
   const std::string name = AttributeName(facts, manner);
   if (facts.strict) {

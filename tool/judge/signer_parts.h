@@ -1,4 +1,4 @@
-// The parts of JudgeSigner that lie in sources of their own.
+// The parts of JudgeSigner in sources of their own.
 #pragma once
 
 #include "tool/judge/judge.h"

@@ -1,8 +1,8 @@
-// What a worker found out about one message. Every part has a type: one that is absent, or misspelt on its
-// way through the pipe, cannot be taken for one that is in order (facts_json.h).
+// The facts that a worker found about one message. Every part has a type: an absent part, or one misspelt on
+// its way through the pipe, cannot pass for one in order (facts_json.h).
 //
-// Two readers look at a token: the library, and a strict one on OpenSSL's libcrypto. Either may stop, and
-// then says where.
+// Two readers examine a token: the library, and a strict one on OpenSSL's libcrypto. Either may stop, and
+// then reports where.
 #pragma once
 
 #include <cstdint>
@@ -43,14 +43,14 @@ struct TstInfo {
   bool operator==(const TstInfo&) const = default;
 };
 
-// What the structure check looks at. Identifiers are contents octets.
+// Facts for the structure check. Identifiers are contents octets.
 struct Structure {
   uint64_t signers = 0;
   Bytes contentType;                          // of the signed content
   std::optional<Bytes> contentTypeAttribute;  // the first one of the first signer
   bool messageDigestPresent = false;
   std::vector<Bytes>
-      repeatedAttributes;              // signed attributes that stand more than once, or have not one value
+      repeatedAttributes;  // signed attributes that occur more than once, or do not have exactly one value
   bool imprintParametersFit = false;   // absent or NULL
   std::vector<Bytes> unknownCritical;  // critical extensions of the TSTInfo
   std::optional<bool> tsaNameFits;  // the tsa name is one of the signer's; absent: no name, or not compared
@@ -111,7 +111,7 @@ enum class SignatureResult : uint8_t {
   Invalid,        // it was tried, and does not verify
   Unsupported,    // the algorithm is unknown to the reader; it was not tried
   KeyTooLarge,    // not tried
-  NoCertificate,  // none at hand that the token names
+  NoCertificate,  // the token names a certificate that is not available
 };
 
 struct StrictSignature {
@@ -122,7 +122,7 @@ struct StrictSignature {
   uint64_t digestBits = 0;  // 0: unknown
 };
 
-// What an ESS signing-certificate attribute (RFC 2634, RFC 5035) says of the certificate that signed.
+// The statement of an ESS signing-certificate attribute (RFC 2634, RFC 5035) about the signer's certificate.
 enum class EssMatch : uint8_t { Absent, Names, NamesAnother, Unreadable };
 
 // A judgement with its reason, for people.
@@ -187,7 +187,7 @@ struct StrictReading {
   std::optional<Judgement> keyUsage;        // present with a signer
   std::optional<Validity> validity;         // present with a signer and a readable time
   std::optional<Chain> chain;               // present with a signer when a chain is wanted
-  std::optional<Revocation> revocation;     // present when a chain stands and lists were given
+  std::optional<Revocation> revocation;     // present when the chain holds and lists were given
 };
 
 // PKIStatusInfo of a reply.
@@ -230,12 +230,12 @@ struct TacMatch {
 struct Facts {
   inspect::Kind kind = inspect::Kind::Unknown;
   uint64_t trailing = 0;                  // octets after the message
-  std::optional<RequestFacts> request;    // the message, or what the job had beside it
+  std::optional<RequestFacts> request;    // the message, or the request that the job came with
   std::optional<Failure> requestFailure;  // why that cannot be read
   std::optional<Status> status;           // of a reply
   std::optional<Bytes> token;             // of a reply, or the message itself
   std::optional<int32_t> tokenCode;       // of a reply: the library's result of taking the token out
-  // Of a token: what each reader has, or where it stopped; neither when it was not asked.
+  // Of a token: the findings of each reader, or where it stopped; neither when it was not asked.
   std::optional<LibraryReading> library;
   std::optional<Stop> libraryStop;
   std::optional<StrictReading> strict;

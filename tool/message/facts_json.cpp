@@ -13,7 +13,7 @@ namespace {
 template <class T>
 concept Scalar = std::is_same_v<T, std::string> || std::is_same_v<T, bool> || std::is_integral_v<T>;
 
-// What has members of its own, and no overload that reads or writes it as a whole.
+// Types with members of their own and without an overload that reads or writes them as a whole.
 template <class T>
 concept Record = std::is_class_v<T> && std::is_aggregate_v<T>;
 

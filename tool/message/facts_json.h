@@ -1,7 +1,7 @@
-// Jobs, facts and failures as JSON, which is how they cross the pipe to a worker and back.
+// Jobs, facts and failures as JSON, the form in which they cross the pipe to a worker and back.
 //
-// The members of each type are named once, for both ways. On the way back every member must be there, of its
-// type, and no other: what is absent or misspelt throws, and never reads as a value.
+// The members of each type are named once, for both directions. On the way back every member must be there,
+// of its type, and no other: an absent or misspelt one throws, and never reads as a value.
 #pragma once
 
 #include "tool/base/failure.h"

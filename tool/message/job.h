@@ -1,4 +1,4 @@
-// What a worker is asked about one message, and what it answers.
+// The question to a worker about one message, and its answer.
 #pragma once
 
 #include <cstdint>
@@ -9,13 +9,13 @@
 
 namespace qex::tool {
 
-// How a token is written afresh.
+// How to rewrite a token.
 enum class Rewriting : uint8_t { None, DropAttrCerts, IdData };
 
 struct Job {
   std::string name;  // how failures name the message
   Bytes message;     // request, reply, token, certificate or attribute certificate
-  // What is wanted beside the contents.
+  // Further results to include.
   bool verify = false;    // the signature, by both readers
   bool describe = false;  // for people
   bool asn1 = false;      // the printed message
@@ -31,7 +31,7 @@ struct Job {
 
 struct Answer {
   Facts facts;
-  std::string libraryMessages;  // what the library wrote to standard error
+  std::string libraryMessages;  // the library's output to standard error
 };
 
 }  // namespace qex::tool

@@ -34,7 +34,7 @@ bool is_space(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
-// Decodes base64 with white space anywhere; nothing when another character stands in it.
+// Decodes base64 with white space anywhere; nothing if it contains any other character.
 std::optional<Bytes> from_base64(std::string_view text) {
   Bytes octets;
   octets.reserve(text.size() / 4 * 3);
@@ -90,8 +90,8 @@ bool is_token_or_reply(ByteView octets) {
   return kind == inspect::Kind::Token || kind == inspect::Kind::Reply;
 }
 
-// The first PEM block's octets. What other blocks hold stands after a token as it would without armour, so
-// that nothing beside the one message goes unseen.
+// The first PEM block's octets. The contents of further blocks follow the token as they would without armour,
+// so that nothing after the one message goes unnoticed.
 std::optional<Bytes> from_pem(std::string_view text) {
   const auto first = take_block(text);
   if (!first || !first->whole) return std::nullopt;

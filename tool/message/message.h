@@ -1,5 +1,4 @@
-// Messages and certificates as they lie in files: DER or BER, bare or as PEM or base64, told by
-// their structure.
+// Messages and certificates in files: DER or BER, bare or as PEM or base64, recognised by their structure.
 #pragma once
 
 #include <optional>
@@ -14,9 +13,10 @@
 
 namespace qex::tool {
 
-// Source is where a message lies: in a file, or at hand under a name for lines. An empty path is no source.
+// Source is the place of a message: a file, or octets in memory with a name for lines. An empty path means no
+// source.
 struct Source {
-  Source(std::string place = {}, std::optional<Bytes> octets = {})  // a path is a source as it stands
+  Source(std::string place = {}, std::optional<Bytes> octets = {})  // a path converts to a source
       : path(std::move(place)), data(std::move(octets)) {}
 
   std::string path;
@@ -29,14 +29,14 @@ struct Message {
   inspect::Kind kind;
 };
 
-// ParseMessage takes the armour off and tells the kind, Unknown included.
+// ParseMessage removes the armour and determines the kind, which may be Unknown.
 Message ParseMessage(std::string path, Bytes data);
 
-// ReadAnyMessage reads a source; throws a Failure when it is no message of a known kind.
+// ReadAnyMessage reads a source; throws a Failure when it is not a message of a known kind.
 Message ReadAnyMessage(const Source& source);
 
-// ReadMessageOf reads a source that must hold a message of `kind`; throws a Failure that says what
-// it is instead.
+// ReadMessageOf reads a source that must hold a message of `kind`; throws a Failure that names the actual
+// kind otherwise.
 Message ReadMessageOf(const Source& source, inspect::Kind kind);
 
 // AsTokenOrReply hands on a message that is a token or a reply; throws a Failure for any other.
@@ -45,8 +45,8 @@ Message AsTokenOrReply(Message message);
 // ReadTokenOrReply reads a file that must hold one of the two.
 Message ReadTokenOrReply(const std::string& path);
 
-// PemBlocks returns what lies in the PEM blocks of `data` whose label is one of `labels`: nothing for a block
-// that is no base64, or was cut off.
+// PemBlocks returns the contents of the PEM blocks of `data` whose label is one of `labels`: nothing for a
+// block that is not base64 or was cut off.
 std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> labels);
 
 // HoldsPem returns whether a PEM block begins somewhere in `data`.

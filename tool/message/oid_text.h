@@ -1,5 +1,5 @@
-// Object identifiers between dotted text and contents octets, exactly (X.690 8.19), with arcs of
-// any size. The library's own conversion is bounded in places; what it made is compared with this.
+// Object identifiers between dotted text and contents octets, exactly (X.690 8.19), with arcs of any size.
+// The library's own conversion has limits; its results are compared with these.
 #pragma once
 
 #include <cstdint>
@@ -11,12 +11,12 @@
 
 namespace qex::inspect {
 
-// EncodeOid returns the contents octets; nothing for a text that is no object identifier, or one
-// of more than 255 characters.
+// EncodeOid returns the contents octets; nothing for a text that is not an object identifier, or has more
+// than 255 characters.
 std::optional<std::vector<uint8_t>> EncodeOid(std::string_view text);
 
-// DecodeOid returns dotted text. Octets that end inside an arc, none, or more than 255 give their
-// hexadecimal digits (of the first 255) behind a question mark.
+// DecodeOid returns dotted text. Octets that end inside an arc, none, or more than 255 give a question mark
+// followed by their hexadecimal digits (of the first 255).
 std::string DecodeOid(std::span<const uint8_t> contents);
 
 // OidName returns a short name of a well-known identifier in dotted text, or null.

@@ -56,7 +56,7 @@ bool starts_with(const Element& element, uint8_t tag) {
   return Elements(element.content).next(tag).has_value();
 }
 
-// What is signed stands first in a certificate, an attribute certificate and a list of revoked ones.
+// The signed part comes first in a certificate, an attribute certificate and a revocation list.
 Kind kind_of_signed(const Element& body) {
   Elements fields(body.content);
   const auto first = fields.next();

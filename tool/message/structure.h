@@ -1,5 +1,5 @@
-// The structure of an encoding, element by element (X.690 8.1), without knowing its types: what
-// tells messages apart, and reads what no decoder of the library has a type for.
+// The structure of an encoding, element by element (X.690 8.1), without knowing its types. It distinguishes
+// messages, and reads parts for which the library has no type.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@ class Elements {
 
   // next returns the next element; nothing at the end and when the data are not well formed.
   std::optional<Element> next();
-  // next of one tag; nothing, and nothing is read, when another one stands there.
+  // next of one tag; nothing, and nothing is read, when the tag differs.
   std::optional<Element> next(uint8_t tag);
   bool empty() const { return rest_.empty(); }
 
@@ -35,10 +35,10 @@ class Elements {
 
 enum class Kind : uint8_t { Unknown, Request, Reply, Token, Certificate, AttributeCertificate };
 
-// KindOf tells what the first element of `data` is by its structure alone.
+// KindOf determines the kind of the first element of `data` by its structure alone.
 Kind KindOf(View data);
 
-// TrailingOctets returns how many octets stand behind the first element of `data`.
+// TrailingOctets returns how many octets follow the first element of `data`.
 size_t TrailingOctets(View data);
 
 // KindName returns "request", "attribute certificate" and so on.

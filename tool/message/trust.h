@@ -1,5 +1,5 @@
-// Whom the caller trusts, as the trust options say it. The files are read and their armour is taken off; what
-// lies in them is decoded by a worker alone.
+// The trust options: whom the caller trusts. The files are read and their armour is removed here; only a
+// worker decodes their contents.
 #pragma once
 
 #include <cstdint>

@@ -1,6 +1,6 @@
-// Writing and reading CBOR (RFC 8949), of which WireFrom gives the plain part: definite lengths, no tags, no
-// floating-point numbers. What is read is parsed here: the JSON library's own reader takes an octet at a
-// time, and that was most of the time of a short exchange.
+// Writes and reads CBOR (RFC 8949); WireFrom accepts its plain part: definite lengths, no tags, no
+// floating-point numbers. It has its own parser: the JSON library's reader works octet by octet, which took
+// most of the time of a short exchange.
 #include "tool/message/wire.h"
 
 #include <algorithm>
@@ -43,7 +43,7 @@ class Reader {
 
   uint8_t octet() { return static_cast<uint8_t>(take(1).front()); }
 
-  // The number beside the major type: up to 23 as it stands, above in 1, 2, 4 or 8 octets.
+  // The number after the major type: up to 23 in the same octet, larger ones in 1, 2, 4 or 8 octets.
   uint64_t argument(uint8_t initial) {
     const uint8_t low = initial & 0x1F;
     if (low < 24) return low;

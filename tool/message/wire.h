@@ -9,7 +9,7 @@ namespace qex::tool {
 
 std::string WireFrom(const Json& json);
 
-// FromWire returns a discarded value for octets that are no CBOR.
+// FromWire returns a discarded value for octets that are not CBOR.
 Json FromWire(const std::string& octets);
 
 }  // namespace qex::tool

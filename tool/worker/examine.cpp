@@ -1,4 +1,4 @@
-// One job: what kind of message it is, and what each reader says of it.
+// One job: the kind of the message, and the findings of each reader.
 #include "tool/worker/examine.h"
 
 #include <utility>
@@ -51,8 +51,8 @@ void read_by_library(Facts& facts, ByteView token, const Job& job, const Trust& 
   }
 }
 
-// What only the library does: attribute certificates, and writing afresh. A token that it cannot read has
-// neither.
+// Results that only the library provides: attribute certificates and rewritten tokens. A token that it cannot
+// read has neither.
 void use_library(Facts& facts, ByteView token, const Job& job, const std::string& serves) {
   if (!facts.library) {
     if (job.rewriting != Rewriting::None || job.takeTac) throw FailureOf(*facts.libraryStop);
@@ -62,8 +62,8 @@ void use_library(Facts& facts, ByteView token, const Job& job, const std::string
   if (job.rewriting != Rewriting::None) facts.rewritten = RewriteByLibrary(token, job.rewriting);
 }
 
-// Why neither can read a token. An algorithm that the library lacks is no reason where the strict reader,
-// which decodes whatever the algorithm, stops too.
+// Why neither reader can read a token. An algorithm that the library lacks does not explain it if the strict
+// reader, which decodes any algorithm, stops too.
 Stop stop_of_both(const Facts& facts) {
   Stop stop = *facts.libraryStop;
   if (facts.strictStop && stop.algorithm) {
@@ -75,7 +75,7 @@ Stop stop_of_both(const Facts& facts) {
 }
 
 void examine_token(Facts& facts, Bytes token, const Job& job, const Trust& trust, const std::string& serves) {
-  // The strict reader has one element before it; what stands after it is a matter of the structure check.
+  // The strict reader gets one element; octets after it are for the structure check.
   const ByteView whole(token);
   const ByteView one = whole.first(whole.size() - inspect::TrailingOctets(whole));
   if (!job.libraryOnly) read_strictly(facts, one, job, trust);
@@ -142,7 +142,7 @@ void examine_reply(Facts& facts, const Job& job, const Trust& trust, const std::
   const std::optional<Bytes> own = strict->token;
   std::optional<Bytes> token = token_of(facts, strict, job, library);
   if (!token) return;
-  // The library hands the token out encoded afresh; what is read is what the authority sent.
+  // The library encodes the token again; read the octets that the authority sent.
   examine_token(facts, own.value_or(*token), job, trust, serves);
   facts.token = std::move(token);
 }

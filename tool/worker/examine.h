@@ -9,8 +9,8 @@
 
 namespace qex::tool {
 
-// Examine does a job; `serves` is the version of the signing-certificate attribute, v1 or v2, that this
-// process checks. Throws a Failure for input that is not what it should be, or that neither reader can read.
+// Examine runs a job; `serves` is the version of the signing-certificate attribute, v1 or v2, that this
+// process checks. Throws a Failure for input of the wrong kind, or that neither reader can read.
 Facts Examine(const Job& job, const Trust& trust, const std::string& serves);
 
 }  // namespace qex::tool

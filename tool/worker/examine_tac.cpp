@@ -148,7 +148,7 @@ void DescribeTacOfToken(Facts& facts, ByteView token, const Bytes& given, const 
   const int32_t asn1Error = QEX_GetLastAsnError();
   TacFacts tac;
   if (code == QEX_OK) {
-    // One of a form that has no reader is no reason to refuse the token.
+    // A form without a reader is no reason to refuse the token.
     try {
       tac = DescribeTac(own);
     } catch (const Failure& failure) {

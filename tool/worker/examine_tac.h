@@ -1,4 +1,4 @@
-// What the library says about time attribute certificates. Runs in a worker only (worker.h).
+// The library's findings on time attribute certificates. Runs in a worker only (worker.h).
 #pragma once
 
 #include <string>

@@ -27,7 +27,7 @@ std::vector<std::string> what_was_cut(const QEX_TSTINFO_EX& info) {
   return cut;
 }
 
-// The contents, and what of them does not fit the library's record.
+// The contents, and the parts that do not fit the library's record.
 LibraryReading read_contents(ByteView token) {
   QEX_TSTINFO_EX info{};
   info.size = sizeof info;
@@ -131,7 +131,7 @@ std::optional<LibraryCheck> check_with(LibraryReading& reading, ByteView token, 
   check.asn1Error = QEX_GetLastAsnError();
   check.meaning = inspect::CodeMeaning(check.code);
   if (check.code != QEX_OK) check.stop = stop_of(reading, check.code, certificate, key, serves);
-  // Tells a token of another authority from a broken one.
+  // Distinguishes a token of another authority from a broken one.
   if (!own && check.code != QEX_OK && !ownTooLarge) check.ownCode = check_signature(token, {});
   return check;
 }

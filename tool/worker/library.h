@@ -1,4 +1,4 @@
-// What the library says of a token. Runs in a worker only (worker.h).
+// The library's findings on a token. Runs in a worker only (worker.h).
 #pragma once
 
 #include <string>
@@ -29,7 +29,7 @@ int32_t StatusByLibrary(ByteView reply);
 // RequestCodeByLibrary returns the code of decoding a request.
 int32_t RequestCodeByLibrary(ByteView request);
 
-// RewriteByLibrary returns the token written afresh; throws a Failure.
+// RewriteByLibrary returns the rewritten token; throws a Failure.
 Bytes RewriteByLibrary(ByteView token, Rewriting how);
 
 }  // namespace qex::tool

@@ -20,8 +20,8 @@ namespace qex::tool {
 // memory that ran out.
 Stop LibraryStop(const std::string& what, int32_t code, ByteView message);
 
-// FailureOf is what a stop is when nobody else reads the message: exit status 7 for an algorithm that has no
-// type, else that of the code.
+// FailureOf returns the failure for a stop when no other reader reads the message: exit status 7 for an
+// algorithm without a type, else that of the code.
 Failure FailureOf(const Stop& stop);
 
 // LibraryFailure is both together.
@@ -32,8 +32,8 @@ Failure LibraryFailure(const std::string& what, int32_t code, ByteView message);
 // Any other code passes: it is a result like others.
 void RequireMemory(const std::string& what, int32_t code);
 
-// CallWithMemory is RequireMemory for a call whose every code but QEX_OK may stand for memory that ran out,
-// so that a check seems to say no. What an allocation that failed leaves behind is errno.
+// CallWithMemory is RequireMemory for a call of which any code but QEX_OK may be due to a failed allocation,
+// so that a check seems to fail. A failed allocation leaves its mark in errno.
 template <class Call>
 int32_t CallWithMemory(const std::string& what, Call call) {
   errno = 0;
@@ -54,7 +54,7 @@ ByteView FieldOf(const uint8_t (&octets)[kSize], size_t length) {
   return {octets, std::min(length, kSize)};
 }
 
-// FetchOutput fills `out` by an export that tells the length needed with QEX_E_SIZE. `call(data, length)`
+// FetchOutput fills `out` by an export that returns the length needed with QEX_E_SIZE. `call(data, length)`
 // returns the code. The first try has room for `guess` octets; 0 asks for the length.
 template <class Call>
 int32_t FetchOutput(Bytes& out, size_t guess, Call call) {

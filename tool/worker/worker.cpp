@@ -1,4 +1,4 @@
-// Workers: limits, questions and answers, and what is said of one that ended.
+// Workers: limits, questions and answers, and the report on one that died.
 #include "tool/worker/worker.h"
 
 #include <sys/resource.h>
@@ -102,7 +102,7 @@ void set_limits() {
   if (!kSanitized) set_limit(RLIMIT_AS, kMaxMemory, kMaxMemory);
 }
 
-// The worker's side: questions until there are no more.
+// The worker's side: answers questions until there are no more.
 int serve(const Trust& trust, const char* version) {
   set_limits();
   if (version != nullptr &&
@@ -117,7 +117,7 @@ int serve(const Trust& trust, const char* version) {
       clock.Restart();
       if (!WriteFrame(STDOUT_FILENO, answer_to(*question, trust, trustChecked))) return 1;
     }
-  } catch (const std::bad_alloc&) {  // thrown for what is not allocated by operator new
+  } catch (const std::bad_alloc&) {  // thrown for allocations that bypass operator new
     end_without_memory();
   } catch (const std::exception& error) {
     std::fprintf(stderr, "worker: %s\n", error.what());

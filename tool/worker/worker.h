@@ -1,9 +1,9 @@
-// The worker: the processes in which foreign octets are decoded.
+// The worker: the processes that decode foreign octets.
 //
-// The library reads its environment switch once in the life of a process, ends the process when a
-// precondition of its arithmetic is broken, and writes to standard error; so every message is read in a
-// process of its own, with limits on memory and processor time, whose end harms nobody. A process serves one
-// version of the signing-certificate attribute and many messages; one that ended is replaced.
+// The library reads its environment switch once per process, ends the process when a precondition of its
+// arithmetic is broken, and writes to standard error. So every message is read in a separate process with
+// limits on memory and processor time, whose end harms nothing else. A process serves one version of the
+// signing-certificate attribute and many messages; one that died is replaced.
 #pragma once
 
 #include <array>
@@ -17,16 +17,17 @@
 
 namespace qex::tool {
 
-// The one word on the command line that makes the tool read one job from standard input and write its answer
-// to standard output, both as they cross the pipe. It is no command: tests of memory use it.
+// The single command line word that makes the tool read one job from standard input and write its answer to
+// standard output, both in the form that crosses the pipe. It is not a command: memory tests use it.
 inline constexpr const char* kWorkerArgument = "--worker-process";
 
 class Worker {
  public:
-  // `trust` is handed to the processes as they are forked, and must stay as it is and outlive this object.
+  // `trust` is passed to the processes when they are forked; it must not change, and must outlive this
+  // object.
   explicit Worker(const Trust& trust) : trust_(trust) {}
 
-  // CheckTrust has what the caller trusts decoded; throws a Failure that names what cannot be.
+  // CheckTrust lets a worker decode the trust options' files; throws a Failure that names an undecodable one.
   void CheckTrust();
 
   // Whether there will be another question. A process that knows of none ends while its answer is looked at.
@@ -49,7 +50,7 @@ class Worker {
   Then then_ = Then::More;
 };
 
-// AskOnce has one job done by a worker that is told of nobody to trust, and ends.
+// AskOnce has a worker without trust options run one job, and ends it.
 Answer AskOnce(const Job& job);
 
 // RunWorker does one job of standard input; see kWorkerArgument.

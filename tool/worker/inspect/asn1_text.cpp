@@ -21,7 +21,7 @@ ssize_t append(void* text, const char* data, size_t length) {
   return static_cast<ssize_t>(length);
 }
 
-// What `print` writes to a stream. A memory stream of the C library does not remember that memory ran out
+// The output of `print` to a stream. A memory stream of the C library does not remember an allocation failure
 // in the middle of a text.
 template <class Print>
 std::string printed(Print print) {

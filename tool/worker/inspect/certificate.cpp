@@ -45,7 +45,7 @@ bool is_large_exponent(View exponent) {
   return (exponent[0] << 16 | exponent[1] << 8 | exponent[2]) >= 65537;
 }
 
-// What is said of a number that is longer than `most` bits; empty when it is not.
+// The text for a number that is longer than `most` bits; empty when it is not.
 std::string excess_of(const char* name, View number, size_t most) {
   const size_t bits = bits_of(number);
   if (bits <= most) return "";

@@ -25,7 +25,7 @@ std::vector<CodeText> Codes();
 // CodeMeaning returns the text of a result code, or its number in words.
 std::string CodeMeaning(int32_t code);
 
-// Asn1ErrorMeaning returns what a last ASN.1 error says; nothing for a number that is none.
+// Asn1ErrorMeaning returns the meaning of a last ASN.1 error; nothing for an unknown number.
 std::optional<std::string> Asn1ErrorMeaning(int32_t error);
 
 // A run of ASN.1 errors that share a text: from `first` down to `last`, which mostly is the same.

@@ -10,11 +10,11 @@
 
 namespace qex::inspect {
 
-// Prepare registers the open types and turns the codec's own messages off, once; throws std::bad_alloc
-// when memory is out. Whoever inspects has no use for the messages: the exports report the same.
+// Prepare registers the open types and turns the codec's own messages off, once; throws std::bad_alloc when
+// an allocation fails. The exports report the same messages.
 void Prepare();
 
-// What does not decode is false. Memory that runs out says nothing about the data: that throws.
+// False if the data does not decode. An allocation failure says nothing about the data, so it throws.
 template <class T, auto kDecode, auto kFree>
 class Decoded {
  public:

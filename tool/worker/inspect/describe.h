@@ -1,5 +1,5 @@
-// What stands inside messages, as JSON objects whose members a reader understands. Nothing is
-// verified here. Texts from the message are not escaped: whoever shows them does that.
+// The contents of messages, as JSON objects with readable members. Verifies nothing. Texts from the message
+// are not escaped: the code that shows them does that.
 #pragma once
 
 #include <functional>
@@ -18,16 +18,16 @@ using tool::Json;
 // InspectRequest returns a request as the library's codec reads it; nothing when it does not decode.
 std::optional<tool::RequestFacts> InspectRequest(View request);
 
-// InspectToken returns what a token holds and what chooses how it is verified, as the library's codec reads
-// it, without a verification; nothing when it does not decode.
+// InspectToken returns the contents of a token and the choices for its verification, as the library's codec
+// reads it, without verifying; nothing when it does not decode.
 std::optional<tool::LibraryReading> InspectToken(View token);
 
 // TsaName renders the tsa name of a token for people; empty when it has none, or one of another form than a
 // directory name.
 std::string TsaName(View token);
 
-// The longest numbers of a key that a signature is checked with, in bits. The library's own bound lies so
-// far above that one check could take hours.
+// The longest numbers of a key that a signature is checked with, in bits. The library's own bound is so much
+// higher that one check could take hours.
 inline constexpr size_t kMaxModulusBits = 8192;  // n of RSA; p, g and y of DSA
 inline constexpr size_t kMaxExponentBits = 256;  // e of RSA, as FIPS 186-4, B.3.1 has it
 inline constexpr size_t kMaxOrderBits = 512;     // q of DSA
@@ -46,7 +46,7 @@ std::string SubjectText(View certificate);
 // leaves their names alone to be shown.
 using ExtensionPrinter = std::function<std::vector<std::string>(View certificate)>;
 
-// Descriptions for people; null when the input is not what the name says.
+// Descriptions for people; null when the input is not of the kind in the name.
 Json DescribeToken(View token, const ExtensionPrinter& printer);
 Json DescribeCertificate(View certificate, const ExtensionPrinter& printer);
 // Issuer, serial number and attribute types: which one it is among those of a token.
@@ -58,7 +58,7 @@ Json AttributeTypes(View certificate);
 // NameText renders an encoded Name as "C=XX, O=Maker, CN=Name", in UTF-8.
 std::string NameText(View name);
 
-// TimeText renders UTCTime or GeneralizedTime as ISO 8601, or as it stands when it is in another form.
+// TimeText renders UTCTime or GeneralizedTime as ISO 8601, or unchanged when it has another form.
 std::string TimeText(uint8_t tag, View content);
 
 // Asn1Text prints a message by the library's print routines; nothing when it does not decode.

@@ -23,7 +23,7 @@ struct AttributeName {
   const char* name;
 };
 
-// RFC 4514 section 3, and what else is met in names.
+// RFC 4514 section 3, and other attributes that occur in names.
 constexpr AttributeName kAttributeNames[] = {
     {"2.5.4.3", "CN"},
     {"2.5.4.4", "SN"},
@@ -122,7 +122,7 @@ std::string TimeText(uint8_t tag, View content) {
   std::string text(content.begin(), content.end());
   std::string plain = text;
   if (tag == kUtcTime && plain.size() >= 2) {
-    // RFC 5280, 4.1.2.5.1: years 50 to 99 lie in the twentieth century.
+    // RFC 5280, 4.1.2.5.1: years 50 to 99 are in the twentieth century.
     plain.insert(0, plain[0] >= '5' ? "19" : "20");
   }
   const size_t digits = plain.find_first_not_of("0123456789");

@@ -19,7 +19,7 @@ constexpr uint8_t kV1AttributeCertificate = 0xA1;
 constexpr uint8_t kV2AttributeCertificate = 0xA2;
 constexpr std::string_view kSigningTime = "1.2.840.113549.1.9.5";
 
-// The parts of a SignedData (RFC 5652, 5.1) as they lie there.
+// The parts of a SignedData (RFC 5652, 5.1) in their order.
 struct Parts {
   Element content;  // encapContentInfo
   std::optional<Element> certificates;
@@ -101,7 +101,7 @@ Json describe_signer(const Element& signer) {
   return description;
 }
 
-// An element of a certificate set under the tag SEQUENCE, as it stands outside of a CHOICE.
+// An element of a certificate set under the tag SEQUENCE, as it appears outside of a CHOICE.
 std::vector<uint8_t> as_sequence(const Element& element) {
   std::vector<uint8_t> octets(element.whole.begin(), element.whole.end());
   octets[0] = kSequence;

@@ -1,8 +1,8 @@
-// The identifier at which a decoding stopped: the library has no type for what belongs to it, or another one.
+// Finds the identifier at which a decoding stopped: the library has no type for its value, or another type.
 //
-// A value is looked up by the identifier in front of it in these places: SEQUENCE { identifier, value }
-// of algorithms, names and policy qualifiers; SEQUENCE { identifier, SET } of attributes; behind
-// identifier and [0] in a content and an other name; in a certificate of another format.
+// A value is looked up by the identifier before it in these places: SEQUENCE { identifier, value } of
+// algorithms, names and policy qualifiers; SEQUENCE { identifier, SET } of attributes; after identifier and
+// [0] in a content and an other name; in a certificate of another format.
 #include <array>
 #include <new>
 
@@ -27,7 +27,7 @@ constexpr uint8_t kConstructed = 0x20;
 constexpr uint8_t kContext0 = 0xA0;
 constexpr uint8_t kOtherFormat = 0xA3;  // CertificateChoices
 
-// What parameters of algorithms are: NULL, a named curve, a structure.
+// The forms of algorithm parameters: NULL, a named curve, a structure.
 constexpr std::array<uint8_t, 3> kParameterTags = {0x05, 0x06, 0x30};
 
 bool is_registered(View identifier) {
@@ -53,14 +53,14 @@ bool decodes(View identifier, const Element& value) {
   return error == 0;
 }
 
-// The value is a list whose elements have identifiers of their own: the qualifiers of a policy, the
-// hash of a signature policy. Nothing is looked up by the identifier in front of it.
+// The value is a list whose elements have their own identifiers: the qualifiers of a policy, the hash of a
+// signature policy. Nothing is looked up by the identifier before it.
 bool is_list_of_identified(const Element& value) {
   const auto first = Elements(value.content).next(kSequence);
   return first && Elements(first->content).next(kOid);
 }
 
-// What `value` is when it is looked up by the identifier in front of it, else null.
+// The type of `value` when it is looked up by the identifier before it, else null.
 const char* role_of(const Element& parent, const Element& value, unsigned depth) {
   const uint8_t tag = value.tag;
   if (parent.tag == kOtherFormat) return "certificate format";
@@ -102,8 +102,8 @@ std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned dep
   return std::nullopt;
 }
 
-// The format of the first revocation information of a token that is no list of revoked certificates (RFC
-// 5652, 10.2.1); the library knows lists alone.
+// The format of the first revocation information of a token that is not a certificate revocation list (RFC
+// 5652, 10.2.1); the library knows only lists.
 std::optional<UnknownIdentifier> other_revocation_in(const Element& token) {
   constexpr uint8_t kCrls = 0xA1;
   constexpr uint8_t kOtherRevocation = 0xA1;

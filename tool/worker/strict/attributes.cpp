@@ -1,4 +1,4 @@
-// Signed attributes are looked up by type, and encoded anew for the signature (RFC 5652, 5.4).
+// Signed attributes are looked up by type, and encoded again for the signature (RFC 5652, 5.4).
 #include "tool/worker/strict/attributes.h"
 
 #include <algorithm>
@@ -74,8 +74,8 @@ std::vector<Bytes> RepeatedAttributes(const Token& token) {
   return repeated;
 }
 
-// The attributes keep the order in which they stand in the token. A DER encoding would sort them, which is
-// the same for a token in DER; makers that do not sort sign the order that they write, and that one verifies.
+// The attributes keep their order in the token. A DER encoding would sort them, which makes no difference for
+// a token in DER; authorities that do not sort sign the order that they write, and that signature verifies.
 Bytes SignedOctets(const Token& token) {
   if (!HasAttributes(token)) return {token.content.begin(), token.content.end()};
   Bytes attributes;
@@ -84,8 +84,7 @@ Bytes SignedOctets(const Token& token) {
     const Bytes one = Encoded<i2d_X509_ATTRIBUTE>(CMS_signed_get_attr(token.signer, i));
     attributes.insert(attributes.end(), one.begin(), one.end());
   }
-  const int length =
-      static_cast<int>(attributes.size());  // libcrypto's own lengths are no longer than an int
+  const int length = static_cast<int>(attributes.size());  // libcrypto's own lengths fit an int
   Bytes set(static_cast<size_t>(ASN1_object_size(1, length, V_ASN1_SET)) - attributes.size());
   unsigned char* at = set.data();
   ASN1_put_object(&at, 1, length, V_ASN1_SET, V_ASN1_UNIVERSAL);

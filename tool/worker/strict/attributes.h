@@ -17,15 +17,14 @@ const ASN1_TYPE* FirstValue(const Token& token, int nid);
 // SequenceOctets returns the encoding of a value that is a SEQUENCE; empty for any other.
 ByteView SequenceOctets(const ASN1_TYPE* value);
 
-// HasAttributes tells whether there are signed attributes, HasAttribute whether there is one of a type.
+// HasAttributes returns whether there are signed attributes, HasAttribute whether there is one of a type.
 bool HasAttributes(const Token& token);
 bool HasAttribute(const Token& token, int nid);
 
-// RepeatedAttributes returns the types that stand more than once, or have not the one value that they must
-// have.
+// RepeatedAttributes returns the types that occur more than once, or do not have exactly one value.
 std::vector<Bytes> RepeatedAttributes(const Token& token);
 
-// SignedOctets returns what was signed: the attributes as a SET OF, or the content when there are none.
+// SignedOctets returns the signed octets: the attributes as a SET OF, or the content when there are none.
 Bytes SignedOctets(const Token& token);
 
 }  // namespace qex::tool::strict

@@ -1,4 +1,4 @@
-// What a signer's certificate says of itself.
+// Facts from a signer's certificate.
 #include "tool/worker/strict/certificate.h"
 
 #include <openssl/objects.h>
@@ -13,7 +13,7 @@ namespace {
 constexpr uint32_t kSigningUsages = KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION;
 constexpr uint32_t kCaUsages = KU_KEY_CERT_SIGN | KU_CRL_SIGN;
 
-// The other purposes beside time-stamping, in words; empty when there are none.
+// Purposes other than time-stamping, in words; empty when there are none.
 std::string other_purposes(const EXTENDED_KEY_USAGE* purposes) {
   std::string others;
   for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i) {
@@ -49,7 +49,7 @@ bool key_period_ended(const X509* certificate, int64_t time) {
   return last && time > *last;
 }
 
-// The time as ISO 8601, or as it stands when it is not well formed.
+// The time as ISO 8601, or unchanged when it is not well formed.
 std::string time_text(const ASN1_TIME* time) {
   if (const auto seconds = SecondsOf(time)) return IsoTime(*seconds);
   const ByteView octets = OctetsOf(time);

@@ -11,7 +11,7 @@ namespace qex::tool::strict {
 // SubjectText renders the whole subject; NameForPeople its common name, or the whole one without such.
 std::string SubjectText(const X509* certificate);
 std::string NameForPeople(const X509_NAME* name);
-// QuotedSubject is NameForPeople of the subject, fit to stand in a line.
+// QuotedSubject is NameForPeople of the subject, ready for use in a line.
 std::string QuotedSubject(const X509* certificate);
 
 SignerCertificate DescribeCertificate(X509* certificate);
@@ -28,7 +28,7 @@ struct JudgedTimes {
 
 Validity ValidityAt(const X509* certificate, const JudgedTimes& times);
 
-// NamesSigner tells whether a name is the certificate's subject or one of its alternative names.
+// NamesSigner returns whether a name is the certificate's subject or one of its alternative names.
 bool NamesSigner(GENERAL_NAME* name, X509* certificate);
 
 }  // namespace qex::tool::strict

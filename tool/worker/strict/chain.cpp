@@ -13,7 +13,7 @@ namespace qex::tool::strict {
 namespace {
 
 constexpr int kMaxDepth = 10;     // certificates between the signer and the root
-constexpr int kMaxAttempts = 32;  // paths that are verified beside libcrypto's own
+constexpr int kMaxAttempts = 32;  // further paths to verify, after libcrypto's own
 constexpr int kMaxNodes = 64;  // certificates that paths are extended from; of many twins there are too many
 constexpr int kStrongLevel = 2;      // of libcrypto: RSA of 2048, no SHA-1
 constexpr size_t kStrongBits = 112;  // of that level

@@ -8,7 +8,7 @@
 
 namespace qex::tool::strict {
 
-// What a chain is made of, and judged by.
+// The input for building and judging a chain.
 struct ChainQuestion {
   X509* signer = nullptr;
   std::vector<X509*> untrusted;
@@ -24,8 +24,8 @@ struct ChainAnswer {
 
 ChainAnswer FindChain(const ChainQuestion& question);
 
-// HasWeakDigest tells whether a signature algorithm is one that no certificate of a chain may be signed with
-// unless weak ones are allowed.
+// HasWeakDigest returns whether certificates of a chain may not be signed with this algorithm unless weak
+// ones are allowed.
 bool HasWeakDigest(const X509_ALGOR* signatureAlgorithm);
 
 }  // namespace qex::tool::strict

@@ -1,4 +1,4 @@
-// What libcrypto says of a chain, in the words of the tool.
+// libcrypto's verdicts on a chain, in the words of the tool.
 #pragma once
 
 #include "tool/message/facts.h"

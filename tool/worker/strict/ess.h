@@ -13,7 +13,7 @@ class SigningCertificate {
   // SigningCertificate reads the attribute of a type from the token; version 1 has SHA-1 alone.
   SigningCertificate(const Token& token, int nid);
 
-  // Match tells whether it names a certificate; null is a certificate that is not at hand.
+  // Match returns whether it names a certificate; pass null for a certificate that is not available.
   EssMatch Match(X509* certificate) const;
 
  private:

@@ -1,4 +1,4 @@
-// Owners of libcrypto's objects: what one holds is freed on every path.
+// Owners of libcrypto's objects, which they free on every path.
 #pragma once
 
 #include <memory>
@@ -26,7 +26,7 @@ struct FreedBy {
 template <class T, auto Free>
 using Handle = std::unique_ptr<T, FreedBy<Free>>;
 
-// libcrypto's macros for stacks are no functions.
+// libcrypto's macros for stacks are not functions.
 inline void FreeCertificates(STACK_OF(X509) * stack) noexcept {
   sk_X509_pop_free(stack, X509_free);
 }

@@ -52,7 +52,7 @@ OwnedBigNumber number_of(EVP_PKEY* key, const char* parameter) {
   return OwnedBigNumber(number);
 }
 
-// What is said of the first number that is too long; empty when none is.
+// The text for the first number that is too long; empty when none is.
 std::string excess_of(EVP_PKEY* key, std::span<const Bound> bounds) {
   for (const Bound& bound : bounds) {
     const OwnedBigNumber number = number_of(key, bound.parameter);

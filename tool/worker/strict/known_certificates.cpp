@@ -1,4 +1,4 @@
-// A certificate is known by all of its octets, so what one token brought says nothing about another's.
+// A certificate is identified by all of its octets, so certificates of one token say nothing about another's.
 #include "tool/worker/strict/known_certificates.h"
 
 #include <initializer_list>
@@ -27,7 +27,7 @@ std::optional<Element> take(Elements& row, uint8_t tag) {
   return element && element->whole[1] != kIndefinite ? element : std::nullopt;
 }
 
-// What a row holds when that is one element.
+// The contents of a row when that is one element.
 std::optional<Element> only(ByteView row, uint8_t tag) {
   Elements elements(row);
   const auto element = take(elements, tag);

@@ -1,5 +1,5 @@
-// libcrypto, as the strict reader sees it. What its functions answer is believed only where no allocation has
-// failed since: many of them say "no" then, some without a word in the queue of errors.
+// The strict reader's use of libcrypto. A result of its functions counts only if no allocation has failed
+// since: many of them answer "no" then, some without an entry in the error queue.
 #include "tool/worker/strict/libcrypto.h"
 
 #include <algorithm>
@@ -163,7 +163,7 @@ Bytes DigestOf(const Digest& digest, ByteView data) {
                     EVP_DigestUpdate(context.get(), data.data(), data.size()) == 1 &&
                     (extendable ? EVP_DigestFinalXOF(context.get(), value.data(), value.size())
                                 : EVP_DigestFinal_ex(context.get(), value.data(), nullptr)) == 1;
-  // A digest of octets at hand has no other way to fail.
+  // The digest of octets in memory cannot fail in any other way.
   if (!done) {
     ThrowIfMemoryFailed();
     throw std::bad_alloc();

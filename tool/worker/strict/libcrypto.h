@@ -1,5 +1,4 @@
-// What every part of the strict reader needs of libcrypto: its start, want of memory, digests, and plain
-// octets.
+// Shared helpers for libcrypto: start, allocation failure, digests, and plain octets.
 #pragma once
 
 #include <cstddef>
@@ -13,15 +12,15 @@
 
 namespace qex::tool::strict {
 
-// Start readies libcrypto, without a configuration file, and forgets what failed before. Every function that
-// others call begins with it.
+// Start prepares libcrypto, without a configuration file, and forgets earlier failures. Every public function
+// of the strict reader begins with it.
 void Start();
 
 // ThrowIfMemoryFailed throws std::bad_alloc when an allocation of libcrypto has failed since the last call,
-// and clears its queue of errors. Stands wherever a "no" of libcrypto would be believed.
+// and clears its error queue. Call it wherever a "no" of libcrypto would be believed.
 void ThrowIfMemoryFailed();
 
-// Needed returns what only want of memory can make null.
+// Needed returns a pointer that can be null only if an allocation failed.
 template <class T>
 T* Needed(T* object) {
   if (object == nullptr) {
@@ -31,8 +30,7 @@ T* Needed(T* object) {
   return object;
 }
 
-// LastReason returns what libcrypto said about its last failure, in its own words; empty when it said
-// nothing.
+// LastReason returns libcrypto's text for its last failure; empty when there is none.
 std::string LastReason();
 
 // DecodeWhole reads one value that fills `octets`; null for anything else.

@@ -1,7 +1,7 @@
-// What lists say of the certificates of a chain. Each list is asked on its own, and every entry counts. A
-// revocation counts also in a list that has ended, that is partial, or that is later than the time of the
-// check: a key that was found stolen afterwards may have been so before (RFC 3161, 4). That a certificate is
-// in no list counts only where the list would name it, and is in force.
+// Revocation of the certificates of a chain. Each list is consulted separately, and every entry counts. A
+// revocation counts even in a list that has expired, is partial, or is later than the time of the check: a
+// key found stolen later may have been stolen before (RFC 3161, 4). Absence from a list counts only if the
+// list would name the certificate, and is in force.
 #include "tool/worker/strict/revocation.h"
 
 #include <algorithm>
@@ -16,8 +16,8 @@
 namespace qex::tool::strict {
 namespace {
 
-// A reason of revocation (RFC 5280, 5.3.1), and whether tokens from before the revocation stand (RFC 3161,
-// 4).
+// A reason of revocation (RFC 5280, 5.3.1), and whether tokens from before the revocation remain valid (RFC
+// 3161, 4).
 struct Reason {
   long code;
   const char* name;
@@ -46,7 +46,7 @@ Reason reason_of(const X509_REVOKED* entry) {
   return row == std::end(kReasons) ? Reason{-1, "for an unknown reason", false} : *row;
 }
 
-// What one list says of one certificate, the gravest last.
+// The answer of one list about one certificate, the gravest last.
 enum class Verdict : uint8_t { None, Bad, Weak, Stale, Good, Stands, Revoked };
 
 struct Finding {
@@ -56,7 +56,7 @@ struct Finding {
   std::string text;
 };
 
-// The moment from which an entry tells not to rely on the certificate: the revocation, or an earlier one that
+// The moment from which an entry says not to rely on the certificate: the revocation, or an earlier one that
 // it names. Nothing when it cannot be read.
 std::optional<int64_t> invalid_from(const X509_REVOKED* entry) {
   const auto revoked = SecondsOf(X509_REVOKED_get0_revocationDate(entry));
@@ -81,7 +81,7 @@ Finding finding_of(const X509_REVOKED* entry, const RevocationQuestion& question
   return finding;
 }
 
-// What is wrong with a list as a proof that the token stands. A revocation in it counts all the same.
+// The fault of a list as proof that the token remains valid. A revocation in it counts regardless.
 void judge_proof(Finding& finding, const RevocationList& list, const RevocationQuestion& question) {
   const ASN1_TIME* end = X509_CRL_get0_nextUpdate(list.crl);
   if (list.issued > question.time && list.issued > question.latestIssue) {
@@ -141,7 +141,7 @@ bool is_released(const Finding& finding, const std::vector<Finding>& all) {
          });
 }
 
-// What counts of all that the lists say of one certificate: the gravest, and of equals the latest.
+// The decisive answer of all lists about one certificate: the gravest, and of equals the latest.
 Finding gravest(const std::vector<Finding>& all) {
   Finding result;
   for (const Finding& finding : all) {
@@ -153,7 +153,7 @@ Finding gravest(const std::vector<Finding>& all) {
   return result;
 }
 
-// What all lists say.
+// The result of all lists.
 struct Answers {
   std::vector<std::vector<Finding>> findings;  // by certificate of the path
   std::string unused;                          // lists that nothing was looked for in, in words
@@ -191,7 +191,7 @@ std::string reason_after(const Finding& finding) {
   return finding.text.empty() ? "" : ": " + finding.text;
 }
 
-// What a result weighs for the token as a whole: a revocation most, then a list that fails.
+// The weight of a result for the whole token: a revocation most, then a list that fails.
 int weight_of(RevocationResult result) {
   switch (result) {
     case RevocationResult::Good: return 0;

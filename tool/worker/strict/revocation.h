@@ -1,4 +1,4 @@
-// Lists of revocation, and what they say of a chain that stands.
+// Revocation lists, and their entries about a chain that holds.
 #pragma once
 
 #include <optional>

@@ -137,7 +137,7 @@ class EntryReader {
   OwnedGeneralNames issuer_;  // null: that of the list
 };
 
-// What stands relative to the issuer's name has been completed.
+// A name relative to the issuer's has been completed.
 bool is_named(const X509_NAME* name, const DIST_POINT_NAME* point) {
   if (point->type == 0) return holds_name(point->name.fullname, name);
   return point->dpname != nullptr && X509_NAME_cmp(name, point->dpname) == 0;
@@ -181,7 +181,7 @@ std::optional<int64_t> keeps_expired_since(const X509_CRL* list) {
   return SecondsOf(since.get());
 }
 
-// A list drops what has expired (RFC 5280, 3.3).
+// Lists drop expired certificates (RFC 5280, 3.3).
 bool may_have_dropped(const RevocationList& list, const X509* certificate) {
   const auto end = SecondsOf(X509_get0_notAfter(certificate));
   if (end && list.issued <= *end) return false;
@@ -221,7 +221,7 @@ X509* IssuerOnPath(const RevocationList& list, STACK_OF(X509) * path, int place)
   const X509_NAME* name = X509_CRL_get_issuer(list.crl);
   if (X509_NAME_cmp(name, X509_get_issuer_name(sk_X509_value(path, place))) != 0) return nullptr;
   const int root = sk_X509_num(path) - 1;
-  // An authority that has changed its key stands on the path more than once.
+  // An authority that has changed its key is on the path more than once.
   for (int i = std::min(place + 1, root); i <= root; ++i) {
     X509* issuer = sk_X509_value(path, i);
     if (X509_NAME_cmp(name, X509_get_subject_name(issuer)) == 0 &&

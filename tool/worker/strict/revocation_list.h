@@ -1,5 +1,5 @@
-// One list of revoked certificates: whose it is, whether it can be used, what it covers, and its entries
-// about a chain.
+// One list of revoked certificates: its issuer, whether it can be used, its scope, and its entries about a
+// chain.
 #pragma once
 
 #include <string>

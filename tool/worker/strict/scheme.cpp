@@ -41,7 +41,7 @@ constexpr Pair kPairs[] = {
     {NID_ecdsa_with_SHA3_512, NID_sha3_512, NID_X9_62_id_ecPublicKey},
 };
 
-// Splits an identifier; one that is of a key alone stays as it is, without a digest.
+// Splits an identifier; one for a key alone stays unchanged, without a digest.
 Pair pair_of(int identifier) {
   const auto* row = std::ranges::find(kPairs, identifier, &Pair::identifier);
   if (row != std::end(kPairs)) return *row;
@@ -56,7 +56,7 @@ const ASN1_OBJECT* identifier_of(const X509_ALGOR* algorithm) {
   return identifier;
 }
 
-// The SEQUENCE that stands as an algorithm's parameters; empty when there is none.
+// The SEQUENCE given as an algorithm's parameters; empty when there is none.
 ByteView parameters_of(const X509_ALGOR* algorithm) {
   int type = V_ASN1_UNDEF;
   const void* value = nullptr;

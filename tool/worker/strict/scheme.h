@@ -1,4 +1,4 @@
-// Signature algorithms: what an identifier and its parameters ask of a key.
+// Signature algorithms: the demands of an identifier and its parameters on a key.
 #pragma once
 
 #include <string>
@@ -13,7 +13,7 @@ struct Scheme {
   const Digest* mask = nullptr;    // of MGF1
   int saltLength = 0;
   std::string unsupported;  // why it cannot be tried, in words; empty: it can
-  std::string fault;        // what is wrong with its parameters; empty: nothing
+  std::string fault;        // the fault of its parameters; empty: none
 
   bool FitsKey(const std::string& keyType) const;
 };

@@ -1,5 +1,5 @@
-// The signature is verified here, step by step, not by one call: each step that fails has a reason of its
-// own, and what libcrypto cannot try is never called invalid.
+// Verifies the signature step by step, not by one call: each failing step has its own reason, and a signature
+// that libcrypto cannot try is never called invalid.
 #include "tool/worker/strict/signature.h"
 
 #include <algorithm>
@@ -34,7 +34,7 @@ const ASN1_OBJECT* identifier_of(const X509_ALGOR* algorithm) {
   return identifier;
 }
 
-// An AlgorithmIdentifier's contents. Absent parameters and NULL mean the same, and makers mix them.
+// An AlgorithmIdentifier's contents. Absent parameters and NULL mean the same, and implementations mix them.
 Bytes contents_of(ByteView algorithm) {
   const auto element = inspect::Elements(algorithm).next();
   if (!element) return {};
@@ -45,7 +45,7 @@ Bytes contents_of(ByteView algorithm) {
 }
 
 // CMSAlgorithmProtection ::= SEQUENCE { digestAlgorithm, signatureAlgorithm [1], macAlgorithm [2] }: the
-// algorithms of the signer, signed. What is wrong with it; empty when it is absent or says the same.
+// algorithms of the signer, signed. Returns its fault; empty when it is absent or agrees.
 std::string protection_fault(const Token& token) {
   const ASN1_TYPE* value = FirstValue(token, kAlgorithmProtection);
   if (value == nullptr) return "";

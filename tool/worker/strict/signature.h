@@ -6,7 +6,7 @@
 namespace qex::tool::strict {
 
 // VerifySignature checks the digest of the content and the signature over the attributes. `certificate` is
-// null when none is at hand; `key` describes its key.
+// null when none is available; `key` describes its key.
 StrictSignature VerifySignature(const Token& token, X509* certificate, const SignerKey& key);
 
 }  // namespace qex::tool::strict

@@ -9,7 +9,7 @@
 namespace qex::tool::strict {
 
 struct Signer {
-  X509* certificate = nullptr;  // of the token or the store; null: none at hand
+  X509* certificate = nullptr;  // of the token or the store; null: not available
   EssMatch essV1 = EssMatch::Absent;
   EssMatch essV2 = EssMatch::Absent;
 };

@@ -134,7 +134,7 @@ StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak) {
     return read(token, trust, allowWeak);
   } catch (const std::bad_alloc&) {
     ForgetCertificates();
-    ForgetStore();  // what libcrypto noted in its certificates may be wrong now
+    ForgetStore();  // libcrypto's notes in its certificates may be wrong now
     throw;
   }
 }

@@ -1,5 +1,5 @@
-// The strict reader: what OpenSSL's libcrypto says of a token, a reply and the certificates that the caller
-// trusts. It knows the algorithms and identifiers that the library's table lacks, and checks what the library
+// The strict reader: the findings of OpenSSL's libcrypto on a token, a reply and the trusted certificates. It
+// knows the algorithms and identifiers that the library's table lacks, and makes the checks that the library
 // does not: the padding of an RSA block, the certificate's purpose and dates, chains and revocation. Runs in
 // a worker only.
 #pragma once
@@ -23,8 +23,8 @@ struct StrictReply {
 // ReadReplyStrictly reads the status of a reply and takes its token out. Throws a Stop.
 StrictReply ReadReplyStrictly(ByteView reply);
 
-// CheckTrust decodes what the trust options named; throws a Failure (exit status Input) that names the source
-// of what is no certificate or no list. Must have been called before ReadStrictly is given `trust`.
+// CheckTrust decodes the files of the trust options; throws a Failure (exit status Input) that names the
+// source of anything that is not a certificate or list. Call it before ReadStrictly gets `trust`.
 void CheckTrust(const Trust& trust);
 
 // DescribeExtensions renders the extensions of a certificate for people, one entry each: name, whether it is

@@ -37,7 +37,7 @@ Token decode(ByteView octets) {
     token.message = DecodeWhole<OwnedCms, d2i_CMS_ContentInfo>(parts->rest);
     if (token.message) return token;
     token.certificates.reset();
-    ThrowIfMemoryFailed();  // what is said of the whole is what counts
+    ThrowIfMemoryFailed();  // only the result for the whole counts
   }
   token.message = DecodeWhole<OwnedCms, d2i_CMS_ContentInfo>(octets);
   return token;

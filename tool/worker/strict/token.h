@@ -18,13 +18,13 @@ struct Token {
   const X509_ALGOR* signatureAlgorithm = nullptr;
 };
 
-// StopReading throws a Stop with what libcrypto said about it.
+// StopReading throws a Stop with libcrypto's text.
 [[noreturn]] void StopReading(const std::string& text);
 
 // OpenToken decodes a token. Throws a Stop.
 Token OpenToken(ByteView octets);
 
-// TstInfoOf copies what was signed out of the token. Throws a Stop.
+// TstInfoOf copies the signed content out of the token. Throws a Stop.
 TstInfo TstInfoOf(const Token& token);
 
 }  // namespace qex::tool::strict

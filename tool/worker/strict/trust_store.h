@@ -1,4 +1,4 @@
-// What the caller trusts, decoded once for many tokens.
+// The trusted certificates and lists, decoded once for many tokens.
 #pragma once
 
 #include <vector>
@@ -16,10 +16,10 @@ struct TrustStore {
   std::vector<OwnedCrl> lists;
 };
 
-// StoreOf returns what was decoded of a Trust; decodes it when it is not the last one that was.
+// StoreOf returns the decoded form of a Trust; decodes it unless it is the same as last time.
 const TrustStore& StoreOf(const Trust& trust);
 
-// ForgetStore drops it, so that the next call decodes anew.
+// ForgetStore drops it, so that the next call decodes again.
 void ForgetStore();
 
 }  // namespace qex::tool::strict
