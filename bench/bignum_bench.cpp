@@ -1,4 +1,4 @@
-// The public operation of RSA, and its kernels, beside OpenSSL's BN_mod_exp where it is installed.
+// The public operation of RSA, and its kernels, next to OpenSSL's BN_mod_exp where it is installed.
 #include <benchmark/benchmark.h>
 
 #include <random>

@@ -1,8 +1,8 @@
-// Inputs that are built to hurt, for every export: what the benchmark of time doubles and what the account of
-// peak memory is made of.
+// Inputs built to hurt, for every export: the time benchmark doubles them, and the peak memory program
+// measures them.
 //
-// Each is about as long as it is asked to be and nearly all of it is the part that hurts, so that
-// cost per octet can be compared over lengths.
+// Each has about the requested length, nearly all of it the part that hurts, so that cost per octet can be
+// compared over lengths.
 #pragma once
 
 #include <cstddef>
@@ -16,7 +16,7 @@ namespace qex::bench {
 
 using test::Octets;
 
-// What a call reads, and room for what it writes, so that calls allocate nothing themselves.
+// The input of a call, and room for its output, so that calls allocate nothing themselves.
 struct HostileInput {
   Octets main;
   Octets other;  // the second input of an export that takes two

@@ -1,5 +1,4 @@
-// Every export on inputs that are built to hurt, doubled from 64 KiB to 16 MiB: the time an octet takes
-// stays what it is.
+// Every export on inputs built to hurt, doubled from 64 KiB to 16 MiB: the time per octet stays the same.
 #include <benchmark/benchmark.h>
 
 #include "bench/hostile.h"

@@ -92,7 +92,7 @@ HostileInput issuer_of_addresses(size_t size) {
   tac.issuer_names = many(kShortX400Name, size);
   return input_of(tac.encode());
 }
-// Names inside names, as deep as open types may stand, over and over.
+// Names inside names, as deep as open types may nest, repeated.
 HostileInput holder_of_nested_names(size_t size) {
   Octets name = kEmptySequence;
   for (int depth = 0; depth < 64; ++depth) {

@@ -82,12 +82,12 @@ inline Octets certificate(const Octets& serial,
   return der::sequence(body, kShortAlgorithm, kShortBits);
 }
 
-// TacPieces are what varies in an attribute certificate; each is the content of its element.
+// TacPieces are the variable parts of an attribute certificate; each is the content of its element.
 struct TacPieces {
   Octets holder_names, issuer_names, serial = {0x01}, attributes;
   Octets signature = kShortBits;  // the element
 
-  // content stands inside the SEQUENCE, or inside the tag that stands for it.
+  // Whether the content is inside the SEQUENCE, or inside the tag that replaces it.
   Octets content() const {
     const Octets holder = der::sequence(holder_names.empty() ? Octets{} : der::context(1, holder_names));
     const Octets info = der::sequence(der::integer(1), holder, der::sequence(issuer_names), kShortAlgorithm,
@@ -110,8 +110,8 @@ struct TstInfoPieces {
   Octets encode() const;
 };
 
-// TokenPieces are what varies in a token; each is the content of its element, and none leaves out what
-// may be absent.
+// TokenPieces are the variable parts of a token; each is the content of its element. Optional parts are all
+// present.
 struct TokenPieces {
   Octets digest_algorithms;
   Octets content = der::octet_string(TstInfoPieces().encode());  // the element

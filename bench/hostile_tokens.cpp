@@ -96,8 +96,8 @@ HostileInput attributes_that_are_signed(size_t size) {
   return input_of(token.encode(), rsa_certificate());
 }
 
-// colliding_identifier returns contents octets, nearly `size` of them, that stand for `oid` where open types
-// are looked up: of identifiers nothing but a hash of 32 bits is compared.
+// colliding_identifier returns contents octets, nearly `size` of them, that collide with `oid` in the lookup
+// of open types: it compares only a hash of 32 bits of identifiers.
 Octets colliding_identifier(const Octets& oid, size_t size) {
   constexpr uint32_t kFactor = 65587;
   const uint32_t wanted = AnyKeyHash(oid.data(), oid.size());
@@ -107,7 +107,7 @@ Octets colliding_identifier(const Octets& oid, size_t size) {
     const Octets tail = {uint8_t(i), uint8_t(i >> 8), uint8_t(i >> 16)};
     uint32_t hash = start;
     for (const uint8_t octet : tail) hash = hash * kFactor + uint32_t(int32_t{int8_t(octet)});
-    // Two octets more, a and b: hash * f^2 + a * f + b is what is wanted.
+    // Two more octets, a and b: hash * f^2 + a * f + b is the wanted value.
     const uint32_t rest = wanted - hash * kFactor * kFactor;
     for (int32_t a = -128; a < 128; ++a) {
       const uint32_t b = rest - uint32_t(a) * kFactor + 128;

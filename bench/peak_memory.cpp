@@ -1,14 +1,13 @@
-// The memory that each export takes at its peak, for inputs that are built to hurt.
+// The peak memory of each export, for inputs built to hurt.
 //
 // usage: qex_peak_memory [OCTETS] [--check]
 //
-// For each input, of about OCTETS octets (16 MiB unless said otherwise), it prints the most bytes that
-// were asked for and not yet freed at one time, by octet of input, and what that is with the overhead of a
-// heap that rounds up as glibc's does. With --check it fails when a call passes the bound, leaves memory
-// behind or answers otherwise than expected.
+// For each input, of about OCTETS octets (by default 16 MiB), it prints the largest number of bytes allocated
+// at one time, per octet of input, without and with the overhead of a heap that rounds up as glibc's does.
+// With --check it fails when a call exceeds the bound, leaks memory or returns an unexpected code.
 //
-// malloc and its kind are linked to count here (--wrap), and operator new is replaced: each block has its
-// size in front of it.
+// malloc and its family are linked to count here (--wrap), and operator new is replaced: each block is
+// preceded by its size.
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
@@ -28,9 +27,9 @@ void __real_free(void* p);
 
 namespace {
 
-// What no call may take at one time. A decoded value takes 42 bytes for each octet of its encoding, and 80
-// with the overhead of the heap, as tests/asn1/memory_bound_test.cpp works out; an octet of a token's content
-// takes one more where it stands in the token, and an encoding one and its share of block headers and longer
+// The most that a call may hold at one time. A decoded value takes 42 bytes for each octet of its encoding,
+// and 80 with the overhead of the heap, as tests/asn1/memory_bound_test.cpp works out; an octet of a token's
+// content takes one more inside the token, and an encoding one and its share of block headers and longer
 // lengths. The rest does not grow with the input.
 constexpr double kAskedPerOctet = 45;
 constexpr double kHeapPerOctet = 83;

@@ -2,10 +2,10 @@
 
 usage: make_corpus.py LIBQEX FOLDER
 
-LIBQEX is the shared library, whose encoders make the requests; certificates and tokens come from the
-openssl command. What neither of them makes (attribute certificates, tokens that carry them, rare
-types) is put together here, element by element. Keys are new in every run and thrown away, so two runs
-do not write the same octets; what is checked in need not be made again.
+LIBQEX is the shared library, whose encoders make the requests; certificates and tokens come from the openssl
+command. Attribute certificates, tokens that carry them and rare types, which neither of them makes, are built
+here, element by element. Keys are new in every run and discarded, so two runs do not write the same octets;
+the checked-in seeds need not be made again.
 """
 
 import argparse

@@ -1,4 +1,4 @@
-// What the library is expected to say, worked out without it.
+// The expected results of the library, worked out without it.
 #include "fuzz/support/expected.h"
 
 #include <algorithm>
@@ -32,7 +32,7 @@ uint32_t arc_number(const std::string& digits) {
 
 struct NameRow {
   const char* name;
-  uint8_t octet;  // behind 55 04
+  uint8_t octet;  // after 55 04
 };
 constexpr NameRow kUnder2_5_4[] = {
     {"CN", 3},

@@ -1,7 +1,7 @@
-// What the library is expected to say, worked out from trees of tag, length and value and from the
-// published rules, without the library: identifiers and names as text, and the parts of messages.
+// The expected results of the library, worked out from trees of tag, length and value and from the published
+// rules, without the library: identifiers and names as text, and the parts of messages.
 //
-// A function that returns nothing has met a form that it does not judge; the library may do either.
+// A function that returns nothing has met a form that it does not judge; the library may accept or refuse it.
 #pragma once
 
 #include <optional>

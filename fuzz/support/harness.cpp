@@ -1,4 +1,4 @@
-// What all fuzz targets share.
+// Shared code of all fuzz targets.
 #include "fuzz/support/harness.h"
 
 #include <cstdio>

@@ -1,5 +1,5 @@
-// What all fuzz targets share: checks that end the process, memory that shows every octet read or
-// written outside of it, the state of the process between inputs, and the output-buffer rule.
+// Shared by all fuzz targets: checks that end the process, memory that detects every octet read or written
+// outside of it, the state of the process between inputs, and the output-buffer rule.
 #pragma once
 
 #include <algorithm>
@@ -21,9 +21,9 @@ namespace qex::fuzz {
   ((condition) ? void() : ::qex::fuzz::Fail(__FILE__, __LINE__, #condition, (long long)(detail)))
 [[noreturn]] void Fail(const char* file, int line, const char* condition, long long detail);
 
-// ResetProcess puts the process-wide words of the library back to what they are when it is loaded, so
-// that no input sees what one before it left: last unused bits, last ASN.1 error, and the switch of
-// QEX_VERIFY_ESSCERTIDV2, which is set to `useV2` without a look at the environment. Error texts go nowhere.
+// ResetProcess resets the process-wide words of the library to their values at load, so that no input depends
+// on an earlier one: last unused bits, last ASN.1 error, and the switch of QEX_VERIFY_ESSCERTIDV2, which is
+// set to `useV2` without reading the environment. Error texts are discarded.
 void ResetProcess(bool useV2 = false);
 
 // Memory of exactly `size` octets: with AddressSanitizer a heap block whose surroundings are
@@ -45,7 +45,7 @@ class Block {
   size_t size_;
 };
 
-// A copy of an input, of which it is checked at the end that nobody has written to it.
+// A copy of an input; a check at the end detects writes to it.
 class Input {
  public:
   explicit Input(View in);
@@ -66,7 +66,7 @@ class Record {
   explicit Record(uint8_t fill = 0) : block_(sizeof(T)) { std::fill_n(block_.data(), sizeof(T), fill); }
   T* get() const { return reinterpret_cast<T*>(block_.data()); }
   T* operator->() const { return get(); }
-  // untouched tells whether every octet from `begin` on is still `fill`.
+  // untouched returns whether every octet from `begin` on is still `fill`.
   bool untouched(uint8_t fill, size_t begin = 0) const {
     return std::all_of(block_.data() + begin, block_.data() + sizeof(T),
                        [&](uint8_t o) { return o == fill; });
@@ -83,8 +83,8 @@ void CheckCode(int32_t code, Codes allowed, const char* what);
 
 // CheckOutputRule calls an export that writes an encoding, `call(out, &length)`, with no output, with one
 // octet too few, with the exact room and with more, and checks the code, the length and every octet that it
-// may not touch. Returns what the export wrote; nothing, with the code in `*code`, when it gave another
-// answer than "too small" and success, which must then be the same for every output.
+// may not touch. Returns the output; nothing, with the code in `*code`, when the code is neither "too small"
+// nor success: it must then be the same for every output.
 template <class Call>
 std::optional<Octets> CheckOutputRule(Call call, int32_t* code, bool sizeByNull = true);
 
@@ -94,8 +94,8 @@ std::string TextOf(const char* field, size_t size);
 // Mix returns a number that looks random and is decided by the input.
 uint64_t Mix(View in, uint64_t salt = 0);
 
-// The target, and what tells how many octets in front of its input are not encodings (0 unless a target
-// defines it).
+// The target, and a function that returns how many octets before its input are not encodings (0 unless a
+// target defines it).
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 size_t NotEncodings(View in);
 

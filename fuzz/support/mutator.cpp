@@ -1,9 +1,8 @@
 // The mutator of inputs that are encodings.
 //
-// It reads the input as elements, edits the tree and writes it again, so that the lengths of all that
-// encloses an edit stay right; one kind of edit makes a length lie on purpose. Octets that are no
-// elements, at the end of the input or in front of it, stay as they are, but for a part of the
-// calls which treat the input as octets.
+// It reads the input as elements, edits the tree and writes it again, so that the lengths of all elements
+// around an edit stay right; one kind of edit makes a length wrong on purpose. Octets at the start or end of
+// the input that are not elements stay unchanged, except in calls that treat the whole input as octets.
 #include <algorithm>
 #include <cstring>
 #include <functional>
@@ -27,7 +26,7 @@ bool one_in(Random& random, size_t n) {
   return below(random, n) == 0;
 }
 
-// Identifiers that decide what the library takes a value for.
+// Identifiers that decide how the library decodes a value.
 constexpr const AsnOid* kIdentifiers[] = {
     &kIdSha1,
     &kIdSha256,
@@ -65,7 +64,7 @@ constexpr const AsnOid* kIdentifiers[] = {
     &kIdExtensionRequest,
 };
 
-// A place in the tree: an element and the list that it stands in.
+// A place in the tree: an element and the list that contains it.
 struct Place {
   std::vector<Tlv>* siblings;
   size_t index;
@@ -127,8 +126,8 @@ Octets mutated_octets(Octets octets) {
 }
 
 // --- Edits -----------------------------------------------------------------------
-// Each changes the element at `place`, or the list that it stands in. Positions of the list are
-// valid up to the first change of it.
+// Each changes the element at `place`, or the list that contains it. Positions of the list are valid up to
+// the first change of it.
 
 void change_content(Random& random, Tlv& tlv) {
   if (tlv.nested) return;
@@ -209,7 +208,7 @@ void change_form(Random& random, Tlv& tlv) {
   }
 }
 
-// make_all_indefinite turns constructed elements, which is what some signers write.
+// make_all_indefinite turns constructed elements into the form that some signers write.
 void make_all_indefinite(Tlv& tlv) {
   tlv.indefinite = tlv.constructed();
   for (Tlv& child : tlv.children) make_all_indefinite(child);
@@ -248,7 +247,7 @@ void lie(Random& random, Tlv& tlv) {
   switch (below(random, 4)) {
     case 0: tlv.length = LengthOctets(right + 1); break;
     case 1: tlv.length = LengthOctets(right == 0 ? 0 : right - 1); break;
-    case 2: {  // the right length in a longer form: no lie, but no DER
+    case 2: {  // the right length in a longer form: correct, but not DER
       const size_t zeros = 1 + below(random, 2);
       tlv.length = {uint8_t(0x82 + zeros)};
       tlv.length.insert(tlv.length.end(), zeros, 0);
@@ -298,7 +297,7 @@ void edit(Random& random, std::vector<Tlv>* forest) {
       } else {
         std::vector<Tlv> children = std::move(here->children);
         if (children.empty()) break;
-        // Its content takes the place of the element.
+        // Its content replaces the element.
         *here = std::move(children.front());
       }
       break;

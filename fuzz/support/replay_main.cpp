@@ -36,7 +36,7 @@ std::mt19937& random_numbers() {
 
 }  // namespace
 
-// What libFuzzer offers to custom mutators: here one change of octets.
+// The function that libFuzzer offers to custom mutators: here one change of octets.
 extern "C" size_t LLVMFuzzerMutate(uint8_t* data, size_t size, size_t maxSize) {
   auto& numbers = random_numbers();
   if (size == 0 || (numbers() % 4 == 0 && size < maxSize)) {

@@ -1,4 +1,4 @@
-// Tokens signed anew under a public exponent of 1.
+// Tokens signed again under a public exponent of 1.
 #include "fuzz/support/resigned.h"
 
 #include "api/digest_by_oid.h"
@@ -51,7 +51,7 @@ Tlv* child_with(Tlv* parent, uint8_t tag) {
   return nullptr;
 }
 
-// The first octet of a string, in whichever component it stands.
+// The first octet of a string, in whichever component it is.
 uint8_t* first_octet(Tlv& string) {
   if (!string.content.empty()) return string.content.data();
   for (Tlv& component : string.children)

@@ -48,7 +48,7 @@ bool read_length(Cursor* c, bool* indefinite, size_t* length) {
     if (!c->get(&octet)) return false;
     *length = *length << 8 | octet;
   }
-  // The largest number is taken for the indefinite form by decoders of 32-bit lengths.
+  // Decoders of 32-bit lengths read the largest number as the indefinite form.
   return *length != 0xFFFFFFFF;
 }
 

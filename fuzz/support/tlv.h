@@ -1,8 +1,8 @@
 // Encodings as trees of tag, length and value (X.690 8.1), read and written without the library.
 //
-// The mutator edits these trees, and targets compare what the library says with what stands in
-// them. What is read here is well-formed; of types nothing is known but that OCTET STRINGs and BIT
-// STRINGs may hold an encoding.
+// The mutator edits these trees, and targets compare the library's results with their contents. This reader
+// accepts well-formed input only; of types it knows only that OCTET STRINGs and BIT STRINGs may hold an
+// encoding.
 #pragma once
 
 #include <cstddef>
@@ -20,13 +20,14 @@ struct Tlv {
   Octets tag;               // identifier octets
   bool indefinite = false;  // written with an end-of-contents marker
   bool nested = false;      // the content is `lead` and `children`, else `content`
-  Octets lead;              // the unused-bits octet in front of an encoding inside a BIT STRING
+  Octets lead;              // the unused-bits octet before an encoding inside a BIT STRING
   Octets content;
   std::vector<Tlv> children;
-  Octets length;  // when not empty, written as it stands in place of the right length
+  Octets length;  // when not empty, written in place of the right length
 
   bool constructed() const { return (tag[0] & 0x20) != 0; }
-  // is tells whether the one identifier octet is `octet`; of a primitive tag the constructed form counts too.
+  // is returns whether the one identifier octet is `octet`; of a primitive tag the constructed form counts
+  // too.
   bool is(uint8_t octet) const { return tag.size() == 1 && (tag[0] == octet || tag[0] == (octet | 0x20)); }
 };
 
@@ -36,9 +37,9 @@ Tlv Constructed(uint8_t tag, std::vector<Tlv> children);
 
 enum class Inside : bool { Leave, Open };  // whether encodings inside of strings are opened
 
-// ReadTlv reads one element in front of `in` and returns the octets that it takes; nothing when it is
-// not well-formed: contents that do not end where the length says, an indefinite length of a
-// primitive element, a tag of 0, a tag or length of more than four octets, nesting above 100.
+// ReadTlv reads one element at the start of `in` and returns the octets that it takes; nothing when it is not
+// well-formed: contents that do not end where the length says, an indefinite length of a primitive element, a
+// tag of 0, a tag or length of more than four octets, nesting above 100.
 std::optional<size_t> ReadTlv(View in, Tlv* out, Inside inside = Inside::Leave);
 
 // ReadForest reads elements until the input ends or one is not well-formed, and returns the octets read.
@@ -51,16 +52,16 @@ Octets Written(const Tlv& tlv);
 // LengthOctets returns the shortest definite form of a length.
 Octets LengthOctets(size_t length);
 
-// IsDefinite tells whether `in` is one element without indefinite lengths, all lengths as short as
-// they can be, and nothing behind it.
+// IsDefinite returns whether `in` is one element without indefinite lengths, all lengths as short as they can
+// be, and nothing after it.
 bool IsDefinite(View in);
 
 // StringOf returns the content of a string: that of its components, one after another, when it
 // is constructed; nothing when a component is not of the primitive type `component`.
 std::optional<Octets> StringOf(const Tlv& string, uint8_t component);
 
-// HasEmptyInteger tells whether a primitive element without content that may be an INTEGER, by its own
-// tag or under an implicit one, stands anywhere inside.
+// HasEmptyInteger returns whether there is, anywhere inside, a primitive element without content that may be
+// an INTEGER, by its own tag or under an implicit one.
 bool HasEmptyInteger(const Tlv& tlv);
 
 // Fields walks the elements of a SEQUENCE in their order.

@@ -216,10 +216,10 @@ void CheckType(const Type& t, View octets) {
 
   Tlv tlv;
   const auto wellFormed = ReadTlv(in.view(), &tlv);
-  // An INTEGER of 32 bits without content takes an octet that it does not count, so that what follows
-  // is read from another place than a reader of elements takes it from.
+  // An INTEGER of 32 bits without content takes an octet that it does not count, so the library reads the
+  // next element from another place than a reader of elements.
   if (wellFormed && !HasEmptyInteger(tlv)) FUZZ_CHECK(outcome.bytes == *wellFormed, outcome.bytes);
-  // What lies about its length inside of an EXPLICIT tag may count more octets than there are.
+  // A wrong length inside an EXPLICIT tag may count more octets than there are.
   if (outcome.bytes <= in.size()) check_prefixes(t, in.view(), outcome);
   check_encoding(t, in.view(), v.get());
   PrintValue(t, nowhere(), v.get(), 0);

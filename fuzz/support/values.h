@@ -25,11 +25,11 @@ class Chain {
 // registration and their encodings.
 bool EqualValues(const Type& t, const void* a, const void* b);
 
-// CheckType decodes `octets` as a value of `t` and checks what holds for every type:
+// CheckType decodes `octets` as a value of `t` and checks the rules that hold for every type:
 // - a chain of blocks decodes as one block does: code, octets read, value;
-// - what is well-formed is read to its end, and a value cut short does not decode;
-// - what decodes is encoded in definite lengths, the same whatever the size of blocks; the encoding
-//   decodes to an equal value and is encoded to the same octets;
+// - well-formed input is read to its end, and a value cut short does not decode;
+// - a decoded value is encoded in definite lengths, the same whatever the block size; the encoding decodes to
+//   an equal value and is encoded to the same octets;
 // - nothing writes to the input, and printing ends.
 void CheckType(const Type& t, View octets);
 

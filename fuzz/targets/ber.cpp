@@ -1,8 +1,8 @@
-// The runtime decoders one by one: tags, lengths, ends of contents, each primitive type, constructed
-// strings and open types. The first octet chooses the routine.
+// The runtime decoders one by one: tags, lengths, ends of contents, each primitive type, constructed strings
+// and open types. The first octet chooses the routine.
 //
-// Each is run over one block and over a chain of small ones, which must not differ in code, octets
-// counted or value; and beside what a reader of elements makes of the same octets.
+// Each runs over one block and over a chain of small ones, which must agree in code, octets counted and
+// value; the result is also compared with that of a reader of elements.
 #include "api/frame.h"
 #include "ber/constructed.h"
 #include "ber/memory.h"
@@ -40,7 +40,7 @@ Octets octets_of(const AsnBits& v) {
   return out;
 }
 
-// run returns how `decode` leaves and what it gives, the same for one block and for a chain.
+// run returns the code and the result of `decode`, the same for one block and for a chain.
 template <class Decode>
 Outcome run(View in, Decode decode) {
   const auto once = [&](ExpBuf* block) {
@@ -120,7 +120,7 @@ void check_end_of_contents(View in) {
 
 // --- Primitive types -------------------------------------------------------------
 
-// What a full decoder of a primitive type says of a well-formed element: a code, else a value.
+// The result of a full decoder of a primitive type for a well-formed element: a code, else a value.
 struct Verdict {
   AsnInt code = 0;
   std::optional<Octets> value;
@@ -136,7 +136,7 @@ Outcome run_primitive(View in) {
   Outcome o = run(in, decode);
   if (o.code != 0) return o;
 
-  // What decodes is encoded, and the encoding decodes to the same.
+  // A decoded value is encoded, and the encoding decodes to the same value.
   Decoded<T, Free> v;
   ResetProcess();
   AsnCatch([&](AsnJmpEnv& env) { DecodeBytes<T>(Decode, in.data(), in.size(), &v.value, env); });
@@ -171,7 +171,7 @@ Verdict integer(const Tlv& t) {
   if (t.tag != Octets{0x02}) return {-40, {}};
   if (t.content.size() > 4) return {-7, {}};
   if (const auto n = IntegerOf(&t)) return {0, octets_of(*n)};
-  return {};  // no content: an octet of what follows is taken
+  return {};  // no content: it reads an octet of the next element
 }
 
 Verdict unsigned_integer(const Tlv& t) {
@@ -251,7 +251,7 @@ void check_primitive(View in, Judge judge, Outcome (*run_type)(View)) {
 
 // --- Open types ------------------------------------------------------------------
 
-// An identifier, and behind it the value that it stands for.
+// An identifier, followed by the value that it selects.
 void check_any(View in) {
   EnsureAsnInit();
   Tlv identifier;

@@ -1,6 +1,6 @@
-// Big numbers, by identities that hold for all operands, and beside schoolbook arithmetic on octets. The
-// first octet chooses the operation, the second and third how the rest is divided into three operands,
-// the fourth holds their signs.
+// Big numbers: identities that hold for all operands, and a comparison with schoolbook arithmetic on octets.
+// The first octet chooses the operation, the second and third divide the rest into three operands, the fourth
+// holds their signs.
 #include "crypto/bignum/number.h"
 #include "fuzz/support/harness.h"
 

@@ -1,5 +1,5 @@
-// The digest exports: data in one piece, in pieces that the input decides, through the descriptors and over
-// a chain of buffers give one digest, and it is that of another maker where there is one.
+// The digest exports: data in one piece, in pieces that the input decides, through the descriptors and over a
+// chain of buffers give one digest, and it equals OpenSSL's where that is installed.
 #include "api/digest_by_oid.h"
 #include "asn1/oids.h"
 #include "crypto/digest/hashinfo.h"

@@ -1,5 +1,4 @@
-// Directory names as text: the input is a DistinguishedName behind two octets that give the size of the
-// field.
+// Directory names as text: the input is two octets for the size of the field, then a DistinguishedName.
 #include "api/name_text.h"
 
 #include <cstring>

@@ -1,5 +1,4 @@
-// The exports that decode requests, bare and framed; the record is compared with what a reader of
-// elements finds in the request.
+// The exports that decode requests, bare and framed; the record is compared with the elements of the request.
 #include <cstring>
 
 #include "fuzz/support/expected.h"
@@ -11,8 +10,8 @@ namespace {
 constexpr Codes kDecodeCodes = {QEX_OK, QEX_E_SIZE, QEX_E_DECODE};
 constexpr uint8_t kFill = 0x6B;
 
-// The octets in front of the request, by the rule for the end of an HTTP head: after a line feed and
-// at most one carriage return another line feed.
+// The octets before the request, by the rule for the end of an HTTP head: a line feed, at most one carriage
+// return, another line feed.
 size_t head_length(View in) {
   if (in.size() <= 5) return 0;
   if (std::memcmp(in.data(), "POST ", 5) != 0) {

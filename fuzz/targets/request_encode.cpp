@@ -1,5 +1,5 @@
-// The exports that encode requests. The input is a record, octet by octet, behind the transport mode; the
-// request that is expected of it is built here.
+// The exports that encode requests. The input is the transport mode, then a record, octet by octet; the
+// expected request is built here.
 #include <cstring>
 
 #include "fuzz/support/expected.h"

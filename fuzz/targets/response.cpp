@@ -1,4 +1,4 @@
-// The exports that read a TimeStampResp: its status, and its token as encoded afresh.
+// The exports that read a TimeStampResp: its status, and its token, encoded again.
 #include <cstring>
 
 #include "fuzz/support/expected.h"

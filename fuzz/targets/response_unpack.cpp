@@ -1,5 +1,5 @@
-// QEX_UnpackTSR, beside an account of the framing rules that was written apart from it. The first octet is
-// the transport mode.
+// QEX_UnpackTSR, compared with an independent model of the framing rules. The first octet is the transport
+// mode.
 #include <cstring>
 #include <optional>
 #include <string>
@@ -20,7 +20,7 @@ bool is_blank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
 }
 
-// The number in front of `s` as 32 bits, saturated.
+// The number at the start of `s` as 32 bits, saturated.
 int32_t number(const std::string& s, bool withSign) {
   size_t i = 0;
   while (i < s.size() && is_blank(s[i])) ++i;
@@ -130,7 +130,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FUZZ_CHECK(code == e.code, code);
   FUZZ_CHECK(length == e.length, length);
   FUZZ_CHECK(status == e.status, status);
-  // What is left stands at the start; without success nothing has moved.
+  // The message is moved to the start; without success nothing has moved.
   FUZZ_CHECK(std::equal(in.begin() + std::ptrdiff_t(e.head), in.end(), buffer.data()), e.head);
   return 0;
 }

@@ -1,5 +1,5 @@
-// The seven exports of time attribute certificates. The input is an attribute certificate, and behind it a
-// token; or a token alone.
+// The seven exports of time attribute certificates. The input is an attribute certificate followed by a
+// token, or a token alone.
 #include <cmath>
 #include <cstring>
 #include <ctime>
@@ -262,7 +262,8 @@ void check_token(View token, bool useV2) {
   FUZZ_CHECK((code == QEX_E_DECODE) == (QEX_GetLastAsnError() < 0), QEX_GetLastAsnError());
   if (!out) return;
   FUZZ_CHECK(IsDefinite(*out) && (*out)[0] == 0x30, out->size());
-  // What the token hands out belongs to it; -6 when it comes from the signer attributes and nothing is named.
+  // The attribute certificate taken from the token belongs to it; -6 when it comes from the signer attributes
+  // and nothing is named.
   ResetProcess(useV2);
   const int32_t matches =
       QEX_CheckTAC_MatchesTST(out->data(), uint32_t(out->size()), token.data(), uint32_t(token.size()));

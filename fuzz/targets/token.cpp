@@ -182,7 +182,7 @@ std::optional<Octets> rewritten(Rewrite rewrite, View token, const char* name, i
   return out;
 }
 
-// The same TSTInfo is read from what was rewritten.
+// The rewritten token gives the same TSTInfo.
 void check_same_info(View before, const Octets& after) {
   Record<QEX_TSTINFO_EX> a(kFill), b(kFill);
   a->size = b->size = sizeof(QEX_TSTINFO_EX);

@@ -1,5 +1,5 @@
-// The engine, by the types that stand at the top of a decoding and those that open types hold. The first
-// octet chooses the type; what is checked of it is said in fuzz/support/values.h.
+// The engine, through the types that start a decoding and those that open types hold. The first octet chooses
+// the type; fuzz/support/values.h describes the checks.
 #include "asn1/attrcert.h"
 #include "asn1/cades.h"
 #include "asn1/cms.h"

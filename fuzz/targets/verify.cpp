@@ -1,11 +1,11 @@
-// QEX_VerifyTST_Signature, with the certificate of the token and with one that is given: the input is a
-// token, and behind it, if anything, a certificate.
+// QEX_VerifyTST_Signature, with the certificate of the token and with a given one: the input is a token,
+// optionally followed by a certificate.
 //
 // A changed token has a signature that does not verify. Every token is therefore checked once more, signed
-// anew under a certificate whose public exponent is 1 (fuzz/support/resigned.h).
+// again under a certificate whose public exponent is 1 (fuzz/support/resigned.h).
 //
-// Inputs with a number of more than 4096 bits in a key are left out, since an exponent of that
-// size takes long however little there is to find; they are counted, and the count is printed at the end.
+// Inputs with a number of more than 4096 bits in a key are skipped, since an exponent of that size takes long
+// for any input; their count is printed at the end.
 #include <bit>
 #include <cstdio>
 #include <cstdlib>
@@ -90,7 +90,7 @@ int32_t verify(View token, View certificate, bool useV2) {
                                  uint32_t(certificate.size()));
 }
 
-// The last ASN.1 error tells how far the check came.
+// The last ASN.1 error shows how far the check came.
 void check_last_error(int32_t code) {
   const int32_t last = QEX_GetLastAsnError();
   switch (code) {
@@ -102,7 +102,7 @@ void check_last_error(int32_t code) {
   }
 }
 
-// What verifies with the token's own certificate verifies with that certificate given, and does not
+// A token that verifies with its own certificate also verifies with that certificate given, and does not
 // verify with another content.
 void check_verified(View token, bool useV2) {
   Octets certificate(token.size() + 64);
@@ -120,7 +120,7 @@ void check_verified(View token, bool useV2) {
   FUZZ_CHECK(changed == QEX_E_SIGNATURE, changed);
 }
 
-// is_own_encoding tells whether the library would write the token as it stands.
+// is_own_encoding returns whether the library would write exactly these octets for the token.
 bool is_own_encoding(View token) {
   DecodedToken contentInfo;
   ResetProcess();
@@ -132,7 +132,7 @@ bool is_own_encoding(View token) {
   return std::ranges::equal(out, token);
 }
 
-// What is signed over the encoding that the library itself would write verifies.
+// A signature over the encoding that the library itself would write verifies.
 void check_resigned(View token, bool useV2) {
   const auto resigned = Resign(token, useV2);
   if (!resigned) return;
