@@ -61,7 +61,7 @@ std::ostream& operator<<(std::ostream& out, const DecodingExport& one) {
   return out << one.name;
 }
 
-// The records and outputs of these calls stand in guarded memory and are not looked at.
+// The records and outputs of these calls are in guarded memory and are not checked.
 const std::vector<DecodingExport>& decoding_exports() {
   static const Octets request = RequestWith();
   static const std::vector<DecodingExport> all = {

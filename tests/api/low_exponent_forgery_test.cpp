@@ -1,9 +1,9 @@
-// What it means that the octets in front of the DigestInfo are not examined: under a key with the
-// exponent 3 anybody can sign.
+// The consequence of not examining the octets before the DigestInfo: under a key with the exponent 3 anybody
+// can sign.
 //
-// The check compares the tail of s^3 mod n with the DigestInfo. An odd DigestInfo T of k bits has a
-// cube root modulo 2^k, found bit by bit; where the modulus has more than 3k bits the cube is never
-// reduced, so that this root is a signature. Nothing secret takes part.
+// The check compares the tail of s^3 mod n with the DigestInfo. An odd DigestInfo T of k bits has a cube root
+// modulo 2^k, found bit by bit. If the modulus has more than 3k bits the cube is never reduced, so this root
+// is a signature. It needs no secret.
 #include <gtest/gtest.h>
 
 #include <algorithm>

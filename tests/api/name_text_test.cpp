@@ -46,7 +46,7 @@ std::ostream& operator<<(std::ostream& out, const Rendered& rendered) {
   return out << rendered.code << " \"" << rendered.text << "\"";
 }
 
-// rendered stops at the first zero octet, and expects that only zeros stand behind the text.
+// rendered stops at the first zero octet, and expects only zeros after the text.
 Rendered rendered(const AsnList* name, size_t size = 512, bool zeros_inside = false) {
   Guarded output(size);
   const int32_t code = NameToText(reinterpret_cast<char*>(output.data()), size, name);
@@ -137,7 +137,7 @@ TEST(NameToText, EveryStringKindStandsAsItsBytes) {
   }
 }
 
-// Deliberate: no conversion of characters, and a zero octet ends the text for what is appended.
+// Deliberate: no conversion of characters, and a zero octet ends the text for the next value appended.
 TEST(NameToText, TwoOctetCharactersEndTheText) {
   const Octets bmp = der::element(0x1E, Octets{0x00, 'A', 0x00, 'B'});
   EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", bmp}}), 512, true), (Rendered{0, "CN="}));
@@ -146,8 +146,8 @@ TEST(NameToText, TwoOctetCharactersEndTheText) {
             (Rendered{0, "CN= A;C=GB"}));
 }
 
-// Deliberate: values are copied over the text and end nowhere but where the text was cleared, so that octets
-// of a value with a zero octet show behind a shorter one that is put in their place.
+// Deliberate: values are copied over the text and end only where the text was cleared, so leftover octets of
+// a value with a zero octet remain visible after a shorter value that replaces it.
 TEST(NameToText, OctetsBehindAZeroOctetShowAgainBehindAShorterValue) {
   const Octets example = der::element(0x1E, Octets{0, 'E', 0, 'x', 0, 'a', 0, 'm'});
   const Octets three = der::element(0x1E, Octets{0, 'T', 0, 'S', 0, 'A'});
@@ -235,7 +235,7 @@ TEST(NameToText, EntryFitsUpToNamePlusValuePlus2OrPlus3) {
   const Octets last = DirectoryName({{"2.5.4.3", der::utf8_string("0123456789")}});
   EXPECT_EQ(rendered(last, 14), (Rendered{0, "CN=0123456789"}));
   EXPECT_EQ(rendered(last, 13), (Rendered{-1, ""}));
-  // One with another behind it: 2 + 10 + 3, and the other 1 + 2 + 2 at 14.
+  // One followed by another: 2 + 10 + 3, and the other 1 + 2 + 2 at 14.
   const Octets both = DirectoryName({{"2.5.4.3", der::utf8_string("0123456789")}, {"2.5.4.6", kCountry}});
   EXPECT_EQ(rendered(both, 19), (Rendered{0, "CN=0123456789;C=GB"}));
   EXPECT_EQ(rendered(both, 18), (Rendered{-1, "CN=0123456789;"}));

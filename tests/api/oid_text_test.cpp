@@ -70,7 +70,7 @@ TEST(OidToText, FirstOctetAloneGivesTheFirstTwoArcs) {
   EXPECT_EQ(text_of({0x81, 0x34, 0x03}).text, "2.49.52.3");
   EXPECT_EQ(text_of({0x80}).text, "2.48");
   EXPECT_EQ(text_of({0xFF, 0x01}).text, "2.175.1");
-  // What TextToOid makes of 2.100.3.
+  // The result of TextToOid for 2.100.3.
   EXPECT_EQ(text_of({0xB4, 0x03}).text, "2.100.3");
 }
 
@@ -224,7 +224,7 @@ TEST(TextToOid, DropsGroupsOfZerosAboveTheLowest) {
   for (const auto& row : rows) EXPECT_EQ(octets_of(row.text), row.contents) << row.text;
 }
 
-// Deliberate: arcs of ten and more digits are compared as text; what passes that way is read as the largest
+// Deliberate: arcs of ten and more digits are compared as text; those that pass are read as the largest
 // number.
 TEST(TextToOid, ArcOfElevenDigitsBelow2147483648AsTextIsTheLargestNumber) {
   const Octets largest{0x2A, 0x87, 0xFF, 0xFF, 0xFF, 0x7F};

@@ -102,7 +102,7 @@ TEST(OtherMakers, TokensAreWrittenBackAndBerBecomesTheDerOfItsMaker) {
     ASSERT_EQ(ber[1], 0x80);
     Octets expected = sample.der();
     if (sample.has("Tac")) {
-      // Certificates keep the order in which they came; the maker's DER has the attribute certificate first.
+      // Certificates keep their order; the other implementation's DER has the attribute certificate first.
       const Element set = ParseDer(expected)[1][0][3];
       ASSERT_EQ(set.parts.size(), 2u);
       const auto place = [&](size_t at) { return expected.begin() + ptrdiff_t(at); };
@@ -153,8 +153,8 @@ TEST(OtherMakers, TstInfoSaysWhatWasPutIn) {
   }
 }
 
-// What the signature itself comes to. Deliberate: no more than 20 octets of a digest take part with DSA; of
-// a SHA-256 and a q of 224 or 256 bits FIPS 186 signs 28 or 32.
+// The outcome for the signature itself. Deliberate: with DSA at most 20 octets of a digest count; of a
+// SHA-256 and a q of 224 or 256 bits FIPS 186 signs 28 or 32.
 int32_t signature_verdict(const PeerSample& sample) {
   const bool sha256 = sample["Digest"] == "SHA256" || sample["Digest"] == "sha256";
   return sample["Key"].compare(0, 7, "dsa2048") == 0 && sha256 ? QEX_E_SIGNATURE : QEX_OK;
@@ -177,7 +177,7 @@ void expect_verdicts(bool switched) {
     } else {
       EXPECT_EQ(AskLength(TsaCert(token)).code, QEX_E_NOCERT);
     }
-    // Written afresh, it means the same.
+    // Rewritten, it means the same.
     const Output afresh = Fetch(EncodedToken(der::sequence(der::sequence(der::integer(0)), token)));
     ASSERT_EQ(afresh.code, QEX_OK);
     EXPECT_EQ(Verify(afresh.octets), found ? verdict : QEX_E_NOCERT);
@@ -210,7 +210,7 @@ TEST(OtherMakers, CertificateOfAnotherKeyIsRefused) {
   }
 }
 
-// The attribute CMSAlgorithmProtection (RFC 6211), which this maker adds unless told not to, is registered
+// The attribute CMSAlgorithmProtection (RFC 6211), which this implementation adds by default, is registered
 // for no type: such a token does not decode.
 TEST(OtherMakers, TokensWithAnAttributeOfAnUnknownTypeDoNotDecode) {
   for (const PeerSample& sample : Tokens(true)) {

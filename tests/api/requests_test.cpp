@@ -264,7 +264,7 @@ TEST(FrameRequest, SocketHeadCountsTheFlagByteAndTheMessage) {
   EXPECT_EQ(output.octets, der::concat(Octets{0x00, 0x00, 0x00, 0x33, 0x00}, message));
 }
 
-// Deliberate: a digit 0 in front of the last place stands as a blank, between other digits too.
+// Deliberate: a digit 0 before the last place is written as a blank, between other digits too.
 TEST(FrameRequest, HttpHeadHoldsTheLengthInFourPlaces) {
   const struct {
     size_t size;
@@ -434,7 +434,7 @@ TEST(UnframeRequest, OtherSocketHeadsAreNone) {
     GuardedRecord<QEX_TSQ_DATA_EX> record;
     EXPECT_EQ(decode_full(der::concat(head, RequestWith()), &record), QEX_E_DECODE);
   }
-  // Behind a socket head stands a SEQUENCE.
+  // A SEQUENCE follows a socket head.
   GuardedRecord<QEX_TSQ_DATA_EX> record;
   EXPECT_EQ(decode_full({0, 0, 0, 0, 0, 0x31, 0x00}, &record), QEX_E_DECODE);
 }

@@ -345,7 +345,7 @@ TEST(UnpackHttp, EveryPrefixOfAReplyIsAnsweredWithoutReadingOn) {
     EXPECT_TRUE(unpacked.code == QEX_E_ARG || unpacked.code == QEX_E_LENGTH ||
                 unpacked.code == QEX_E_FRAMING || unpacked.code == QEX_OK)
         << n << ": " << unpacked;
-    // A line feed at the very end is an end of the head, and the body is then what follows: nothing.
+    // A line feed at the very end ends the head, and the body is then empty.
     if (unpacked.code == QEX_OK) {
       EXPECT_EQ(reply[n - 1], '\n') << n;
     }
@@ -511,7 +511,7 @@ TEST(Token, ReplyThatCarriesItIsReadThroughEveryFraming) {
 TEST(Token, IsEncodedAfreshInDefiniteLengths) {
   const Octets signed_data_content = [] {
     const Octets token = TokenMaker().encode();
-    // ContentInfo { contentType, [0] { SignedData } }: what stands behind the head of [0].
+    // ContentInfo { contentType, [0] { SignedData } }: the contents after the head of [0].
     const Octets type = der::oid(kSignedData);
     const size_t at = 4 + type.size() + 4;
     return Octets(token.begin() + ptrdiff_t(at), token.end());

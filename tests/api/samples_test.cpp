@@ -127,7 +127,7 @@ TEST(Samples, TokensOfTheSecondVersionVerifyWithTheSwitch) {
 
 TEST(Samples, AnyOctetOfTheContentCounts) {
   const Octets token = token_of("reply_sha1_v1_cert.der");
-  const Octets version{0x02, 0x01, 0x01, 0x06};  // the start of the TSTInfo, behind its head
+  const Octets version{0x02, 0x01, 0x01, 0x06};  // the start of the TSTInfo, after its head
   const auto at = std::search(token.begin(), token.end(), version.begin(), version.end());
   ASSERT_NE(at, token.end());
   const size_t start = size_t(at - token.begin());

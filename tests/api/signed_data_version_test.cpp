@@ -1,4 +1,4 @@
-// The version of SignedData: what decides it, case by case.
+// The version of SignedData: each rule that decides it.
 #include "api/signed_data_version.h"
 
 #include <gtest/gtest.h>

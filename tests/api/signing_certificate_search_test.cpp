@@ -31,7 +31,7 @@ Octets token_of(const std::vector<Identifier>& identifiers, bool v2) {
   return v2 ? TokenNaming({}, encoded) : TokenNaming(encoded, {});
 }
 
-// named_later compares one by one: it tells whether an identifier behind the first is that of `certificate`.
+// named_later compares one by one: it returns whether an identifier after the first is that of `certificate`.
 bool named_later(const std::vector<Identifier>& identifiers, bool v2, const Octets& certificate) {
   for (size_t i = 1; i < identifiers.size(); ++i) {
     const std::string algorithm = !v2                                ? kSha1

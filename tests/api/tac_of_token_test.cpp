@@ -47,8 +47,7 @@ Octets sha1_of(const CertificateParts& parts) {
   return sha1(StandaloneOctets(parts));
 }
 
-// token_with holds these certificates behind that of the authority; the identifiers stand behind the
-// authority's.
+// token_with puts these certificates after that of the authority, and the identifiers after the authority's.
 TokenParts token_with(const std::vector<CertificateParts>& certificates,
                       const std::vector<Octets>& identifiers) {
   TokenParts parts;
@@ -348,7 +347,7 @@ TEST(TimeAttributeCert, ReportsThatMemoryRanOutAndReleasesAll) {
 
 TEST(CheckTac, MatchesWhatTheSecondOrALaterIdentifierNames) {
   const Octets tac = ByHand(tac_of(1));
-  // The certificate need not stand in the token.
+  // The certificate need not be in the token.
   EXPECT_EQ(matches(tac, ByHand(token_with({}, {sha1(tac)}))), QEX_OK);
   EXPECT_EQ(QEX_GetLastAsnError(), 0);
   EXPECT_EQ(matches(tac, ByHand(token_with({}, {Octets(20, 1), Octets(20, 2), sha1(tac)}))), QEX_OK);

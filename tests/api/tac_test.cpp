@@ -111,7 +111,7 @@ TEST(CertInfoEx, IsFilledAllTheSameWithWhatDoesNotFit) {
     EXPECT_EQ(info->serialNumberLen, int32_t(c.serial));
     EXPECT_EQ(Field(info->signatureValue), field(c.signature, 1024));
     EXPECT_EQ(info->signatureValueLen, int32_t(c.signature));
-    // What stands between and behind is there.
+    // The parts between and after them are there.
     EXPECT_EQ(FieldText(info->issuerName), "C=GB;O=Example;CN=Issuer");
     EXPECT_EQ(FieldText(info->notAfter), "20250101000000Z");
     EXPECT_EQ(FieldText(info->signatureAlgorithm), kSha256WithRsa);

@@ -42,7 +42,7 @@ TEST(TimingMetricsEx, AreConvertedToTextsAndSeconds) {
   }
 }
 
-// metrics_of tells metrics apart by their delay.
+// metrics_of distinguishes metrics by their delay.
 MetricsParts metrics_of(int64_t delay) {
   MetricsParts parts;
   parts.delay = Seconds(delay);
@@ -261,7 +261,7 @@ TEST(TimingMetricsEx, HoldTheLastLeapEvent) {
   EXPECT_EQ(metrics.code, QEX_OK);
   EXPECT_EQ(metrics->leapAction, -1);
   EXPECT_EQ(Field(metrics->leapTime), TextAndFill("20170101000000Z", 32));
-  // One that cannot be rendered is reported, wherever it stands.
+  // One that cannot be rendered is reported, wherever it is.
   parts.leaps = {{{Seconds(0), 1}, {Seconds(3692217600), 2147483647}}};
   const Metrics first_bad(tac_with(parts));
   EXPECT_EQ(first_bad.code, QEX_E_SIZE);

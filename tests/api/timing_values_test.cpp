@@ -29,7 +29,7 @@ struct TimeRecord {
   }
 };
 
-// TimeText is what TimeToText makes of room filled with another octet.
+// TimeText is the result of TimeToText over room filled with another octet.
 struct TimeText {
   bool rendered;
   std::string text;

@@ -32,7 +32,7 @@ int32_t read_short(const Octets& token, ShortRecord* record) {
   return QEX_GetTST_TSTInfo(record->get(), input.data(), input.size());
 }
 
-// What the plain TSTInfo of the maker reads as, with a tsa name of which all octets are 0.
+// The expected record for the plain TSTInfo of TokenMaker, with a tsa name of which all octets are 0.
 QEX_TSTINFO_EX plain_full() {
   QEX_TSTINFO_EX record{};
   record.size = 880;
@@ -203,7 +203,7 @@ TEST(TstInfo, SizeIsHeldTo1044BeforeAndLeftAs880) {
 
 // --- The authority's name ------------------------------------------------------------------
 
-// Deliberate: 880 bytes are cleared, and the rest of the name keeps what the caller left there.
+// Deliberate: 880 bytes are cleared, and the rest of the name keeps the caller's octets.
 TEST(TstInfo, WithoutATsaTheNameIsEmptyAndItsLast164BytesStay) {
   FullRecord record;
   EXPECT_EQ(read_full(token_of({}), &record), QEX_OK);
@@ -262,7 +262,7 @@ TEST(TstInfo, NameMayFillItsField) {
   EXPECT_EQ(std::string(record->tsaName), "CN=" + longest);
 }
 
-// --- What does not fit -------------------------------------------------------------------------
+// --- Values that do not fit --------------------------------------------------------------------
 
 TEST(TstInfo, LongValuesAreCutAndReportedWithAFullRecord) {
   const struct {

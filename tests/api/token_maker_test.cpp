@@ -1,4 +1,4 @@
-// The maker of tokens that other tests stand on: another maker's tools accept what it makes.
+// The token maker on which other tests rely: another implementation accepts its tokens.
 #include "tests/support/token_maker.h"
 
 #include <gtest/gtest.h>
@@ -40,7 +40,7 @@ class MadeToken : public ::testing::Test {
         der::sequence(der::algorithm(kSha256, der::null()), der::octet_string(Digest(kSha256, document)));
   }
 
-  // verdict returns the status of `openssl ts -verify`, and what it said.
+  // verdict returns the status and the output of `openssl ts -verify`.
   std::pair<int, std::string> verdict(TokenMaker token) {
     token.tst_info = info_.encode();
     folder_.write("token", token.encode());

@@ -1,4 +1,4 @@
-// The way into a token: its signed data, what was signed, who signed first.
+// The way into a token: its signed data, the signed content, the first signer.
 #include "api/token.h"
 
 #include <gtest/gtest.h>

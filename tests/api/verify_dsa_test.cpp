@@ -1,5 +1,5 @@
-// Tokens under DSA keys: the two forms of a signature, how much of a digest takes part, and keys and
-// signatures that nobody made by the rules.
+// Tokens under DSA keys: the two forms of a signature, the part of a digest that counts, and keys and
+// signatures that break the rules.
 #include <gtest/gtest.h>
 
 #include <string>
@@ -49,7 +49,7 @@ auto leftmost_20(const DsaKey& key) {
       [key](const Octets& hash) { return SigValue(DsaSign(key, Octets(hash.begin(), hash.begin() + 20))); };
 }
 
-// --- What verifies ---------------------------------------------------------------------
+// --- Tokens that verify ----------------------------------------------------------------
 
 TEST(VerifyDsa, EitherDigestVerifiesInEitherForm) {
   for (const char* digest : {kSha1, kSha256}) {
@@ -283,7 +283,7 @@ TEST(VerifyDsa, KeyWithoutParametersLacksThem) {
   DsaToken(key160(), key_info({}, y_of_key160())).expect(QEX_E_MISSING);
 }
 
-// Parameters of the wrong form are no open type of the key's algorithm: the certificate does not decode.
+// Parameters of the wrong form are not an open type of the key's algorithm: the certificate does not decode.
 TEST(VerifyDsa, ParametersThatLackANumberDoNotDecode) {
   const ErrorCapture quiet;
   const Octets number = der::unsigned_integer(key160().p);
@@ -331,8 +331,7 @@ TEST(VerifyDsa, NumbersOfAKeyThatAreTooLargeAreNotHeld) {
   }
 }
 
-// A signature that is good under the key as it was is none under the changed one; nothing ends
-// the process.
+// A signature that is good under the original key is bad under the changed one; nothing ends the process.
 TEST(VerifyDsa, HostileNumbersOfAKeyAreRefused) {
   const auto changed = [](Octets number, int by) {
     number.back() = uint8_t(number.back() + by);

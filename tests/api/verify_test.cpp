@@ -34,7 +34,7 @@ void expect_both(const Octets& token, const Verdict& expected) {
   EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), expected) << "with the caller's certificate";
 }
 
-// --- What verifies ---------------------------------------------------------------------
+// --- Tokens that verify ----------------------------------------------------------------
 
 TEST(Verify, MadeTokenVerifiesWithEitherCertificate) {
   expect_both(TokenMaker().encode(), kVerifies);
@@ -138,7 +138,7 @@ TEST(Verify, OtherParametersInTheDigestInfoDoNotMatch) {
               {QEX_E_SIGNATURE, 0});
 }
 
-// Deliberate: the octets in front of the DigestInfo are not examined.
+// Deliberate: the octets before the DigestInfo are not examined.
 TEST(Verify, BlockInFrontOfTheDigestInfoIsNotExamined) {
   const struct {
     const char* name;
@@ -270,7 +270,7 @@ TEST(Verify, SignatureIsOverTheSetAndNotOverTheContextTag) {
   expect_both(token, {QEX_E_SIGNATURE, 0});
 }
 
-// What is hashed is the codec's own encoding of the attributes, not the octets received.
+// The codec's own encoding of the attributes is hashed, not the octets received.
 TEST(Verify, AttributesInAnotherFormOfBerVerifyOnlyUnderASignatureOverTheirDer) {
   const Octets content = TstInfoMaker().encode();
   const Octets digest = Attribute(kMessageDigestAttribute, {der::octet_string(Digest(kSha256, content))});
@@ -679,7 +679,7 @@ TEST(VerifyKey, KeyIsReadFromWholeOctets) {
   const ErrorCapture quiet;
   expect_key(der::sequence(der::algorithm(kRsaEncryption, der::null()), der::bit_string({0x30, 0x00}, 4)),
              {QEX_E_MISSING, 0});
-  // Four unused bits behind a whole key do not harm it.
+  // Four unused bits after a whole key do no harm.
   const RsaKey& rsa = TestKey("authority");
   const Octets key = der::sequence(der::unsigned_integer(rsa.n), der::unsigned_integer(rsa.e));
   expect_key(

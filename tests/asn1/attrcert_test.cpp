@@ -161,13 +161,13 @@ TEST(AttributeCertificateV1, EveryFormIsWrittenBackAsItCame) {
     EXPECT_EQ(info_v1.subject->choice, form.subject);
     EXPECT_EQ(info_v1.attributes->count, 1);
     ExpectRoundTrip(NESTED(CertificateChoices), choice);
-    // Written on its own it stands under the tag of a SEQUENCE.
+    // Encoded alone it has the tag of a SEQUENCE.
     EXPECT_EQ(Encoded([&](ExpBuf** b) { return BEncAttributeCertificateV1(b, v->v1AttrCert); }),
               sequence(form.fields));
   }
 }
 
-// The version-1 module has EXPLICIT tags: the SEQUENCE stands inside.
+// The version-1 module has EXPLICIT tags: the SEQUENCE is inside.
 TEST(AttributeCertificateV1, SubjectTagsAreExplicit) {
   ExpectRefused(NESTED(AttributeCertificateV1), sequence(sample::ac_v1_fields({}, context(0, set()))),
                 site_code(kAttCertSubject, Site::InnerTag, 1));

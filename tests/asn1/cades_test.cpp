@@ -36,7 +36,7 @@ TEST(SignaturePolicyId, TheHashIsMandatory) {
   ExpectRoundTrip(NESTED(OtherHashAlgAndValue), kHash);
 }
 
-// The published qualifiers are no rows of the table.
+// The published qualifiers are not rows of the table.
 TEST(SignaturePolicyId, QualifiersDecodeWhenTheirTypeIsRegistered) {
   const auto with = [](std::string_view id) {
     return sequence(oid("1.2.3"), kHash, sequence(sequence(oid(id), utf8_string("x"))));
@@ -46,7 +46,7 @@ TEST(SignaturePolicyId, QualifiersDecodeWhenTheirTypeIsRegistered) {
     ExpectRefused(NESTED(SignaturePolicyId), with(id), -44, "ERROR - ANY Decode routine is NULL\n");
 }
 
-// Both tags are EXPLICIT: inside stands the whole list, or the whole certificate.
+// Both tags are EXPLICIT: the whole list, or the whole certificate, is inside.
 TEST(SignerAttribute, ClaimedAndCertifiedAttributes) {
   const Octets claimed = context(0, sequence(sample::content_type_attribute()));
   const Octets certified = context(1, sequence(sample::ac_fields()));

@@ -48,7 +48,7 @@ TEST(ContentInfo, Failures) {
                 site_code(kContentInfo, Site::Trailing));
   ExpectRefused(TOP(ContentInfo), sequence(oid(sample::kData), context(0, octet_string({})), null()),
                 site_code(kContentInfo, Site::Length));
-  // TSTInfo is no content of its own: it stands in signed data, as octets.
+  // TSTInfo is not a content of its own: it is octets inside signed data.
   for (const char* type : {sample::kTSTInfoId, "1.2.840.113549.1.7.3", "1.2.840.113549.1.9.16.1.2"})
     ExpectRefused(TOP(ContentInfo), sequence(oid(type), context(0, sequence())), -44, kNoDecoder);
   Decoded wrong(TOP(ContentInfo), sequence(oid(sample::kSignedDataId), context(0, set())));
@@ -113,7 +113,7 @@ TEST(SignedData, Failures) {
 TEST(EncapsulatedContentInfo, ContentMayBeAbsent) {
   ExpectRoundTrip(NESTED(EncapsulatedContentInfo), sequence(oid(sample::kTSTInfoId)));
   ExpectRoundTrip(NESTED(EncapsulatedContentInfo), hex("300a 0602 2a03 a004 0402 0500"));
-  // The identifier does not decide what the octets are.
+  // The identifier does not decide how the octets are decoded.
   ExpectRoundTrip(NESTED(EncapsulatedContentInfo), hex("300a 0602 5504 a004 0402 ffff"));
 }
 
@@ -135,7 +135,7 @@ TEST(SignerInfo, AllFieldsAreFoundUnderTheirTags) {
   EXPECT_EQ(v->unsignedAttrs->count, 1);
   ExpectRoundTrip(NESTED(SignerInfo), signer);
   ExpectRoundTrip(NESTED(SignerInfos), set(signer, sample::signer_info()));
-  // For the signature the attributes stand under the tag of a SET.
+  // For the signature the attributes have the tag of a SET.
   EXPECT_EQ(Encoded([&](ExpBuf** b) { return BEncAttributes(b, v->signedAttrs); }),
             set(sample::content_type_attribute(), digest));
 }
@@ -146,7 +146,7 @@ TEST(SignerInfo, AttributesMayBeAbsent) {
       ExpectAnyForm(NESTED(SignerInfo), sample::signer_info(with, without));
 }
 
-// A countersignature is no row of the table.
+// A countersignature is not a row of the table.
 TEST(SignerInfo, AnUnknownUnsignedAttributeIsRefused) {
   ExpectRefused(NESTED(SignerInfo),
                 sample::signer_info({}, context(1, sample::attribute("1.2.840.113549.1.9.6", sequence()))),

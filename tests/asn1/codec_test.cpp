@@ -58,8 +58,8 @@ TEST(SequenceCodec, EveryChoiceOfOptionalFieldsIsWrittenBack) {
   }
 }
 
-// An indefinite length may end wherever no mandatory field is left. A marker whose second octet is
-// not zero is told from the one that is looked for behind the last field.
+// An indefinite length may end wherever no mandatory field is left. A marker whose second octet is not zero
+// has another code there than after the last field.
 TEST(SequenceCodec, EndOfContentsIsTestedForAfterEachField) {
   Octets fields = kMandatory;
   for (const Octets& next : {kPolicy, kNonce, kCertReq, kExtensionsField}) {
@@ -85,7 +85,7 @@ TEST(SequenceCodec, EndOfContentsBehindAMandatoryLastFieldIsMinus16) {
     ExpectRefused(NESTED(MessageImprint), concat(hex("3080"), fields, hex(end)), -16, kBadEoc);
 }
 
-// The marker is no field: where a mandatory one is due, a zero tag is just another tag.
+// The marker is not a field: where a mandatory one is due, a zero tag is just another tag.
 TEST(SequenceCodec, EndOfContentsBeforeAMandatoryFieldIsItsAbsence) {
   ExpectRefused(TOP(TimeStampReq), hex("30800000"), -641);
   ExpectRefused(TOP(TimeStampReq), indefinite(0x30, integer(1)), -642);
@@ -97,7 +97,7 @@ TEST(SequenceCodec, AZeroTagInADefiniteLengthIsATrailingTag) {
 
 TEST(SequenceCodec, ContentsLongerOrShorterThanTheLengthAreRefused) {
   ExpectRefused(TOP(TimeStampReq), sequence(kAll, hex("00")), -643);
-  ExpectRefused(TOP(TimeStampReq), concat(sequence(kAll), hex("00")), 0);  // behind the value
+  ExpectRefused(TOP(TimeStampReq), concat(sequence(kAll), hex("00")), 0);  // after the value
   const Octets shorter = with_length(0x30, uint8_t(kAll.size() - 1), kAll);
   ExpectRefused(TOP(TimeStampReq), shorter, -643);
   ExpectRefused(NESTED(MessageImprint), sequence(sample::sha256(), octet_string({}), null()),
@@ -193,8 +193,8 @@ TEST(ChoiceCodec, ATagThatIsNoAlternativeIsRefused) {
   ExpectRefused(NESTED(Time), hex("1600"), site_code(kTime, Site::Unexpected), kText);
 }
 
-// In a SEQUENCE an untagged CHOICE is known by the tags of its alternatives: what is none of them is
-// a missing field, not an unexpected alternative.
+// In a SEQUENCE an untagged CHOICE is recognised by the tags of its alternatives: any other tag is a missing
+// field, not an unexpected alternative.
 TEST(ChoiceCodec, InASequenceItIsKnownByItsAlternatives) {
   const Octets time = utc_time("260101000000Z");
   ExpectRefused(NESTED(Validity), sequence(integer(1), time), missing(kValidity, 0));
@@ -404,7 +404,7 @@ Octets token_sample() {
       sample::signed_data(context(0, sample::certificate(), context(2, sample::ac_fields()))));
 }
 
-// An announced length is compared with what is left, not believed.
+// An announced length is compared with the remaining data, not believed.
 TEST(CodecMemory, NothingIsAllocatedOnTheWordOfALength) {
   const Octets id = oid(sample::kData);
   const struct {
@@ -424,8 +424,8 @@ TEST(CodecMemory, NothingIsAllocatedOnTheWordOfALength) {
   }
 }
 
-// Whichever allocation fails, the decoder is left with -27 and without a text, and what it had
-// allocated by then is released with the value.
+// Whichever allocation fails, the decoder raises -27 without a text, and everything allocated so far is
+// released with the value.
 TEST(CodecMemory, EveryFailingAllocationRaisesMinus27) {
   ASSERT_TRUE(RegisterOpenTypes());
   const Octets in = token_sample();
@@ -456,7 +456,7 @@ TEST(CodecMemory, EveryFailingAllocationRaisesMinus27) {
   }
 }
 
-// An encoder that finds no memory marks the chain and still counts what it would have written.
+// An encoder whose allocation fails marks the chain and still counts the octets that it would have written.
 TEST(CodecMemory, AnEncoderWithoutMemoryMarksTheChain) {
   const Octets in = token_sample();
   Decoded v(TOP(ContentInfo), in);

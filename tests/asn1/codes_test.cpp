@@ -151,7 +151,7 @@ uint8_t tag_octet(AsnTag tag) {
 Octets sample(const Type& t);
 Octets sample_content(const Type& t);
 
-// The identifier that stands before an open type, chosen so that 'value' below is one of its type.
+// The identifier before an open type, chosen so that 'value' below is one of its type.
 Octets identifier_contents(const Type& t, const Field& f) {
   for (const Field& open : t.fields) {
     if (open.definedBy != int32_t(f.offset)) continue;

@@ -1,4 +1,4 @@
-// Open types inside each other: how deep they may stand, and how much stack that takes.
+// Nested open types: the depth limit, and the stack that they need.
 #include <functional>
 
 #include "asn1/cms.h"
@@ -71,7 +71,7 @@ const Way kWays[] = {
     {"name", "2.5.4.49", through_name},
 };
 
-// Where the stack stood when the error handler was called last.
+// The position of the stack at the last call of the error handler.
 uintptr_t deepest;
 void note_frame(const char*, int) {
   deepest = reinterpret_cast<uintptr_t>(__builtin_frame_address(0));
@@ -89,14 +89,14 @@ TEST(OpenTypeDepth, SixtyFourLevelsDecodeAndSixtyFiveDoNot) {
   }
 }
 
-// What is bounded is how deep values stand inside each other, not how many there are.
+// The bound is on depth, not on the number of values.
 TEST(OpenTypeDepth, ManyOpenTypesSideBySideAreNoDepth) {
   Octets names;
   for (int i = 0; i < 200; ++i) names = concat(names, set(sequence(oid("2.5.4.3"), printable_string("x"))));
   ExpectWrittenBack(TOP_AS(DistinguishedName, DistinguishedName), sequence(names));
 }
 
-// A decoding that was left deep down leaves nothing behind for the next one.
+// A decoding that fails deep down does not affect the next one.
 TEST(OpenTypeDepth, EachDecodingStartsAtZero) {
   for (int i = 0; i < 3; ++i) {
     Decoded v(TOP(ContentInfo), nested(65, kSignedDataId, through_issuer));

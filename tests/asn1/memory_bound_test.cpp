@@ -1,8 +1,8 @@
-// How much memory a decoded value may take for each octet of its encoding, worked out from the types.
+// The memory that a decoded value may take per octet of its encoding, worked out from the types.
 //
-// Of a type's encodings the worst is sought: what its value takes, less so many bytes for each octet. A list
-// whose element comes out above nothing could be made to take more than that by repeating the element; when
-// no list's does, a value takes so many bytes an octet, and a rest that no input changes.
+// For each type the worst encoding is sought: the memory of its value, minus a number of bytes per octet. If
+// that is positive for the element of a list, repeating the element exceeds the bound; if it is so for no
+// list, a value takes at most that number per octet, plus a rest that no input changes.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -80,7 +80,7 @@ const std::vector<OpenType> kOpenTypes = {
     open<kTime>(),
 };
 
-// What a heap makes of a request.
+// The block that a heap gives for a request.
 using Heap = double (*)(size_t);
 double as_asked(size_t n) {
   return double(n);
@@ -94,8 +94,8 @@ class Bound {
   Bound(double bytesPerOctet, Heap heap) : rate_(bytesPerOctet), heap_(heap) {
     for (const Type* root : kRoots) add(*root);
     for (const OpenType& open : kOpenTypes) add(*open.type);
-    // A value gains by no more than what it holds, so each round settles one more level of nesting; a cycle
-    // that gained at every turn would never settle.
+    // A value gains only through its parts, so each round settles one more level of nesting; a cycle that
+    // gained at every turn would never settle.
     for (size_t round = 0; round <= types_.size(); ++round) {
       settled_ = true;
       for (const Type* type : types_) {

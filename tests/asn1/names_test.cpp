@@ -170,7 +170,7 @@ TEST(GeneralName, OtherTagsAreNoAlternatives) {
                   "ERROR - unexpected tag in CHOICE\n");
 }
 
-// directoryName is EXPLICIT, for a Name is a CHOICE: the tag of the sequence stands inside.
+// directoryName is EXPLICIT, for a Name is a CHOICE: the tag of the sequence is inside.
 TEST(GeneralName, DirectoryNameHoldsAWholeName) {
   Decoded v(NESTED(GeneralName), context(4, set(sample::common_name("x"))));
   EXPECT_EQ(v.outcome, (Outcome{site_code(kName, Site::Unexpected), "ERROR - unexpected tag in CHOICE\n"}));

@@ -209,7 +209,7 @@ AsnAny look_up(const Octets& identifier) {
   return any;
 }
 
-// What tells a registered type: a value of it, and the text with which it refuses another tag.
+// The marks of a registered type: a value of it, and its text for refusing another tag.
 struct Value {
   Octets sample;
   Outcome refusal;  // code 0: any code of the types' range

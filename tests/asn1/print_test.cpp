@@ -40,7 +40,7 @@ TEST(Print, AnEmptySequenceIsHeaderAndBrace) {
   EXPECT_EQ(print(NESTED(Accuracy), hex("3000")), "{ -- SEQUENCE --\n\n}");
 }
 
-// Fields stand four blanks deeper than the brace that closes them; the header is not indented.
+// Fields are indented four blanks more than the brace that closes them; the header is not indented.
 TEST(Print, TheIndentIsThatOfTheClosingBrace) {
   EXPECT_EQ(print(NESTED(Accuracy), hex("3003 020101"), 6),
             "{ -- SEQUENCE --\n"

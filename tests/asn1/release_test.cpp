@@ -1,4 +1,4 @@
-// What the engine releases, and what it leaves behind.
+// Values that the engine releases, and values that it leaves.
 #include <gtest/gtest.h>
 
 #include "asn1/cms.h"
@@ -15,7 +15,7 @@ namespace {
 
 using namespace der;
 
-// holds_nothing tells whether a value keeps no pointer to anything that a decoder allocated.
+// holds_nothing returns whether a value keeps no pointer to anything that a decoder allocated.
 bool holds_nothing(const Type& t, const void* v);
 
 bool field_holds_nothing(const Field& f, const void* rec) {
@@ -89,8 +89,8 @@ TEST(Release, LeavesPointersNull) {
   EXPECT_EQ(v->extensions, nullptr);
 }
 
-// Of a field that a SET repeats, what was decoded first is released when the second one comes, also when the
-// second one is refused.
+// When a SET repeats a field, the first value is released as the second arrives, even if the second is
+// refused.
 TEST(Release, OfARepeatedFieldOfASetTheEarlierValueGoes) {
   ASSERT_TRUE(RegisterOpenTypes());
   const long before = LiveBlocks();

@@ -1,5 +1,5 @@
-// What other makers' software writes: messages and certificates made with openssl
-// (tests/data/make_samples.sh) decode and are written back byte for byte.
+// Other implementations' messages and certificates, made with openssl (tests/data/make_samples.sh), decode
+// and are encoded to the same octets.
 #include <filesystem>
 #include <fstream>
 #include <iterator>

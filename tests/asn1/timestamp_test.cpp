@@ -305,7 +305,7 @@ TEST(Accuracy, TheRangeOfMillisIsNotTested) {
 // The tags of millis and micros are those of a primitive INTEGER alone.
 TEST(Accuracy, AConstructedMillisIsATrailingTag) {
   ExpectRefused(NESTED(Accuracy), hex("3005 a003020101"), site_code(kAccuracy, Site::Trailing));
-  // Behind the last field no tag is read any more.
+  // After the last field no further tag is read.
   ExpectRefused(NESTED(Accuracy), hex("3006 810101800101"), site_code(kAccuracy, Site::Length));
 }
 

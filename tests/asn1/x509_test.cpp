@@ -209,7 +209,7 @@ TEST(CertificateList, AllFieldsAreFoundUnderTheirTags) {
   ExpectRoundTrip(NESTED(CertificateLists), set(crl, crl));
 }
 
-// nextUpdate is told from revokedCertificates by its tag.
+// The tag distinguishes nextUpdate from revokedCertificates.
 TEST(TBSCertList, EveryChoiceOfOptionalFieldsIsWrittenBack) {
   const Octets optional[] = {kUtc, sequence(kEntry), context(0, sequence())};
   for (unsigned chosen = 0; chosen < 16; ++chosen) {

@@ -18,7 +18,7 @@ import sys
 import tempfile
 import threading
 
-sys.dont_write_bytecode = True  # nothing is left beside the sources
+sys.dont_write_bytecode = True  # write nothing next to the sources
 
 import tac  # noqa: E402
 from server import REPLY_TYPE, HttpService, Listener, SocketService  # noqa: E402

@@ -1,5 +1,5 @@
-"""The test authority does what tests rely on. Queries are made, and replies checked, by
-the openssl command; the heads are written out here octet by octet."""
+"""The test authority behaves as tests expect. The openssl command makes the queries and checks the replies;
+the heads are written out here octet by octet."""
 
 import calendar
 import hashlib
@@ -67,7 +67,7 @@ def make_query(*options, digest="sha256", imprint=SHA256_OF_NOTHING):
 
 
 def head_of(length):
-    """The head that the library puts in front of a request of three digits."""
+    """The head that the library writes before a request of three digits."""
     digits = bytearray(b"    ")
     for place, value in enumerate((length // 1000, length % 1000 // 100, length % 100 // 10)):
         if value:
@@ -205,7 +205,7 @@ class AuthorityTest(unittest.TestCase):
                 self.assertIn(f"Public Key Algorithm: {algorithm}\n", key)
 
     def token_of(self, reply):
-        """The token, found by what openssl says about the reply: it stands behind the status."""
+        """The token, located by openssl's printout of the reply: it follows the status."""
         second = [line for line in self.lines_of(reply) if line[1] == 1][1]
         return reply[second[0]:]
 
@@ -217,7 +217,7 @@ class AuthorityTest(unittest.TestCase):
         return [(*map(int, match.groups()[:4]), match[5]) for match in map(pattern.match, text.splitlines())]
 
     def attribute_certificates_of(self, token):
-        """Those of the certificate set, as they stand alone."""
+        """Those of the certificate set, as separate encodings."""
         return [b"\x30" + token[at + 1:at + head + length]
                 for at, depth, head, length, text in self.lines_of(token) if depth == 4 and "cont [ 2 ]" in text]
 

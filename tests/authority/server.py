@@ -1,9 +1,9 @@
 """The two transports of the test authority: HTTP, and the framing over a bare socket.
 
-Both serve one request a connection, on the loopback interface, under a time-out, and read
-no more than MAX_MESSAGE octets of message. HTTP is parsed here and not by http.server,
-because a Content-Length whose digits stand apart ("1 1" for 101 to 109 octets) has to be
-understood: the length is then that of the DER message itself.
+Both serve one request per connection, on the loopback interface, with a time-out, and read at most
+MAX_MESSAGE octets of message. HTTP is parsed here and not by http.server, because a Content-Length with
+blanks between its digits ("1 1" for 101 to 109 octets) must be understood: the length is then that of the DER
+message itself.
 """
 
 import base64
@@ -198,7 +198,7 @@ def headers_of(lines):
 
 
 class SocketService:
-    """Length (4 octets, counts what follows), flag (1 octet), message; and the same back."""
+    """Length (4 octets, of the rest), flag (1 octet), message; and the same back."""
 
     def __init__(self, authority, options):
         self._authority = authority

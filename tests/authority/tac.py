@@ -1,8 +1,8 @@
 """Time attribute certificates for the test authority.
 
-`openssl ts` cannot put an attribute certificate (RFC 3281) into a token. So the token that it made is
-signed again here: TSTInfo, digest algorithm, certificates and signing time stay, what is
-added stands in the certificate set or among the signed attributes, and openssl makes the signature.
+`openssl ts` cannot put an attribute certificate (RFC 3281) into a token. So its token is signed again here:
+TSTInfo, digest algorithm, certificates and signing time stay, the addition goes into the certificate set or
+the signed attributes, and openssl makes the signature.
 """
 
 import calendar
@@ -21,7 +21,7 @@ NTP_TO_UNIX = 2208988800  # seconds from 1900 to 1970
 PLACES = ("certificates", "signer-attribute")
 PARTS = ("metrics", "policy")
 
-# What every certificate states; the times follow the token's genTime.
+# The values in every certificate; the times follow the token's genTime.
 OFFSET = (0, 250000, -1)    # seconds, microseconds, sign: -0.25 s
 DELAY = (0, 125000)
 LEAP = (3692217600, 1)      # 2017-01-01 00:00:00 UTC, one second inserted
@@ -158,7 +158,7 @@ def certificate_id(version, digest, certificate, issuer_serial):
 
 
 def with_second_id(attribute, identifier):
-    """A signing-certificate attribute that names one more certificate, behind the signer's."""
+    """A signing-certificate attribute that names one more certificate, after the signer's."""
     kind, values = elements(elements(attribute)[0][1])
     value = elements(elements(values[1])[0][1])
     first, *others = [whole for _, _, whole in elements(value[0][1])]
@@ -173,7 +173,7 @@ def kind_of(attribute):
 
 
 class Resigner:
-    """Signs the tokens of replies again, with what openssl cannot put into them."""
+    """Signs the tokens of replies again, with parts that openssl cannot put into them."""
 
     def __init__(self, key, options, issuer=None):
         self._key = key
@@ -181,7 +181,7 @@ class Resigner:
         self._issuer = issuer
 
     def resign(self, reply):
-        """The reply with another token; a reply without a token as it is."""
+        """The reply with another token; a reply without a token unchanged."""
         parts = elements(elements(reply)[0][1])
         if len(parts) < 2:
             return reply

@@ -1,10 +1,9 @@
-"""The authority behind the test server: its keys, its certificates and its answers.
+"""The time-stamp authority itself: its keys, its certificates and its answers.
 
-Everything is made and signed by the openssl command, so that what the library reads in
-tests comes from another maker. A folder holds: ca.pem and ca.key (the root), tsa.pem and
-tsa.key (the signer), openssl.cnf (how `openssl ts -reply` answers), serial, and tls.pem
-with tls.key (the server's own certificate, for 127.0.0.1 and localhost). With --tac also
-tac.pem and tac.key (who issues the time attribute certificates).
+The openssl command makes and signs everything, so that the library reads another implementation's output in
+tests. A folder holds: ca.pem and ca.key (the root), tsa.pem and tsa.key (the signer), openssl.cnf (how
+`openssl ts -reply` answers), serial, and tls.pem with tls.key (the server's own certificate, for 127.0.0.1
+and localhost). With --tac also tac.pem and tac.key (the issuer of the time attribute certificates).
 """
 
 import fcntl
@@ -60,7 +59,7 @@ subjectAltName = IP:127.0.0.1, DNS:localhost
 
 
 class OpensslError(Exception):
-    """The openssl command failed; the text is what it wrote."""
+    """The openssl command failed; the text is its output."""
 
 
 def openssl(*arguments, data=None):
@@ -125,7 +124,7 @@ class Authority:
                     openssl("ts", "-reply", "-config", self.path(self.configuration), "-section",
                             "authority", "-queryfile", query_path, "-out", reply_path)
                 except OpensslError:
-                    # openssl answers what it refuses, and fails on what it cannot read.
+                    # openssl answers requests that it refuses, and fails on those that it cannot read.
                     return refusal("badDataFormat", "the query cannot be read")
             with open(reply_path, "rb") as file:
                 reply = file.read()
@@ -138,7 +137,7 @@ class Authority:
             pass
 
     def _make_resigner(self):
-        """What signs openssl's tokens again; None when they are to stay as they are."""
+        """The object that signs openssl's tokens again; None when they stay unchanged."""
         options = self.options
         if not options.tac and not options.extra_attribute:
             return None
@@ -240,9 +239,9 @@ class FolderLock:
 
 
 def message_length(head):
-    """The whole length of the DER element that `head` begins with.
+    """The whole length of the DER element at the start of `head`.
 
-    None when more octets are needed; ValueError when it is no SEQUENCE of bounded length.
+    None when more octets are needed; ValueError when it is not a SEQUENCE of bounded length.
     """
     if len(head) >= 1 and head[0] != 0x30:
         raise ValueError("not a SEQUENCE")

@@ -1,5 +1,5 @@
 // Lengths near the ends of 32 bits, through every decoder of the runtime: nothing wraps, and nothing is
-// allocated for what is not there.
+// allocated for missing octets.
 #include <gtest/gtest.h>
 #include <sys/mman.h>
 
@@ -127,7 +127,7 @@ TEST(AnnouncedLengths, OfComponentsMaySumBeyond32Bits) {
     EXPECT_EQ(expected.code, primitive == 0x04 ? -19 : -3) << "an end-of-contents where none of them is open";
     for (const uint32_t length : kLengths) EXPECT_EQ(outcome_of(one, nested(length)), expected) << length;
 
-    // Inner strings that end, the outer one announcing what only a wrapped sum would reach.
+    // Inner strings that end, inside an outer one whose length only a wrapped sum would reach.
     const Octets parts =
         der::concat(Octets{primitive, 0x02, 0x00, 0x61}, Octets{primitive, 0x02, 0x00, 0x62});
     for (const uint32_t length : kLengths) {
@@ -161,7 +161,7 @@ class Zeros {
   uint8_t* data_;
 };
 
-// code_over decodes with memory for `allocations`: what comes as far as to take the value's own leaves with
+// code_over decodes with memory for `allocations`: if a decoding gets to allocate the value itself, it raises
 // -27.
 AsnInt code_over(const DecoderCase& one, const Zeros& input, size_t allocations) {
   lastUnusedBits = 0;
@@ -176,7 +176,7 @@ AsnInt code_over(const DecoderCase& one, const Zeros& input, size_t allocations)
       .code;
 }
 
-// in_two_components puts a constructed string of two components in front of zeros, which end it.
+// in_two_components writes a constructed string of two components, followed by zeros that end it.
 void in_two_components(Zeros& input, uint8_t primitive, uint32_t first, uint32_t second) {
   input.put(0, der::concat(Octets{uint8_t(primitive | 0x20), 0x80, primitive}, four(first)));
   input.put(8 + uint64_t{first}, der::concat(Octets{primitive}, four(second)));
@@ -206,7 +206,7 @@ TEST(LargeStrings, BitsOfComponentsAreAddedUp) {
   EXPECT_EQ(code(kBitsAreFull / 2), -4);
 }
 
-// A string of 0xFFFFFFFF octets has no room for the octet behind it.
+// A string of 0xFFFFFFFF octets has no room for the octet after it.
 TEST(LargeStrings, OctetsOfComponentsAreAddedUp) {
   if (!kWideAddresses) GTEST_SKIP() << "no address space";
   Zeros input((uint64_t{1} << 32) + 64);

@@ -1,4 +1,4 @@
-// Chains of blocks: what is read from them, written into them, and what happens at their ends.
+// Chains of blocks: reading, writing, and their ends.
 #include "ber/buffer.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// Constructed OCTET STRING and BIT STRING: components, ends, depth, and octets that lie.
+// Constructed OCTET STRING and BIT STRING: components, ends, depth, and wrong lengths.
 #include "ber/constructed.h"
 
 #include <gtest/gtest.h>

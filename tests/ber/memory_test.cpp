@@ -16,7 +16,7 @@ TEST(AsnAlloc, MemoryIsZeroed) {
     auto* p = static_cast<uint8_t*>(AsnAlloc(n));
     ASSERT_NE(p, nullptr);
     for (size_t i = 0; i < n; ++i) ASSERT_EQ(p[i], 0);
-    for (size_t i = 0; i < n; ++i) p[i] = 0xFF;  // what a later allocation may get to see
+    for (size_t i = 0; i < n; ++i) p[i] = 0xFF;  // a later allocation may get this memory
     AsnFree(p);
   }
 }

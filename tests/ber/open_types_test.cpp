@@ -351,7 +351,7 @@ void free_box(void* v) {
   FreeAny(&static_cast<Box*>(v)->inner);
 }
 
-// Every length says only that something follows; what is nested `depth` times begins here.
+// Every length says only that something follows; the value nested `depth` times begins here.
 Octets nested(size_t depth) {
   Octets octets;
   for (size_t i = 1; i < depth; ++i) octets.insert(octets.end(), {0x30, 0x7F});

@@ -20,7 +20,7 @@ constexpr char kUIntNegative[] = "BDecUAsnIntContent: ERROR - integer is negativ
 constexpr char kUIntEnd[] = "BDecUIntegerContent: ERROR - decoded past end of data\n";
 constexpr char kNullLen[] = "BDecAsnNullContent: ERROR - NULL type's len must be 0\n";
 
-// A value decoded from content octets, and what came of it.
+// A value decoded from content octets, and the outcome.
 template <class T>
 struct Decoding {
   Outcome outcome;

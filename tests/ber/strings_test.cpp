@@ -1,4 +1,4 @@
-// OCTET STRING and BIT STRING in their primitive form, and what is asked of their values.
+// OCTET STRING and BIT STRING in their primitive form, and operations on their values.
 #include <gtest/gtest.h>
 
 #include <random>

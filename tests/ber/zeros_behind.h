@@ -11,8 +11,7 @@
 
 namespace qex::test {
 
-// ZerosBehind is a block of `head` and `zeros` zero octets behind it, which take no memory until they are
-// read.
+// ZerosBehind is a block of `head` followed by `zeros` zero octets, which take no memory until they are read.
 class ZerosBehind {
  public:
   ZerosBehind(const Octets& head, size_t zeros) : data_(std::calloc(1, head.size() + zeros), std::free) {

@@ -39,8 +39,8 @@ def value(octets):
 def duration(major, fraction, sign):
     (m, m_fits), (f, f_fits) = value(major), value(fraction)
     m, f = m & 0xFFFFFFFF, f & 0xFFFFFFFF
-    # The sum of two single-precision numbers is exact enough in double precision that rounding it
-    # again gives what one rounding would (a double has more than twice as many digits).
+    # The sum of two single-precision numbers is exact enough in double precision that rounding it again gives
+    # the result of one rounding (a double has more than twice as many digits).
     seconds = single(single(f / 1000000) + single(float(m)))
     if sign is not None:
         seconds = single(single(float(sign)) * seconds)

@@ -1,9 +1,9 @@
-"""What gets installed is hardened: the shared library and the tool, as readelf sees them.
+"""Installed targets are hardened: the shared library and the tool, as readelf sees them.
 
 usage: hardening_test.py COMPILER READELF LIBQEX_SO LIBQEX_CORE_A [QEX OBJECT...]
 
-COMPILER names the start files that were linked. OBJECTs are what QEX was made of; without them the tool was
-not built.
+COMPILER names the start files that were linked. OBJECTs are those of QEX; without them the tool was not
+built.
 """
 
 import os
@@ -164,8 +164,8 @@ class HardeningTest(unittest.TestCase):
         return place
 
     def test_LibraryIsMarkedWhereItsStartFilesAre(self):
-        # The linker marks what it makes only when everything that goes into it is marked, and the start files
-        # are the C library's and the compiler's. Debian 12 does not mark its crti.o.
+        # The linker marks its output only when all inputs are marked, and the start files belong to the C
+        # library and the compiler. Debian 12 does not mark its crti.o.
         if self.library.machine not in X86:
             self.skipTest("x86 alone has it")
         files = [output_of(self.compiler, f"-print-file-name={name}").strip()

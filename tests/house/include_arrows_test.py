@@ -15,25 +15,25 @@ import unittest
 LAYERS = ("api", "asn1", "ber", "crypto", "ground")
 PUBLIC_HEADER = "api/qex.h"
 
-# What each folder may include of the library: folders end in a slash, the rest are patterns
-# of files. The first row that a file's path begins with counts; other folders (unit tests,
-# benchmarks, fuzz targets) see everything.
+# What each folder may include of the library: folders end in a slash, the rest are patterns of files. The
+# first row that a file's path begins with counts; other folders (unit tests, benchmarks, fuzz targets) see
+# everything.
 ALLOWED = (
     ("api/", (r"api/", r"asn1/", r"ber/", r"crypto/", r"ground/")),
     ("asn1/", (r"asn1/", r"ber/", r"ground/")),
     ("ber/", (r"ber/", r"ground/")),
     ("crypto/", (r"crypto/", r"ground/")),
     ("ground/", (r"ground/",)),
-    # The table of result texts is the one thing of api/ beside the public header.
+    # Besides the public header, the table of result texts is the only part of api/.
     ("tool/worker/inspect/", (r"api/qex\.h$", r"api/result_texts\.h$", r"asn1/", r"ber/")),
     ("tool/", (r"api/qex\.h$",)),
     ("examples/", (r"api/qex\.h$",)),
     ("tests/abi/", (r"api/qex\.h$",)),
 )
-# What all rooms of crypto/ may include.
+# All rooms of crypto/ may include these.
 CRYPTO_GROUND = ("crypto/assertion.h", "crypto/octets.h")
-# The rooms of crypto/ and of tool/, and what each may include of its folder. The first row that a file's path
-# begins with counts; what lies in tool/ itself, and commands/, sees all of them.
+# The rooms of crypto/ and of tool/, and the parts of its folder that each may include. The first row that a
+# file's path begins with counts; files in tool/ itself, and commands/, see all of them.
 ROOMS = (
     ("crypto/digest/", CRYPTO_GROUND + ("crypto/digest/",)),
     ("crypto/bignum/", CRYPTO_GROUND + ("crypto/bignum/",)),
@@ -211,7 +211,7 @@ class DoorsTest(unittest.TestCase):
         self.assertNotEqual(opened_doors({}), [])
 
 
-# Headers of other makers, and the files of the tool that may include them.
+# Third-party headers, and the files of the tool that may include them.
 PACKAGES = (
     ("nlohmann/json.hpp", r"tool/base/json\.h$"),
     ("nlohmann/", r"tool/base/json(_fwd)?\.h$"),
@@ -222,7 +222,7 @@ PACKAGES = (
 
 
 def misplaced_packages(sources):
-    """One line for every include of another maker's header outside of its places."""
+    """One line for every include of a third-party header outside of its places."""
     return [f"{path}: may not include {name}"
             for path, text in sorted(sources.items()) if path.startswith("tool/")
             for name in (quoted or angled for quoted, angled in INCLUDE.findall(text))

@@ -1,6 +1,6 @@
-// Tokens and attribute certificates that the library's encoders wrote, read by other makers' tools.
+// Tokens and attribute certificates written by the library's encoders, read by other implementations.
 //
-// What asn1crypto reads is compared with the values that went in, written as text in the same form.
+// The values that asn1crypto reads are compared with the original ones, written as text in the same form.
 #include <gtest/gtest.h>
 
 #include <map>
@@ -106,7 +106,7 @@ std::string text_of(const SignerAttributeParts& parts) {
   return parts.certified.has_value() ? "certified(" + text_of(*parts.certified) + ")" : "claimed";
 }
 
-// text_of a signer lacks its signature, which stands in front of what follows.
+// text_of a signer lacks its signature, which comes before the next part.
 std::string text_of(const SignerParts& parts, const std::string& signature) {
   std::string text = "{version " + ToHex(der::integer_content(parts.version)) + " " + parts.digest + " " +
                      parts.signature_algorithm + " " + signature;

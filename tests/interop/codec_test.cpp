@@ -1,4 +1,4 @@
-// What other makers encoded in DER comes out of the codec octet for octet as it went in.
+// DER encodings of other implementations pass through the codec octet for octet.
 #include <gtest/gtest.h>
 
 #include "api/frame.h"

@@ -1,12 +1,12 @@
-// Tokens changed in a single bit: what the signature covers may not change, and what it does not cover is
-// known by name.
+// Tokens changed in a single bit: the signature detects every change in the octets that it covers, and the
+// others are known by name.
 //
 // Not covered by the signature, and accepted with another value:
 //   SignedData version, digestAlgorithms and eContentType; every certificate that is not the signer's, and
 //   with the caller's certificate all of them; SignerInfo version and sid.
-// Covered, but taken from the value and not from the octets, so that another encoding of the same value
-// is accepted: the length of an EXPLICIT tag, of a SET OF and of a SEQUENCE OF; a BOOLEAN in the
-// signer's certificate, where every octet but 0 is TRUE.
+// Covered, but by value and not by octets, so that another encoding of the same value is accepted: the length
+// of an EXPLICIT tag, of a SET OF and of a SEQUENCE OF; a BOOLEAN in the signer's certificate, where every
+// octet but 0 is TRUE.
 #include <gtest/gtest.h>
 
 #include <set>
@@ -68,7 +68,7 @@ class DamagedToken : public ::testing::Test {
     for (const Element& part : element.parts) mark_booleans(cover, part);
   }
 
-  // What each octet of the token is covered by.
+  // The coverage of each octet of the token.
   std::vector<uint8_t> cover(bool own_certificate) const {
     std::vector<uint8_t> cover(token_.size(), kCovered);
     mark_lengths(cover, root_);
@@ -88,7 +88,7 @@ class DamagedToken : public ::testing::Test {
     return cover;
   }
 
-  // Changes every `stride`-th bit of what is covered, and expects that the token never verifies.
+  // Changes every `stride`-th covered bit, and expects that the token never verifies.
   void expect_refusal(bool own_certificate, size_t stride) {
     const ErrorCapture silent;
     const Guarded certificate(certificate_);

@@ -21,7 +21,7 @@ import os
 import shutil
 import sys
 
-sys.dont_write_bytecode = True  # nothing is left beside the sources
+sys.dont_write_bytecode = True  # write nothing next to the sources
 sys.path.insert(0, os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "authority"))
 
 from tsa import OpensslError, der, openssl  # noqa: E402
@@ -124,7 +124,7 @@ def write_list(path, lines):
 
 
 def elements(data):
-    """The elements that stand one after the other in `data`: (whole, content) of each."""
+    """The successive elements in `data`: (whole, content) of each."""
     found = []
     at = 0
     while at < len(data):
@@ -263,7 +263,7 @@ def make_replies():
         more("negative-looking-serial", first_serial="7F")
     # Without its certificate, whose key is of an unknown type.
     replies.append(("ec-no-certificates", "sha256-bare", "ec", "sha256"))
-    # Small tokens that carry a certificate beside the authority's, for changes bit by bit.
+    # Small tokens that carry a further certificate, for changes bit by bit.
     replies.append(("small-v1", "sha1-cert", "rsa1024", "sha256", "sha1", True))
     replies.append(("small-v2", "sha1-cert", "rsa1024", "sha256", "sha256", True))
     write_list("replies.txt", in_parallel(make_reply, replies))
@@ -275,7 +275,7 @@ def make_rejection(name, request, key="rsa2048", digest="sha256", **options):
 
 
 def make_rejections():
-    """Queries that openssl reads and refuses; what it cannot make itself is put together here."""
+    """Queries that openssl reads and refuses; those that it cannot make are built here."""
     imprint = der(0x30, der(0x30, der(0x06, bytes.fromhex("608648016503040201"))), der(0x04, bytes(32)))
     extension = der(0x30, der(0x06, b"\x2a\x03\x04"), der(0x04, b"\x05\x00"))
     write("version.tsq", der(0x30, der(0x02, b"\x02"), imprint))

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Prints what asn1crypto reads in requests or tokens, one line a file.
+"""Prints the values that asn1crypto reads in requests or tokens, one line per file.
 
     peer_asn1crypto.py request|token FILE...
 
-asn1crypto decodes a file strictly, and what it encodes afresh in DER from the decoded values has to
-be the file again; of a token it has to be as long, for signers do not sort their sets of certificates.
+asn1crypto decodes a file strictly. Encoding the decoded values again in DER must give the same file; for a
+token it must give the same length, for signers do not sort their sets of certificates.
 """
 
 import sys

@@ -1,10 +1,10 @@
 #!/usr/bin/python3
-"""Prints what asn1crypto reads in attribute certificates or tokens, one line a file.
+"""Prints the values that asn1crypto reads in attribute certificates or tokens, one line per file.
 
     peer_attribute_certificates.py certificate|token FILE...
 
-asn1crypto knows attribute certificates; the timing attributes are described to it here. INTEGERs
-are printed as their contents octets in hexadecimal.
+asn1crypto knows attribute certificates; the timing attributes are described to it here. INTEGERs are printed
+as their contents octets in hexadecimal.
 """
 
 import sys
@@ -178,7 +178,7 @@ def token(data):
     signed = value["content"]
     kinds = "absent"
     if not absent(signed["certificates"]):
-        # Told by their tags: asn1crypto does not read both forms of version 1.
+        # Distinguished by their tags: asn1crypto does not read both forms of version 1.
         elements = Anything.load(signed["certificates"].untag().dump(), strict=True)
         kinds = " ".join(CERTIFICATES[element.dump()[0]] for element in elements)
     return (f"version {signed['version'].contents.hex()} type {signed['encap_content_info']['content_type'].dotted} "

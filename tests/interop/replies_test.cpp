@@ -29,7 +29,7 @@ std::string generalized_time(const std::string& text) {
   return result;
 }
 
-// "0x01 seconds, 0x01F4 millis, unspecified micros": the number in front of `unit`.
+// "0x01 seconds, 0x01F4 millis, unspecified micros": the number before `unit`.
 uint32_t accuracy(const std::string& text, const std::string& unit) {
   const size_t end = text.find(" " + unit);
   if (end == std::string::npos) return 0;

@@ -37,7 +37,7 @@ TEST(Requests, OfOpensslReadAsOpensslPrintsThem) {
   }
 }
 
-// openssl puts NULL behind every hash, as the library does behind MD5 only: there the encodings are the same.
+// openssl writes NULL after every hash, the library only after MD5: there the encodings are the same.
 TEST(Requests, OfMd5AreThoseOfOpensslOctetForOctet) {
   for (const char* name : {"md5-full", "md5-cert", "md5-nonce", "md5-bare"}) {
     SCOPED_TRACE(name);
@@ -102,7 +102,7 @@ TEST(Requests, OfTheLibraryAreAnsweredByOpenssl) {
   EXPECT_EQ(answered, 30);
 }
 
-// asn1crypto decodes strictly, and writes what it decoded as it was.
+// asn1crypto decodes strictly, and encodes the decoded value to the same octets.
 TEST(Requests, OfTheLibraryAreReadByAsn1crypto) {
   const std::string python = QEX_ASN1CRYPTO_PYTHON;
   if (python.empty()) GTEST_SKIP() << "asn1crypto is not installed";

@@ -1,4 +1,4 @@
-// A request of the library, and the answer to it: what tests of the whole exchange share.
+// A request of the library, and the answer to it: shared by tests of the whole exchange.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -42,7 +42,7 @@ inline QEX_TSQ_DATA_EX RequestFor(const std::string& hash, const std::string& po
   return data;
 }
 
-// EncodedRequest returns the request as it is sent.
+// EncodedRequest returns the request in its transport form.
 inline Octets EncodedRequest(const QEX_TSQ_DATA_EX& data, uint32_t transport) {
   uint32_t length = 0;
   EXPECT_EQ(QEX_EncodeTSQ_Ex(&data, nullptr, &length, transport), QEX_E_SIZE);

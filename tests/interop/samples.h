@@ -1,4 +1,4 @@
-// The samples that make_samples.py made with openssl, and what openssl prints about them.
+// The samples that make_samples.py made with openssl, and openssl's printouts of them.
 #pragma once
 
 #include <map>
@@ -14,7 +14,7 @@ namespace qex::test {
 std::string SamplePath(const std::string& name);
 Octets SampleFile(const std::string& name);
 
-// Sample is a line of a list: a name, and what is known of the sample from its making.
+// Sample is a line of a list: a name, and the facts known from making the sample.
 struct Sample {
   std::string name;
   std::map<std::string, std::string> facts;
@@ -24,17 +24,17 @@ struct Sample {
   Octets file(const std::string& ending) const { return SampleFile(name + ending); }
 };
 
-// Samples reads a list. A list that is missing or shorter than `at_least` is a failure of the test: nothing
-// that has not been made is taken for tested.
+// Samples reads a list. A list that is missing or shorter than `at_least` is a failure of the test: a missing
+// sample never passes silently.
 std::vector<Sample> Samples(const std::string& list, size_t at_least);
 
-// PrintedText is what `openssl ts -text` writes: values by the label in front of the colon.
+// PrintedText is the output of `openssl ts -text`: values by the label before the colon.
 class PrintedText {
  public:
   // Reads `path`. The word "unspecified" reads as an empty value.
   explicit PrintedText(const std::string& path);
 
-  // value returns what stands behind `label`, and fails the test when the label is not there.
+  // value returns the text after `label`, and fails the test when the label is not there.
   const std::string& value(const std::string& label) const;
   // octets returns the hexadecimal dump below "Message data".
   const Octets& octets() const { return octets_; }
@@ -54,7 +54,7 @@ Octets IntegerContents(const std::string& text);
 // Number reads 0x... as a number, 0 for an empty text.
 uint64_t Number(const std::string& text);
 
-// SwitchIsSet tells whether this process uses the second version of the signing-certificate attribute.
+// SwitchIsSet returns whether this process uses the second version of the signing-certificate attribute.
 bool SwitchIsSet();
 
 // TokenOf returns the token of a reply, and fails the test when there is none.

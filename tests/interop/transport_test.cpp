@@ -1,5 +1,5 @@
 // From the record of a request to the fields of its token over a real connection, in HTTP and in the socket
-// framing: what the library framed is sent as it stands, and what came back is unframed as it came.
+// framing: the library's framed request is sent unchanged, and the reply is unframed as it arrives.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -125,7 +125,7 @@ TEST(Transport, CarriesHttpRequestsWhoseLengthHasAZero) {
   }
 }
 
-// 20x octets need more than any hash that openssl knows, so what comes back is a refusal.
+// 20x octets need more than any hash that openssl knows, so the reply is a refusal.
 TEST(Transport, CarriesHttpRequestsOfTwoHundredOctets) {
   const Authority authority;
   std::map<size_t, Octets> by_length;
@@ -144,7 +144,7 @@ TEST(Transport, CarriesHttpRequestsOfTwoHundredOctets) {
     QEX_TSR_STATUS status;
     ASSERT_EQ(QEX_GetTSR_Status(&status, reply.data(), uint32_t(reply.size())), QEX_OK);
     EXPECT_EQ(status.status, 2);
-    EXPECT_STREQ(status.statusText, "Bad message digest.");  // the authority read what was sent
+    EXPECT_STREQ(status.statusText, "Bad message digest.");  // the authority read the request
     EXPECT_EQ(status.failInfo, 5u);
   }
 }

@@ -1,8 +1,8 @@
-// Tokens that openssl signed verify, with every key, digest and version of the attribute; where the
-// library does not support what stands in a token, it says so.
+// Tokens signed by openssl verify, with every key, digest and version of the attribute; where the library
+// does not support a part of a token, it says so.
 //
-// The switch QEX_VERIFY_ESSCERTIDV2 is read once in the life of a process: ctest runs these tests
-// twice, without it and with it.
+// The switch QEX_VERIFY_ESSCERTIDV2 is read once per process: ctest runs these tests twice, without it and
+// with it.
 #include <gtest/gtest.h>
 
 #include <sstream>
@@ -16,7 +16,7 @@
 namespace qex::test {
 namespace {
 
-// The last ASN.1 error where an open type stands under an identifier that is not registered.
+// The last ASN.1 error for an open type under an identifier that is not registered.
 constexpr int32_t kUnknownType = -44;
 
 // All tokens, of replies and of `openssl cms`.
@@ -31,7 +31,7 @@ bool attribute_is_used(const Sample& sample) {
   return sample.is("ess", SwitchIsSet() ? "v2" : "v1");
 }
 
-// What the signature itself comes to when the certificate has been found.
+// The outcome for the signature itself when the certificate has been found.
 int32_t signature_verdict(const Sample& sample) {
   if (sample.is("key", "ec")) return QEX_E_ARG;  // the caller's certificate does not decode
   // Of a digest for DSA the first 20 octets take part; a q of 256 bits uses all 32.
@@ -129,8 +129,8 @@ TEST(Verification, FindsTheCertificateOfTheSigner) {
   EXPECT_GE(found, 40);
 }
 
-// Deliberate: what an open type holds is decoded by its identifier, and one that is not registered ends the
-// decoding. So the key of a curve, the parameters of RSASSA-PSS and a domain component are not passed over.
+// Deliberate: an open type is decoded by its identifier, and an unregistered one ends the decoding. So the
+// key of a curve, the parameters of RSASSA-PSS and a domain component are not skipped.
 TEST(Verification, RefusesWhatHoldsAValueOfAnUnknownType) {
   for (const Sample& sample : Samples("unknown.txt", 3)) {
     SCOPED_TRACE(sample.name);
@@ -153,7 +153,7 @@ TEST(Verification, RefusesASignatureAlgorithmOfAnotherKind) {
             QEX_E_UNSUPPORTED);
 }
 
-// The token of a reply in BER is written afresh in DER; openssl accepts the signature over it.
+// The token of a reply in BER is encoded again in DER; openssl accepts the signature over it.
 TEST(Verification, OfATokenInIndefiniteLengthsSurvivesWritingItInDer) {
   const std::string name = SwitchIsSet() ? "cms-stream-v2" : "cms-stream";
   const Octets ber = SampleFile(name + ".token");
@@ -174,7 +174,7 @@ TEST(Verification, OfATokenInIndefiniteLengthsSurvivesWritingItInDer) {
   EXPECT_EQ(ReadFile(folder.path("content")), SampleFile(name + ".tst"));
 }
 
-// asn1crypto takes what the library wrote afresh, from DER and from BER, for DER, and reads the same in it.
+// asn1crypto accepts the library's output, from DER and from BER, as DER, and reads the same values in it.
 TEST(Tokens, AreReadAlikeByAsn1crypto) {
   const std::string python = QEX_ASN1CRYPTO_PYTHON;
   if (python.empty()) GTEST_SKIP() << "asn1crypto is not installed";

@@ -90,7 +90,7 @@ Octets issuer_by_hand(const AttrCertParts& parts) {
   return parts.v1_form ? names : der::context(0, names);
 }
 
-// tail_by_hand is what all forms have in common, from the inner signature on.
+// tail_by_hand is the common part of all forms, from the inner signature on.
 Octets tail_by_hand(const AttrCertParts& parts) {
   return der::concat(
       der::algorithm(parts.inner_algorithm, parts.inner_null ? der::null() : Octets{}),
@@ -213,8 +213,8 @@ TimingPolicy* build_policy(Records& records, const PolicyParts& parts) {
   return policy;
 }
 
-// shape_of returns the library's descriptor of a value that stands otherwise than its registered type does;
-// the encoder knows a value in place of the SET by that very descriptor.
+// shape_of returns the library's descriptor for a value whose shape differs from that of its registered type;
+// the encoder recognises a value in place of the SET by that very descriptor.
 const AnyInfo* shape_of(int32_t anyId) {
   for (const OpenShape& shape : kAttributeValues.shapes) {
     if (shape.info->anyId == anyId) return shape.info;
@@ -222,8 +222,8 @@ const AnyInfo* shape_of(int32_t anyId) {
   return nullptr;
 }
 
-// add_values appends the values of one kind in their shape. `direct` describes an element of the SET,
-// or is null when that is what the registered type is.
+// add_values appends the values of one kind in their shape. `direct` describes an element of the SET, or is
+// null when the registered type does.
 template <class Value>
 void add_values(Records& records, const AsnOid& type, Shape shape, const AnyInfo* direct,
                 const std::vector<std::vector<Value*>>& sets, std::vector<AsnAny*>* values) {

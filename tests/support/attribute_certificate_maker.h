@@ -1,7 +1,7 @@
 // Makes attribute certificates (RFC 3281) with timing attributes, by hand and by the library's own encoders.
 //
-// Parts describe a certificate as values; either maker writes the same octets for them, so that each
-// checks the other. What an encoder cannot write is made of der.h in the test that wants it.
+// Parts describe a certificate as values; either maker writes the same octets for them, so that each checks
+// the other. Tests build forms that no encoder can write from der.h.
 #pragma once
 
 #include <cstdint>
@@ -52,8 +52,8 @@ struct PolicyParts {
   std::optional<TimeParts> max_delay = Seconds(2, 250000);
 };
 
-// How the values of a timing attribute stand: as elements of the SET, in SETs that are the elements,
-// or a single one in place of the SET.
+// The shape of the values of a timing attribute: elements of the SET, SETs as elements, or a single value in
+// place of the SET.
 enum class Shape { kDirect, kNested, kInPlace };
 
 // AttributeParts holds metrics or policies, set by set (kDirect: one after the other, kInPlace: the first),
@@ -104,7 +104,7 @@ struct AttrCertParts {
   unsigned signature_unused_bits = 0;
 };
 
-// ByHand returns the standalone certificate, ContentByHand what stands inside its SEQUENCE.
+// ByHand returns the standalone certificate, ContentByHand the content of its SEQUENCE.
 // PublishedV1ContentByHand is the version-1 form of X.509, whose subject is the holder's name.
 Octets ByHand(const AttrCertParts& parts);
 Octets ContentByHand(const AttrCertParts& parts);

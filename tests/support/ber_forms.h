@@ -10,7 +10,7 @@ namespace qex::test {
 
 enum class Form {
   kIndefinite,         // every constructed value has an open length and an end
-  kLongLengths,        // every length stands in four octets
+  kLongLengths,        // every length takes four octets
   kConstructedStrings  // strings of a universal tag are cut into parts
 };
 

@@ -11,7 +11,7 @@
 
 namespace qex::test {
 
-// Big is a Number made from text or rendered as text, which is hexadecimal, with "-" in front of a negative
+// Big is a Number made from text or rendered as text, which is hexadecimal, with a leading "-" for a negative
 // one.
 class Big : public Number {
  public:

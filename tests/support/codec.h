@@ -1,4 +1,4 @@
-// What every test of an ASN.1 type does: decode octets into a record, look at it, write it back.
+// The steps of every test of an ASN.1 type: decode octets into a record, check it, encode it again.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -88,8 +88,8 @@ class Decoded {
   Routines<R> routines_;
 };
 
-// ExpectWrittenBack decodes DER, in one block and octet by octet, and compares what the encoder
-// makes of it with what came in. No shorter input may decode.
+// ExpectWrittenBack decodes DER, in one block and octet by octet, and compares the encoder's output with the
+// input. No shorter input may decode.
 template <class R>
 void ExpectWrittenBack(const Routines<R>& routines, const Octets& der) {
   SCOPED_TRACE(ToHex(der));
@@ -106,8 +106,8 @@ void ExpectWrittenBack(const Routines<R>& routines, const Octets& der) {
   }
 }
 
-// ExpectAnyForm decodes the other forms that BER allows for a DER encoding and compares what the
-// encoder makes of them with the DER.
+// ExpectAnyForm decodes the other forms that BER allows for a DER encoding and compares the encoder's output
+// with the DER.
 template <class R>
 void ExpectAnyForm(const Routines<R>& routines, const Octets& der) {
   SCOPED_TRACE(ToHex(der));
@@ -155,7 +155,7 @@ inline std::string TextOf(const AsnOcts& v) {
   return std::string(v.octs, v.octs + v.count);
 }
 
-// hex is FromHex, short enough to stand between the parts of an encoding.
+// hex is FromHex, short enough to use between the parts of an encoding.
 inline Octets hex(std::string_view digits) {
   return FromHex(digits);
 }
@@ -166,7 +166,7 @@ Octets with_length(uint8_t tag, uint8_t length, const Parts&... parts) {
   return der::concat(Octets{tag, length}, parts...);
 }
 
-// RowOf tells which row of the open-type table a value was decoded by.
+// RowOf returns the row of the open-type table by which a value was decoded.
 inline int32_t RowOf(const AsnAny& any) {
   return any.ai == nullptr ? -1 : any.ai->anyId;
 }

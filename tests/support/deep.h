@@ -12,7 +12,7 @@ namespace qex::test {
 
 enum class Lengths { kDefinite, kIndefinite };
 
-// Wrap is what a value stands in: an identifier octet, and what stands in front of the value.
+// Wrap is the surroundings of a value: an identifier octet, and the octets before the value.
 struct Wrap {
   uint8_t tag;
   Octets before;
@@ -22,7 +22,7 @@ struct Wrap {
 inline Octets Nested(size_t levels, const std::vector<Wrap>& level, const Octets& innermost,
                      Lengths lengths) {
   Octets reversed(innermost.rbegin(), innermost.rend());  // grows at its end, which is the front
-  size_t ends = 0;                                        // octets of end-of-contents behind all that
+  size_t ends = 0;                                        // octets of end-of-contents after all that
   for (size_t i = 0; i < levels; ++i) {
     for (auto wrap = level.rbegin(); wrap != level.rend(); ++wrap) {
       reversed.insert(reversed.end(), wrap->before.rbegin(), wrap->before.rend());
@@ -57,7 +57,7 @@ inline Octets NestedStrings(uint8_t tag, uint8_t part, const Octets& content, si
   return Nested(1, {{uint8_t(tag | kConstructed), {}}}, parts, lengths);
 }
 
-// Place is where an element stands in a message: its octets are [start, end), its content [content, end).
+// Place is the place of an element in a message: its octets are [start, end), its content [content, end).
 struct Place {
   uint8_t tag;
   size_t start;
@@ -77,12 +77,12 @@ inline Place PlaceAt(const Octets& message, size_t start) {
   return place;
 }
 
-// FirstPart is where the elements inside `place` begin, in a BIT STRING behind its unused bits.
+// FirstPart is where the elements inside `place` begin, in a BIT STRING after its unused bits.
 inline size_t FirstPart(const Place& place) {
   return place.content + (place.tag == 0x03 ? 1 : 0);
 }
 
-// HoldsElements tells whether the content of `place` is a row of elements, as far as their heads say.
+// HoldsElements returns whether the content of `place` is a row of elements, judged by their heads.
 inline bool HoldsElements(const Octets& message, const Place& place) {
   size_t at = FirstPart(place);
   if (at >= place.end) return false;
@@ -108,8 +108,8 @@ inline std::vector<Place> PlacesIn(const Octets& message, const Place& place) {
   return all;
 }
 
-// IsInString tells whether a primitive string among `places` stands around `place`, which is then decoded
-// apart or not at all.
+// IsInString returns whether a primitive string among `places` surrounds `place`, which is then decoded
+// separately or not at all.
 inline bool IsInString(const std::vector<Place>& places, const Place& place) {
   return std::any_of(places.begin(), places.end(), [&](const Place& around) {
     return (around.tag & kConstructed) == 0 && around.content <= place.start && place.end <= around.end;
@@ -131,7 +131,7 @@ inline Octets Replaced(const Octets& message, const Place& place, const Octets& 
     at = part;
   }
   std::vector<Octets> heads(around.size());
-  size_t before = place.end - place.start, after = replacement.size();  // octets of what has been replaced
+  size_t before = place.end - place.start, after = replacement.size();  // lengths of the replaced octets
   for (size_t i = around.size(); i-- > 0;) {
     const Place& at = around[i];
     const size_t length = at.end - at.content - before + after;

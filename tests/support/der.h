@@ -1,7 +1,7 @@
 // DER by hand, for tests: every function returns the octets of one element.
 //
-// Parts are octets that stand one after the other in the content. Nothing here shares code with
-// the library, so that what one side gets wrong the other does not repeat.
+// Parts are successive octets of the content. Nothing here shares code with the library, so neither repeats
+// an error of the other.
 #pragma once
 
 #include <cstddef>
@@ -22,7 +22,7 @@ Octets concat(const Parts&... parts) {
   return all;
 }
 
-// octets takes the characters of `text` as they stand.
+// octets returns the characters of `text` unchanged.
 inline Octets octets(std::string_view text) {
   return Octets(text.begin(), text.end());
 }
@@ -96,8 +96,8 @@ inline Octets integer(int64_t value) {
   return element(0x02, integer_content(value));
 }
 
-// big_integer takes the contents octets as they stand; unsigned_integer takes a magnitude and
-// puts a sign octet in front of it where one is needed.
+// big_integer uses the contents octets as given; unsigned_integer takes a magnitude and adds a leading sign
+// octet where one is needed.
 inline Octets big_integer(const Octets& content) {
   return element(0x02, content);
 }
@@ -109,7 +109,7 @@ inline Octets unsigned_integer(const Octets& magnitude) {
   return element(0x02, content);
 }
 
-// oid_content encodes dotted text (X.690 8.19); every arc is taken as it is.
+// oid_content encodes dotted text (X.690 8.19); any value of an arc is accepted.
 inline Octets oid_content(std::string_view text) {
   std::vector<uint64_t> arcs(1);
   for (const char c : text) {

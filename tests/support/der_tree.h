@@ -1,4 +1,4 @@
-// The elements of a DER encoding as a tree with their places, for tests that change what stands there.
+// The elements of a DER encoding as a tree with their places, for tests that change parts of it.
 #pragma once
 
 #include <vector>
@@ -7,8 +7,8 @@
 
 namespace qex::test {
 
-// Element is one element of the encoding: its octets are [start, end), its content [content, end).
-// Parts are those of constructed elements; what a string holds is not looked into.
+// Element is one element of the encoding: its octets are [start, end), its content [content, end). Parts are
+// those of constructed elements; the contents of strings are not parsed.
 struct Element {
   uint8_t tag;
   size_t start;

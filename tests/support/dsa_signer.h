@@ -1,5 +1,5 @@
-// DSA keys for tests, and signatures and tokens made with them by the library's own signing, which is held to
-// the example of FIPS 186 and to other makers' verification in tests of its own.
+// DSA keys for tests, and signatures and tokens made with them by the library's own signing. Separate tests
+// check that against the example of FIPS 186 and other implementations' verification.
 #pragma once
 
 #include <cstdint>
@@ -42,7 +42,7 @@ Octets DssParms(const DsaKey& key);
 Octets DsaPublicKeyInfo(const DsaKey& key);
 
 // DsaTokenMaker returns the maker of a token that DsaSign signs under `key`, its digest SHA-1 or SHA-256. The
-// certificate in the token, which its signer names, is of `public_key_info`; not set: that of `key`.
+// certificate in the token, which its signer names, has `public_key_info`; by default that of `key`.
 TokenMaker DsaTokenMaker(const DsaKey& key, const std::string& digest = kSha1,
                          const Octets& public_key_info = {});
 

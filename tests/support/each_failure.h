@@ -1,4 +1,4 @@
-// Every allocation of a call fails once: the call has to say so, and to leave nothing behind.
+// Every allocation of a call fails once: the call must report it, and leak nothing.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -9,8 +9,8 @@
 namespace qex::test {
 
 // EachAllocationFails runs `call` with memory for 0, 1, 2, ... allocations (every `stride`th of these
-// numbers), until none fails. `call` returns a code of the big numbers and frees what it was given. It must
-// answer KXBN_NOMEM when an allocation failed, `expected` in the end, and leave no block behind.
+// numbers), until none fails. `call` returns a code of the big numbers and frees its results. It must return
+// KXBN_NOMEM when an allocation failed, `expected` in the end, and leak no block.
 template <class Call>
 void EachAllocationFails(Call call, uint32_t expected = KXBN_OK, size_t stride = 1) {
   for (size_t allowed = 0;; allowed += stride) {

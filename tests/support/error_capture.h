@@ -1,4 +1,4 @@
-// Catches what the codec reports, so that a test can compare code and text.
+// Captures the codec's error texts, so that a test can compare code and text.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@
 
 namespace qex::test {
 
-// ErrorCapture stands in for AsnErrorHandler while it lives. One at a time.
+// ErrorCapture replaces AsnErrorHandler while it lives. One at a time.
 class ErrorCapture {
  public:
   ErrorCapture() : before_(std::exchange(AsnErrorHandler, &record)) { reports().clear(); }
@@ -44,7 +44,7 @@ class ErrorCapture {
   void (*before_)(const char*, int);
 };
 
-// What came of a decoding: the code that left it (0: none) and the text reported.
+// The outcome of a decoding: the code raised (0: none) and the text reported.
 struct Outcome {
   AsnInt code = 0;
   std::string text;

@@ -38,7 +38,7 @@ void read_with(Calls& calls, const Readers& readers, const std::string& sample, 
   }
 }
 
-// write_out adds a call `writes(out, &length)` with room for any output; the length stands in front of it.
+// write_out adds a call `writes(out, &length)` with room for any output; the length comes before it.
 template <class F>
 void write_out(Calls& calls, const char* name, const std::string& sample, F writes) {
   calls.push_back({{name}, sample, OutputMemory(), [writes](uint8_t* at) {
@@ -75,7 +75,7 @@ void add_digests(Calls& calls) {
   digest(calls, "QEX_SHA512_", 64, QEX_SHA512_Init, QEX_SHA512_Update, QEX_SHA512_Final);
 }
 
-// What it returns belongs to the process and not to the call.
+// Its result belongs to the process and not to the call.
 void add_last_error(Calls& calls) {
   calls.push_back({{"QEX_GetLastAsnError"}, "", {}, [](uint8_t*) {
                      (void)QEX_GetLastAsnError();
@@ -181,7 +181,7 @@ TokenSample dsa_token() {
 }
 
 // A token with both versions of the attribute, each naming the authority and an attribute certificate that
-// stands in the set behind other certificates.
+// follows other certificates in the set.
 Octets token_with_attribute_certificate() {
   TokenParts parts;
   parts.tst_info = full_tst_info().encode();
@@ -205,8 +205,7 @@ std::vector<TokenSample> token_samples() {
   all.push_back(dsa_token());
   all.push_back({"token of openssl", ReadFile(QEX_TEST_DATA "/samples/token_sha256_v2_cert.der"),
                  ReadFile(QEX_TEST_DATA "/samples/certificate_tsa.der")});
-  TokenParts
-      certified;  // the attribute certificate stands in the signer attributes, and no identifier names it
+  TokenParts certified;  // the attribute certificate is in the signer attributes, and no identifier names it
   certified.signer().signer_attributes = {{{{}, AttrCertParts()}}};
   all.push_back({"token with a certified attribute", ByHand(certified)});
   for (const auto& [name, parts] : SampleTokens()) all.push_back({"token: " + name, ByHand(parts)});

@@ -12,7 +12,7 @@
 
 namespace qex::test {
 
-// Output is what came of such a call: its code, the length it left, and the whole buffer.
+// Output is the outcome of such a call: its code, the length it set, and the whole buffer.
 struct Output {
   int32_t code = 0;
   uint32_t length = 0;
@@ -50,8 +50,8 @@ Output Fetch(const F& call) {
   return asked.code == QEX_E_SIZE ? Call(asked.length, call) : asked;
 }
 
-// Calls of the single exports, as Call and Fetch take them. Input is copied to guarded memory, and so is what
-// they refer to: keep the caller alive while it is used.
+// Calls of the single exports, in the form for Call and Fetch. Input is copied to guarded memory, and so are
+// the octets that they refer to: keep the caller alive while it is used.
 class EncodedToken {
  public:
   explicit EncodedToken(const Octets& response) : response_(response) {}
@@ -111,7 +111,7 @@ inline int32_t Verify(const Octets& token, const Octets& certificate) {
   return QEX_VerifyTST_Signature(input.data(), input.size(), given.data(), given.size());
 }
 
-// Verdict is the code of such a run and the last ASN.1 error behind it.
+// Verdict is the code of such a run and the last ASN.1 error after it.
 struct Verdict {
   int32_t code;
   int32_t error;
@@ -131,7 +131,7 @@ inline Verdict VerdictOn(const Octets& token, const Octets& certificate) {
   return {code, QEX_GetLastAsnError()};
 }
 
-// OctetsOfValue returns a record, or a word, as it stands in memory.
+// OctetsOfValue returns the octets of a record, or a word, in memory.
 template <class T>
 Octets OctetsOfValue(const T& value) {
   Octets octets(sizeof value);
@@ -139,7 +139,7 @@ Octets OctetsOfValue(const T& value) {
   return octets;
 }
 
-// PutText stores a text in a field of a record, with zeros behind it.
+// PutText stores a text in a field of a record, followed by zeros.
 template <size_t kSize>
 void PutText(char (&field)[kSize], std::string_view text) {
   std::fill(field, field + kSize, '\0');

@@ -9,8 +9,8 @@
 
 namespace qex::test {
 
-// While it lives, `succeed` more allocations of this thread succeed, the `fail` behind them fail, and
-// what comes then succeeds again.
+// While it lives, `succeed` more allocations of this thread succeed, the next `fail` fail, and later ones
+// succeed again.
 class FailingAlloc {
  public:
   explicit FailingAlloc(size_t succeed, size_t fail = SIZE_MAX);

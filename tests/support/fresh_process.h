@@ -1,4 +1,4 @@
-// Tests of what a process does once in its life run in a process of their own.
+// Tests of actions that happen once per process run in a process of their own.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -8,9 +8,9 @@
 
 namespace qex::test {
 
-// InFreshProcess starts this program anew for `body`, with the environment variable QEX_VERIFY_ESSCERTIDV2
-// set to `value` (null: not set), and expects that nothing in it fails. Not to be called between
-// other expectations that take long: the test runs again up to this place in the new process.
+// InFreshProcess starts this program again for `body`, with the environment variable QEX_VERIFY_ESSCERTIDV2
+// set to `value` (null: not set), and expects that nothing in it fails. Do not call it between other slow
+// expectations: the test runs again up to this place in the new process.
 template <class F>
 void InFreshProcess(const char* value, F body) {
   constexpr const char* kSwitch = "QEX_VERIFY_ESSCERTIDV2";

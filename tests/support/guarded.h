@@ -13,9 +13,8 @@
 
 namespace qex::test {
 
-// Guarded is `size` octets that end at an inaccessible page. Input is copied in; output starts
-// filled with kFill. Nothing stands behind them, so that a size of 0 is a pointer that may not
-// be read at all.
+// Guarded is `size` octets that end at an inaccessible page. Input is copied in; output starts filled with
+// kFill. A pointer for size 0 may not be read at all.
 class Guarded {
  public:
   static constexpr uint8_t kFill = 0xA5;
@@ -47,7 +46,7 @@ class Guarded {
   uint8_t operator[](size_t i) const { return data_[i]; }
   std::vector<uint8_t> octets() const { return std::vector<uint8_t>(data_, data_ + size_); }
 
-  // untouched tells whether every octet still holds kFill.
+  // untouched returns whether every octet still holds kFill.
   bool untouched() const {
     for (size_t i = 0; i < size_; ++i) {
       if (data_[i] != kFill) return false;

@@ -1,4 +1,4 @@
-// What a heap takes for a block, for figures of memory that do not depend on the heap they are measured on.
+// The size of a heap's block, for memory figures that do not depend on the heap in use.
 #pragma once
 
 #include <algorithm>

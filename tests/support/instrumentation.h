@@ -1,4 +1,4 @@
-// What a build measures beside its work changes what it costs: tests of stack and memory ask for it here.
+// Instrumentation changes the cost of a program: tests of stack and memory ask for it here.
 #pragma once
 
 #include <cstdlib>
@@ -26,13 +26,13 @@ inline constexpr bool kSmallFrames = !kSanitized;
 inline constexpr bool kSmallFrames = false;
 #endif
 
-// UnderValgrind tells whether valgrind runs the program, which it loads a library of its own into.
+// UnderValgrind returns whether valgrind runs the program; it loads a library of its own into it.
 inline bool UnderValgrind() {
   const char* const preloaded = std::getenv("LD_PRELOAD");
   return preloaded != nullptr && std::strstr(preloaded, "vgpreload") != nullptr;
 }
 
-// Emulated tells whether an emulator runs the program, as the build was told.
+// Emulated returns whether an emulator runs the program, as configured in the build.
 bool Emulated();
 
 }  // namespace qex::test

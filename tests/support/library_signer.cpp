@@ -1,4 +1,4 @@
-// The library's private operations, in the form that token makers take.
+// The library's private operations, in the form that token makers use.
 #include "tests/support/library_signer.h"
 
 #include <algorithm>

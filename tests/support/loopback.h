@@ -15,8 +15,8 @@
 
 namespace qex::test {
 
-// Exchange connects to 127.0.0.1:`port`, sends `message` as it stands and returns what comes back until
-// the server closes. What goes wrong, a wait of half a minute included, is a std::runtime_error.
+// Exchange connects to 127.0.0.1:`port`, sends `message` unchanged and returns the answer until the server
+// closes. A failure, including a wait of half a minute, is a std::runtime_error.
 inline std::vector<uint8_t> Exchange(uint16_t port, const std::vector<uint8_t>& message) {
   struct Connection {
     int fd = socket(AF_INET, SOCK_STREAM, 0);

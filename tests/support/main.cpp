@@ -1,7 +1,7 @@
 // The main function of the test programs.
 //
-// A death test in a fresh process starts the program anew by the first word of the command line. Under an
-// emulator that is the emulator's, because this machine does not start the program by itself.
+// A death test in a fresh process starts the program again by the first word of the command line. Under an
+// emulator that is the emulator's, because this machine cannot start the program directly.
 #include <gtest/gtest.h>
 
 #include <string.h>

@@ -1,4 +1,5 @@
-// Samples cut off after every octet, and with every octet changed, for tests of what holds for any input.
+// Samples cut off after every octet, and with every octet changed, for tests of rules that hold for any
+// input.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -15,8 +16,8 @@
 
 namespace qex::test {
 
-// ChangedOctets returns what an octet is changed to: with QEX_TEST_ALL_BYTES=1 all 255 other values, else
-// up to eight that are likely to matter.
+// ChangedOctets returns the replacements of an octet: with QEX_TEST_ALL_BYTES=1 all 255 other values, else up
+// to eight that are likely to matter.
 inline std::vector<uint8_t> ChangedOctets(uint8_t octet) {
   std::vector<uint8_t> values;
   if (std::getenv("QEX_TEST_ALL_BYTES") != nullptr) {
@@ -34,7 +35,7 @@ class MalformedInput : public ::testing::Test {
   using Reader = std::function<void(const uint8_t* data, uint32_t length)>;
 
   void SetUp() override {
-    EnsureAsnInit();  // so that what is counted afterwards does not include the tables
+    EnsureAsnInit();  // so that later counts do not include the tables
     before_ = AsnErrorHandler;
     AsnErrorHandler = [](const char*, int) {};
   }

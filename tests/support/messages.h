@@ -1,4 +1,4 @@
-// Requests and responses (RFC 3161, 2.4) by hand, beside the tokens of token_maker.h.
+// Requests and responses (RFC 3161, 2.4) by hand; for tokens see token_maker.h.
 #pragma once
 
 #include "tests/support/der.h"
@@ -22,15 +22,15 @@ inline constexpr FailureReason kFailureReasons[] = {
     {"systemFailure", 25},
 };
 
-// RequestWith returns a TimeStampReq with a SHA-256 imprint of 32 octets 0x11, parameters absent, and these
-// parts behind it.
+// RequestWith returns a TimeStampReq with a SHA-256 imprint of 32 octets 0x11 and absent parameters, followed
+// by these parts.
 template <class... Parts>
 Octets RequestWith(const Parts&... parts) {
   return der::sequence(der::integer(1),
                        der::sequence(der::algorithm(kSha256), der::octet_string(Octets(32, 0x11))), parts...);
 }
 
-// StatusInfo returns a PKIStatusInfo; Response a TimeStampResp of it and these parts behind it.
+// StatusInfo returns a PKIStatusInfo; Response a TimeStampResp with it, followed by these parts.
 template <class... Parts>
 Octets StatusInfo(int64_t status, const Parts&... parts) {
   return der::sequence(der::integer(status), parts...);

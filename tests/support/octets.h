@@ -88,7 +88,7 @@ class Input {
   ExpBuf* current_;
 };
 
-// InBlocksOf cuts `octets` into runs of `n`, the last one what is left.
+// InBlocksOf cuts `octets` into runs of `n`; the last one may be shorter.
 inline std::vector<Octets> InBlocksOf(size_t n, const Octets& octets) {
   std::vector<Octets> blocks;
   for (size_t at = 0; at < octets.size(); at += n) {
@@ -121,8 +121,8 @@ inline Octets OctetsOf(ExpBuf* block) {
   return all;
 }
 
-// Encoded returns what `encode` writes into a fresh chain; `*written`, if not null, is what
-// it says that it wrote.
+// Encoded returns the output of `encode` to a fresh chain; `*written`, if not null, is the length that it
+// returns.
 template <class F>
 Octets Encoded(F encode, AsnLen* written = nullptr) {
   ExpBufHolder chain;
@@ -131,7 +131,7 @@ Octets Encoded(F encode, AsnLen* written = nullptr) {
   return OctetsOf(chain.block());
 }
 
-// Printed returns what `print` writes to its file.
+// Printed returns the output of `print` to its file.
 template <class F>
 std::string Printed(F print) {
   std::FILE* file = std::tmpfile();

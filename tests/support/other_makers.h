@@ -1,5 +1,5 @@
-// The samples of data/bouncycastle and data/openssl_dsa. The records of their samples.txt say what was put
-// into each.
+// The samples of data/bouncycastle and data/openssl_dsa. The records of their samples.txt list the contents
+// of each.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -14,7 +14,7 @@
 
 namespace qex::test {
 
-// PeerSample is a record and the folder that it stands in.
+// PeerSample is a record and its folder.
 struct PeerSample {
   std::string folder;
   Vector words;
@@ -32,7 +32,7 @@ struct PeerSample {
   }
   Octets octets() const { return file((*this)["Name"]); }
   bool in_ber() const { return (*this)["Name"].find(".ber") != std::string::npos; }
-  // The token in DER, as its maker wrote it.
+  // The token in DER, in its original encoding.
   Octets der() const {
     std::string name = (*this)["Name"];
     if (in_ber()) name.replace(name.size() - 4, 4, ".der");
@@ -55,7 +55,7 @@ inline std::vector<PeerSample> Records(const char* folder, const char* kind, siz
   return found;
 }
 
-// Tokens returns those of all makers, with the attribute CMSAlgorithmProtection or without it.
+// Tokens returns those of all implementations, with the attribute CMSAlgorithmProtection or without it.
 inline std::vector<PeerSample> Tokens(bool with_protection = false) {
   std::vector<PeerSample> all = Records("bouncycastle", "token_", 37);
   const std::vector<PeerSample> more = Records("openssl_dsa", "token_", 12);

@@ -1,4 +1,4 @@
-// The exports that decode, by what they decode: each takes any input and leaves all that it writes in memory.
+// The exports that decode, by their input: each accepts any input and writes only to its memory.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@
 
 namespace qex::test {
 
-// Ran is what came of a call: its code, and all that it may have written to.
+// Ran is the outcome of a call: its code, and all memory that it may have written to.
 struct Ran {
   int32_t code;
   Octets memory;
@@ -20,9 +20,9 @@ struct Ran {
 // Reader is one export, with everything but the input.
 struct Reader {
   std::string name;
-  std::string detail;  // tells two readers of one export apart
+  std::string detail;  // distinguishes two readers of one export
   int32_t refusal;     // the code of an input that does not decode
-  Octets memory;       // as it stands before: a record, or the length and the octets of an output
+  Octets memory;       // contents before the call: a record, or the length and the octets of an output
   std::function<int32_t(const uint8_t* data, uint32_t length, uint8_t* memory)> read;
 
   Ran operator()(const Octets& input) const {
@@ -36,7 +36,7 @@ using Readers = std::vector<Reader>;
 // An output has this much room.
 inline constexpr uint32_t kReaderRoom = 8192;
 
-// The length stands in front of the octets.
+// The length comes before the octets.
 Octets OutputMemory(uint32_t capacity = kReaderRoom);
 
 Readers RequestReaders();

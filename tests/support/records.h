@@ -62,7 +62,7 @@ class Records {
     return made;
   }
 
-  // decoded returns what a full decoder makes of `octets`, which are taken to be right.
+  // decoded returns the result of a full decoder for `octets`, which must be valid.
   template <class T, class Decode, class Free>
   T* decoded(Decode decode, Free free, const Octets& octets) {
     const std::shared_ptr<T> value(new T(), [free](T* record) {
@@ -81,7 +81,7 @@ class Records {
   }
   uint8_t* copy(const Octets& value) {
     Octets* const held = make<Octets>(value);
-    held->push_back(0);  // as decoders leave one behind, and no octets are a pointer too
+    held->push_back(0);  // as decoders leave it: even no octets have a pointer
     return held->data();
   }
 

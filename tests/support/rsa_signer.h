@@ -33,7 +33,7 @@ struct RsaKey {
 const RsaKey& TestKey(const std::string& name);
 Octets TestValue(const std::string& name);
 
-// Digest returns the digest of `data`, no octets for an identifier that is none of the five.
+// Digest returns the digest of `data`, no octets for an identifier other than these five.
 Octets Digest(std::string_view algorithm, const Octets& data);
 
 // DigestInfo returns the structure of that name (RFC 8017, 9.2), with `parameters` as given.

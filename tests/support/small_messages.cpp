@@ -1,4 +1,4 @@
-// Requests and replies by hand; tokens as parts, for either of their makers.
+// Requests and replies by hand; tokens as parts, for either maker.
 #include "tests/support/small_messages.h"
 
 #include "tests/support/messages.h"

@@ -1,6 +1,6 @@
-// Runs code on a stack of 256 KiB, the size that decoding has to make do with in threads. On s390x it is
-// 640 KiB: there every frame has 160 octets for the registers of what it calls. Under clang's checks of
-// undefined behaviour, whose frames are larger too, it is 512 KiB.
+// Runs code on a stack of 256 KiB, the size that decoding must do with in threads. On s390x it is 640 KiB:
+// there every frame has 160 octets for the registers of its callees. Under clang's checks of undefined
+// behaviour, whose frames are larger too, it is 512 KiB.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -24,12 +24,11 @@ inline constexpr size_t kSmallStack = 512 * 1024;
 #else
 inline constexpr size_t kSmallStack = 256 * 1024;
 #endif
-// What of it decoding may take; a quarter is left to the caller.
+// The part that decoding may take; a quarter is left to the caller.
 inline constexpr size_t kStackBound = kSmallStack / 4 * 3;
 
-// OnSmallStack returns how many octets of the stack were touched, those of the thread itself included; 0
-// under valgrind, to which a stack that was left is no memory. Under the stack lies a page that may not be
-// touched.
+// OnSmallStack returns how many octets of the stack were touched, including those of the thread itself; 0
+// under valgrind, which does not count abandoned stack as memory. Below the stack is an inaccessible page.
 inline size_t OnSmallStack(std::function<void()> work) {
   constexpr size_t kGuard = 64 * 1024;  // a page of any machine
   constexpr uint8_t kPaint = 0xA5;
@@ -64,8 +63,8 @@ inline size_t OnSmallStack(std::function<void()> work) {
   return used;
 }
 
-// OnReleaseStack is OnSmallStack where the frames are those of a release; other builds run it where it
-// stands, and return 0.
+// OnReleaseStack is OnSmallStack where the frames are those of a release; other builds run it on the current
+// stack, and return 0.
 inline size_t OnReleaseStack(const std::function<void()>& work) {
   if (kSmallFrames) return OnSmallStack(work);
   work();

@@ -14,7 +14,7 @@
 
 namespace qex::test {
 
-// Reading is a record, filled with Guarded::kFill before, and what came of a call that fills it.
+// Reading is a record, filled with Guarded::kFill before, and the outcome of a call that fills it.
 template <class Record>
 class Reading {
  public:
@@ -56,7 +56,7 @@ struct CertInfo : Reading<QEX_TACINFO_EX> {
             tac) {}
 };
 
-// Field returns all octets of a field, FieldText those in front of its terminator, or "unterminated".
+// Field returns all octets of a field, FieldText those before its terminator, or "unterminated".
 template <class T, size_t kSize>
 Octets Field(const T (&field)[kSize]) {
   return Octets(field, field + kSize);
@@ -66,13 +66,13 @@ std::string FieldText(const char (&field)[kSize]) {
   const char* const end = std::find(field, field + kSize, '\0');
   return end == field + kSize ? "unterminated" : std::string(field, end);
 }
-// TextAndFill is what a text field holds that only text and terminator were written to.
+// TextAndFill is a text field to which only text and terminator were written.
 inline Octets TextAndFill(const std::string& text, size_t size) {
   Octets field = der::concat(der::octets(text), Octets{0});
   field.resize(size, Guarded::kFill);
   return field;
 }
-// TextAndZeros is what a cleared text field holds.
+// TextAndZeros is a cleared text field with that text.
 inline Octets TextAndZeros(const std::string& text, size_t size) {
   Octets field = der::octets(text);
   field.resize(size, 0);
@@ -86,13 +86,13 @@ inline std::string LongIdentifier() {
   return text;
 }
 
-// What no export takes for an attribute certificate.
+// Inputs that no export accepts as an attribute certificate.
 inline std::vector<Octets> NoAttributeCertificates() {
   const Octets tac = ByHand(AttrCertParts());
   AttrCertParts unknown;
   unknown.attributes = {PlainAttribute()};
   unknown.attributes[0].type = "1.2.3.4";  // a type that is not registered
-  // No validity period: the one field that all else stands around.
+  // No validity period: the one field that all others surround.
   const Octets info = der::sequence(der::integer(1), der::sequence(), der::context(0),
                                     der::algorithm(kSha256WithRsa), der::integer(1), der::sequence());
   const Octets no_validity = der::sequence(info, der::algorithm(kSha256WithRsa), der::bit_string({0}));

@@ -1,7 +1,7 @@
 // Makes time-stamp tokens (RFC 3161, RFC 5652) out of parts that a test may replace one by one.
 //
-// Members of type Octets are elements in their encoding; those that are not set are made from
-// the rest at encode(). As it stands, a maker makes a token that verifies.
+// Members of type Octets are encoded elements; encode() makes those that are not set from the rest. A maker
+// with its defaults makes a token that verifies.
 #pragma once
 
 #include <functional>
@@ -55,7 +55,7 @@ struct CertificateMaker {
   Octets encode() const;
 };
 
-// The authority's certificate as the makers use it, and another one with another key.
+// The authority's certificate as the makers use it, and a second one with another key.
 const Octets& AuthorityCertificate();
 const Octets& OtherCertificate();
 
@@ -68,7 +68,8 @@ Octets EssCertId(const Octets& hash);
 Octets EssCertIdV2(const Octets& algorithm, const Octets& hash);
 Octets SigningCertificate(const std::vector<Octets>& identifiers);
 
-// AttributeCertificateContent returns what an attribute certificate (RFC 3281) holds, without tag and length.
+// AttributeCertificateContent returns the contents of an attribute certificate (RFC 3281), without tag and
+// length.
 Octets AttributeCertificateContent();
 
 struct SignerMaker {
@@ -81,9 +82,9 @@ struct SignerMaker {
   Octets signature_parameters = der::null();
   int64_t version = 1;
   bool sorted = true;                // signed attributes in the order of DER
-  std::vector<Octets> extra;         // attributes beside the usual ones
+  std::vector<Octets> extra;         // attributes in addition to the usual ones
   std::vector<std::string> without;  // identifiers of usual attributes to leave out
-  // Replace what stands in their places, element by element.
+  // Replace the usual parts, element by element.
   std::optional<std::vector<Octets>> attributes;      // all signed attributes
   std::optional<Octets> message_digest;               // value of the attribute
   std::optional<Octets> digest_algorithm;             // AlgorithmIdentifier

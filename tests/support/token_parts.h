@@ -1,5 +1,5 @@
 // Tokens described as values, made by hand (token_maker.h) and by the library's own encoders. Keys, digests
-// and signatures are shared; what encodes is not.
+// and signatures are shared; the encoding code is not.
 #pragma once
 
 #include <functional>
@@ -19,7 +19,7 @@ inline constexpr const char* kSignerAttributesAttribute = "1.2.840.113549.1.9.16
 struct CertificateParts {
   enum Kind { kCertificate, kV1, kPublishedV1, kV2, kOther };
   Kind kind = kCertificate;
-  Octets certificate;       // kCertificate: as it is
+  Octets certificate;       // kCertificate: unchanged
   AttrCertParts attr_cert;  // the attribute certificates; kOther is one of no octets of its own
 };
 CertificateParts PlainCertificate(const Octets& certificate = AuthorityCertificate());

@@ -146,7 +146,7 @@ def pem(label, data):
 
 
 def revocation_list(issuer, *revoked):
-    """A CRL of the issuer; `revoked` are entries as they stand."""
+    """A CRL of the issuer; `revoked` are encoded entries."""
     times = (der(UTC_TIME, b"240101000000Z"), der(UTC_TIME, b"491231235959Z"))
     body = der(SEQUENCE, integer(1), issuer.key.algorithm("sha256"), issuer.subject, *times,
                *([der(SEQUENCE, *revoked)] if revoked else []))
@@ -169,7 +169,7 @@ def ocsp_response(holder):
     return der(SEQUENCE, der(ENUMERATED, b"\0"), der(0xA0, octets))
 
 
-# What openssl genpkey is told for each name, and how such a key signs.
+# The arguments of openssl genpkey for each name, and how such a key signs.
 KEYS = {
     "rsa": ("rsa", "RSA", "rsa_keygen_bits:2048"),
     "rsa-3": ("rsa", "RSA", "rsa_keygen_bits:2048", "rsa_keygen_pubexp:3"),

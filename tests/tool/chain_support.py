@@ -1,4 +1,4 @@
-"""What the tests of chains and revocation share: a token under a chain, judged by qex and by openssl."""
+"""Shared by the tests of chains and revocation: a token under a chain, judged by qex and by openssl."""
 
 from support import ToolTest, run_json
 from pki import DIGEST, GENTIME, Pki, ts_accepts, verify_error
@@ -13,7 +13,7 @@ NOT_YET = ("NOT_YET_VALID",)
 REVOKED = ("REVOKED",)
 NO_LIST = ("TRY_LATER",)
 
-# What a fault in the signer's certificate may fail beside its own line: it is a part of the path.
+# Further checks that a fault in the signer's certificate may fail: it is a part of the path.
 FOLLOWING = {"dates": {"chain"}, "key_usage": {"chain"}}
 
 
@@ -46,7 +46,7 @@ class ChainTest(ToolTest):
         self.assertTrue(document["hint"])
 
     def openssl_verdict(self, chain, roots=None, carried=None, at=GENTIME):
-        """The error number of `openssl verify`, held against `openssl ts -verify` for a token of that chain."""
+        """The error number of `openssl verify`, compared with `openssl ts -verify` for a token of that chain."""
         carried = chain.intermediates if carried is None else carried
         options = ["-CAfile", (roots or self.pki.file(chain.root.pem))]
         if carried:
@@ -62,7 +62,7 @@ def failing(document):
 
 
 def verdicts_of(document, name):
-    """The verdicts of all lines of that name: a note may stand beside a pass."""
+    """The verdicts of all lines of that name: a note may accompany a pass."""
     return {check["verdict"] for check in document["checks"] if check["name"] == name}
 
 

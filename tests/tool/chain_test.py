@@ -1,7 +1,7 @@
-"""Chains of one to five certificates with each fault, beside the error number of `openssl verify`.
+"""Chains of one to five certificates with each fault, with the error number of `openssl verify`.
 
 The tokens have a genTime one year ago, and every certificate of a chain is valid for eight years on either
-side of today, but for what a case says.
+side of today, unless a case says otherwise.
 """
 
 import unittest

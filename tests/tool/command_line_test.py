@@ -1,4 +1,4 @@
-"""What every command has in common: usage faults, failures as documents, standard output."""
+"""Rules for every command: usage faults, failures as documents, standard output."""
 
 import os
 import signal

@@ -1,4 +1,4 @@
-"""qex completion: the scripts are asked what they would complete, by the shells themselves."""
+"""qex completion: the shells themselves ask the scripts for completions."""
 
 import os
 import pty
@@ -61,7 +61,7 @@ class ScriptTest(ToolTest):
 @needs("bash")
 class BashTest(ToolTest):
     def complete(self, *words):
-        """What bash offers for the last of the words that follow qex."""
+        """The completions of bash for the last of the words that follow qex."""
         words = ("qex", *words)
         script = ("source <(\"$QEX\" completion bash)\n"
                   f"COMP_WORDS=({' '.join(shlex.quote(word) for word in words)})\n"
@@ -132,7 +132,7 @@ class FishTest(ToolTest):
 @needs("zsh")
 class ZshTest(ToolTest):
     def typed(self, keys, expected):
-        """Types keys at a zsh that has read the script, until the screen shows what is expected."""
+        """Types keys at a zsh that has read the script, until the screen shows the expected text."""
         self.write(self.path("script"), run("completion", "zsh", check=0).stdout)
         child, terminal = pty.fork()
         if child == 0:

@@ -1,4 +1,5 @@
-"""Whom `qex stamp` asks, what it takes for a reply, and what it says when an exchange fails."""
+"""`qex stamp`: the authorities that it asks, the replies that it accepts, and its messages when an exchange
+fails."""
 
 import email.utils
 import os
@@ -124,7 +125,7 @@ class ExchangeTest(ToolTest):
         self.assertGreater(waited, 1.9)
         self.assertLess(time.monotonic() - started, 20)
 
-    # what is a reply
+    # valid replies
 
     def test_AGoodReplyUnderAnotherContentTypeIsTakenWithANote(self):
         for content_type in ("application/octet-stream", "application/timestamp-response", "binary/octet-stream"):

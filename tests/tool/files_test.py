@@ -1,4 +1,4 @@
-"""What a file may be, and what may become of an output: the command ends by itself with the documented exit
+"""Input files of every kind, and faults of outputs: the command ends by itself with the documented exit
 status, an output appears whole or not at all, and an older one stays."""
 
 import concurrent.futures
@@ -177,7 +177,7 @@ class InputTest(ToolTest):
         done = run("show", "--json", *files)
         self.assertEqual(done.stdout.count(b"\n"), len(files))
         self.assertNotIn(b'"exit":70', done.stdout)
-        # What is no message does not reach a worker.
+        # Input that is not a message does not reach a worker.
         messages = [file for file, line in zip(files, done.stdout.splitlines()) if b"is no time-stamp request" not in line]
         self.assertGreater(len(messages), 40)
         with concurrent.futures.ThreadPoolExecutor(2) as pool:
@@ -198,8 +198,9 @@ class InputTest(ToolTest):
             return subprocess.run([support.QEX, "show", self.path("token")], capture_output=True, env=environment(),
                                   timeout=120, preexec_fn=limited, check=False)
 
-        # What a build takes before it reads anything differs by much. The worker holds all algorithms before it
-        # misses the signers, the process that asked it none of them: the worker is the first to run out.
+        # Builds differ much in the memory that they need before reading anything. The worker holds all
+        # algorithms before it misses the signers, the process that asked it none of them: the worker is the
+        # first to run out.
         megabytes = 160
         done = shown_within(megabytes)
         self.assert_error(done, 4, "token", "the data end")

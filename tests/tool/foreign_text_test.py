@@ -38,22 +38,22 @@ TEXTS = (
     "",
     " " * 300,
 )
-# What is no UTF-8, though its type says so.
+# Not UTF-8, though its type says so.
 OCTETS = (b"zz\xff\xfe", b"zz\xc0\x8apass  zzforged", b"zz\xed\xa0\x80", b"zz\xf4\x90\x80\x80", b"zz\xe2\x80")
 
 
 def hidden(text):
-    """The characters that a reader would not see, or that would move what follows."""
+    """Characters that a reader would not see, or that would move the text after them."""
     return sorted({f"U+{ord(one):04X}" for one in text if one != "\n" and (
         unicodedata.category(one) in ("Cc", "Cf", "Co", "Cs", "Cn", "Zl", "Zp") or "\ufe00" <= one <= "\ufe0f"
         or "\U000e0100" <= one <= "\U000e01ef")})
 
 
 class ForeignTextTest(TokenTest):
-    """A status text or a name stays one piece inside a line of the tool, whatever stands in it."""
+    """A status text or a name stays one piece inside a line of the tool, whatever it contains."""
 
     def shown(self, *arguments, exits=(0,)):
-        """What qex prints to a person, after it was looked at."""
+        """The output of qex for a person, after checking it."""
         done = run(*arguments)
         self.assertIn(done.returncode, exits, done.stderr)
         text = (done.stdout + b"\n" + done.stderr).decode()  # no other encoding gets out
@@ -77,7 +77,7 @@ class ForeignTextTest(TokenTest):
         for text in (*TEXTS, *OCTETS):
             with self.subTest(text=text[:40]):
                 self.write(self.answer, reply(token(self.parties.signer), status_info(0, texts=[text])))
-                # The library may refuse what is no UTF-8; the shapes of the lines hold all the same.
+                # The library may refuse a text that is not UTF-8; the shapes of the lines hold all the same.
                 exits = (0,) if isinstance(text, str) else (0, 4)
                 self.shown("verify", self.document, *pinned, exits=exits)
                 self.documented("verify", self.document, *pinned, exits=exits)
@@ -118,7 +118,7 @@ class ForeignTextTest(TokenTest):
             with self.subTest(text=text[:40]):
                 root, signer = self.named(text)
                 self.write(self.answer, reply(token(signer, tst_info(tsa=directory_name(signer.subject)))))
-                # An empty name, or one that is no UTF-8, may be refused by a reader; it hides nothing all the same.
+                # A reader may refuse an empty name, or one that is not UTF-8; it still hides nothing.
                 exits = (0,) if isinstance(text, str) and text.strip("\0 ") else (0, 1, 4)
                 for trust in (("--tsa-cert", self.pem_of(signer)), ("--ca-file", self.pem_of(root, "root.pem"))):
                     self.shown("verify", self.document, *trust, exits=exits)

@@ -1,4 +1,4 @@
-"""What qex says about itself: help, suggestions, version and explain."""
+"""The self-description of qex: help, suggestions, version and explain."""
 
 import re
 import subprocess

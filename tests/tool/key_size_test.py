@@ -20,7 +20,7 @@ def integer(bits):
 
 
 def certificate(key):
-    """A certificate of that key: it need not be signed, as nobody looks."""
+    """A certificate of that key: it need not be signed, as nothing checks that."""
     algorithm = bytes.fromhex("300d06092a864886f70d01010b0500")
     name = element(0x30, element(0x31, element(0x30, bytes.fromhex("0603550403") + element(0x0C, b"large"))))
     validity = element(0x30, element(0x17, b"260101000000Z") + element(0x17, b"360101000000Z"))
@@ -96,7 +96,7 @@ class KeySizeTest(ToolTest):
                 os.remove(self.document + ".tsr")
 
     def certify(self, folder):
-        """A new certificate of the authority for the key that lies there now."""
+        """A new certificate of the authority for the key in its folder."""
         place = lambda name: os.path.join(folder, name)
         self.write(place("extensions"), b"[signer]\nbasicConstraints=critical,CA:FALSE\nkeyUsage=critical,digitalSignature\n"
                                         b"extendedKeyUsage=critical,timeStamping\n[req]\ndistinguished_name=name\n[name]\n")

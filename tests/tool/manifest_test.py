@@ -92,7 +92,7 @@ class ManifestTest(StampedFolderTest):
         self.assertIn("No such file", failed["b"][1])
         self.assertIn("not in the list", failed["sub/new"][1])
         self.assertEqual((summary["subjects"], summary["passed"], summary["failed"]), (10, 6, 4))
-        # Without --dir nobody looks for others.
+        # Without --dir no other files are sought.
         self.assertEqual(self.check(check=1)[1]["failed"], 2)
         os.remove(self.path("files/a"))
         self.assertEqual(self.check(check=3)[1]["failed"], 2)
@@ -105,7 +105,7 @@ class ManifestTest(StampedFolderTest):
         os.symlink("nowhere", self.path("files/to nothing"))
         os.symlink("circle", self.path("files/circle"))
         os.symlink("a", self.path("files/to a file"))
-        os.mkfifo(self.path("files/fifo"))  # nobody writes to it: who opens it waits
+        os.mkfifo(self.path("files/fifo"))  # nobody writes to it: opening it would wait
         with socket.socket(socket.AF_UNIX) as unix:
             unix.bind(self.path("files/socket"))
         os.mkdir(self.path("files/empty folder"))
@@ -265,7 +265,7 @@ class StampManyTest(StampedFolderTest):
         self.assertEqual(self.read(self.path("files/b.tsr")), b"older")
 
     def test_AFileWhoseReplyCannotBeWrittenIsNamed(self):
-        # A link that leads nowhere was taken for a reply: its file was neither stamped nor named.
+        # A broken link counted as a reply: its file was neither stamped nor named.
         files = self.fill("good", "linked", "piped", "beside", "stamped")
         os.symlink("nowhere", self.path("files/linked.tsr"))
         os.mkfifo(self.path("files/piped.tsr"))

@@ -1,4 +1,4 @@
-"""What the tests of many subjects share: stamped files under one root, and looking at processes."""
+"""Shared by the tests of many subjects: stamped files under one root, and process listings."""
 
 import fcntl
 import os
@@ -36,7 +36,7 @@ class ManyTest(ToolTest):
         return query, reply
 
     def stamped(self, name, content=CONTENT, reply=None, query=None):
-        """A file with a reply and a request beside it; those of the class unless others are given."""
+        """A file with a reply and a request next to it; those of the class unless others are given."""
         path = os.path.join(os.fsencode(self.folder), os.fsencode(name))
         os.makedirs(os.path.dirname(path), exist_ok=True)
         if content is not None:
@@ -78,7 +78,7 @@ def waiting_octets(pid):
 
 
 def wait_until(true, seconds=60):
-    """Waits for something to become true, and returns what it is."""
+    """Waits until something becomes true, and returns its value."""
     end = time.monotonic() + seconds
     while time.monotonic() < end:
         value = true()

@@ -1,5 +1,5 @@
-"""Many subjects at once: a line each in the order given, a summary, the worst exit status, and what happens
-when a process among them ends or the run is stopped."""
+"""Many subjects at once: a line each in the order given, a summary, the worst exit status, and the effects of
+a process that dies or a run that is stopped."""
 
 import json
 import os
@@ -31,7 +31,7 @@ class FoldersTest(ManyTest):
     def test_AThousandFilesOfWhichSomeAreBrokenEachWay(self):
         flipped = self.reply[:-1] + bytes([self.reply[-1] ^ 1])
         other_query, _ = self.stamp(CONTENT)
-        broken = {  # name: what is beside it, exit status, reason in the summary
+        broken = {  # name: the files next to it, exit status, reason in the summary
             "0100": ({"content": b"changed\n"}, 1, "imprint"),
             "0200": ({"reply": flipped}, 1, "signature"),
             "0300": ({"reply": self.reply[:500]}, 4, "malformed"),
@@ -131,7 +131,7 @@ class FoldersTest(ManyTest):
         self.write(self.path("folder/unstamped"), b"")
         os.mkfifo(self.path("folder/fifo"))
         self.write(self.path("folder/fifo.tsr"), self.reply)
-        os.mkfifo(self.path("folder/pipe.tsr"))  # no token, and nobody writes to it
+        os.mkfifo(self.path("folder/pipe.tsr"))  # not a token, and nobody writes to it
         documents, _ = self.documents("--dir", self.path("folder"), check=3)
         self.assertEqual([(os.path.basename(document["subject"]), document["exit"]) for document in documents],
                          [("fifo", 3), ("gone.tsr", 3), ("good", 0)])

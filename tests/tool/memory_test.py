@@ -16,7 +16,7 @@ OUT_OF_MEMORY = "more memory than is allowed"
 
 
 def job(message, **more):
-    """What a worker is asked about a message, as it crosses the pipe."""
+    """The question to a worker about a message, as it crosses the pipe."""
     return cbor.encode({"serve": "v2", "job": {
         "name": "message", "message": message, "verify": False, "describe": False, "asn1": False, "take_tac": False,
         "tac": b"", "request": b"", "rewriting": 0, "ess": "auto", "library_only": False, "allow_weak": False, **more}})

@@ -24,8 +24,8 @@ class Case:
     fails: str
     openssl: tuple                       # NEITHER, TS, CMS or BOTH
     exits: tuple = (1,)
-    answer: bytes | None = None          # what is judged, when it is no granted reply with that token
-    request: bytes | None = None         # lies beside the answer
+    answer: bytes | None = None          # the judged input, when it is not a granted reply with that token
+    request: bytes | None = None         # written next to the answer
     options: tuple = ()
     by_digest: str | None = None         # ALG:HEX in place of the document
     trusted: Party | None = None         # in place of the signer
@@ -33,5 +33,5 @@ class Case:
 
 
 def honest(label, token, openssl, **more):
-    """A row that must pass, beside those that differ from it in one thing."""
+    """A row that must pass, next to those that differ from it in one thing."""
     return Case(label, token, "", openssl, exits=(0,), **more)

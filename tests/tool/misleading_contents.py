@@ -1,4 +1,4 @@
-"""Misleading tokens whose fault lies in what was signed: imprint, nonce, policy, TSTInfo and its time."""
+"""Misleading tokens with a fault in the signed content: imprint, nonce, policy, TSTInfo and its time."""
 
 from certificate_maker import INTEGER, OCTET_STRING, SEQUENCE, der, digest_of, elements, extension, integer, oid
 from misleading_case import BOTH, CMS, TS, Case, honest

@@ -1,4 +1,5 @@
-"""Misleading encodings, and messages whose fault lies around the token: octets after it, and the status of a reply."""
+"""Misleading encodings, and messages with a fault around the token: octets after it, and the status of a
+reply."""
 
 from certificate_maker import OCTET_STRING, SEQUENCE, der, digest_of, elements, pem
 from misleading_case import BOTH, CMS, NEITHER, Case, honest
@@ -36,13 +37,14 @@ def encodings(p):
     yield Case("content in pieces, one of them not signed", token(s, octets=two_pieces), "signature", NEITHER)
 
 
-# What only the library reads: a number with an octet too many, and strings inside strings inside strings.
+# Forms that only the library reads: a number with an octet too many, and strings inside strings inside
+# strings.
 STRANGE = (("version", {"version": b"\x02\x02\0\3"}),
            ("content", {"octets": lambda content: constructed(content, depth=20)}))
 
 
 def damages(p):
-    """Tokens that nobody can read are damaged, whatever their key."""
+    """Tokens that neither reader can read are damaged, whatever their key."""
     for key in ("rsa", "p256"):
         signer = p.signer_with(key) if key != "rsa" else p.signer
         good = token(signer)
@@ -69,7 +71,7 @@ def framing(p):
 
 
 def statuses(p):
-    """What the reply says of the request, against what it holds."""
+    """The status of the reply against its contents."""
     good = token(p.signer)
     yield honest("granted", good, BOTH, answer=reply(good, status_info(0, texts=["as asked"])))
     yield honest("granted with changes", good, BOTH, answer=reply(good, status_info(1)))

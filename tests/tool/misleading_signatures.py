@@ -1,4 +1,4 @@
-"""Misleading tokens whose fault lies in the signature: signed attributes, who signed, keys, padding and encodings."""
+"""Misleading tokens with a fault in the signature: signed attributes, signer, keys, padding and encodings."""
 
 import hashlib
 
@@ -126,7 +126,7 @@ def signers(p):
 
 
 def usages(p):
-    """What the signer's certificate is for."""
+    """The purposes in the signer's certificate."""
     def used(label, *extensions, fails="key_usage", accepted=NEITHER):
         signer = p.signer_with(extensions=(basic_constraints(False), *extensions))
         return Case(label, token(signer), fails, accepted, exits=(1,) if fails else (0,), trusted=signer)
@@ -217,7 +217,7 @@ def forgeries(p):
     s = p.signer
 
     def raw(front):
-        """Signs a block of the private operation alone: `front` is what stands before the DigestInfo."""
+        """Signs a block with the bare private operation: `front` precedes the DigestInfo."""
         def sign(data):
             block = front(256 - len(digest_info(data))) + digest_info(data)
             with open(s.key.path + ".block", "wb") as file:

@@ -1,4 +1,4 @@
-"""Tokens and replies that try to pass for others: what each must be answered, next to what openssl says of it."""
+"""Tokens and replies that try to pass for others: the required verdict on each, next to openssl's."""
 
 import misleading_contents
 import misleading_replies
@@ -26,7 +26,7 @@ class MisleadingTest(TokenTest):
                         self.qex_says(case, trust)
 
     def lay_out(self, case):
-        """The answer, and the request beside it, where there is one."""
+        """The answer, and the request next to it, if any."""
         self.trusted = case.trusted or self.parties.signer
         self.write(self.answer, reply(case.token) if case.answer is None else case.answer)
         if case.request is not None:
@@ -35,7 +35,7 @@ class MisleadingTest(TokenTest):
             support.os.remove(self.asked)
 
     def openssl_says(self, case):
-        """What the two commands of openssl accept is as the row has it."""
+        """The verdicts of the two openssl commands are those of the row."""
         root = self.trusted.issuer
         compared = ("-data", self.document)
         if case.request is not None:

@@ -1,6 +1,6 @@
-"""Tokens that Bouncy Castle made: as it makes them by default, under newer algorithms, and damaged.
+"""Tokens made by Bouncy Castle: with its defaults, under newer algorithms, and damaged.
 
-samples.txt in each folder says what was put into each token and what Bouncy Castle itself found.
+samples.txt in each folder lists the contents of each token and Bouncy Castle's own verdict.
 """
 
 import os
@@ -14,7 +14,7 @@ DATA = os.path.join(support.HERE, "..", "data")
 
 
 def records(folder, kind="token"):
-    """The records of that kind in a folder's samples.txt, with the paths of what they name."""
+    """The records of that kind in a folder's samples.txt, with the paths of the files that they name."""
     found = []
     with open(os.path.join(DATA, folder, "samples.txt"), encoding="ascii") as file:
         for block in file.read().split("\n\n")[1:]:

@@ -1,5 +1,5 @@
-"""What the commands write: nothing that is there is lost, files that belong together appear together, and what
-can go wrong with a name is found before an authority spends a stamp."""
+"""The files that commands write: no existing file is lost, files that belong together appear together, and
+problems with a name are found before an authority spends a stamp."""
 
 import os
 import resource
@@ -15,8 +15,8 @@ from support import ToolTest, environment, openssl, post, run, run_json
 
 
 class Relay(Server):
-    """A server that passes each request on to an authority. `meanwhile` runs before the reply is sent; what it
-    returns is sent in place of the reply."""
+    """A server that passes each request on to an authority. `meanwhile` runs before the reply is sent; its
+    result replaces the reply."""
 
     def __init__(self, authority, meanwhile=lambda: None, head=OK):
         def script(connection):

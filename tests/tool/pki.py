@@ -1,6 +1,6 @@
 """Certificates, revocation lists and tokens with the faults that a test asks for.
 
-Everything is signed by the openssl command. What is asked for twice is made once: keys by their name,
+The openssl command signs everything. Repeated requests are served from a cache: keys by their name,
 certificates by all of their arguments. Times are datetime values in UTC without fractions.
 """
 
@@ -63,7 +63,7 @@ commonName = supplied
 
 
 def openssl(*arguments, data=None):
-    """What the openssl command writes; without the system's settings, which name policies."""
+    """The output of the openssl command; without the system's settings, which name policies."""
     done = subprocess.run(["openssl", *arguments], input=data, capture_output=True, check=False, timeout=120,
                           env={**os.environ, "OPENSSL_CONF": "/dev/null"})
     if done.returncode != 0:
@@ -216,7 +216,7 @@ class Pki:
         return der(SEQUENCE, body, algorithm, der(0x03, b"\0", signature))
 
     def token(self, chain, time=GENTIME, carried=None, bare=False):
-        """A DER token of that genTime over DIGEST; `carried` are certificates beside the signer's.
+        """A DER token of that genTime over DIGEST; `carried` are certificates in addition to the signer's.
 
         A bare one has none at all, as when a request does not ask for them.
         """
@@ -256,7 +256,8 @@ def flipped_list(made):
 
 
 def verify_error(*arguments, at):
-    """What `openssl verify` says of a chain: 0, or the first X509_V_ERR number; the last argument is the signer."""
+    """The verdict of `openssl verify` on a chain: 0, or the first X509_V_ERR number; the last argument is the
+    signer."""
     done = subprocess.run(["openssl", "verify", "-no-CApath", "-no-CAstore", "-purpose", "timestampsign",
                            "-attime", epoch(at), *arguments],
                           capture_output=True, check=False, timeout=120,

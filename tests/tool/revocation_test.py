@@ -1,7 +1,7 @@
-"""Revocation by the rule of RFC 3161, 4: what a list says of a signer, and which lists say anything.
+"""Revocation by the rule of RFC 3161, 4: the entries of a list about a signer, and which lists count.
 
-The lists are made by openssl. Beside each verdict stands the error number of `openssl verify -crl_check`, which knows
-no such rule and refuses every certificate that a list names.
+openssl makes the lists. Each verdict comes with the error number of `openssl verify -crl_check`, which does
+not know this rule and refuses every certificate in a list.
 """
 
 import unittest
@@ -12,7 +12,7 @@ from chain_support import NO_LIST, REVOKED, WEAK, ChainTest, failing, verdicts_o
 from pki import DAY, GENTIME, NOW, YEAR, flipped_list, openssl, stamp_of, verify_error
 from tac import GENERALIZED_TIME, der
 
-# A token from before the revocation stands with these reasons, and with no other and none.
+# A token from before the revocation remains valid with these reasons, and with no other and none.
 STANDING = ("unspecified", "affiliationChanged", "superseded", "cessationOfOperation")
 FALLING = (None, "keyCompromise", "cACompromise", "certificateHold", "privilegeWithdrawn", "aACompromise")
 
@@ -203,7 +203,7 @@ class RevocationTest(ChainTest):
         self.assertNotIn("pass", verdicts_of(document, "revocation"))
 
     def test_ASignerThatHasExpiredAndIsRevokedFails(self):
-        """Lists drop what has expired; as long as they name it, it counts."""
+        """Lists drop expired certificates; as long as they name one, it counts."""
         chain = self.pki.chain(2, signer={"not_after": NOW - 30 * DAY})
         path = self.list_file((chain.signer, "keyCompromise", NOW - YEAR / 2))
         self.assert_fails(self.judged(path, chain=chain), "revocation", REVOKED)

@@ -1,4 +1,4 @@
-"""docs/qex.schema.json: it describes the documents of every command, and refuses what is none."""
+"""docs/qex.schema.json: it describes the documents of every command, and refuses anything else."""
 
 import copy
 import json
@@ -24,7 +24,7 @@ def refuses(document):
 @unittest.skipUnless(support.jsonschema, "python3-jsonschema is not installed")
 class SchemaTest(ToolTest):
     def described(self, *arguments, check=0):
-        """The documents of a command, each held against the schema by run()."""
+        """The documents of a command, each checked against the schema by run()."""
         lines = run(*arguments, "--json", check=check).stdout.decode().splitlines()
         self.assertTrue(lines)
         return [json.loads(line) for line in lines]

@@ -1,5 +1,5 @@
-"""What a server may do to `qex stamp`: the command ends by itself within its limits, with the documented
-exit status and one line that says what was wrong, and no file is touched."""
+"""Servers that mistreat `qex stamp`: the command ends by itself within its limits, with the documented exit
+status and one line with the fault, and no file is touched."""
 
 import contextlib
 import os
@@ -57,7 +57,7 @@ class Server:
         return self
 
     def __exit__(self, *_):
-        # The number of the descriptor is free for another server only once nobody waits at it.
+        # The number of the descriptor is free for another server only once nothing waits on it.
         self.listener.shutdown(socket.SHUT_RDWR)
         self.accepting.join()
         self.listener.close()
@@ -101,7 +101,7 @@ def redirect(to):
 
 class StampTest(ToolTest):
     def refused(self, how, status, words, timeout=LONG, **more):
-        """Stamps twice, without files beside the document and with some: nothing is left, nothing is changed."""
+        """Stamps twice, without and with older files next to the document: nothing is added, nothing changes."""
         before = {"report.txt": self.read(self.document)}
         for files in ({}, {"report.txt.tsr": b"an older reply", "report.txt.tsq": b"an older request"}):
             for name, data in files.items():
@@ -315,7 +315,7 @@ class TlsTest(TlsKeys):
         ):
             with self.subTest(name):
                 self.over_tls(self.tls(certificate, reply), 6, *words, options=("--cacert", root) if root else ())
-        # What fails above is the certificate: with it in order the exchange takes place.
+        # The certificate is the cause of the failure above: with a good one the exchange succeeds.
         self.over_tls(self.tls(self.good, reply), 4, "no token", options=("--cacert", self.good))
 
     def test_AServerThatAsksForACertificate(self):

@@ -88,7 +88,7 @@ class ShowTest(ToolTest):
         done = run("show", self.refusal, check=0)
         self.assertIn(b"no\\x1b[2J\\u202e way", done.stdout)
         self.assertNotIn(b"\x1b", done.stdout)
-        # Every character with Bidi_Control (UAX #9, 2.1 to 2.6) may turn what stands beside it.
+        # Every character with Bidi_Control (UAX #9, 2.1 to 2.6) may turn the text next to it.
         turning = "\u061c\u200e\u200f\u202a\u202b\u202c\u202d\u202e\u2066\u2067\u2068\u2069"
         text = run("show", self.path(turning)).stderr.decode()
         for character in turning:

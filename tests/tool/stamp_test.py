@@ -1,4 +1,4 @@
-"""Stamping over http, https and the socket framing, and what an authority can do wrong."""
+"""Stamping over http, https and the socket framing, and faults of an authority."""
 
 import http.server
 import os
@@ -11,7 +11,7 @@ from support import ToolTest, environment, openssl, run, run_json, verdicts
 
 
 class Answering:
-    """A server that answers each connection with fixed octets, after reading what came."""
+    """A server that answers each connection with fixed octets, after reading the request."""
 
     def __init__(self, *answers):
         self.listener = socket.create_server(("127.0.0.1", 0))

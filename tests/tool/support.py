@@ -1,4 +1,4 @@
-"""What the tests of the tool share: running qex, and an authority to talk to."""
+"""Shared by the tests of the tool: running qex, and an authority to talk to."""
 
 import functools
 import json
@@ -29,14 +29,14 @@ FAILING_MEMORY = None
 
 
 def environment(**more):
-    """The environment without what could steer the tool; requests stay on this machine."""
+    """The environment without variables that could steer the tool; requests stay on this machine."""
     kept = {k: v for k, v in os.environ.items()
             if not k.lower().endswith("_proxy") and not k.startswith("QEX_") and k != "NO_COLOR"}
     return {**kept, "no_proxy": "*", **more}
 
 
 def preloaded(library):
-    """An environment in which a library stands in front of those that the tool is linked with."""
+    """An environment in which a library is loaded before those that the tool is linked with."""
     more = {"LD_PRELOAD": library}
     if "ASAN_OPTIONS" in os.environ:
         more["ASAN_OPTIONS"] = os.environ["ASAN_OPTIONS"] + ":verify_asan_link_order=0"
@@ -81,13 +81,13 @@ def run_json(*arguments, check=None, **more):
 
 
 def openssl(*arguments, data=None):
-    """What the openssl command writes; without the system's settings, which name policies."""
+    """The output of the openssl command; without the system's settings, which name policies."""
     return subprocess.run(["openssl", *arguments], input=data, capture_output=True, check=True, timeout=120,
                           env={**os.environ, "OPENSSL_CONF": "/dev/null"}).stdout
 
 
 def post(url, query):
-    """What an authority answers to a request, past the tool."""
+    """The answer of an authority to a request, without the tool."""
     opener = urllib.request.build_opener(urllib.request.ProxyHandler({}))
     request = urllib.request.Request(url, query, {"Content-Type": "application/timestamp-query"})
     return opener.open(request, timeout=60).read()
@@ -152,7 +152,7 @@ class ToolTest(unittest.TestCase):
         return Authority(os.path.join(self.class_folder, keys), *self.KEY_OPTIONS, *options)
 
     def stamped(self, authority, *options):
-        """The document with a stamp beside it."""
+        """The document with a stamp next to it."""
         run("stamp", self.document, "--tsa", authority.url, "--retry", "0", "--force", *options, check=0)
 
     def assert_error(self, done, exit_status, *words):

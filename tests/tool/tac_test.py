@@ -23,7 +23,7 @@ def certificates_of(token):
 
 
 def attribute_certificate_of(token):
-    """The attribute certificate of the set as it stands alone."""
+    """The attribute certificate of the set as an encoding of its own."""
     return next(der(0x30, content) for tag, content, _ in certificates_of(token) if tag == V2_ATTR_CERT)
 
 
@@ -290,7 +290,8 @@ class TacTest(ToolTest):
     # identifiers without a type
 
     def test_AnUnknownSignedAttributeIsNamed(self):
-        """The library stops there, and with it what only the library does; the strict reader goes on."""
+        """The library stops there, together with everything that only the library does; the strict reader
+        goes on."""
         self.write(self.path("token"), self.token_with("--tac", "--extra-attribute", "1.2.3.4.5"))
         for words in (("tac", "get"), ("tac", "check"), ("rewrite", "--id-data", "-o", self.path("out"))):
             with self.subTest(words=words):
@@ -303,7 +304,7 @@ class TacTest(ToolTest):
         self.assertNotIn("out", self.files())
 
     def test_TheFirstUnknownOneIsNamed(self):
-        # Attributes stand in the order of their encodings, so the shorter identifier comes first.
+        # Attributes are in the order of their encodings, so the shorter identifier comes first.
         self.write(self.path("token"), self.token_with("--extra-attribute", "1.2.840.113549.1.9.52", "--extra-attribute", "1.2.3.4.5"))
         error = run_json("tac", "get", self.path("token"), check=4)["error"]
         self.assertIn("attribute 1.2.3.4.5,", error)

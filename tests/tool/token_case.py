@@ -1,4 +1,4 @@
-"""What the tests of made tokens share: parties with keys, and qex and openssl asked about one token."""
+"""Shared by the tests of made tokens: parties with keys, and qex and openssl asked about one token."""
 
 import os
 import subprocess
@@ -32,7 +32,7 @@ class Parties:
 
 
 class TokenTest(ToolTest):
-    """A document, and beside it what is to be judged."""
+    """A document, and next to it the input to judge."""
 
     @classmethod
     def setUpClass(cls):
@@ -52,7 +52,8 @@ class TokenTest(ToolTest):
         return run_json("verify", *options, check=check)
 
     def ts_accepts(self, root, *options):
-        """Whether `openssl ts -verify` accepts the answer under that root; `options` say what it is compared with."""
+        """Whether `openssl ts -verify` accepts the answer under that root; `options` name the data to compare
+        with."""
         options = options or ("-data", self.document)
         return self._accepts("ts", "-verify", *options, "-in", self.answer,
                              "-CAfile", self.pem_of(root, "root.pem"))

@@ -1,8 +1,8 @@
 """RFC 3161 tokens and replies, made octet by octet.
 
-A token is TSTInfo (tst_info), the signature of one signer or more (signer_info) and the SignedData around them
-(signed_data); token() makes all three from what it is told and takes the usual for the rest. Where a value is
-expected, bytes are taken as the encoding as it stands.
+A token is TSTInfo (tst_info), the signature of one signer or more (signer_info) and the SignedData around
+them (signed_data); token() makes all three from its arguments and uses defaults for the rest. Where a value
+is expected, bytes are a finished encoding.
 """
 
 from certificate_maker import (BIT_STRING, DIGESTS, GENERALIZED_TIME, NULL, OCTET_STRING, SEQUENCE, SET, TRUE, UTF8,
@@ -46,7 +46,7 @@ def long_length(tag, *parts):
 
 
 def imprint_of(digest="sha256", octets=None, parameters=NULL, data=DOCUMENT, identifier=None):
-    """MessageImprint; `identifier` and `octets` take the place of what belongs to the digest."""
+    """MessageImprint; `identifier` and `octets` replace those of the digest."""
     octets = digest_of(digest, data) if octets is None else octets
     identifier = oid(DIGESTS[digest]) if identifier is None else identifier
     return der(SEQUENCE, der(SEQUENCE, identifier, parameters), der(OCTET_STRING, octets))
@@ -180,7 +180,7 @@ AROUND = ("version", "digests", "certificates", "crls", "kind", "octets", "outer
 
 
 def token(signer, content=None, *, digest="sha256", more_signers=(), **parts):
-    """A token of a Party, honest but for what is named; its set holds the signer's certificate."""
+    """A token of a Party, honest except for the given faults; its set holds the signer's certificate."""
     content = tst_info() if content is None else content
     around = {name: parts.pop(name) for name in AROUND if name in parts}
     around.setdefault("certificates", [signer.certificate])
@@ -218,5 +218,5 @@ def status_info(status=0, *, texts=(), failure=None):
 
 
 def reply(message=b"", status=None):
-    """TimeStampResp: granted, and a token; without one as it stands."""
+    """TimeStampResp: granted, with a token; without one just the status."""
     return der(SEQUENCE, status or status_info(), message)

@@ -206,7 +206,7 @@ class BadInputTest(ChainTest):
             self.assertEqual(self.files(), before)
 
     def with_root(self, option):
-        """What else the option needs to mean anything."""
+        """Further options that the option needs to have an effect."""
         return () if option in ("--ca-file", "--tsa-cert") else ("--ca-file", self.chain.root.path)
 
     def test_AFileOfTheWrongKindIsStatus4(self):

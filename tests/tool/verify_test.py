@@ -358,7 +358,7 @@ class OtherTokensTest(ToolTest):
                 run("verify", self.document, "--tsa-cert", authority.tsa, "--ess", version, check=0)
                 self.assertEqual(run_json("verify", self.document, "--tsa-cert", authority.tsa, "--ess", other, check=4)["code"], -6)
                 self.assertEqual(run_json("verify", self.document, "--insecure-any-signer", "--ess", other, check=4)["code"], -6)
-                # The caller's own switch is no part of it.
+                # The caller's own switch does not affect it.
                 env = environment(QEX_VERIFY_ESSCERTIDV2="0" if version == "v2" else "1")
                 run("verify", self.document, "--tsa-cert", authority.tsa, env=env, check=0)
 

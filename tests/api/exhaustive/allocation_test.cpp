@@ -30,7 +30,7 @@ namespace {
 
 constexpr int32_t kUntouched = 4711;  // the last ASN.1 error, where a call never came to decode or encode
 
-// Failure is what an export makes of an allocation that fails.
+// Failure is an export's answer to a failed allocation.
 struct Failure {
   int32_t code;
   int32_t error;
@@ -65,7 +65,7 @@ const std::map<std::string, Steps> kSteps = {
     {"QEX_RemoveAttrCerts",          {kDecoding, kEncoding}},
     {"QEX_GetTST_TimeAttributeCert", {kDecoding, kEncoding}},
     {"QEX_CheckTAC_MatchesTST",      {kDecoding,
-                                      {QEX_E_MISMATCH, 0}}},  // encoding what it is compared with
+                                      {QEX_E_MISMATCH, 0}}},  // encoding for the comparison
     {"QEX_GetTAC_CertInfoEx",        {kDecoding}},
     {"QEX_GetTAC_CertInfo",          {kDecoding}},
     {"QEX_GetTAC_TimingMetricsEx",   {kDecoding}},
@@ -98,8 +98,8 @@ const Steps& steps_of(const ExportCall& call) {
   return given ? kRsaGiven : kRsaFound;
 }
 
-// expect_promised looks at the caller's memory after a call that failed for want of memory: it is as it was,
-// but for what the header says.
+// expect_promised checks the caller's memory after a call in which an allocation failed: it is unchanged,
+// except where the header says otherwise.
 void expect_promised(const ExportCall& call, const Failure& failure, const Octets& memory) {
   Octets expected = call.memory;
   if (call.name() == "QEX_GetTAC_CertInfoEx") {
@@ -120,7 +120,7 @@ void expect_promised(const ExportCall& call, const Failure& failure, const Octet
 
 using Sorted = std::map<std::string, std::vector<ExportCall>>;
 
-// calls_by_export leaves out what allocates nothing by its contract.
+// calls_by_export leaves out exports that by contract allocate nothing.
 const Sorted& calls_by_export() {
   static const Sorted sorted = [] {
     Sorted all;
@@ -138,15 +138,15 @@ std::vector<std::string> names_of_exports() {
   return names;
 }
 
-// Faulty is what came of a call some of whose allocations failed.
+// Faulty is the outcome of a call in which some allocations failed.
 struct Faulty {
   Failure failure;
   Octets memory;
   size_t refused;  // allocations that failed
-  long left;       // blocks that the call left behind
+  long left;       // blocks that the call leaked
 };
 
-// run_with_faults lets `succeed` allocations of the call succeed and the `fail` behind them fail.
+// run_with_faults lets `succeed` allocations of the call succeed and the next `fail` fail.
 Faulty run_with_faults(const ExportCall& call, size_t succeed, size_t fail) {
   Faulty ran{{0, 0}, call.memory, 0, 0};
   lastAsnError = kUntouched;
@@ -169,8 +169,8 @@ class EachAllocation : public ::testing::TestWithParam<std::string> {
   void TearDown() override { AsnErrorHandler = before_; }
   static void TearDownTestSuite() { std::printf("%ld faults injected\n", faults_); }
 
-  // fail_each lets the first, the second, ... allocation of the call fail, with the `fail` - 1 behind it, and
-  // returns the steps that this led to, runs of equal ones as one.
+  // fail_each lets the first, the second, ... allocation of the call fail, together with the next `fail` - 1,
+  // and returns the resulting steps, runs of equal ones as one.
   static Steps fail_each(const ExportCall& call, const Ran& expected, size_t fail) {
     Steps steps;
     for (size_t succeed = 0;; ++succeed) {
@@ -199,8 +199,8 @@ class EachAllocation : public ::testing::TestWithParam<std::string> {
 
 long EachAllocation::faults_ = 0;
 
-// In one run memory is out from a certain allocation on, in the other one a single allocation fails. Under
-// valgrind, where that would take half an hour, the first run has to do.
+// One run fails every allocation from a certain one on, the other a single allocation. Under valgrind, where
+// that would take half an hour, there is only the first run.
 TEST_P(EachAllocation, FailureIsAnswered) {
   const long before = faults_;
   std::map<const Steps*, size_t> furthest;
@@ -225,7 +225,7 @@ TEST_P(EachAllocation, FailureIsAnswered) {
 INSTANTIATE_TEST_SUITE_P(Exports, EachAllocation, ::testing::ValuesIn(names_of_exports()),
                          [](const auto& one) { return one.param; });
 
-// --- What is not among them --------------------------------------------------------------------
+// --- Exempt exports ----------------------------------------------------------------------------
 
 // Of the digests, Init is exempt, and the others allocate nothing; nor does QEX_GetLastAsnError.
 TEST(Allocation, EveryExportIsTriedOrAllocatesNothingToBeChecked) {
@@ -265,9 +265,8 @@ TEST(Allocation, DigestsAllocateInTheirInitAlone) {
 
 // --- The one-time initialisation ---------------------------------------------------------------
 
-// fail_initialisation makes a call of each export that needs the tables with memory for `succeed`
-// allocations, and returns whether any built them; where none did, each says so, and what was built is
-// released.
+// fail_initialisation calls each export that needs the tables with memory for `succeed` allocations, and
+// returns whether any built them. If none did, each reports it, and everything built so far is released.
 bool fail_initialisation(const std::vector<ExportCall>& calls, size_t succeed, size_t fail) {
   for (const ExportCall& call : calls) {
     SCOPED_TRACE(call.name() + " after " + std::to_string(succeed) + " allocations");

@@ -1,9 +1,8 @@
-// Lengths that lie, at every element of messages of every kind, through every export that decodes; and
-// capacities that do, through every export that writes.
+// Wrong lengths, at every element of messages of every kind, through every export that decodes; and wrong
+// capacities, through every export that writes.
 //
-// An element that announces almost 4 GiB is told apart from one that announces a little more than there is by
-// nothing: not by the outcome, as it would be if a sum of lengths wrapped, and not by the memory that is
-// asked for.
+// An element that announces almost 4 GiB must have the same outcome as one that announces a little more than
+// there is: a sum of lengths that wrapped would change it. And it must not allocate more memory.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -48,7 +47,7 @@ std::ostream& operator<<(std::ostream& out, const Seen& seen) {
   return out << "code " << seen.ran.code << ", error " << seen.error << ", " << seen.text;
 }
 
-// The input stands at the end of readable memory, and nothing is left of what was allocated for it.
+// The input ends at the end of readable memory, and nothing allocated for it leaks.
 Seen see(const Reader& reader, const Octets& message) {
   const Guarded input(message);
   Seen seen{{0, reader.memory}, 0, ""};
@@ -61,7 +60,7 @@ Seen see(const Reader& reader, const Octets& message) {
     seen.text = capture.text();
   }
   seen.error = QEX_GetLastAsnError();
-  // An output, or the length of it, repeats what is taken over from the input, the lengths in it included.
+  // An output, or its length, repeats parts of the input, including their lengths.
   const bool is_output = seen.ran.memory.size() == OutputMemory().size();
   if (is_output && seen.ran.code != reader.refusal) seen.ran.memory.clear();
   EXPECT_EQ(LiveBlocks(), before);
@@ -86,7 +85,7 @@ void try_place(const Readers& readers, const Octets& message, const Place& place
     for (const uint32_t length : {0x7FFFFFFFu, 0x80000000u, 0xFFFFFFFEu}) {
       EXPECT_EQ(see(reader, announced(message, place, in_four_octets(length))), expected) << length;
     }
-    // The largest length is the number that stands for an open one.
+    // The largest length is the number of the indefinite length.
     EXPECT_EQ(see(reader, announced(message, place, in_four_octets(0xFFFFFFFF))), see(reader, open));
     // A string ends as it does where the data end.
     if (!in_string && is_end_of_string(expected.error)) {

@@ -18,7 +18,7 @@
 namespace qex::test {
 namespace {
 
-// Where frames are large the bound is what counts, and not the stack.
+// Where frames are large, the bound counts and not the stack.
 const size_t kLevels = kSmallFrames && !UnderValgrind() && !Emulated() ? 10000 : 500;
 
 class DepthEverywhere : public ::testing::Test {
@@ -51,8 +51,7 @@ class DepthEverywhere : public ::testing::Test {
     return place.tag == 0x30 && place.end > place.content && message[place.content] == 0x06;
   }
 
-  // A string in strings is what the string alone is, where it is decoded: inside another string it may be
-  // opaque.
+  // A string in strings equals the plain string where it is decoded; inside another string it may be opaque.
   void try_strings(const Readers& readers, const Octets& message, const std::vector<Place>& places,
                    const Place& place, Lengths lengths) {
     if ((place.tag & kConstructed) != 0) return;
@@ -100,7 +99,7 @@ TEST_F(DepthEverywhere, InARequest) {
 }
 
 TEST_F(DepthEverywhere, InAReply) {
-  // Without unused bits: behind some, the next reader would take no constructed BIT STRING.
+  // Without unused bits: after some, the next reader would accept no constructed BIT STRING.
   try_all(ReplyReaders(), SmallReply(der::bit_string({0x20, 0x00})));
 }
 

@@ -1,7 +1,7 @@
-// Values inside each other, a million levels deep, through every export that decodes, on a stack of 256 KiB.
+// Nested values, a million levels deep, through every export that decodes, on a stack of 256 KiB.
 //
-// Open types are refused at their bound; strings inside strings decode, as deep as they are; what no type
-// allows is refused by its tag. None of them takes stack by the level.
+// Open types are refused at their bound; strings inside strings decode at any depth; nesting that no type
+// allows is refused by its tag. None of them needs stack per level.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -39,7 +39,7 @@ constexpr Lengths kBoth[] = {Lengths::kDefinite, Lengths::kIndefinite};
 
 // --- Messages ----------------------------------------------------------------------------------
 
-// What stands where a deep value is to come.
+// The element to replace by a deep value.
 const Octets& mark() {
   static const Octets octets = der::element(0x04, der::octets("here stands something deep"));
   return octets;
@@ -100,7 +100,7 @@ class Depth : public ::testing::Test {
     });
   }
 
-  // expect_same: `deep` gives every reader what `shallow` gives it.
+  // expect_same: `deep` gives every reader the same result as `shallow`.
   void expect_same(const Readers& readers, const Octets& shallow, const Octets& deep) {
     on_small_stack([&] {
       for (const Reader& reader : readers) {
@@ -197,7 +197,7 @@ TEST_F(Depth, OfTokens) {
   expect_other_tags_refused(readers, maker.encode());
 }
 
-// Each of them keeps its value, and so the token that they stand in verifies.
+// Each of them keeps its value, so the token that contains them verifies.
 TEST_F(Depth, OfStringsInTokens) {
   const Readers readers = token_readers();
   const Octets token = ByHand(rich_token());
@@ -346,7 +346,7 @@ TEST_F(Depth, OfAttributeCertificates) {
                            der::sequence(der::oid(kMetricsAttribute), der::set(mark())), signature));
 }
 
-// What is compared with the token is not decoded.
+// The certificate that is compared with the token is not decoded.
 TEST_F(Depth, OfAnAttributeCertificateThatIsMatched) {
   const Octets token = TokenMaker().encode();
   for (const Lengths lengths : kBoth) {

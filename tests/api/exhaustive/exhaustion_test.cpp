@@ -1,5 +1,5 @@
-// A process that has no memory left, for anybody: beside the library's own allocations the run-time library's
-// fail, by which decoders are left.
+// A process without any free memory: not only the library's allocations fail but also those of the run-time
+// library for leaving a decoder.
 #include <gtest/gtest.h>
 #include <sys/resource.h>
 #include <unistd.h>
@@ -49,7 +49,7 @@ class Eaten {
   size_t total_ = 0;
 };
 
-// While it lives, the address space grows no further than what is mapped.
+// While it lives, the address space cannot grow.
 class NoMoreMemory {
  public:
   NoMoreMemory() {
@@ -87,7 +87,7 @@ TEST(Exhaustion, EveryExportAnswersWithoutAnyMemory) {
     }
     size_t refused = 0;
     for (size_t i = 0; i < calls.size(); ++i) {
-      // What needs no memory works; every other call begins with a decoding, an encoding or a copy.
+      // Calls that need no memory work; every other call begins with a decoding, an encoding or a copy.
       if (codes[i] == expected[i].code) continue;
       ++refused;
       EXPECT_TRUE(codes[i] == QEX_E_DECODE || codes[i] == QEX_E_BADTOKEN || codes[i] == QEX_E_NOMEM)

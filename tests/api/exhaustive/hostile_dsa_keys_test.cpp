@@ -1,4 +1,4 @@
-// Tokens under DSA keys whose numbers nobody chose by the rules, in every combination.
+// Tokens under DSA keys whose numbers break the rules, in every combination.
 #include <gtest/gtest.h>
 
 #include "tests/support/dsa_signer.h"
@@ -22,7 +22,7 @@ TEST(DsaKeys, OfHostileNumbersAloneEndInAnAnswer) {
           const Octets certificate = maker.certificates[0];
           maker.signer().signature = ones;
           const int32_t code = Verify(maker.encode(), certificate);
-          // r = 1 is what such a key may well give.
+          // Such a key may well give r = 1.
           EXPECT_TRUE(code == QEX_E_SIGNATURE || code == QEX_OK) << code;
           if (p.size() == 1 && p[0] < 2) {
             EXPECT_EQ(code, QEX_E_SIGNATURE);  // nothing is left over by 1

@@ -1,8 +1,8 @@
 // Malformed tokens and attribute certificates through the exports that rewrite tokens and that read time
 // attribute certificates.
 //
-// What holds for any input: no read beyond it, no crash and no leak, a code of the export's own table, a last
-// ASN.1 error that fits the code, and records and buffers that are either untouched or whole.
+// For any input: no read beyond it, no crash and no leak, a code of the export's own table, a last ASN.1
+// error that fits the code, and records and buffers that are either untouched or whole.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -262,8 +262,8 @@ TEST_F(MalformedTac, AnnouncedLengthsAreNotBelieved) {
   EXPECT_LT(LargestRequest(), size_t{1} << 16);
 }
 
-// claimed_in_each_other stands signer attributes inside claimed attributes, `depth` open types in all below
-// the token's own, the innermost of which holds no attributes.
+// claimed_in_each_other puts signer attributes inside claimed attributes, `depth` open types in all below the
+// token's own, the innermost of which holds no attributes.
 Octets claimed_in_each_other(int depth) {
   Octets value = der::sequence();
   for (int i = 1; i < depth; ++i) {

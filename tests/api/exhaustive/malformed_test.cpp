@@ -1,9 +1,8 @@
 // Malformed input: samples cut off after every octet, and with every octet changed, through every export that
 // decodes.
 //
-// What holds for any input: no read beyond it (it ends at an inaccessible page), no crash and no leak, a code
-// of the export's own table, a last ASN.1 error that fits the code, and records that are either untouched or
-// whole.
+// For any input: no read beyond it (it ends at an inaccessible page), no crash and no leak, a code of the
+// export's own table, a last ASN.1 error that fits the code, and records that are either untouched or whole.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -104,7 +103,7 @@ void read_response(const uint8_t* data, uint32_t length) {
     EXPECT_EQ(token, (Output{token.code, 4096, Octets(4096, Guarded::kFill)}));
     return;
   }
-  // What decodes, encodes and decodes to the same.
+  // A decoded value encodes and decodes to the same value.
   const Octets first(token.octets.begin(), token.octets.begin() + ptrdiff_t(token.length));
   const Output again = Call(4096, EncodedToken(Response(StatusInfo(0), first)));
   EXPECT_EQ(again.code, QEX_OK);
@@ -316,7 +315,7 @@ TEST_F(Malformed, CertificateOfTheCaller) {
   TryAll(AuthorityCertificate(), [&](const uint8_t* data, uint32_t length) {
     const int32_t code = QEX_VerifyTST_Signature(guarded_token.data(), guarded_token.size(), data, length);
     const bool whole = Octets(data, data + length) == AuthorityCertificate();
-    // A length of 0 is no certificate; and only the certificate that is named can verify.
+    // A length of 0 means no certificate; and only the certificate that is named can verify.
     expect_code("QEX_VerifyTST_Signature", code,
                 whole || length == 0 ? Codes{QEX_OK}
                                      : Codes{QEX_E_ARG, QEX_E_NOMEM, QEX_E_MISSING, QEX_E_SIGNATURE,

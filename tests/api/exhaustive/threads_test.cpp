@@ -1,6 +1,5 @@
-// Eight threads in the library at once, over every export. The library has no thread of its own: what they
-// can meet is the tables, which the first call of the process builds, and the words that are one for the
-// process.
+// Eight threads in the library at once, over every export. The library has no thread of its own. Its threads
+// share only the tables, which the first call of the process builds, and the process-wide words.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -48,7 +47,7 @@ void Together(const F& work) {
   for (std::thread& thread : threads) thread.join();
 }
 
-// The reports of refused input are many lines, and not what is looked at here.
+// The reports of refused input are many lines, and not under test here.
 class Silence {
  public:
   Silence() : before_(std::exchange(AsnErrorHandler, [](const char*, int) {})) {}
@@ -66,7 +65,7 @@ std::vector<Ran> run_all(const std::vector<ExportCall>& calls) {
   return all;
 }
 
-// run_around runs all calls from the `first` on and around, and puts what came of each in its place.
+// run_around runs all calls, starting with `first` and wrapping around, and puts each outcome in its place.
 std::vector<Ran> run_around(const std::vector<ExportCall>& calls, size_t first) {
   std::vector<Ran> all(calls.size());
   for (size_t i = 0; i < calls.size(); ++i) {
@@ -152,8 +151,8 @@ TEST(Threads, FirstCallsOfTheProcessRace) {
   for (int i = 0; i < 5; ++i) InFreshProcess("1", [&] { race_first_calls(calls, 1); });
 }
 
-// Initialisations that run out of memory, in all threads at once, undo what they did and nothing else; the
-// first that has memory builds the tables for all.
+// Initialisations that fail for lack of memory, in all threads at once, undo their own work and nothing else;
+// the first that has memory builds the tables for all.
 TEST(Threads, InitialisationsThatFailAtOnceLeaveTheNextToBuild) {
   InFreshProcess(nullptr, [] {
     const Octets reply = Response(StatusInfo(0));
@@ -176,13 +175,12 @@ TEST(Threads, InitialisationsThatFailAtOnceLeaveTheNextToBuild) {
   });
 }
 
-// The words of the process are stored and read by all threads. What is read is one of the values that any
-// of them stores.
+// All threads store and read the words of the process. Each value read is one that some thread stored.
 TEST(Threads, TheWordsOfTheProcessAreWhole) {
   constexpr int kRounds = 400;
   const Silence silence;
   lastUnusedBits = 0;
-  // Whoever asks first reads the environment anew.
+  // The first thread to ask reads the environment again.
   essCertIdV2Switch = kEssCertIdV2Unread;
   const char* const value = std::getenv("QEX_VERIFY_ESSCERTIDV2");
   const uint32_t switched = value != nullptr && std::string_view(value) == "1" ? 1 : 0;

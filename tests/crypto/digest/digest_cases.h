@@ -1,4 +1,4 @@
-// What every digest is put through, over its own functions and vectors.
+// The test cases of every digest, over its own functions and vectors.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -17,8 +17,8 @@ namespace digest_cases {
 
 using Octets = std::vector<uint8_t>;
 
-// Digest names the functions of one digest. `column` is its place in digests_by_length.txt;
-// `setCount` sets the low 64 bits of the message count, and what lies above where there is such.
+// Digest names the functions of one digest. `column` is its place in digests_by_length.txt; `setCount` sets
+// the low 64 bits of the message count, and the higher ones where they exist.
 template <class Context>
 struct Digest {
   const char* name;

@@ -1,4 +1,4 @@
-// SHA-384 and SHA-512: the examples of FIPS 180, the cases of every digest, and what the two share.
+// SHA-384 and SHA-512: the examples of FIPS 180, the cases of every digest, and their shared parts.
 #include "crypto/digest/sha512.h"
 
 #include "tests/crypto/digest/digest_cases.h"

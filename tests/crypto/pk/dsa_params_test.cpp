@@ -1,4 +1,4 @@
-// DSA domain parameters against seeds of other makers.
+// DSA domain parameters against seeds of other implementations.
 #include "crypto/pk/dsa_params.h"
 
 #include <gtest/gtest.h>
@@ -52,11 +52,11 @@ Demand fips() {
   return Demand(vectors().at(0));
 }
 
-// Result owns what a generation gives.
+// Result owns the output of a generation.
 struct Result {
   Result(const DSAParams& params, const RandomSource* random, KXBN_Pool* pool = nullptr) {
     const Big rubbish("7");
-    key = {rubbish, rubbish, rubbish, rubbish, rubbish};  // what stood there is not looked at
+    key = {rubbish, rubbish, rubbish, rubbish, rubbish};  // earlier contents are not read
     evidence = {rubbish, 99, 99};
     code = dsa_generate_params(&key, &evidence, &params, random, pool);
   }

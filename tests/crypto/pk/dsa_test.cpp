@@ -1,4 +1,4 @@
-// DSA: signatures of other makers, and numbers that no honest signer sends.
+// DSA: signatures of other implementations, and numbers that no honest signer sends.
 #include "crypto/pk/dsa.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// RSA key generation: the keys are checked by openssl, and by what makes a key.
+// RSA key generation: checked by openssl, and by the definition of a key.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -22,7 +22,7 @@ using test::Octets;
 using test::SeededSource;
 namespace der = test::der;
 
-// GeneratedKey owns a key; `code` is what its generation returned.
+// GeneratedKey owns a key; `code` is the result of its generation.
 struct GeneratedKey {
   GeneratedKey(uint32_t bits, const char* e, uint32_t seed) : source(seed) {
     code = rsa_generate_key(&key, bits, Big(e), &source, nullptr);
@@ -46,7 +46,7 @@ Octets der_integer(const KXBN* n) {
   return der::element(0x02, contents);
 }
 
-// openssl_check returns what `openssl rsa -check` says of the RSAPrivateKey (RFC 8017 A.1.2).
+// openssl_check returns the verdict of `openssl rsa -check` on the RSAPrivateKey (RFC 8017 A.1.2).
 std::string openssl_check(const RSAKey& key, const std::string& path) {
   const Octets all = der::sequence(Octets{2, 1, 0}, der_integer(key.n), der_integer(key.e),
                                    der_integer(key.d), der_integer(key.p), der_integer(key.q),
@@ -119,7 +119,7 @@ TEST(RsaKeygen, TheLargerPrimeIsPWhicheverWasDrawnFirst) {
     ASSERT_EQ(rsa_generate_key(&key, 1024, Big("10001"), &source, nullptr), KXBN_OK);
     EXPECT_EQ(KXBN_cmp(key.p, key.q), 1) << seed;
 
-    // A prime lies a few times 2^204 above the number that it is sought from, and 2^412 from the other prime.
+    // A prime is a few times 2^204 above the start of its search, and 2^412 from the other prime.
     const Big start(log.first), distance;
     ASSERT_EQ(KXBN_setbit(start, 511, 1), KXBN_OK);
     ASSERT_EQ(KXBN_setbit(start, 510, 1), KXBN_OK);
@@ -263,7 +263,7 @@ TEST(RsaKeygenDeathTest, PrimesBelow512BitsAreABrokenPrecondition) {
 TEST(RsaKeygen, ArgumentsThatCannotBeAreRefused) {
   SeededSource source(60);
   RSAKey key;
-  key.n = reinterpret_cast<KXBN*>(&source);  // whatever stood in the record is not looked at
+  key.n = reinterpret_cast<KXBN*>(&source);  // earlier contents of the record are not read
   EXPECT_EQ(rsa_generate_key(&key, 1024, Big("10001"), nullptr, nullptr), KXBN_BADARG);
   EXPECT_TRUE(is_empty(key));
   for (const uint32_t bits : {1025u, kMaxBits + 2, UINT32_MAX - 1}) {

@@ -173,7 +173,7 @@ TEST(MillerRabin, BaseNotBelowTheCandidateLosesItsTopBit) {
   const struct {
     uint32_t base, code;
   } cases[] = {
-      {3283, KXBN_OK},        // 1235 tells nothing; 6 would
+      {3283, KXBN_OK},        // 1235 proves nothing; 6 would
       {3306, KXBN_OK},        // 1258; 29
       {3279, KXBN_NONPRIME},  // 1231 does; 2 would not
       {3281, KXBN_NONPRIME},  // 1233; 4

@@ -25,7 +25,7 @@ TEST(Escape, WhatSteersOrHidesIsWrittenOut) {
       {"\xEF\xBB\xBF", "\\ufeff"},          // byte order mark
       {"\xEF\xBF\xB9", "\\ufff9"},          // interlinear annotation
       {"\xF3\xA0\x81\x81", "\\ue0041"},     // tag
-      {"\xED\xA0\x80", "\\xed\\xa0\\x80"},  // a surrogate is no UTF-8
+      {"\xED\xA0\x80", "\\xed\\xa0\\x80"},  // a surrogate is not UTF-8
       {"\xC0\xAF", "\\xc0\\xaf"},           // nor is an overlong form
       {"\xFF\xFE", "\\xff\\xfe"},
       {"\xE2\x82", "\\xe2\\x82"},  // cut off

@@ -46,7 +46,7 @@ LibraryReading library_reading(std::optional<int32_t> code) {
   return reading;
 }
 
-// What the library says, as the table below has it.
+// The library's verdict, as in the table below.
 enum class Says { Good, Bad, NotTried, Unread };
 
 Facts facts_of(std::optional<SignatureResult> strict, Says library) {

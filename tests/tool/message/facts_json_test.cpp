@@ -1,5 +1,5 @@
-// Facts, jobs and failures on their way through the pipe: what is absent, misspelt or of another type is
-// refused.
+// Facts, jobs and failures on their way through the pipe: an absent or misspelt member, or one of another
+// type, is refused.
 #include "tool/message/facts_json.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-// The examples of RFC 8949, appendix A, that JSON has a value for, and what is no such encoding.
+// The examples of RFC 8949, appendix A, that JSON has a value for, and invalid encodings.
 #include "tool/message/wire.h"
 
 #include <gtest/gtest.h>
@@ -69,8 +69,8 @@ TEST(Wire, TheGreatestNumbersFit) {
 }
 
 TEST(Wire, WhatIsNoSuchEncodingIsRefused) {
-  // Cut off, longer than it says, indefinite lengths, tags, floating-point numbers, reserved values, a name
-  // that is no text.
+  // Cut off, longer than announced, indefinite lengths, tags, floating-point numbers, reserved values, a name
+  // that is not a text.
   for (const char* hex : {"",
                           "18",
                           "19 03",

@@ -23,7 +23,7 @@ inline constexpr int64_t kGenTime = 1731657600;  // 2024-11-15T08:00:00Z, that o
 using Key = std::shared_ptr<EVP_PKEY>;
 
 // MakeKey makes a key once for each name. A kind is "rsa:2048", "rsa:2048:3" with an exponent,
-// "rsa-pss:2048", "dsa:2048:256", "ec:P-256", "ed25519" or "ed448"; what follows a slash distinguishes keys
+// "rsa-pss:2048", "dsa:2048:256", "ec:P-256", "ed25519" or "ed448"; a suffix after a slash distinguishes keys
 // of one kind.
 Key MakeKey(const std::string& kind);
 

@@ -313,7 +313,7 @@ TEST(StrictChain, TheRootsOwnSignatureIsNoMatter) {
   EXPECT_EQ(line.chain().result, ChainResult::Trusted);
 }
 
-// Another certificate of the same name must not hide the path that stands.
+// Another certificate of the same name must not hide the valid path.
 TEST(StrictChain, TwinsDoNotHideAGoodPath) {
   for (const bool first : {true, false}) {
     for (const char* fault : {"key", "expired", "not yet", "no CA"}) {

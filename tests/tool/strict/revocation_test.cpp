@@ -195,7 +195,7 @@ TEST_F(StrictRevocation, ARootThatRevokesItselfCounts) {
   EXPECT_NE(revocation.text.find("\"Example Root\""), std::string::npos) << revocation.text;
 }
 
-// Its own list is no condition for the root: it is trusted by decision.
+// The root does not need its own list: it is trusted by decision.
 TEST_F(StrictRevocation, AStaleListForTheRootAloneIsNoFault) {
   signer = MakeSigner(root);
   const Octets onlyUsers = der::sequence(der::context_primitive(1, Octets{0xFF}));
@@ -217,7 +217,7 @@ TEST_F(StrictRevocation, WhoIsNotInAPartialListMayBeInAnother) {
   EXPECT_NE(revocation.text.find("some reasons only"), std::string::npos) << revocation.text;
 }
 
-// Such lists were passed over, and with them what they revoke.
+// Such lists were ignored, together with their revocations.
 TEST_F(StrictRevocation, ARevocationInAPartialListCounts) {
   const Octets onlyAuthorities = der::sequence(der::context_primitive(2, Octets{0xFF}));
   for (const Octets& scope : {kIndirect, kSomeReasons, onlyAuthorities}) {
@@ -260,7 +260,7 @@ TEST_F(StrictRevocation, AnIndirectListOfAnotherIssuerIsSaidNotToBeUsed) {
       << revocation.text;
 }
 
-// A list for one of the signer's distribution points leaves open what those of the others hold.
+// A list for one of the signer's distribution points leaves the others open.
 TEST_F(StrictRevocation, AListOfADistributionPointCoversWhoNamesIt) {
   CertificatePlan plan;
   plan.issuer = &authority;
@@ -295,7 +295,7 @@ TEST_F(StrictRevocation, AListFromAfterTheSignerExpiredLeavesItOpen) {
   EXPECT_NE(revocation.text.find("after the certificate had expired"), std::string::npos) << revocation.text;
   EXPECT_EQ(judge({late, list()}).result, RevocationResult::Good);
   EXPECT_EQ(judge({list({}, end, end + kDay)}).result, RevocationResult::Good);
-  // What it names, it names.
+  // Its entries count.
   EXPECT_EQ(judge({list({{17, kGenTime + 1, 4}}, end + 1, end + kDay)}).result, RevocationResult::Stands);
   EXPECT_EQ(judge({list({{17, kGenTime + 1, 1}}, end + 1, end + kDay)}).result, RevocationResult::Revoked);
 }
@@ -329,7 +329,7 @@ TEST_F(StrictRevocation, AListFromAfterAnAuthorityExpiredDoesNotCoverIt) {
   EXPECT_NE(revocation.text.find("no list covers \"Example CA\""), std::string::npos) << revocation.text;
 }
 
-// Whoever finds a collision makes a list that names nobody.
+// A collision lets an attacker make a list that names nobody.
 TEST_F(StrictRevocation, AListUnderAWeakDigestProvesNothingUnlessAllowed) {
   for (const char* digest : {"SHA1", "MD5"}) {
     SCOPED_TRACE(digest);

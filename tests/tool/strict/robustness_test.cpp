@@ -1,5 +1,4 @@
-// Whatever stands in a token, and however little memory there is: an answer or a Stop, and nothing left
-// behind.
+// Any contents of a token, and any lack of memory: an answer or a Stop, and no leak.
 #include <gtest/gtest.h>
 
 #include <new>
@@ -22,7 +21,7 @@ class StrictRobustness : public testing::Test {
     try {
       const StrictReading reading = tool::ReadStrictly(octets, trust, false);
       if (octets == token) return;
-      // What is signed is the content and the attributes; everything else may change.
+      // Content and attributes are signed; everything else may change.
       if (reading.signature.result == SignatureResult::Valid) {
         EXPECT_EQ(reading.info, good.info);
       }
@@ -103,13 +102,13 @@ TEST_F(StrictRobustness, NothingIsLeftBehind) {
   EXPECT_EQ(LiveBlocks(), before);
 }
 
-// Each allocation of libcrypto fails once, then all from one on: that is never taken for a "no".
+// Each allocation of libcrypto fails once, then all from one on: that never counts as a "no".
 TEST_F(StrictRobustness, WantOfMemoryIsNoVerdict) {
   for (const size_t fail : {size_t{1}, SIZE_MAX}) {
     for (size_t allowed = 0;; ++allowed) {
       size_t refused = 0;
       bool thrown = false;
-      // Fresh certificates: libcrypto notes in them what it found when it first needed it.
+      // Fresh certificates: libcrypto caches its findings in them at first use.
       if (allowed % 4 == 0) tool::CheckTrust(trust);
       std::optional<StrictReading> reading;
       {

@@ -1,4 +1,5 @@
-// Signatures: every scheme verifies, every change is found, and what cannot be tried is not called invalid.
+// Signatures: every scheme verifies, every change is found, and a signature that cannot be tried is not
+// called invalid.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -130,7 +131,7 @@ TEST(StrictSignature, WithoutAttributesTheContentIsSigned) {
   EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Invalid);
 }
 
-// RSASSA-PSS-params (RFC 4055, 3.1); an empty element stands for the default.
+// RSASSA-PSS-params (RFC 4055, 3.1); an empty element means the default.
 Octets pss_parameters(const std::string& hash, const std::string& mask, int64_t salt, int64_t trailer = 1) {
   const Octets mgf = der::algorithm("1.2.840.113549.1.1.8", DigestIdentifier(mask));
   return der::sequence(hash == "SHA1" ? Octets{} : der::context(0, DigestIdentifier(hash)),
@@ -261,7 +262,7 @@ TEST(StrictSignature, WithoutACertificateThereIsNothingToTry) {
   EXPECT_EQ(reading.essV2, tool::EssMatch::NamesAnother);
 }
 
-// The certificate with another public key in the place of its own. Its signature is no matter here.
+// The certificate with another public key. Its signature does not matter here.
 Octets with_key(const Certificate& certificate, const Octets& algorithm, const Octets& key) {
   unsigned char* old = nullptr;
   const int length = i2d_X509_PUBKEY(X509_get_X509_PUBKEY(certificate.x509.get()), &old);

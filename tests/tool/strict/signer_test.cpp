@@ -1,4 +1,4 @@
-// Who signed, and what that certificate says of itself.
+// The signer, and facts from its certificate.
 #include <gtest/gtest.h>
 
 #include "tests/tool/strict/tokens.h"

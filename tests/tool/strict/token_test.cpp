@@ -1,4 +1,4 @@
-// What is read of a token: the TSTInfo that was signed, and its structure.
+// The contents read from a token: the signed TSTInfo, and its structure.
 #include <gtest/gtest.h>
 
 #include "tests/support/other_makers.h"
@@ -154,12 +154,12 @@ TEST_F(StrictToken, TsaNameIsTheSubjectOrAnAlternativeName) {
 }
 
 TEST_F(StrictToken, RevocationValuesOfOtherKindsAreNoObstacle) {
-  // RFC 5940: OCSP responses stand in crls as [1] with an identifier.
+  // RFC 5940: OCSP responses are in crls as [1] with an identifier.
   plan.lists = {der::context(1, der::oid("1.3.6.1.5.5.7.16.2"), der::sequence(der::integer(1)))};
   EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Valid);
 }
 
-// What other makers wrote, in DER and BER, verifies with the fields that they put in.
+// Other implementations' tokens, in DER and BER, verify with their fields.
 TEST(StrictSamples, AllVerify) {
   std::vector<PeerSample> all = Tokens();
   const std::vector<PeerSample> more = Tokens(true);
@@ -179,7 +179,7 @@ TEST(StrictSamples, AllVerify) {
   }
 }
 
-// Tokens with what the library has no type for, whole and damaged.
+// Tokens with parts for which the library has no type, whole and damaged.
 TEST(StrictSamples, WhatTheLibraryCannotReadIsJudged) {
   size_t damaged = 0;
   for (const PeerSample& sample : Records("bouncycastle_strict", "token_", 41)) {

@@ -13,7 +13,8 @@ namespace qex::test {
 
 inline constexpr const char* kAlgorithmProtectionAttribute = "1.2.840.113549.1.9.52";
 
-// As it stands, the plan of a token that verifies. Octets are elements; what is not set is made of the rest.
+// The plan of a token that verifies by default. Octets are elements; those that are not set are made from the
+// rest.
 struct TokenPlan {
   TokenPlan(const Certificate& signer_) : signer(signer_) {}
 
