@@ -53,7 +53,7 @@ TEST(DigestByOid, TakesAllBlocksFromTheFirstOn) {
   }
 }
 
-TEST(DigestByOid, WhatHasBeenReadIsDigestedToo) {
+TEST(DigestByOid, ReadBlocksAreDigestedToo) {
   Input input(std::vector<Octets>{{'a', 'b'}, {'c'}});
   for (int i = 0; i < 3; ++i) ExpBufGetByte(input.handle());
   const Octets contents = der::oid_content(kSha256);
@@ -62,7 +62,7 @@ TEST(DigestByOid, WhatHasBeenReadIsDigestedToo) {
   EXPECT_EQ(ToHex(digest.octets, digest.length), kOfAbc[2].digest);
 }
 
-TEST(DigestByOid, UnknownAlgorithmLeavesTheDigestAsItIs) {
+TEST(DigestByOid, UnknownAlgorithmLeavesTheDigestUnchanged) {
   for (const char* unknown :
        {"1.3.36.3.2.1", "1.2.840.113549.2.2", "2.16.840.1.101.3.4.2", "2.16.840.1.101.3.4.2.1.1"}) {
     Input input(Octets{'a', 'b', 'c'});

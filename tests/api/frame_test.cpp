@@ -135,7 +135,7 @@ TEST(Frame, WellFormedInputIsAcceptedAndClearsTheLastError) {
   }
 }
 
-TEST(Frame, BytesBehindTheValueAreIgnored) {
+TEST(Frame, BytesAfterTheValueAreIgnored) {
   for (const DecodingExport& one : decoding_exports()) {
     EXPECT_EQ(call_on(one, der::concat(one.sample, Octets{0x00, 0xFF, 0x30})), QEX_OK) << one;
   }
@@ -222,7 +222,7 @@ TEST(Frame, NullRecordsAndLengthsAreArgumentErrorsAndKeepTheLastError) {
   }
 }
 
-TEST(Frame, RecordWithAnotherSizeIsAnArgumentErrorAndStaysAsItIs) {
+TEST(Frame, RecordWithAnotherSizeIsAnArgumentErrorAndUnchanged) {
   const Guarded request(RequestWith());
   const Guarded stamp(token());
   const int32_t before = fail_a_decoding();

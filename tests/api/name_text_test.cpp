@@ -128,7 +128,7 @@ TEST(NameToText, BitsThatFillNoOctetCountAsTheirOctets) {
             "2.5.4.45=ab\x80");
 }
 
-TEST(NameToText, EveryStringKindStandsAsItsBytes) {
+TEST(NameToText, EveryStringKindIsCopiedByteForByte) {
   for (const uint8_t tag :
        std::initializer_list<uint8_t>{0x14, 0x13, 0x1C, 0x0C}) {  // teletex, printable, universal, UTF-8
     EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", der::element(tag, Octets{'a', 0xE9, 'z'})}})),
@@ -148,7 +148,7 @@ TEST(NameToText, TwoOctetCharactersEndTheText) {
 
 // Deliberate: values are copied over the text and end only where the text was cleared, so leftover octets of
 // a value with a zero octet remain visible after a shorter value that replaces it.
-TEST(NameToText, OctetsBehindAZeroOctetShowAgainBehindAShorterValue) {
+TEST(NameToText, OctetsAfterAZeroOctetRemainVisibleAfterAShorterValue) {
   const Octets example = der::element(0x1E, Octets{0, 'E', 0, 'x', 0, 'a', 0, 'm'});
   const Octets three = der::element(0x1E, Octets{0, 'T', 0, 'S', 0, 'A'});
   EXPECT_EQ(rendered(DirectoryName({{"2.5.4.3", three}, {"2.5.4.6", kCountry}}), 512, true),
@@ -302,7 +302,7 @@ struct Values {
 };
 
 // Deliberate: under 2.5.4 the third octet alone is compared.
-TEST(NameToText, TypeUnder2_5_4IsToldByItsThirdOctetAlone) {
+TEST(NameToText, TypeUnder2_5_4IsRecognisedByItsThirdOctetAlone) {
   Values values;
   EXPECT_EQ(rendered(BuiltName({0x55, 0x04, 0x03, 0x01}, kIdAtCommonName, &values.directory).list()).text,
             "CN=value");

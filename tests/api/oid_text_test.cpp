@@ -86,7 +86,7 @@ TEST(OidToText, NothingIsWrittenForNoContents) {
   EXPECT_EQ(std::string(text, 4), "xxxx");
 }
 
-TEST(OidToText, ContentsThatEndInsideAnArcGive0BehindTheTextSoFar) {
+TEST(OidToText, ContentsThatEndInsideAnArcGive0AfterTheTextSoFar) {
   EXPECT_EQ(text_of({0x2A, 0x86}), (Text{0, "1.2", false}));
   EXPECT_EQ(text_of({0x55, 0x04, 0x81}), (Text{0, "2.5.4", false}));
 }

@@ -43,7 +43,7 @@ TEST(OtherMakersTac, AttributeCertificatesAreReadAndWrittenBack) {
   }
 }
 
-TEST(OtherMakersTac, TimingAttributesSayWhatWasPutIn) {
+TEST(OtherMakersTac, TimingAttributesHaveTheirOriginalValues) {
   for (const PeerSample& sample : Records("bouncycastle", "tac_", 6)) {
     if (sample.is("Says", "role")) continue;
     SCOPED_TRACE(sample["Name"]);

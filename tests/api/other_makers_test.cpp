@@ -92,7 +92,7 @@ TEST(OtherMakers, RejectionIsReported) {
 
 // --- Tokens ----------------------------------------------------------------------------
 
-TEST(OtherMakers, TokensAreWrittenBackAndBerBecomesTheDerOfItsMaker) {
+TEST(OtherMakers, TokensAreWrittenBackAndBerBecomesTheOriginalDer) {
   int in_ber = 0;
   for (const PeerSample& sample : Tokens()) {
     SCOPED_TRACE(sample["Name"]);
@@ -118,7 +118,7 @@ TEST(OtherMakers, TokensAreWrittenBackAndBerBecomesTheDerOfItsMaker) {
   EXPECT_EQ(in_ber, 6);
 }
 
-TEST(OtherMakers, TstInfoSaysWhatWasPutIn) {
+TEST(OtherMakers, TstInfoHasItsOriginalValues) {
   for (const PeerSample& sample : Tokens()) {
     SCOPED_TRACE(sample["Name"]);
     const Guarded token(sample.octets());

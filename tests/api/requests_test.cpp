@@ -71,7 +71,7 @@ TEST(EncodeRequest, ParametersAreAbsentForShaAndNullForAnyOther) {
   }
 }
 
-TEST(EncodeRequest, EveryPartStandsInItsPlace) {
+TEST(EncodeRequest, EveryPartIsInItsPlace) {
   QEX_TSQ_DATA_EX record = full_record(kSha512, Octets(64, 0x22));
   PutText(record.reqPolicy, "1.2.3");
   PutOctets(record.nonce, {0x00, 0xFF, 0x01});
@@ -90,7 +90,7 @@ TEST(EncodeRequest, CertReqIsTrueForAnyValueBut0) {
 }
 
 // Deliberate: no sign octet is added or taken away.
-TEST(EncodeRequest, NonceStandsAsItIsGiven) {
+TEST(EncodeRequest, NonceIsEncodedAsGiven) {
   for (const Octets& nonce :
        {Octets{0x80}, Octets{0xFF, 0xFF}, Octets{0x00, 0x00, 0x01}, Octets{0x00}, Octets(40, 0xEE)}) {
     QEX_TSQ_DATA_EX record = full_record(kSha256, kImprint);
@@ -108,7 +108,7 @@ TEST(EncodeRequest, ImprintMayHaveAnyLengthUpTo128) {
 }
 
 // Deliberate: a rejected text is an identifier of no octets.
-TEST(EncodeRequest, TextThatIsNoIdentifierBecomesAnIdentifierOfNoOctets) {
+TEST(EncodeRequest, InvalidIdentifierTextBecomesAnIdentifierOfNoOctets) {
   const Octets no_octets = der::element(0x06);
   for (const char* text : {"", "3.1", "1", "hello", "1..2"}) {
     EXPECT_EQ(raw(full_record(text, kImprint)), request(der::sequence(no_octets, der::null()), kImprint))
@@ -297,7 +297,7 @@ int32_t decode_full(const Octets& data, GuardedRecord<QEX_TSQ_DATA_EX>* record) 
   return QEX_DecodeTSQ_Ex(record->get(), input.data(), input.size());
 }
 
-TEST(DecodeRequest, ClearsTheRecordAndFillsWhatTheRequestHas) {
+TEST(DecodeRequest, ClearsTheRecordAndFillsItFromTheRequest) {
   GuardedRecord<QEX_TSQ_DATA_EX> record;
   EXPECT_EQ(decode_full(RequestWith(), &record), QEX_OK);
   EXPECT_EQ(record.octets(), OctetsOfValue(full_record(kSha256, kImprint)));

@@ -67,7 +67,7 @@ TEST(Unpack, NullPointersAreRefusedInEveryMode) {
   }
 }
 
-TEST(Unpack, RawReplyIsLeftAsItIs) {
+TEST(Unpack, RawReplyIsUnchanged) {
   EXPECT_EQ(unpack(kBody, QEX_TRANSPORT_RAW), (Unpacked{QEX_OK, 9, 0, kBody}));
   EXPECT_EQ(unpack({}, QEX_TRANSPORT_RAW), (Unpacked{QEX_OK, 0, 0, {}}));
 }
@@ -188,7 +188,7 @@ TEST(UnpackHttp, CaseOfLettersDoesNotMatter) {
   expect_body(kStatusLine + "CONTENT-type: APPLICATION/Timestamp-Reply\r\ncontent-LENGTH: 9\r\n\r\n");
 }
 
-TEST(UnpackHttp, WhiteSpaceBehindTheColonIsSkipped) {
+TEST(UnpackHttp, WhiteSpaceAfterTheColonIsSkipped) {
   expect_body(kStatusLine + "Content-Type:application/timestamp-reply\r\nContent-Length:9\r\n\r\n");
   expect_body(kStatusLine +
               "Content-Type: \t \v\f application/timestamp-reply\r\nContent-Length: \t\v\f9\r\n\r\n");
@@ -209,7 +209,7 @@ TEST(UnpackHttp, NegativeLengthTakesAllThatFollows) {
   expect_body(kStatusLine + kType + "Content-Length: -99999999999999999999\r\n\r\n");
 }
 
-TEST(UnpackHttp, LengthMayHaveASignAndTextBehindIt) {
+TEST(UnpackHttp, LengthMayHaveASignAndTrailingText) {
   expect_body(kStatusLine + kType + "Content-Length: +9\r\n\r\n");
   expect_body(kStatusLine + kType + "Content-Length: 9 octets\r\n\r\n");
   expect_body(kStatusLine + kType + "Content-Length: 0009\r\n\r\n");
@@ -241,7 +241,7 @@ TEST(UnpackHttp, AnotherLengthIsReportedWithTheTotal) {
   }
 }
 
-TEST(UnpackHttp, StatusOtherThan200IsRefusedAndTold) {
+TEST(UnpackHttp, StatusOtherThan200IsRefusedAndReported) {
   const struct {
     const char* line;
     uint32_t status;
@@ -446,7 +446,7 @@ TEST(Status, FailInfoOfOtherLengthsIsTheLengthMinus1) {
   }
 }
 
-TEST(Status, TextAndFailInfoStandTogether) {
+TEST(Status, TextAndFailInfoAreReadTogether) {
   GuardedRecord<QEX_TSR_STATUS> record;
   EXPECT_EQ(status_of(Response(StatusInfo(2, der::sequence(der::utf8_string("no")),
                                           der::bit_string({0x00, 0x02}, 1))),
@@ -508,7 +508,7 @@ TEST(Token, ReplyThatCarriesItIsReadThroughEveryFraming) {
   }
 }
 
-TEST(Token, IsEncodedAfreshInDefiniteLengths) {
+TEST(Token, IsEncodedAgainInDefiniteLengths) {
   const Octets signed_data_content = [] {
     const Octets token = TokenMaker().encode();
     // ContentInfo { contentType, [0] { SignedData } }: the contents after the head of [0].
@@ -521,12 +521,12 @@ TEST(Token, IsEncodedAfreshInDefiniteLengths) {
   EXPECT_EQ(Fetch(EncodedToken(Response(StatusInfo(0), loose))).octets, TokenMaker().encode());
 }
 
-TEST(Token, ContentOfAnotherRegisteredTypeComesBackAsItIs) {
+TEST(Token, ContentOfAnotherRegisteredTypeIsUnchanged) {
   const Octets token = der::sequence(der::oid(kData), der::context(0, der::octet_string({1, 2, 3})));
   EXPECT_EQ(Fetch(EncodedToken(Response(StatusInfo(0), token))).octets, token);
 }
 
-TEST(Token, WithoutContentComesBackAsItIs) {
+TEST(Token, WithoutContentIsUnchanged) {
   const Octets token = der::sequence(der::oid(kSignedData));
   EXPECT_EQ(Fetch(EncodedToken(Response(StatusInfo(0), token))).octets, token);
 }
@@ -550,7 +550,7 @@ TEST(Token, RejectionIsReportedByBothReaders) {
   EXPECT_EQ(AskLength(EncodedToken(rejection), kUnset), (Output{QEX_E_REJECTED, kUnset, {}}));
 }
 
-TEST(Token, GrantedResponseWithoutOneSaysSo) {
+TEST(Token, GrantedResponseWithoutOneIsReported) {
   for (const int64_t granted : {0, 1}) {
     EXPECT_EQ(AskLength(EncodedToken(Response(StatusInfo(granted))), kUnset),
               (Output{QEX_E_NOTOKEN, kUnset, {}}));

@@ -11,7 +11,7 @@
 namespace qex::test {
 namespace {
 
-TEST(ResultTexts, EveryCodeStandsOnceFrom0Downward) {
+TEST(ResultTexts, EveryCodeOccursOnceFrom0Downward) {
   const auto rows = ResultTexts();
   ASSERT_EQ(rows.size(), 17u);
   int32_t expected = 0;

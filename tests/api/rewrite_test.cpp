@@ -76,7 +76,7 @@ TEST_P(BothRewritings, RefuseNullTokensAndLengths) {
   EXPECT_TRUE(out.untouched());
 }
 
-TEST_P(BothRewritings, RefuseWhatDoesNotDecode) {
+TEST_P(BothRewritings, RefuseUndecodableTokens) {
   const Octets token = ByHand(TokenParts());
   const Octets cases[] = {
       {},
@@ -94,7 +94,7 @@ TEST_P(BothRewritings, RefuseWhatDoesNotDecode) {
   }
 }
 
-TEST_P(BothRewritings, WithoutAnOutputAreNoQuestionForTheLength) {
+TEST_P(BothRewritings, WithoutAnOutputDoNotReturnTheLength) {
   TokenParts parts;
   for (const auto& kinds : {CertificatesOf({kPlain}), CertificatesOf({kPlain, kV2})}) {
     parts.certificates = kinds;

@@ -148,7 +148,7 @@ TEST(Samples, RejectionIsReported) {
   EXPECT_EQ(AskLength(EncodedToken(response.octets())).code, QEX_E_REJECTED);
 }
 
-TEST(Samples, RequestsAreWhatTheRecordsEncodeTo) {
+TEST(Samples, RequestsEqualTheEncodedRecords) {
   for (const char* name : {"request_sha1_cert.der", "request_sha256_cert.der", "request_sha256_bare.der",
                            "request_sha256_policy.der", "request_sha384_cert.der", "request_sha512_cert.der",
                            "request_md5.der"}) {
@@ -179,7 +179,7 @@ TEST(Samples, RequestsAreWhatTheRecordsEncodeTo) {
   }
 }
 
-TEST(Samples, SignedDataThatIsNoTokenIsAnswered) {
+TEST(Samples, SignedDataThatIsNotATokenIsHandled) {
   for (const char* name : {"signed_data_keyid.der", "signed_data_indefinite.ber", "signed_data_crl.der"}) {
     EXPECT_EQ(Verify(sample(name)), QEX_E_BADTOKEN) << name;
     EXPECT_EQ(QEX_GetLastAsnError(), 100) << name;

@@ -90,7 +90,7 @@ void expect_what_one_by_one_finds(bool v2) {
   EXPECT_GT(others, 100u);
 }
 
-TEST(FindAmongOthers, FindsWhatComparingOneByOneFinds) {
+TEST(FindAmongOthers, AgreesWithComparingOneByOne) {
   InFreshProcess("0", [] { expect_what_one_by_one_finds(false); });
   InFreshProcess("1", [] { expect_what_one_by_one_finds(true); });
 }
@@ -105,7 +105,7 @@ TEST(FindAmongOthers, WithoutAnIdentifierIsADecodeFailure) {
   EXPECT_EQ(SigningCertificateIds(decoded.value).FindAmongOthers(&buffer), QEX_E_DECODE);
 }
 
-TEST(FindAmongOthers, AloneNeedsMemoryAndSaysSo) {
+TEST(FindAmongOthers, AloneNeedsMemoryAndReportsFailure) {
   ASSERT_TRUE(EnsureAsnInit());
   const Octets a = der::octets("a"), b = der::octets("b"), token = TokenNaming({NameV1(a), NameV1(b)}, {});
   DecodedToken decoded;

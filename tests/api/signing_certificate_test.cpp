@@ -38,7 +38,7 @@ TEST(CheckSigningCertificate, LooksAtTheFirstIdentifierOrAtTheOthers) {
   EXPECT_EQ(check(token, d, false), QEX_E_MISMATCH);
 }
 
-TEST(CheckSigningCertificate, OneIdentifierIsNoSecondOne) {
+TEST(CheckSigningCertificate, OneIdentifierDoesNotCountAsTheSecond) {
   const Octets a = der::octets("a");
   EXPECT_EQ(check(TokenNaming({NameV1(a)}, {}), a, false), QEX_E_MISMATCH);
   EXPECT_EQ(check(TokenNaming({NameV1(a), NameV1(a)}, {}), a, false), QEX_OK);

@@ -118,7 +118,7 @@ TEST(TimeAttributeCert, IsTheFirstOfThoseThatAreNamed) {
   EXPECT_EQ(Fetch(TimeAttributeCert(token)), found(StandaloneOctets(b)));
 }
 
-TEST(TimeAttributeCert, IsNoCertificateOfAnotherKind) {
+TEST(TimeAttributeCert, IgnoresCertificatesOfOtherKinds) {
   const Octets token = ByHand(token_with({PlainCertificate(OtherCertificate()), OtherFormat()},
                                          {sha1(OtherCertificate()), sha1(AuthorityCertificate())}));
   EXPECT_EQ(AskLength(TimeAttributeCert(token), 9), (Output{QEX_E_NOTAC, 9, {}}));
@@ -134,7 +134,7 @@ TEST(TimeAttributeCert, ThatIsNotNamedLeavesTheLengthOfTheLastExamined) {
   EXPECT_EQ(QEX_GetLastAsnError(), 0);
 }
 
-TEST(TimeAttributeCert, NeedsTheCallersRoomWhateverWasExaminedBefore) {
+TEST(TimeAttributeCert, NeedsTheCallersRoomAfterAnyEarlierCandidate) {
   const CertificateParts longer = AttrCert(kV2, tac_of(1, 30)), shorter = AttrCert(kV2, tac_of(2));
   const uint32_t needed_short = uint32_t(StandaloneOctets(shorter).size());
   const uint32_t needed_long = uint32_t(StandaloneOctets(longer).size());
@@ -161,7 +161,7 @@ TEST(TimeAttributeCert, ThatDoesNotFitEndsTheSearch) {
       (Output{QEX_E_SIZE, uint32_t(StandaloneOctets(longer).size()), Octets(needed_short, Guarded::kFill)}));
 }
 
-TEST(TimeAttributeCert, IsEncodedAfresh) {
+TEST(TimeAttributeCert, IsEncodedAgain) {
   const AttrCertParts parts = tac_of(6);
   const CertificateParts tac = AttrCert(kV2, parts);
   TokenMaker maker;
@@ -345,7 +345,7 @@ TEST(TimeAttributeCert, ReportsThatMemoryRanOutAndReleasesAll) {
 
 // --- QEX_CheckTAC_MatchesTST ---------------------------------------------------------------------
 
-TEST(CheckTac, MatchesWhatTheSecondOrALaterIdentifierNames) {
+TEST(CheckTac, MatchesTheSecondAndLaterIdentifiers) {
   const Octets tac = ByHand(tac_of(1));
   // The certificate need not be in the token.
   EXPECT_EQ(matches(tac, ByHand(token_with({}, {sha1(tac)}))), QEX_OK);
@@ -354,7 +354,7 @@ TEST(CheckTac, MatchesWhatTheSecondOrALaterIdentifierNames) {
   EXPECT_EQ(matches(tac, ByEncoders(token_with({}, {sha1(tac)}))), QEX_OK);
 }
 
-TEST(CheckTac, DoesNotMatchWhatTheFirstIdentifierNames) {
+TEST(CheckTac, DoesNotMatchTheFirstIdentifier) {
   const Octets tac = ByHand(tac_of(1));
   TokenParts parts;
   parts.signer().certificate_ids = {{sha1(tac)}};
@@ -479,7 +479,7 @@ TEST(CheckTac, NeedsBothPointers) {
   EXPECT_EQ(QEX_GetLastAsnError(), error);
 }
 
-TEST(CheckTac, IsAMismatchWhenMemoryRunsOutBehindTheDecoder) {
+TEST(CheckTac, IsAMismatchWhenAllocationFailsAfterTheDecoder) {
   const Octets tac = ByHand(tac_of(1));
   const Octets token = ByHand(token_certified(tac_of(1)));
   ASSERT_EQ(matches(tac, token), QEX_OK);

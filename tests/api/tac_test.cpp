@@ -36,7 +36,7 @@ TEST(CertInfoEx, FillsEveryField) {
   }
 }
 
-TEST(CertInfoEx, TakesTheVersionAsItIs) {
+TEST(CertInfoEx, CopiesAnyVersion) {
   for (const int32_t version : {0, 2, -1, 2147483647}) {
     AttrCertParts parts;
     parts.version = version;
@@ -80,7 +80,7 @@ TEST(CertInfoEx, IsClearedBeforeTheCertificateIsDecoded) {
   }
 }
 
-TEST(CertInfoEx, IsFilledAllTheSameWithWhatDoesNotFit) {
+TEST(CertInfoEx, IsFilledEvenWhenValuesDoNotFit) {
   const struct {
     size_t digest, serial, signature;
     int32_t code;
@@ -208,7 +208,7 @@ TEST(CertInfoEx, WithoutADigestHasEmptyFields) {
   EXPECT_EQ(FieldText(info->issuerName), "C=GB;O=Example;CN=Issuer");
 }
 
-TEST(CertInfoEx, CutsTheTextOfAnIdentifierAndSaysSo) {
+TEST(CertInfoEx, CutsTheTextOfAnIdentifierAndReportsIt) {
   const std::string text = LongIdentifier();
   ASSERT_GT(text.size(), 127u);
   for (const bool digest : {true, false}) {
@@ -237,7 +237,7 @@ TEST(CertInfoEx, ReadsIndefiniteLengths) {
 
 // --- QEX_GetTAC_CertInfo -------------------------------------------------------------------------
 
-TEST(CertInfoShort, HoldsWhatTheLongFormHolds) {
+TEST(CertInfoShort, HoldsTheValuesOfTheLongForm) {
   AttrCertParts parts;
   parts.object_digest->digest =
       FromHex("000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f") + Octets(32, 0x77);

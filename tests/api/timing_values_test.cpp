@@ -105,7 +105,7 @@ TEST_F(TimingValues, PointsInTimeAreRenderedInUtc) {
   }
 }
 
-TEST_F(TimingValues, WhatStandsBehindATextIsNotTouched) {
+TEST_F(TimingValues, BytesAfterATextAreUntouched) {
   const TimeText rendered(Seconds(3913056000));
   EXPECT_EQ(rendered.text, "20240101000000Z");
   EXPECT_EQ(rendered.behind, Octets{});  // 15 characters and the terminator fill it

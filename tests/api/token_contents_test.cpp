@@ -401,7 +401,7 @@ TEST(TstInfo, SignedDataWithoutContentIsMissingIt) {
   expect_code(maker.encode(), QEX_E_MISSING);
 }
 
-TEST(TstInfo, ContentThatIsNoTstInfoDoesNotDecode) {
+TEST(TstInfo, ContentThatIsNotATstInfoDoesNotDecode) {
   const ErrorCapture quiet;
   for (const Octets& content :
        {Octets{}, Octets{0x30}, der::sequence(), der::octet_string({1}), der::sequence(der::integer(1))}) {
@@ -541,7 +541,7 @@ TEST(TsaCertificate, OnlyTheFirstIdentifierCounts) {
   EXPECT_EQ(AskLength(TsaCert(maker.encode())).code, QEX_E_NOCERT);
 }
 
-TEST(TsaCertificate, IsEncodedAfreshInDefiniteLengths) {
+TEST(TsaCertificate, IsEncodedAgainInDefiniteLengths) {
   const Octets& der = AuthorityCertificate();
   const Octets loose = der::indefinite(0x30, Octets(der.begin() + 4, der.end()));
   EXPECT_EQ(Fetch(TsaCert(with_certificates({loose}))).octets, der);

@@ -49,7 +49,7 @@ TEST(SignedDataOf, IsThatOfATokenAndNoneOfAnotherType) {
   }
 }
 
-TEST(EContentOf, IsWhatWasSigned) {
+TEST(EContentOf, IsTheSignedContent) {
   TokenMaker maker;
   maker.tst_info = {1, 2, 3};
   const Read read(maker.encode());

@@ -124,7 +124,7 @@ TEST(VerifyDsa, FortyOctetsAreNeverAnEncoding) {
   EXPECT_TRUE(met[40]);
 }
 
-TEST(VerifyDsa, RawNumbersStandInFortyOctetsAndNoOther) {
+TEST(VerifyDsa, RawNumbersTakeExactlyFortyOctets) {
   for (const size_t length : {39u, 41u, 42u, 80u}) {
     DsaToken token(key160());
     token.maker.signer().sign = [&](const Octets& hash) {

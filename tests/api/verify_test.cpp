@@ -139,7 +139,7 @@ TEST(Verify, OtherParametersInTheDigestInfoDoNotMatch) {
 }
 
 // Deliberate: the octets before the DigestInfo are not examined.
-TEST(Verify, BlockInFrontOfTheDigestInfoIsNotExamined) {
+TEST(Verify, BlockBeforeTheDigestInfoIsNotExamined) {
   const struct {
     const char* name;
     Octets (*block)(const Octets&, size_t);
@@ -180,7 +180,7 @@ TEST(Verify, DigestInfoMustEndTheBlock) {
               {QEX_E_SIGNATURE, 0});
 }
 
-TEST(Verify, BareDigestInTheBlockIsNoDigestInfo) {
+TEST(Verify, BareDigestInTheBlockIsNotADigestInfo) {
   expect_both(with_signer([](SignerMaker& signer) {
                 signer.block = [](const Octets& info, size_t size) {
                   return Padded(Octets(info.end() - 32, info.end()), size);
@@ -224,7 +224,7 @@ TEST(Verify, EmptyContentVerifies) {
   expect_both(maker.encode(), kVerifies);
 }
 
-TEST(Verify, WhatTheCheckDoesNotCoverDoesNotMatter) {
+TEST(Verify, PartsOutsideTheCheckDoNotMatter) {
   // Content types, versions, the signer identifier, the signing time.
   TokenMaker maker;
   maker.encapsulated_type = kData;
@@ -237,7 +237,7 @@ TEST(Verify, WhatTheCheckDoesNotCoverDoesNotMatter) {
   expect_both(maker.encode(), kVerifies);
 }
 
-TEST(Verify, BytesBehindTheTokenAreIgnored) {
+TEST(Verify, BytesAfterTheTokenAreIgnored) {
   expect_both(der::concat(TokenMaker().encode(), Octets{0x00, 0xFF}), kVerifies);
 }
 
@@ -367,7 +367,7 @@ TEST(Verify, CertificateIsFoundAmongOthers) {
   EXPECT_EQ(VerdictOn(maker.encode(), AuthorityCertificate()), kVerifies);
 }
 
-TEST(Verify, CertificateOfTheTokenIsHashedAsEncodedAfresh) {
+TEST(Verify, CertificateOfTheTokenIsHashedAsEncodedAgain) {
   const Octets& certificate = AuthorityCertificate();
   const Octets loose = der::indefinite(0x30, Octets(certificate.begin() + 4, certificate.end()));
   TokenMaker maker;
@@ -380,7 +380,7 @@ TEST(Verify, CertificateOfTheTokenIsHashedAsEncodedAfresh) {
   EXPECT_EQ(VerdictOn(maker.encode(), certificate), (Verdict{QEX_E_MISMATCH, 0}));
 }
 
-TEST(Verify, BytesBehindTheCallersCertificateTakePartInItsHash) {
+TEST(Verify, BytesAfterTheCallersCertificateArePartOfItsHash) {
   const Octets longer = der::concat(AuthorityCertificate(), Octets{0x00, 0x01});
   EXPECT_EQ(VerdictOn(TokenMaker().encode(), longer), (Verdict{QEX_E_MISMATCH, 0}));
   TokenMaker maker;
@@ -608,7 +608,7 @@ TEST(Verify, OddSignaturesAreRefused) {
   }
 }
 
-TEST(Verify, AttributesBehindTheSignatureAreNotCovered) {
+TEST(Verify, AttributesAfterTheSignatureAreNotCovered) {
   TokenMaker maker;
   const Octets other = Attribute(kSigningTimeAttribute, {der::utc_time("250101000000Z")});
   const Octets plain = maker.signer().encode(maker.tst_info);

@@ -54,7 +54,7 @@ TEST(V2Form, EveryFieldMayBeAbsent) {
   }
 }
 
-TEST(AttCertIssuer, IsToldByItsTag) {
+TEST(AttCertIssuer, IsRecognisedByItsTag) {
   Decoded v1(NESTED(AttCertIssuer), sample::general_names("x"));
   ASSERT_EQ(v1.outcome, kDecoded);
   EXPECT_EQ(v1->choice, AttCertIssuer::kV1Form);

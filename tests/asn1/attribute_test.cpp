@@ -143,7 +143,7 @@ TEST(TimingAttribute, EveryShapeHoldsTheSameRecords) {
 }
 
 // The shape is chosen for each value by its own tag.
-TEST(TimingAttribute, BothShapesMayStandInOneSet) {
+TEST(TimingAttribute, BothShapesMayOccurInOneSet) {
   ExpectRoundTrip(NESTED(Attribute),
                   sequence(oid(kMetricsAttribute), set(metrics(1), set(metrics(2), metrics(3)), metrics(4))));
 }

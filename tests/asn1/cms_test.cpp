@@ -36,7 +36,7 @@ TEST(ContentInfo, ContentMayBeAbsent) {
   }
 }
 
-TEST(ContentInfo, MayStandInsideItself) {
+TEST(ContentInfo, MayContainItself) {
   const Octets inner = sequence(oid(sample::kData), context(0, octet_string(hex("61"))));
   ExpectRoundTrip(TOP(ContentInfo), sequence(oid("1.3.6.1.4.1.311.3.2.1"), context(0, inner)));
 }
@@ -153,7 +153,7 @@ TEST(SignerInfo, AnUnknownUnsignedAttributeIsRefused) {
                 -44, kNoDecoder);
 }
 
-TEST(SignerIdentifier, IsToldByItsTag) {
+TEST(SignerIdentifier, IsRecognisedByItsTag) {
   const Octets serial = sequence(sample::name("CA"), integer(9));
   ExpectRoundTrip(NESTED(SignerIdentifier), serial);
   ExpectRoundTrip(NESTED(IssuerAndSerialNumber), serial);

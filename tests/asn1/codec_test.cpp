@@ -77,7 +77,7 @@ TEST(SequenceCodec, EndOfContentsIsTestedForAfterEachField) {
     ExpectRefused(TOP(TimeStampReq), concat(hex("3080"), fields, hex(end)), -16, kBadEoc);
 }
 
-TEST(SequenceCodec, EndOfContentsBehindAMandatoryLastFieldIsMinus16) {
+TEST(SequenceCodec, EndOfContentsAfterAMandatoryLastFieldIsMinus16) {
   const Octets fields = concat(sample::sha256(), octet_string(hex("0102")));
   Decoded v(NESTED(MessageImprint), indefinite(0x30, fields));
   EXPECT_EQ(v.outcome, kDecoded);
@@ -165,7 +165,7 @@ TEST(ExplicitTag, TheInnerStringMayBeConstructed) {
   EXPECT_EQ(TextOf(v->eContent), "abc");
 }
 
-TEST(ExplicitTag, AnIndefiniteOuterLengthEndsBehindTheInnerValue) {
+TEST(ExplicitTag, AnIndefiniteOuterLengthEndsAfterTheInnerValue) {
   Decoded v(NESTED(EncapsulatedContentInfo), sequence(kPolicy, indefinite(0xA0, octet_string(hex("61")))));
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(v.encoded(), sequence(kPolicy, context(0, octet_string(hex("61")))));
@@ -186,7 +186,7 @@ TEST(ExplicitTag, ADefiniteOuterLengthIsNotCompared) {
 
 // --- CHOICE -----------------------------------------------------------------------
 
-TEST(ChoiceCodec, ATagThatIsNoAlternativeIsRefused) {
+TEST(ChoiceCodec, ATagOfNoAlternativeIsRefused) {
   constexpr const char* kText = "ERROR - unexpected tag in CHOICE\n";
   ExpectRefused(NESTED(GeneralName), hex("8900"), site_code(kGeneralName, Site::Unexpected), kText);
   ExpectRefused(TOP(DirectoryString), hex("1600"), site_code(kDirectoryString, Site::Unexpected), kText);
@@ -305,7 +305,7 @@ TEST(ListCodec, AnIndefiniteElementIsClosedOnce) {
   EXPECT_EQ(v.encoded(), sequence(sequence(fields), sequence(fields)));
 }
 
-TEST(ListCodec, AnElementOfAnotherLengthThanItSaysIsRefused) {
+TEST(ListCodec, AnElementOfWrongLengthIsRefused) {
   // UTF8String in constructed form: one octet announced, three taken up by its part
   ExpectRefused(NESTED(PKIFreeText), sequence(hex("2c01 040161")), length_code(kPKIFreeText));
   // directoryName [4] EXPLICIT whose outer length is not that of the Name in it
@@ -389,7 +389,7 @@ TEST(OpenType, TheEndOfAnIndefiniteListIsSeenBeforeEachElement) {
                 "BDecTag: ERROR - decoded past the end of data\n");
 }
 
-TEST(OpenType, InAnExplicitTagAnIndefiniteLengthEndsBehindTheValue) {
+TEST(OpenType, InAnExplicitTagAnIndefiniteLengthEndsAfterTheValue) {
   const Octets id = oid(sample::kData);
   Decoded v(TOP(ContentInfo), sequence(id, indefinite(0xA0, octet_string(hex("61")))));
   ASSERT_EQ(v.outcome, kDecoded);

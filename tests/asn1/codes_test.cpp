@@ -355,7 +355,7 @@ TEST(Codes, EveryRunHasItsType) {
   for (size_t i = 0; i < std::size(kTypes); ++i) EXPECT_EQ(kTypes[i]->name, kCodeRuns[i].type);
 }
 
-TEST(Codes, RunsStandApartBetweenMinus100AndMinus677) {
+TEST(Codes, RunsAreDisjointBetweenMinus100AndMinus677) {
   std::set<AsnInt> all;
   for (const Type* t : kTypes) {
     const AsnInt n = site_count(*t);

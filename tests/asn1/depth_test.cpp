@@ -90,7 +90,7 @@ TEST(OpenTypeDepth, SixtyFourLevelsDecodeAndSixtyFiveDoNot) {
 }
 
 // The bound is on depth, not on the number of values.
-TEST(OpenTypeDepth, ManyOpenTypesSideBySideAreNoDepth) {
+TEST(OpenTypeDepth, ManyAdjacentOpenTypesDoNotCountAsDepth) {
   Octets names;
   for (int i = 0; i < 200; ++i) names = concat(names, set(sequence(oid("2.5.4.3"), printable_string("x"))));
   ExpectWrittenBack(TOP_AS(DistinguishedName, DistinguishedName), sequence(names));

@@ -33,13 +33,13 @@ TEST(DirectoryString, EveryAlternativeHasItsTagAndNumber) {
   }
 }
 
-TEST(DirectoryString, OtherStringTypesAreNoAlternatives) {
+TEST(DirectoryString, OtherStringTypesAreRefused) {
   for (const uint8_t tag : {uint8_t{0x16}, uint8_t{0x12}, uint8_t{0x04}, uint8_t{0x80}})
     ExpectRefused(TOP(DirectoryString), Octets{tag, 0}, site_code(kDirectoryString, Site::Unexpected),
                   "ERROR - unexpected tag in CHOICE\n");
 }
 
-TEST(AttributeTypeAndValue, TheTypeDecidesWhatTheValueIs) {
+TEST(AttributeTypeAndValue, TheTypeDecidesTheFormOfTheValue) {
   const Octets country = hex("3009 0603550406 13025345");
   Decoded v(NESTED(AttributeTypeAndValue), country);
   ASSERT_EQ(v.outcome, kDecoded);
@@ -164,7 +164,7 @@ TEST(GeneralName, StringsMayBeConstructed) {
 
 // registeredID is an OBJECT IDENTIFIER, which has no constructed form; the structured ones have no
 // primitive one; and there is no [9].
-TEST(GeneralName, OtherTagsAreNoAlternatives) {
+TEST(GeneralName, OtherTagsAreRefused) {
   for (const char* octets : {"a800", "8000", "8300", "8400", "8500", "8900", "a900", "3000"})
     ExpectRefused(NESTED(GeneralName), hex(octets), site_code(kGeneralName, Site::Unexpected),
                   "ERROR - unexpected tag in CHOICE\n");

@@ -343,7 +343,7 @@ TEST(Identifiers, HoldInstructionsAreStoredUnderAnotherArc) {
   EXPECT_FALSE(AsnOidEqual(kIdHoldInstruction, {uint32_t(published.size()), published.data()}));
 }
 
-TEST(Identifiers, LiteralsAreEncodedAsTheStandardSays) {
+TEST(Identifiers, LiteralsAreEncodedByTheStandard) {
   constexpr AsnOid edges[] = {"0.0"_oid,
                               "0.39"_oid,
                               "1.0"_oid,

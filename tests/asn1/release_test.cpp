@@ -91,7 +91,7 @@ TEST(Release, LeavesPointersNull) {
 
 // When a SET repeats a field, the first value is released as the second arrives, even if the second is
 // refused.
-TEST(Release, OfARepeatedFieldOfASetTheEarlierValueGoes) {
+TEST(Release, TheEarlierValueOfARepeatedSetFieldIsFreed) {
   ASSERT_TRUE(RegisterOpenTypes());
   const long before = LiveBlocks();
   {

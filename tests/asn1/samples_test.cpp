@@ -67,7 +67,7 @@ TEST(Samples, KeysAreWrittenBack) {
   expect_all(TOP(RSAPublicKey), "rsa_public_key", 1);
 }
 
-TEST(Samples, ARequestSaysWhatWasAsked) {
+TEST(Samples, ARequestHasItsOriginalValues) {
   const struct {
     const char* name;
     const char* digest;
@@ -212,7 +212,7 @@ TEST(Samples, IndefiniteLengthsDecode) {
   ExpectRoundTrip(TOP(ContentInfo), v.encoded());
 }
 
-TEST(Samples, WhatTheTypesHaveNoRoomForIsRefused) {
+TEST(Samples, ValuesWithoutATypeAreRefused) {
   constexpr const char* kText = "ERROR - ANY Decode routine is NULL\n";
   ExpectRefused(TOP(Certificate), read_sample("refused_certificate_domain_component.der"), -44, kText);
   ExpectRefused(TOP(Certificate), read_sample("refused_certificate_curve.der"), -44, kText);

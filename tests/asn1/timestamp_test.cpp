@@ -243,7 +243,7 @@ TEST(TSTInfo, TsaTakesEveryGeneralName) {
   for (const Octets& name : names) ExpectRoundTrip(TOP(TSTInfo), sequence(kTstMandatory, context(0, name)));
 }
 
-TEST(TSTInfo, AnIndefiniteTsaEndsBehindTheName) {
+TEST(TSTInfo, AnIndefiniteTsaEndsAfterTheName) {
   const Octets start = concat(kTstMandatory, hex("a080 820161"));
   Decoded v(TOP(TSTInfo), sequence(start, hex("0000")));
   ASSERT_EQ(v.outcome, kDecoded);

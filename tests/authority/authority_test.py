@@ -133,7 +133,7 @@ class AuthorityTest(unittest.TestCase):
                 self.assertIn(f"Content-Length: {len(reply)}", lines)
                 self.assert_verifies(reply, self.authority.ready)
 
-    def test_SocketFramingGoesBothWays(self):
+    def test_SocketFramingWorksInBothDirections(self):
         query = make_query("-cert")
         received = self.authority.exchange(
             (len(query) + 1).to_bytes(4, "big") + b"\0" + query, "socket_port")
@@ -164,7 +164,7 @@ class AuthorityTest(unittest.TestCase):
             with self.subTest(request=request[:20]):
                 self.assertTrue(self.authority.exchange(request).startswith(status))
 
-    def test_WhatIsNoQueryIsAnsweredWithBadDataFormat(self):
+    def test_AnythingButAQueryIsAnsweredWithBadDataFormat(self):
         reply = self.authority.post(b"\x30\x03\x02\x01\x01")[2]
         self.assertIn("Status: Rejected", self.text_of(reply))
 
@@ -226,7 +226,7 @@ class AuthorityTest(unittest.TestCase):
                                ready["ca"], "-purpose", "timestampsign"], capture_output=True, check=False)
         self.assertEqual(done.returncode, 0, done.stderr)
 
-    def test_ATimeAttributeCertificateStandsInTheSetAndIsNamedSecond(self):
+    def test_ATimeAttributeCertificateIsInTheSetAndNamedSecond(self):
         for options, digest in (((), "sha256"), (("--ess-digest", "sha384"), "sha384"), (("--ess", "v1"), "sha1"),
                                 (("--chain",), "sha256")):
             with self.subTest(options=options), Running(self.folder, "--tac", *options) as stating:
@@ -275,7 +275,7 @@ class AuthorityTest(unittest.TestCase):
         for identifier in ("2B060104018459 0A0401", "2B060104018459 0A0402"):
             self.assertIn(bytes.fromhex(identifier), certificate)
 
-    def test_ATimeAttributeCertificateMayStandInTheSignerAttributes(self):
+    def test_ATimeAttributeCertificateMayBeInTheSignerAttributes(self):
         with Running(self.folder, "--tac", "signer-attribute") as stating:
             reply = stating.post(make_query("-cert"))[2]
             self.assert_verifies(reply, stating.ready)
@@ -288,7 +288,7 @@ class AuthorityTest(unittest.TestCase):
             token = self.token_of(stating.post(make_query())[2])
         self.assertEqual([line for line in self.lines_of(token) if line[1] == 3 and "cont" in line[4]], [])
 
-    def test_EveryKindOfKeySignsTokensAnew(self):
+    def test_EveryKindOfKeySignsTokensAgain(self):
         for name in ("rsa", "dsa", "ec"):
             with self.subTest(key=name), Running(os.path.join(self.scratch.name, name), "--key", name, "--tac") as other:
                 self.assert_cms_verifies(self.token_of(other.post(make_query("-cert"))[2]), other.ready)

@@ -220,7 +220,7 @@ TEST(LargeStrings, OctetsOfComponentsAreAddedUp) {
   EXPECT_EQ(code(0x80000000), -20);
 }
 
-TEST(LargeStrings, WhatIsThereIsAskedMemoryFor) {
+TEST(LargeStrings, MemoryIsRequestedForPresentOctets) {
   if (!kWideAddresses) GTEST_SKIP() << "no address space";
   Zeros input((uint64_t{1} << 32) + 64);
   if (input.data() == nullptr) GTEST_SKIP() << "no address space";

@@ -61,7 +61,7 @@ TEST(ExpBuf, NewLeaksNothingWhenMemoryRunsOut) {
   EXPECT_EQ(LiveBlocks(), before);
 }
 
-TEST(ExpBuf, WrappedDataAreReadWhereTheyLie) {
+TEST(ExpBuf, WrappedDataAreReadInPlace) {
   Input in("010203");
   EXPECT_EQ(in.block()->first, in.data());
   EXPECT_EQ(in.block()->cursor, in.data());
@@ -156,7 +156,7 @@ TEST(ExpBuf, CopyOutBeyondTheDataSetsReadErrorWhereItEnds) {
   EXPECT_EQ(ToHex(out, 4), "01020300");
 }
 
-TEST(ExpBuf, CopyOutOfTheLastByteIsNoError) {
+TEST(ExpBuf, CopyOutOfTheLastByteSucceeds) {
   Input in("0102");
   uint8_t out[2];
   EXPECT_EQ(ExpBufCopyOut(out, in.handle(), 2), 2u);
@@ -192,7 +192,7 @@ TEST(ExpBuf, RemainingCountsFromTheCursorToTheEndOfTheChain) {
   EXPECT_EQ(ExpBufRemaining(in.block()), 1u);
 }
 
-TEST(ExpBuf, ExpectTellsWhetherSoManyBytesRemain) {
+TEST(ExpBuf, ExpectReturnsWhetherEnoughBytesRemain) {
   Input in(std::vector<Octets>{{1, 2, 3}, {}, {4, 5}});
   EXPECT_TRUE(ExpBufExpect(in.handle(), 0));
   EXPECT_TRUE(ExpBufExpect(in.handle(), 5));
@@ -208,7 +208,7 @@ TEST(ExpBuf, ExpectIsFalseAfterAFailedRead) {
   EXPECT_FALSE(ExpBufExpect(in.handle(), 0));
 }
 
-TEST(ExpBuf, TheByteAfterAFullBlockGoesIntoANewOneInFront) {
+TEST(ExpBuf, TheByteAfterAFullBlockGoesIntoANewFirstBlock) {
   const BlockSize size(kLibraryBlockSize);
   ExpBufHolder chain;
   ExpBuf* const last = chain.block();
@@ -268,7 +268,7 @@ TEST(ExpBuf, RunsAndBytesMixedAgreeWithASlowString) {
   }
 }
 
-TEST(ExpBuf, PutByteEmptiesABlockThatAlreadyStandsInFront) {
+TEST(ExpBuf, PutByteEmptiesAnExistingBlockBeforeIt) {
   const BlockSize size(2);
   ExpBufHolder chain;
   ExpBuf* const last = chain.block();
@@ -284,7 +284,7 @@ TEST(ExpBuf, PutByteEmptiesABlockThatAlreadyStandsInFront) {
   EXPECT_EQ(ToHex(OctetsOf(front)), "090201");
 }
 
-TEST(ExpBuf, PutSegTakesABlockThatStandsInFrontAsItIs) {
+TEST(ExpBuf, PutSegUsesAnExistingBlockBeforeItUnchanged) {
   const BlockSize size(4);
   ExpBufHolder chain;
   ExpBuf* const last = chain.block();
@@ -365,7 +365,7 @@ TEST(ExpBuf, CopyToFileWritesTheChainAndNothingForAnEmptyBlock) {
   EXPECT_EQ(last, 3u);
 }
 
-TEST(ExpBuf, CopyToFileReturnsWhatTheLastWriteReturned) {
+TEST(ExpBuf, CopyToFileReturnsTheResultOfTheLastWrite) {
   Input in(std::vector<Octets>{{'a'}, {}});
   size_t last = 9;
   Printed([&](FILE* f) { last = ExpBufCopyToFile(in.block(), f); });

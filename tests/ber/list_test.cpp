@@ -213,7 +213,7 @@ TEST(AsnList, IndexOfStopsAtTheFirstNullPointer) {
   EXPECT_EQ(AsnListIndexOf(nullptr, some.list), -1);
 }
 
-TEST(AsnList, WithoutMemoryTheListStaysAsItIs) {
+TEST(AsnList, FailedAllocationLeavesTheListUnchanged) {
   const Letters some("ab");
   const FailingAlloc failing(0);
   EXPECT_EQ(AsnListNew(kPointer), nullptr);

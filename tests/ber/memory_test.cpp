@@ -48,7 +48,7 @@ TEST(AsnError, TheHandlerGetsTheTextWithSeverity1) {
   EXPECT_EQ(capture.count(), 1u);
 }
 
-TEST(AsnError, TheDefaultHandlerWritesTheTextAsItIsToTheErrorStream) {
+TEST(AsnError, TheDefaultHandlerWritesTheTextUnchangedToTheErrorStream) {
   testing::internal::CaptureStderr();
   AsnError("50%s done %n\n");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "50%s done %n\n");

@@ -57,7 +57,7 @@ std::string printed(const AsnOid& oid) {
   return Printed([&](FILE* f) { PrintAsnOid(f, &oid, 4); });
 }
 
-TEST(AsnOid, ContentIsKeptAsItIs) {
+TEST(AsnOid, ContentIsKeptUnchanged) {
   for (const char* hex : {"06 03 88 37 03", "06 01 80", "06 02 80 80"}) {  // the arcs are not looked at
     for (const size_t block : {1u, 2u, 100u}) {
       const Octets encoding = FromHex(hex);
@@ -112,7 +112,7 @@ TEST(AsnOid, PrintShowsTheArcs) {
   for (const Example& e : kExamples) EXPECT_EQ(printed(oid_of(FromHex(e.octets))), e.text);
 }
 
-TEST(AsnOid, PrintOfWhatIsNoIdentifierStaysInside) {
+TEST(AsnOid, PrintOfAnInvalidIdentifierStaysInside) {
   EXPECT_EQ(printed(AsnOid{}), "{}");
   EXPECT_EQ(printed(oid_of(FromHex("2a 86"))), "{1 2 6}");  // cut off
   EXPECT_EQ(printed(oid_of(FromHex("80"))), "{0 0}");
@@ -147,7 +147,7 @@ TEST(AsnOid, NoOctetsHaveNoArcs) {
   EXPECT_EQ(AsnOidToArcs(AsnOid{}), nullptr);
 }
 
-TEST(AsnOid, FewerThanTwoArcsAreNoIdentifier) {
+TEST(AsnOid, FewerThanTwoArcsAreRefused) {
   AsnOid oid{};
   EXPECT_FALSE(AsnArcsToOid(nullptr, &oid));
   EXPECT_FALSE(AsnArcsToOid(Arcs({1}).first(), &oid));

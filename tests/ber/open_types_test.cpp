@@ -116,7 +116,7 @@ TEST_F(OpenTypes, ARegisteredTypeIsFoundByItsKeyOnly) {
   EXPECT_EQ(found(-5), 0);
 }
 
-TEST_F(OpenTypes, TheDescriptorSaysWhatWasRegistered) {
+TEST_F(OpenTypes, TheDescriptorHoldsTheRegistration) {
   ASSERT_TRUE(install(kId, 7));
   ASSERT_TRUE(install(-9, 8));
   AsnAny any{};
@@ -135,7 +135,7 @@ TEST_F(OpenTypes, TheDescriptorSaysWhatWasRegistered) {
   EXPECT_EQ(any.ai->anyId, 8);
 }
 
-TEST_F(OpenTypes, KeysWhoseHashesMeetAreToldApartInFurtherTables) {
+TEST_F(OpenTypes, KeysWithCollidingHashesAreSeparatedInFurtherTables) {
   for (const Pair& pair : {kLow8, kLow16, kLow24}) {
     const Octets one = FromHex(pair.one);
     const Octets other = FromHex(pair.other);
@@ -207,7 +207,7 @@ TEST_F(OpenTypes, ThousandsOfKeysAreAllFound) {
   for (size_t i = 0; i < keys.size(); ++i) ASSERT_EQ(found(keys[i]), static_cast<int32_t>(i + 1));
 }
 
-TEST_F(OpenTypes, RegistrationWithoutMemoryFailsKeepsWhatIsThereAndLeaksNothing) {
+TEST_F(OpenTypes, FailedRegistrationKeepsEarlierEntriesAndLeaksNothing) {
   const Octets one = FromHex(kLow24.one);
   const Octets other = FromHex(kLow24.other);
   // Three more tables with an entry each for the tables between, two at the bottom, a descriptor.

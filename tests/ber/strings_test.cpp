@@ -114,7 +114,7 @@ TEST(AsnOcts, EqualityIsOfCountAndOctets) {
   EXPECT_TRUE(AsnOctsEqual({0, nullptr}, {0, a}));
 }
 
-TEST(AsnOcts, FreeLeavesNothingBehind) {
+TEST(AsnOcts, FreeLeaksNothing) {
   AsnOcts value{};
   FreeAsnOcts(&value);
   Input in("04 01 61");
@@ -159,7 +159,7 @@ TEST(AsnBits, NoBitsAreWrittenAsTheSingleOctet00) {
   EXPECT_NE(d.value.octs, nullptr);
 }
 
-TEST(AsnBits, UnusedBitsAreWhatIsMissingToWholeOctets) {
+TEST(AsnBits, UnusedBitsFillTheLastOctet) {
   uint8_t octets[] = {0xFF, 0x80};
   const struct {
     uint32_t bits;

@@ -183,7 +183,7 @@ TEST(BEncTag, WritesTheFirstOctet) {
   EXPECT_EQ(written, 1u);
 }
 
-TEST(BEncLenAndTag, PutsLengthAndTagInFrontAndCountsTheWhole) {
+TEST(BEncLenAndTag, WritesLengthAndTagBeforeTheContentAndCountsAll) {
   AsnLen written = 0;
   EXPECT_EQ(ToHex(Encoded(
                 [](ExpBuf** b) {

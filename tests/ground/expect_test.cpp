@@ -6,7 +6,7 @@
 namespace qex {
 namespace {
 
-TEST(Expect, WhatHoldsLetsTheProcessGoOn) {
+TEST(Expect, TrueConditionHasNoEffect) {
   QEX_EXPECT(1 + 1 == 2);
   const int n = 3;
   QEX_EXPECT(n == 3);
@@ -19,7 +19,7 @@ TEST(Expect, ConditionIsNotEvaluatedInARelease) {
   EXPECT_EQ(evaluated, 0);
 }
 #else
-TEST(ExpectDeathTest, WhatDoesNotHoldStopsTheProcessWithItsPlace) {
+TEST(ExpectDeathTest, FalseConditionStopsTheProcessWithItsPlace) {
   EXPECT_DEATH(QEX_EXPECT(1 + 1 == 3),
                "^Expectation failed: 1 \\+ 1 == 3, file .*expect_test\\.cpp, line [0-9]+\n");
 }

@@ -71,7 +71,7 @@ class HardeningTest(unittest.TestCase):
                 self.assertTrue(image.has_flag("BIND_NOW") or "BIND_NOW" in image.dynamic, image.dynamic.get("FLAGS"))
                 self.assertTrue(image.has_flag("NOW"), image.dynamic.get("FLAGS_1"))
 
-    def test_WhatSymbolsAreResolvedThroughIsReadOnly(self):
+    def test_RelocationTablesAreReadOnly(self):
         for image in self.images:
             with self.subTest(image=image.path):
                 self.assertEqual(image.flags_of_segment.get("GNU_RELRO"), "R")

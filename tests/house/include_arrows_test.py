@@ -242,7 +242,7 @@ class PackagesTest(unittest.TestCase):
 class TreeTest(unittest.TestCase):
     root = "."
 
-    def test_PackagesOfOtherMakersKeepTheirPlaces(self):
+    def test_ThirdPartyPackagesKeepTheirPlaces(self):
         self.assertEqual("\n".join(misplaced_packages(read_tree(self.root))), "")
 
     def test_PrivateHeadersStayInTheirRooms(self):

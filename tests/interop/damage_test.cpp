@@ -151,7 +151,7 @@ TEST_F(DamagedToken, IsRefusedForEveryBitThatIsCoveredUnderTheCallersCertificate
   expect_refusal(true, kStride);
 }
 
-TEST_F(DamagedToken, IsAcceptedWithAnotherValueOfWhatIsNotCovered) {
+TEST_F(DamagedToken, IsAcceptedWithAnotherValueOfAnUncoveredPart) {
   const Element& chain = certificates()[is_signers(certificates()[0]) ? 1 : 0];
   const struct {
     const char* what;
@@ -169,7 +169,7 @@ TEST_F(DamagedToken, IsAcceptedWithAnotherValueOfWhatIsNotCovered) {
   EXPECT_EQ(verdict(signed_data()[1][0][0].end - 1, false, 2), QEX_OK);
 }
 
-TEST_F(DamagedToken, HasItsCertificatesOutOfAccountUnderTheCallersOwn) {
+TEST_F(DamagedToken, HasUncoveredCertificatesUnderTheCallersOwn) {
   const Element& own = certificates()[is_signers(certificates()[0]) ? 0 : 1];
   EXPECT_EQ(verdict(own.end - 1, false), QEX_E_NOCERT);
   EXPECT_EQ(verdict(own.end - 1, true), QEX_OK);

@@ -150,7 +150,7 @@ TEST(Transport, CarriesHttpRequestsOfTwoHundredOctets) {
 }
 
 // A caller that has read a part of the reply learns how much there is, reads on, and succeeds.
-TEST(Transport, SaysHowMuchIsMissingOfAReply) {
+TEST(Transport, ReportsTheMissingLengthOfAReply) {
   const Authority authority;
   for (const int32_t transport : kTransports) {
     const QEX_TSQ_DATA_EX data = RequestFor("sha256", "", {1}, 1);

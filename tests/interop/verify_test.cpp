@@ -131,7 +131,7 @@ TEST(Verification, FindsTheCertificateOfTheSigner) {
 
 // Deliberate: an open type is decoded by its identifier, and an unregistered one ends the decoding. So the
 // key of a curve, the parameters of RSASSA-PSS and a domain component are not skipped.
-TEST(Verification, RefusesWhatHoldsAValueOfAnUnknownType) {
+TEST(Verification, RefusesTokensWithAValueOfAnUnknownType) {
   for (const Sample& sample : Samples("unknown.txt", 3)) {
     SCOPED_TRACE(sample.name);
     const ErrorCapture report;

@@ -31,7 +31,7 @@ def needs(shell):
 
 
 class ScriptTest(ToolTest):
-    def test_EveryCommandAndOptionStandsInEachScript(self):
+    def test_EveryCommandAndOptionIsInEachScript(self):
         for shell in SHELLS:
             script = run("completion", shell, check=0).stdout.decode()
             for command in commands():

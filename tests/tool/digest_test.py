@@ -34,7 +34,7 @@ class PrintTest(ToolTest):
                     checked = run("digest", "--hash", name, "--check", self.path("list"), check=0)
                     self.assertEqual(checked.stdout.count(b": OK\n"), len(files))
 
-    def test_ANameThatIsNoUtf8IsWrittenAsItIs(self):
+    def test_ANameThatIsNotUtf8IsWrittenUnchanged(self):
         name = os.fsencode(self.folder) + b"/latin\xe9"
         self.write(name, b"x")
         self.assertEqual(run("digest", name, check=0).stdout, sum_of("sha256sum", name))
@@ -58,7 +58,7 @@ class PrintTest(ToolTest):
                      run("digest", "--json", self.path("missing"), self.document).stdout.splitlines()]
         self.assertEqual([d["exit"] for d in documents], [3, 0])
 
-    def test_AFolderIsNoFile(self):
+    def test_AFolderIsNotAFile(self):
         done = run("digest", self.folder)
         self.assert_error(done, 3, "Is a directory", "name a file, not a folder")
         self.assertEqual(done.stdout, b"")
@@ -103,7 +103,7 @@ class CheckTest(ToolTest):
     def test_ALastLineWithoutLineFeedIsRead(self):
         self.assertEqual(self.check(f"{self.digest}  {self.document}").returncode, 0)
 
-    def test_WhatTheOpensslCommandWritesIsRead(self):
+    def test_TheOutputOfTheOpensslCommandIsRead(self):
         for name in ("sha256", "sha512", "sha1", "md5", "sha3-256"):
             with self.subTest(hash=name):
                 done = self.check(support.openssl("dgst", "-" + name, self.document))
@@ -148,7 +148,7 @@ class CheckTest(ToolTest):
     def test_AListOfAnotherAlgorithmIsStatus4(self):
         self.assert_error(self.check(sum_of("sha512sum", self.document)), 4, "--hash")
 
-    def test_ADifferenceIsGraverThanWhatCannotBeRead(self):
+    def test_ADifferenceIsGraverThanAnUnreadableLine(self):
         for lines in ((f"{'0' * 64}  {self.document}", "text", f"{self.digest}  {self.path('gone')}"),
                       (f"{self.digest}  {self.path('gone')}", "text", f"{'0' * 64}  {self.document}")):
             with self.subTest(lines=lines):

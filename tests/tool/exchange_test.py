@@ -91,7 +91,7 @@ class ExchangeTest(ToolTest):
             self.assertEqual(text.count("qex: error: "), 2)
             self.assertIn(url(html), text)
 
-    def test_WhatIsFinalIsNotAskedForAgain(self):
+    def test_AFinalFailureIsNotRetried(self):
         for reply, times in ((HTML, 1), (answer("404 Not Found"), 1), (answer("503 Busy"), 3), (answer("429 Slowly"), 3)):
             with self.subTest(reply), Server(says(reply)) as server:
                 self.stamp(server, options=("--retry", "2"))
@@ -140,7 +140,7 @@ class ExchangeTest(ToolTest):
             done = self.stamp(server, check=0)
             self.assertRegex(done.stdout.decode(), "\nnote  transport +the reply came as content type none\n")
 
-    def test_WhatIsNoReplyIsRefusedWithWhatCame(self):
+    def test_AnythingButAReplyIsRefusedAndDescribed(self):
         for reply, words in (
                 (OK + b"\r\n", ("an empty body", "says nothing")), (OK + b"\r\n" + self.token, ("a bare token", "status")),
                 (HTML, ("text/html", '"<h1>Welcome</h1>"')),
@@ -159,7 +159,7 @@ class ExchangeTest(ToolTest):
 
     # digest
 
-    def test_ADigestStandsForTheFile(self):
+    def test_ADigestReplacesTheFile(self):
         digest = openssl("dgst", "-sha384", "-binary", self.document).hex()
         done = run("stamp", "--digest", "sha384:" + digest, "--tsa", self.good.url, "-o", self.path("out.tsr"), check=0)
         self.assertIn(b"pass  imprint", done.stdout)
@@ -189,7 +189,7 @@ class ExchangeTest(ToolTest):
         for status in ("429 Slowly", "503 Busy"):
             self.hint(answer(status, "Retry-After: 120"), "120 s", "after that time")
 
-    def test_AServerThatWantsACertificateBehindAProxyOfItsOwnIsUnderstood(self):
+    def test_AServerThatWantsACertificateThroughItsOwnProxyIsUnderstood(self):
         page = b"<html><head><title>400 No required SSL certificate was sent</title></head></html>"
         self.hint(answer("400 Bad Request", "Content-Type: text/html", body=page), "--client-cert")
 
@@ -247,7 +247,7 @@ class LoginTest(ToolTest):
         os.chmod(self.path("login"), mode)
         return ("--user-file", self.path("login"))
 
-    def test_NobodyIsLetInWithoutALogin(self):
+    def test_ALoginIsRequired(self):
         self.assert_error(self.stamp(env=environment(HOME=self.folder)), 6, "HTTP status 401", "--user-file")
 
     def test_APasswordComesFromAFile(self):
@@ -349,7 +349,7 @@ class TlsCauseTest(TlsKeys):
             self.assert_error(done, 6, "--client-cert")
 
 
-    def test_AFileOfTheCallersThatIsNoKeyEndsItAtOnce(self):
+    def test_AnInvalidKeyFileOfTheCallerEndsItAtOnce(self):
         alone = self.path("alone.pem")
         self.write(alone, openssl("x509", "-in", self.good))
         with self.tls(self.good, says(HTML)) as first, Server(says(HTML)) as second:

@@ -72,7 +72,7 @@ class InputTest(ToolTest):
             self.assertTrue(lines and lines[0].startswith("qex: error: ") and len(lines[0]) < 2000, done.stderr[:2000])
         return done
 
-    def test_WhatIsNoMessageIsRefusedByEveryReader(self):
+    def test_AnythingButAMessageIsRefusedByEveryReader(self):
         self.write(self.path("empty"), b"")
         with open(self.path("huge"), "wb") as huge:
             huge.truncate(5 << 30)  # of which the disk holds nothing
@@ -147,7 +147,7 @@ class InputTest(ToolTest):
                                       preexec_fn=lambda: os.close(0), check=False)
                 self.assert_error(done, 3)
 
-    def test_APipeNobodyWritesToIsWaitedForUntilASignal(self):
+    def test_APipeWithoutAWriterIsWaitedForUntilASignal(self):
         os.mkfifo(self.path("pipe"))
         for command in (("show", "X"), ("digest", "X"), ("verify", self.document, "--token", "X")):
             with self.subTest(command):
@@ -186,7 +186,7 @@ class InputTest(ToolTest):
                 pass
 
     @unittest.skipIf("ASAN_OPTIONS" in os.environ, "shadow memory is beyond any limit")
-    def test_AMessageThatTakesTooMuchMemoryIsToldSo(self):
+    def test_AMessageThatTakesTooMuchMemoryIsReported(self):
         algorithms = bytes.fromhex("300b0609608648016503040201") * 300000
         unsigned = element(0x30, b"\2\1\3" + element(0x31, algorithms) + ENCAPSULATED)
         self.write(self.path("token"), element(0x30, SIGNED_DATA + element(0xA0, unsigned)))
@@ -209,7 +209,7 @@ class InputTest(ToolTest):
             done = shown_within(megabytes)
         self.assert_error(done, 70, "token", "more memory than is allowed")
 
-    def test_RandomOctetsAreNoMessage(self):
+    def test_RandomOctetsAreNotAMessage(self):
         data = hashlib.shake_256(b"octets").digest(200 * 100)
         for at in range(0, len(data), 100):
             self.write(self.path(f"random{at}"), data[at:at + 100])
@@ -219,7 +219,7 @@ class InputTest(ToolTest):
 
 
 class ClosedStreamTest(ToolTest):
-    def test_AClosedStreamIsNoPlaceForAFileOrAPipe(self):
+    def test_AClosedStreamIsNotReusedForAFileOrAPipe(self):
         def closing(*numbers):
             return lambda: [os.close(number) for number in numbers]
 
@@ -263,7 +263,7 @@ class OutputTest(ToolTest):
         self.assertEqual(self.files(), ["out", "report.txt"])
         self.assertEqual(self.read(self.path("out")), b"before")
 
-    def test_TheDocumentIsNoPlaceForAnOutput(self):
+    def test_TheDocumentIsNotOverwrittenByAnOutput(self):
         before = self.read(self.document)
         for name in ("linked.tsr", "request.tsq"):
             os.symlink(self.document, self.path(name))

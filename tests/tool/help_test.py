@@ -164,7 +164,7 @@ class ExplainTest(ToolTest):
                 meanings = run_json("explain", str(number), check=0)["meanings"]
                 self.assertIn("ASN.1 error", [meaning["as"] for meaning in meanings], number)
 
-    def test_WhatIsNoCodeIsStatus2(self):
+    def test_AnUnknownCodeIsStatus2(self):
         for word in ("", "QEX_E_NONE", "9", "-4000", "8x", "99999999999999999999"):
             with self.subTest(word=word):
                 self.assert_error(run("explain", word), 2)

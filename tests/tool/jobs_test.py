@@ -129,7 +129,7 @@ class JobsTest(ManyTest):
                     self.assertIn("line 1: a number is too large", first["error"])
                     self.assertEqual((second["exit"], second["id"]), (0, "good"))
 
-    def test_ANulIsNoPartOfAMember(self):
+    def test_ANulInAMemberIsRefused(self):
         # Names were read up to the NUL, and the report was of another file than the one that was opened.
         path = self.stamped("file")
         members = {"token": path + ".tsr", "file": path, "digest": "sha256:" + DIGEST, "request": path + ".tsq", "nonce": "01",
@@ -255,7 +255,7 @@ class JobsTest(ManyTest):
         document, = self.answers({"token": self.token}, options=("--tsa-cert", self.chain.signer.path), check=0)
         self.assertTrue(document["authority_checked"])
 
-    def test_WhatDoesNotGoWithJobs(self):
+    def test_OptionsThatExcludeJobs(self):
         path = self.stamped("file")
         for options in ((path,), ("--token", path + ".tsr"), ("--digest", DIGEST), ("--dir", self.folder), ("--policy", "1.2.3")):
             with self.subTest(options=options):

@@ -97,7 +97,7 @@ class ManifestTest(StampedFolderTest):
         os.remove(self.path("files/a"))
         self.assertEqual(self.check(check=3)[1]["failed"], 2)
 
-    def test_WhatIsNoFileIsAdditionalToo(self):
+    def test_OtherThanFilesAreAdditionalToo(self):
         # Only files were looked for, so that a link to a folder of other programs went unseen.
         self.fill("x", folder="elsewhere")
         self.made()
@@ -117,7 +117,7 @@ class ManifestTest(StampedFolderTest):
             self.assertIn("not in the list", document["error"])
         self.assertEqual((summary["passed"], summary["failed"]), (8, 6))
 
-    def test_WhatIsListedAndNoFileHasOneLine(self):
+    def test_AListedNameThatIsNotAFileHasOneLine(self):
         os.symlink("nowhere", self.path("files/link"))
         os.mkfifo(self.path("files/fifo"))
         self.write(self.list, b"0" * 64 + b"  link\n" + b"0" * 64 + b"  fifo\n")
@@ -126,7 +126,7 @@ class ManifestTest(StampedFolderTest):
         self.assertEqual([os.path.basename(document["subject"]) for document in documents if document["exit"] == 3], ["link", "fifo"])
         self.assertEqual(len(documents), 3 + len(self.NAMES))
 
-    def test_AWeakDigestIsNoDigest(self):
+    def test_AWeakDigestDoesNotCount(self):
         # A tagged line names its own algorithm, and MD5 passed as any other.
         content = self.read(self.path("files/a"))
         for name in ("md5", "sha1"):
@@ -145,7 +145,7 @@ class ManifestTest(StampedFolderTest):
                 self.stamp(self.list, "--force", check=0)
                 self.assertIn("differs", self.check("--allow-weak", check=1)[0][1]["error"])
 
-    def test_AWorkingFolderThatIsGoneIsStatus3(self):
+    def test_ARemovedWorkingFolderIsStatus3(self):
         # The place of a relative name was asked for without heed of an error, which ended in exit status 70.
         self.made()
         gone = 'mkdir "$1" && cd "$1" && rmdir "$1" && shift && exec "$@"'
@@ -190,7 +190,7 @@ class ManifestTest(StampedFolderTest):
         documents, _ = self.check(check=3)
         self.assertEqual([document["exit"] for document in documents], [0, 3, 3])
 
-    def test_NamesAreRelativeToTheListAndStandThereOnce(self):
+    def test_NamesAreRelativeToTheListAndUnique(self):
         other = self.path("lists/all.sha256")
         os.mkdir(self.path("lists"))
         self.stamp("--manifest", other, self.path("files/a"), f"{self.folder}/lists/../files/./a", self.path("files/sub/c"), check=0)
@@ -231,7 +231,7 @@ class ManifestTest(StampedFolderTest):
             self.verify("--manifest", path, check=0)
         self.assert_error(self.stamp("--manifest", self.list, self.path("files/a"), "--hash", "sha3-256"), 2, "sha3-256")
 
-    def test_WhatDoesNotGoWithAManifest(self):
+    def test_OptionsThatExcludeAManifest(self):
         self.made()
         name = self.path("files/a")
         for options in ((name,), ("--list", self.list), ("--jobs", "-"), ("--digest", "00")):
@@ -281,7 +281,7 @@ class StampManyTest(StampedFolderTest):
         self.assertTrue(lines[4].startswith("4 files: 1 pass, 3 fail (3 unreadable)"))
         self.assertFalse(os.path.lexists(self.path("files/nowhere")))
 
-    def test_ATimeFarFromTheClockStandsInTheLineOfItsFile(self):
+    def test_ATimeFarFromTheClockIsInTheLineOfItsFile(self):
         # The note was shown for a single file only.
         files = self.fill("a", "b")
         note = r"   note: the token's time is \d+ s (behind|ahead of) this machine's clock"

@@ -125,7 +125,7 @@ class FoldersTest(ManyTest):
                     self.assertIn(word, document["error"])
                     self.assertTrue(document["hint"])
 
-    def test_WhatIsInAFolderButNoStampedFileIsReportedOrPassedOver(self):
+    def test_FilesWithoutStampsInAFolderAreReportedOrIgnored(self):
         self.stamped("folder/good")
         self.stamped("folder/gone", content=None)
         self.write(self.path("folder/unstamped"), b"")
@@ -164,7 +164,7 @@ class FoldersTest(ManyTest):
         self.assert_error(done, 4, "bad.pem")
         self.assertEqual(done.stdout, b"")
 
-    def test_WhatIsAboutOneTokenDoesNotGoWithSeveral(self):
+    def test_OptionsAboutOneTokenExcludeSeveral(self):
         names = [self.stamped("a"), self.stamped("b")]
         for option in (("--token", names[0] + ".tsr"), ("--request", names[0] + ".tsq"), ("--digest", "00"), ("--nonce", "01")):
             with self.subTest(option=option):
@@ -266,7 +266,7 @@ class ProcessesTest(ManyTest):
         wait_until(lambda: all(state(pid) in (None, "Z") for pid in below))
         os.close(self.writer)
 
-    def test_CtrlCTellsWhatWasDone(self):
+    def test_CtrlCPrintsTheSummarySoFar(self):
         for number in (signal.SIGINT, signal.SIGTERM, signal.SIGHUP):
             for alone in (False, True):
                 with self.subTest(number=number, alone=alone):
@@ -292,7 +292,7 @@ class ProcessesTest(ManyTest):
         summary = json.loads(output.splitlines()[-1])["summary"]
         self.assertEqual((summary["subjects"], summary["passed"], summary["not_done"], summary["signal"]), (5, 2, 3, signal.SIGINT))
 
-    def test_WhatIsIgnoredStaysIgnored(self):
+    def test_AnIgnoredSignalStaysIgnored(self):
         process = self.start("-j", "1", preexec_fn=lambda: signal.signal(signal.SIGHUP, signal.SIG_IGN))
         self.lane_at_the_pipe(process)
         process.send_signal(signal.SIGHUP)
@@ -330,7 +330,7 @@ class ProcessesTest(ManyTest):
         self.assertEqual(process.wait(timeout=60), -signal.SIGPIPE)
         wait_until(lambda: all(state(pid) in (None, "Z") for pid in below))
 
-    def test_ATerminalSeesWhatRemainsAfterASecond(self):
+    def test_ATerminalSeesTheRemainingTimeAfterASecond(self):
         master, slave = pty.openpty()
         self.addCleanup(os.close, master)
         process = subprocess.Popen([support.QEX, "verify", *self.names, "--ca-file", self.root, "-j", "1"],

@@ -59,16 +59,16 @@ class MisleadingTest(TokenTest):
         elif document["exit"] == 1:
             self.assertTrue(failed & set(case.fails.split("|")), said)
 
-    def test_WhatWasSignedMisleadsNobody(self):
+    def test_MisleadingContentsAreRefused(self):
         self.judged(misleading_contents.SECTIONS)
 
-    def test_WhoSignedMisleadsNobody(self):
+    def test_MisleadingSignaturesAreRefused(self):
         self.judged(misleading_signatures.SECTIONS)
 
-    def test_WhatStandsAroundItMisleadsNobody(self):
+    def test_MisleadingRepliesAreRefused(self):
         self.judged(misleading_replies.SECTIONS)
 
-    def test_WhatIsOddAndMayBeHonestIsNoted(self):
+    def test_OddButPossiblyHonestTokensGetANote(self):
         signer = self.parties.signer
         period = extension("2.5.29.16", der(SEQUENCE, der(0x81, b"20240601000000Z")))
         ended = self.parties.signer_with(extensions=(basic_constraints(False), SIGNER_USAGE, SIGNER_PURPOSE, period))
@@ -84,7 +84,7 @@ class MisleadingTest(TokenTest):
         document = self.verify(self.document, BY_PIN, self.pem_of(signer), check=0)
         self.assertNotIn("note", [check["verdict"] for check in document["checks"]])
 
-    def test_AnOptionDoesNotTakeThePlaceOfWhatTheRequestHas(self):
+    def test_AnOptionDoesNotReplaceTheRequestsValue(self):
         signer = self.parties.signer
         self.write(self.answer, reply(token(signer, tst_info(nonce=5))))
         for label, asked, options in (("nonce", request(nonce=6), ("--nonce", "05")),
@@ -96,7 +96,7 @@ class MisleadingTest(TokenTest):
                 self.assertEqual((verdicts(document)["request"], verdicts(document)[label]), ("fail", "pass"))
                 self.assertIn(label, document["error"])
 
-    def test_WhatOneReaderAloneReadsFailsAndIsReadOnDemand(self):
+    def test_ATokenThatOneReaderAloneReadsFailsAndIsReadOnDemand(self):
         signer = self.parties.signer
         for label, parts in misleading_replies.STRANGE:
             message = token(signer, **parts)

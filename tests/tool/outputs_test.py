@@ -137,7 +137,7 @@ class OutputsTest(ToolTest):
 
     # names
 
-    def test_WhatIsWrongWithANameIsFoundBeforeTheAuthorityIsAsked(self):
+    def test_AFaultOfANameIsFoundBeforeTheAuthorityIsAsked(self):
         self.write(self.path("first"), b"")
         os.mkdir(self.path("first.tsr"))
         os.mkdir(self.path("second.tsq"))
@@ -175,7 +175,7 @@ class OutputsTest(ToolTest):
         run("stamp", self.path("n" * 251), *self.url(), check=0)
         self.assertEqual(self.files(), ["n" * 251, "n" * 251 + ".tsq", "n" * 251 + ".tsr", "report.txt"])
 
-    def test_AFolderThatNobodyMayWriteToIsFoundBeforeTheAuthorityIsAsked(self):
+    def test_AReadOnlyFolderIsFoundBeforeTheAuthorityIsAsked(self):
         if os.geteuid() == 0:
             self.skipTest("the administrator may write everywhere")
         os.chmod(self.folder, 0o500)
@@ -184,7 +184,7 @@ class OutputsTest(ToolTest):
             self.assert_error(run("stamp", self.document, "--tsa", f"http://127.0.0.1:{server.port}/"), 3, "permissions")
             self.assertEqual(server.served, 0)
 
-    def test_ALinkOfAnotherOwnerIsNoNameThatTheToolFinds(self):
+    def test_ALinkOfAnotherOwnerIsNotFollowed(self):
         if os.geteuid() != 0:
             self.skipTest("only the administrator gives files away")
         self.write(self.path("precious"), b"precious")

@@ -18,7 +18,7 @@ def query_text(der):
 
 
 class RequestTest(ToolTest):
-    def test_OpensslReadsWhatWasAskedFor(self):
+    def test_OpensslReadsTheRequestedValues(self):
         for name in ("sha256", "sha384", "sha512"):
             with self.subTest(hash=name):
                 der = run("request", self.document, "--hash", name, "--policy", "1.3.6.1.4.1.99999.7", check=0).stdout
@@ -120,7 +120,7 @@ class RequestTest(ToolTest):
         self.assertEqual(document["request"]["hash"], "sha256")
         self.assertIn("Nonce: 0x0A", query_text(bytes.fromhex(document["octets"])))
 
-    def test_NoBinaryGoesToATerminal(self):
+    def test_NoBinaryIsWrittenToATerminal(self):
         master, slave = pty.openpty()
         try:
             done = support.subprocess.run([support.QEX, "request", self.document], stdout=slave,

@@ -61,7 +61,7 @@ class RevocationTest(ChainTest):
                 self.assert_passes(document)
                 self.assertEqual(verdicts_of(document, "revocation"), {"pass"})
 
-    def test_ATokenFromBeforeTheRevocationStandsWithFourReasons(self):
+    def test_ATokenFromBeforeTheRevocationRemainsValidWithFourReasons(self):
         for reason in STANDING:
             for date in (GENTIME + DAY, NOW - 2 * DAY):
                 with self.subTest(reason=reason, date=date):
@@ -144,7 +144,7 @@ class RevocationTest(ChainTest):
         self.assert_passes(self.judged(silent, chain=chain))
         self.assert_fails(self.judged(naming, chain=chain), "revocation", REVOKED)
 
-    def test_AListThatSaysNothingOfTheSignerNeverPasses(self):
+    def test_AListThatDoesNotCoverTheSignerNeverPasses(self):
         stranger = self.pki.certificate("stranger", base={"basicConstraints": "critical,CA:TRUE"})
         namesake = self.pki.certificate("namesake", subject=self.root.subject,
                                         base={"basicConstraints": "critical,CA:TRUE", "subjectKeyIdentifier": "hash"})

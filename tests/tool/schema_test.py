@@ -47,7 +47,7 @@ class SchemaTest(ToolTest):
         listed = re.findall(r"^  (\w+)", run("help", check=0).stdout.decode().split("options of")[0], flags=re.M)
         self.assertEqual(described, set(listed))
 
-    def test_EveryCommandWritesWhatIsDescribed(self):
+    def test_EveryCommandFollowsTheSchema(self):
         files = self.files_of_every_kind()
         token = files[1]
         succeeded = set()
@@ -105,14 +105,14 @@ class SchemaTest(ToolTest):
                 self.assertEqual([document["exit"] for document in documents], statuses)
                 self.assertEqual([document["id"] for document in documents], [1, [None, "x"], None, "y", None, None])
 
-    def test_ASubjectThatIsNoUtf8HasItsOctets(self):
+    def test_ASubjectThatIsNotUtf8HasItsOctets(self):
         name = os.fsencode(self.folder) + b"/latin\xe9"
         self.write(name, b"x")
         document = run_json("digest", name, check=0)
         self.assertEqual(bytes.fromhex(document["subject_hex"]), name)
         self.assertTrue(document["subject"].endswith("latin\\xe9"))
 
-    def test_WhatIsNoDocumentIsRefused(self):
+    def test_InvalidDocumentsAreRefused(self):
         self.files_of_every_kind()
         good = run_json("verify", self.document, "--insecure-any-signer", check=0)
 

@@ -179,7 +179,7 @@ class ServersTest(StampTest):
             ("no last chunk", says(CHUNKED + b"7\r\n" + GRANTED + b"\r\n"), 6),
         ))
 
-    def test_WhatIsNoReply(self):
+    def test_AnythingButAReply(self):
         self.over_http((
             ("another content type", says(b"HTTP/1.1 200 OK\r\nContent-Type: text/html\r\n\r\n<p>Hello"), 4, "text/html", "Hello"),
             ("no content type", says(b"HTTP/1.1 200 OK\r\n\r\nHello"), 4, "content type none", "Hello"),

@@ -27,7 +27,7 @@ class ShowTest(ToolTest):
         cls.token = os.path.join(cls.class_folder, "token")
         cls.write(cls.token, openssl("ts", "-reply", "-in", cls.reply, "-token_out"))
 
-    def test_KindsAreToldByStructure(self):
+    def test_KindsAreRecognisedByStructure(self):
         for path, kind in ((self.reply, "reply"), (self.request, "request"), (self.token, "token"),
                            (self.tsa, "certificate"), (self.refusal, "reply")):
             with self.subTest(kind=kind):
@@ -70,7 +70,7 @@ class ShowTest(ToolTest):
         self.assertIn("messageImprint", run("show", "--asn1", self.request, check=0).stdout.decode())
         self.assertIn("tbsCertificate", run("show", "--asn1", self.tsa, check=0).stdout.decode())
 
-    def test_WhatIsNoMessageIsStatus4AndTheOthersAreShown(self):
+    def test_AnInvalidMessageIsStatus4AndTheOthersAreShown(self):
         done = run("show", self.original, self.request)
         self.assert_error(done, 4, "original")
         self.assertIn(b": request\n", done.stdout)
@@ -133,12 +133,12 @@ class ShowTest(ToolTest):
         for wrong in (("--html", "--json"), ("--html", "--asn1"), ("-o", page)):
             self.assert_error(run("show", self.reply, *wrong), 2)
 
-    def test_WhatExtensionsSayIsShown(self):
+    def test_ContentsOfExtensionsAreShown(self):
         text = run("show", self.reply, check=0).stdout.decode()
         self.assertIn("extKeyUsage (2.5.29.37), critical: Time Stamping\n", text)
         self.assertIn("basicConstraints (2.5.29.19), critical: CA:FALSE\n", text)
 
-    def test_OctetsBehindAMessageAreMentioned(self):
+    def test_OctetsAfterAMessageAreMentioned(self):
         for path in (self.reply, self.request, self.token):
             with self.subTest(path):
                 self.assertNotIn("trailing_octets", run_json("show", path, check=0))

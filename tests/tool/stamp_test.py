@@ -96,7 +96,7 @@ class StampTest(ToolTest):
         with self.authority() as authority:
             run("stamp", self.document, env=environment(QEX_TSA_URL=authority.url), check=0)
 
-    def test_PolicyNonceAndCertificateAreAskedForAsTold(self):
+    def test_PolicyNonceAndCertificateFollowTheOptions(self):
         with self.authority() as authority:
             document = run_json("stamp", self.document, "--tsa", authority.url, "--policy", "1.2.3.4.5.6", "--no-nonce", check=0)
             self.assertEqual(verdicts(document)["policy"], "pass")
@@ -147,14 +147,14 @@ class StampTest(ToolTest):
             with self.subTest(answer=answer), Answering(answer) as server:
                 self.assert_error(run("stamp", self.document, "--socket", f"127.0.0.1:{server.port}", "--retry", "0"), status)
 
-    def test_NobodyListens(self):
+    def test_AClosedPort(self):
         port = closed_port()
         self.assert_error(run("stamp", self.document, "--tsa", f"http://127.0.0.1:{port}/", "--retry", "0"), 6, str(port))
         self.assert_error(run("stamp", self.document, "--socket", f"127.0.0.1:{port}", "--retry", "0"), 6, str(port))
         self.assert_error(run("stamp", self.document, "--tsa", "http://no-such-host.invalid/", "--retry", "0"), 6, "resolve")
         self.assert_error(run("stamp", self.document, "--socket", "no-such-host.invalid:318", "--retry", "0"), 6, "resolve")
 
-    def test_ASlowAuthorityIsNotWaitedForLongerThanTold(self):
+    def test_TheTimeOutEndsTheWaitForASlowAuthority(self):
         with self.authority("--delay", "10") as authority:
             for how in (("--tsa", authority.url), ("--socket", authority.socket)):
                 self.assert_error(run("stamp", self.document, *how, "--timeout", "300ms", "--retry", "0"), 6, "--timeout")
@@ -167,7 +167,7 @@ class StampTest(ToolTest):
         with self.authority() as authority:
             run("stamp", self.document, "--tsa", f"http://127.0.0.1:{closed_port()}/", "--tsa", authority.url, "--retry", "0", check=0)
 
-    def test_WhatIsNoReplyIsStatus4(self):
+    def test_AnInvalidReplyIsStatus4(self):
         for body in (b"hello", b"\x30\x03\x02\x01\x00", b"\x30\x80\x00"):
             with self.subTest(body=body), Answering(http_reply(body)) as server:
                 self.assert_error(run("stamp", self.document, "--tsa", server.url, "--retry", "0"), 4)
@@ -202,7 +202,7 @@ class StampTest(ToolTest):
             self.assertNotIn(b"secret", run("stamp", self.document, "--tsa",
                                             authority.url.replace("//", "//me:secret2@"), "--retry", "0").stderr)
 
-    def test_APasswordIsNotShownOfWhatIsNoAddress(self):
+    def test_APasswordInAnInvalidAddressIsNotShown(self):
         for address in ("me:secret@authority.invalid/", "https://me:secret@[authority/", "me:secret@"):
             done = run("stamp", self.document, "--tsa", address)
             self.assert_error(done, 2, "not an address")

@@ -78,7 +78,7 @@ class TacTest(ToolTest):
 
     # get
 
-    def test_TheCertificateIsTakenOutAsItStandsAlone(self):
+    def test_TheCertificateIsExtractedAsAnEncodingOfItsOwn(self):
         expected = attribute_certificate_of(self.read(self.named))
         self.assertEqual(expected[0], 0x30)
         self.assertEqual(run("tac", "get", self.named, check=0).stdout, expected)
@@ -94,7 +94,7 @@ class TacTest(ToolTest):
         run("tac", "check", self.first_version, check=0)
         self.assertEqual(run_json("tac", "get", self.first_version, "--ess", "v2", check=8)["code"], -15)
 
-    def test_WhatIsTakenOutVerifiesUnderItsIssuer(self):
+    def test_TheExtractedCertificateVerifiesUnderItsIssuer(self):
         body, _, signature = elements(elements(self.read(self.tac))[0][1])
         self.assertEqual(signature[0], BIT_STRING)
         self.write(self.path("body"), body[2])
@@ -122,7 +122,7 @@ class TacTest(ToolTest):
 
     # show
 
-    def test_ShowPrintsWhatTheAuthorityStated(self):
+    def test_ShowPrintsTheAuthoritysValues(self):
         document = run_json("tac", "show", self.named, check=0)
         stamped = run_json("show", self.named, check=0)["token"]["time"]
         metrics = document["timing_metrics"]
@@ -237,7 +237,7 @@ class TacTest(ToolTest):
         self.assertEqual((document["code"], verdicts(document)["belongs"]), (-6, "fail"))
         self.assertIn("signing-certificate", document["error"])
 
-    def test_WhatIsNoAttributeCertificateIsStatus4(self):
+    def test_AnInvalidAttributeCertificateIsStatus4(self):
         self.assert_error(run("tac", "check", self.named, "--tac", self.tsa), 4, "attribute certificate is needed")
         self.assert_error(run("tac", "check", self.tac), 4, "where a token is needed")
         self.assert_error(run("tac", "get", self.tac), 4, "where a token is needed")
@@ -268,7 +268,7 @@ class TacTest(ToolTest):
         run("verify", self.original, "--token", self.path("dropped"), "--tsa-cert", self.tsa, check=0)
         openssl("cms", "-verify", "-inform", "DER", "-in", self.path("dropped"), "-CAfile", self.ca, "-purpose", "timestampsign")
 
-    def test_ATokenWithoutAnyStaysAsItIs(self):
+    def test_ATokenWithoutAnyIsUnchanged(self):
         for source in (self.plain, self.plain + ".tsr"):
             self.assertEqual(run("rewrite", source, "--drop-attr-certs", check=0).stdout, self.read(self.plain))
         self.assertFalse(run_json("rewrite", self.plain, "--drop-attr-certs", check=0)["changed"])

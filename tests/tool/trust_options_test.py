@@ -138,7 +138,7 @@ class TrustOptionsTest(ChainTest):
         self.assert_passes(self.judged("--ca-file", self.root.path, "--tsa-cert", self.signer.path, *intermediate, token=token))
         self.assert_fails(self.judged("--ca-file", self.root.path, "--tsa-cert", self.signer.path, token=token), "chain", NO_CHAIN)
 
-    def test_NobodyIsTrustedByIntermediatesListsOrTimesAlone(self):
+    def test_IntermediatesListsAndTimesAloneEstablishNoTrust(self):
         path = self.pki.file(self.pki.revocation_list(self.root))
         for options in (("--untrusted", self.root.path), ("--crl", path), ("--at", "now")):
             with self.subTest(options[0]):
@@ -237,7 +237,7 @@ class BadInputTest(ChainTest):
                     self.assert_refused((3,), *self.with_root(option), option, self.path(name),
                                         words=("absent",) if name == "absent" else ())
 
-    def test_AGoodFileBesideABadOneDoesNotHideIt(self):
+    def test_AGoodFileNextToABadOneDoesNotHideIt(self):
         self.write(self.path("given"), self.contents["text"])
         lists = self.pki.file(self.pki.revocation_list(self.chain.root))
         root = ("--ca-file", self.chain.root.path)

@@ -69,7 +69,7 @@ class VerifyTest(ToolTest):
         self.assertRegex(document["token"]["time_as_received"], r"^\d{14}Z$")
         self.assertEqual("".join(re.findall(r"\d", document["token"]["time"])), document["token"]["time_as_received"][:-1])
 
-    def test_CertificatesAndTokensAreToldByStructure(self):
+    def test_CertificatesAndTokensAreRecognisedByStructure(self):
         der = openssl("x509", "-in", self.tsa, "-outform", "DER")
         self.write(self.path("tsa.der"), der)
         self.write(self.path("tsa.b64"), openssl("base64", data=der))
@@ -150,7 +150,7 @@ class VerifyTest(ToolTest):
         self.assertIn("imprint", document["error"])
         self.assertTrue(document["hint"])
 
-    def test_TheDigestStandsForTheFile(self):
+    def test_TheDigestReplacesTheFile(self):
         digest = openssl("dgst", "-sha256", "-binary", self.document).hex()
         token = ("--token", self.reply, "--tsa-cert", self.tsa)
         self.assertEqual(verdicts(run_json("verify", "--digest", digest, *token, check=0))["imprint"], "pass")
@@ -219,14 +219,14 @@ class VerifyTest(ToolTest):
         self.assert_error(done, 1, "does not verify")
         self.assertIn(b"fail  signature", done.stdout)
 
-    def test_WhatIsNoTokenIsStatus4(self):
+    def test_AnInvalidTokenIsStatus4(self):
         whole = self.read(self.reply)
         for data in (b"", b"hello", whole[:-10], whole[:100], b"\x30\x80" * 2000, self.read(self.tsa), self.read(self.document + ".tsq")):
             with self.subTest(data=data[:8], length=len(data)):
                 self.write(self.reply, data)
                 self.assert_error(run("verify", self.document, "--tsa-cert", self.tsa), 4, "report.txt.tsr")
 
-    def test_WhatTheLibraryWritesIsShownOnDemandOnly(self):
+    def test_TheLibrarysMessagesAreShownOnDemandOnly(self):
         self.write(self.reply, self.read(self.reply).replace(b"\x06\x09\x2a\x86\x48\x86\xf7\x0d\x01\x07\x02", b"\x06\x09\x2a\x86\x48\x86\xf7\x0d\x01\x07\x09"))
         self.assertNotIn(b"ERROR", run("verify", self.document, "--tsa-cert", self.tsa).stderr)
         self.assertIn(b"qex: library: ", run("verify", "-v", self.document, "--tsa-cert", self.tsa).stderr)
@@ -292,7 +292,7 @@ class VerifyTest(ToolTest):
         self.assertIn("a made-up one", document["library_messages"])
         self.assertNotIn("checks", document)
 
-    def test_AWorkerThatIsStoppedSaysWhatIsKnown(self):
+    def test_AStoppedWorkerIsReportedWithItsCause(self):
         def limited():
             import resource
             resource.setrlimit(resource.RLIMIT_CPU, (1, 60))
@@ -303,7 +303,7 @@ class VerifyTest(ToolTest):
                     env={**support.preloaded(support.FAILING_CHECK), "CHECK": how}, preexec_fn=limited, check=False)
                 self.assert_error(done, 70, "worker", words)
 
-    def test_ACheckThatRunsOutOfMemorySaysNothingOfTheToken(self):
+    def test_ACheckWithoutMemoryGivesNoVerdict(self):
         preloaded = support.preloaded(support.FAILING_CHECK)
         for code, asn1_error, status in ((-2, 0, 70), (-1, -27, 70), (-7, -27, 70), (-6, -27, 70), (-7, -26, 1)):
             with self.subTest(code=code, asn1_error=asn1_error):

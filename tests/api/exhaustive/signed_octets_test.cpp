@@ -47,7 +47,7 @@ void expect_covered(const PeerSample& sample) {
   }
 }
 
-TEST(SignedOctets, OfOtherMakersTokensEachCounts) {
+TEST(SignedOctets, OfOtherImplementationsTokensEachCounts) {
   int met = 0;
   for (const PeerSample& sample : Tokens()) {
     for (const char* one : {"token_rsa2048_sha256_v1.der", "token_dsa1024_160_sha1_v1.der",

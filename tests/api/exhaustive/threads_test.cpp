@@ -93,7 +93,7 @@ TEST(Threads, EveryExportIsAmongTheCalls) {
 }
 
 // Each thread has inputs and outputs of its own and goes through the calls from another one on.
-TEST(Threads, EachGetsWhatOneAloneGets) {
+TEST(Threads, EachGetsTheResultsOfASingleThread) {
   constexpr size_t kRounds = 8;
   const Silence silence;
   const std::vector<ExportCall> calls = ExportCalls();
@@ -127,7 +127,7 @@ void race_first_calls(const std::vector<ExportCall>& calls, uint32_t expected_sw
 }
 
 // Under either version of the signing-certificate attribute, which is chosen at its first use.
-TEST(Threads, FirstCallsOfTheProcessGiveWhatLaterOnesGive) {
+TEST(Threads, FirstCallsOfTheProcessGiveTheResultsOfLaterOnes) {
   InFreshProcess(nullptr, [] { race_first_calls(ExportCalls(), 0); });
   InFreshProcess("1", [] { race_first_calls(ExportCalls(), 1); });
 }

@@ -80,7 +80,7 @@ TEST(BignumModexp, ResultMayBeAnyOperand) {
   }
 }
 
-TEST(BignumModexp, ModulusWhoseSquareIsTooLargeIsRefused) {
+TEST(BignumModexp, ModulusWithATooLargeSquareIsRefused) {
   Big r;
   const Big one("1"), two("2"), three("3");
   // Odd: R^2 has 64 bits a word and one more. Even: only the products that occur count.

@@ -121,7 +121,7 @@ TEST(BignumPool, ASlotWithDigitsIsPreferredToALowerOneWithout) {
   EXPECT_EQ(take(pool, 256), made[1]);
 }
 
-TEST(BignumPool, FullPoolIsGivenAnotherDirectlyBehindTheFirst) {
+TEST(BignumPool, FullPoolGetsAnotherDirectlyAfterTheFirst) {
   Pool pool(96);
   for (int k = 0; k < 32; ++k) (void)take(pool, 96);
   const KXBN* n = take(pool, 96);

@@ -59,7 +59,7 @@ TEST(MD5, EmptyUpdateChangesNothing) {
   expect_nothing_from_empty_updates(kMD5);
 }
 
-TEST(MD5, InitBeginsAnew) {
+TEST(MD5, InitStartsAgain) {
   expect_init_to_begin_anew(kMD5);
 }
 

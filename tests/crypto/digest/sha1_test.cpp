@@ -53,7 +53,7 @@ TEST(SHA1, EmptyUpdateChangesNothing) {
   expect_nothing_from_empty_updates(kSHA1);
 }
 
-TEST(SHA1, InitBeginsAnew) {
+TEST(SHA1, InitStartsAgain) {
   expect_init_to_begin_anew(kSHA1);
 }
 
@@ -61,7 +61,7 @@ TEST(SHA1, UpdateOfMoreThanTwoToThe29Octets) {
   expect_long_update(kSHA1, "4e9e0cd421ea370b6042a7676544345507f3ffb6");
 }
 
-TEST(SHA1, UnfinishedBlockIsHeldAsWordsOfTheStandard) {
+TEST(SHA1, UnfinishedBlockIsHeldAsTheWordsOfTheStandard) {
   QEX_SHA1_CTX ctx;
   qex::SHA1Init(&ctx);
   qex::SHA1Update(&ctx, reinterpret_cast<const uint8_t*>("abcdefg"), 7);

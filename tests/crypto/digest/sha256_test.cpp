@@ -54,7 +54,7 @@ TEST(SHA256, EmptyUpdateChangesNothing) {
   expect_nothing_from_empty_updates(kSHA256);
 }
 
-TEST(SHA256, InitBeginsAnew) {
+TEST(SHA256, InitStartsAgain) {
   expect_init_to_begin_anew(kSHA256);
 }
 

@@ -63,7 +63,7 @@ TEST(SHA384, EmptyUpdateChangesNothing) {
   expect_nothing_from_empty_updates(kSHA384);
 }
 
-TEST(SHA384, InitBeginsAnew) {
+TEST(SHA384, InitStartsAgain) {
   expect_init_to_begin_anew(kSHA384);
 }
 
@@ -110,7 +110,7 @@ TEST(SHA512, EmptyUpdateChangesNothing) {
   expect_nothing_from_empty_updates(kSHA512);
 }
 
-TEST(SHA512, InitBeginsAnew) {
+TEST(SHA512, InitStartsAgain) {
   expect_init_to_begin_anew(kSHA512);
 }
 

@@ -74,7 +74,7 @@ struct Result {
   uint32_t code;
 };
 
-TEST(DsaParams, SeedsLeadWhereOtherMakersWereLed) {
+TEST(DsaParams, SeedsGiveTheParametersOfOtherImplementations) {
   const auto all = vectors();
   ASSERT_EQ(all.size(), 12u);
   for (const Vector& v : all) {

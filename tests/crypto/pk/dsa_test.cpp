@@ -88,7 +88,7 @@ Case fips() {
   return Case(vector_of("FIPS 186-2"));
 }
 
-TEST(DsaVerify, SignaturesOfOtherMakersAreValid) {
+TEST(DsaVerify, SignaturesOfOtherImplementationsAreValid) {
   const auto all = vectors();
   ASSERT_EQ(all.size(), 13u);
   for (const Vector& v : all) EXPECT_EQ(Case(v).outcome(), kValid) << v.at("Name");
@@ -169,7 +169,7 @@ TEST(DsaVerify, EmptyDigestIsTheNumberZero) {
   KXBN_free4(made.r, made.s, nullptr, nullptr);
 }
 
-TEST(DsaVerify, LengthOfADigestThatLiesIsThatOfItsArray) {
+TEST(DsaVerify, WrongLengthOfADigestIsThatOfItsArray) {
   Case c(vector_of("1200/600 sha512"));  // 75 octets would take part
   ASSERT_EQ(c.digest.length, 64u);
   for (const uint32_t length : {64u, 65u, 75u, 1000u, UINT32_MAX}) {
@@ -194,7 +194,7 @@ TEST(DsaVerify, NumbersOutOfRangeAreAnInvalidSignatureNotAnError) {
   }
 }
 
-TEST(DsaVerify, NegativeCongruentOfSIsNoSecondSignature) {
+TEST(DsaVerify, NegativeCongruentOfSIsInvalid) {
   Case c = fips();
   ASSERT_EQ(KXBN_sub(c.s, c.s, c.q), KXBN_OK);
   EXPECT_EQ(c.outcome(), kInvalid);
@@ -406,7 +406,7 @@ TEST(DsaSign, AllocationFailuresAreReportedAndLeaveNothing) {
   });
 }
 
-TEST(DsaCheckKey, KeysOfOtherMakersAreConsistent) {
+TEST(DsaCheckKey, KeysOfOtherImplementationsAreConsistent) {
   for (const Vector& v : vectors()) {
     const Case c(v);
     const DSAKey key = c.key();
@@ -441,7 +441,7 @@ TEST(DsaCheckKey, YOutsideOneToPMinusOneIsRefused) {
   }
 }
 
-TEST(DsaCheckKey, YThatIsNoPowerOfXIsRefusedWhenXIsThere) {
+TEST(DsaCheckKey, WrongYIsRefusedWhenXIsPresent) {
   Case c = fips();
   ASSERT_EQ(KXBN_setbit(c.y, 3, KXBN_testbit(c.y, 3) == 0), KXBN_OK);
   const DSAKey key = c.key();

@@ -158,7 +158,7 @@ TEST(RsaKeygen, DifferentNumbersGiveDifferentKeysTheSameGiveTheSame) {
   EXPECT_NE(test::hex_of(a.key.q), test::hex_of(c.key.q));
 }
 
-TEST(RsaKeygen, AuxiliaryPrimesHaveTheSizeThatTheStandardAsksFor) {
+TEST(RsaKeygen, AuxiliaryPrimesHaveTheSizeOfTheStandard) {
   // The first number that is drawn is the start of an auxiliary prime; the first failure shows its length.
   const struct {
     uint32_t bits, drawn;

@@ -48,7 +48,7 @@ std::string result_of(const RSAKey& key, const KXBN* input, KXBN_Pool* pool = nu
   return "code " + std::to_string(rc);
 }
 
-TEST(RsaPrivate, PlainAndRemainderTheoremGiveWhatOpensslGives) {
+TEST(RsaPrivate, PlainAndRemainderTheoremAgreeWithOpenssl) {
   ASSERT_EQ(vectors().size(), 7u);
   for (const Vector& v : vectors()) {
     const OwnedKey key(v);

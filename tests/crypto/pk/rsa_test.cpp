@@ -42,7 +42,7 @@ TEST(RsaPublic, RecoversTheBlocksOfOpensslSignatures) {
   }
 }
 
-TEST(RsaPublic, RawVerificationTellsRightFromWrong) {
+TEST(RsaPublic, RawVerificationDistinguishesRightFromWrong) {
   const auto vectors = test::read_vectors("rsa_verify.txt");
   ASSERT_FALSE(vectors.empty());
   for (const auto& v : vectors) {

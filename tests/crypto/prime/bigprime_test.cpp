@@ -106,13 +106,13 @@ TEST(TrialDivision, EverySmallPrimeIsSeen) {
   }
 }
 
-TEST(TrialDivision, NegativeNumbersAreNoPrimes) {
+TEST(TrialDivision, NegativeNumbersAreNotPrime) {
   for (const char* n : {"-1", "-2", "-3", "-d", "-1fffffffffffffff"}) {
     EXPECT_EQ(bigprime_trial_division(Big(n)), KXBN_NONPRIME) << n;
   }
 }
 
-TEST(MillerRabin, TellsPrimesFromComposites) {
+TEST(MillerRabin, DistinguishesPrimesFromComposites) {
   const auto vectors = test::read_vectors("primes.txt");
   ASSERT_GT(vectors.size(), 60u);
   SeededSource random(1);
@@ -122,7 +122,7 @@ TEST(MillerRabin, TellsPrimesFromComposites) {
   }
 }
 
-TEST(MillerRabin, TellsPrimesFromCompositesDownToTheSmallest) {
+TEST(MillerRabin, DistinguishesPrimesFromCompositesDownToTheSmallest) {
   SeededSource random(2);
   for (uint32_t n = 0; n < 3000; ++n) {
     ASSERT_EQ(bigprime_miller_rabin(Big(hex_of(n)), 20, &random, nullptr),
@@ -209,7 +209,7 @@ TEST(MillerRabin, CodeOfTheRandomSourceIsPassedUp) {
   EXPECT_EQ(bigprime_miller_rabin(prime, 2, nullptr, nullptr), KXBN_BADARG);
 }
 
-TEST(PrimeTest, TellsPrimesFromCompositesForEveryBound) {
+TEST(PrimeTest, DistinguishesPrimesFromCompositesForEveryBound) {
   SeededSource random(7);
   for (const auto& v : test::read_vectors("primes.txt")) {
     const uint32_t expected = v.at("Kind") == "prime" ? KXBN_OK : KXBN_NONPRIME;

@@ -35,7 +35,7 @@ TEST(JacobiSymbol, AgreesWithEulersCriterionForEachFactor) {
   EXPECT_EQ(seen.size(), 3u);
 }
 
-TEST(JacobiSymbol, OfAPrimeTellsTheSquares) {
+TEST(JacobiSymbol, OfAPrimeIdentifiesTheSquares) {
   for (const uint32_t p : {3u, 5u, 7u, 11u, 13u, 17u, 97u, 101u, 127u}) {
     std::set<uint32_t> squares;
     for (uint32_t x = 1; x < p; ++x) squares.insert(x * x % p);
@@ -120,7 +120,7 @@ TEST(LucasTest, EveryKnownPseudoprimePasses) {
   for (uint32_t n; list >> n;) EXPECT_EQ(bnlucas_test(Big(hex_of(n)), nullptr), KXBN_OK) << n;
 }
 
-TEST(LucasTest, TellsLargePrimesFromMostComposites) {
+TEST(LucasTest, DistinguishesLargePrimesFromMostComposites) {
   for (const auto& v : test::read_vectors("primes.txt")) {
     const bool passes = v.at("Kind") == "prime" || v.at("Kind").find("lucas") != std::string::npos;
     const uint32_t expected = passes ? KXBN_OK : KXBN_NONPRIME;

@@ -11,7 +11,7 @@ struct Row {
   const char* shown;
 };
 
-TEST(Escape, WhatSteersOrHidesIsWrittenOut) {
+TEST(Escape, SteeringAndHidingCharactersAreWrittenOut) {
   constexpr Row kRows[] = {
       {"plain", "plain"},
       {"\x1b[2J", "\\x1b[2J"},
@@ -60,7 +60,7 @@ TEST(Escape, QuotedTextIsShort) {
   EXPECT_LT(Quoted(std::string(10000, 'x')).size(), 200u);
 }
 
-TEST(Escape, Utf8IsTold) {
+TEST(Escape, Utf8IsRecognised) {
   EXPECT_TRUE(IsUtf8("caf\xC3\xA9\n"));
   EXPECT_TRUE(IsUtf8(""));
   EXPECT_FALSE(IsUtf8("\xE9"));

@@ -119,7 +119,7 @@ TEST(JudgeSigner, BothMustAgreeWhereBothCanCheck) {
   }
 }
 
-TEST(JudgeSigner, DoesNotVerifyIsNeverSaidOfWhatWasNotTried) {
+TEST(JudgeSigner, AnUntriedSignatureIsNeverCalledInvalid) {
   for (const Says library : {Says::NotTried, Says::Unread}) {
     EXPECT_EQ(judged(facts_of(Unsupported, library)).Find("signature")->text.find("does not verify"),
               std::string::npos);
@@ -167,7 +167,7 @@ TEST(JudgeSigner, PinsAddUp) {
   EXPECT_EQ(judged(facts, {}, Trust{}).Find("signer")->verdict, Verdict::Skip);
 }
 
-TEST(JudgeSigner, WhatOnlyTheLibraryReadsFails) {
+TEST(JudgeSigner, ATokenThatOnlyTheLibraryReadsFails) {
   Facts facts = facts_of({}, Says::Good);
   facts.strictStop = Stop{"strange", "", false, 0, 0};
   const Report report = judged(facts);

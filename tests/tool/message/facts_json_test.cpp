@@ -147,7 +147,7 @@ TEST(FactsJson, AMisspeltMemberIsRefused) {
   });
 }
 
-TEST(FactsJson, AMemberThatNobodyKnowsIsRefused) {
+TEST(FactsJson, AnUnknownMemberIsRefused) {
   const Json json = ToJson(full_facts());
   for_each_member(json, [&](const Json::json_pointer& member) {
     if (!json.at(member).is_object()) return;

@@ -68,7 +68,7 @@ TEST(Wire, TheGreatestNumbersFit) {
   EXPECT_TRUE(FromWire(octets("3bffffffffffffffff")).is_discarded());
 }
 
-TEST(Wire, WhatIsNoSuchEncodingIsRefused) {
+TEST(Wire, InvalidEncodingsAreRefused) {
   // Cut off, longer than announced, indefinite lengths, tags, floating-point numbers, reserved values, a name
   // that is not a text.
   for (const char* hex : {"",

@@ -90,14 +90,14 @@ TEST(StrictChain, WithoutTheRootThereIsNone) {
   EXPECT_EQ(chain.anchor, "");
 }
 
-TEST(StrictChain, ARootOfTheSameNameWithAnotherKeyIsNoAnchor) {
+TEST(StrictChain, ARootOfTheSameNameWithAnotherKeyIsNotAnAnchor) {
   Line line(0);
   const Certificate other = MakeRoot("Example Root", "ec:P-256/another");
   EXPECT_NE(line.chain([&](tool::Trust& trust) { trust.roots = {Item(other.der())}; }).result,
             ChainResult::Trusted);
 }
 
-TEST(StrictChain, AnIntermediateAloneIsNoAnchor) {
+TEST(StrictChain, AnIntermediateAloneIsNotAnAnchor) {
   Line line(1);
   const Chain chain = line.chain([&](tool::Trust& trust) { trust.roots = {Item(line.made[1].der())}; });
   EXPECT_EQ(chain.result, ChainResult::NotFound);
@@ -243,7 +243,7 @@ TEST(StrictChain, AnyPolicyOfTheWholePathWillDo) {
   EXPECT_EQ(judged(kOne, "").result, ChainResult::Constraints);
 }
 
-TEST(StrictChain, ACurveThatIsTooShortIsNoLinkAtAll) {
+TEST(StrictChain, ATooShortCurveNeverFormsALink) {
   Line line(1);
   line.plans[1].key = "ec:secp128r1/1";
   EXPECT_EQ(line.chain([](tool::Trust&) {}, true).result, ChainResult::Weak);
@@ -251,7 +251,7 @@ TEST(StrictChain, ACurveThatIsTooShortIsNoLinkAtAll) {
   EXPECT_EQ(line.chain([](tool::Trust&) {}, true).result, ChainResult::Trusted);
 }
 
-TEST(StrictChain, AForgedCertificateIsNoLink) {
+TEST(StrictChain, AForgedCertificateFormsNoLink) {
   Line line(1);
   line.make();
   CertificatePlan forged = line.plans[2];
@@ -307,7 +307,7 @@ TEST(StrictChain, AnUnknownSignatureAlgorithmIsNamedAsSuch) {
   }
 }
 
-TEST(StrictChain, TheRootsOwnSignatureIsNoMatter) {
+TEST(StrictChain, TheRootsOwnSignatureDoesNotMatter) {
   Line line(0);
   line.plans[0].digest = "SHA1";
   EXPECT_EQ(line.chain().result, ChainResult::Trusted);

@@ -74,7 +74,7 @@ TEST_F(KnownCertificatesTest, OneThatDoesNotDecodeStopsTheReader) {
   EXPECT_THROW(Read(token), Stop);
 }
 
-TEST_F(KnownCertificatesTest, WhatIsNotPlainlyEncodedIsLeftWhole) {
+TEST_F(KnownCertificatesTest, UnusualEncodingsAreLeftWhole) {
   const Octets token = plan.encode();
   EXPECT_FALSE(TakeApart({}));
   EXPECT_FALSE(TakeApart(der::concat(token, Octets{0})));

@@ -52,7 +52,7 @@ TEST(StrictReply, TheTokenIsTakenOutWhole) {
   EXPECT_FALSE(ReadReplyStrictly(reply(der::integer(0))).token);
 }
 
-TEST(StrictReply, WhatDoesNotBelongIsRefused) {
+TEST(StrictReply, ForeignPartsAreRefused) {
   const Octets good = reply(der::integer(0));
   EXPECT_THROW(ReadReplyStrictly(der::concat(good, good)), Stop);
   EXPECT_THROW(ReadReplyStrictly({}), Stop);

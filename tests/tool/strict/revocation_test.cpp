@@ -68,7 +68,7 @@ class StrictRevocation : public testing::Test {
   tool::Trust trust;
 };
 
-TEST_F(StrictRevocation, NothingIsSaidWithoutLists) {
+TEST_F(StrictRevocation, WithoutListsThereIsNoResult) {
   EXPECT_FALSE(Read(TokenPlan(signer).encode(), trust).revocation);
 }
 
@@ -115,7 +115,7 @@ TEST_F(StrictRevocation, NoListForTheSigner) {
             RevocationResult::NoList);
 }
 
-TEST_F(StrictRevocation, NoListForAnAuthorityIsSaidAndNoFault) {
+TEST_F(StrictRevocation, AMissingListForAnAuthorityIsReportedButNotAFault) {
   const Revocation revocation = judge({list()});
   EXPECT_EQ(revocation.result, RevocationResult::Good);
   EXPECT_NE(revocation.text.find("no list covers \"Example CA\""), std::string::npos) << revocation.text;
@@ -130,7 +130,7 @@ TEST_F(StrictRevocation, AListThatEndedBeforeTheTimeIsStale) {
 }
 
 // The reason may have become a graver one since.
-TEST_F(StrictRevocation, AStaleListLeavesOpenWhetherTheTokenStands) {
+TEST_F(StrictRevocation, AStaleListLeavesTheTokenOpen) {
   trust.time = tool::TrustTime::Now;
   EXPECT_EQ(judge({list({{17, kGenTime + 1, 4}})}).result, RevocationResult::ListStale);
   EXPECT_EQ(judge({list({{17, kGenTime + 1, 1}})}).result, RevocationResult::Revoked);
@@ -159,7 +159,7 @@ TEST_F(StrictRevocation, ARevocationInAnyListCounts) {
   EXPECT_EQ(judge({late, early}).result, RevocationResult::Revoked);
 }
 
-TEST_F(StrictRevocation, AHoldIsOverWhenALaterListSaysSo) {
+TEST_F(StrictRevocation, ALaterListMayEndAHold) {
   const Octets held = list({{17, kGenTime - kDay, 6}});
   const Octets released = list({}, kGenTime + kDay, kGenTime + 2 * kDay);
   EXPECT_EQ(judge({held}).result, RevocationResult::Revoked);
@@ -196,7 +196,7 @@ TEST_F(StrictRevocation, ARootThatRevokesItselfCounts) {
 }
 
 // The root does not need its own list: it is trusted by decision.
-TEST_F(StrictRevocation, AStaleListForTheRootAloneIsNoFault) {
+TEST_F(StrictRevocation, AStaleListForTheRootAloneIsNotAFault) {
   signer = MakeSigner(root);
   const Octets onlyUsers = der::sequence(der::context_primitive(1, Octets{0xFF}));
   const Octets onlyAuthorities = der::sequence(der::context_primitive(2, Octets{0xFF}));
@@ -228,7 +228,7 @@ TEST_F(StrictRevocation, ARevocationInAPartialListCounts) {
   }
 }
 
-TEST_F(StrictRevocation, AListOfSomeReasonsDoesNotProveThatTheTokenStands) {
+TEST_F(StrictRevocation, AListOfSomeReasonsDoesNotClearTheToken) {
   const Octets partial = scoped_list(kSomeReasons, {{17, kGenTime + 1, 4}});
   EXPECT_EQ(judge({partial}).result, RevocationResult::NoList);
   EXPECT_EQ(judge({partial, list({{17, kGenTime + 1, 4}})}).result, RevocationResult::Stands);
@@ -249,7 +249,7 @@ TEST_F(StrictRevocation, TheIssuerOfAnEntryHoldsForThoseAfterIt) {
   EXPECT_EQ(judge({scoped_list(kIndirect, {others, own, back}), list()}).result, RevocationResult::Revoked);
 }
 
-TEST_F(StrictRevocation, AnIndirectListOfAnotherIssuerIsSaidNotToBeUsed) {
+TEST_F(StrictRevocation, AnIndirectListOfAnotherIssuerIsReportedAsUnused) {
   ListPlan plan;
   plan.issuer = &root;
   plan.entries = {{17, kGenTime - 1, 1, {}, &authority}};
@@ -409,7 +409,7 @@ TEST_F(StrictRevocation, AListOfChangesCountsForWhoIsInIt) {
   EXPECT_EQ(judge({MakeList(changes), list()}).result, RevocationResult::Revoked);
 }
 
-TEST_F(StrictRevocation, AnIssuerWithoutTheUsageForListsIsNoIssuerOfOne) {
+TEST_F(StrictRevocation, AnIssuerWithoutTheUsageForListsCannotIssueOne) {
   CertificatePlan plan;
   plan.subject = "Example CA";
   plan.key = "ec:P-256/ca";

@@ -79,7 +79,7 @@ TEST_F(StrictRobustness, DeepNestingAndGreatLengthsAreRefused) {
       Stop);
 }
 
-TEST_F(StrictRobustness, EmptyPartsAreNoHarm) {
+TEST_F(StrictRobustness, EmptyPartsAreHarmless) {
   TokenPlan plan(MakeSigner(root));
   plan.certificates = std::vector<Octets>{};
   plan.attributes = std::vector<Octets>{};
@@ -91,7 +91,7 @@ TEST_F(StrictRobustness, EmptyPartsAreNoHarm) {
   read_any(plan.encode());
 }
 
-TEST_F(StrictRobustness, NothingIsLeftBehind) {
+TEST_F(StrictRobustness, NothingLeaks) {
   tool::ReadStrictly(token, trust, false);
   EXPECT_THROW(tool::ReadStrictly(Octets(100, 0x30), trust, false), Stop);
   const long before = LiveBlocks();
@@ -103,7 +103,7 @@ TEST_F(StrictRobustness, NothingIsLeftBehind) {
 }
 
 // Each allocation of libcrypto fails once, then all from one on: that never counts as a "no".
-TEST_F(StrictRobustness, WantOfMemoryIsNoVerdict) {
+TEST_F(StrictRobustness, LackOfMemoryIsNotAVerdict) {
   for (const size_t fail : {size_t{1}, SIZE_MAX}) {
     for (size_t allowed = 0;; ++allowed) {
       size_t refused = 0;

@@ -109,7 +109,7 @@ TEST(StrictSignature, AChangedContentIsInvalid) {
   EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Invalid);
 }
 
-TEST(StrictSignature, AttributesInAnotherOrderThanThatOfDerVerifyAsTheyStand) {
+TEST(StrictSignature, AttributesInAnotherOrderThanThatOfDerVerifyUnsorted) {
   TokenPlan plan(MakeSigner(MakeRoot()));
   const Octets content = plan.info.encode();
   plan.attributes = {Attribute(kMessageDigestAttribute, {der::octet_string(Hash("SHA256", content))}),
@@ -177,7 +177,7 @@ TEST(StrictSignature, PssWithOtherParametersThanSignedIsInvalid) {
   }
 }
 
-TEST(StrictSignature, ANegativeSaltLengthIsNotTakenForNone) {
+TEST(StrictSignature, ANegativeSaltLengthDoesNotReadAsAbsent) {
   TokenPlan plan = pss_plan("rsa:2048", "SHA256", "SHA256", 0);
   EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Valid);
   plan.signature_parameters = pss_parameters("SHA256", "SHA256", -1);
@@ -212,7 +212,7 @@ TEST(StrictSignature, UnknownAlgorithmsAreNamedAndNotTried) {
   EXPECT_NE(signature.reason.find("1.2.3.4.5"), std::string::npos);
 }
 
-TEST(StrictSignature, ADigestIsNoSignatureAlgorithm) {
+TEST(StrictSignature, ADigestIsNotASignatureAlgorithm) {
   TokenPlan plan(MakeSigner(MakeRoot()));
   plan.signature_algorithm = kSha256;
   EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Unsupported);

@@ -314,7 +314,7 @@ TEST_F(StrictSigner, ExtensionsAreDescribedOnALineEach) {
   EXPECT_TRUE(tool::DescribeExtensions(Octets{0x30, 0x00}).empty());
 }
 
-TEST_F(StrictSigner, WhatIsTrustedMustBeReadable) {
+TEST_F(StrictSigner, TrustedCertificatesMustBeReadable) {
   const Octets good = signer.der();
   const auto refused = [](tool::Trust& trust, std::vector<tool::TrustItem>& items, const Octets& octets) {
     items = {{"first.pem", octets}};

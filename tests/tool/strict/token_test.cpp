@@ -63,7 +63,7 @@ TEST_F(StrictToken, TimeIsKeptAsReceived) {
   }
 }
 
-TEST_F(StrictToken, WhatIsNoTokenIsRefused) {
+TEST_F(StrictToken, AnythingButATokenIsRefused) {
   const Octets token = plan.encode();
   EXPECT_NE(stop_of({}), "");
   EXPECT_NE(stop_of(der::sequence(der::oid(kData), der::context(0, der::octet_string({1})))), "");
@@ -153,7 +153,7 @@ TEST_F(StrictToken, TsaNameIsTheSubjectOrAnAlternativeName) {
   EXPECT_FALSE(Read(plan.encode()).structure.tsaNameFits);
 }
 
-TEST_F(StrictToken, RevocationValuesOfOtherKindsAreNoObstacle) {
+TEST_F(StrictToken, RevocationValuesOfOtherKindsAreHarmless) {
   // RFC 5940: OCSP responses are in crls as [1] with an identifier.
   plan.lists = {der::context(1, der::oid("1.3.6.1.5.5.7.16.2"), der::sequence(der::integer(1)))};
   EXPECT_EQ(Read(plan.encode()).signature.result, SignatureResult::Valid);
@@ -180,7 +180,7 @@ TEST(StrictSamples, AllVerify) {
 }
 
 // Tokens with parts for which the library has no type, whole and damaged.
-TEST(StrictSamples, WhatTheLibraryCannotReadIsJudged) {
+TEST(StrictSamples, TokensThatTheLibraryCannotReadAreJudged) {
   size_t damaged = 0;
   for (const PeerSample& sample : Records("bouncycastle_strict", "token_", 41)) {
     SCOPED_TRACE(sample["Name"]);
