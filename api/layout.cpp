@@ -1,7 +1,7 @@
 // The layout of the public records: programs are compiled against these sizes and offsets, so none may
 // change.
 //
-// Every record of qex.h stands here with all of its members, in the order of the header.
+// Every record of qex.h is listed with all of its members, in the order of the header.
 #include <cstddef>
 #include <limits>
 

@@ -1,6 +1,6 @@
 // Object identifiers as text, and texts as object identifiers.
 //
-// Callers compare these texts and keep these octets, so what looks odd in them stays as it is and is marked.
+// Callers compare these texts and keep these octets, so oddities remain and are marked.
 #include "api/oid_text.h"
 
 #include <charconv>
@@ -43,7 +43,7 @@ bool is_dotted_text(std::string_view text) {
          text.front() != '.' && text.back() != '.' && text.find("..") == text.npos;
 }
 
-// next_arc takes the arc in front of `*rest` and the dot behind it off.
+// next_arc removes the first arc of `*rest` and the dot after it.
 std::string_view next_arc(std::string_view* rest) {
   const std::string_view arc = rest->substr(0, rest->find('.'));
   rest->remove_prefix(std::min(rest->size(), arc.size() + 1));
@@ -74,7 +74,7 @@ size_t append_arc(uint32_t arc, uint8_t* out) {
 
 uint32_t TextToOid(const char* text, uint8_t* contents) {
   if (text == nullptr) return 0;
-  // One character more than the longest text tells that it is too long; the rest is not looked at.
+  // One character more than the longest text shows that it is too long; the rest is not read.
   const void* terminator = std::memchr(text, 0, kMaxOidText + 1);
   if (terminator == nullptr) return 0;
   std::string_view rest(text, size_t(static_cast<const char*>(terminator) - text));

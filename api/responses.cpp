@@ -64,8 +64,8 @@ std::string_view without_blanks_in_front(std::string_view s) {
   return s;
 }
 
-// signed_number reads the number in front of `s`, which may have a minus sign; no digits are 0.
-// What 32 bits do not hold becomes the nearest value that they do.
+// signed_number reads the number at the start of `s`, which may have a minus sign; no digits are 0. A number
+// outside 32 bits becomes the nearest value inside.
 int32_t signed_number(std::string_view s) {
   int32_t value = 0;
   const auto read = std::from_chars(s.data(), s.data() + s.size(), value);
@@ -90,7 +90,7 @@ struct HttpHead {
 
 // status_line reads the status code; false when the line ends before it.
 bool status_line(HttpLines lines, HttpHead* head) {
-  constexpr size_t kVersionAt = 5;  // behind "HTTP/"
+  constexpr size_t kVersionAt = 5;  // after "HTTP/"
   lines.skip(kVersionAt);
   std::string_view line = lines.line();
   line.remove_prefix(std::min(line.find_first_of(kBlanks), line.size()));

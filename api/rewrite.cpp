@@ -13,8 +13,8 @@
 namespace qex {
 namespace {
 
-// set_content_type stores an own copy of `type`, which the release of the token frees; false when
-// memory is out.
+// set_content_type stores a copy of `type`, which the release of the token frees; false when an allocation
+// fails.
 bool set_content_type(EncapsulatedContentInfo* content, const AsnOid& type) {
   auto* octets = static_cast<uint8_t*>(AsnAlloc(type.count));
   if (octets == nullptr) return false;
@@ -81,11 +81,11 @@ int32_t QEX_RemoveAttrCerts(const uint8_t* token, uint32_t tokenLength, uint8_t*
   if (signedData != nullptr && remove_attribute_certificates(signedData->certificates)) {
     return write_token(contentInfo.value, out, outLength);
   }
-  // Nothing to remove: the token goes out as it came in, byte for byte.
+  // Nothing to remove: the token is copied byte for byte.
   const uint32_t capacity = *outLength;
   *outLength = tokenLength;
   if (capacity < tokenLength) return QEX_E_SIZE;
-  // Deliberate: in place there is nothing to hand out, which is told from a copy by the code.
+  // Deliberate: in place there is nothing to copy, which has a code of its own.
   if (out == token) return QEX_E_MISSING;
   std::memmove(out, token, tokenLength);
   return QEX_OK;

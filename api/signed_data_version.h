@@ -1,4 +1,4 @@
-// The version number of SignedData, which follows from what it holds (RFC 5652 section 5.1).
+// The version number of SignedData, which follows from its contents (RFC 5652 section 5.1).
 #pragma once
 
 #include "asn1/cms.h"

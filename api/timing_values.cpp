@@ -1,4 +1,4 @@
-// Conversion of time values, and the civil calendar behind it.
+// Conversion of time values, with the civil calendar.
 #include "api/timing_values.h"
 
 #include <cstdint>

@@ -4,9 +4,9 @@
 //   compute.mul(product, a, b).mod(r, product, m);
 //   return compute.code();
 //
-// A step is an operation of bignum.h. The first one that fails is the last one carried out: what follows
-// does nothing, and code() is the code of the failure. After a failure numbers may be null or have lost
-// their value, so ok() comes before anything that looks at one: a loop, a branch, a word of its digits.
+// A step is an operation of bignum.h. After the first failing step the others do nothing, and code() is the
+// code of that failure. After a failure numbers may be null or have lost their value, so check ok() before
+// reading one: in a loop, a branch, a word of its digits.
 #pragma once
 
 #include "crypto/bignum/bignum.h"

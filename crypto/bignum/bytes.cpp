@@ -7,7 +7,7 @@ namespace {
 
 enum class Order { kBigEndian, kLittleEndian };
 
-// position returns where the octet of weight 256^i stands.
+// position returns the place of the octet of weight 256^i.
 size_t position(size_t i, size_t length, Order order) {
   return order == Order::kBigEndian ? length - 1 - i : i;
 }

@@ -131,17 +131,17 @@ inline Digit mont_inverse(Digit m0, uint32_t mPrime) {
   return x;
 }
 
-// mont_subtract: r[0..n) = t - m when t >= m, else t, for the n + 1 digits t = top:t[0..n) < 2m.
-// r and t lie apart.
+// mont_subtract: r[0..n) = t - m when t >= m, else t, for the n + 1 digits t = top:t[0..n) < 2m. r and t do
+// not overlap.
 template <class Digit>
 inline void mont_subtract(uint32_t* r, const uint32_t* t, Digit top, const uint32_t* m, size_t n) {
   const Digit borrow = sub<Digit>(r, t, m, n, 0);
   if (top < borrow) std::memcpy(r, t, n * sizeof(Digit));
 }
 
-// mont_reduce_two: two rows of the reduction in one pass, for n >= 2. q0 clears digit 0 and q1
-// digit 1; q1 follows at once behind q0, so that the two carries run side by side. `top`, 0
-// or 1, is what lies above digit n before and above digit n + 1 after.
+// mont_reduce_two: two rows of the reduction in one pass, for n >= 2. q0 clears digit 0 and q1 digit 1; q1
+// follows directly after q0, so that the two carries run side by side. `top`, 0 or 1, is the part above digit
+// n before and above digit n + 1 after.
 template <class Digit>
 inline Digit mont_reduce_two(uint32_t* row, const uint32_t* m, size_t n, Digit inverse, Digit top) {
   using Wide = DoubleOf<Digit>;
@@ -164,10 +164,9 @@ inline Digit mont_reduce_two(uint32_t* row, const uint32_t* m, size_t n, Digit i
   return high<Digit>(t);
 }
 
-// mont_reduce_rows: r = t / B^n mod m, for t < m * B^n in area[0..2n), which is used up.
-// Row i adds the multiple of m that clears digit i. After it the area holds less than
-// (m * B^n + m * B^(i+1)), so what lies above digit i + n is 0 or 1: `top`.
-// r lies apart from the area and from m.
+// mont_reduce_rows: r = t / B^n mod m, for t < m * B^n in area[0..2n), which is overwritten. Row i adds the
+// multiple of m that clears digit i. After it the area holds less than (m * B^n + m * B^(i+1)), so the part
+// above digit i + n is 0 or 1: `top`. r does not overlap the area or m.
 template <class Digit>
 inline void mont_reduce_rows(uint32_t* r, uint32_t* area, const uint32_t* m, size_t n, Digit inverse) {
   Digit top = 0;
@@ -240,15 +239,15 @@ inline void add_two_rows(uint32_t* area, const uint32_t* a, size_t n, size_t i) 
   store<Digit>(area, i + n + 1, high<Digit>(u));
 }
 
-// square_vector: area[0..2n) = a[0..n)^2. Every product of two different digits is
-// added once; one pass then doubles the sum and adds the squares. a lies apart.
+// square_vector: area[0..2n) = a[0..n)^2. Every product of two different digits is added once; one pass then
+// doubles the sum and adds the squares. a does not overlap the area.
 template <class Digit>
 inline void square_vector(uint32_t* area, const uint32_t* a, size_t n) {
   using Wide = DoubleOf<Digit>;
   std::memset(area, 0, n * sizeof(Digit));
   size_t row = 0;
   for (; row + 2 <= n; row += 2) add_two_rows<Digit>(area, a, n, row);
-  if (row < n) store<Digit>(area, 2 * n - 1, 0);  // nothing stands above the last digit
+  if (row < n) store<Digit>(area, 2 * n - 1, 0);  // there is nothing above the last digit
   Digit bit = 0;                                  // shifted out of the digit below
   Digit carry = 0;
   for (size_t i = 0; i < n; ++i) {

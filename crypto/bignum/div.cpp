@@ -29,9 +29,9 @@ Divisor normalise(const KXBN* d) {
   return {d->digits, length, top, shift, uint32_t(pair << shift >> 32)};
 }
 
-// estimate returns a quotient word for the dividend words u2:u1:u0, where u2 lies above
-// the divisor's top word and is no greater than it. It is at most 2 too large; where
-// the true quotient is more than a word it is the largest word.
+// estimate returns a quotient word for the dividend words u2:u1:u0, where u2 is one place above the divisor's
+// top word and no greater than it. It is at most 2 too large; where the true quotient is more than a word it
+// is the largest word.
 uint32_t estimate(const Divisor& d, uint32_t u2, uint32_t u1, uint32_t u0) {
   const auto hi = uint32_t((uint64_t{u2} << 32 | u1) << d.shift >> 32);
   const auto lo = uint32_t((uint64_t{u1} << 32 | u0) << d.shift >> 32);
@@ -97,7 +97,7 @@ uint32_t KXBN_divrem(KXBN* q, KXBN* a, const KXBN* d) {
   const bool negative_d = is_negative(d);
   const bool differ = is_negative(a) != negative_d;
 
-  // All the room first, so that what follows cannot fail half way.
+  // All allocations first, so that no later step can fail half way.
   const uint32_t la = a->used;
   const uint32_t lq = quotient_words(la, divisor.length);
   if (const uint32_t rc = KXBN_reserve(a, divisor.length)) return rc;

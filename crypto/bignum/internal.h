@@ -1,4 +1,4 @@
-// What the sources of the big numbers share among themselves and with their tests.
+// Shared by the sources of the big numbers and their tests.
 #pragma once
 
 #include "crypto/bignum/bignum.h"
@@ -7,9 +7,9 @@ namespace qex {
 
 inline constexpr uint32_t kMaxWords = kMaxBits / 32;
 
-// A result is formed before its size is known to the word: a sum needs one word more
-// than its operands, a product through a temporary two. Arrays may be that much longer
-// than the largest number; KXBN_finish refuses what then uses the excess.
+// A result is formed before its exact size is known: a sum needs one word more than its operands, a product
+// through a temporary two. Arrays may be that much longer than the largest number; KXBN_finish refuses a
+// result that uses the excess.
 inline constexpr uint32_t kSlackWords = 2;
 
 // KXBN_reserve gives `n` room for `words` words and keeps its value. Codes: 1 above kMaxWords +
@@ -23,8 +23,8 @@ inline constexpr uint32_t kSlackWords = 2;
 // KXBN_trim does the same to a number that cannot have grown.
 void KXBN_trim(KXBN* n);
 
-// KXBN_pad makes n exactly `words` words by zeros at its top; it is no longer than that before.
-// Codes: those of KXBN_reserve.
+// KXBN_pad extends n with top zeros to exactly `words` words; it must not be longer before. Codes: those of
+// KXBN_reserve.
 [[nodiscard]] uint32_t KXBN_pad(KXBN* n, uint32_t words);
 
 // KXBN_odd_multiple looks for a multiple of the odd number m by an odd factor whose bit length is a

@@ -1,7 +1,7 @@
 // Big numbers: Montgomery exponentiation with a sliding window (HAC 14.94, 14.85).
 //
-// With R = 2^(32n), n being the words of the modulus or one more, x stands in Montgomery form as x * R mod m.
-// All numbers here are padded to n words, as the kernels want them.
+// With R = 2^(32n), n being the words of the modulus or one more, the Montgomery form of x is x * R mod m.
+// All numbers here are padded to n words, as the kernels require.
 #include <algorithm>
 
 #include "crypto/bignum/arithmetic.h"

@@ -7,8 +7,8 @@
 
 namespace qex {
 
-// Number owns one number, or none, and frees it on every path. It stands for the record wherever an
-// operation takes one; without a number it is null.
+// Number owns one number, or none, and frees it on every path. Pass it wherever an operation takes the
+// record; without a number it is null.
 class Number {
  public:
   Number() = default;

@@ -1,8 +1,8 @@
-// What the digests share between the caller's octets and their block functions: the
-// count of the message, the gathering of whole blocks, and the padding of the last one.
+// Shared by the digests, between the caller's octets and their block functions: the count of the message, the
+// gathering of whole blocks, and the padding of the last one.
 //
-// Between calls `fill` is below the block length. `compress` is called as
-// compress(data, blocks) with at least one block.
+// Between calls `fill` is below the block length. `compress` is called as compress(data, blocks) with at
+// least one block.
 #pragma once
 
 #include <cstddef>
@@ -24,9 +24,8 @@ inline void AddByteCount(uint32_t* low, uint32_t* high, uint32_t length) {
   if (*low < length) ++*high;
 }
 
-// AbsorbOctets takes `length` octets in. Whole blocks go to `compress` straight from the
-// caller's memory, at any address; only what begins or ends inside a block is copied.
-// `data` may be null when `length` is 0.
+// AbsorbOctets adds `length` octets. Whole blocks go to `compress` straight from the caller's memory, at any
+// address; only parts of blocks are copied. `data` may be null when `length` is 0.
 template <size_t kBlock, class Compress>
 void AbsorbOctets(uint8_t (&buffer)[kBlock], uint32_t* fill, const uint8_t* data, size_t length,
                   const Compress& compress) {
@@ -50,8 +49,8 @@ void AbsorbOctets(uint8_t (&buffer)[kBlock], uint32_t* fill, const uint8_t* data
   *fill = uint32_t(rest);
 }
 
-// CloseLastBlock appends the octet 0x80, zeros, and the encoded message length at the end of
-// a block: of this block if the length still fits behind the 0x80, otherwise of one more.
+// CloseLastBlock appends the octet 0x80, zeros, and the encoded message length at the end of a block: of this
+// block if the length still fits after the 0x80, otherwise of one more.
 template <size_t kBlock, size_t kLength, class Compress>
 void CloseLastBlock(uint8_t (&buffer)[kBlock], uint32_t fill, const uint8_t (&messageLength)[kLength],
                     const Compress& compress) {

@@ -1,8 +1,8 @@
 // SHA-1 by the names and steps of FIPS 180-4, section 6.1.
 //
-// The unfinished block is held as sixteen words, not as octets. On a little-endian machine
-// octet i of the block therefore lies at octet i XOR 3 of the record; put_octet says it by
-// value, so that the words are right on any machine.
+// The unfinished block is held as sixteen words, not as octets. On a little-endian machine octet i of the
+// block is therefore octet i XOR 3 of the record; put_octet works by value, so that the words are right on
+// any machine.
 #include "crypto/digest/sha1.h"
 
 #include <bit>
@@ -34,8 +34,8 @@ struct Chain {
   uint32_t a, b, c, d, e;
 };
 
-// run_quarter makes the twenty steps that share one function and one constant. From step 16 on
-// the schedule replaces w[t mod 16] by W_t; the words of older steps are no longer needed.
+// run_quarter runs the twenty steps that share one function and one constant. From step 16 on the schedule
+// replaces w[t mod 16] by W_t; the words of older steps are no longer needed.
 template <size_t kQuarter, class Mix>
 inline void run_quarter(Chain& v, uint32_t (&w)[16], Mix mix) {
 #pragma GCC unroll 20

@@ -49,8 +49,8 @@ struct Chain {
   uint32_t a, b, c, d, e, f, g, h;
 };
 
-// run_rounds makes the rounds `first` to `first` + 15. W_t stands at w[t mod 16]; in all but
-// the first sixteen it is made here, from words that are not yet overwritten.
+// run_rounds runs the rounds `first` to `first` + 15. W_t is in w[t mod 16]; in all but the first sixteen it
+// is computed here, from words that are not yet overwritten.
 template <bool kExtend>
 inline void run_rounds(Chain& v, uint32_t (&w)[16], size_t first) {
 #pragma GCC unroll 16

@@ -67,8 +67,8 @@ struct Chain {
   uint64_t a, b, c, d, e, f, g, h;
 };
 
-// run_rounds makes the rounds `first` to `first` + 15. W_t stands at w[t mod 16]; in all but
-// the first sixteen it is made here, from words that are not yet overwritten.
+// run_rounds runs the rounds `first` to `first` + 15. W_t is in w[t mod 16]; in all but the first sixteen it
+// is computed here, from words that are not yet overwritten.
 template <bool kExtend>
 inline void run_rounds(Chain& v, uint64_t (&w)[16], size_t first) {
 #pragma GCC unroll 16
@@ -136,7 +136,7 @@ void SHA512Init(QEX_SHA512_CTX* ctx) {
 }
 
 void SHA512Update(QEX_SHA512_CTX* ctx, const uint8_t* data, uint32_t length) {
-  // Deliberate: what wraps out of the 64-bit count is lost; the extension stays as Init left it.
+  // Deliberate: overflow of the 64-bit count is lost; the extension keeps its value from Init.
   AddByteCount(&ctx->byteCountLow, &ctx->byteCountHigh, length);
   AbsorbOctets(ctx->buffer, &ctx->fill, data, length, compressor(ctx));
 }

@@ -17,13 +17,13 @@ constexpr uint32_t kExtraBits = 64;
 
 // digest_number makes z of the leftmost octets of the digest.
 //
-// Deliberate: whole octets of q's length, rounded down, also where it is no multiple of 8 bits.
+// Deliberate: whole octets of q's length, rounded down, even if its bits are not a multiple of 8.
 [[nodiscard]] uint32_t digest_number(KXBN** z, const DigestBuf* digest, const KXBN* q, KXBN_Pool* pool) {
   const uint32_t length = std::min(digest->length, uint32_t{sizeof digest->octets});
   return KXBN_frombytes(z, digest->octets, std::min(KXBN_bits(q) / 8, length), pool);
 }
 
-// in_range tells whether 0 < n < bound.
+// in_range returns whether 0 < n < bound.
 bool in_range(const KXBN* n, const KXBN* bound) {
   return KXBN_test(n, KXBN_IS_POSITIVE) != 0 && KXBN_cmp(n, bound) < 0;
 }
@@ -103,7 +103,7 @@ uint32_t dsa_sign_int(const KXBN* z, const DSAKey* key, const KXBN* k, KXBN_Pool
   if (!compute.ok()) return compute.code();
   if (is_zero(r) || is_zero(s)) return KXBN_NONPRIME;
 
-  // What can fail comes first, so that no half of a new signature is left.
+  // Steps that can fail come first, so that no half of a new signature remains.
   if (!compute.call(store_value, sig->r, r).call(store_value, sig->s, s).ok()) return compute.code();
   store(&sig->r, r);
   store(&sig->s, s);

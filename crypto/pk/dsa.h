@@ -60,8 +60,8 @@ enum DSA_Result : uint32_t {
 [[nodiscard]] uint32_t dsa_sign_int(const KXBN* z, const DSAKey* key, const KXBN* k, KXBN_Pool* pool,
                                     DSASig* sig);
 
-// dsa_check_key returns 0 for a consistent key: 0 < x < q, y = g^x mod p and 0 < y < p. What concerns an
-// absent x or y is left out. Codes: 1 for any other key; those of KXBN_modexp.
+// dsa_check_key returns 0 for a consistent key: 0 < x < q, y = g^x mod p and 0 < y < p. Conditions on an
+// absent x or y are skipped. Codes: 1 for any other key; those of KXBN_modexp.
 [[nodiscard]] uint32_t dsa_check_key(const DSAKey* key, KXBN_Pool* pool);
 
 }  // namespace qex

@@ -7,7 +7,7 @@
 
 namespace qex {
 
-// What is asked for.
+// The demand on the parameters.
 struct DSAParams {
   uint32_t L;             // bits of p: 512 or more, a multiple of 64, other than N
   uint32_t N;             // bits of q: 160, 224, 256, 384 or 512; 0: as many as the digest has
@@ -18,7 +18,7 @@ struct DSAParams {
   const HashInfo* qhf;    // digest; null: SHA-1
 };
 
-// What the parameters were made from.
+// The evidence: the values from which the parameters were made.
 struct DSAEvidence {
   KXBN* seed;
   uint32_t counter;
@@ -26,12 +26,12 @@ struct DSAEvidence {
 };
 
 // dsa_generate_params stores new numbers p, q and g in `key`, with x and y null, and in `evidence`, unless it
-// is null, what they were made from. The random source serves the primality tests too. Asserts
-// "sizeof(hashctx) >= hi->ctxsz", that a digest for a q of 160 bits has 160, and that any other has at
-// least as many bits as q. Codes: 1 for a demand outside the ranges above, a seed that is
-// negative or longer than seedBits, and without a random source; 5 when the given seed leads to no
-// prime q, or to no prime p up to the last counter, or when the random source keeps giving such
-// seeds; the source's own; 1, 3. All numbers are then null.
+// is null, the values from which they were made. The random source serves the primality tests too. Asserts
+// "sizeof(hashctx) >= hi->ctxsz", that a digest for a q of 160 bits has 160, and that any other has at least
+// as many bits as q. Codes: 1 for a demand outside the ranges above, a seed that is negative or longer than
+// seedBits, and without a random source; 5 when the given seed leads to no prime q, or to no prime p up to
+// the last counter, or when the random source keeps giving such seeds; the source's own; 1, 3. All numbers
+// are then null.
 [[nodiscard]] uint32_t dsa_generate_params(DSAKey* key, DSAEvidence* evidence, const DSAParams* params,
                                            const RandomSource* random, KXBN_Pool* pool);
 

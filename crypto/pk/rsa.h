@@ -1,8 +1,7 @@
-// RSA: the key record, the public and the private operation (RFC 8017 5.2.2, 5.1.2), and key
-// generation.
+// RSA: the key record, the public and the private operation (RFC 8017 5.2.2, 5.1.2), and key generation.
 //
-// Only the arithmetic: padding and digest are compared by the caller. Operations with private
-// numbers take a time that depends on them, and what they leave in memory is not wiped.
+// Only the arithmetic: the caller compares padding and digest. The time of private operations depends on the
+// private numbers, and the memory that they used is not wiped.
 #pragma once
 
 #include "crypto/bignum/bignum.h"
@@ -42,11 +41,11 @@ struct RSAKey {
 // then null.
 [[nodiscard]] uint32_t rsa_private(const RSAKey* key, const KXBN* input, KXBN** out, KXBN_Pool* pool);
 
-// rsa_generate_key fills `*key` with new numbers: a modulus of `bits` bits from two primes of half as many,
-// p > q, for the public exponent e. Primes of fewer than 512 bits fail the assertion
-// "!\"invalid rsa prime size\"". Codes: 1 without a random source, when bits is odd or above kMaxBits, and
-// for an e that is even, below 3 or longer than 256 bits; 5 when the random source keeps giving what cannot
-// be used; the source's own; 1, 3. All fields are then null.
+// rsa_generate_key fills `*key` with new numbers: a modulus of `bits` bits from two primes of half as many, p
+// > q, for the public exponent e. Primes of fewer than 512 bits fail the assertion "!\"invalid rsa prime
+// size\"". Codes: 1 without a random source, when bits is odd or above kMaxBits, and for an e that is even,
+// below 3 or longer than 256 bits; 5 when the random source keeps giving unusable numbers; the source's own;
+// 1, 3. All fields are then null.
 [[nodiscard]] uint32_t rsa_generate_key(RSAKey* key, uint32_t bits, const KXBN* e, const RandomSource* random,
                                         KXBN_Pool* pool);
 

@@ -10,10 +10,10 @@ namespace qex {
 // Asserts "is_odd(n->digits[0])". Codes: 1 for a negative n, 3; `*symbol` is then 0.
 [[nodiscard]] uint32_t bnlucas_jacobi(int* symbol, const KXBN* a, const KXBN* n, KXBN_Pool* pool);
 
-// bnlucas_test returns KXBN_OK when `n` passes the Lucas test for P = 1 and the first Q of -1, 2, -3,
-// ... -29 with (1 - 4Q / n) = -1, and KXBN_NONPRIME when it fails or there is no such Q: a
-// perfect square never has one. Codes besides these: 1, 3.
-// Some composites pass, other ones than pass Miller-Rabin; a few primes have no Q, and fail.
+// bnlucas_test returns KXBN_OK when `n` passes the Lucas test for P = 1 and the first Q of -1, 2, -3, ... -29
+// with (1 - 4Q / n) = -1, and KXBN_NONPRIME when it fails or there is no such Q: a perfect square never has
+// one. Codes besides these: 1, 3. Some composites pass, different ones from those that pass Miller-Rabin; a
+// few primes have no Q, and fail.
 [[nodiscard]] uint32_t bnlucas_test(const KXBN* n, KXBN_Pool* pool);
 
 }  // namespace qex

@@ -1,4 +1,4 @@
-// Where random numbers come from: the caller's function and what it works on.
+// The source of random numbers: the caller's function and its context.
 #pragma once
 
 #include "crypto/bignum/bignum.h"
