@@ -121,7 +121,7 @@ bool measure(const qex::bench::HostileCase& one, size_t size) {
   const bool bounded = most <= kAskedPerOctet * octets + kRest && taken <= kHeapPerOctet * octets + kRest;
   if (!bounded) std::printf("  passes the bound\n");
   if (code != one.code) std::printf("  answers %d instead of %d\n", int(code), int(one.code));
-  if (asked.live != before) std::printf("  leaves %zu bytes behind\n", asked.live - before);
+  if (asked.live != before) std::printf("  leaks %zu bytes\n", asked.live - before);
   return bounded && code == one.code && asked.live == before;
 }
 

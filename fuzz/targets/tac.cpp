@@ -267,7 +267,7 @@ void check_token(View token, bool useV2) {
   ResetProcess(useV2);
   const int32_t matches =
       QEX_CheckTAC_MatchesTST(out->data(), uint32_t(out->size()), token.data(), uint32_t(token.size()));
-  CheckCode(matches, {QEX_OK, QEX_E_DECODE}, "QEX_CheckTAC_MatchesTST, of what was handed out");
+  CheckCode(matches, {QEX_OK, QEX_E_DECODE}, "QEX_CheckTAC_MatchesTST, of its own certificate");
   FUZZ_CHECK(QEX_GetLastAsnError() == 0, QEX_GetLastAsnError());
 }
 

@@ -325,7 +325,7 @@ void expect_output_buffer_rule(const char* name, const F& call) {
   EXPECT_EQ(roomy.code, QEX_OK);
   EXPECT_EQ(roomy.length, n);
   EXPECT_EQ(roomy.octets, der::concat(exact.octets, Octets(9, Guarded::kFill)))
-      << "nothing behind the output is written";
+      << "nothing after the output is written";
 }
 
 TEST(OutputBuffer, FollowsOneRuleInEveryExport) {

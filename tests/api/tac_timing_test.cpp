@@ -61,7 +61,7 @@ TEST(TimingMetricsEx, AreTheLastOfTheirAttribute) {
       {"nested, several", MetricsAttribute({{metrics_of(1), metrics_of(2)}}, Shape::kNested), 2},
       {"several nested", MetricsAttribute({{metrics_of(1), metrics_of(2)}, {metrics_of(3)}}, Shape::kNested),
        3},
-      {"an empty set behind", MetricsAttribute({{metrics_of(1), metrics_of(2)}, {}}, Shape::kNested), 2},
+      {"an empty set after it", MetricsAttribute({{metrics_of(1), metrics_of(2)}, {}}, Shape::kNested), 2},
       {"an empty set in front", MetricsAttribute({{}, {metrics_of(2)}}, Shape::kNested), 2},
       // The single-value form takes its first.
       {"single", MetricsAttribute({{metrics_of(1)}}, Shape::kDirect, kSingleMetricsAttribute), 1},
@@ -392,7 +392,7 @@ TEST(TimingPolicy, IsTheLastOfItsAttribute) {
       {"nested", PolicyAttribute({{a}}, Shape::kNested), "1.2.1"},
       {"nested, several", PolicyAttribute({{a, b}}, Shape::kNested), "1.2.2"},
       {"several nested", PolicyAttribute({{a, b}, {c}}, Shape::kNested), "1.2.3"},
-      {"an empty set behind", PolicyAttribute({{a, b}, {}}, Shape::kNested), "1.2.2"},
+      {"an empty set after it", PolicyAttribute({{a, b}, {}}, Shape::kNested), "1.2.2"},
       {"an empty set in front", PolicyAttribute({{}, {b}}, Shape::kNested), "1.2.2"},
   };
   for (const auto& each : cases) {

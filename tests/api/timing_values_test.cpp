@@ -33,7 +33,7 @@ struct TimeRecord {
 struct TimeText {
   bool rendered;
   std::string text;
-  Octets behind;  // the terminator
+  Octets rest;  // the terminator
 
   explicit TimeText(const TimeParts& parts) {
     const TimeRecord time(parts);
@@ -42,7 +42,7 @@ struct TimeText {
     const Octets octets = room.octets();
     const auto end = std::find(octets.begin(), octets.end(), uint8_t{0});
     text.assign(octets.begin(), end);
-    if (end != octets.end()) behind.assign(end + 1, octets.end());
+    if (end != octets.end()) rest.assign(end + 1, octets.end());
   }
 };
 
@@ -108,10 +108,10 @@ TEST_F(TimingValues, PointsInTimeAreRenderedInUtc) {
 TEST_F(TimingValues, BytesAfterATextAreUntouched) {
   const TimeText rendered(Seconds(3913056000));
   EXPECT_EQ(rendered.text, "20240101000000Z");
-  EXPECT_EQ(rendered.behind, Octets{});  // 15 characters and the terminator fill it
+  EXPECT_EQ(rendered.rest, Octets{});  // 15 characters and the terminator fill it
   const TimeText not_rendered(Seconds(0));
   EXPECT_EQ(not_rendered.text, "");
-  EXPECT_EQ(not_rendered.behind, Octets(kTimeTextSize - 1, Guarded::kFill));
+  EXPECT_EQ(not_rendered.rest, Octets(kTimeTextSize - 1, Guarded::kFill));
 }
 
 TEST_F(TimingValues, FractionAndSignDoNotCountInAPointInTime) {

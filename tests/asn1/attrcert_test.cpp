@@ -104,8 +104,8 @@ Octets info(const Octets& behind_attributes) {
 // The unique identifier and the extensions carry no context tag, unlike those of a certificate.
 TEST(AttributeCertificateInfo, OptionalFieldsHaveTheirOwnTags) {
   const Octets uid = bit_string(hex("80"), 7), extensions = sequence(sample::extension_list());
-  for (const Octets& behind : {Octets{}, uid, extensions, concat(uid, extensions)})
-    ExpectRoundTrip(NESTED(AttributeCertificateInfo), info(behind));
+  for (const Octets& rest : {Octets{}, uid, extensions, concat(uid, extensions)})
+    ExpectRoundTrip(NESTED(AttributeCertificateInfo), info(rest));
   Decoded v(NESTED(AttributeCertificateInfo), info(concat(uid, extensions)));
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(v->issuerUniqueID.count, 1u);

@@ -101,7 +101,7 @@ TEST(TimeStampReq, FailuresHaveTheirCodes) {
       {"no messageImprint", sequence(integer(1), oid("1.2.3")), {-642, ""}},
       {"an octet too many", sequence(fields, context(0), hex("00")), {-643, ""}},
       {"a tag that fits nothing", sequence(fields, context(1)), {-644, ""}},
-      {"the same behind optional fields", sequence(fields, integer(5), null()), {-644, ""}},
+      {"the same after optional fields", sequence(fields, integer(5), null()), {-644, ""}},
       {"version too big",
        sequence(hex("02050100000000"), kImprint),
        {-7, "BDecAsnIntContent: ERROR - integer to big to decode.\n"}},

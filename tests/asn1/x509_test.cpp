@@ -128,10 +128,10 @@ TEST(TBSCertificate, EveryChoiceOfOptionalFieldsIsWrittenBack) {
   const Octets optional[] = {hex("81030011ff"), hex("82020580"),
                              context(3, sequence(sample::extension_list()))};
   for (unsigned chosen = 0; chosen < 16; ++chosen) {
-    Octets behind;
+    Octets rest;
     for (unsigned i = 0; i < 3; ++i)
-      if ((chosen >> i & 1) != 0) behind = concat(behind, optional[i]);
-    ExpectAnyForm(NESTED(TBSCertificate), tbs((chosen & 8) != 0 ? version : Octets{}, behind));
+      if ((chosen >> i & 1) != 0) rest = concat(rest, optional[i]);
+    ExpectAnyForm(NESTED(TBSCertificate), tbs((chosen & 8) != 0 ? version : Octets{}, rest));
   }
 }
 
@@ -213,10 +213,10 @@ TEST(CertificateList, AllFieldsAreFoundUnderTheirTags) {
 TEST(TBSCertList, EveryChoiceOfOptionalFieldsIsWrittenBack) {
   const Octets optional[] = {kUtc, sequence(kEntry), context(0, sequence())};
   for (unsigned chosen = 0; chosen < 16; ++chosen) {
-    Octets behind;
+    Octets rest;
     for (unsigned i = 0; i < 3; ++i)
-      if ((chosen >> i & 1) != 0) behind = concat(behind, optional[i]);
-    ExpectAnyForm(NESTED(TBSCertList), tbs_list((chosen & 8) != 0 ? integer(1) : Octets{}, behind));
+      if ((chosen >> i & 1) != 0) rest = concat(rest, optional[i]);
+    ExpectAnyForm(NESTED(TBSCertList), tbs_list((chosen & 8) != 0 ? integer(1) : Octets{}, rest));
   }
   Decoded v(NESTED(TBSCertList), tbs_list({}, sequence(kEntry)));
   ASSERT_EQ(v.outcome, kDecoded);

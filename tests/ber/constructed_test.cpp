@@ -7,7 +7,7 @@
 #include <random>
 
 #include "ber/primitives.h"
-#include "tests/ber/zeros_behind.h"
+#include "tests/ber/trailing_zeros.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/octets.h"
@@ -278,7 +278,7 @@ TEST_F(Constructed, AComponentThatEndsEarlyHasLeftItsUnusedBits) {
 
 // 2^29 octets: one bit more than a count of 32 bits. The octets are never touched.
 TEST_F(Constructed, ABitCountBeyond32BitsIsRefused) {
-  ZerosBehind in(FromHex("23 84 20 00 00 07 03 84 20 00 00 01 00"), size_t{1} << 29);
+  TrailingZeros in(FromHex("23 84 20 00 00 07 03 84 20 00 00 01 00"), size_t{1} << 29);
   ASSERT_TRUE(in.held());
   AsnBits value{};
   AsnLen bytes = 0;

@@ -5,7 +5,7 @@
 
 #include "ber/constructed.h"
 #include "ber/primitives.h"
-#include "tests/ber/zeros_behind.h"
+#include "tests/ber/trailing_zeros.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/octets.h"
@@ -201,7 +201,7 @@ TEST(AsnBits, Failures) {
 
 // 2^29 octets hold one bit more than a 32-bit count can say. The octets are never touched.
 TEST(AsnBits, ABitCountBeyond32BitsIsRefused) {
-  ZerosBehind in(FromHex("03 84 20 00 00 01 00"), size_t{1} << 29);
+  TrailingZeros in(FromHex("03 84 20 00 00 01 00"), size_t{1} << 29);
   ASSERT_TRUE(in.held());
   AsnBits value{};
   AsnLen bytes = 0;

@@ -3,8 +3,8 @@
 
     make_samples.py FOLDER
 
-FOLDER is made anew. A list in it has one line a sample, its name and what is known of it from
-its making, as `word=value`; the files of a sample begin with its name.
+FOLDER is created again. A list in it has one line per sample: its name, and facts from its making as `word=value`;
+the files of a sample begin with its name.
 
   requests.txt      NAME.tsq the query, NAME.tsq.txt as openssl prints it
   replies.txt       NAME.tsr the reply, NAME.tsr.txt as openssl prints it, NAME.token the token

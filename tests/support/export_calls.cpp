@@ -122,8 +122,8 @@ Samples requests() {
       {"request with extensions", request},
       {"request of open lengths", InForm(Form::kIndefinite, request)},
       {"request of constructed strings", InForm(Form::kConstructedStrings, request)},
-      {"request behind a socket head", der::concat(Octets{0, 0, 0, uint8_t(request.size() + 1), 0}, request)},
-      {"request behind an HTTP head", der::concat(der::octets(head), request)},
+      {"request after a socket head", der::concat(Octets{0, 0, 0, uint8_t(request.size() + 1), 0}, request)},
+      {"request after an HTTP head", der::concat(der::octets(head), request)},
       {"request that is cut off", Octets(request.begin(), request.end() - 1)}};
 }
 

@@ -20,7 +20,7 @@ std::vector<std::pair<std::string, AttrCertParts>> SampleAttributeCertificates()
   PolicyParts no_identifiers;
   no_identifiers.identifiers.emplace();
 
-  add("as it stands", [](AttrCertParts&) {});
+  add("unchanged", [](AttrCertParts&) {});
   add("v1Form", [](AttrCertParts& p) { p.v1_form = true; });
   add("v2Form without a name", [](AttrCertParts& p) { p.issuer.reset(); });
   add("no holder name", [](AttrCertParts& p) { p.holder.reset(); });
@@ -65,7 +65,7 @@ std::vector<std::pair<std::string, TokenParts>> SampleTokens() {
     change(parts);
     all.emplace_back(name, parts);
   };
-  add("as it stands", [](TokenParts&) {});
+  add("unchanged", [](TokenParts&) {});
   add("another digest and key", [](TokenParts& p) {
     p.signer().digest = kSha512;
     p.signer().signature_algorithm = kSha512WithRsa;

@@ -1,4 +1,4 @@
-/* A signature check that fails in a way of its own. Loaded in front of the library by verify_test.py; CHECK
+/* A signature check that fails on purpose. Loaded before the library by verify_test.py; CHECK
  * says how: it aborts, spins, is killed, or answers with a result code and a last ASN.1 error ("-7 -27"). */
 #define _GNU_SOURCE
 #include <dlfcn.h>

@@ -1,4 +1,4 @@
-/* Memory that runs out once. Loaded in front of the C library by memory_test.py into a worker. Allocations
+/* Memory that runs out once. Loaded before the C library by memory_test.py into a worker. Allocations
  * count from the end of standard input on, those of operator new apart: they fail in a way of their own.
  * FAIL_BELOW is how many of them are to fail, each in a process of its own, a fork of this one. What each
  * process answers is written as a line: which allocation failed, how the process ended, and its answer in

@@ -17,7 +17,7 @@ CORPUS = os.path.join(support.HERE, "..", "..", "fuzz", "corpus")
 SIGNED_DATA = bytes.fromhex("06092a864886f70d010702")
 STATUS = bytes.fromhex("3003020100")
 IMPRINT = bytes.fromhex("3021300906052b0e03021a05000414") + bytes(20)
-# Every command that reads a message; X stands for it.
+# Every command that reads a message; X is its place.
 READERS = (("show", "X"), ("show", "--asn1", "X"), ("verify", "--token", "X", "--digest", "00", "--insecure-any-signer"),
            ("verify", "--token", "X", "--digest", "00", "--tsa-cert", "X"), ("tac", "show", "X"), ("tac", "check", "X"),
            ("tac", "get", "X"), ("cert", "--pem", "X"), ("reply", "X"), ("reply", "--frame", "socket", "X"),

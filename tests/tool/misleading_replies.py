@@ -19,12 +19,12 @@ def encodings(p):
         for part, form in (("set", whole), ("attributes", rows_as(encode))):
             stored = lambda rows, form=form: form(rows, 0xA0)
             yield honest(f"{part} of {label} length, signed in DER", token(s, stored_form=stored), BOTH)
-            yield Case(f"{part} of {label} length, signed as it stands", token(s, stored_form=stored, signed_form=form),
+            yield Case(f"{part} of {label} length, signed in that form", token(s, stored_form=stored, signed_form=form),
                        "signature", NEITHER)
     digest = digest_of("sha256", content)
     pieces = attribute(MESSAGE_DIGEST, der(0x24, der(OCTET_STRING, digest[:16]), der(OCTET_STRING, digest[16:])))
     whole = message_digest(content)
-    yield Case("message-digest in pieces, signed as it stands", token(s, content, changed={"message-digest": [pieces]}),
+    yield Case("message-digest in pieces, signed in that form", token(s, content, changed={"message-digest": [pieces]}),
                "signature", NEITHER)
     yield honest("message-digest in pieces, signed in DER", token(
         s, content, changed={"message-digest": [pieces]},

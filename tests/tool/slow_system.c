@@ -1,4 +1,4 @@
-/* A system that takes its time. Loaded in front of the C library by the tests of the tool: the name of a
+/* A system that takes its time. Loaded before the C library by the tests of the tool: the name of a
  * host is never found, and data take a while to reach the disk, unless QUICK_DISK is set. Where SLOW_NAMES is
  * set, it takes a while until a file that has got its name is followed by the next one. */
 #define _GNU_SOURCE

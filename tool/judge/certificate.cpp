@@ -128,7 +128,7 @@ void judge_revocation(Report& report, const StrictReading& strict, const Trust& 
   const Revocation& revocation = *strict.revocation;
   switch (revocation.result) {
     case RevocationResult::Good:
-    case RevocationResult::Stands: report.Pass("revocation", Shown(revocation.text), By::Strict); break;
+    case RevocationResult::StillValid: report.Pass("revocation", Shown(revocation.text), By::Strict); break;
     case RevocationResult::Revoked:
       report.Fail(
           "revocation",

@@ -162,7 +162,7 @@ struct Chain {
 
 enum class RevocationResult : uint8_t {
   Good,
-  Stands,  // revoked later for a reason that leaves older stamps valid (RFC 3161, 4)
+  StillValid,  // revoked later for a reason that leaves older stamps valid (RFC 3161, 4)
   Revoked,
   NoList,     // none of the lists covers the signer
   ListStale,  // the list that covers it ended before the time of the check

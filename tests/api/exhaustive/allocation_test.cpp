@@ -275,7 +275,7 @@ bool fail_initialisation(const std::vector<ExportCall>& calls, size_t succeed, s
     SetAnyTypeByOid(&any, kIdSignedData);
     if (any.ai != nullptr) return true;
     EXPECT_GT(refused, 0u);
-    EXPECT_EQ(left, 0) << "what was built is released";
+    EXPECT_EQ(left, 0) << "everything built is released";
     EXPECT_EQ(failure, (Failure{QEX_E_NOMEM, kUntouched})) << "no decoding was begun";
     if (call.name() != "QEX_GetTST_TSACert" && call.name() != "QEX_GetTST_TimeAttributeCert") {
       expect_promised(call, failure, memory);

@@ -41,7 +41,7 @@ constexpr Lengths kBoth[] = {Lengths::kDefinite, Lengths::kIndefinite};
 
 // The element to replace by a deep value.
 const Octets& mark() {
-  static const Octets octets = der::element(0x04, der::octets("here stands something deep"));
+  static const Octets octets = der::element(0x04, der::octets("a deep value goes here"));
   return octets;
 }
 

@@ -96,7 +96,8 @@ TEST_F(StrictRevocation, EveryReasonBeforeAndAfter) {
   for (const auto& one : cases) {
     SCOPED_TRACE(one.reason.value_or(-1));
     const auto later = judge({list({{17, kGenTime + 1, one.reason}})});
-    EXPECT_EQ(later.result, one.lenient ? RevocationResult::Stands : RevocationResult::Revoked) << later.text;
+    EXPECT_EQ(later.result, one.lenient ? RevocationResult::StillValid : RevocationResult::Revoked)
+        << later.text;
     EXPECT_NE(later.text.find("2024-11-15T08:00:01Z"), std::string::npos) << later.text;
     EXPECT_EQ(judge({list({{17, kGenTime, one.reason}})}).result, RevocationResult::Revoked);
     EXPECT_EQ(judge({list({{17, kGenTime - kDay, one.reason}})}).result, RevocationResult::Revoked);
@@ -184,7 +185,7 @@ TEST_F(StrictRevocation, AnAuthorityThatIsRevokedCountsByTheSameRule) {
   EXPECT_TRUE(revocation.ofCa);
   EXPECT_NE(revocation.text.find("\"Example CA\""), std::string::npos) << revocation.text;
   revocation = judge({list(), list_of_root({{5, kGenTime + 1, 4}})});
-  EXPECT_EQ(revocation.result, RevocationResult::Stands);
+  EXPECT_EQ(revocation.result, RevocationResult::StillValid);
   EXPECT_TRUE(revocation.ofCa);
 }
 
@@ -231,7 +232,7 @@ TEST_F(StrictRevocation, ARevocationInAPartialListCounts) {
 TEST_F(StrictRevocation, AListOfSomeReasonsDoesNotClearTheToken) {
   const Octets partial = scoped_list(kSomeReasons, {{17, kGenTime + 1, 4}});
   EXPECT_EQ(judge({partial}).result, RevocationResult::NoList);
-  EXPECT_EQ(judge({partial, list({{17, kGenTime + 1, 4}})}).result, RevocationResult::Stands);
+  EXPECT_EQ(judge({partial, list({{17, kGenTime + 1, 4}})}).result, RevocationResult::StillValid);
 }
 
 TEST_F(StrictRevocation, AListOfAttributeCertificatesNamesNoSigner) {
@@ -296,7 +297,7 @@ TEST_F(StrictRevocation, AListFromAfterTheSignerExpiredLeavesItOpen) {
   EXPECT_EQ(judge({late, list()}).result, RevocationResult::Good);
   EXPECT_EQ(judge({list({}, end, end + kDay)}).result, RevocationResult::Good);
   // Its entries count.
-  EXPECT_EQ(judge({list({{17, kGenTime + 1, 4}}, end + 1, end + kDay)}).result, RevocationResult::Stands);
+  EXPECT_EQ(judge({list({{17, kGenTime + 1, 4}}, end + 1, end + kDay)}).result, RevocationResult::StillValid);
   EXPECT_EQ(judge({list({{17, kGenTime + 1, 1}}, end + 1, end + kDay)}).result, RevocationResult::Revoked);
 }
 
@@ -347,7 +348,7 @@ TEST_F(StrictRevocation, AListUnderAWeakDigestProvesNothingUnlessAllowed) {
     EXPECT_EQ(judge({MakeList(weak), strong}).result, RevocationResult::Good);
     weak.entries = {{17, kGenTime + 1, 4}};
     EXPECT_EQ(judge({MakeList(weak)}).result, RevocationResult::ListWeak);
-    EXPECT_EQ(judge({MakeList(weak)}, true).result, RevocationResult::Stands);
+    EXPECT_EQ(judge({MakeList(weak)}, true).result, RevocationResult::StillValid);
     weak.entries = {{17, kGenTime + 1, 1}};
     EXPECT_EQ(judge({MakeList(weak), strong}).result, RevocationResult::Revoked);
   }
@@ -373,7 +374,7 @@ TEST_F(StrictRevocation, AListWithoutAnEndIsStaleOnceItIsIssued) {
 // The key may have been unsafe for long when the certificate is revoked.
 TEST_F(StrictRevocation, AnEarlierInvalidityDateCounts) {
   const int64_t later = kGenTime + kDay;
-  EXPECT_EQ(judge({list({{17, later, 4, kGenTime + 1}})}).result, RevocationResult::Stands);
+  EXPECT_EQ(judge({list({{17, later, 4, kGenTime + 1}})}).result, RevocationResult::StillValid);
   EXPECT_EQ(judge({list({{17, later, 4, kGenTime}})}).result, RevocationResult::Revoked);
   EXPECT_EQ(judge({list({{17, kGenTime, 4, later}})}).result, RevocationResult::Revoked);
   const Revocation revocation = judge({list({{17, later, 4, kGenTime - 1}})});
@@ -386,7 +387,7 @@ TEST_F(StrictRevocation, OfSeveralEntriesTheGravestCounts) {
   const RevokedEntry grave{17, kGenTime + 1, 1};
   EXPECT_EQ(judge({list({mild, grave})}).result, RevocationResult::Revoked);
   EXPECT_EQ(judge({list({grave, mild})}).result, RevocationResult::Revoked);
-  EXPECT_EQ(judge({list({mild, mild})}).result, RevocationResult::Stands);
+  EXPECT_EQ(judge({list({mild, mild})}).result, RevocationResult::StillValid);
 }
 
 // The reason removeFromCRL has a meaning in lists of changes alone (RFC 5280, 5.3.1).

@@ -46,7 +46,7 @@ TEST_F(StrictRobustness, TheTokenItselfPasses) {
   EXPECT_EQ(good.signature.result, SignatureResult::Valid);
   ASSERT_TRUE(good.chain && good.revocation) << good.chain->text;
   EXPECT_EQ(good.chain->result, tool::ChainResult::Trusted) << good.chain->text;
-  EXPECT_EQ(good.revocation->result, tool::RevocationResult::Stands) << good.revocation->text;
+  EXPECT_EQ(good.revocation->result, tool::RevocationResult::StillValid) << good.revocation->text;
 }
 
 TEST_F(StrictRobustness, EveryPrefixIsRefused) {
@@ -128,7 +128,7 @@ TEST_F(StrictRobustness, LackOfMemoryIsNotAVerdict) {
           << fail << " " << allowed;
       ASSERT_EQ(after.signature.result, SignatureResult::Valid) << allowed << after.signature.reason;
       ASSERT_EQ(after.chain->result, tool::ChainResult::Trusted) << allowed;
-      ASSERT_EQ(after.revocation->result, tool::RevocationResult::Stands) << allowed;
+      ASSERT_EQ(after.revocation->result, tool::RevocationResult::StillValid) << allowed;
       if (refused == 0) break;
     }
   }

@@ -47,7 +47,7 @@ Reason reason_of(const X509_REVOKED* entry) {
 }
 
 // The answer of one list about one certificate, the gravest last.
-enum class Verdict : uint8_t { None, Bad, Weak, Stale, Good, Stands, Revoked };
+enum class Verdict : uint8_t { None, Bad, Weak, Stale, Good, StillValid, Revoked };
 
 struct Finding {
   Verdict verdict = Verdict::None;
@@ -73,11 +73,11 @@ Finding finding_of(const X509_REVOKED* entry, const RevocationQuestion& question
   const auto since = invalid_from(entry);
   const bool older = since && question.genTime && *question.genTime < *since;
   Finding finding;
-  finding.verdict = older && reason.lenient ? Verdict::Stands : Verdict::Revoked;
+  finding.verdict = older && reason.lenient ? Verdict::StillValid : Verdict::Revoked;
   finding.hold = reason.code == CRL_REASON_CERTIFICATE_HOLD;
   finding.text = "revoked " + MomentOf(revoked) + ", " + reason.name;
   if (since && since != SecondsOf(revoked)) finding.text += ", invalid since " + IsoTime(*since);
-  if (finding.verdict == Verdict::Stands) finding.text += "; the token is older";
+  if (finding.verdict == Verdict::StillValid) finding.text += "; the token is older";
   return finding;
 }
 
@@ -122,12 +122,12 @@ std::vector<Finding> findings_of(const RevocationList& list, int place, const Re
     findings.push_back(whole);
   }
   for (Finding& finding : findings) {
-    if (finding.verdict == Verdict::Stands && list.IsOfSomeReasons()) {
+    if (finding.verdict == Verdict::StillValid && list.IsOfSomeReasons()) {
       // A list of other reasons may name a graver one.
       finding.verdict = Verdict::None;
       finding.text = list.Name() + " names it, and is of some reasons only";
     }
-    if (finding.verdict == Verdict::Good || finding.verdict == Verdict::Stands)
+    if (finding.verdict == Verdict::Good || finding.verdict == Verdict::StillValid)
       judge_proof(finding, list, question);
     finding.issued = list.issued;
   }
@@ -181,7 +181,7 @@ RevocationResult result_of(Verdict verdict) {
     case Verdict::Weak: return RevocationResult::ListWeak;
     case Verdict::Stale: return RevocationResult::ListStale;
     case Verdict::Good: return RevocationResult::Good;
-    case Verdict::Stands: return RevocationResult::Stands;
+    case Verdict::StillValid: return RevocationResult::StillValid;
     case Verdict::Revoked: break;
   }
   return RevocationResult::Revoked;
@@ -195,7 +195,7 @@ std::string reason_after(const Finding& finding) {
 int weight_of(RevocationResult result) {
   switch (result) {
     case RevocationResult::Good: return 0;
-    case RevocationResult::Stands: return 1;
+    case RevocationResult::StillValid: return 1;
     case RevocationResult::Revoked: return 3;
     default: return 2;
   }

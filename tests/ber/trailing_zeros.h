@@ -11,10 +11,11 @@
 
 namespace qex::test {
 
-// ZerosBehind is a block of `head` followed by `zeros` zero octets, which take no memory until they are read.
-class ZerosBehind {
+// TrailingZeros is a block of `head` followed by `zeros` zero octets, which take no memory until they are
+// read.
+class TrailingZeros {
  public:
-  ZerosBehind(const Octets& head, size_t zeros) : data_(std::calloc(1, head.size() + zeros), std::free) {
+  TrailingZeros(const Octets& head, size_t zeros) : data_(std::calloc(1, head.size() + zeros), std::free) {
     if (!held()) return;
     std::memcpy(data_.get(), head.data(), head.size());
     ExpBufWrapData(&block_, static_cast<uint8_t*>(data_.get()), head.size() + zeros);
