@@ -1,19 +1,43 @@
-// Assertions of the cryptographic layer: broken preconditions stop the process.
+// Assertions of the cryptographic layer: a broken precondition stops the process, in releases too.
 //
-// They hold in release builds too. The text, file and line that are printed are
-// given at the place of use, so that they stay the same wherever the code moves.
+// A site names the claim that has to hold. What is printed for it stands in the table of assertion.cpp.
 #pragma once
+
+#include <cstdint>
 
 namespace qex {
 
-// AssertionFailed writes "Assertion failed: %s, file %s, line %d\n" to the standard
-// error stream and aborts the process.
-[[noreturn]] void AssertionFailed(const char* text, const char* file, int line);
+// Claim says what has to hold, by the file that its message names.
+enum class Claim : uint32_t {
+  PoolHasSlot,
+  QuotientIsOneWord,
+  ErrorBoundIsKnown,
+  JacobiModulusIsOdd,
+  NumberIsNotZero,
+  SymbolModulusIsOdd,
+  UpperNumberIsOdd,
+  LowerNumberIsOdd,
+  DigestContextFits,
+  DigestHasTheBitsOfQ,
+  DigestCoversQ,
+  SearchFoundNoPrime,
+  PrimeSizeIsKnown,
+  ModulusIsPresent,
+  ExponentIsPresent,
+  QIsPresent,
+  Dmp1IsPresent,
+  Dmq1IsPresent,
+  IqmpIsPresent,
+};
+
+// AssertionFailed writes "Assertion failed: %s, file %s, line %d\n" for the claim to the standard error
+// stream and aborts the process.
+[[noreturn]] void AssertionFailed(Claim claim);
 
 }  // namespace qex
 
-// QEX_ASSERT stops the process with the given text, file and line unless `condition` holds.
-#define QEX_ASSERT(condition, text, file, line)                       \
-  do {                                                                \
-    if (!(condition)) ::qex::AssertionFailed((text), (file), (line)); \
+// QEX_ASSERT stops the process unless `condition` holds, which the claim says in words.
+#define QEX_ASSERT(condition, claim)                   \
+  do {                                                 \
+    if (!(condition)) ::qex::AssertionFailed((claim)); \
   } while (false)

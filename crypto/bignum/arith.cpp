@@ -102,7 +102,7 @@ uint32_t KXBN_lshift(KXBN* r, uint32_t count) {
 uint32_t KXBN_strip_twos(KXBN* n) {
   uint32_t words = 0;
   if (n->digits[0] == 0) {
-    QEX_ASSERT(KXBN_getsize(n) >= 2, "KXBN_getsize(n) >= 2", "..\\bnlucas.c", 74);
+    QEX_ASSERT(KXBN_getsize(n) >= 2, Claim::NumberIsNotZero);
     while (n->digits[words] == 0) ++words;
     std::copy(n->digits + words, n->digits + n->used, n->digits);
     n->used -= words;

@@ -85,7 +85,7 @@ void KXBN_pool_free(KXBN_Pool* pool) {
 
 uint32_t KXBN_pool_take(KXBN_Pool* pool, uint32_t words, KXBN** out) {
   const uint32_t k = slot_for(pool, words);
-  QEX_ASSERT(k < kPoolSlots, "0", "..\\bignum.c", 258);
+  QEX_ASSERT(k < kPoolSlots, Claim::PoolHasSlot);
   KXBN* const n = &pool->slots[k];
   if (const uint32_t rc = KXBN_reserve(n, words)) return rc;
   pool->freeMask &= ~(uint32_t{1} << k);

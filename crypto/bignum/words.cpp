@@ -102,7 +102,7 @@ uint32_t MulSubWords(uint32_t* r, const uint32_t* a, size_t n, uint32_t w) {
 }
 
 uint32_t DivWords(uint32_t thi, uint32_t tlo, uint32_t b, uint32_t* remainder) {
-  QEX_ASSERT(thi < b, "thi < b", "..\\bignum86.c", 392);
+  QEX_ASSERT(thi < b, Claim::QuotientIsOneWord);
   const uint64_t t = uint64_t{thi} << 32 | tlo;
   *remainder = uint32_t(t % b);
   return uint32_t(t / b);

@@ -46,7 +46,7 @@ using Block = std::unique_ptr<uint8_t, FreeBlock>;
 
 void hash(const HashInfo* hi, const uint8_t* data, uint32_t length, uint8_t* out) {
   alignas(uint64_t) uint8_t hashctx[250];
-  QEX_ASSERT(sizeof(hashctx) >= hi->ctxsz, "sizeof(hashctx) >= hi->ctxsz", "..\\dsa.c", 61);
+  QEX_ASSERT(sizeof(hashctx) >= hi->ctxsz, Claim::DigestContextFits);
   hi->init(hashctx);
   hi->update(hashctx, data, length);
   hi->final(hashctx, out);
@@ -155,7 +155,7 @@ class SeedDigests {
     rc = bigprime_test(p, p_bound(set.L), set.random, set.pool);
     if (rc != KXBN_NONPRIME) return rc;
   }
-  QEX_ASSERT(rc == KXBN_NONPRIME, "rc == KXBN_NONPRIME", "..\\dsa.c", 652);
+  QEX_ASSERT(rc == KXBN_NONPRIME, Claim::SearchFoundNoPrime);
   return rc;
 }
 
@@ -216,10 +216,9 @@ uint32_t dsa_generate_params(DSAKey* key, DSAEvidence* evidence, const DSAParams
   if (const uint32_t rc = resolve(&set, params, random, pool)) return rc;
   const uint32_t Nbytes = set.N / 8;
   if (set.N == 160) {
-    QEX_ASSERT(params->N == 0 || params->N == set.qhf->hashsz * 8,
-               "params->N == 0 || params->N == params->qhf->hashsz * 8", "..\\dsa.c", 574);
+    QEX_ASSERT(params->N == 0 || params->N == set.qhf->hashsz * 8, Claim::DigestHasTheBitsOfQ);
   }
-  QEX_ASSERT(set.qhf->hashsz >= Nbytes, "params->qhf->hashsz >= Nbytes", "..\\dsa.c", 582);
+  QEX_ASSERT(set.qhf->hashsz >= Nbytes, Claim::DigestCoversQ);
 
   Found found;
   if (const uint32_t rc = generate(set, params->seed, &found)) return rc;

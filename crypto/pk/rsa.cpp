@@ -7,8 +7,8 @@
 namespace qex {
 
 uint32_t rsa_exp(const KXBN* mod, const KXBN* exp, const KXBN* input, KXBN** out, KXBN_Pool* pool) {
-  QEX_ASSERT(mod != nullptr, "!!(mod)", "..\\rsa.c", 538);
-  QEX_ASSERT(exp != nullptr, "!!(exp)", "..\\rsa.c", 539);
+  QEX_ASSERT(mod != nullptr, Claim::ModulusIsPresent);
+  QEX_ASSERT(exp != nullptr, Claim::ExponentIsPresent);
   *out = nullptr;
   Number power;
   if (const uint32_t rc = power.make(pool, KXBN_bits(mod) + 64)) return rc;

@@ -21,7 +21,7 @@ constexpr int kMaxDraws = 64;
 uint32_t aux_prime_bits(uint32_t bits) {
   if (bits >= 1536) return 171;
   if (bits >= 1024) return 141;
-  QEX_ASSERT(bits >= 512, "!\"invalid rsa prime size\"", "..\\rsa.c", 141);
+  QEX_ASSERT(bits >= 512, Claim::PrimeSizeIsKnown);
   return 101;
 }
 

@@ -16,10 +16,10 @@ void combine(Arithmetic& compute, KXBN* out, const KXBN* m1, const KXBN* m2, con
 }
 
 [[nodiscard]] uint32_t private_crt(const RSAKey* key, const KXBN* input, KXBN** out, KXBN_Pool* pool) {
-  QEX_ASSERT(key->q != nullptr, "!!(key->q)", "..\\rsa.c", 554);
-  QEX_ASSERT(key->dmp1 != nullptr, "!!(key->dmp1)", "..\\rsa.c", 555);
-  QEX_ASSERT(key->dmq1 != nullptr, "!!(key->dmq1)", "..\\rsa.c", 556);
-  QEX_ASSERT(key->iqmp != nullptr, "!!(key->iqmp)", "..\\rsa.c", 557);
+  QEX_ASSERT(key->q != nullptr, Claim::QIsPresent);
+  QEX_ASSERT(key->dmp1 != nullptr, Claim::Dmp1IsPresent);
+  QEX_ASSERT(key->dmq1 != nullptr, Claim::Dmq1IsPresent);
+  QEX_ASSERT(key->iqmp != nullptr, Claim::IqmpIsPresent);
   Arithmetic compute(pool);
   Number power, m1, m2;
   compute.make(2 * KXBN_bits(key->p) + 64, power);

@@ -121,8 +121,7 @@ constinit const std::array<uint32_t, kSmallPrimeCount> kSmallPrimes = sieve();
 static_assert(sieve().front() == 2 && sieve().back() == 3607);
 
 uint32_t bigprime_rounds(uint32_t bits, uint32_t bound) {
-  QEX_ASSERT(bound < std::size(kRounds[0].rounds), "!\"invalid primality error bound\"", "..\\bigprime.c",
-             1295);
+  QEX_ASSERT(bound < std::size(kRounds[0].rounds), Claim::ErrorBoundIsKnown);
   const RoundsRow* row = kRounds;
   while (bits < row->minBits) ++row;
   return row->rounds[bound];

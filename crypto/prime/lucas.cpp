@@ -6,8 +6,6 @@
 #include "crypto/assertion.h"
 #include "crypto/bignum/arithmetic.h"
 
-#define BNLUCAS_ASSERT(condition, text, line) QEX_ASSERT(condition, text, "..\\bnlucas.c", line)
-
 namespace qex {
 namespace {
 
@@ -19,7 +17,7 @@ constexpr bool is_odd(uint32_t word) {
 
 // symbol_of_two returns (2/n) for an odd n with the low word `lsw`: +1 for n = 1 or 7 modulo 8.
 int symbol_of_two(uint32_t lsw) {
-  BNLUCAS_ASSERT(is_odd(lsw), "is_odd(lsw)", 101);
+  QEX_ASSERT(is_odd(lsw), Claim::SymbolModulusIsOdd);
   return lsw % 8 == 1 || lsw % 8 == 7 ? 1 : -1;
 }
 
@@ -27,10 +25,10 @@ int symbol_of_two(uint32_t lsw) {
 // -1 when both are 3 modulo 4.
 int reciprocity(uint32_t m, uint32_t n) {
   uint32_t lsw = m % 4;
-  BNLUCAS_ASSERT(lsw == 1 || lsw == 3, "lsw==1 || lsw==3", 117);
+  QEX_ASSERT(lsw == 1 || lsw == 3, Claim::UpperNumberIsOdd);
   if (lsw == 1) return 1;
   lsw = n % 4;
-  BNLUCAS_ASSERT(lsw == 1 || lsw == 3, "lsw==1 || lsw==3", 121);
+  QEX_ASSERT(lsw == 1 || lsw == 3, Claim::LowerNumberIsOdd);
   return lsw == 1 ? 1 : -1;
 }
 
@@ -108,7 +106,7 @@ void LucasU::next_index() {
 }  // namespace
 
 uint32_t bnlucas_jacobi(int* symbol, const KXBN* a, const KXBN* n, KXBN_Pool* pool) {
-  BNLUCAS_ASSERT(is_odd(n->digits[0]), "is_odd(n->digits[0])", 62);
+  QEX_ASSERT(is_odd(n->digits[0]), Claim::JacobiModulusIsOdd);
   *symbol = 0;
   if (is_negative(n)) return KXBN_BADARG;
 
