@@ -11,6 +11,7 @@
 #include "crypto/assertion.h"
 #include "crypto/bignum/internal.h"
 #include "crypto/bignum/words.h"
+#include "ground/expect.h"
 
 namespace qex {
 namespace {
@@ -84,6 +85,7 @@ void KXBN_pool_free(KXBN_Pool* pool) {
 }
 
 uint32_t KXBN_pool_take(KXBN_Pool* pool, uint32_t words, KXBN** out) {
+  QEX_EXPECT(words > 0);
   const uint32_t k = slot_for(pool, words);
   QEX_ASSERT(k < kPoolSlots, Claim::PoolHasSlot);
   KXBN* const n = &pool->slots[k];
@@ -165,6 +167,7 @@ uint32_t KXBN_finish(KXBN* n) {
 }
 
 uint32_t KXBN_pad(KXBN* n, uint32_t words) {
+  QEX_EXPECT(KXBN_getsize(n) <= words);
   if (const uint32_t rc = KXBN_reserve(n, words)) return rc;
   n->used = KXBN_getsize(n);
   ClearWords(n->digits + n->used, words - n->used);

@@ -56,7 +56,7 @@ static_assert(sizeof(void*) != 4 || sizeof(KXBN_Pool) == 652);
 // still in use included. Null is allowed.
 void KXBN_pool_free(KXBN_Pool* pool);
 
-// KXBN_pool_take takes the slot of `pool` that suits a number of `words` words best, makes
+// KXBN_pool_take takes the slot of `pool` that suits a number of `words` words, 1 or more, best, makes
 // room in it, marks it used and stores its record, set to 0, in `*out`: the first
 // free slot with room enough, else the first with `digits`, which are enlarged, else
 // the first. Asserts "0" when the pool has no free slot. Codes: 3.

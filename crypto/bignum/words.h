@@ -1,7 +1,8 @@
 // Word kernels of the big numbers: the inner loops.
 //
 // Vectors of 32-bit words, least significant first; B is 2^32. A kernel allocates
-// nothing and knows no signs. "Apart" says that two vectors do not overlap.
+// nothing and knows no signs. "Apart" says that two vectors do not overlap. Builds for debugging check what
+// is said here of operands.
 #pragma once
 
 #include <cstddef>

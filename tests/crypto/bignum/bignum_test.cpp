@@ -192,6 +192,14 @@ TEST(BignumBits, TopZeroWordsDoNotCount) {
   EXPECT_EQ(sum.hex(), "3fe");
 }
 
+#ifndef NDEBUG
+TEST(BignumBitsDeathTest, PaddingToLessThanTheNumberIsABrokenExpectation) {
+  const Big n("10000000000000000");  // three words
+  EXPECT_EQ(KXBN_pad(n, 3), KXBN_OK);
+  EXPECT_DEATH((void)KXBN_pad(n, 2), "^Expectation failed: KXBN_getsize\\(n\\) <= words, file ");
+}
+#endif
+
 TEST(BignumBits, TestbitBeyondTheNumberIsZero) {
   Big n("80000001");
   EXPECT_EQ(KXBN_testbit(n, 0), 1u);

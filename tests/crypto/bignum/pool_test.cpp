@@ -237,5 +237,17 @@ TEST(BignumPoolDeathTest, PoolThatYieldsNoSlotIsAnAssertion) {
       "^Assertion failed: 0, file \\.\\.\\\\bignum\\.c, line 258\n");
 }
 
+#ifndef NDEBUG
+TEST(BignumPoolDeathTest, NumberOfNoWordsIsABrokenExpectation) {
+  EXPECT_DEATH(
+      {
+        const Pool pool(32);
+        KXBN* n = nullptr;
+        (void)KXBN_pool_take(pool, 0, &n);
+      },
+      "^Expectation failed: words > 0, file ");
+}
+#endif
+
 }  // namespace
 }  // namespace qex

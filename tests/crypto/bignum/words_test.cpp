@@ -173,6 +173,50 @@ TEST(WordKernels, DivisionGivesQuotientAndRemainder) {
   EXPECT_EQ(r, 0xFFFFFFFEu);
 }
 
+#ifndef NDEBUG
+TEST(WordKernelsDeathTest, VectorsThatOverlapInPartAreABrokenExpectation) {
+  uint32_t v[12] = {1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12};
+  const uint32_t apart[4] = {};
+  const char* const kMessage = "^Expectation failed: .*apart";
+  EXPECT_EQ(AddWords(v, v, apart, 4), 0u);
+  EXPECT_EQ(AddWords(v, v + 4, v + 8, 4), 0u);  // neighbours do not overlap
+  EXPECT_DEATH((void)AddWords(v + 1, v, apart, 4), kMessage);
+  EXPECT_DEATH((void)AddWords(v, apart, v + 3, 4), kMessage);
+  EXPECT_DEATH((void)SubWords(v + 1, v, apart, 4), kMessage);
+  EXPECT_DEATH((void)SubWords(v, apart, v + 3, 4), kMessage);
+  EXPECT_DEATH((void)MulWords(v + 1, v, 4, 3), kMessage);
+  EXPECT_DEATH((void)MulAddWords(v + 1, v, 4, 3), kMessage);
+  EXPECT_DEATH((void)MulSubWords(v + 1, v, 4, 3), kMessage);
+  EXPECT_DEATH(ProductWords(v, v + 7, 4, apart, 4), kMessage);
+  EXPECT_DEATH(ProductWords(v, apart, 4, v + 7, 4), kMessage);
+}
+
+TEST(WordKernelsDeathTest, ProductWantsTheLongerVectorFirstAndNoneEmpty) {
+  uint32_t r[4];
+  const uint32_t a[] = {1, 2}, b[] = {3};
+  const char* const kMessage = "^Expectation failed: la >= lb && lb >= 1";
+  EXPECT_DEATH(ProductWords(r, b, 1, a, 2), kMessage);
+  EXPECT_DEATH(ProductWords(r, a, 2, b, 0), kMessage);
+}
+
+TEST(WordKernelsDeathTest, MontgomeryKernelsCheckModulusOperandsAndRoom) {
+  const uint32_t m[] = {0xFFFFFFFB, 0xFFFFFFFF}, even[] = {2, 1}, equal[] = {0xFFFFFFFB, 0xFFFFFFFF};
+  const uint32_t inverse = MontInverse(m[0]);
+  uint32_t r[] = {1, 0}, work[MontWorkWords(2)];
+  const char* const kModulus = "^Expectation failed: .*is_montgomery";
+  const char* const kOperand = "^Expectation failed: .*is_operand";
+  EXPECT_DEATH((void)MontInverse(2), "^Expectation failed: \\(m0 & 1\\) != 0");
+  EXPECT_DEATH(MontSquare(r, r, even, 2, inverse, work), kModulus);
+  EXPECT_DEATH(MontSquare(r, r, m, 2, inverse + 1, work), kModulus);
+  EXPECT_DEATH(MontSquare(r, r, m, 0, inverse, work), kModulus);
+  EXPECT_DEATH(MontReduce(work, r, m, 2, inverse, work), kModulus);
+  EXPECT_DEATH(MontProduct(r, equal, r, m, 2, inverse, work), kOperand);
+  EXPECT_DEATH(MontProduct(r, r, equal, m, 2, inverse, work), kOperand);
+  EXPECT_DEATH(MontSquare(r, equal, m, 2, inverse, work), kOperand);
+  EXPECT_DEATH(MontReduce(r, equal, m, 2, inverse, work), kOperand);
+}
+#endif
+
 TEST(WordKernelsDeathTest, QuotientOfMoreThanAWordIsAnAssertion) {
   uint32_t r;
   EXPECT_DEATH((void)DivWords(5, 0, 5, &r),
