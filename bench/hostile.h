@@ -29,7 +29,7 @@ struct HostileCase {
   std::string name;  // the export, then the input
   HostileInput (*build)(size_t size);
   int32_t (*call)(HostileInput& input);
-  int32_t code;  // that the call answers with, so that the input is known to have gone all the way
+  int32_t code;  // the expected code, which proves that the input was processed to the end
 };
 
 // HostileCases returns all of them but the keys, family by family.

@@ -21,7 +21,7 @@ Octets numbered_certificates(size_t size) {
 // identifier is one of no certificate; its hash differs from those before it in the last octets alone.
 Octets identifier(uint32_t i, const Octets& algorithm, uint8_t hash_length) {
   Octets hash(hash_length, 0x11);
-  // Multiplied, so that the hashes do not come in their order.
+  // Multiplied, so that the hashes are not in ascending order.
   const uint32_t scattered = i * 2654435761u;
   for (size_t k = 0; k < 4; ++k) hash[hash_length - 1 - k] = uint8_t(scattered >> 8 * k);
   return der::sequence(algorithm, der::octet_string(hash));

@@ -143,7 +143,7 @@ HostileInput content_that_is_signed(size_t size) {
   return input_of(token.encode(), rsa_certificate());
 }
 
-// Keys of 96,000 bits, whatever size is asked for: the work of a public key is not linear, its memory is.
+// Keys of 96,000 bits, for any requested size: the work of a public key is not linear, its memory is.
 constexpr size_t kKeyOctets = 12000;
 
 TokenPieces token_of_right_digest() {

@@ -87,7 +87,7 @@ int tool_main(int count, char** words) {
   if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();
   Program program(count > 1 ? words[1] : "");
   for (int i = 1; i < count; ++i) {
-    if (std::strcmp(words[i], "--json") == 0) program.options.json = true;  // holds for usage failures too
+    if (std::strcmp(words[i], "--json") == 0) program.options.json = true;  // for usage failures too
   }
   ExitStatus status;
   try {

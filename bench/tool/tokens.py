@@ -1,8 +1,8 @@
 """Stamped files for scripts/bench-tool.sh: tokens by the openssl command under a chain of three certificates.
 
-usage: tokens.py FOLDER COUNT      FOLDER/many holds the files, FOLDER/list names them, FOLDER/jobs asks for each
+usage: tokens.py FOLDER COUNT      FOLDER/many holds the files, FOLDER/list names them, FOLDER/jobs has a job for each
 
-There are a hundred different tokens; the other files are copies, and cost as much to verify.
+There are a hundred different tokens; the other files are copies, which take as long to verify.
 """
 
 import base64

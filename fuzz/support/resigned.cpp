@@ -51,7 +51,7 @@ Tlv* child_with(Tlv* parent, uint8_t tag) {
   return nullptr;
 }
 
-// The first octet of a string, in whichever component it is.
+// The first octet of a string, in any component.
 uint8_t* first_octet(Tlv& string) {
   if (!string.content.empty()) return string.content.data();
   for (Tlv& component : string.children)

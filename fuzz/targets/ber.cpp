@@ -101,7 +101,7 @@ void check_length(View in) {
   }
   FUZZ_CHECK(o.code == 0 && o.bytes == n && o.value == octets_of(length), o.code);
 
-  // Written again it is the shortest form, but for the boundary of the three-octet one.
+  // Encoded again it has the shortest form, except at the boundary of the three-octet one.
   ExpBufHolder buf;
   const AsnLen written = BEncDefLen(buf.handle(), length);
   ExpBufRewind(buf.handle());

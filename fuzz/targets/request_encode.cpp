@@ -95,7 +95,7 @@ void check_extended(const QEX_TSQ_DATA_EX& record, int32_t transport) {
   FUZZ_CHECK(*out == framed(*request, transport), out->size());
   if (record.hashAlgorithm[0] == 0) return;
 
-  // And back, when the algorithm is one whose parameters are not looked at.
+  // And back, when the algorithm's parameters are not examined.
   if (!is_sha(TextOid(req->hashAlgorithm))) return;
   Record<QEX_TSQ_DATA_EX> back;
   back->size = sizeof(QEX_TSQ_DATA_EX);

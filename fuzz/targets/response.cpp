@@ -82,7 +82,7 @@ void check_token(const Input& in, const std::optional<Status>& s) {
   }
   if (!out) return;
   FUZZ_CHECK(IsDefinite(*out), out->size());
-  // In a response of its own the token comes out as it went in.
+  // In a response of its own the token is encoded to the same octets.
   const uint8_t granted[] = {0x30, 0x03, 0x02, 0x01, 0x00};
   Octets content(std::begin(granted), std::end(granted));
   content.insert(content.end(), out->begin(), out->end());

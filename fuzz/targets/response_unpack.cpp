@@ -13,7 +13,7 @@ struct Outcome {
   int32_t code;
   uint32_t length;
   uint32_t status;
-  size_t head;  // octets taken off
+  size_t head;  // octets removed
 };
 
 bool is_blank(char c) {

@@ -35,7 +35,7 @@ struct Range {
   uint32_t last;
 };
 
-// Characters that are not shown as they are, in ascending order.
+// Characters that are never shown unescaped, in ascending order.
 constexpr Range kHidden[] = {
     {0x0000, 0x001F},    // C0
     {0x007F, 0x009F},    // DEL, C1

@@ -55,7 +55,7 @@ bool read_up_to(const std::string& path, size_t most, Octets& data) {
   if (fd < 0) throw FileFailure(path, "cannot be opened", errno);
   int error = 0;
   const size_t size = size_of(fd);
-  // One read is enough for a small file: the octet more that it asks for shows that the file ends there.
+  // One read is enough for a small file: it asks for one octet more, whose absence shows the end.
   size_t step = size > 0 && size < kStep ? size + 1 : kStep;
   for (; data.size() <= most; step = kStep) {
     const size_t held = data.size();

@@ -47,7 +47,7 @@ void end_by(int number) {
 extern "C" void on_ending_signal(int number) {
   if (::getpid() != owner) return end_by(number);  // a child holds nothing
   const int error = errno;
-  // In this order: whoever begins to hold after it sees that a signal came.
+  // In this order: code that holds signals after it sees that one came.
   signalThatCame = number;
   if (holders == 0) end_by(number);
   errno = error;

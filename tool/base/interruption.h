@@ -1,6 +1,6 @@
 // Signals that ask the process to end (SIGHUP, SIGINT, SIGQUIT, SIGTERM, SIGXCPU), and the temporary files
-// that must not outlive it. One handler serves every thread, also one of libcurl's that still looks up a
-// name, where a mask would hold for one thread alone.
+// that must not outlive it. One handler covers every thread, including libcurl's thread that resolves a name;
+// a mask would cover only one thread.
 #pragma once
 
 #include <atomic>
@@ -8,7 +8,7 @@
 
 namespace qex::tool {
 
-// SignalsHeld keeps these signals waiting while it lives; they take effect when the last one goes.
+// SignalsHeld delays these signals while it lives; they take effect when the last one is destroyed.
 class SignalsHeld {
  public:
   SignalsHeld();

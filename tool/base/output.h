@@ -32,7 +32,7 @@ void WriteJson(const Json& document);
 std::string FieldsText(const Json& object, int indent = 0);
 void WriteFields(const Json& object, int indent = 0);
 
-// WriteText writes lines to standard output, escaped; throws a Failure when that cannot be written.
+// WriteText writes lines to standard output, escaped; throws a Failure when writing fails.
 void WriteText(std::string_view text);
 
 // FailureText renders the lines `qex: error: ...` and `qex: hint: ...`, escaped.

@@ -87,7 +87,7 @@ class Temporary {
   Temporary(const Temporary&) = delete;
   Temporary& operator=(const Temporary&) = delete;
 
-  // Returns 0 or the error; a file system that keeps no room free is none.
+  // Returns 0 or the error; a file system that cannot reserve room is not an error.
   int keep_free(uint64_t room) const {
     if (room == 0 || ::fallocate(fd_, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(room)) == 0) return 0;
     return errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL ? 0 : errno;
@@ -109,8 +109,9 @@ class Temporary {
   std::optional<RemovedOnSignal> entry_;
 };
 
-// Holds the folder for one commit at a time, so that of several at once the files of one appear. The lock is
-// advice: where the file system has none, or another program keeps it, the files are named without it.
+// Locks the folder for one commit at a time, so that of several concurrent ones the files of one appear. The
+// lock is advisory: if the file system has none, or another program keeps it, the files are renamed without
+// it.
 class FolderLock {
  public:
   FolderLock(const std::string& folder, bool wanted)
@@ -144,7 +145,7 @@ bool has_no_such_call(int error) {
 
 }  // namespace
 
-// One output: where it goes, and how far it got.
+// One output: its destination, and its progress.
 class OutputFile {
  public:
   OutputFile(const Output& output, bool force) : target_(output.path), force_(force), room_(output.room) {
@@ -204,7 +205,7 @@ class OutputFile {
     if (const int error = temporary_->write(data)) throw FileFailure(target_, "cannot be written", error);
   }
 
-  // An older file goes to the temporary's name, from where it can come back.
+  // An older file gets the temporary's name, from which it can be restored.
   void take_name() {
     const char* from = temporary_->name().c_str();
     const char* to = path_.c_str();

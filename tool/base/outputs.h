@@ -28,17 +28,17 @@ class OutputFile;
 
 class Outputs {
  public:
-  // Checks the names and makes the temporaries. Throws a Failure: of usage when an output leads to one of
-  // `inputs` or two lead to one file, of exit status File for a name that cannot be written, and for a file
-  // that exists already unless `force` is set.
+  // Checks the names and creates the temporaries. Throws a Failure: of usage when an output leads to one of
+  // `inputs` or two lead to one file, of exit status File for a name that cannot be written, and for an
+  // existing file unless `force` is set.
   Outputs(const std::vector<Output>& outputs, const std::vector<std::string>& inputs, bool force);
   ~Outputs();  // without Commit nothing is left
   Outputs(const Outputs&) = delete;
   Outputs& operator=(const Outputs&) = delete;
 
   // Commit writes the data of each output, in the order of the constructor, and gives the files their names:
-  // all of them or, when it throws a Failure, none. Signals that ask the process to end take effect when it
-  // is over. A pipe or device is written first and directly, and there a signal takes effect at once.
+  // all of them or, when it throws a Failure, none. Signals that ask the process to end take effect
+  // afterwards. A pipe or device is written first and directly, and there a signal takes effect at once.
   void Commit(std::initializer_list<ByteView> data);
 
  private:

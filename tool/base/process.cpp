@@ -92,8 +92,8 @@ void drop_handlers() {
   }
 }
 
-// A child goes when its parent does, however that came, and whatever it is at. It then tidies up as when it
-// is asked to end.
+// A child ends when its parent does, for whatever reason and at any time. It then cleans up as when it is
+// asked to end.
 void end_with_parent(pid_t parent) {
 #ifdef __linux__
   ::prctl(PR_SET_PDEATHSIG, SIGTERM);

@@ -21,8 +21,8 @@ class StopRequest {
   // The mask under which poll lets these signals through.
   const sigset_t& Outside() const { return outside_; }
 
-  // Release gives a forked child the signals as they were, but for SIGINT: a terminal sends that to parent
-  // and children alike, and the parent decides.
+  // Release gives a forked child the original signal settings, except for SIGINT: a terminal sends that to
+  // parent and children alike, and the parent decides.
   void Release() const;
 
  private:

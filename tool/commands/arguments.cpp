@@ -1,4 +1,4 @@
-// Passes over the command line.
+// Passes over the words of the command line.
 #include "tool/commands/arguments.h"
 
 #include <algorithm>

@@ -7,8 +7,8 @@ class App;
 
 namespace qex::tool {
 
-// RefuseEmptyAssignments throws a usage Failure for a word such as --policy=, whose value would otherwise be
-// taken from the next word; to be called before the words are read.
+// RefuseEmptyAssignments throws a usage Failure for a word such as --policy=, for which the parser would use
+// the next word as the value. Call it before parsing.
 void RefuseEmptyAssignments(int count, char* const* words);
 
 // RefuseEmptyValues throws a usage Failure when an option or argument that was read has an empty value.

@@ -51,7 +51,7 @@ ExitStatus print_digests(const Arguments& arguments, const HashAlgorithm& hash, 
   return status;
 }
 
-// A list names files that its reader has not looked at: a pipe among them would keep the command waiting, a
+// A list names files that the user has not checked: a pipe among them would keep the command waiting, a
 // device may never end.
 void refuse_special_file(const std::string& name) {
   std::error_code none;  // a missing file is reported when it is opened
@@ -129,8 +129,8 @@ Tally check_lines(std::string_view text, const HashAlgorithm& hash, const Option
   return tally;
 }
 
-// A line that is passed over may be the one that names the changed file: a list counts as checked only when
-// every line of it was.
+// An ignored line may be the one that names the changed file: a list counts as checked only when every line
+// of it was.
 std::optional<Failure> failure_of_list(const std::string& list, const Tally& tally,
                                        const HashAlgorithm& hash) {
   const std::string wanted = std::string("a line of a ") + hash.name + " digest and a name";

@@ -1,4 +1,4 @@
-// Reading lines, reading jobs. A line is handed to a lane as it came, and is parsed there.
+// Reads lines and jobs. A line goes to a lane unchanged, and is parsed there.
 #include "tool/commands/jobs.h"
 
 #include <fcntl.h>
@@ -32,7 +32,7 @@ Failure malformed(size_t line, const std::string& what) {
                       "a job is one JSON object in one line, such as {\"id\":1,\"file\":\"report.pdf\"}");
 }
 
-// A document with the id in front, which stays as it came: texts of it are not escaped.
+// A document with the id first, unchanged: texts in it are not escaped.
 std::string with_id(const std::string& document, const std::string& id) {
   return "{\"id\":" + id + "," + document.substr(1);
 }
@@ -163,7 +163,7 @@ class JobDesk {
   Options options_;
 };
 
-// The lines of a descriptor, as they come.
+// The lines of a descriptor, as they arrive.
 class Lines : public TaskSource {
  public:
   Lines(int fd, const std::string& place, const JobDesk& desk) : fd_(fd), place_(place), desk_(desk) {}

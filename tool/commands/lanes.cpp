@@ -1,8 +1,8 @@
-// Handing out tasks and putting outcomes in order.
+// Distributes tasks and puts outcomes in order.
 //
-// A lane has one chunk of tasks at a time and is handed another when it has answered all of it, so that
-// neither side ever waits for room in a pipe while the other does. Chunks get smaller towards the end, so
-// that no lane idles while another has several large files before it.
+// A lane has one chunk of tasks at a time and gets another when it has answered all of it, so that neither
+// side ever waits for room in a pipe while the other does. Chunks get smaller towards the end, so that no
+// lane idles while another still has several large files.
 #include "tool/commands/lanes.h"
 
 #include <poll.h>
@@ -119,7 +119,7 @@ class Run {
     outcomes_[number - first_] = std::move(outcome);
   }
 
-  // A lane is started when there is work for it. When it cannot be, others do its work.
+  // A lane is started when there is work for it. If that fails, the others do its work.
   bool start(size_t i) {
     if (i < lanes_.size() && lanes_[i].process) return true;
     if (i >= lanes_.size()) lanes_.resize(i + 1);
@@ -152,7 +152,7 @@ class Run {
     if (!start(i) || !lane.process->Send(chunk)) replace(lane);
   }
 
-  // The task that it was at goes with the lane; those that it had not begun are handed out again.
+  // The task in progress is lost with the lane; those that it had not begun are distributed again.
   void replace(Lane& lane) {
     lane.process.reset();
     if (stop_.Came() != 0) return;

@@ -27,7 +27,7 @@ struct Task {
 class TaskSource {
  public:
   virtual ~TaskSource() = default;
-  // Take returns the next task; nothing when there is none, for now or for good.
+  // Take returns the next task; nothing when there is none at the moment, or no more at all.
   virtual std::optional<Task> Take() = 0;
   // The descriptor that becomes readable when there may be more tasks; negative when no more will come.
   virtual int Descriptor() const { return -1; }

@@ -30,8 +30,8 @@ constexpr size_t kMaxList = size_t{256} << 20;
 // One for each length of digest: a line of a list does not name its algorithm.
 constexpr const char* kListHashes[] = {"sha256", "sha384", "sha512"};
 
-// The place of a file, whatever way leads to its folder. A link to a file is a file of its own. Throws a
-// Failure for a relative path when the working folder is gone.
+// The place of a file, by any path to its folder. A link to a file is a file of its own. Throws a Failure for
+// a relative path when the working folder has been removed.
 fs::path place_of(const std::string& path) {
   std::error_code error;
   const fs::path whole = fs::absolute(path, error).lexically_normal();
@@ -147,7 +147,7 @@ std::optional<Failure> failure_of(const Manifest& manifest, const std::string& l
   return std::nullopt;
 }
 
-// The frames of the tasks. The first one is of the list itself, and empty but for its kind.
+// The frames of the tasks. The first one is for the list itself, and empty except for its kind.
 constexpr char kList = 'L';
 constexpr char kEntry = 'E';
 

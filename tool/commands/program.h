@@ -12,7 +12,7 @@
 
 namespace qex::tool {
 
-// A Program is parsed at most once. Help and completion look at one of their own.
+// A Program is parsed at most once. Help and completion examine a second one.
 struct Program {
   struct Entry {
     const Command* command;

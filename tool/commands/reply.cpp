@@ -29,7 +29,7 @@ struct Arguments {
   std::string output;
 };
 
-// Takes the transport framing off a reply that was stored as it came.
+// Removes the transport framing from a reply that was stored with it.
 Bytes unframed(Bytes data, const Arguments& arguments) {
   const int32_t transport = arguments.frame == "socket" ? QEX_TRANSPORT_SOCKET : QEX_TRANSPORT_HTTP;
   auto length = static_cast<uint32_t>(data.size());

@@ -14,8 +14,8 @@ namespace qex::tool {
 
 void AddRequestOptions(CLI::App& app, RequestOptions& options);
 
-// ReadDigest reads the text of --digest: ALG:HEX, which `options` then ask for, or HEX of the algorithm that
-// they ask for. Throws a Failure.
+// ReadDigest reads the text of --digest: ALG:HEX, which sets the algorithm in `options`, or HEX of the
+// algorithm set there. Throws a Failure.
 Bytes ReadDigest(const std::string& text, RequestOptions& options);
 
 }  // namespace qex::tool

@@ -118,7 +118,7 @@ Outcome show_message(const Source& source, const Arguments& arguments, const Opt
   return outcome;
 }
 
-// All files on one page; one that cannot be shown has its failure there, and counts.
+// All files on one page; one that cannot be shown has its failure there, which counts for the exit status.
 ExitStatus show_page(const Arguments& arguments, const Options& options) {
   Outputs outputs({{arguments.output.empty() ? "-" : arguments.output}}, arguments.files, options.force);
   static const Trust kNobody;
@@ -152,7 +152,7 @@ Outcome show_one(const Source& source, const Arguments& arguments, const Options
   }
 }
 
-// All files are shown, also after one that cannot be; the gravest exit status counts.
+// All files are shown, even after a failure; the gravest exit status counts.
 ExitStatus show_all(const Arguments& arguments, const Options& options) {
   static const Trust kNobody;
   Worker worker(kNobody);

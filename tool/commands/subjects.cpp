@@ -68,7 +68,7 @@ void add_stamped(const std::string& token, std::vector<Subject>& subjects) {
   }
 }
 
-// A file that has something under the name of its reply which is none: it is not stamped, and cannot be.
+// A file next to something under the name of its reply that is not a reply: it is not stamped, and cannot be.
 Subject blocked(std::string name) {
   const std::string token = name + std::string(kReply);
   std::error_code none;
@@ -92,7 +92,7 @@ bool is_meant(const std::string& path, FolderRule rule) {
   return false;
 }
 
-// A folder in which there is nothing to do for the rule. One of which every file is stamped is in order.
+// A folder in which the rule selects nothing. If every file in it is stamped, that is fine.
 std::optional<Failure> failure_of_idle(const std::string& folder, FolderRule rule, bool empty) {
   if (rule == FolderRule::Stamped) {
     return Failure{ExitStatus::Input,

@@ -1,4 +1,4 @@
-// The subjects of a command that takes many: FILE..., --dir and --list, together with each other.
+// The subjects of a command that accepts many: FILE..., --dir and --list, in any combination.
 #pragma once
 
 #include <cstddef>
@@ -25,7 +25,7 @@ struct SubjectOptions {
   bool Single() const { return files.size() <= 1 && folders.empty() && lists.empty(); }
 };
 
-// One subject, or why there is none where one was expected.
+// One subject, or the reason why an expected one is missing.
 struct Subject {
   std::string name;
   bool named = false;  // on the command line

@@ -75,7 +75,7 @@ std::vector<Bytes> read_lists(const std::string& path) {
                 "name a list (CRL), as PEM or DER"};
 }
 
-// Every certificate in the files of a folder; other files are passed over.
+// Every certificate in the files of a folder; other files are ignored.
 std::vector<Bytes> certificates_in(const std::string& path) {
   std::error_code error;
   std::vector<std::string> names;

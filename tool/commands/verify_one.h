@@ -26,7 +26,7 @@ struct VerifyArguments {
   std::string policy;
   Manner manner;
   bool last = false;      // the worker has no other questions after this token
-  bool lineOnly = false;  // of the outcome, unless it is a document, only the line is wanted
+  bool lineOnly = false;  // only the line of the outcome is needed, unless it is a document
 };
 
 // VerifyOne makes all checks and renders them; no Failure leaves it.

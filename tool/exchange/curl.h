@@ -38,7 +38,7 @@ struct CurlFunctions {
 // be. It stays loaded.
 const CurlFunctions& Curl();
 
-// CurlVersion names the libcurl that is there; empty when there is none.
+// CurlVersion names the installed libcurl; empty when there is none.
 std::string CurlVersion();
 
 struct CurlCleaner {

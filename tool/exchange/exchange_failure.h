@@ -23,7 +23,7 @@ inline ExchangeFailure LastingFault(ExitStatus exit, std::string message, std::s
   return failure;
 }
 
-// PassingFault returns one of the network, which may be gone the next time.
+// PassingFault returns a failure of the network, which may be over by the next try.
 inline ExchangeFailure PassingFault(std::string message, std::string hint) {
   ExchangeFailure failure{{ExitStatus::Network, std::move(message), std::move(hint)}};
   failure.again = true;

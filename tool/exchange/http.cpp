@@ -23,7 +23,7 @@ constexpr size_t kMaxReply = size_t{1} << 20;
 constexpr size_t kMaxHead = size_t{64} << 10;  // the lines of all heads and trailers of an exchange
 constexpr long kMaxRedirects = 5;
 constexpr std::string_view kReplyType = "application/timestamp-reply";
-// Types under which some authorities send a good reply; an empty one is none at all.
+// Content types under which some authorities send a good reply; an empty one means none at all.
 constexpr std::string_view kOtherTypes[] = {"", "application/octet-stream", "binary/octet-stream",
                                             "application/timestamp-response", "application/timestamp-query"};
 
@@ -60,8 +60,8 @@ bool is_over_tls(CURL* handle) noexcept {
   return ::strncasecmp(url, "https:", 6) == 0;
 }
 
-// Once one step of the way was https, so are all that follow. libcurl looks at the setting when it takes the
-// next step, after the head that asks for it.
+// After one https step all further steps must be https. libcurl reads the setting when it takes the next
+// step, after the head that asks for it.
 bool keep_to_tls(CURL* handle) noexcept {
   return !is_over_tls(handle) || Curl().easy_setopt(handle, kRedirectOption, kTlsAlone) == CURLE_OK;
 }

@@ -33,7 +33,7 @@ void CheckUrl(const std::string& url);
 // PostRequest sends a time-stamp request and returns the reply, of at most 1 MiB; throws an ExchangeFailure.
 HttpReply PostRequest(const HttpSettings& settings, ByteView request);
 
-// HttpLibraryVersion names the library that carries the exchange, or says that there is none.
+// HttpLibraryVersion names the library for the exchange, or says that there is none.
 std::string HttpLibraryVersion();
 
 }  // namespace qex::tool

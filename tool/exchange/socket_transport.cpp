@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 constexpr size_t kHead = 5;
 constexpr size_t kMaxReply = size_t{1} << 20;
 
-// The address as libcurl takes it; only the connection is libcurl's.
+// The address in libcurl's form; only the connection is libcurl's.
 CurlUrl parse_address(const std::string& text) {
   const size_t colon = text.rfind(':');
   CurlUrl url = NewCurlUrl();
@@ -139,7 +139,7 @@ Bytes ExchangeOverSocket(const std::string& address, ByteView framedRequest,
   uint32_t flag = 0;
   int32_t code = QEX_UnpackTSR(reply.data(), &length, &flag, QEX_TRANSPORT_SOCKET);
   if (code == QEX_E_LENGTH) {
-    // The library says how much is announced; it is read as it comes, not allocated at once.
+    // The announced length comes from the library; the reply is read as it arrives, not allocated at once.
     if (length < kHead) {
       throw Failure{ExitStatus::Input, address + ": a reply without a flag is announced",
                     "does the authority speak the socket framing?", code};

@@ -60,7 +60,7 @@ std::string HashName(const Bytes& algorithm) {
 
 std::string AccuracyText(const TstInfo& info) {
   if (!info.accuracy) return "";
-  // Parts are at most 999 (RFC 3161, 2.4.2); larger ones are shown as they are and not added up.
+  // Parts are at most 999 (RFC 3161, 2.4.2); larger ones are shown unchanged and not added up.
   const int64_t seconds = info.accuracy->seconds.value_or(0);
   const int64_t millis = info.accuracy->millis.value_or(0);
   const int64_t micros = info.accuracy->micros.value_or(0);

@@ -76,7 +76,7 @@ struct SignerCertificate {
 // Where a reader stopped.
 struct Stop {
   std::string text;        // for people
-  std::string identifier;  // "name (dotted)" of the identifier that it has no type for; empty: another reason
+  std::string identifier;  // "name (dotted)" of the identifier without a type; empty: another reason
   bool algorithm = false;  // that identifier names an algorithm
   int32_t code = 0;        // of the library
   int32_t asn1Error = 0;
@@ -102,7 +102,7 @@ struct LibraryReading {
   Bytes essHash;                            // the algorithm by which the second version names the certificate
   std::vector<std::string> cut;             // parts that are longer than the library's record
   std::optional<SignerCertificate> signer;  // the token's own certificate that the attribute names
-  std::vector<LibraryCheck> checks;         // none: not asked for, or
+  std::vector<LibraryCheck> checks;         // empty: not asked for, or
   std::optional<SignerKey> tooLarge;        // the key that was too large to be tried
 };
 
@@ -117,7 +117,7 @@ enum class SignatureResult : uint8_t {
 struct StrictSignature {
   SignatureResult result = SignatureResult::NoCertificate;
   std::string reason;  // why it is not valid, in words; empty for a valid one
-  std::string digest;  // "sha256", as people write it; the dotted identifier of an unknown one
+  std::string digest;  // "sha256", in the usual spelling; the dotted identifier of an unknown one
   std::string scheme;  // "rsa", "rsa-pss", "ecdsa", "dsa", "ed25519"; the dotted identifier of an unknown one
   uint64_t digestBits = 0;  // 0: unknown
 };
@@ -167,7 +167,7 @@ enum class RevocationResult : uint8_t {
   NoList,     // none of the lists covers the signer
   ListStale,  // the list that covers it ended before the time of the check
   ListWeak,   // it is signed with a weak digest
-  ListBad,    // its signature does not verify, or it cannot be used
+  ListBad,    // its signature does not verify, or it is unusable
 };
 
 struct Revocation {
@@ -213,7 +213,7 @@ struct TacFacts {
   std::string meaning;  // of the code
   Bytes der;
   Bytes sha256;
-  std::optional<Failure> failure;  // it is there, and cannot be read
+  std::optional<Failure> failure;  // it is present, and unreadable
   std::string info;                // for people: the text of a JSON object
   int32_t metricsCode = 0;         // results of reading the two timing attributes
   int32_t policyCode = 0;
@@ -224,14 +224,14 @@ struct TacMatch {
   int32_t code = 0;
   int32_t asn1Error = 0;
   std::string meaning;
-  std::string ess;  // the version of the attribute that was looked at
+  std::string ess;  // the version of the attribute that was examined
 };
 
 struct Facts {
   inspect::Kind kind = inspect::Kind::Unknown;
   uint64_t trailing = 0;                  // octets after the message
   std::optional<RequestFacts> request;    // the message, or the request that the job came with
-  std::optional<Failure> requestFailure;  // why that cannot be read
+  std::optional<Failure> requestFailure;  // why it is unreadable
   std::optional<Status> status;           // of a reply
   std::optional<Bytes> token;             // of a reply, or the message itself
   std::optional<int32_t> tokenCode;       // of a reply: the library's result of taking the token out

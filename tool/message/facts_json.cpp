@@ -247,7 +247,7 @@ void members(V& visit, Job& v) {
   visit("allow_weak", v.allowWeak);
 }
 
-// The values that an enumeration has; another number is none of them.
+// The values of an enumeration; any other number is invalid.
 template <class E>
 constexpr int kLast = -1;
 template <>
@@ -267,7 +267,7 @@ constexpr int kLast<Rewriting> = static_cast<int>(Rewriting::IdData);
 template <>
 constexpr int kLast<ExitStatus> = static_cast<int>(ExitStatus::Internal);
 
-// An object that grows copies its members: room for most is made at once.
+// A growing object copies its members, so reserve room for most of them.
 Json roomy_object() {
   constexpr size_t kMembers = 18;
   Json json = Json::object();
@@ -304,7 +304,7 @@ struct Writer {
   template <Record T>
   static Json write(const T& value) {
     Writer writer;
-    members(writer, const_cast<T&>(value));  // one list serves both ways; the writer changes nothing
+    members(writer, const_cast<T&>(value));  // one list works in both directions; the writer changes nothing
     return std::move(writer.json);
   }
 };

@@ -14,7 +14,7 @@ bool all_digits(std::string_view text) {
   return text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
-// The number that `count` digits at the front of `text` are; they are taken off.
+// Reads the number in the first `count` digits of `text` and removes them.
 std::optional<int> take_number(std::string_view& text, size_t count) {
   if (text.size() < count || !all_digits(text.substr(0, count))) return std::nullopt;
   int number = 0;

@@ -25,7 +25,7 @@ struct Trust {
   std::optional<Bytes> fingerprint;  // --tsa-fingerprint: SHA-256 of the signer's certificate
   bool chainWanted = false;          // --ca-file, --ca-path or --system-ca was given
   std::vector<TrustItem> roots;
-  std::vector<TrustItem> systemRoots;  // as roots; one that cannot be read is left out
+  std::vector<TrustItem> systemRoots;  // as roots; unreadable ones are left out
   std::vector<TrustItem> untrusted;
   std::vector<TrustItem> crls;
   TrustTime time = TrustTime::GenTime;

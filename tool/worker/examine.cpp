@@ -105,7 +105,7 @@ LibraryStatus library_status(ByteView reply) {
   }
 }
 
-// The token of a granted reply, by the reader that can take it out.
+// The token of a granted reply, from the reader that can extract it.
 std::optional<Bytes> token_of(Facts& facts, std::optional<StrictReply>& strict, const Job& job,
                               const LibraryStatus& library) {
   if (!library.value) return strict ? strict->token : std::nullopt;
