@@ -102,8 +102,8 @@ struct LibraryReading {
   Bytes essHash;                            // the algorithm by which the second version names the certificate
   std::vector<std::string> cut;             // parts that are longer than the library's record
   std::optional<SignerCertificate> signer;  // the token's own certificate that the attribute names
-  std::vector<LibraryCheck> checks;         // empty: not asked for, or
-  std::optional<SignerKey> tooLarge;        // the key that was too large to be tried
+  std::vector<LibraryCheck> checks;         // empty: not asked for, or the key is too large
+  std::optional<SignerKey> tooLarge;        // that key
 };
 
 enum class SignatureResult : uint8_t {

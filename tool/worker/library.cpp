@@ -64,7 +64,7 @@ std::vector<Bytes> candidates_for(const LibraryReading& reading, const Trust& tr
     signs ? candidates.assign(1, item.der) : candidates.push_back(item.der);
     if (signs) return candidates;
   }
-  // None of them is known to have signed: one answer is enough where the signer is known.
+  // None of them is known to be the signer's: one answer is enough where the signer is known.
   if (reading.signer || !found.empty()) candidates.resize(1);
   return candidates;
 }
@@ -156,7 +156,7 @@ void verify(LibraryReading& reading, ByteView token, const std::vector<Bytes>& c
   if (best) reading.checks.push_back(std::move(*best));
 }
 
-// With `auto` a process checks the version that it serves when the token carries it, or carries none.
+// With `auto` a process checks its own version when the token carries it, or carries none.
 bool is_served(const LibraryReading& reading, const Job& job, const std::string& serves) {
   if (job.ess != "auto") return true;
   const bool carried = serves == "v2" ? reading.hasEssV2 : reading.hasEssV1;

@@ -43,7 +43,7 @@ int32_t CallWithMemory(const std::string& what, Call call) {
   return code;
 }
 
-// LengthOf returns the length as the exports take it; messages are at most kMaxMessage long.
+// LengthOf returns the length in the type of the exports; messages are at most kMaxMessage long.
 inline uint32_t LengthOf(ByteView data) {
   return static_cast<uint32_t>(data.size());
 }

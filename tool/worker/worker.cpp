@@ -160,7 +160,7 @@ std::string Worker::exchange(Version version, const std::string& question, const
                              std::string& messages) {
   std::unique_ptr<ChildProcess>& process = processes_[version];
   bool sent = process != nullptr && process->Send(question);
-  if (!sent) {  // there is none yet, or it ended while it had nothing to read
+  if (!sent) {  // there is no process yet, or it ended while idle
     process = std::make_unique<ChildProcess>(
         ChildProcess::Errors::Capture, [this, version] { return serve(trust_, kVersionNames[version]); });
     sent = process->Send(question);

@@ -30,7 +30,7 @@ class Worker {
   // CheckTrust lets a worker decode the trust options' files; throws a Failure that names an undecodable one.
   void CheckTrust();
 
-  // Whether there will be another question. A process that knows of none ends while its answer is looked at.
+  // Whether there will be another question. A process that expects none ends while its answer is being read.
   enum class Then { More, Nothing };
 
   // Ask has a job done; throws the worker's Failure, or one of exit status 70 when the process ended before

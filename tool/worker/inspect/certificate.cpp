@@ -39,7 +39,7 @@ size_t bits_of(View number) {
   return number.empty() ? 0 : number.size() * 8 - static_cast<size_t>(std::countl_zero(number[0]));
 }
 
-// At least 65537, the exponent that the last clause of QEX_VerifyTST_Signature's description asks for.
+// At least 65537, the exponent that the description of QEX_VerifyTST_Signature demands.
 bool is_large_exponent(View exponent) {
   if (exponent.size() != 3) return exponent.size() > 3;
   return (exponent[0] << 16 | exponent[1] << 8 | exponent[2]) >= 65537;

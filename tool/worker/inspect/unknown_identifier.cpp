@@ -125,7 +125,7 @@ std::optional<UnknownIdentifier> other_revocation_in(const Element& token) {
   return std::nullopt;
 }
 
-// The TSTInfo of a token, which is decoded by itself.
+// The TSTInfo of a token, which is decoded separately.
 std::optional<Element> content_of(const Element& token) {
   Elements fields(token.content);
   if (!fields.next(kOid)) return std::nullopt;

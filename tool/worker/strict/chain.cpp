@@ -43,7 +43,7 @@ Chain judge_sizes(STACK_OF(X509) * path) {
   return chain;
 }
 
-// A certificate is valid through its last second (RFC 5280, 4.1.2.5); libcrypto takes it for expired then.
+// A certificate is valid through its last second (RFC 5280, 4.1.2.5); libcrypto treats it as expired then.
 int allow_last_second(int ok, X509_STORE_CTX* context) {
   if (ok != 0 || X509_STORE_CTX_get_error(context) != X509_V_ERR_CERT_HAS_EXPIRED) return ok;
   const int64_t time = X509_VERIFY_PARAM_get_time(X509_STORE_CTX_get0_param(context));
@@ -75,7 +75,7 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
     answer.chain.text = "the time is beyond what can be judged";
     return answer;
   }
-  // Any policy will do (RFC 5280, 6.1.1), where an authority asks for one at all.
+  // Any policy will do (RFC 5280, 6.1.1), if an authority demands one at all.
   X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_POLICY_CHECK);
   if (X509_VERIFY_PARAM_add0_policy(parameters, OBJ_nid2obj(NID_any_policy)) != 1) throw std::bad_alloc();
   X509_VERIFY_PARAM_set_depth(parameters, kMaxDepth);

@@ -1,6 +1,6 @@
-// Lists as RFC 5280, 5 and 6.3.3 has them. libcrypto decodes them and verifies their signatures; its own
-// check of revocation is not asked: it passes over partial lists, takes one entry of several and lists of
-// changes for whole ones, and stops where an entry would still say something.
+// Revocation lists by RFC 5280, 5 and 6.3.3. libcrypto decodes them and verifies their signatures. Its own
+// revocation check is not used: it ignores partial lists, uses one entry of several, treats lists of changes
+// as complete ones, and stops before later entries that may matter.
 #include "tool/worker/strict/revocation_list.h"
 
 #include <algorithm>
@@ -44,7 +44,7 @@ bool is_unknown_critical(X509_EXTENSION* extension, const int (&known)[N]) {
   return std::ranges::find(known, kind_of(extension)) == std::end(known);
 }
 
-// The value of an extension of a list; one that is there twice or cannot be decoded is a fault of the list.
+// The value of an extension of a list; a repeated or undecodable one is a fault of the list.
 template <class Owner>
 Owner extension_of(RevocationList& list, int kind) {
   using Value = typename Owner::element_type;
@@ -87,7 +87,8 @@ bool holds_name(const GENERAL_NAMES* names, const X509_NAME* wanted) {
   return false;
 }
 
-// Reads the entries in their order: the issuer that one names holds for those after it (RFC 5280, 5.3.3).
+// Reads the entries in their order: the issuer that one names also applies to those after it (RFC 5280,
+// 5.3.3).
 class EntryReader {
  public:
   EntryReader(RevocationList& list, STACK_OF(X509) * path) : list_(list), path_(path) {

@@ -19,7 +19,7 @@ struct RevocationList {
   OwnedListScope scope;                             // null: all that its issuer issued
   OwnedKeyIdentifier keyOfIssuer;                   // null: not named
   bool isDelta = false;                             // of changes to another list
-  const char* fault = nullptr;                      // why it cannot be used, whoever signed it
+  const char* fault = nullptr;                      // why it cannot be used, regardless of the signer
   std::vector<std::vector<X509_REVOKED*>> entries;  // by certificate of the path
 
   std::string Name() const;
@@ -35,7 +35,7 @@ RevocationList ReadRevocationList(X509_CRL* crl, STACK_OF(X509) * path);
 // the issuer of the certificate at `place`; null when it is not.
 X509* IssuerOnPath(const RevocationList& list, STACK_OF(X509) * path, int place);
 
-// FaultOfList says why a list by this issuer cannot be used; null when it can.
+// FaultOfList returns why a list by this issuer cannot be used; null when it can.
 const char* FaultOfList(const RevocationList& list, X509* issuer);
 
 // GapOfList says why a list of the certificate's issuer leaves open whether a certificate that it does not

@@ -1,4 +1,4 @@
-// A token that libcrypto has decoded, and the parts that several checks look at.
+// A token that libcrypto has decoded, and the parts that several checks need.
 #pragma once
 
 #include <vector>

@@ -1,4 +1,4 @@
-// The last Trust that was decoded, known by its address: a process serves one set of trust options.
+// The last decoded Trust, identified by its address: a process serves one set of trust options.
 #include "tool/worker/strict/trust_store.h"
 
 #include "tool/base/failure.h"
