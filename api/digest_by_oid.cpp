@@ -2,47 +2,35 @@
 #include "api/digest_by_oid.h"
 
 #include <algorithm>
-#include <cstring>
+#include <iterator>
 
-#include "asn1/oids.h"
-#include "crypto/digest/hashinfo.h"
 #include "crypto/digest/sha512.h"
 
 namespace qex {
 namespace {
 
-struct DigestRow {
-  AsnOid algorithm;
-  const HashInfo* hash;
-};
-
-// clang-format off
-constexpr DigestRow kDigests[] = {
-    {kIdSha1,   &kSHA1Info},
-    {kIdMd5,    &kMD5Info},
-    {kIdSha256, &kSHA256Info},
-    {kIdSha384, &kSHA384Info},
-    {kIdSha512, &kSHA512Info},
-};
-// clang-format on
-
 constexpr size_t kLargestContext = sizeof(QEX_SHA512_CTX);
 
 }  // namespace
 
+const DigestAlgorithm* FindDigestAlgorithm(const AsnOid& identifier) {
+  const auto* row = std::ranges::find_if(
+      kDigestAlgorithms, [&](const DigestAlgorithm& r) { return AsnOidEqual(r.identifier, identifier); });
+  return row == std::end(kDigestAlgorithms) ? nullptr : row;
+}
+
 void DigestByOid(ExpBuf* buffer, const AsnOid& digestAlgorithm, DigestValue* digest) {
-  for (const DigestRow& row : kDigests) {
-    if (!AsnOidEqual(row.algorithm, digestAlgorithm)) continue;
-    alignas(uint64_t) uint8_t context[kLargestContext];
-    row.hash->init(context);
-    for (const ExpBuf* block = ExpBufFirst(buffer); block != nullptr; block = block->nextBlock) {
-      // No block is longer than 32 bits say: blocks are small, and wrapped data has such a length.
-      row.hash->update(context, block->first, uint32_t(block->end - block->first));
-    }
-    row.hash->final(context, digest->octets);
-    digest->length = row.hash->hashsz;
-    return;
+  const DigestAlgorithm* algorithm = FindDigestAlgorithm(digestAlgorithm);
+  if (algorithm == nullptr) return;
+  const HashInfo& hash = *algorithm->hash;
+  alignas(uint64_t) uint8_t context[kLargestContext];
+  hash.init(context);
+  for (const ExpBuf* block = ExpBufFirst(buffer); block != nullptr; block = block->nextBlock) {
+    // A block holds less than 4 GiB: the library's own are small, and wrapped data has a 32-bit length.
+    hash.update(context, block->first, uint32_t(block->end - block->first));
   }
+  hash.final(context, digest->octets);
+  digest->length = hash.hashsz;
 }
 
 void DigestByOid(ExpBuf* buffer, const AlgorithmIdentifier& digestAlgorithm, DigestValue* digest) {

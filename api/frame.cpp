@@ -33,6 +33,15 @@ bool ProcessAttach(void*, uint32_t, void*) {
   return true;
 }
 
+bool EncodingEquals(const ExpBufHolder& buf, const uint8_t* octets, size_t length) {
+  if (EncodedLength(buf) != length) return false;
+  for (const ExpBuf* block = buf.block(); block != nullptr; block = block->nextBlock) {
+    if (!std::equal(block->first, block->end, octets)) return false;
+    octets += block->end - block->first;
+  }
+  return true;
+}
+
 int32_t CopyOut(ExpBufHolder& buf, uint8_t* out, uint32_t capacity, uint32_t* outLength) {
   const uint32_t length = EncodedLength(buf);
   *outLength = length;

@@ -101,6 +101,9 @@ inline uint32_t EncodedLength(const ExpBufHolder& buf) {
   return uint32_t(ExpBufLength(buf.block()));
 }
 
+// EncodingEquals returns whether the rewound `buf` holds these octets and no more.
+bool EncodingEquals(const ExpBufHolder& buf, const uint8_t* octets, size_t length);
+
 // CopyOut hands the rewound `buf` out under the output-buffer rule: `*outLength` is set to its
 // length, and the bytes are copied when `out` is not null and `capacity` suffices. Returns
 // QEX_OK or QEX_E_SIZE.

@@ -4,11 +4,11 @@
 #include <cstddef>
 #include <cstring>
 
+#include "api/digest_by_oid.h"
 #include "api/frame.h"
 #include "api/framing.h"
 #include "api/oid_text.h"
 #include "api/qex.h"
-#include "asn1/oids.h"
 #include "asn1/timestamp.h"
 #include "ber/memory.h"
 #include "crypto/octets.h"
@@ -28,13 +28,9 @@ static_assert(kHttpHeadLength == 117);
 
 constexpr uint32_t kHeadLength[] = {0, kSocketHeadLength, kHttpHeadLength};  // by transport mode
 
-constexpr const AsnOid* kDigestsWithoutParameters[] = {&kIdSha1, &kIdSha256, &kIdSha384, &kIdSha512};
-
 bool has_null_parameters(const AsnOid& algorithm) {
-  for (const AsnOid* digest : kDigestsWithoutParameters) {
-    if (AsnOidEqual(*digest, algorithm)) return false;
-  }
-  return true;
+  const DigestAlgorithm* known = FindDigestAlgorithm(algorithm);
+  return known == nullptr || known->parameters == Parameters::Null;
 }
 
 // An identifier as TextToOid gives it.
@@ -164,8 +160,8 @@ int32_t QEX_EncodeTSQ(const QEX_TSQ_DATA* req, uint8_t* out, uint32_t* outLength
   full.certReq = req->certReq;
   AsnOcts nonce;
   if (U64ToAsnInt(req->nonce, &nonce) != 0) return QEX_E_NOMEM;
-  CopyOctets(full.nonce, nonce);
-  full.nonceLength = nonce.count;  // 0, and so no nonce, for the value 0
+  (void)CopyOctets(full.nonce, nonce);  // no more than 9 octets
+  full.nonceLength = nonce.count;       // 0, and so no nonce, for the value 0
   AsnFree(nonce.octs);
   return QEX_EncodeTSQ_Ex(&full, out, outLength, uint32_t(transport));
 }

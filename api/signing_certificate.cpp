@@ -6,6 +6,7 @@
 #include <cstring>
 #include <iterator>
 
+#include "api/attributes.h"
 #include "api/frame.h"
 #include "api/token.h"
 #include "asn1/ess.h"
@@ -28,39 +29,39 @@ uint32_t UseEssCertIdV2() {
 
 namespace {
 
-struct HashAlgorithm {
-  AsnOid algorithm;
-  uint32_t length;  // of the hash, in octets
-};
-
-constexpr HashAlgorithm kAlgorithms[] = {{kIdSha1, 20}, {kIdSha256, 32}, {kIdSha384, 48}, {kIdSha512, 64}};
-constexpr size_t kSha1 = 0;
-constexpr size_t kSha256 = 1;
-constexpr size_t kNoAlgorithm = std::size(kAlgorithms);
-
-// The hash of one identifier: with kNoAlgorithm it is that of no certificate.
+// The hash of one identifier; without an algorithm it is that of no certificate.
 struct CertHash {
-  size_t algorithm;  // index in kAlgorithms
+  const DigestAlgorithm* algorithm;
   const AsnOcts* octets;
 };
 
-// hash_v2 takes SHA-2 alone, which is the default too.
+// hash_in returns a hash with the algorithm of this identifier, if identifiers of `version` take that one.
+CertHash hash_in(EssVersion version, const AsnOid& algorithm, const AsnOcts& octets) {
+  const DigestAlgorithm* row = FindDigestAlgorithm(algorithm);
+  return {row != nullptr && row->essVersion == version ? row : nullptr, &octets};
+}
+
+CertHash hash_v1(const AsnOcts& certHash) {
+  return hash_in(EssVersion::V1, kIdSha1, certHash);
+}
+
 CertHash hash_v2(const AsnOcts& certHash, const AlgorithmIdentifier* hashAlgorithm) {
-  if (hashAlgorithm == nullptr) return {kSha256, &certHash};
-  size_t i = kSha256;
-  while (i < kNoAlgorithm && !AsnOidEqual(kAlgorithms[i].algorithm, hashAlgorithm->algorithm)) ++i;
-  return {i, &certHash};
+  return hash_in(EssVersion::V2, hashAlgorithm == nullptr ? kIdSha256 : hashAlgorithm->algorithm, certHash);
 }
 
 // hash_of returns the hash of the ESSCertID or ESSCertIDv2 that `node` holds.
-CertHash hash_of(const AsnListNode* node, bool v2) {
-  if (!v2) return {kSha1, &static_cast<const ESSCertID*>(node->data[0])->certHash};
+CertHash hash_of(const AsnListNode* node, EssVersion version) {
+  if (version == EssVersion::V1) return hash_v1(static_cast<const ESSCertID*>(node->data[0])->certHash);
   const auto& id = *static_cast<const ESSCertIDv2*>(node->data[0]);
   return hash_v2(id.certHash, id.hashAlgorithm);
 }
 
 bool can_match(const CertHash& hash) {
-  return hash.algorithm != kNoAlgorithm && hash.octets->count == kAlgorithms[hash.algorithm].length;
+  return hash.algorithm != nullptr && hash.octets->count == hash.algorithm->hash->hashsz;
+}
+
+size_t index_of(const DigestAlgorithm& algorithm) {
+  return size_t(&algorithm - kDigestAlgorithms);
 }
 
 // The digests of one certificate, each computed when it is first asked for.
@@ -68,20 +69,19 @@ class CertificateDigests {
  public:
   explicit CertificateDigests(ExpBuf* bytes) : bytes_(bytes) {}
 
-  const uint8_t* octets(size_t algorithm) {
-    DigestValue& digest = digests_[algorithm];
-    if (digest.length == 0) DigestByOid(bytes_, kAlgorithms[algorithm].algorithm, &digest);
-    return digest.octets;
+  const DigestValue& of(const DigestAlgorithm& algorithm) {
+    DigestValue& digest = digests_[index_of(algorithm)];
+    if (digest.length == 0) DigestByOid(bytes_, algorithm.identifier, &digest);
+    return digest;
   }
 
   bool match(const CertHash& hash) {
-    return can_match(hash) &&
-           std::memcmp(octets(hash.algorithm), hash.octets->octs, kAlgorithms[hash.algorithm].length) == 0;
+    return can_match(hash) && DigestEquals(of(*hash.algorithm), *hash.octets);
   }
 
  private:
   ExpBuf* bytes_;
-  DigestValue digests_[std::size(kAlgorithms)];
+  DigestValue digests_[std::size(kDigestAlgorithms)];
 };
 
 // The order of hashes of one length.
@@ -90,30 +90,19 @@ struct Before {
   uint32_t length;
 };
 
-// The first signed attribute of type `wanted`, or null.
-const Attribute* find_attribute(const SignerInfo* signer, const AsnOid& wanted) {
-  if (signer == nullptr) return nullptr;
-  for (const Attribute* attribute : ElementsOf<Attribute>(signer->signedAttrs)) {
-    if (AsnOidEqual(attribute->type, wanted)) return attribute;
-  }
-  return nullptr;
-}
-
 }  // namespace
 
 // Deliberate: the version in use is the only one looked at, even when the token has the other.
 void SigningCertificateIds::find() {
-  found_ = true;
-  v2_ = UseEssCertIdV2() == 1;
-  const Attribute* attribute =
-      find_attribute(FirstSignerInfo(token_), v2_ ? kIdSigningCertificateV2 : kIdSigningCertificate);
-  const auto* value = attribute == nullptr ? nullptr : FirstOf<AsnAny>(attribute->values);
-  if (value == nullptr) return;
-  if (v2_) {
-    const auto* ids = ValueAs<SigningCertificateV2>(*value, kAnySigningCertificateV2);
+  version_ = UseEssCertIdV2() == 1 ? EssVersion::V2 : EssVersion::V1;
+  const AsnList* attributes = SignedAttributesOf(token_);
+  if (version_ == EssVersion::V2) {
+    const Attribute* attribute = FindAttribute(attributes, {kIdSigningCertificateV2});
+    const auto* ids = FirstValueAs<SigningCertificateV2>(attribute, kAnySigningCertificateV2);
     if (ids != nullptr) list_ = ids->certs;
   } else {
-    const auto* ids = ValueAs<SigningCertificate>(*value, kAnySigningCertificate);
+    const Attribute* attribute = FindAttribute(attributes, {kIdSigningCertificate});
+    const auto* ids = FirstValueAs<SigningCertificate>(attribute, kAnySigningCertificate);
     if (ids != nullptr) list_ = ids->certs;
   }
   if (list_ != nullptr && list_->first == nullptr) list_ = nullptr;
@@ -126,60 +115,62 @@ SigningCertificateIds::~SigningCertificateIds() {
 // sort_others fills hashes_; false when memory is out. Each hash has a node, so their pointers' size is no
 // more than what stands in memory already.
 bool SigningCertificateIds::sort_others() {
-  static_assert(std::size(kAlgorithms) == kAlgorithmCount);
   const AsnListNode* second = list_->first->next;
-  size_t counts[kAlgorithmCount] = {};
+  size_t counts[std::size(kDigestAlgorithms)] = {};
   size_t total = 0;
   for (const AsnListNode* node = second; node != nullptr; node = node->next) {
-    const CertHash hash = hash_of(node, v2_);
+    const CertHash hash = hash_of(node, version_);
     if (!can_match(hash)) continue;
-    ++counts[hash.algorithm];
+    ++counts[index_of(*hash.algorithm)];
     ++total;
   }
   if (total != 0) {
     hashes_ = static_cast<const uint8_t**>(AsnAlloc(total * sizeof *hashes_));
     if (hashes_ == nullptr) return false;
   }
-  for (size_t i = 1; i < kAlgorithmCount; ++i) ends_[i] = ends_[i - 1] + counts[i - 1];
+  for (size_t i = 1; i < std::size(kDigestAlgorithms); ++i) ends_[i] = ends_[i - 1] + counts[i - 1];
   // Each end is where its run begins, and moves with every hash that is put there.
   for (const AsnListNode* node = second; node != nullptr; node = node->next) {
-    const CertHash hash = hash_of(node, v2_);
-    if (can_match(hash)) hashes_[ends_[hash.algorithm]++] = hash.octets->octs;
+    const CertHash hash = hash_of(node, version_);
+    if (can_match(hash)) hashes_[ends_[index_of(*hash.algorithm)]++] = hash.octets->octs;
   }
-  for (size_t i = 0; i < kAlgorithmCount; ++i) {
-    std::sort(hashes_ + (ends_[i] - counts[i]), hashes_ + ends_[i], Before{kAlgorithms[i].length});
+  for (size_t i = 0; i < std::size(kDigestAlgorithms); ++i) {
+    std::sort(hashes_ + (ends_[i] - counts[i]), hashes_ + ends_[i],
+              Before{kDigestAlgorithms[i].hash->hashsz});
   }
   sorted_ = true;
   return true;
 }
 
-int32_t SigningCertificateIds::Check(ExpBuf* certificateBytes, bool firstOnly) {
-  if (!found_) find();
+int32_t SigningCertificateIds::Check(ExpBuf* certificateBytes, Identifiers which) {
+  if (version_ == EssVersion::None) find();
   if (list_ == nullptr) return QEX_E_DECODE;
   CertificateDigests digests(certificateBytes);
-  const AsnListNode* node = firstOnly ? list_->first : list_->first->next;
-  for (; node != nullptr; node = firstOnly ? nullptr : node->next) {
-    if (digests.match(hash_of(node, v2_))) return QEX_OK;
+  const AsnListNode* first = list_->first;
+  if (which == Identifiers::First) return digests.match(hash_of(first, version_)) ? QEX_OK : QEX_E_MISMATCH;
+  for (const AsnListNode* node = first->next; node != nullptr; node = node->next) {
+    if (digests.match(hash_of(node, version_))) return QEX_OK;
   }
   return QEX_E_MISMATCH;
 }
 
 int32_t SigningCertificateIds::FindAmongOthers(ExpBuf* certificateBytes) {
-  if (!found_) find();
+  if (version_ == EssVersion::None) find();
   if (list_ == nullptr) return QEX_E_DECODE;
   if (!sorted_ && !sort_others()) return QEX_E_NOMEM;
   CertificateDigests digests(certificateBytes);
   size_t begin = 0;
-  for (size_t i = 0; i < kAlgorithmCount; begin = ends_[i++]) {
+  for (size_t i = 0; i < std::size(kDigestAlgorithms); begin = ends_[i++]) {
     if (begin == ends_[i]) continue;
-    const Before before{kAlgorithms[i].length};
-    if (std::binary_search(hashes_ + begin, hashes_ + ends_[i], digests.octets(i), before)) return QEX_OK;
+    const DigestValue& digest = digests.of(kDigestAlgorithms[i]);
+    const Before before{digest.length};
+    if (std::binary_search(hashes_ + begin, hashes_ + ends_[i], digest.octets, before)) return QEX_OK;
   }
   return QEX_E_MISMATCH;
 }
 
-int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, bool firstOnly) {
-  return SigningCertificateIds(token).Check(certificateBytes, firstOnly);
+int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, Identifiers which) {
+  return SigningCertificateIds(token).Check(certificateBytes, which);
 }
 
 bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
@@ -200,7 +191,7 @@ int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t*
     if (!EncodeInto(buf, [&](ExpBuf** b) { BEncCertificate(b, candidate); })) return QEX_E_NOMEM;
     if (EncodedLength(buf) == 0) return QEX_E_MISSING;
     *outLength = EncodedLength(buf);
-    if (ids.Check(buf.block(), true) != QEX_OK) continue;
+    if (ids.Check(buf.block(), Identifiers::First) != QEX_OK) continue;
     if (certificate != nullptr) *certificate = candidate;
     return CopyOut(buf, out, capacity, outLength);
   }

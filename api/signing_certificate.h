@@ -4,6 +4,7 @@
 
 #include <atomic>
 #include <cstdint>
+#include <iterator>
 
 #include "api/digest_by_oid.h"
 #include "asn1/cms.h"
@@ -22,6 +23,10 @@ extern std::atomic<uint32_t> essCertIdV2Switch;
 // Deliberate: it is read once in the life of the process.
 uint32_t UseEssCertIdV2();
 
+// The identifiers of a token that a certificate is compared with: the authority's certificate is the first
+// one, attribute certificates are among the others.
+enum class Identifiers : uint8_t { First, Others };
+
 // The certificate identifiers of a token's signing-certificate attribute, of the version in use.
 // The attribute is looked up, and the switch between the versions read, with the first
 // certificate that is checked. A certificate is digested once with each algorithm that occurs among the
@@ -34,48 +39,45 @@ class SigningCertificateIds {
   SigningCertificateIds& operator=(const SigningCertificateIds&) = delete;
 
   // Check looks for the certificate (or attribute certificate) whose encoding is the data of
-  // `certificateBytes`: at the first identifier alone when `firstOnly`, else at the second and later
-  // ones alone, one by one. QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute, or no
+  // `certificateBytes`: at the first identifier alone, or at the second and later ones alone, one by
+  // one. QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute, or no
   // identifier in it. QEX_E_MISMATCH: no identifier matches.
-  int32_t Check(ExpBuf* certificateBytes, bool firstOnly);
+  int32_t Check(ExpBuf* certificateBytes, Identifiers which);
 
-  // FindAmongOthers is Check with `firstOnly` false for whoever looks for many certificates: the hashes are
+  // FindAmongOthers is Check of the others for callers that look for many certificates: the hashes are
   // sorted once, and a digest is found among them in logarithmic time, whatever hashes the token brings.
-  // QEX_E_NOMEM: no memory to sort them.
+  // QEX_E_NOMEM: allocation fails.
   int32_t FindAmongOthers(ExpBuf* certificateBytes);
 
  private:
-  static constexpr size_t kAlgorithmCount = 4;  // SHA-1 of the first version, three of SHA-2
-
   void find();
   bool sort_others();
 
   const ContentInfo& token_;
-  bool found_ = false;
-  bool v2_ = false;
+  EssVersion version_ = EssVersion::None;  // until the attribute has been looked up
   bool sorted_ = false;
   const AsnList* list_ = nullptr;  // of ESSCertID or ESSCertIDv2; null: none
   // Hashes of the second and later identifiers: of each algorithm a sorted run, which ends at ends_.
   const uint8_t** hashes_ = nullptr;
-  size_t ends_[kAlgorithmCount] = {};
+  size_t ends_[std::size(kDigestAlgorithms)] = {};
 };
 
 // CheckSigningCertificate is the check of one certificate against the identifiers of `token`.
-int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, bool firstOnly);
+int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, Identifiers which);
 
 // MatchCertHashV2 returns whether `certHash` is the digest of `certificateBytes` with
-// `hashAlgorithm`, which must be SHA-256, SHA-384 or SHA-512; null stands for SHA-256, the default
+// `hashAlgorithm`, which must be SHA-256, SHA-384 or SHA-512; null means SHA-256, the default
 // of an ESSCertIDv2.
 bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
                      const AlgorithmIdentifier* hashAlgorithm);
 
 // FindSigningCertificate searches the token's certificates for the one that the first identifier of
 // its signing-certificate attribute names. It hashes each as encoded afresh, and `*outLength` becomes
-// the length of every one examined. The one found is copied to `out` if the capacity suffices, which is what
-// `*outLength` holds at entry; and it is pointed at by `*certificate` (unless null), which stays the token's.
+// the length of every one examined. The one found is copied to `out` if the capacity suffices, which
+// `*outLength` holds at entry; `*certificate`, unless null, becomes the one found, which stays the token's.
 // QEX_OK: found and copied. QEX_E_SIZE: found, and `out` is null or too small. QEX_E_NOCERT: not
 // found. QEX_E_MISSING: a certificate has an empty encoding. QEX_E_NOMEM.
 int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t* outLength,
-                               const Certificate** certificate);
+                               const Certificate** certificate = nullptr);
 
 }  // namespace qex

@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstring>
 
+#include "api/attributes.h"
 #include "api/frame.h"
 #include "api/name_text.h"
 #include "api/oid_text.h"
@@ -30,7 +31,7 @@ void first_name_field(char (&field)[kSize], const AsnList* names) {
   const auto* name = FirstOf<GeneralName>(names);
   if (name == nullptr || name->choice != GeneralName::kDirectoryName || name->directoryName == nullptr)
     return;
-  NameToText(field, kSize, name->directoryName->rdnSequence);
+  (void)NameToText(field, kSize, name->directoryName->rdnSequence);
 }
 
 const AsnList* issuer_names(const AttCertIssuer* issuer) {
@@ -94,23 +95,18 @@ const TimingMetrics* single_metrics(const AsnList* values) {
   return inSet != nullptr ? inSet : ValueAs<TimingMetrics>(*any, kAnyTimingMetricsInPlace);
 }
 
-// find_metrics returns the metrics of the first attribute that is for them, or null.
+// find_metrics returns the metrics of the first attribute of either type that holds metrics, or null.
 const TimingMetrics* find_metrics(const AsnList* attributes) {
-  for (const Attribute* attribute : ElementsOf<Attribute>(attributes)) {
-    if (AsnOidEqual(attribute->type, kIdTimingMetricsAttribute)) {
-      return last_of<TimingMetrics>(attribute->values, kAnyTimingMetricsElement, kAnyTimingMetricsAttribute);
-    }
-    if (AsnOidEqual(attribute->type, kIdTimingMetrics)) return single_metrics(attribute->values);
-  }
-  return nullptr;
+  const Attribute* attribute = FindAttribute(attributes, {kIdTimingMetricsAttribute, kIdTimingMetrics});
+  if (attribute == nullptr) return nullptr;
+  if (AsnOidEqual(attribute->type, kIdTimingMetrics)) return single_metrics(attribute->values);
+  return last_of<TimingMetrics>(attribute->values, kAnyTimingMetricsElement, kAnyTimingMetricsAttribute);
 }
 
 const TimingPolicy* find_policy(const AsnList* attributes) {
-  for (const Attribute* attribute : ElementsOf<Attribute>(attributes)) {
-    if (!AsnOidEqual(attribute->type, kIdTimingPolicyAttribute)) continue;
-    return last_of<TimingPolicy>(attribute->values, kAnyTimingPolicyElement, kAnyTimingPolicyAttribute);
-  }
-  return nullptr;
+  const Attribute* attribute = FindAttribute(attributes, {kIdTimingPolicyAttribute});
+  if (attribute == nullptr) return nullptr;
+  return last_of<TimingPolicy>(attribute->values, kAnyTimingPolicyElement, kAnyTimingPolicyAttribute);
 }
 
 // fill_metrics writes into a record that is not cleared first; false when a value did not fit.
@@ -144,7 +140,7 @@ void fill_policy(const TimingPolicy& policy, QEX_TIMING_POLICY* record) {
   std::memset(record, 0, sizeof *record);
   if (policy.maxOffset != nullptr) (void)DurationSeconds(*policy.maxOffset, &record->maxOffset);
   if (policy.maxDelay != nullptr) (void)DurationSeconds(*policy.maxDelay, &record->maxDelay);
-  if (const AsnOid* identifier = policy_identifier(policy.policyID)) OidField(record->policyID, *identifier);
+  if (const AsnOid* id = policy_identifier(policy.policyID)) (void)OidField(record->policyID, *id);
 }
 
 }  // namespace

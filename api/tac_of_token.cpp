@@ -3,8 +3,7 @@
 //
 // A token carries it in its certificate set, named by the second or a later identifier of the
 // signing-certificate attribute, or whole in its signer attributes (RFC 5126, 5.11.3).
-#include <algorithm>
-
+#include "api/attributes.h"
 #include "api/qex.h"
 #include "api/signing_certificate.h"
 #include "api/token.h"
@@ -15,26 +14,20 @@ namespace qex {
 namespace {
 
 // signer_attribute_certificate returns the first attribute certificate that the signer-attributes
-// attribute holds, or null.
-const AttributeCertificate* signer_attribute_certificate(const SignerInfo* signer) {
-  if (signer == nullptr) return nullptr;
-  for (const Attribute* attribute : ElementsOf<Attribute>(signer->signedAttrs)) {
-    if (!AsnOidEqual(attribute->type, kIdSignerAttributes)) continue;
-    const auto* value = FirstOf<AsnAny>(attribute->values);
-    if (value == nullptr) return nullptr;
-    for (const auto* element :
-         ElementsOf<SignerAttributeChoice>(ValueAs<AsnList>(*value, kAnySignerAttributes))) {
-      if (element->choice == SignerAttributeChoice::kCertifiedAttributes &&
-          element->certifiedAttributes != nullptr) {
-        return element->certifiedAttributes;
-      }
+// attribute of the first signer holds, or null.
+const AttributeCertificate* signer_attribute_certificate(const ContentInfo& token) {
+  const Attribute* attribute = FindAttribute(SignedAttributesOf(token), {kIdSignerAttributes});
+  const auto* choices = FirstValueAs<AsnList>(attribute, kAnySignerAttributes);
+  for (const auto* element : ElementsOf<SignerAttributeChoice>(choices)) {
+    if (element->choice == SignerAttributeChoice::kCertifiedAttributes &&
+        element->certifiedAttributes != nullptr) {
+      return element->certifiedAttributes;
     }
-    return nullptr;
   }
   return nullptr;
 }
 
-// encode_certified encodes it afresh into `buf`. No identifier is asked whether the token names it.
+// encode_certified encodes it afresh into `buf`. It needs no identifier that names it.
 int32_t encode_certified(const AttributeCertificate& certificate, ExpBufHolder& buf) {
   if (!EncodeInto(buf, [&](ExpBuf** b) { BEncAttributeCertificate(b, &certificate); })) return QEX_E_NOMEM;
   return EncodedLength(buf) == 0 ? QEX_E_MISSING : QEX_OK;
@@ -49,16 +42,6 @@ bool encode_alone(const CertificateChoices& element, ExpBufHolder& buf) {
     else
       BEncAttributeCertificate(b, element.v2AttrCert);
   });
-}
-
-bool equals(ExpBufHolder& buf, const uint8_t* octets, uint32_t length) {
-  if (EncodedLength(buf) != length) return false;
-  const ExpBuf* block = buf.block();
-  for (const uint8_t* at = octets; block != nullptr; block = block->nextBlock) {
-    if (!std::equal(block->first, block->end, at)) return false;
-    at += block->end - block->first;
-  }
-  return true;
 }
 
 }  // namespace
@@ -87,7 +70,7 @@ int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8
     if (named == QEX_OK) return CopyOut(buf, out, capacity, outLen);
     if (named == QEX_E_NOMEM) return QEX_E_NOMEM;
   }
-  const AttributeCertificate* certified = signer_attribute_certificate(FirstSignerInfo(contentInfo.value));
+  const AttributeCertificate* certified = signer_attribute_certificate(contentInfo.value);
   if (certified == nullptr) return QEX_E_NOTAC;
   ExpBufHolder buf;
   const int32_t code = encode_certified(*certified, buf);
@@ -103,12 +86,12 @@ int32_t QEX_CheckTAC_MatchesTST(const uint8_t* tac, uint32_t tacLen, const uint8
 
   ExpBuf bytes;
   ExpBufWrapData(&bytes, tac, tacLen);
-  const int32_t named = CheckSigningCertificate(contentInfo.value, &bytes, false);
+  const int32_t named = CheckSigningCertificate(contentInfo.value, &bytes, Identifiers::Others);
   // Deliberate: without the attribute the signer attributes are not tried.
   if (named != QEX_E_MISMATCH) return named;
-  const AttributeCertificate* certified = signer_attribute_certificate(FirstSignerInfo(contentInfo.value));
+  const AttributeCertificate* certified = signer_attribute_certificate(contentInfo.value);
   if (certified == nullptr) return QEX_E_MISMATCH;
   ExpBufHolder buf;
   const int32_t code = encode_certified(*certified, buf);
-  return code == QEX_OK && equals(buf, tac, tacLen) ? QEX_OK : QEX_E_MISMATCH;
+  return code == QEX_OK && EncodingEquals(buf, tac, tacLen) ? QEX_OK : QEX_E_MISMATCH;
 }

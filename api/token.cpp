@@ -30,4 +30,9 @@ SignerInfo* FirstSignerInfo(const ContentInfo& token) {
   return signedData == nullptr ? nullptr : FirstOf<SignerInfo>(signedData->signerInfos);
 }
 
+const AsnList* SignedAttributesOf(const ContentInfo& token) {
+  const SignerInfo* signer = FirstSignerInfo(token);
+  return signer == nullptr ? nullptr : signer->signedAttrs;
+}
+
 }  // namespace qex

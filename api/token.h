@@ -26,4 +26,7 @@ bool IsAttributeCertificate(const CertificateChoices& element);
 // FirstSignerInfo returns the first element of signerInfos, or null.
 SignerInfo* FirstSignerInfo(const ContentInfo& token);
 
+// SignedAttributesOf returns the signed attributes of the first signer, or null.
+const AsnList* SignedAttributesOf(const ContentInfo& token);
+
 }  // namespace qex

@@ -50,7 +50,7 @@ bool fill_record(const TSTInfo& value, QEX_TSTINFO_EX* info) {
   const GeneralName* tsa = value.tsa;
   if (tsa != nullptr && tsa->choice == GeneralName::kDirectoryName && tsa->directoryName != nullptr) {
     // An entry that does not fit is left out without a report.
-    NameToText(info->tsaName, sizeof info->tsaName, tsa->directoryName->rdnSequence);
+    (void)NameToText(info->tsaName, sizeof info->tsaName, tsa->directoryName->rdnSequence);
   }
   return fits;
 }
@@ -106,5 +106,5 @@ int32_t QEX_GetTST_TSACert(uint8_t* out, uint32_t* outLength, const uint8_t* tok
   DecodedToken contentInfo;
   if (!DecodeToken(token, tokenLength, &contentInfo)) return QEX_E_BADTOKEN;
   if (SignedDataOf(contentInfo.value) == nullptr) return QEX_E_BADTOKEN;
-  return FindSigningCertificate(contentInfo.value, out, outLength, nullptr);
+  return FindSigningCertificate(contentInfo.value, out, outLength);
 }

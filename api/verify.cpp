@@ -1,11 +1,12 @@
 // The check of a token's signature.
 //
-// Which keys, digests and signature algorithms go together is one table; each row names the check
-// that its key takes.
+// A table lists the keys with their checks; which signature algorithm pairs a key with a digest is part of
+// the table of digests.
 #include "api/verify.h"
 
 #include <cstring>
 
+#include "api/attributes.h"
 #include "api/frame.h"
 #include "api/qex.h"
 #include "asn1/oids.h"
@@ -148,36 +149,27 @@ int32_t check_dsa(const SignatureInput& in) {
 
 // --- Algorithms ------------------------------------------------------------------
 
-struct AlgorithmRow {
+// A key algorithm and the signature algorithms that it goes with.
+struct KeyRow {
   AsnOid key;
-  AsnOid digest;
-  AsnOid signature;
+  const AsnOid* withAnyDigest;  // null: none
+  const AsnOid* DigestAlgorithm::*withDigest;
   int32_t (*check)(const SignatureInput&);
 };
 
-// clang-format off
-constexpr AlgorithmRow kAlgorithms[] = {
-    {kIdRsaEncryption, kIdSha1,    kIdRsaEncryption, check_rsa},
-    {kIdRsaEncryption, kIdMd5,     kIdRsaEncryption, check_rsa},
-    {kIdRsaEncryption, kIdSha256,  kIdRsaEncryption, check_rsa},
-    {kIdRsaEncryption, kIdSha384,  kIdRsaEncryption, check_rsa},
-    {kIdRsaEncryption, kIdSha512,  kIdRsaEncryption, check_rsa},
-    {kIdRsaEncryption, kIdSha1,    kIdSha1WithRsa,   check_rsa},
-    {kIdRsaEncryption, kIdMd5,     kIdMd5WithRsa,    check_rsa},
-    {kIdRsaEncryption, kIdSha256,  kIdSha256WithRsa, check_rsa},
-    {kIdRsaEncryption, kIdSha384,  kIdSha384WithRsa, check_rsa},
-    {kIdRsaEncryption, kIdSha512,  kIdSha512WithRsa, check_rsa},
-    {kIdDsa,           kIdSha1,    kIdDsaWithSha1,   check_dsa},
-    {kIdDsa,           kIdSha256,  kIdDsaWithSha256, check_dsa},
+constexpr KeyRow kKeys[] = {
+    {kIdRsaEncryption, &kIdRsaEncryption, &DigestAlgorithm::withRsa, check_rsa},
+    {kIdDsa, nullptr, &DigestAlgorithm::withDsa, check_dsa},
 };
-// clang-format on
 
-const AlgorithmRow* find_algorithm(const AsnOid& key, const AsnOid& digest, const AsnOid& signature) {
-  for (const AlgorithmRow& row : kAlgorithms) {
-    if (AsnOidEqual(row.key, key) && AsnOidEqual(row.digest, digest) &&
-        AsnOidEqual(row.signature, signature)) {
-      return &row;
-    }
+// find_key returns the row of `key`, or null unless digest and signature algorithm go with it and each other.
+const KeyRow* find_key(const AsnOid& key, const AsnOid& digest, const AsnOid& signature) {
+  const DigestAlgorithm* algorithm = FindDigestAlgorithm(digest);
+  if (algorithm == nullptr) return nullptr;
+  const auto is_signature = [&](const AsnOid* oid) { return oid != nullptr && AsnOidEqual(*oid, signature); };
+  for (const KeyRow& row : kKeys) {
+    if (!AsnOidEqual(row.key, key)) continue;
+    return is_signature(row.withAnyDigest) || is_signature(algorithm->*row.withDigest) ? &row : nullptr;
   }
   return nullptr;
 }
@@ -259,18 +251,13 @@ void verify(const uint8_t* data, uint32_t length, const GivenCertificate& given,
   // Deliberate: the bytes as they were given; what follows the certificate in them takes part.
   ExpBuf certificateBytes;
   ExpBufWrapData(&certificateBytes, given.data, given.length);
-  *result = CheckSigningCertificate(token.value, &certificateBytes, true);
+  *result = CheckSigningCertificate(token.value, &certificateBytes, Identifiers::First);
 }
 
 }  // namespace
 
 const AsnOcts* FindMessageDigest(const AsnList* signedAttrs) {
-  for (const Attribute* attribute : ElementsOf<Attribute>(signedAttrs)) {
-    if (!AsnOidEqual(attribute->type, kIdMessageDigest)) continue;
-    const auto* value = FirstOf<AsnAny>(attribute->values);
-    return value == nullptr ? nullptr : ValueAs<AsnOcts>(*value, kAnyMessageDigest);
-  }
-  return nullptr;
+  return FirstValueAs<AsnOcts>(FindAttribute(signedAttrs, {kIdMessageDigest}), kAnyMessageDigest);
 }
 
 int32_t VerifySignerInfoSignature(const SignerInfo& signer, const Certificate& certificate) {
@@ -280,9 +267,9 @@ int32_t VerifySignerInfoSignature(const SignerInfo& signer, const Certificate& c
   DigestByOid(attributes.block(), *signer.digestAlgorithm, &digest);
 
   const SubjectPublicKeyInfo& key = *certificate.tbsCertificate->subjectPublicKeyInfo;
-  const AlgorithmRow* algorithm = find_algorithm(key.algorithm->algorithm, signer.digestAlgorithm->algorithm,
-                                                 signer.signatureAlgorithm->algorithm);
-  return algorithm == nullptr ? QEX_E_UNSUPPORTED : algorithm->check({signer, key, digest});
+  const KeyRow* row = find_key(key.algorithm->algorithm, signer.digestAlgorithm->algorithm,
+                               signer.signatureAlgorithm->algorithm);
+  return row == nullptr ? QEX_E_UNSUPPORTED : row->check({signer, key, digest});
 }
 
 }  // namespace qex

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <iterator>
 
 #include "tests/support/octets.h"
 #include "tests/support/rsa_signer.h"
@@ -73,6 +74,47 @@ TEST(DigestByOid, UnknownAlgorithmLeavesTheDigestUnchanged) {
     EXPECT_EQ(digest.length, 0u);
     for (const uint8_t octet : digest.octets) EXPECT_EQ(octet, 0xA5);
   }
+}
+
+// The first version of the signing-certificate attribute has SHA-1 alone (RFC 2634, 5.4). Of the digests that
+// the second version may have (RFC 5035) the library takes SHA-2.
+TEST(FindDigestAlgorithm, KnowsEachDigestOnceWithWhatDependsOnIt) {
+  const struct {
+    const char* digest;
+    uint32_t octets;
+    Parameters parameters;
+    EssVersion version;
+    const char* with_rsa;
+    const char* with_dsa;
+  } rows[] = {
+      {kSha1, 20, Parameters::Absent, EssVersion::V1, "1.2.840.113549.1.1.5", "1.2.840.10040.4.3"},
+      {kMd5, 16, Parameters::Null, EssVersion::None, "1.2.840.113549.1.1.4", nullptr},
+      {kSha256, 32, Parameters::Absent, EssVersion::V2, "1.2.840.113549.1.1.11", "2.16.840.1.101.3.4.3.2"},
+      {kSha384, 48, Parameters::Absent, EssVersion::V2, "1.2.840.113549.1.1.12", nullptr},
+      {kSha512, 64, Parameters::Absent, EssVersion::V2, "1.2.840.113549.1.1.13", nullptr},
+  };
+  EXPECT_EQ(std::size(kDigestAlgorithms), std::size(rows));
+  const auto text = [](const char* dotted) {
+    return dotted == nullptr ? "" : ToHex(der::oid_content(dotted));
+  };
+  for (const auto& row : rows) {
+    const Octets contents = der::oid_content(row.digest);
+    const DigestAlgorithm* found = FindDigestAlgorithm({uint32_t(contents.size()), contents.data()});
+    ASSERT_NE(found, nullptr) << row.digest;
+    EXPECT_EQ(found->hash->hashsz, row.octets) << row.digest;
+    EXPECT_EQ(found->parameters, row.parameters) << row.digest;
+    EXPECT_EQ(found->essVersion, row.version) << row.digest;
+    EXPECT_EQ(ToHex(*found->withRsa), text(row.with_rsa)) << row.digest;
+    EXPECT_EQ(found->withDsa == nullptr ? "" : ToHex(*found->withDsa), text(row.with_dsa)) << row.digest;
+  }
+}
+
+TEST(FindDigestAlgorithm, KnowsNoOtherIdentifier) {
+  for (const char* unknown : {"1.3.36.3.2.1", "2.16.840.1.101.3.4.2", "2.16.840.1.101.3.4.2.1.1"}) {
+    const Octets contents = der::oid_content(unknown);
+    EXPECT_EQ(FindDigestAlgorithm({uint32_t(contents.size()), contents.data()}), nullptr) << unknown;
+  }
+  EXPECT_EQ(FindDigestAlgorithm({0, nullptr}), nullptr);
 }
 
 TEST(DigestEquals, ComparesLengthAndContent) {

@@ -11,6 +11,7 @@
 #include "tests/support/exports.h"
 #include "tests/support/fresh_process.h"
 #include "tests/support/messages.h"
+#include "tests/support/octets.h"
 #include "tests/support/token_maker.h"
 
 namespace qex::test {
@@ -353,6 +354,28 @@ TEST(OutputBuffer, LongerThanOneBlockIsHandedOutWhole) {
   const EncodedToken call(Response(StatusInfo(0), made));
   EXPECT_EQ(Fetch(call).octets, made);
   expect_output_buffer_rule("QEX_GetTSR_EncodedToken", call);
+}
+
+TEST(EncodingEquals, ComparesAllOctetsAcrossBlocks) {
+  const Octets octets = {1, 2, 3, 4, 5, 6, 7};
+  for (const size_t block : {1, 3, 7, 8}) {
+    const BlockSize size(block);
+    ExpBufHolder buf;
+    ASSERT_TRUE(EncodeInto(buf, [&](ExpBuf** b) { ExpBufPutSegRvs(b, octets.data(), octets.size()); }));
+    const auto equals = [&](const Octets& other) {
+      const Guarded data(other);
+      return EncodingEquals(buf, data.data(), data.size());
+    };
+    EXPECT_TRUE(equals(octets)) << block;
+    for (size_t i = 0; i < octets.size(); ++i) {
+      Octets other = octets;
+      other[i] ^= 1;
+      EXPECT_FALSE(equals(other)) << block << ", octet " << i;
+    }
+    EXPECT_FALSE(equals({1, 2, 3, 4, 5, 6})) << block;
+    EXPECT_FALSE(equals({1, 2, 3, 4, 5, 6, 7, 8})) << block;
+    EXPECT_FALSE(equals({})) << block;
+  }
 }
 
 // --- Numbers of 64 bits ------------------------------------------------------------

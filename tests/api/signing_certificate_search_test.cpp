@@ -82,7 +82,7 @@ void expect_what_one_by_one_finds(bool v2) {
       const int32_t expected =
           named_later(identifiers, v2, certificate) ? int32_t{QEX_OK} : int32_t{QEX_E_MISMATCH};
       ASSERT_EQ(ids.FindAmongOthers(&buffer), expected) << "round " << round;
-      ASSERT_EQ(ids.Check(&buffer, false), expected) << "round " << round;
+      ASSERT_EQ(ids.Check(&buffer, Identifiers::Others), expected) << "round " << round;
       ++(expected == QEX_OK ? named : others);
     }
   }
@@ -118,9 +118,9 @@ TEST(FindAmongOthers, AloneNeedsMemoryAndReportsFailure) {
     SigningCertificateIds ids(decoded.value);
     {
       const FailingAlloc failing(0);
-      EXPECT_EQ(ids.Check(&first, true), QEX_OK);
-      EXPECT_EQ(ids.Check(&second, false), QEX_OK);
-      EXPECT_EQ(CheckSigningCertificate(decoded.value, &second, false), QEX_OK);
+      EXPECT_EQ(ids.Check(&first, Identifiers::First), QEX_OK);
+      EXPECT_EQ(ids.Check(&second, Identifiers::Others), QEX_OK);
+      EXPECT_EQ(CheckSigningCertificate(decoded.value, &second, Identifiers::Others), QEX_OK);
       EXPECT_EQ(failing.refused(), 0u);
       EXPECT_EQ(ids.FindAmongOthers(&second), QEX_E_NOMEM);
       EXPECT_EQ(ids.FindAmongOthers(&second), QEX_E_NOMEM);

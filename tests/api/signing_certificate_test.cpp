@@ -14,7 +14,7 @@ namespace qex::test {
 namespace {
 
 // check decodes a token and looks for `certificate` in its attribute.
-int32_t check(const Octets& token, const Octets& certificate, bool first_only) {
+int32_t check(const Octets& token, const Octets& certificate, Identifiers which) {
   EXPECT_TRUE(EnsureAsnInit());
   const Guarded input(token);
   DecodedToken decoded;
@@ -22,43 +22,43 @@ int32_t check(const Octets& token, const Octets& certificate, bool first_only) {
   const Guarded octets(certificate);
   ExpBuf buffer;
   ExpBufWrapData(&buffer, octets.data(), octets.size());
-  return CheckSigningCertificate(decoded.value, &buffer, first_only);
+  return CheckSigningCertificate(decoded.value, &buffer, which);
 }
 
 TEST(CheckSigningCertificate, LooksAtTheFirstIdentifierOrAtTheOthers) {
   const Octets a = der::octets("a"), b = der::octets("b"), c = der::octets("c"), d = der::octets("d");
   const Octets token = TokenNaming({NameV1(a), NameV1(b), NameV1(c)}, {});
-  EXPECT_EQ(check(token, a, true), QEX_OK);
-  EXPECT_EQ(check(token, b, true), QEX_E_MISMATCH);
-  EXPECT_EQ(check(token, c, true), QEX_E_MISMATCH);
-  EXPECT_EQ(check(token, a, false), QEX_E_MISMATCH);
-  EXPECT_EQ(check(token, b, false), QEX_OK);
-  EXPECT_EQ(check(token, c, false), QEX_OK);
-  EXPECT_EQ(check(token, d, true), QEX_E_MISMATCH);
-  EXPECT_EQ(check(token, d, false), QEX_E_MISMATCH);
+  EXPECT_EQ(check(token, a, Identifiers::First), QEX_OK);
+  EXPECT_EQ(check(token, b, Identifiers::First), QEX_E_MISMATCH);
+  EXPECT_EQ(check(token, c, Identifiers::First), QEX_E_MISMATCH);
+  EXPECT_EQ(check(token, a, Identifiers::Others), QEX_E_MISMATCH);
+  EXPECT_EQ(check(token, b, Identifiers::Others), QEX_OK);
+  EXPECT_EQ(check(token, c, Identifiers::Others), QEX_OK);
+  EXPECT_EQ(check(token, d, Identifiers::First), QEX_E_MISMATCH);
+  EXPECT_EQ(check(token, d, Identifiers::Others), QEX_E_MISMATCH);
 }
 
 TEST(CheckSigningCertificate, OneIdentifierDoesNotCountAsTheSecond) {
   const Octets a = der::octets("a");
-  EXPECT_EQ(check(TokenNaming({NameV1(a)}, {}), a, false), QEX_E_MISMATCH);
-  EXPECT_EQ(check(TokenNaming({NameV1(a), NameV1(a)}, {}), a, false), QEX_OK);
+  EXPECT_EQ(check(TokenNaming({NameV1(a)}, {}), a, Identifiers::Others), QEX_E_MISMATCH);
+  EXPECT_EQ(check(TokenNaming({NameV1(a), NameV1(a)}, {}), a, Identifiers::Others), QEX_OK);
 }
 
 TEST(CheckSigningCertificate, WithoutSignerAttributesOrIdentifierItIsADecodeFailure) {
   const Octets a = der::octets("a");
-  for (const bool first_only : {true, false}) {
-    EXPECT_EQ(check(der::sequence(der::oid(kSignedData)), a, first_only), QEX_E_DECODE);
+  for (const Identifiers which : {Identifiers::First, Identifiers::Others}) {
+    EXPECT_EQ(check(der::sequence(der::oid(kSignedData)), a, which), QEX_E_DECODE);
     TokenMaker no_signer;
     no_signer.signers.clear();
-    EXPECT_EQ(check(no_signer.encode(), a, first_only), QEX_E_DECODE);
+    EXPECT_EQ(check(no_signer.encode(), a, which), QEX_E_DECODE);
     TokenMaker no_attributes;
     no_attributes.signer().signed_attributes = Octets{};
-    EXPECT_EQ(check(no_attributes.encode(), a, first_only), QEX_E_DECODE);
+    EXPECT_EQ(check(no_attributes.encode(), a, which), QEX_E_DECODE);
     TokenMaker empty_attributes;
     empty_attributes.signer().signed_attributes = der::context(0);
-    EXPECT_EQ(check(empty_attributes.encode(), a, first_only), QEX_E_DECODE);
-    EXPECT_EQ(check(TokenNaming({}, {}), a, first_only), QEX_E_DECODE);
-    EXPECT_EQ(check(TokenNaming({}, {NameV2(kSha256, a)}), a, first_only), QEX_E_DECODE);
+    EXPECT_EQ(check(empty_attributes.encode(), a, which), QEX_E_DECODE);
+    EXPECT_EQ(check(TokenNaming({}, {}), a, which), QEX_E_DECODE);
+    EXPECT_EQ(check(TokenNaming({}, {NameV2(kSha256, a)}), a, which), QEX_E_DECODE);
   }
 }
 
@@ -66,11 +66,11 @@ TEST(CheckSigningCertificate, SecondVersionLooksAtTheFirstIdentifierOrAtTheOther
   InFreshProcess("1", [] {
     const Octets a = der::octets("a"), b = der::octets("b"), c = der::octets("c");
     const Octets token = TokenNaming({}, {NameV2(kSha256, a), NameV2(kSha384, b), NameV2(kSha1, c)});
-    EXPECT_EQ(check(token, a, true), QEX_OK);
-    EXPECT_EQ(check(token, b, true), QEX_E_MISMATCH);
-    EXPECT_EQ(check(token, a, false), QEX_E_MISMATCH);
-    EXPECT_EQ(check(token, b, false), QEX_OK);
-    EXPECT_EQ(check(token, c, false), QEX_E_MISMATCH);
+    EXPECT_EQ(check(token, a, Identifiers::First), QEX_OK);
+    EXPECT_EQ(check(token, b, Identifiers::First), QEX_E_MISMATCH);
+    EXPECT_EQ(check(token, a, Identifiers::Others), QEX_E_MISMATCH);
+    EXPECT_EQ(check(token, b, Identifiers::Others), QEX_OK);
+    EXPECT_EQ(check(token, c, Identifiers::Others), QEX_E_MISMATCH);
   });
 }
 

@@ -92,6 +92,27 @@ TEST(FirstSignerInfo, IsNoneInAnEmptySet) {
   EXPECT_EQ(FirstSignerInfo(read.token.value), nullptr);
 }
 
+TEST(SignedAttributesOf, AreThoseOfTheFirstSigner) {
+  TokenMaker maker;
+  maker.signers.resize(2);
+  const Read read(maker.encode());
+  const SignerInfo* signer = FirstSignerInfo(read.token.value);
+  ASSERT_NE(signer, nullptr);
+  EXPECT_EQ(SignedAttributesOf(read.token.value), signer->signedAttrs);
+  ASSERT_NE(signer->signedAttrs, nullptr);
+}
+
+TEST(SignedAttributesOf, AreNoneWithoutASignerOrWhereTheyAreAbsent) {
+  TokenMaker without_signer;
+  without_signer.signers.clear();
+  EXPECT_EQ(SignedAttributesOf(Read(without_signer.encode()).token.value), nullptr);
+  TokenMaker without_attributes;
+  without_attributes.signer().signed_attributes = Octets{};
+  const Read read(without_attributes.encode());
+  ASSERT_NE(FirstSignerInfo(read.token.value), nullptr);
+  EXPECT_EQ(SignedAttributesOf(read.token.value), nullptr);
+}
+
 TEST(IsAttributeCertificate, HoldsForBothVersionsAlone) {
   const struct {
     AsnInt choice;
