@@ -31,16 +31,6 @@ struct SignatureInput {
 
 // --- RSA (RFC 8017, 8.2.2) -------------------------------------------------------
 
-// starts_with_chain returns whether `bytes` begins with the data of the chain.
-bool starts_with_chain(const uint8_t* bytes, const ExpBuf* front) {
-  for (const ExpBuf* block = front; block != nullptr; block = block->nextBlock) {
-    const auto n = size_t(block->end - block->first);
-    if (std::memcmp(bytes, block->first, n) != 0) return false;
-    bytes += n;
-  }
-  return true;
-}
-
 // match_digest_info encodes the DigestInfo of `digest` and compares it with the tail of `block`.
 // Deliberate: what stands in front of it, block type and padding, is not looked at.
 int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& digest, const uint8_t* block,
@@ -51,8 +41,7 @@ int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& dig
   ExpBufHolder buf;
   if (!EncodeInto(buf, [&](ExpBuf** b) { BEncDigestInfo(b, &info); })) return QEX_E_NOMEM;
   const size_t tail = EncodedLength(buf);
-  if (tail > length || !starts_with_chain(block + (length - tail), buf.block())) return QEX_E_SIGNATURE;
-  return QEX_OK;
+  return tail <= length && EncodingEquals(buf, block + (length - tail), tail) ? QEX_OK : QEX_E_SIGNATURE;
 }
 
 int32_t check_rsa(const SignatureInput& in) {
@@ -176,11 +165,11 @@ const KeyRow* find_key(const AsnOid& key, const AsnOid& digest, const AsnOid& si
 
 // --- The parts of token and certificate ------------------------------------------
 
-// The last ASN.1 error when a well-formed value lacks what the check needs.
-constexpr AsnInt kStructureCode = 100;
-
-void require(bool holds, AsnJmpEnv& env) {
-  if (!holds) AsnRaise(env, kStructureCode);
+// lacking sets the last ASN.1 error of a well-formed value that lacks a part, and returns `code`.
+int32_t lacking(int32_t code) {
+  constexpr AsnInt kStructureCode = 100;
+  lastAsnError = kStructureCode;
+  return code;
 }
 
 bool has_algorithm(const AlgorithmIdentifier* algorithm) {
@@ -209,49 +198,74 @@ struct GivenCertificate {
 
 using DecodedCertificate = Decoded<Certificate, FreeCertificate>;
 
-// verify makes the checks in their order and leaves the outcome in `*result`, which before each step holds
-// what a jump out of the step means.
-void verify(const uint8_t* data, uint32_t length, const GivenCertificate& given, DecodedToken& token,
-            DecodedCertificate& givenCertificate, int32_t* result, AsnJmpEnv& env) {
-  *result = QEX_E_BADTOKEN;
-  require(DecodeBytes(BDecContentInfo, data, length, &token.value, env) != 0, env);
-  require(AsnOidEqual(token.value.contentType, kIdSignedData), env);
-  const AsnOcts* content = EContentOf(token.value);
-  require(content != nullptr, env);
-  const SignerInfo* signer = FirstSignerInfo(token.value);
-  require(is_usable(signer), env);
-  const AsnOcts* messageDigest = FindMessageDigest(signer->signedAttrs);
-  require(messageDigest != nullptr && messageDigest->octs != nullptr, env);
+// What the check needs of a token, which owns it all.
+struct TokenParts {
+  const AsnOcts* content = nullptr;
+  const SignerInfo* signer = nullptr;
+  const AsnOcts* messageDigest = nullptr;
+};
 
-  const Certificate* certificate = nullptr;
+int32_t find_parts(const ContentInfo& token, TokenParts* parts) {
+  if (!AsnOidEqual(token.contentType, kIdSignedData)) return lacking(QEX_E_BADTOKEN);
+  parts->content = EContentOf(token);
+  parts->signer = FirstSignerInfo(token);
+  if (parts->content == nullptr || !is_usable(parts->signer)) return lacking(QEX_E_BADTOKEN);
+  parts->messageDigest = FindMessageDigest(parts->signer->signedAttrs);
+  if (parts->messageDigest == nullptr || parts->messageDigest->octs == nullptr)
+    return lacking(QEX_E_BADTOKEN);
+  return QEX_OK;
+}
+
+// find_certificate points `*certificate` at the authority's: the given one, decoded into `decoded`, or else
+// the one of the token that its signing-certificate attribute names.
+int32_t find_certificate(const ContentInfo& token, const GivenCertificate& given, DecodedCertificate* decoded,
+                         const Certificate** certificate) {
   if (given.present()) {
-    *result = QEX_E_ARG;
-    require(DecodeBytes(BDecCertificate, given.data, given.length, &givenCertificate.value, env) != 0, env);
-    certificate = &givenCertificate.value;
+    const bool decodes = AsnTry([&](AsnJmpEnv& env) {
+      DecodeBytes(BDecCertificate, given.data, given.length, &decoded->value, env);
+    });
+    if (!decodes) return QEX_E_ARG;
+    *certificate = &decoded->value;
   } else {
-    *result = QEX_E_NOCERT;
-    uint32_t certificateLength = 0;
-    FindSigningCertificate(token.value, nullptr, &certificateLength, &certificate);
-    require(certificate != nullptr, env);
+    uint8_t* const noCopy = nullptr;  // QEX_E_SIZE is the code of a certificate that is found
+    uint32_t length = 0;
+    const int32_t code = FindSigningCertificate(token, noCopy, &length, certificate);
+    if (code != QEX_E_SIZE) return lacking(QEX_E_NOCERT);
   }
-  *result = QEX_E_MISSING;
-  require(has_public_key(*certificate), env);
+  return has_public_key(**certificate) ? QEX_OK : lacking(QEX_E_MISSING);
+}
 
-  ExpBuf contentBytes;
-  ExpBufWrapData(&contentBytes, content->octs, content->count);
-  DigestValue contentDigest;
-  DigestByOid(&contentBytes, *signer->digestAlgorithm, &contentDigest);
-  if (!DigestEquals(contentDigest, *messageDigest)) {
-    *result = QEX_E_SIGNATURE;
-    return;
+bool matches_content(const TokenParts& parts) {
+  ExpBuf content;
+  ExpBufWrapData(&content, parts.content->octs, parts.content->count);
+  DigestValue digest;
+  DigestByOid(&content, *parts.signer->digestAlgorithm, &digest);
+  return DigestEquals(digest, *parts.messageDigest);
+}
+
+// names_given returns whether the token's signing-certificate attribute names the certificate of the caller
+// first.
+// Deliberate: the bytes as they were given; what follows the certificate in them takes part.
+int32_t names_given(const ContentInfo& token, const GivenCertificate& given) {
+  ExpBuf bytes;
+  ExpBufWrapData(&bytes, given.data, given.length);
+  return CheckSigningCertificate(token, &bytes, Identifiers::First);
+}
+
+int32_t verify(const uint8_t* data, uint32_t length, const GivenCertificate& given) {
+  DecodedToken token;
+  if (!DecodeToken(data, length, &token)) return QEX_E_BADTOKEN;
+  TokenParts parts;
+  if (const int32_t code = find_parts(token.value, &parts); code != QEX_OK) return code;
+  DecodedCertificate decoded;
+  const Certificate* certificate = nullptr;
+  if (const int32_t code = find_certificate(token.value, given, &decoded, &certificate); code != QEX_OK) {
+    return code;
   }
-  *result = VerifySignerInfoSignature(*signer, *certificate);
-  if (*result != QEX_OK || !given.present()) return;  // the search has matched the attribute already
-
-  // Deliberate: the bytes as they were given; what follows the certificate in them takes part.
-  ExpBuf certificateBytes;
-  ExpBufWrapData(&certificateBytes, given.data, given.length);
-  *result = CheckSigningCertificate(token.value, &certificateBytes, Identifiers::First);
+  if (!matches_content(parts)) return QEX_E_SIGNATURE;
+  const int32_t code = VerifySignerInfoSignature(*parts.signer, *certificate);
+  if (code != QEX_OK || !given.present()) return code;  // the search has compared the attribute already
+  return names_given(token.value, given);
 }
 
 }  // namespace
@@ -279,11 +293,5 @@ int32_t QEX_VerifyTST_Signature(const uint8_t* token, uint32_t tokenLen, const u
   using namespace qex;
   if (token == nullptr) return QEX_E_ARG;
   if (!EnsureAsnInit()) return QEX_E_NOMEM;
-  DecodedToken contentInfo;
-  DecodedCertificate certificate;
-  int32_t result = QEX_E_BADTOKEN;
-  AsnTry([&](AsnJmpEnv& env) {
-    verify(token, tokenLen, {tsaCert, tsaCertLen}, contentInfo, certificate, &result, env);
-  });
-  return result;
+  return verify(token, tokenLen, {tsaCert, tsaCertLen});
 }
