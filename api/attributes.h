@@ -12,12 +12,12 @@ namespace qex {
 
 // FindAttribute returns the first attribute of a list of Attribute whose type is one of `types`, or null. The
 // list may be null.
-const Attribute* FindAttribute(const AsnList* attributes, std::initializer_list<AsnOid> types);
+[[nodiscard]] const Attribute* FindAttribute(const AsnList* attributes, std::initializer_list<AsnOid> types);
 
 // FirstValueAs returns the first value of an attribute as a T when its type was registered under `anyId`,
 // else null. The attribute may be null.
 template <class T>
-T* FirstValueAs(const Attribute* attribute, int32_t anyId) {
+[[nodiscard]] T* FirstValueAs(const Attribute* attribute, int32_t anyId) {
   const auto* value = attribute == nullptr ? nullptr : FirstOf<AsnAny>(attribute->values);
   return value == nullptr ? nullptr : ValueAs<T>(*value, anyId);
 }

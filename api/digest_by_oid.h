@@ -37,7 +37,7 @@ inline constexpr DigestAlgorithm kDigestAlgorithms[] = {
 // clang-format on
 
 // FindDigestAlgorithm returns the row of an identifier, or null.
-const DigestAlgorithm* FindDigestAlgorithm(const AsnOid& identifier);
+[[nodiscard]] const DigestAlgorithm* FindDigestAlgorithm(const AsnOid& identifier);
 
 struct DigestValue {
   uint32_t length = 0;  // 0 before computation
@@ -50,6 +50,6 @@ void DigestByOid(ExpBuf* buffer, const AlgorithmIdentifier& digestAlgorithm, Dig
 void DigestByOid(ExpBuf* buffer, const AsnOid& digestAlgorithm, DigestValue* digest);
 
 // DigestEquals returns whether `octets` are the digest, in length and in content.
-bool DigestEquals(const DigestValue& digest, const AsnOcts& octets);
+[[nodiscard]] bool DigestEquals(const DigestValue& digest, const AsnOcts& octets);
 
 }  // namespace qex

@@ -28,7 +28,7 @@ extern std::atomic<int32_t> lastAsnError;
 // EnsureAsnInit registers the open types and sets the block size, once in the process; threads
 // may call it at once. False when memory ran out: what was built is released, and the next
 // call builds it again.
-bool EnsureAsnInit();
+[[nodiscard]] bool EnsureAsnInit();
 
 // ProcessAttach is the library's entry point where the system has one: it does nothing and
 // returns true for every reason.
@@ -37,7 +37,7 @@ bool ProcessAttach(void* module, uint32_t reason, void* reserved);
 // AsnTry runs `work` under a recovery point and returns whether it ran to its end. Either way
 // the code of the recovery point becomes the last ASN.1 error at once.
 template <std::invocable<AsnJmpEnv&> F>
-bool AsnTry(F work) {
+[[nodiscard]] bool AsnTry(F work) {
   lastAsnError = 0;
   const AsnInt code = AsnCatch(work);
   if (code != 0) lastAsnError = code;
@@ -88,7 +88,7 @@ AsnLen DecodeBytes(void (*decode)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&), const uint
 // EncodeInto runs an encoder into the fresh buffer `buf` and rewinds it for reading. False when
 // memory ran out, or when the encoding is longer than a 32-bit length can say.
 template <std::invocable<ExpBuf**> F>
-bool EncodeInto(ExpBufHolder& buf, F encode) {
+[[nodiscard]] bool EncodeInto(ExpBufHolder& buf, F encode) {
   if (!buf) return false;
   encode(buf.handle());
   if (buf.failed() || ExpBufLength(ExpBufFirst(buf.block())) > UINT32_MAX) return false;
@@ -102,12 +102,12 @@ inline uint32_t EncodedLength(const ExpBufHolder& buf) {
 }
 
 // EncodingEquals returns whether the rewound `buf` holds these octets and no more.
-bool EncodingEquals(const ExpBufHolder& buf, const uint8_t* octets, size_t length);
+[[nodiscard]] bool EncodingEquals(const ExpBufHolder& buf, const uint8_t* octets, size_t length);
 
 // CopyOut hands the rewound `buf` out under the output-buffer rule: `*outLength` is set to its
 // length, and the bytes are copied when `out` is not null and `capacity` suffices. Returns
 // QEX_OK or QEX_E_SIZE.
-int32_t CopyOut(ExpBufHolder& buf, uint8_t* out, uint32_t capacity, uint32_t* outLength);
+[[nodiscard]] int32_t CopyOut(ExpBufHolder& buf, uint8_t* out, uint32_t capacity, uint32_t* outLength);
 
 // ValueAs returns the value of an open type as a T when its type was registered under `anyId`,
 // and null for any other type: an identifier in the input must never decide what memory is taken for.
@@ -123,7 +123,7 @@ AsnAny NullParameters();
 
 // CopyOctets copies `value` into a field, up to its size, and returns whether all of it fitted.
 template <size_t kSize>
-bool CopyOctets(uint8_t (&field)[kSize], const AsnOcts& value) {
+[[nodiscard]] bool CopyOctets(uint8_t (&field)[kSize], const AsnOcts& value) {
   const size_t n = std::min<size_t>(value.count, kSize);
   if (n != 0) std::memcpy(field, value.octs, n);
   return value.count <= kSize;
@@ -138,18 +138,18 @@ void CopyText(char (&field)[kSize], const AsnOcts& value) {
 
 // IsTerminated returns whether a text field of the caller holds a zero byte.
 template <size_t kSize>
-bool IsTerminated(const char (&field)[kSize]) {
+[[nodiscard]] bool IsTerminated(const char (&field)[kSize]) {
   return std::memchr(field, 0, kSize) != nullptr;
 }
 
 // AsnIntToU64 converts the contents octets of an INTEGER, taken as unsigned. Returns 0, or -1
 // when the value does not fit (9 octets fit when the first is a sign octet of 0); `*out` is
 // then 0. No octets are 0.
-int32_t AsnIntToU64(const AsnOcts& value, QEX_U64* out);
+[[nodiscard]] int32_t AsnIntToU64(const AsnOcts& value, QEX_U64* out);
 
 // U64ToAsnInt stores the minimal contents octets of a non-negative INTEGER in `*out`; 0 has
 // none. The octets are allocated with AsnAlloc and freed by the caller with AsnFree. Returns 0,
 // or -1 when memory is out.
-int32_t U64ToAsnInt(const QEX_U64& in, AsnOcts* out);
+[[nodiscard]] int32_t U64ToAsnInt(const QEX_U64& in, AsnOcts* out);
 
 }  // namespace qex

@@ -11,6 +11,6 @@ inline constexpr size_t kSocketHeadLength = 5;  // a 32-bit big-endian length an
 // HttpHeadLength returns the length of the HTTP head in front of the `length` bytes at `data`, the
 // empty line that ends it included; 0 when it has no end. Lines end with LF, or CR LF.
 // Deliberate: a lone line feed that is the last byte of the data ends the head.
-size_t HttpHeadLength(const uint8_t* data, size_t length);
+[[nodiscard]] size_t HttpHeadLength(const uint8_t* data, size_t length);
 
 }  // namespace qex

@@ -21,7 +21,7 @@ size_t OidToText(const uint8_t* contents, size_t length, char* text, size_t size
 
 // OidField writes `oid` into a cleared text field of a record; false when the text was cut.
 template <size_t kSize>
-bool OidField(char (&field)[kSize], const AsnOid& oid) {
+[[nodiscard]] bool OidField(char (&field)[kSize], const AsnOid& oid) {
   bool cut = false;
   OidToText(oid.octs, oid.count, field, kSize, &cut);
   return !cut;
@@ -32,6 +32,6 @@ bool OidField(char (&field)[kSize], const AsnOid& oid) {
 // empty, longer than 255 characters; other characters than digits and dots; dots at either end
 // or in a row; a single arc; a first arc that is not 0, 1 or 2; a second arc of more than three
 // digits, above 39, or above 175 under arc 2; a later arc above 2147483647 (see the source).
-uint32_t TextToOid(const char* text, uint8_t* contents);
+[[nodiscard]] uint32_t TextToOid(const char* text, uint8_t* contents);
 
 }  // namespace qex

@@ -42,12 +42,12 @@ class SigningCertificateIds {
   // `certificateBytes`: at the first identifier alone, or at the second and later ones alone, one by
   // one. QEX_OK: it is there. QEX_E_DECODE: the token has no such attribute, or no
   // identifier in it. QEX_E_MISMATCH: no identifier matches.
-  int32_t Check(ExpBuf* certificateBytes, Identifiers which);
+  [[nodiscard]] int32_t Check(ExpBuf* certificateBytes, Identifiers which);
 
   // FindAmongOthers is Check of the others for callers that look for many certificates: the hashes are
   // sorted once, and a digest is found among them in logarithmic time, whatever hashes the token brings.
   // QEX_E_NOMEM: allocation fails.
-  int32_t FindAmongOthers(ExpBuf* certificateBytes);
+  [[nodiscard]] int32_t FindAmongOthers(ExpBuf* certificateBytes);
 
  private:
   void find();
@@ -63,13 +63,14 @@ class SigningCertificateIds {
 };
 
 // CheckSigningCertificate is the check of one certificate against the identifiers of `token`.
-int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes, Identifiers which);
+[[nodiscard]] int32_t CheckSigningCertificate(const ContentInfo& token, ExpBuf* certificateBytes,
+                                              Identifiers which);
 
 // MatchCertHashV2 returns whether `certHash` is the digest of `certificateBytes` with
 // `hashAlgorithm`, which must be SHA-256, SHA-384 or SHA-512; null means SHA-256, the default
 // of an ESSCertIDv2.
-bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
-                     const AlgorithmIdentifier* hashAlgorithm);
+[[nodiscard]] bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
+                                   const AlgorithmIdentifier* hashAlgorithm);
 
 // FindSigningCertificate searches the token's certificates for the one that the first identifier of
 // its signing-certificate attribute names. It hashes each as encoded afresh, and `*outLength` becomes
@@ -77,7 +78,7 @@ bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
 // `*outLength` holds at entry; `*certificate`, unless null, becomes the one found, which stays the token's.
 // QEX_OK: found and copied. QEX_E_SIZE: found, and `out` is null or too small. QEX_E_NOCERT: not
 // found. QEX_E_MISSING: a certificate has an empty encoding. QEX_E_NOMEM.
-int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t* outLength,
-                               const Certificate** certificate = nullptr);
+[[nodiscard]] int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t* outLength,
+                                             const Certificate** certificate = nullptr);
 
 }  // namespace qex

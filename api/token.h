@@ -12,7 +12,7 @@ using DecodedToken = Decoded<ContentInfo, FreeContentInfo>;
 
 // DecodeToken decodes a ContentInfo of `length` bytes under a recovery point; false with the
 // last ASN.1 error set. What was decoded by then is `token`'s.
-bool DecodeToken(const uint8_t* data, uint32_t length, DecodedToken* token);
+[[nodiscard]] bool DecodeToken(const uint8_t* data, uint32_t length, DecodedToken* token);
 
 // SignedDataOf returns the content of the token, null when there is none or of another type.
 SignedData* SignedDataOf(const ContentInfo& token);
@@ -21,7 +21,7 @@ SignedData* SignedDataOf(const ContentInfo& token);
 const AsnOcts* EContentOf(const ContentInfo& token);
 
 // IsAttributeCertificate returns whether an element of the certificate set is one, of either version.
-bool IsAttributeCertificate(const CertificateChoices& element);
+[[nodiscard]] bool IsAttributeCertificate(const CertificateChoices& element);
 
 // FirstSignerInfo returns the first element of signerInfos, or null.
 SignerInfo* FirstSignerInfo(const ContentInfo& token);

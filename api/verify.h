@@ -25,6 +25,6 @@ const AsnOcts* FindMessageDigest(const AsnList* signedAttrs);
 // it verifies. QEX_E_NOMEM: memory is out, or a number is too large. QEX_E_MISSING: the key does not decode
 // or lacks a component. QEX_E_SIGNATURE. QEX_E_UNSUPPORTED: the key, or its pairing with digest and signature
 // algorithm.
-int32_t VerifySignerInfoSignature(const SignerInfo& signer, const Certificate& certificate);
+[[nodiscard]] int32_t VerifySignerInfoSignature(const SignerInfo& signer, const Certificate& certificate);
 
 }  // namespace qex

@@ -197,7 +197,7 @@ bool EqualValues(const Type& t, const void* a, const void* b) {
 }
 
 void CheckType(const Type& t, View octets) {
-  EnsureAsnInit();
+  FUZZ_CHECK(EnsureAsnInit(), 0);
   const Input in(octets);
   Value v(t);
   const Outcome outcome = decode(t, in.view(), v.get());

@@ -253,7 +253,7 @@ void check_primitive(View in, Judge judge, Outcome (*run_type)(View)) {
 
 // An identifier, followed by the value that it selects.
 void check_any(View in) {
-  EnsureAsnInit();
+  FUZZ_CHECK(EnsureAsnInit(), 0);
   Tlv identifier;
   const auto used = ReadTlv(in, &identifier);
   if (!used || identifier.nested) return;
@@ -287,7 +287,7 @@ void check_any(View in) {
 
 // Nothing is registered by number.
 void check_any_by_number(View in) {
-  EnsureAsnInit();
+  FUZZ_CHECK(EnsureAsnInit(), 0);
   int32_t number = 0;
   for (const uint8_t octet : in.first(std::min<size_t>(in.size(), 4))) number = number << 8 | octet;
   const Outcome o = run(in, [&](ExpBuf** b, Outcome* out, AsnJmpEnv& env) {

@@ -59,7 +59,7 @@ size_t key_bits(const Certificate& certificate) {
 }
 
 bool is_left_out(View token, View certificate) {
-  EnsureAsnInit();
+  FUZZ_CHECK(EnsureAsnInit(), 0);
   size_t most = 0;
   DecodedToken contentInfo;
   ResetProcess();
@@ -76,7 +76,7 @@ bool is_left_out(View token, View certificate) {
   }
   Decoded<Certificate, FreeCertificate> given;
   ResetProcess();
-  AsnTry([&](AsnJmpEnv& env) {
+  AsnCatch([&](AsnJmpEnv& env) {
     DecodeBytes(BDecCertificate, certificate.data(), certificate.size(), &given.value, env);
   });
   most = std::max(most, key_bits(given.value));

@@ -35,7 +35,7 @@ class MalformedInput : public ::testing::Test {
   using Reader = std::function<void(const uint8_t* data, uint32_t length)>;
 
   void SetUp() override {
-    EnsureAsnInit();  // so that later counts do not include the tables
+    EXPECT_TRUE(EnsureAsnInit());  // so that later counts do not include the tables
     before_ = AsnErrorHandler;
     AsnErrorHandler = [](const char*, int) {};
   }

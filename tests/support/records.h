@@ -1,6 +1,8 @@
 // Decoded values made by hand, for the library's encoders.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstring>
 #include <memory>
 #include <string_view>
@@ -20,7 +22,7 @@ namespace qex::test {
 // routines.
 class Records {
  public:
-  Records() { EnsureAsnInit(); }
+  Records() { EXPECT_TRUE(EnsureAsnInit()); }
   Records(const Records&) = delete;
   Records& operator=(const Records&) = delete;
 

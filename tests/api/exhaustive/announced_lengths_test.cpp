@@ -101,7 +101,7 @@ void try_place(const Readers& readers, const Octets& message, const Place& place
 }
 
 void try_all(const Readers& readers, const Octets& message) {
-  EnsureAsnInit();
+  ASSERT_TRUE(EnsureAsnInit());
   ASSERT_EQ(readers[0](message).code, QEX_OK);
   const std::vector<Place> places = PlacesIn(message, PlaceAt(message, 0));
   EXPECT_GT(places.size(), 10u);

@@ -24,7 +24,7 @@ const size_t kLevels = kSmallFrames && !UnderValgrind() && !Emulated() ? 10000 :
 class DepthEverywhere : public ::testing::Test {
  protected:
   void SetUp() override {
-    EnsureAsnInit();
+    ASSERT_TRUE(EnsureAsnInit());
     before_ = std::exchange(AsnErrorHandler, [](const char*, int) {});
   }
   void TearDown() override { AsnErrorHandler = before_; }

@@ -70,7 +70,7 @@ TokenParts rich_token() {
 class Depth : public ::testing::Test {
  protected:
   void SetUp() override {
-    EnsureAsnInit();
+    ASSERT_TRUE(EnsureAsnInit());
     lastUnusedBits = 0;
     before_ = std::exchange(AsnErrorHandler, [](const char*, int) {});
   }
