@@ -4,7 +4,7 @@ usage: include_arrows_test.py SOURCE_FOLDER
 
 Every #include of a file that lies in the tree is looked at. Library files name what they
 include by its path from the root. Programs around the library see api/qex.h and nothing
-else of it, except tool/worker/inspect, which looks inside messages.
+else of it, except tool/worker/inspect, which looks inside messages. Examples see nothing else of the whole tree.
 """
 
 import os
@@ -48,6 +48,9 @@ ROOMS = (
     ("tool/worker/", ("tool/base/", "tool/message/", "tool/worker/")),
     ("tool/judge/", ("tool/base/", "tool/message/", "tool/judge/")),
 )
+# Folders of small programs on the public header: of the tree they include it, and what lies beside them, and
+# nothing else.
+ALONE = ("examples/", "tests/abi/")
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 SOURCE = re.compile(r"\.(c|cc|cpp|h|hpp|inc)$")
 
@@ -91,6 +94,11 @@ def broken_arrows(sources):
                 if quoted and in_library:
                     found.append(f'{path}: "{name}" is no file of the tree')
                 continue
+            if target.startswith("examples/") and not path.startswith("examples/"):
+                found.append(f"{path}: examples are for nobody else")
+            alone = next((start for start in ALONE if path.startswith(start)), None)
+            if alone is not None and target != PUBLIC_HEADER and not target.startswith(alone):
+                found.append(f"{path}: may not include {target}")
             if rooms is not None and target.startswith(folder) and not target.startswith(rooms):
                 found.append(f"{path}: may not include {target}")
             if in_library and name != target:
@@ -110,6 +118,7 @@ class RulesTest(unittest.TestCase):
         "ground/expect.h": "", "api/qex.h": "", "api/frame.h": "", "api/result_texts.h": "", "asn1/codec.h": "",
         "ber/buffer.h": "", "crypto/octets.h": "", "crypto/digest/sha1.h": "",
         "crypto/bignum/bignum.h": "", "crypto/prime/lucas.h": "", "crypto/pk/rsa.h": "", "tool/base/options.h": "", "tests/support/hex.h": "",
+        "examples/support.h": "",
         "tool/message/facts.h": "", "tool/worker/worker.h": "", "tool/worker/inspect/describe.h": "",
         "tool/judge/judge.h": "", "tool/exchange/http.h": "", "tool/commands/command.h": "",
     }
@@ -127,7 +136,8 @@ class RulesTest(unittest.TestCase):
                               ("tool/worker/strict/a.cpp", '"tool/message/facts.h"'),
                               ("tool/worker/inspect/a.cpp", '"asn1/codec.h"'),
                               ("tool/worker/inspect/a.cpp", '"api/result_texts.h"'),
-                              ("examples/a.c", "<qex.h>"), ("tests/abi/a.c", '"qex.h"'),
+                              ("examples/a.c", "<qex.h>"), ("examples/a.c", '"api/qex.h"'), ("examples/a.c", '"support.h"'),
+                              ("examples/a.c", "<stdio.h>"), ("tests/abi/a.c", '"qex.h"'),
                               ("crypto/digest/a.cpp", '"crypto/octets.h"'), ("crypto/prime/a.cpp", '"crypto/bignum/bignum.h"'),
                               ("crypto/pk/a.cpp", '"crypto/digest/sha1.h"'), ("crypto/pk/a.cpp", '"crypto/prime/lucas.h"'),
                               ("tests/api/a.cpp", '"crypto/pk/rsa.h"'), ("fuzz/a.cpp", '"ber/buffer.h"'),
@@ -154,6 +164,9 @@ class RulesTest(unittest.TestCase):
                               ("ber/a.cpp", '"tests/support/hex.h"'), ("tool/a.cpp", '"asn1/codec.h"'),
                               ("tool/a.cpp", '"api/frame.h"'), ("tool/worker/inspect/a.cpp", '"crypto/pk/rsa.h"'),
                               ("tool/worker/inspect/a.cpp", '"api/frame.h"'), ("examples/a.c", '"ber/buffer.h"'),
+                              ("examples/a.c", '"api/result_texts.h"'), ("examples/a.c", '"../tests/support/hex.h"'),
+                              ("examples/a.c", '"tool/base/options.h"'), ("tests/abi/a.c", '"tests/support/hex.h"'),
+                              ("tests/api/a.cpp", '"../../examples/support.h"'), ("tool/a.cpp", '"examples/support.h"'),
                               ("examples/b/a.c", '"../../ber/buffer.h"'), ("tests/abi/a.c", '"api/frame.h"'),
                               ("ground/a.h", '"ber/buffer.h"'), ("ground/a.h", '"crypto/octets.h"'),
                               ("ground/a.h", '"expect.h"'), ("tool/a.cpp", '"ground/expect.h"')):

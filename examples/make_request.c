@@ -1,0 +1,47 @@
+/*
+ * Makes a time-stamp request for a file: its SHA-256 with a random nonce, and the wish for the TSA's
+ * certificate.
+ *
+ * Send what it writes by HTTP POST as application/timestamp-query, and keep it: verify_reply compares the
+ * reply with it.
+ */
+#include "support.h"
+
+static const char usage[] =
+    "usage: make_request DATA REQUEST\n"
+    "\n"
+    "Writes a time-stamp request (DER) for the file DATA to the file REQUEST.\n";
+
+/* set_nonce sets eight random bytes, of which the first makes the INTEGER positive and of full length. */
+static void set_nonce(QEX_TSQ_DATA_EX* request) {
+  const char* source = "/dev/urandom";
+  FILE* file = fopen(source, "rb");
+  if (file == NULL) end_with_file_error(source);
+  request->nonceLength = 8;
+  if (fread(request->nonce, 1, request->nonceLength, file) != request->nonceLength)
+    end_with_file_error(source);
+  fclose(file);
+  request->nonce[0] = (uint8_t)((request->nonce[0] & 0x7F) | 0x40);
+}
+
+static void write_file(const char* name, const uint8_t* bytes, uint32_t length) {
+  FILE* file = fopen(name, "wb");
+  if (file == NULL) end_with_file_error(name);
+  const size_t written = fwrite(bytes, 1, length, file);
+  if (fclose(file) != 0 || written != length) end_with_file_error(name);
+}
+
+int main(int argc, char** argv) {
+  if (argc != 3) end_with_usage(usage);
+
+  QEX_TSQ_DATA_EX request = {.size = sizeof request, .hashAlgorithm = SHA256, .certReq = 1};
+  digest_file(argv[1], request.hashedMessage);
+  request.hashedMessageLength = SHA256_BYTES;
+  set_nonce(&request);
+
+  uint8_t encoded[512]; /* a request without a policy has about a hundred bytes */
+  uint32_t length = sizeof encoded;
+  end_unless_ok(argv[2], QEX_EncodeTSQ_Ex(&request, encoded, &length, QEX_TRANSPORT_RAW));
+  write_file(argv[2], encoded, length);
+  return EXIT_SUCCESS;
+}
