@@ -20,7 +20,7 @@ struct FieldRow {
 #record "." #field, offsetof(record, field), sizeof(record::field), offset, size \
   }
 
-// expect_layout also wants the fields to fill the record without a gap.
+// expect_layout also checks that the fields fill the record without a gap.
 void expect_layout(const std::vector<FieldRow>& rows, size_t size, size_t expected_size) {
   EXPECT_EQ(size, expected_size);
   size_t end = 0;

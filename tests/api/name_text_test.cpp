@@ -111,7 +111,7 @@ TEST(NameToText, EveryRowHasItsName) {
       {"2.5.4.51", directory, "HouseIdentifier=value"},
       {"2.5.4.65", directory, "Pseudonym=value"},
       {"2.5.4.30", der::oid("2.5.9.1"), "SupportedApplicationContext=2.5.9.1"},
-      // Any other type: the dotted text of the type is the name.
+      // For any other type the name is the dotted text of the type.
       {"2.5.4.12", directory, "2.5.4.12=value"},
       {"2.5.4.46", printable, "2.5.4.46=value"},
       {"2.5.4.45", der::bit_string(der::octets("bits"), 0), "2.5.4.45=bits"},

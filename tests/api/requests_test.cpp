@@ -542,7 +542,7 @@ TEST(DecodeShortRequest, CodeOfTheFullRecordIsReturnedAndTheRecordStays) {
   }
 }
 
-// Deliberate: the texts of the record are looked at as the caller left them.
+// Deliberate: the texts of the record are tested as the caller left them.
 TEST(DecodeShortRequest, TextOfTheCallerWithoutAnEndIsReportedThoughTheRecordIsFilled) {
   for (const bool policy : {false, true}) {
     QEX_TSQ_DATA used{};

@@ -10,7 +10,7 @@ namespace {
 
 using Rewrite = int32_t (*)(const uint8_t*, uint32_t, uint8_t*, uint32_t*);
 
-// Rewriting is a call of either export, as Call and AskLength take it.
+// Rewriting is a call of either export, in the form for Call and AskLength.
 class Rewriting {
  public:
   Rewriting(Rewrite rewrite, const Octets& token) : rewrite_(rewrite), token_(token), given_(token) {}

@@ -99,7 +99,7 @@ TEST(Samples, TstInfoAnswersItsRequest) {
   }
 }
 
-// expect_verified goes through the replies under the switch that is set.
+// expect_verified goes through the replies under the current switch.
 void expect_verified(bool switched) {
   const Octets certificate = sample("certificate_tsa.der");
   for (const Reply& one : kReplies) {
@@ -161,7 +161,7 @@ TEST(Samples, RequestsEqualTheEncodedRecords) {
               std::string(name).find("bare") == std::string::npos && std::string(name) != "request_md5.der");
     const Output encoded = Fetch(EncodedRequest(*record, QEX_TRANSPORT_RAW));
     ASSERT_EQ(encoded.code, QEX_OK);
-    // openssl writes NULL parameters for SHA too; but for these two octets and the lengths around them the
+    // openssl writes NULL parameters for SHA too; except for these two octets and the lengths around them the
     // encodings are the same.
     const bool null_written = std::string(name) != "request_md5.der";
     Octets expected = request.octets();

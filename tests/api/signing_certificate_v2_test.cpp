@@ -1,5 +1,4 @@
-// The two versions of the signing-certificate attribute as the exports take them, and the switch between
-// them.
+// The two versions of the signing-certificate attribute in the exports, and the switch between them.
 #include <gtest/gtest.h>
 
 #include <cstdlib>

@@ -1,7 +1,7 @@
 // The time attribute certificate of a token: how it is found, and whether one belongs to it.
 //
-// Everything here looks at the first version of the signing-certificate attribute, but for the tests in
-// processes of their own, at the end.
+// All tests use the first version of the signing-certificate attribute, except those in processes of their
+// own, at the end.
 #include <gtest/gtest.h>
 
 #include "tests/support/exports.h"
@@ -16,7 +16,7 @@ constexpr CertificateParts::Kind kV1 = CertificateParts::kV1;
 constexpr CertificateParts::Kind kPublishedV1 = CertificateParts::kPublishedV1;
 constexpr CertificateParts::Kind kV2 = CertificateParts::kV2;
 
-// TimeAttributeCert is a call of the export that finds, as Call and AskLength take it.
+// TimeAttributeCert is a call of the export that finds it, in the form for Call and AskLength.
 class TimeAttributeCert {
  public:
   explicit TimeAttributeCert(const Octets& token) : token_(token) {}

@@ -274,7 +274,7 @@ TEST(CertInfoShort, TakesASerialNumberOf64Bits) {
       {"01020304", 0, 0x01020304},
       {"0102030405060708", 0x01020304, 0x05060708},
       {"00ffffffffffffffff", 0xFFFFFFFF, 0xFFFFFFFF},
-      {"ff", 0, 0xFF},                 // taken as unsigned
+      {"ff", 0, 0xFF},                 // read as unsigned
       {"01ffffffffffffffff", 0, 0},    // 9 octets without a leading zero octet
       {"00000102030405060708", 0, 0},  // 10
       {"0102030405060708090a0b0c0d0e0f1011", 0, 0},

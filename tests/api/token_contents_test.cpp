@@ -373,7 +373,7 @@ TEST(TstInfo, NumbersOfMoreThan64BitsAreReportedByTheShortRecordAlone) {
 
 // --- Tokens that lack something ------------------------------------------------------------------
 
-// expect_code calls both readers, and expects that no record is touched but for the size set before.
+// expect_code calls both readers, and expects an untouched record except for the size set before.
 void expect_code(const Octets& token, int32_t code) {
   FullRecord full;
   full->size = sizeof(QEX_TSTINFO_EX);

@@ -25,7 +25,7 @@ TEST(RsaSigner, SignsAsOpensslDoes) {
   }
 }
 
-// Writes the document, a token over it and the authority's certificate, and has openssl look at them.
+// Writes the document, a token over it and the authority's certificate, and has openssl verify them.
 class MadeToken : public ::testing::Test {
  protected:
   void SetUp() override {

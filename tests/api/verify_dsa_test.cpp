@@ -74,7 +74,7 @@ TEST(VerifyDsa, Sha1TakesPartWholeUnderALongerQ) {
   }
 }
 
-// Deliberate: with a q of more than 160 bits FIPS 186 signs more octets than are looked at here.
+// Deliberate: with a q of more than 160 bits FIPS 186 signs more octets than this check uses.
 TEST(VerifyDsa, NoMoreThan20OctetsOfTheDigestTakePart) {
   for (const char* name : {"2048/224 sha256", "2048/256 sha256", "3072/256 sha256"}) {
     SCOPED_TRACE(name);
@@ -138,7 +138,7 @@ TEST(VerifyDsa, RawNumbersTakeExactlyFortyOctets) {
   }
 }
 
-// --- Signatures that are none ----------------------------------------------------------
+// --- Invalid signatures ----------------------------------------------------------------
 
 TEST(VerifyDsa, ValuesThatDoNotDecodeAreRefusedWithLastError0) {
   const Octets number = der::unsigned_integer(Octets(20, 0x11));

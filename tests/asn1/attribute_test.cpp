@@ -72,7 +72,7 @@ TEST(Attribute, ASequenceInPlaceOfTheSetIsRefusedBeforeItsLengthIsRead) {
   EXPECT_EQ(metricsThere.outcome.text, "BDecLen: ERROR - length overflow\n");
 }
 
-// --- Timing attributes: two shapes, written back as they came ------------------------------
+// --- Timing attributes: two shapes, encoded in the same shape ------------------------------
 
 struct Shape {
   const char* name;

@@ -230,9 +230,9 @@ AsnInt code_of(const Type& t, const Octets& octets) {
   return outcome.code;
 }
 
-// An element of a list that takes up more octets than its length says, where nothing inside it
-// notices: a part of a constructed string, an element of a list and the value of an EXPLICIT tag
-// may run past the length around them. Nothing for the types that cannot.
+// An element of a list that takes more octets than its length says, where nothing inside it notices: a part
+// of a constructed string, an element of a list and the value of an EXPLICIT tag may run past the length
+// around them. Nothing for the types that cannot.
 Octets overrunning(const Type& t, uint8_t tag) {
   switch (t.kind) {
     case Kind::Primitive:

@@ -49,8 +49,8 @@ Octets through_name(const Octets& identifier, const Octets& value) {
   return name_of(identifier, value);
 }
 
-// A ContentInfo with `depth` open types inside each other, each of the shape that `wrap` gives; the
-// innermost one is an OCTET STRING.
+// A ContentInfo with `depth` nested open types, each of the shape that `wrap` gives; the innermost one is an
+// OCTET STRING.
 Octets nested(size_t depth, const char* identifier, const Wrap& wrap) {
   Octets id = oid(kDataId), value = octet_string({});
   for (size_t i = 1; i < depth; ++i) {
@@ -138,7 +138,7 @@ TEST(OpenTypeDepth, SixtyFourLevelsFitASmallStack) {
   }
 }
 
-// A million values inside each other are refused as soon as the bound is met, on a small stack too.
+// A million nested values are refused at the bound, on a small stack too.
 TEST(OpenTypeDepth, AMillionLevelsAreRefused) {
   // Written from the outside to the inside with open lengths, so that the input is linear.
   const Octets level = concat(Octets{0x30, 0x80}, oid("1.3.6.1.4.1.311.3.2.1"), Octets{0xA0, 0x80});

@@ -75,7 +75,7 @@ TEST(Release, MayBeRepeated) {
   expect_released_once(NESTED(AlgorithmIdentifier), kAlgorithmIdentifier, sample::sha256());
 }
 
-// The structures inside the outermost one are gone with it.
+// The structures inside the outermost one are released with it.
 TEST(Release, LeavesPointersNull) {
   Decoded v(TOP(TimeStampReq),
             sequence(integer(1), sequence(sample::sha256(), octet_string(hex("0102"))), oid("1.2.3"),

@@ -201,7 +201,7 @@ TEST(Samples, ASignerMayBeNamedByItsKey) {
   EXPECT_EQ(signer->signedAttrs, nullptr);
 }
 
-// Indefinite lengths and constructed octets come out definite and primitive.
+// Indefinite lengths and constructed octets are encoded as definite and primitive.
 TEST(Samples, IndefiniteLengthsDecode) {
   const Octets ber = read_sample("signed_data_indefinite.ber");
   Decoded v(TOP(ContentInfo), ber);

@@ -115,7 +115,7 @@ class AuthorityTest(unittest.TestCase):
         self.assertEqual(self.authority.post(make_query(), path="/a/b?c=d")[0], 200)
 
     def test_ContentLengthWithBlanksBetweenDigitsIsUnderstood(self):
-        # 30 to 62 octets of nonce and policy bring the query to the length wanted.
+        # 30 to 62 octets of nonce and policy give the query the wanted length.
         for length in (101, 105, 109):
             query = make_query("-no_nonce", "-cert")
             query = query[:-3] + bytes([0x02, length - len(query) - 2]) + b"\x01" * (

@@ -176,7 +176,7 @@ class Authority:
         self._make_certificate("tsa", "Test Time-Stamp Signer", "signer", key)
 
     def _make_certificate(self, name, common_name, section, key):
-        """Makes NAME.key and NAME.pem, signed by the root (the root by itself)."""
+        """Makes NAME.key and NAME.pem, signed by the root (the root is self-signed)."""
         certificate = self.path(f"{name}.pem")
         if os.path.exists(certificate):
             return

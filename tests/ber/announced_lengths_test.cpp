@@ -112,7 +112,7 @@ TEST(AnnouncedLengths, OfStringsEndAsTheDataDo) {
   }
 }
 
-// Components that together announce far more than 32 bits hold, side by side and inside each other.
+// Components that together announce far more than 32 bits hold, adjacent and nested.
 TEST(AnnouncedLengths, OfComponentsMaySumBeyond32Bits) {
   for (const DecoderCase& one : kDecoders) {
     if ((one.tag & 0x20) == 0) continue;
@@ -138,7 +138,7 @@ TEST(AnnouncedLengths, OfComponentsMaySumBeyond32Bits) {
 
 // --- More data than 32 bits count --------------------------------------------------------------
 
-// Zeros is as many octets of 0 as asked for, which take no memory until they are written to.
+// Zeros is `n` octets of 0, which take no memory until they are written to.
 class Zeros {
  public:
   explicit Zeros(uint64_t size) : size_(size_t(size)) {

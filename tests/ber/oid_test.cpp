@@ -58,7 +58,7 @@ std::string printed(const AsnOid& oid) {
 }
 
 TEST(AsnOid, ContentIsKeptUnchanged) {
-  for (const char* hex : {"06 03 88 37 03", "06 01 80", "06 02 80 80"}) {  // the arcs are not looked at
+  for (const char* hex : {"06 03 88 37 03", "06 01 80", "06 02 80 80"}) {  // the arcs are not checked
     for (const size_t block : {1u, 2u, 100u}) {
       const Octets encoding = FromHex(hex);
       Input in(InBlocksOf(block, encoding));

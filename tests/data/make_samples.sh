@@ -1,7 +1,7 @@
 #!/bin/sh
 # Makes tests/data/samples with the openssl command: certificates, a CRL, time-stamp requests and
-# replies, signed data. Keys are made for the occasion and thrown away. Usage: make_samples.sh
-# Every run gives other keys, serial numbers and times; what the tests say holds for all of them.
+# replies, signed data. Keys are new in every run and discarded. Usage: make_samples.sh
+# Every run gives other keys, serial numbers and times; the tests hold for all of them.
 set -eu
 out=$(cd "$(dirname "$0")" && pwd)/samples
 work=$(mktemp -d)

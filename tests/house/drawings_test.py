@@ -17,7 +17,7 @@ COORDINATES = ("cx", "cy", "d", "height", "points", "rx", "ry", "transform", "vi
 
 
 def content(svg):
-    """Every element of a drawing: its tag, its attributes but for coordinates, its text."""
+    """Every element of a drawing: its tag, its attributes except coordinates, its text."""
     return [(element.tag.split("}")[-1], sorted(item for item in element.items() if item[0] not in COORDINATES),
              (element.text or "").strip()) for element in ElementTree.fromstring(svg).iter()]
 

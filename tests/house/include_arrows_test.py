@@ -2,7 +2,7 @@
 
 usage: include_arrows_test.py SOURCE_FOLDER
 
-Every #include of a file that lies in the tree is looked at. Library files name what they
+Every #include of a file of the tree is checked. Library files name the files that they
 include by its path from the root. Programs around the library see api/qex.h and nothing
 else of it, except tool/worker/inspect, which looks inside messages. Examples see nothing else of the whole tree.
 """

@@ -1,9 +1,8 @@
-"""The installed tree serves a program that finds it by CMake or by pkg-config.
+"""The installed tree works for a program that finds it by CMake or by pkg-config.
 
 usage: install_test.py SOURCE_FOLDER BUILD_FOLDER CMAKE GENERATOR COMPILER [PKG_CONFIG]
 
-The tree is installed to one place and moved to another first: no file in it may know
-where it was laid down.
+The tree is installed to one place and moved to another first: no file in it may contain the original path.
 """
 
 import os

@@ -182,7 +182,7 @@ TEST(Tokens, AreReadByAsn1crypto) {
   const std::vector<std::string> lines = peer_reads("token", encodings);
   ASSERT_EQ(lines.size(), samples.size());
   for (size_t i = 0; i < samples.size(); ++i) {
-    // The signatures are those of the hand-made token, whose signer is held to openssl's.
+    // The signatures are those of the hand-made token, whose signer is tested against openssl.
     Records records;
     const ContentInfo* const token = Build(records, samples[i].second);
     std::vector<std::string> signatures;

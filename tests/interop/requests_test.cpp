@@ -1,5 +1,5 @@
-// Requests cross over in both directions: those of openssl read as openssl prints them, and those of
-// the library are read by openssl, and by a second reader, as they were meant.
+// Requests in both directions: the library reads those of openssl as openssl prints them; openssl and a
+// second reader read those of the library as intended.
 #include <gtest/gtest.h>
 
 #include <algorithm>

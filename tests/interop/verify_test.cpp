@@ -144,7 +144,7 @@ TEST(Verification, RefusesTokensWithAValueOfAnUnknownType) {
   }
 }
 
-// A signature by a curve under an RSA certificate: no pair that goes together.
+// A signature by a curve under an RSA certificate: key and signature do not match.
 TEST(Verification, RefusesASignatureAlgorithmOfAnotherKind) {
   const Octets token = SampleFile("ec-no-certificates.token");
   const Octets certificate = SampleFile("rsa2048.der");

@@ -1,5 +1,4 @@
-// Values inside each other by the million, made in linear time, and put into the place of an element of a
-// message.
+// Values nested a million deep, made in linear time, and put into the place of an element of a message.
 #pragma once
 
 #include <algorithm>
@@ -41,15 +40,15 @@ inline Octets Nested(size_t levels, const std::vector<Wrap>& level, const Octets
 // The identifier of an open type that holds a ContentInfo, which may hold the next.
 inline constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";
 
-// NestedOpenTypes returns `levels` such values inside each other.
+// NestedOpenTypes returns `levels` such nested values.
 inline Octets NestedOpenTypes(size_t levels, Lengths lengths) {
   return Nested(levels, {{0x30, der::oid(kSelfContaining)}, {0xA0, {}}}, der::null(), lengths);
 }
 
 inline constexpr uint8_t kConstructed = 0x20;  // the bit in the identifier octet
 
-// NestedStrings returns a string of the tag `tag`, constructed, with `levels` - 1 constructed ones of the
-// type `part` inside each other and the primitive one of `content` in the innermost.
+// NestedStrings returns a constructed string of the tag `tag`, with `levels` - 1 nested constructed ones of
+// the type `part` and the primitive one of `content` in the innermost.
 inline Octets NestedStrings(uint8_t tag, uint8_t part, const Octets& content, size_t levels,
                             Lengths lengths) {
   const Octets parts =

@@ -24,7 +24,7 @@ inline std::ostream& operator<<(std::ostream& out, const Output& output) {
   return out << "code " << output.code << ", length " << output.length;
 }
 
-inline constexpr uint32_t kUnset = 0xA5A5A5A5;  // a length that no call leaves by itself
+inline constexpr uint32_t kUnset = 0xA5A5A5A5;  // a length that no call sets
 
 // Call runs `call(out, &length)` with a buffer of exactly `capacity` octets.
 template <class F>
@@ -42,8 +42,8 @@ Output AskLength(const F& call, uint32_t length = 0) {
   return {code, length, {}};
 }
 
-// Fetch asks for the length and calls again with a buffer of just that length. Without a length to be had,
-// the result is that of the asking.
+// Fetch asks for the length and calls again with a buffer of exactly that length. If there is no length, it
+// returns the result of the first call.
 template <class F>
 Output Fetch(const F& call) {
   const Output asked = AskLength(call);

@@ -14,7 +14,7 @@
 
 namespace qex::test {
 
-// Folder is an empty folder that goes away with its content.
+// Folder is an empty folder that is removed with its contents.
 class Folder {
  public:
   Folder() {
@@ -48,7 +48,7 @@ inline std::vector<uint8_t> ReadFile(const std::string& path) {
 }
 
 // LinesOf returns the words of each line of a file of tests/data; empty lines and those that start with "#"
-// are skipped. A file that cannot be read has no lines.
+// are skipped. An unreadable file has no lines.
 inline std::vector<std::vector<std::string>> LinesOf(const std::string& name) {
   std::ifstream file(std::string(QEX_TEST_DATA "/") + name);
   std::vector<std::vector<std::string>> lines;

@@ -6,8 +6,8 @@
 
 namespace qex::test {
 
-// HeapSize returns the octets of a block of `n` octets as glibc takes it on machines of 64 bits: 8 octets in
-// front, multiples of 16, 32 at least.
+// HeapSize returns the octets of a block for `n` octets in glibc on 64-bit machines: a header of 8 octets,
+// multiples of 16, at least 32.
 constexpr size_t HeapSize(size_t n) {
   return std::max<size_t>(32, (n + 8 + 15) / 16 * 16);
 }

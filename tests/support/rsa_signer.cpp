@@ -147,7 +147,7 @@ const RsaKey& TestKey(const std::string& name) {
   return keys[name] = {TestValue(name + ".n"), TestValue(name + ".e"), TestValue(name + ".d")};
 }
 
-// The library's digests are held to vectors of their own; here they are taken as right.
+// The library's digests have vectors of their own; here they are assumed right.
 Octets Digest(std::string_view algorithm, const Octets& data) {
   if (algorithm == kSha1) return digest_with<20>(QEX_SHA1_Init, QEX_SHA1_Update, QEX_SHA1_Final, data);
   if (algorithm == kMd5) return digest_with<16>(QEX_MD5_Init, QEX_MD5_Update, QEX_MD5_Final, data);

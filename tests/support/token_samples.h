@@ -1,4 +1,4 @@
-// Named samples of attribute certificates and tokens, for tests that look at all of them.
+// Named samples of attribute certificates and tokens, for tests that go through all of them.
 #pragma once
 
 #include <string>

@@ -83,7 +83,7 @@ class Key:
 
 
 def name(*attributes):
-    """A Name of (identifier, text) or (identifier, text, string type); the type is UTF8String by itself."""
+    """A Name of (identifier, text) or (identifier, text, string type); the default type is UTF8String."""
     rows = []
     for dotted, text, *kind in attributes:
         value = text if isinstance(text, bytes) else text.encode()
@@ -188,7 +188,7 @@ KEYS = {
 
 
 class Keys:
-    """The keys of a test class: made once, when first asked for. A name may have an ending, as in rsa/other."""
+    """The keys of a test class, made at first use. A name may have an ending, as in rsa/other."""
 
     def __init__(self, folder):
         self._folder, self._made = folder, {}

@@ -215,7 +215,7 @@ class ChainsTest(ChainTest):
                              ("signer signed with MD5", {"signer": {"digest": "md5"}})):
             with self.subTest(name):
                 chain = self.pki.chain(**faults)
-                self.assertEqual(self.openssl_verdict(chain), 0)  # it looks at no strength unless asked to
+                self.assertEqual(self.openssl_verdict(chain), 0)  # by default it checks no strength
                 self.assert_fails(self.judged(chain), "chain", ("CRYPTO_CONSTRAINTS_FAILURE", *PATH))
                 self.assert_passes(self.judged(chain, "--allow-weak"))
 

@@ -201,7 +201,7 @@ class ExchangeTest(ToolTest):
         for target in ("http://authority.invalid/", "https://authority.invalid/"):
             self.assert_error(self.proxied(target, "http://127.0.0.1:1"), 6, "no proxy answers", "_proxy")
             self.assert_error(self.proxied(target, "http://proxy.invalid:1"), 6, "proxy that the environment names")
-        # Without a proxy it is the authority that is looked at.
+        # Without a proxy the check is on the authority.
         done = self.stamp("http://127.0.0.1:1/")
         self.assert_error(done, 6, "is the authority running?")
         env = environment(http_proxy="http://127.0.0.1:2", no_proxy="127.0.0.1")

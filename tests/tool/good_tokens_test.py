@@ -37,7 +37,7 @@ class Good:
 
 def keys(p):
     """Keys and signatures."""
-    # The openssl command signs with Edwards keys; its two readers of tokens do not take them.
+    # The openssl command signs with Edwards keys; its two token commands do not accept them.
     for key, digest, stops, known in (
             ("p256", "sha256", (EC_KEY,), True), ("p384", "sha384", (EC_KEY,), True), ("p521", "sha512", (EC_KEY,), True),
             ("ed25519", "sha512", (ED25519,), False),

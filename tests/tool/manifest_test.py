@@ -146,7 +146,7 @@ class ManifestTest(StampedFolderTest):
                 self.assertIn("differs", self.check("--allow-weak", check=1)[0][1]["error"])
 
     def test_ARemovedWorkingFolderIsStatus3(self):
-        # The place of a relative name was asked for without heed of an error, which ended in exit status 70.
+        # The error of resolving a relative name was ignored, which ended in exit status 70.
         self.made()
         gone = 'mkdir "$1" && cd "$1" && rmdir "$1" && shift && exec "$@"'
         for arguments in (("stamp", "--manifest", "x.sha256", self.path("files/a"), "--tsa", self.server.url),

@@ -1,5 +1,5 @@
-"""Memory that runs out while a worker reads a message: it says so, or answers as ever. Never does a part of the
-message seem to be absent, nor a check to say no."""
+"""Memory that runs out while a worker reads a message: it reports that, or answers as usual. Never does a
+part of the message seem absent, nor a check fail."""
 
 import concurrent.futures
 import os

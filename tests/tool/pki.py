@@ -140,7 +140,7 @@ class Pki:
         return path
 
     def _configuration(self, extensions=None, sections="", index=""):
-        """A folder with all that `openssl ca` wants, for a single use."""
+        """A folder with everything that `openssl ca` needs, for a single use."""
         work = self._path(".ca")
         os.mkdir(work)
         lines = "\n".join(f"{name} = {value}" for name, value in (extensions or {}).items() if value)

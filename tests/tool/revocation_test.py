@@ -128,7 +128,7 @@ class RevocationTest(ChainTest):
             self.assert_fails(self.judged(*lists), "revocation", REVOKED)
 
     def test_ARevocationInAPartialListCounts(self):
-        """openssl passes over lists of some reasons and indirect ones, or refuses the whole check."""
+        """openssl ignores lists of some reasons and indirect ones, or refuses the whole check."""
         for name in ("of some reasons only", "indirect", "of CA certificates only"):
             with self.subTest(name):
                 partial = self.list_file((self.signer, "keyCompromise", GENTIME + DAY), sections="[scope]\n" + SCOPES[name][0],
@@ -181,7 +181,7 @@ class RevocationTest(ChainTest):
                 self.assertTrue(document["hint"])
 
     def test_AListUnderAWeakDigestIsForAllowWeak(self):
-        """openssl looks at the digests of certificates alone."""
+        """openssl checks the digests of certificates only."""
         for digest in ("sha1", "md5"):
             with self.subTest(digest):
                 silent = self.list_file(digest=digest)

@@ -50,7 +50,7 @@ class Server:
                 stream.shutdown(socket.SHUT_WR)
                 while stream.recv(65536):
                     pass
-        except OSError:  # the client has gone
+        except OSError:  # the client has disconnected
             pass
 
     def __enter__(self):
@@ -71,7 +71,7 @@ def says(*pieces):
 
 
 def without_end(head, piece, pause=0.0):
-    """The head, and then the piece again and again until the client goes."""
+    """The head, and then the piece again and again until the client disconnects."""
     def script(connection):
         connection.sendall(head)
         while True:
@@ -289,7 +289,7 @@ class TlsKeys(StampTest):
 
     @staticmethod
     def tls(certificate, script, clients=None):
-        """`clients` is the root of those who may come in; None is everybody."""
+        """`clients` is the root of the accepted clients; None accepts everybody."""
         context = ssl.SSLContext(ssl.PROTOCOL_TLS_SERVER)
         context.load_cert_chain(certificate)
         if clients is not None:
@@ -357,7 +357,7 @@ class TlsTest(TlsKeys):
             self.refused(("--tsa", f"http://127.0.0.1:{server.port}/"), 6, (str(server.port),))
 
     def test_NoRedirectLeadsAwayFromTls(self):
-        # Only where the way began was looked at: from http over https it led back to http.
+        # Only the first address was checked: from http over https the redirects led back to http.
         for steps in ((), ("http",), ("http", "https"), ("https",)):
             with self.subTest(steps), Server(says(OK + b"\r\n" + GRANTED)) as last:
                 to = f"http://127.0.0.1:{last.port}/"

@@ -45,7 +45,7 @@ constexpr Failure kDecoding{QEX_E_DECODE, kOutOfMemoryCode};
 constexpr Failure kEncoding{QEX_E_NOMEM, 0};
 
 // An export's failures in the order in which its steps allocate. A call goes through them from the first on,
-// as far as its input leads.
+// as far as its input leads it.
 using Steps = std::vector<Failure>;
 
 // clang-format off

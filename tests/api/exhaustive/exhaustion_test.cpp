@@ -20,7 +20,7 @@ namespace {
 
 constexpr size_t kMoreThanTheLimit = size_t{256} << 20;
 
-// Eaten is all memory that the process can get, in blocks that hold each other.
+// Eaten is all memory that the process can get, as a list of blocks.
 class Eaten {
  public:
   Eaten() {

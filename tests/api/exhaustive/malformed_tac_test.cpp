@@ -143,7 +143,7 @@ void read_timing(const uint8_t* data, uint32_t length) {
   }
 }
 
-// read_tac looks at the identity and at the timing, and that nothing is lost by it.
+// read_tac reads identity and timing, and checks for leaks.
 void read_tac(const uint8_t* data, uint32_t length) {
   const long before = LiveBlocks();
   read_identity(data, length);

@@ -30,8 +30,8 @@ namespace {
 
 constexpr size_t kThreads = 8;
 
-// Together runs `work(i)` in each of the threads and waits for them. They begin at once, as far as there are
-// processors: none is asleep when the start is given.
+// Together runs `work(i)` in each of the threads and waits for them. They start at the same time, as far as
+// there are processors: all are awake when the start is given.
 template <class F>
 void Together(const F& work) {
   std::atomic<size_t> ready{0};
@@ -92,7 +92,7 @@ TEST(Threads, EveryExportIsAmongTheCalls) {
   EXPECT_EQ(called.size(), 36u);
 }
 
-// Each thread has inputs and outputs of its own and goes through the calls from another one on.
+// Each thread has its own inputs and outputs and starts the calls at another place.
 TEST(Threads, EachGetsTheResultsOfASingleThread) {
   constexpr size_t kRounds = 8;
   const Silence silence;

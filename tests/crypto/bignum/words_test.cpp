@@ -298,7 +298,7 @@ TEST(MontgomeryKernels, ResultMayBeAnOperand) {
 }
 
 #if defined(__SIZEOF_INT128__)
-// buffer hides the size from the compiler, which warns of paths that cannot be taken.
+// buffer hides the size from the compiler, which would warn of impossible paths.
 [[gnu::noinline]] Words buffer(size_t n) {
   return Words(n);
 }

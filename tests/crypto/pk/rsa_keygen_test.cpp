@@ -222,9 +222,9 @@ TEST(RsaKeygen, EachPrimeHasItsAuxiliaryPrimes) {
 }
 
 TEST(RsaKeygen, PrimesAreTestedWithTheBoundOfTheirSize) {
-  // A source that gives one prime for ever: both auxiliary primes are found at once and are equal,
-  // 64 times, after which the source is taken to be stuck. Each costs a draw for the start and, the first
-  // base being 2, one less than the rounds of its size.
+  // A source that always gives the same prime: both auxiliary primes are found at once and are equal, 64
+  // times, after which the source counts as stuck. Each costs a draw for the start and, the first base being
+  // 2, one less than the rounds of its size.
   const struct {
     uint32_t bits;
     uint32_t exponent, offset;  // of the prime 2^exponent + offset

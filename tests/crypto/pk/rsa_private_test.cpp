@@ -134,7 +134,7 @@ TEST(RsaPrivateDeathTest, MissingValuesAreBrokenPreconditionsInTheirOrder) {
       {&key.q, "Assertion failed: !!\\(key->q\\), file \\.\\.\\\\rsa\\.c, line 554"},
   };
   for (const auto& c : cases) {
-    *c.field = nullptr;  // and those before it stay null: the first that is asked for is named
+    *c.field = nullptr;  // and those before it stay null: the assertion names the first missing one
     KXBN* out = nullptr;
     EXPECT_DEATH(static_cast<void>(rsa_private(&key, input, &out, nullptr)), c.message);
   }

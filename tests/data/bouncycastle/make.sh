@@ -1,8 +1,8 @@
 #!/bin/sh
 # Makes the samples of this folder with the Bouncy Castle library for Java (packages default-jdk-headless,
-# libbcprov-java, libbcpkix-java): runs Samples.java, which says what there is. Usage: make.sh
+# libbcprov-java, libbcpkix-java): runs Samples.java, which describes them. Usage: make.sh
 # BC_JARS is the folder of the jar files, if they are not those of the packages.
-# Every run gives other keys, serial numbers and times; what the tests say holds for all of them.
+# Every run gives other keys, serial numbers and times; the tests hold for all of them.
 set -eu
 cd "$(dirname "$0")"
 jars=${BC_JARS:-$(dirname "$(dpkg -L libbcprov-java | grep '/bcprov\.jar$')")}

@@ -1,8 +1,8 @@
 #!/bin/sh
-# Makes the samples of this folder with the openssl command: DSA keys, certificates that sign themselves,
-# time-stamp replies and their tokens. samples.txt has one record for each token. Keys are thrown away.
+# Makes the samples of this folder with the openssl command: DSA keys, self-signed certificates,
+# time-stamp replies and their tokens. samples.txt has one record for each token. Keys are discarded.
 # Usage: make.sh
-# Every run gives other keys, serial numbers and times; what the tests say holds for all of them.
+# Every run gives other keys, serial numbers and times; the tests hold for all of them.
 set -eu
 out=$(cd "$(dirname "$0")" && pwd)
 work=$(mktemp -d)

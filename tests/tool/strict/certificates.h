@@ -1,4 +1,4 @@
-// Keys, certificates and lists of revocation as a test asks for them, made by libcrypto.
+// Keys, certificates and revocation lists for tests, made by libcrypto.
 #pragma once
 
 #include <cstdint>

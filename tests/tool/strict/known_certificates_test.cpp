@@ -83,7 +83,7 @@ TEST_F(KnownCertificatesTest, UnusualEncodingsAreLeftWhole) {
       std::vector<Octets>{signer.der(), der::context(1, der::integer(1))};  // an attribute certificate
   EXPECT_FALSE(TakeApart(plan.encode()));
   Octets indefinite{0x30, 0x80};
-  indefinite.insert(indefinite.end(), token.begin() + 4, token.end());  // a header of four octets is gone
+  indefinite.insert(indefinite.end(), token.begin() + 4, token.end());  // remove a header of four octets
   indefinite.insert(indefinite.end(), {0, 0});
   ASSERT_EQ(token[1], 0x82);
   EXPECT_FALSE(TakeApart(indefinite));

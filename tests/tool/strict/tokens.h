@@ -1,4 +1,4 @@
-// Tokens as a test asks for them: the structure by hand, digests and signatures by libcrypto.
+// Tokens for tests: the structure by hand, digests and signatures by libcrypto.
 #pragma once
 
 #include <optional>
@@ -22,7 +22,7 @@ struct TokenPlan {
   TstInfoMaker info;
   std::string digest = "SHA256";  // of the content
   std::optional<Octets> digest_algorithm;
-  std::string signature_algorithm;  // dotted; set for the kind of key when empty
+  std::string signature_algorithm;  // dotted; by default set for the kind of key
   Octets signature_parameters;
   std::optional<std::string> signature_digest;  // that of the content when not set; empty: none
   int salt = -1;                                // of RSASSA-PSS; below 0: another scheme
