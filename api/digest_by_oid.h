@@ -44,8 +44,8 @@ struct DigestValue {
   uint8_t octets[64];
 };
 
-// DigestByOid digests all data of the chain, from its first block to its last, with the digest
-// that `digestAlgorithm` names. For an identifier without a row `*digest` is left as it is.
+// DigestByOid digests all data of the chain, from its first block to its last, with the digest that
+// `digestAlgorithm` names. For an identifier without a row `*digest` is unchanged.
 void DigestByOid(ExpBuf* buffer, const AlgorithmIdentifier& digestAlgorithm, DigestValue* digest);
 void DigestByOid(ExpBuf* buffer, const AsnOid& digestAlgorithm, DigestValue* digest);
 

@@ -1,9 +1,9 @@
-// The frame of every export: lazy initialisation, recovery point, last ASN.1 error, release,
-// and the rules by which caller records and output buffers are filled.
+// The frame of every export: lazy initialisation, recovery point, last ASN.1 error, release, and the rules by
+// which caller records and output buffers are filled.
 //
-// An export checks its arguments, ensures the initialisation, decodes under AsnTry into a
-// Decoded owner, fills what the caller asked for, and returns; owners release on every path.
-// Nothing here throws, and nothing allocates but through AsnAlloc and the buffers.
+// An export checks its arguments, ensures the initialisation, decodes under AsnTry into a Decoded owner,
+// fills the caller's record or buffer, and returns; owners release on every path. Nothing here throws, and
+// nothing allocates except through AsnAlloc and the buffers.
 #pragma once
 
 #include <algorithm>
@@ -25,9 +25,9 @@ namespace qex {
 // The code of the most recent recovery point: 0 on the normal path, else the jump's code.
 extern std::atomic<int32_t> lastAsnError;
 
-// EnsureAsnInit registers the open types and sets the block size, once in the process; threads
-// may call it at once. False when memory ran out: what was built is released, and the next
-// call builds it again.
+// EnsureAsnInit registers the open types and sets the block size, once per process; threads may call it at
+// the same time. False when an allocation fails: everything built so far is released, and the next call
+// builds it again.
 [[nodiscard]] bool EnsureAsnInit();
 
 // ProcessAttach is the library's entry point where the system has one: it does nothing and
@@ -57,7 +57,7 @@ class Decoded {
   T value{};
 };
 
-// ScratchOctets is `size` octets of 0 that are released at the end of its block; none when memory is out.
+// ScratchOctets is `size` octets of 0 that are released at the end of its block; none when allocation fails.
 class ScratchOctets {
  public:
   explicit ScratchOctets(size_t size) : octets_(static_cast<uint8_t*>(AsnAlloc(size))) {}
@@ -72,8 +72,8 @@ class ScratchOctets {
   uint8_t* octets_;
 };
 
-// DecodeBytes runs a full decoder over `length` bytes of the caller, which are not copied, and
-// returns the number of octets that it took. What follows them is ignored.
+// DecodeBytes runs a full decoder over `length` bytes of the caller, which are not copied, and returns the
+// number of octets read. Octets after them are ignored.
 template <class T>
 AsnLen DecodeBytes(void (*decode)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&), const uint8_t* data, size_t length,
                    T* value, AsnJmpEnv& env) {
@@ -109,14 +109,14 @@ inline uint32_t EncodedLength(const ExpBufHolder& buf) {
 // QEX_OK or QEX_E_SIZE.
 [[nodiscard]] int32_t CopyOut(ExpBufHolder& buf, uint8_t* out, uint32_t capacity, uint32_t* outLength);
 
-// ValueAs returns the value of an open type as a T when its type was registered under `anyId`,
-// and null for any other type: an identifier in the input must never decide what memory is taken for.
+// ValueAs returns the value of an open type as a T when its type was registered under `anyId`, and null for
+// any other type: an identifier in the input must never decide how memory is interpreted.
 template <class T>
 T* ValueAs(const AsnAny& any, int32_t anyId) {
   return any.ai != nullptr && any.ai->anyId == anyId ? static_cast<T*>(any.value) : nullptr;
 }
 
-// NullParameters returns the open value NULL, which belongs to nobody and is for encoding alone.
+// NullParameters returns the open value NULL, which nobody owns and which serves encoding only.
 AsnAny NullParameters();
 
 // --- Filling records ---------------------------------------------------------
@@ -147,9 +147,8 @@ template <size_t kSize>
 // then 0. No octets are 0.
 [[nodiscard]] int32_t AsnIntToU64(const AsnOcts& value, QEX_U64* out);
 
-// U64ToAsnInt stores the minimal contents octets of a non-negative INTEGER in `*out`; 0 has
-// none. The octets are allocated with AsnAlloc and freed by the caller with AsnFree. Returns 0,
-// or -1 when memory is out.
+// U64ToAsnInt stores the minimal contents octets of a non-negative INTEGER in `*out`; 0 has none. The octets
+// are allocated with AsnAlloc and freed by the caller with AsnFree. Returns 0, or -1 when allocation fails.
 [[nodiscard]] int32_t U64ToAsnInt(const QEX_U64& in, AsnOcts* out);
 
 }  // namespace qex

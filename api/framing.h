@@ -1,4 +1,4 @@
-// What the transport framing of requests and replies shares.
+// Shared by the transport framing of requests and replies.
 #pragma once
 
 #include <cstddef>
@@ -8,8 +8,8 @@ namespace qex {
 
 inline constexpr size_t kSocketHeadLength = 5;  // a 32-bit big-endian length and a flag byte
 
-// HttpHeadLength returns the length of the HTTP head in front of the `length` bytes at `data`, the
-// empty line that ends it included; 0 when it has no end. Lines end with LF, or CR LF.
+// HttpHeadLength returns the length of the HTTP head at the start of the `length` bytes at `data`, including
+// the empty line that ends it; 0 when it has no end. Lines end with LF, or CR LF.
 // Deliberate: a lone line feed that is the last byte of the data ends the head.
 [[nodiscard]] size_t HttpHeadLength(const uint8_t* data, size_t length);
 

@@ -8,15 +8,15 @@
 
 namespace qex {
 
-// What TextToOid writes at most: a text of 255 characters has no more than 127 octets.
+// The longest output of TextToOid: a text of 255 characters has at most 127 octets.
 inline constexpr size_t kMaxOidOctets = 128;
 
-// OidToText writes the contents octets of an object identifier as dotted decimal text of at
-// most `size` bytes, the terminator included, and returns its length. 0 and nothing written for
-// null or empty contents; 0 behind the arcs written so far when the contents end inside an arc.
-// A longer text is cut to `size`, which `*cut` tells when `cut` is not null.
-// Deliberate: the first octet alone gives the first two arcs, so that a second arc above 47
-// under arc 2 is written wrongly; arcs wrap at 32 bits.
+// OidToText writes the contents octets of an object identifier as dotted decimal text of at most `size`
+// bytes, including the terminator, and returns its length. 0 and nothing written for null or empty contents;
+// 0 after the arcs written so far when the contents end inside an arc. A longer text is cut to `size`;
+// `*cut`, unless `cut` is null, says so.
+// Deliberate: the first octet alone gives the first two arcs, so that a second arc above 47 under arc 2 is
+// written wrongly; arcs wrap at 32 bits.
 size_t OidToText(const uint8_t* contents, size_t length, char* text, size_t size, bool* cut = nullptr);
 
 // OidField writes `oid` into a cleared text field of a record; false when the text was cut.

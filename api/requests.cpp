@@ -33,8 +33,8 @@ bool has_null_parameters(const AsnOid& algorithm) {
   return known == nullptr || known->parameters == Parameters::Null;
 }
 
-// An identifier as TextToOid gives it.
-// Deliberate: a text that is rejected gives one of no octets, which is encoded as it is.
+// An identifier from TextToOid.
+// Deliberate: a rejected text gives an identifier of no octets, which is encoded like any other.
 struct TextOid {
   explicit TextOid(const char* text) : oid{TextToOid(text, octets), octets} {}
   TextOid(const TextOid&) = delete;
@@ -48,8 +48,8 @@ AsnOcts borrowed(const uint8_t* data, uint32_t length) {
   return {length, const_cast<uint8_t*>(data)};
 }
 
-// encode_request encodes what `req` describes into `buf`; false with the last ASN.1 error set.
-// The values are on the stack and point into `req`, so nothing is to be freed.
+// encode_request encodes the request that `req` describes into `buf`; false with the last ASN.1 error set.
+// The values are on the stack and point into `req`, so nothing needs to be freed.
 bool encode_request(const QEX_TSQ_DATA_EX& req, ExpBufHolder& buf) {
   const TextOid hash(req.hashAlgorithm);
   const TextOid policy(req.reqPolicy);
@@ -74,8 +74,8 @@ bool encode_request(const QEX_TSQ_DATA_EX& req, ExpBufHolder& buf) {
   });
 }
 
-// Deliberate: a digit of 0 in front of the last one stays a blank, also between other digits, and
-// of 10000 on the first character is not a digit. Servers have always been sent this head.
+// Deliberate: a digit of 0 before the last one stays a blank, also between other digits, and from 10000 on
+// the first character is not a digit. Servers have always received this head.
 void write_http_head(uint8_t* out, uint32_t length) {
   std::memcpy(out, kHttpHead, kHttpHeadLength);
   const uint32_t digits[] = {length / 1000, length % 1000 / 100, length % 100 / 10, length % 10};
@@ -84,7 +84,7 @@ void write_http_head(uint8_t* out, uint32_t length) {
   }
 }
 
-// skip_head returns how many bytes of framing stand in front of the request.
+// skip_head returns how many bytes of framing precede the request.
 size_t skip_head(const uint8_t* data, size_t length) {
   if (length <= kSocketHeadLength) return 0;
   if (std::memcmp(data, "POST ", 5) == 0) return HttpHeadLength(data, length);
@@ -191,7 +191,7 @@ int32_t QEX_DecodeTSQ(QEX_TSQ_DATA* req, const uint8_t* data, uint32_t length) n
   const int32_t code = QEX_DecodeTSQ_Ex(&full, data, length);
   if (code != QEX_OK) return code;
 
-  // Deliberate: the caller's own texts are tested, as they stand before they are overwritten.
+  // Deliberate: the caller's own texts are tested, before they are overwritten.
   bool fits = IsTerminated(req->hashAlgorithm) && IsTerminated(req->reqPolicy);
   std::memcpy(req->hashAlgorithm, full.hashAlgorithm, sizeof req->hashAlgorithm);
   // Deliberate: a longer hash is cut without a report.

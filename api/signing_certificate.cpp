@@ -112,8 +112,8 @@ SigningCertificateIds::~SigningCertificateIds() {
   AsnFree(hashes_);
 }
 
-// sort_others fills hashes_; false when memory is out. Each hash has a node, so their pointers' size is no
-// more than what stands in memory already.
+// sort_others fills hashes_; false when an allocation fails. Each hash already has a node, so the pointers to
+// them take no more memory than the list.
 bool SigningCertificateIds::sort_others() {
   const AsnListNode* second = list_->first->next;
   size_t counts[std::size(kDigestAlgorithms)] = {};

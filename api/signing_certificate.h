@@ -13,8 +13,8 @@
 
 namespace qex {
 
-// What UseEssCertIdV2 answers once it has read the environment. Tests and fuzz targets store 0, 1 or
-// kEssCertIdV2Unread in it; the library never goes back.
+// The result of UseEssCertIdV2 once it has read the environment. Tests and fuzz targets store 0, 1 or
+// kEssCertIdV2Unread in it; the library never resets it.
 inline constexpr uint32_t kEssCertIdV2Unread = 0xFFFFFFFF;
 extern std::atomic<uint32_t> essCertIdV2Switch;
 
@@ -72,12 +72,12 @@ class SigningCertificateIds {
 [[nodiscard]] bool MatchCertHashV2(const AsnOcts& certHash, ExpBuf* certificateBytes,
                                    const AlgorithmIdentifier* hashAlgorithm);
 
-// FindSigningCertificate searches the token's certificates for the one that the first identifier of
-// its signing-certificate attribute names. It hashes each as encoded afresh, and `*outLength` becomes
-// the length of every one examined. The one found is copied to `out` if the capacity suffices, which
-// `*outLength` holds at entry; `*certificate`, unless null, becomes the one found, which stays the token's.
-// QEX_OK: found and copied. QEX_E_SIZE: found, and `out` is null or too small. QEX_E_NOCERT: not
-// found. QEX_E_MISSING: a certificate has an empty encoding. QEX_E_NOMEM.
+// FindSigningCertificate searches the token's certificates for the one that the first identifier of its
+// signing-certificate attribute names. It encodes each again and hashes that, and `*outLength` becomes the
+// length of every one examined. The one found is copied to `out` if the capacity, `*outLength` at entry,
+// suffices; `*certificate`, unless null, becomes the one found, which the token still owns. QEX_OK: found and
+// copied. QEX_E_SIZE: found, and `out` is null or too small. QEX_E_NOCERT: not found. QEX_E_MISSING: a
+// certificate has an empty encoding. QEX_E_NOMEM.
 [[nodiscard]] int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t* outLength,
                                              const Certificate** certificate = nullptr);
 

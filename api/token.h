@@ -10,8 +10,8 @@ namespace qex {
 
 using DecodedToken = Decoded<ContentInfo, FreeContentInfo>;
 
-// DecodeToken decodes a ContentInfo of `length` bytes under a recovery point; false with the
-// last ASN.1 error set. What was decoded by then is `token`'s.
+// DecodeToken decodes a ContentInfo of `length` bytes under a recovery point; false with the last ASN.1 error
+// set. Then `token` owns the parts decoded so far.
 [[nodiscard]] bool DecodeToken(const uint8_t* data, uint32_t length, DecodedToken* token);
 
 // SignedDataOf returns the content of the token, null when there is none or of another type.

@@ -20,8 +20,8 @@ uint32_t or_zero(const AsnInt* value) {
 
 // fill_record writes `value` into the record; false when something did not fit.
 bool fill_record(const TSTInfo& value, QEX_TSTINFO_EX* info) {
-  // Deliberate: the record is longer than what is cleared and than the size that it holds now, so
-  // that `size` is to be set before every call, and the end of tsaName is NameToText's alone.
+  // Deliberate: the record is longer than the part that is cleared and than the size that it now holds. So
+  // `size` must be set before every call, and only NameToText writes the end of tsaName.
   std::memset(info, 0, kClearedSize);
   info->size = kClearedSize;
 

@@ -20,11 +20,11 @@ namespace qex {
 const AsnOcts* FindMessageDigest(const AsnList* signedAttrs);
 
 // VerifySignerInfoSignature checks the signature of `signer` over its signed attributes with the public key
-// of `certificate`. Both must have what that takes: algorithms, signed attributes, signature and public key.
-// What is digested is the codec's own encoding of the decoded attributes, in their order, as a SET. QEX_OK:
-// it verifies. QEX_E_NOMEM: memory is out, or a number is too large. QEX_E_MISSING: the key does not decode
-// or lacks a component. QEX_E_SIGNATURE. QEX_E_UNSUPPORTED: the key, or its pairing with digest and signature
-// algorithm.
+// of `certificate`. Both must have the parts for that: algorithms, signed attributes, signature and public
+// key. The digest is that of the codec's own encoding of the decoded attributes, in their order, as a SET.
+// QEX_OK: it verifies. QEX_E_NOMEM: allocation fails, or a number is too large. QEX_E_MISSING: the key does
+// not decode or lacks a component. QEX_E_SIGNATURE. QEX_E_UNSUPPORTED: the key, or its pairing with digest
+// and signature algorithm.
 [[nodiscard]] int32_t VerifySignerInfoSignature(const SignerInfo& signer, const Certificate& certificate);
 
 }  // namespace qex

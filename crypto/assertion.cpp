@@ -1,7 +1,7 @@
-// What an assertion prints.
+// The output of an assertion.
 //
-// Texts, files and lines are part of the library's interface: they name what a failure has always named,
-// wherever the code stands today, and none of them changes.
+// Texts, files and lines are part of the library's interface: they have always been the same, wherever the
+// code is today, and none of them changes.
 #include "crypto/assertion.h"
 
 #include <cstddef>

@@ -1,13 +1,13 @@
 // Assertions of the cryptographic layer: a broken precondition stops the process, in releases too.
 //
-// A site names the claim that has to hold. What is printed for it stands in the table of assertion.cpp.
+// A site names the claim that must hold; the table of assertion.cpp has its output.
 #pragma once
 
 #include <cstdint>
 
 namespace qex {
 
-// Claim says what has to hold, by the file that its message names.
+// Claim is a condition that must hold, by the file that its message names.
 enum class Claim : uint32_t {
   PoolHasSlot,
   QuotientIsOneWord,

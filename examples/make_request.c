@@ -1,9 +1,9 @@
 /*
- * Makes a time-stamp request for a file: its SHA-256 with a random nonce, and the wish for the TSA's
+ * Makes a time-stamp request for a file: its SHA-256, a random nonce, and a request for the TSA's
  * certificate.
  *
- * Send what it writes by HTTP POST as application/timestamp-query, and keep it: verify_reply compares the
- * reply with it.
+ * Send the request by HTTP POST as application/timestamp-query, and keep it: verify_reply compares the reply
+ * with it.
  */
 #include "support.h"
 

@@ -1,6 +1,6 @@
 /*
- * Prints what a time-stamp token says: time, accuracy, serial number, policy, imprint and the name of the
- * TSA.
+ * Prints the contents of a time-stamp token: time, accuracy, serial number, policy, imprint and the name of
+ * the TSA.
  *
  * It verifies nothing; anyone can write such a token. See verify_reply.
  */

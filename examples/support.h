@@ -27,7 +27,7 @@ static inline void end_with_file_error(const char* name) {
   exit(STATUS_USAGE);
 }
 
-/* end_unless_ok ends the program with what a result code of the library means. */
+/* end_unless_ok ends the program with the meaning of a result code, unless it is QEX_OK. */
 static inline void end_unless_ok(const char* name, int32_t code) {
   const char* text = "unknown result code";
   switch (code) {

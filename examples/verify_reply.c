@@ -2,8 +2,8 @@
  * Verifies a TSA's reply: the token is signed by the TSA that the caller trusts, for this file, and answers
  * this request.
  *
- * Not verified: that the certificate is in force and meant for time-stamping, and that it leads to a root.
- * Hand over a certificate that you trust.
+ * Not verified: whether the certificate is in force, is meant for time-stamping, and leads to a root. Pass a
+ * certificate that you trust.
  */
 #define _POSIX_C_SOURCE 200112L /* setenv */
 #include "support.h"
@@ -27,7 +27,7 @@ static uint8_t* token_of(const char* name, uint32_t* length) {
     fputc('\n', stderr);
   }
 
-  /* The token is encoded afresh: ask for its length first. */
+  /* The library encodes the token again: ask for its length first. */
   *length = 0;
   const int32_t code = QEX_GetTSR_EncodedToken(NULL, length, reply, size);
   if (code != QEX_E_SIZE) end_unless_ok(name, code);

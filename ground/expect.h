@@ -1,8 +1,8 @@
 // Expectations: preconditions that builds for debugging check.
 //
-// A caller that breaks one is wrong, and what follows is undefined. Where NDEBUG is set, as in every release,
-// the condition is compiled and never evaluated. A precondition that stops a release too is an assertion
-// (crypto/assertion.h).
+// A caller that breaks one is wrong, and the behaviour is then undefined. Where NDEBUG is set, as in every
+// release, the condition is compiled and never evaluated. A precondition that stops a release too is an
+// assertion (crypto/assertion.h).
 #pragma once
 
 #ifndef NDEBUG

@@ -1,8 +1,8 @@
 // Word kernels of the big numbers.
 //
-// The loops stand in digits.h for digits of 32 and of 64 bits. Here a vector is cut
-// into 64-bit digits where the machine has them, and an odd last word is done
-// by itself; the carry between the two is always a single word.
+// digits.h has the loops for digits of 32 and of 64 bits. Here a vector is cut into 64-bit digits where the
+// machine has them, and an odd last word is processed by itself; the carry between the two is always a single
+// word.
 #include "crypto/bignum/words.h"
 
 #include <cstring>
