@@ -11,6 +11,7 @@
 #include "asn1/attrcert.h"
 #include "asn1/oids.h"
 #include "asn1/timing.h"
+#include "asn1/timing_shapes.h"
 
 namespace qex {
 namespace {
@@ -36,7 +37,7 @@ void first_name_field(char (&field)[kSize], const AsnList* names) {
 
 const AsnList* issuer_names(const AttCertIssuer* issuer) {
   if (issuer == nullptr) return nullptr;
-  if (issuer->choice == AttCertIssuer::kV1Form) return issuer->v1Form;
+  if (issuer->choice == AttCertIssuer::kV1Issuer) return issuer->v1Form;
   return issuer->v2Form == nullptr ? nullptr : issuer->v2Form->issuerName;
 }
 

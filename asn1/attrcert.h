@@ -16,32 +16,66 @@ struct ObjectDigestInfo {
   AlgorithmIdentifier* digestAlgorithm;
   AsnBits objectDigest;
 };
+inline constexpr Sequence kObjectDigestInfo = {
+    "ObjectDigestInfo",
+    must(FIELD(ObjectDigestInfo, digestedObjectType), kEnumerated),
+    may(FIELD(ObjectDigestInfo, otherObjectTypeID), kAsnOid),
+    must(FIELD(ObjectDigestInfo, digestAlgorithm), kAlgorithmIdentifier),
+    must(FIELD(ObjectDigestInfo, objectDigest), kAsnBits),
+};
+ASN1_TYPE(ObjectDigestInfo);
 
 struct Holder {
   IssuerSerial* baseCertificateID;
-  AsnList* entityName;  // of GeneralName
+  ListOf<GeneralName>* entityName;
   ObjectDigestInfo* objectDigestInfo;
 };
+inline constexpr Sequence kHolder = {
+    "Holder",
+    may(FIELD(Holder, baseCertificateID), kIssuerSerial, implicit_tag(0)),
+    may(FIELD(Holder, entityName), kGeneralNames, implicit_tag(1)),
+    may(FIELD(Holder, objectDigestInfo), kObjectDigestInfo, implicit_tag(2)),
+};
+ASN1_TYPE(Holder);
 
 struct V2Form {
-  AsnList* issuerName;  // of GeneralName
+  ListOf<GeneralName>* issuerName;
   IssuerSerial* baseCertificateID;
   ObjectDigestInfo* objectDigestInfo;
 };
+inline constexpr Sequence kV2Form = {
+    "V2Form",
+    may(FIELD(V2Form, issuerName), kGeneralNames),
+    may(FIELD(V2Form, baseCertificateID), kIssuerSerial, implicit_tag(0)),
+    may(FIELD(V2Form, objectDigestInfo), kObjectDigestInfo, implicit_tag(1)),
+};
+ASN1_TYPE(V2Form);
 
 struct AttCertIssuer {
-  enum : AsnInt { kV1Form, kV2Form };
+  enum : AsnInt { kV1Issuer, kV2Issuer };
   AsnInt choice;
   union {
-    AsnList* v1Form;  // of GeneralName
+    ListOf<GeneralName>* v1Form;
     V2Form* v2Form;
   };
 };
+inline constexpr Choice kAttCertIssuer = {
+    "AttCertIssuer",
+    must(FIELD(AttCertIssuer, v1Form), kGeneralNames),
+    must(FIELD(AttCertIssuer, v2Form), kV2Form, implicit_tag(0)),
+};
+ASN1_TYPE(AttCertIssuer);
 
 struct AttCertValidityPeriod {
   AsnOcts notBeforeTime;
   AsnOcts notAfterTime;
 };
+inline constexpr Sequence kAttCertValidityPeriod = {
+    "AttCertValidityPeriod",
+    must(FIELD(AttCertValidityPeriod, notBeforeTime), kGeneralizedTime),
+    must(FIELD(AttCertValidityPeriod, notAfterTime), kGeneralizedTime),
+};
+ASN1_TYPE(AttCertValidityPeriod);
 
 struct AttributeCertificateInfo {
   AsnInt version;
@@ -50,29 +84,58 @@ struct AttributeCertificateInfo {
   AlgorithmIdentifier* signature;
   AsnOcts serialNumber;
   AttCertValidityPeriod* attrCertValidityPeriod;
-  AsnList* attributes;  // of Attribute
+  ListOf<Attribute>* attributes;
   AsnBits issuerUniqueID;
-  AsnList* extensions;  // of Extension
+  ListOf<Extension>* extensions;
 };
+inline constexpr Sequence kAttributeCertificateInfo = {
+    "AttributeCertificateInfo",
+    must(FIELD(AttributeCertificateInfo, version), kAsnInt),
+    must(FIELD(AttributeCertificateInfo, holder), kHolder),
+    must(FIELD(AttributeCertificateInfo, issuer), kAttCertIssuer),
+    must(FIELD(AttributeCertificateInfo, signature), kAlgorithmIdentifier),
+    must(FIELD(AttributeCertificateInfo, serialNumber), kBigInteger),
+    must(FIELD(AttributeCertificateInfo, attrCertValidityPeriod), kAttCertValidityPeriod),
+    must(FIELD(AttributeCertificateInfo, attributes), kAttributeSequence),
+    may(FIELD(AttributeCertificateInfo, issuerUniqueID), kAsnBits),
+    may(FIELD(AttributeCertificateInfo, extensions), kExtensions),
+};
+ASN1_TYPE(AttributeCertificateInfo);
 
 struct AttributeCertificate {
   AttributeCertificateInfo* acinfo;
   AlgorithmIdentifier* signatureAlgorithm;
   AsnBits signatureValue;
 };
+inline constexpr Sequence kAttributeCertificate = {
+    "AttributeCertificate",
+    Top::Yes,
+    must(FIELD(AttributeCertificate, acinfo), kAttributeCertificateInfo),
+    must(FIELD(AttributeCertificate, signatureAlgorithm), kAlgorithmIdentifier),
+    must(FIELD(AttributeCertificate, signatureValue), kAsnBits),
+};
+ASN1_TOP_TYPE(AttributeCertificate);
 
 // The certificates that stand in the version-1 place of a certificate set are of either form.
 // They differ in whether the version may be absent and in who the certificate is for: the
 // first tag after the version tells a holder from a version-1 subject.
 struct AttCertSubject {
-  enum : AsnInt { kHolder, kBaseCertificateID, kSubjectName };
+  enum : AsnInt { kRfc3281Holder, kBaseCertificateID, kSubjectName };
   AsnInt choice;
   union {
     Holder* holder;
     IssuerSerial* baseCertificateID;
-    AsnList* subjectName;  // of GeneralName
+    ListOf<GeneralName>* subjectName;
   };
 };
+// The version-1 module has EXPLICIT tags.
+inline constexpr Choice kAttCertSubject = {
+    "AttCertSubject",
+    must(FIELD(AttCertSubject, holder), kHolder),
+    must(FIELD(AttCertSubject, baseCertificateID), kIssuerSerial, explicit_tag(0)),
+    must(FIELD(AttCertSubject, subjectName), kGeneralNames, explicit_tag(1)),
+};
+ASN1_TYPE(AttCertSubject);
 
 struct AttributeCertificateInfoV1 {
   AsnInt* version;  // DEFAULT v1
@@ -81,26 +144,35 @@ struct AttributeCertificateInfoV1 {
   AlgorithmIdentifier* signature;
   AsnOcts serialNumber;
   AttCertValidityPeriod* attCertValidityPeriod;
-  AsnList* attributes;  // of Attribute
+  ListOf<Attribute>* attributes;
   AsnBits issuerUniqueID;
-  AsnList* extensions;  // of Extension
+  ListOf<Extension>* extensions;
 };
+inline constexpr Sequence kAttributeCertificateInfoV1 = {
+    "AttributeCertificateInfoV1",
+    may(FIELD(AttributeCertificateInfoV1, version), kAsnInt),
+    must(FIELD(AttributeCertificateInfoV1, subject), kAttCertSubject),
+    must(FIELD(AttributeCertificateInfoV1, issuer), kAttCertIssuer),
+    must(FIELD(AttributeCertificateInfoV1, signature), kAlgorithmIdentifier),
+    must(FIELD(AttributeCertificateInfoV1, serialNumber), kBigInteger),
+    must(FIELD(AttributeCertificateInfoV1, attCertValidityPeriod), kAttCertValidityPeriod),
+    must(FIELD(AttributeCertificateInfoV1, attributes), kAttributeSequence),
+    may(FIELD(AttributeCertificateInfoV1, issuerUniqueID), kAsnBits),
+    may(FIELD(AttributeCertificateInfoV1, extensions), kExtensions),
+};
+ASN1_TYPE(AttributeCertificateInfoV1);
 
 struct AttributeCertificateV1 {
   AttributeCertificateInfoV1* acInfo;
   AlgorithmIdentifier* signatureAlgorithm;
   AsnBits signature;
 };
-
-ASN1_TYPE(ObjectDigestInfo);
-ASN1_TYPE(Holder);
-ASN1_TYPE(V2Form);
-ASN1_TYPE(AttCertIssuer);
-ASN1_TYPE(AttCertValidityPeriod);
-ASN1_TYPE(AttributeCertificateInfo);
-ASN1_TOP_TYPE(AttributeCertificate);
-ASN1_TYPE(AttCertSubject);
-ASN1_TYPE(AttributeCertificateInfoV1);
+inline constexpr Sequence kAttributeCertificateV1 = {
+    "AttributeCertificateV1",
+    must(FIELD(AttributeCertificateV1, acInfo), kAttributeCertificateInfoV1),
+    must(FIELD(AttributeCertificateV1, signatureAlgorithm), kAlgorithmIdentifier),
+    must(FIELD(AttributeCertificateV1, signature), kAsnBits),
+};
 ASN1_TYPE(AttributeCertificateV1);
 
 }  // namespace qex

@@ -6,22 +6,28 @@
 
 namespace qex {
 
+// The attribute values that are decoded as another type than the registered one. Which attributes have such
+// values is no matter of this header: asn1/timing_shapes.cpp lists them.
+extern const OpenShape kAttributeShapes[3];
+
+inline constexpr OpenSetOf kAttributeValues = {"AttributeValues", kAttributeShapes};
+ASN1_OPEN_LIST(AttributeValues);  // SET OF ANY DEFINED BY Attribute.type
+
 struct Attribute {
   AsnOid type;
-  AsnList* values;  // of AsnAny
+  ListOf<AsnAny>* values;
 };
-
-// Descriptors of attribute values that stand otherwise than as elements of the registered
-// type: the metrics or policies of a timing attribute directly in the SET, and a single
-// TimingMetrics in place of the SET. The descriptor of an AsnAny tells which one was decoded,
-// and so the value is written back in the shape it had.
-inline constexpr int32_t kAnyTimingMetricsElement = 100;
-inline constexpr int32_t kAnyTimingPolicyElement = 101;
-inline constexpr int32_t kAnyTimingMetricsInPlace = 102;
-
-ASN1_OPEN_LIST(AttributeValues);  // SET OF ANY DEFINED BY Attribute.type
+inline constexpr Sequence kAttribute = {
+    "Attribute",
+    must(FIELD(Attribute, type), kAsnOid),
+    defined_by(FIELD(Attribute, type), must(FIELD(Attribute, values), kAttributeValues)),
+};
 ASN1_TYPE(Attribute);
-ASN1_TYPE_OF(Attributes, AsnList);         // SET OF Attribute
-ASN1_TYPE_OF(AttributeSequence, AsnList);  // SEQUENCE OF Attribute
+
+inline constexpr SetOf kAttributes = {"Attributes", kAttribute};
+ASN1_TYPE(Attributes);
+
+inline constexpr SequenceOf kAttributeSequence = {"AttributeSequence", kAttribute};
+ASN1_TYPE(AttributeSequence);
 
 }  // namespace qex

@@ -12,44 +12,76 @@ struct OtherHashAlgAndValue {
   AlgorithmIdentifier* hashAlgorithm;
   AsnOcts hashValue;
 };
+inline constexpr Sequence kOtherHashAlgAndValue = {
+    "OtherHashAlgAndValue",
+    must(FIELD(OtherHashAlgAndValue, hashAlgorithm), kAlgorithmIdentifier),
+    must(FIELD(OtherHashAlgAndValue, hashValue), kAsnOcts),
+};
+ASN1_TYPE(OtherHashAlgAndValue);
 
 struct SigPolicyQualifierInfo {
   AsnOid sigPolicyQualifierId;
   AsnAny sigQualifier;
 };
+inline constexpr Sequence kSigPolicyQualifierInfo = {
+    "SigPolicyQualifierInfo",
+    must(FIELD(SigPolicyQualifierInfo, sigPolicyQualifierId), kAsnOid),
+    defined_by(FIELD(SigPolicyQualifierInfo, sigPolicyQualifierId),
+               must(FIELD(SigPolicyQualifierInfo, sigQualifier), kAsnAny)),
+};
+ASN1_TYPE(SigPolicyQualifierInfo);
+
+inline constexpr SequenceOf kSigPolicyQualifiers = {"SigPolicyQualifiers", kSigPolicyQualifierInfo};
+ASN1_TYPE(SigPolicyQualifiers);
 
 struct SignaturePolicyId {
   AsnOid sigPolicyIdentifier;
   OtherHashAlgAndValue* sigPolicyHash;
-  AsnList* sigPolicyQualifiers;  // of SigPolicyQualifierInfo
+  ListOf<SigPolicyQualifierInfo>* sigPolicyQualifiers;
 };
+inline constexpr Sequence kSignaturePolicyId = {
+    "SignaturePolicyId",
+    must(FIELD(SignaturePolicyId, sigPolicyIdentifier), kAsnOid),
+    must(FIELD(SignaturePolicyId, sigPolicyHash), kOtherHashAlgAndValue),
+    may(FIELD(SignaturePolicyId, sigPolicyQualifiers), kSigPolicyQualifiers),
+};
+ASN1_TYPE(SignaturePolicyId);
 
 struct SignaturePolicyIdentifier {
-  enum : AsnInt { kSignaturePolicyId, kSignaturePolicyImplied };
+  enum : AsnInt { kPolicyId, kPolicyImplied };
   AsnInt choice;
   union {
     SignaturePolicyId* signaturePolicyId;
     AsnNull* signaturePolicyImplied;
   };
 };
+inline constexpr Choice kSignaturePolicyIdentifier = {
+    "SignaturePolicyIdentifierAttrParams",
+    Top::Yes,
+    must(FIELD(SignaturePolicyIdentifier, signaturePolicyId), kSignaturePolicyId),
+    must(FIELD(SignaturePolicyIdentifier, signaturePolicyImplied), kAsnNull),
+};
+ASN1_TYPE(SignaturePolicyIdentifier);
+ASN1_DECODER(SignaturePolicyIdentifierAttrParams, SignaturePolicyIdentifier);
 
 struct SignerAttributeChoice {
   enum : AsnInt { kClaimedAttributes, kCertifiedAttributes };
   AsnInt choice;
   union {
-    AsnList* claimedAttributes;  // of Attribute
+    ListOf<Attribute>* claimedAttributes;
     AttributeCertificate* certifiedAttributes;
   };
 };
-
-ASN1_TYPE(OtherHashAlgAndValue);
-ASN1_TYPE(SigPolicyQualifierInfo);
-ASN1_TYPE_OF(SigPolicyQualifiers, AsnList);  // SEQUENCE OF SigPolicyQualifierInfo
-ASN1_TYPE(SignaturePolicyId);
-ASN1_TYPE(SignaturePolicyIdentifier);
-ASN1_DECODER(SignaturePolicyIdentifierAttrParams, SignaturePolicyIdentifier, SignaturePolicyIdentifier);
+inline constexpr Choice kSignerAttributeChoice = {
+    "SignerAttributeChoice",
+    must(FIELD(SignerAttributeChoice, claimedAttributes), kAttributeSequence, explicit_tag(0)),
+    must(FIELD(SignerAttributeChoice, certifiedAttributes), kAttributeCertificate, explicit_tag(1)),
+};
 ASN1_TYPE(SignerAttributeChoice);
-ASN1_TYPE_OF(SignerAttribute, AsnList);  // SEQUENCE OF SignerAttributeChoice
-ASN1_DECODER(SignerAttributeAttrParams, SignerAttribute, AsnList);
+
+inline constexpr SequenceOf kSignerAttribute = {"SignerAttributeAttrParams", kSignerAttributeChoice,
+                                                Top::Yes};
+ASN1_TYPE(SignerAttribute);
+ASN1_DECODER(SignerAttributeAttrParams, SignerAttribute);
 
 }  // namespace qex

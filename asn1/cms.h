@@ -13,55 +13,115 @@ struct ContentInfo {
   AsnOid contentType;
   AsnAny content;  // may be absent
 };
+inline constexpr Sequence kContentInfo = {
+    "ContentInfo",
+    Top::Yes,
+    must(FIELD(ContentInfo, contentType), kAsnOid),
+    defined_by(FIELD(ContentInfo, contentType), may(FIELD(ContentInfo, content), kAsnAny, explicit_tag(0))),
+};
+ASN1_TOP_TYPE(ContentInfo);
 
 struct EncapsulatedContentInfo {
   AsnOid eContentType;
   AsnOcts eContent;
 };
+inline constexpr Sequence kEncapsulatedContentInfo = {
+    "EncapsulatedContentInfo",
+    must(FIELD(EncapsulatedContentInfo, eContentType), kAsnOid),
+    may(FIELD(EncapsulatedContentInfo, eContent), kAsnOcts, explicit_tag(0)),
+};
+ASN1_TYPE(EncapsulatedContentInfo);
 
 struct IssuerAndSerialNumber {
   Name* issuer;
   AsnOcts serialNumber;
 };
+inline constexpr Sequence kIssuerAndSerialNumber = {
+    "IssuerAndSerialNumber",
+    must(FIELD(IssuerAndSerialNumber, issuer), kName),
+    must(FIELD(IssuerAndSerialNumber, serialNumber), kBigInteger),
+};
+ASN1_TYPE(IssuerAndSerialNumber);
 
 struct SignerIdentifier {
-  enum : AsnInt { kIssuerAndSerialNumber, kSubjectKeyIdentifier };
+  enum : AsnInt { kIssuerAndSerial, kSubjectKeyIdentifier };
   AsnInt choice;
   union {
     IssuerAndSerialNumber* issuerAndSerialNumber;
     AsnOcts* subjectKeyIdentifier;
   };
 };
+inline constexpr Choice kSignerIdentifier = {
+    "SignerIdentifier",
+    must(FIELD(SignerIdentifier, issuerAndSerialNumber), kIssuerAndSerialNumber),
+    must(FIELD(SignerIdentifier, subjectKeyIdentifier), kAsnOcts, implicit_tag(0)),
+};
+ASN1_TYPE(SignerIdentifier);
 
 struct SignerInfo {
   AsnInt version;
   SignerIdentifier* sid;
   AlgorithmIdentifier* digestAlgorithm;
-  AsnList* signedAttrs;  // of Attribute
+  ListOf<Attribute>* signedAttrs;
   AlgorithmIdentifier* signatureAlgorithm;
   AsnOcts signature;
-  AsnList* unsignedAttrs;  // of Attribute
+  ListOf<Attribute>* unsignedAttrs;
 };
+inline constexpr Sequence kSignerInfo = {
+    "SignerInfo",
+    must(FIELD(SignerInfo, version), kAsnInt),
+    must(FIELD(SignerInfo, sid), kSignerIdentifier),
+    must(FIELD(SignerInfo, digestAlgorithm), kAlgorithmIdentifier),
+    may(FIELD(SignerInfo, signedAttrs), kAttributes, implicit_tag(0)),
+    must(FIELD(SignerInfo, signatureAlgorithm), kAlgorithmIdentifier),
+    must(FIELD(SignerInfo, signature), kAsnOcts),
+    may(FIELD(SignerInfo, unsignedAttrs), kAttributes, implicit_tag(1)),
+};
+ASN1_TYPE(SignerInfo);
+
+inline constexpr SetOf kSignerInfos = {"SignerInfos", kSignerInfo};
+ASN1_TYPE(SignerInfos);
 
 struct ExtendedCertificateInfo {
   AsnInt version;
   Certificate* certificate;
-  AsnList* attributes;  // of Attribute
+  ListOf<Attribute>* attributes;
 };
+inline constexpr Sequence kExtendedCertificateInfo = {
+    "ExtendedCertificateInfo",
+    must(FIELD(ExtendedCertificateInfo, version), kAsnInt),
+    must(FIELD(ExtendedCertificateInfo, certificate), kCertificate),
+    must(FIELD(ExtendedCertificateInfo, attributes), kAttributes),
+};
+ASN1_TYPE(ExtendedCertificateInfo);
 
 struct ExtendedCertificate {
   ExtendedCertificateInfo* extendedCertificateInfo;
   AlgorithmIdentifier* signatureAlgorithm;
   AsnBits signature;
 };
+inline constexpr Sequence kExtendedCertificate = {
+    "ExtendedCertificate",
+    must(FIELD(ExtendedCertificate, extendedCertificateInfo), kExtendedCertificateInfo),
+    must(FIELD(ExtendedCertificate, signatureAlgorithm), kAlgorithmIdentifier),
+    must(FIELD(ExtendedCertificate, signature), kAsnBits),
+};
+ASN1_TYPE(ExtendedCertificate);
 
 struct OtherCertificateFormat {
   AsnOid otherCertFormat;
   AsnAny otherCert;
 };
+inline constexpr Sequence kOtherCertificateFormat = {
+    "OtherCertificateFormat",
+    must(FIELD(OtherCertificateFormat, otherCertFormat), kAsnOid),
+    defined_by(FIELD(OtherCertificateFormat, otherCertFormat),
+               must(FIELD(OtherCertificateFormat, otherCert), kAsnAny)),
+};
+ASN1_TYPE(OtherCertificateFormat);
 
 struct CertificateChoices {
-  enum : AsnInt { kX509Certificate, kExtendedCertificate, kV1AttrCert, kV2AttrCert, kOther };
+  enum : AsnInt { kX509Certificate, kPkcs6Certificate, kV1AttrCert, kV2AttrCert, kOther };
   AsnInt choice;
   union {
     Certificate* certificate;
@@ -71,27 +131,37 @@ struct CertificateChoices {
     OtherCertificateFormat* other;
   };
 };
+inline constexpr Choice kCertificateChoices = {
+    "CertificateChoices",
+    must(FIELD(CertificateChoices, certificate), kCertificate),
+    must(FIELD(CertificateChoices, extendedCertificate), kExtendedCertificate, implicit_tag(0)),
+    must(FIELD(CertificateChoices, v1AttrCert), kAttributeCertificateV1, implicit_tag(1)),
+    must(FIELD(CertificateChoices, v2AttrCert), kAttributeCertificate, implicit_tag(2)),
+    must(FIELD(CertificateChoices, other), kOtherCertificateFormat, implicit_tag(3)),
+};
+ASN1_TYPE(CertificateChoices);
+
+inline constexpr SetOf kCertificateSet = {"CertificateSet", kCertificateChoices};
+ASN1_TYPE(CertificateSet);
 
 struct SignedData {
   AsnInt version;
-  AsnList* digestAlgorithms;  // of AlgorithmIdentifier
+  ListOf<AlgorithmIdentifier>* digestAlgorithms;
   EncapsulatedContentInfo* encapContentInfo;
-  AsnList* certificates;  // of CertificateChoices
-  AsnList* crls;          // of CertificateList
-  AsnList* signerInfos;   // of SignerInfo
+  ListOf<CertificateChoices>* certificates;
+  ListOf<CertificateList>* crls;
+  ListOf<SignerInfo>* signerInfos;
 };
-
-ASN1_TOP_TYPE(ContentInfo);
-ASN1_TYPE(EncapsulatedContentInfo);
-ASN1_TYPE(IssuerAndSerialNumber);
-ASN1_TYPE(SignerIdentifier);
-ASN1_TYPE(SignerInfo);
-ASN1_TYPE_OF(SignerInfos, AsnList);  // SET OF SignerInfo
-ASN1_TYPE(ExtendedCertificateInfo);
-ASN1_TYPE(ExtendedCertificate);
-ASN1_TYPE(OtherCertificateFormat);
-ASN1_TYPE(CertificateChoices);
-ASN1_TYPE_OF(CertificateSet, AsnList);  // SET OF CertificateChoices
+inline constexpr Sequence kSignedData = {
+    "SignedData",
+    Top::Yes,
+    must(FIELD(SignedData, version), kAsnInt),
+    must(FIELD(SignedData, digestAlgorithms), kAlgorithmIdentifiers),
+    must(FIELD(SignedData, encapContentInfo), kEncapsulatedContentInfo),
+    may(FIELD(SignedData, certificates), kCertificateSet, implicit_tag(0)),
+    may(FIELD(SignedData, crls), kCertificateLists, implicit_tag(1)),
+    must(FIELD(SignedData, signerInfos), kSignerInfos),
+};
 ASN1_TOP_TYPE(SignedData);
 
 }  // namespace qex

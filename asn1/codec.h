@@ -37,48 +37,57 @@ struct OpenRoutines {
   static void print(FILE* f, const void* v, unsigned indent) { PrintValue(T, f, v, indent); }
 };
 
-// ASN1_VALUE_OF(Name, Record) declares the descriptor kName of records of type Record and the routines
-// BEncName, BEncNameContent, FreeName and PrintName.
-#define ASN1_VALUE_OF(Name, Record)                                    \
-  extern const TypeOf<Record> k##Name;                                 \
-  inline AsnLen BEnc##Name(ExpBuf** b, const Record* v) {              \
-    return EncodeFull(k##Name, b, v);                                  \
-  }                                                                    \
-  inline AsnLen BEnc##Name##Content(ExpBuf** b, const Record* v) {     \
-    return EncodeContent(k##Name, b, v);                               \
-  }                                                                    \
-  inline void Free##Name(Record* v) {                                  \
-    FreeValue(k##Name, v);                                             \
-  }                                                                    \
-  inline void Print##Name(FILE* f, const Record* v, unsigned indent) { \
-    PrintValue(k##Name, f, v, indent);                                 \
-  }                                                                    \
+// What the routines of a type take: its record, and AsnList for a list of whatever elements.
+template <class V>
+struct RoutineRecord {
+  using Record = V;
+};
+template <class E>
+struct RoutineRecord<ListOf<E>> {
+  using Record = AsnList;
+};
+template <class T>
+using RecordOf = typename RoutineRecord<typename T::Value>::Record;
+
+// ASN1_OPEN_LIST(Name) declares the routines BEncName, BEncNameContent, FreeName and PrintName of a SET OF
+// ANY DEFINED BY whose descriptor is kName. It has no decoder of its own: the field that holds the list names
+// the identifier by which its values are decoded.
+#define ASN1_OPEN_LIST(Name)                                                                \
+  inline AsnLen BEnc##Name(ExpBuf** b, const RecordOf<decltype(k##Name)>* v) {              \
+    return EncodeFull(k##Name, b, v);                                                       \
+  }                                                                                         \
+  inline AsnLen BEnc##Name##Content(ExpBuf** b, const RecordOf<decltype(k##Name)>* v) {     \
+    return EncodeContent(k##Name, b, v);                                                    \
+  }                                                                                         \
+  inline void Free##Name(RecordOf<decltype(k##Name)>* v) {                                  \
+    FreeValue(k##Name, v);                                                                  \
+  }                                                                                         \
+  inline void Print##Name(FILE* f, const RecordOf<decltype(k##Name)>* v, unsigned indent) { \
+    PrintValue(k##Name, f, v, indent);                                                      \
+  }                                                                                         \
   static_assert(true)
 
-// ASN1_OPEN_LIST(Name) declares the same of a SET OF ANY DEFINED BY. It has no decoder of its own: the
-// field that holds the list names the identifier by which its values are decoded.
-#define ASN1_OPEN_LIST(Name) ASN1_VALUE_OF(Name, AsnList)
-
-// ASN1_TYPE_OF(Name, Record) declares the same of any other type, and its decoder BDecNameContent.
-#define ASN1_TYPE_OF(Name, Record)                                                              \
-  ASN1_VALUE_OF(Name, Record);                                                                  \
-  inline void BDec##Name##Content(ExpBuf** b, AsnTag tag, AsnLen len, Record* v, AsnLen* bytes, \
-                                  AsnJmpEnv& env) {                                             \
-    DecodeContent(k##Name, b, tag, len, v, bytes, env);                                         \
-  }                                                                                             \
+// ASN1_TYPE(Name) declares the same of any other type, and its decoder BDecNameContent.
+#define ASN1_TYPE(Name)                                                                               \
+  ASN1_OPEN_LIST(Name);                                                                               \
+  inline void BDec##Name##Content(ExpBuf** b, AsnTag tag, AsnLen len, RecordOf<decltype(k##Name)>* v, \
+                                  AsnLen* bytes, AsnJmpEnv& env) {                                    \
+    DecodeContent(k##Name, b, tag, len, v, bytes, env);                                               \
+  }                                                                                                   \
   static_assert(true)
 
-#define ASN1_TYPE(Name) ASN1_TYPE_OF(Name, Name)
-
-// ASN1_DECODER(Decoder, Name, Record) declares the full decoder BDecDecoder of type Name, which
-// stands at the top of a decoding.
-#define ASN1_DECODER(Decoder, Name, Record)                                         \
-  inline void BDec##Decoder(ExpBuf** b, Record* v, AsnLen* bytes, AsnJmpEnv& env) { \
-    DecodeFull(k##Name, b, v, bytes, env);                                          \
-  }                                                                                 \
+// ASN1_DECODER(Decoder, Name) declares the full decoder BDecDecoder of type Name, which stands at
+// the top of a decoding.
+#define ASN1_DECODER(Decoder, Name)                                                                      \
+  inline void BDec##Decoder(ExpBuf** b, RecordOf<decltype(k##Name)>* v, AsnLen* bytes, AsnJmpEnv& env) { \
+    static_assert(k##Name.top || k##Name.kind == Kind::Choice,                                           \
+                  "a type with a full decoder is declared with Top::Yes");                               \
+    DecodeFull(k##Name, b, v, bytes, env);                                                               \
+  }                                                                                                      \
   static_assert(true)
+// ASN1_TOP_TYPE(Name) declares all of these, the full decoder under the name of the type.
 #define ASN1_TOP_TYPE(Name) \
-  ASN1_TYPE_OF(Name, Name); \
-  ASN1_DECODER(Name, Name, Name)
+  ASN1_TYPE(Name);          \
+  ASN1_DECODER(Name, Name)
 
 }  // namespace qex

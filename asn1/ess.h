@@ -9,62 +9,110 @@
 
 namespace qex {
 
+inline constexpr auto kAttrContentType = named("AttrContentType", kAsnOid);
+ASN1_TOP_TYPE(AttrContentType);
+
+inline constexpr auto kAttrMsgDigest = named("AttrMsgDigest", kAsnOcts);
+ASN1_TOP_TYPE(AttrMsgDigest);
+ASN1_DECODER(AttrSigningTime, Time);
+
+inline constexpr SequenceOf kExtensionRequest0 = {"ExtensionRequest0", kExtension, Top::Yes};
+ASN1_TOP_TYPE(ExtensionRequest0);
+
 struct PolicyQualifierInfo {
   AsnOid policyQualifierId;
   AsnAny qualifier;
 };
+inline constexpr Sequence kPolicyQualifierInfo = {
+    "PolicyQualifierInfo",
+    must(FIELD(PolicyQualifierInfo, policyQualifierId), kAsnOid),
+    defined_by(FIELD(PolicyQualifierInfo, policyQualifierId),
+               must(FIELD(PolicyQualifierInfo, qualifier), kAsnAny)),
+};
+ASN1_TYPE(PolicyQualifierInfo);
+
+inline constexpr SequenceOf kPolicyQualifiers = {"PolicyQualifiers", kPolicyQualifierInfo};
+ASN1_TYPE(PolicyQualifiers);
 
 struct PolicyInformation {
   AsnOid policyIdentifier;
-  AsnList* policyQualifiers;  // of PolicyQualifierInfo
+  ListOf<PolicyQualifierInfo>* policyQualifiers;
 };
+inline constexpr Sequence kPolicyInformation = {
+    "PolicyInformation",
+    must(FIELD(PolicyInformation, policyIdentifier), kAsnOid),
+    may(FIELD(PolicyInformation, policyQualifiers), kPolicyQualifiers),
+};
+ASN1_TYPE(PolicyInformation);
+
+inline constexpr SequenceOf kPolicies = {"Policies", kPolicyInformation};
+ASN1_TYPE(Policies);
 
 struct IssuerSerial {
-  AsnList* issuer;  // of GeneralName
+  ListOf<GeneralName>* issuer;
   AsnOcts serialNumber;
 };
+inline constexpr Sequence kIssuerSerial = {
+    "IssuerSerial",
+    must(FIELD(IssuerSerial, issuer), kGeneralNames),
+    must(FIELD(IssuerSerial, serialNumber), kBigInteger),
+};
+ASN1_TYPE(IssuerSerial);
 
 struct ESSCertID {
   AsnOcts certHash;  // SHA-1 of the whole certificate
   IssuerSerial* issuerSerial;
 };
+inline constexpr Sequence kESSCertID = {
+    "ESSCertID",
+    must(FIELD(ESSCertID, certHash), kAsnOcts),
+    may(FIELD(ESSCertID, issuerSerial), kIssuerSerial),
+};
+ASN1_TYPE(ESSCertID);
+
+inline constexpr SequenceOf kESSCertIDs = {"ESSCertIDs", kESSCertID};
+ASN1_TYPE(ESSCertIDs);
 
 struct ESSCertIDv2 {
   AlgorithmIdentifier* hashAlgorithm;  // DEFAULT SHA-256; absent stays absent
   AsnOcts certHash;
   IssuerSerial* issuerSerial;
 };
+inline constexpr Sequence kESSCertIDv2 = {
+    "ESSCertIDv2",
+    may(FIELD(ESSCertIDv2, hashAlgorithm), kAlgorithmIdentifier),  // DEFAULT id-sha256
+    must(FIELD(ESSCertIDv2, certHash), kAsnOcts),
+    may(FIELD(ESSCertIDv2, issuerSerial), kIssuerSerial),
+};
+ASN1_TYPE(ESSCertIDv2);
+
+inline constexpr SequenceOf kESSCertIDv2s = {"ESSCertIDv2s", kESSCertIDv2};
+ASN1_TYPE(ESSCertIDv2s);
 
 struct SigningCertificate {
-  AsnList* certs;     // of ESSCertID
-  AsnList* policies;  // of PolicyInformation
+  ListOf<ESSCertID>* certs;
+  ListOf<PolicyInformation>* policies;
 };
+inline constexpr Sequence kSigningCertificate = {
+    "SigningCertAttrParams",
+    Top::Yes,
+    must(FIELD(SigningCertificate, certs), kESSCertIDs),
+    may(FIELD(SigningCertificate, policies), kPolicies),
+};
+ASN1_TYPE(SigningCertificate);
+ASN1_DECODER(SigningCertAttrParams, SigningCertificate);
 
 struct SigningCertificateV2 {
-  AsnList* certs;     // of ESSCertIDv2
-  AsnList* policies;  // of PolicyInformation
+  ListOf<ESSCertIDv2>* certs;
+  ListOf<PolicyInformation>* policies;
 };
-
-ASN1_TYPE_OF(AttrContentType, AsnOid);
-ASN1_DECODER(AttrContentType, AttrContentType, AsnOid);
-ASN1_TYPE_OF(AttrMsgDigest, AsnOcts);
-ASN1_DECODER(AttrMsgDigest, AttrMsgDigest, AsnOcts);
-ASN1_DECODER(AttrSigningTime, Time, Time);
-ASN1_TYPE_OF(ExtensionRequest0, AsnList);  // SEQUENCE OF Extension
-ASN1_DECODER(ExtensionRequest0, ExtensionRequest0, AsnList);
-
-ASN1_TYPE(PolicyQualifierInfo);
-ASN1_TYPE_OF(PolicyQualifiers, AsnList);  // SEQUENCE OF PolicyQualifierInfo
-ASN1_TYPE(PolicyInformation);
-ASN1_TYPE_OF(Policies, AsnList);  // SEQUENCE OF PolicyInformation
-ASN1_TYPE(IssuerSerial);
-ASN1_TYPE(ESSCertID);
-ASN1_TYPE_OF(ESSCertIDs, AsnList);  // SEQUENCE OF ESSCertID
-ASN1_TYPE(ESSCertIDv2);
-ASN1_TYPE_OF(ESSCertIDv2s, AsnList);  // SEQUENCE OF ESSCertIDv2
-ASN1_TYPE(SigningCertificate);
-ASN1_DECODER(SigningCertAttrParams, SigningCertificate, SigningCertificate);
+inline constexpr Sequence kSigningCertificateV2 = {
+    "SigningCertV2AttrParams",
+    Top::Yes,
+    must(FIELD(SigningCertificateV2, certs), kESSCertIDv2s),
+    may(FIELD(SigningCertificateV2, policies), kPolicies),
+};
 ASN1_TYPE(SigningCertificateV2);
-ASN1_DECODER(SigningCertV2AttrParams, SigningCertificateV2, SigningCertificateV2);
+ASN1_DECODER(SigningCertV2AttrParams, SigningCertificateV2);
 
 }  // namespace qex

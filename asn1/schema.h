@@ -1,11 +1,12 @@
 // How an ASN.1 type is declared: one record, one table of its fields, one line.
 //
-// A type's header declares the record and, by ASN1_TYPE, its descriptor and routines; its
-// source defines the table and the descriptor. The declarations are typed: every row is
-// checked against the member that it describes. The engine that walks them (codec.h) is
-// not: it sees offsets and descriptors.
+// The record follows the ASN.1, the descriptor follows the record row by row, and ASN1_TYPE
+// (codec.h) names the routines; the three stand together in the header of the type's group.
+// The declarations are typed: every row is checked against the member that it describes. The
+// engine that walks them (codec.h) is not: it sees offsets and descriptors.
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <span>
@@ -78,6 +79,14 @@ struct TypeOf : Type {
   using Value = V;
 };
 
+// The list that a SEQUENCE OF or SET OF is decoded into; its elements are records of E.
+template <class E>
+struct ListOf : AsnList {};
+
+// A Field of record R.
+template <class R>
+struct Row : Field {};
+
 // --- Rows --------------------------------------------------------------------
 
 // A member of record R: what FIELD() hands to the row builders.
@@ -142,38 +151,38 @@ concept Holds = std::is_same_v<M, V> || std::is_same_v<M, V*>;
 
 template <class R, class M, class V>
 requires Holds<M, V>
-constexpr Field row(Member<R, M> m, const TypeOf<V>& type, Need need, Tag tag) {
-  return {.name = m.name,
-          .offset = m.offset,
-          .type = &type,
-          .tag = tag_octets<V>(tag),
-          .tagging = tag.tagging,
-          .held = std::is_pointer_v<M> ? Held::Pointer : Held::Inline,
-          .need = need,
-          .checksInnerTag = tag.tagging == Tagging::Explicit && kHasOwnTag<V>,
-          .definedByInt = false,
-          .definedBy = -1};
+constexpr Row<R> row(Member<R, M> m, const TypeOf<V>& type, Need need, Tag tag) {
+  return {{.name = m.name,
+           .offset = m.offset,
+           .type = &type,
+           .tag = tag_octets<V>(tag),
+           .tagging = tag.tagging,
+           .held = std::is_pointer_v<M> ? Held::Pointer : Held::Inline,
+           .need = need,
+           .checksInnerTag = tag.tagging == Tagging::Explicit && kHasOwnTag<V>,
+           .definedByInt = false,
+           .definedBy = -1}};
 }
 
 template <class R, class M, class V>
 requires Holds<M, V>
-constexpr Field must(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
+constexpr Row<R> must(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
   return row(m, type, Need::Mandatory, tag);
 }
 // OPTIONAL and DEFAULT alike: absent stays absent.
 template <class R, class M, class V>
 requires Holds<M, V>
-constexpr Field may(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
+constexpr Row<R> may(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
   return row(m, type, Need::Optional, tag);
 }
 // ANY DEFINED BY: `by` is the identifier decoded earlier in the same record.
 template <class R>
-constexpr Field defined_by(Member<R, AsnOid> by, Field open) {
+constexpr Row<R> defined_by(Member<R, AsnOid> by, Row<R> open) {
   open.definedBy = int32_t(by.offset);
   return open;
 }
 template <class R>
-constexpr Field defined_by(Member<R, AsnInt> by, Field open) {
+constexpr Row<R> defined_by(Member<R, AsnInt> by, Row<R> open) {
   open.definedBy = int32_t(by.offset);
   open.definedByInt = true;
   return open;
@@ -236,73 +245,115 @@ constexpr uint16_t up_to_last_mandatory(std::span<const Field> fields) {
   return uint16_t(n);
 }
 
-// with_codes gives the type its run of codes; a run of another length than the type has
-// sites does not compile.
-template <class V>
-constexpr TypeOf<V> with_codes(TypeOf<V> type) {
+// first_code is the start of the type's run of codes; a run of another length than the type
+// has sites does not compile.
+constexpr AsnInt first_code(const Type& type) {
   const CodeRun run = code_run(type.name);
   if (site_count(type) != run.count)
     throw "kCodeRuns gives this type another number of codes than it has sites";
-  type.firstCode = run.first;
-  return type;
+  return run.first;
 }
 
-template <class R>
-constexpr TypeOf<R> record_type(const char* name, Kind kind, AsnTag tag, std::span<const Field> fields,
-                                Top top) {
-  TypeOf<R> t{};
-  t.name = name;
-  t.kind = kind;
-  t.top = top == Top::Yes;
-  t.mandatory = up_to_last_mandatory(fields);
-  t.size = sizeof(R);
-  t.tag = tag;
-  t.fields = fields;
-  return with_codes(t);
-}
+// The descriptor of a record, and its table: `fields` is a view of `rows`.
+template <class R, size_t N>
+struct RecordType : TypeOf<R> {
+  std::array<Field, N> rows;
+
+  template <class... Rows>
+  constexpr RecordType(Kind recordKind, AsnTag ownTag, const char* typeName, Top isTop, const Rows&... row)
+      : TypeOf<R>{}, rows{{row...}} {
+    static_assert((std::is_same_v<Rows, Row<R>> && ...), "a row describes a member of another record");
+    this->name = typeName;
+    this->kind = recordKind;
+    this->top = isTop == Top::Yes;
+    this->mandatory = up_to_last_mandatory(rows);
+    this->size = sizeof(R);
+    this->tag = ownTag;
+    this->fields = rows;
+    this->firstCode = first_code(*this);
+  }
+  RecordType(const RecordType&) = delete;
+  RecordType& operator=(const RecordType&) = delete;
+};
+
+// Sequence, Set and Choice take the type's name, Top::Yes for a top type, and a row for each
+// field in the order of the ASN.1.
+template <class R, size_t N>
+struct Sequence : RecordType<R, N> {
+  template <class... Rows>
+  constexpr Sequence(const char* typeName, Row<R> first, const Rows&... more)
+      : Sequence(typeName, Top::No, first, more...) {}
+  template <class... Rows>
+  constexpr Sequence(const char* typeName, Top isTop, Row<R> first, const Rows&... more)
+      : RecordType<R, N>(Kind::Sequence, 0x30000000, typeName, isTop, first, more...) {}
+};
+template <class R, class... Rows>
+Sequence(const char*, Row<R>, Rows...) -> Sequence<R, 1 + sizeof...(Rows)>;
+template <class R, class... Rows>
+Sequence(const char*, Top, Row<R>, Rows...) -> Sequence<R, 1 + sizeof...(Rows)>;
 
 template <class R, size_t N>
-constexpr TypeOf<R> sequence(const char* name, const Field (&fields)[N], Top top = Top::No) {
-  return record_type<R>(name, Kind::Sequence, 0x30000000, fields, top);
-}
+struct Set : RecordType<R, N> {
+  template <class... Rows>
+  constexpr Set(const char* typeName, Row<R> first, const Rows&... more)
+      : RecordType<R, N>(Kind::Set, 0x31000000, typeName, Top::No, first, more...) {}
+};
+template <class R, class... Rows>
+Set(const char*, Row<R>, Rows...) -> Set<R, 1 + sizeof...(Rows)>;
+
+// The record of a CHOICE starts with the number of the alternative, 0 for the first one, and
+// holds one pointer to its value.
 template <class R, size_t N>
-constexpr TypeOf<R> set(const char* name, const Field (&fields)[N]) {
-  return record_type<R>(name, Kind::Set, 0x31000000, fields, Top::No);
-}
-// A CHOICE record starts with the number of the alternative, 0 for the first one, and holds
-// one pointer to its value.
-template <class R, size_t N>
-constexpr TypeOf<R> choice(const char* name, const Field (&alternatives)[N], Top top = Top::No) {
-  static_assert(offsetof(R, choice) == 0 && sizeof(R) == 2 * sizeof(void*));
-  return record_type<R>(name, Kind::Choice, 0, alternatives, top);
-}
-constexpr TypeOf<AsnList> list_type(const char* name, AsnTag tag, const Type& element, Top top) {
-  TypeOf<AsnList> t{};
-  t.name = name;
+struct Choice : RecordType<R, N> {
+  template <class... Rows>
+  constexpr Choice(const char* typeName, Row<R> first, const Rows&... more)
+      : Choice(typeName, Top::No, first, more...) {}
+  template <class... Rows>
+  constexpr Choice(const char* typeName, Top isTop, Row<R> first, const Rows&... more)
+      : RecordType<R, N>(Kind::Choice, 0, typeName, isTop, first, more...) {
+    static_assert(offsetof(R, choice) == 0 && sizeof(R) == 2 * sizeof(void*),
+                  "the record of a CHOICE is the number of the alternative and one pointer");
+  }
+};
+template <class R, class... Rows>
+Choice(const char*, Row<R>, Rows...) -> Choice<R, 1 + sizeof...(Rows)>;
+template <class R, class... Rows>
+Choice(const char*, Top, Row<R>, Rows...) -> Choice<R, 1 + sizeof...(Rows)>;
+
+template <class E>
+constexpr TypeOf<ListOf<E>> list_type(const char* typeName, AsnTag tag, const TypeOf<E>& element, Top isTop) {
+  TypeOf<ListOf<E>> t{};
+  t.name = typeName;
   t.kind = Kind::ListOf;
-  t.top = top == Top::Yes;
+  t.top = isTop == Top::Yes;
   t.size = sizeof(AsnList);
   t.tag = tag;
   t.element = &element;
-  return with_codes(t);
-}
-constexpr TypeOf<AsnList> sequence_of(const char* name, const Type& element, Top top = Top::No) {
-  return list_type(name, 0x30000000, element, top);
-}
-constexpr TypeOf<AsnList> set_of(const char* name, const Type& element, Top top = Top::No) {
-  return list_type(name, 0x31000000, element, top);
-}
-// A SET OF ANY DEFINED BY an identifier of the record around it. Where `shapes` says so, one
-// value stands in place of the SET.
-constexpr TypeOf<AsnList> open_set_of(const char* name, std::span<const OpenShape> shapes) {
-  TypeOf<AsnList> t{};
-  t.name = name;
-  t.kind = Kind::OpenList;
-  t.size = sizeof(AsnList);
-  t.tag = 0x31000000;
-  t.shapes = shapes;
+  t.firstCode = first_code(t);
   return t;
 }
+template <class E>
+struct SequenceOf : TypeOf<ListOf<E>> {
+  constexpr SequenceOf(const char* typeName, const TypeOf<E>& of, Top isTop = Top::No)
+      : TypeOf<ListOf<E>>(list_type(typeName, 0x30000000, of, isTop)) {}
+};
+template <class E>
+struct SetOf : TypeOf<ListOf<E>> {
+  constexpr SetOf(const char* typeName, const TypeOf<E>& of, Top isTop = Top::No)
+      : TypeOf<ListOf<E>>(list_type(typeName, 0x31000000, of, isTop)) {}
+};
+
+// A SET OF ANY DEFINED BY an identifier of the record around it. Where `shapes` says so, one
+// value stands in place of the SET.
+struct OpenSetOf : TypeOf<ListOf<AsnAny>> {
+  constexpr OpenSetOf(const char* typeName, std::span<const OpenShape> others) : TypeOf<ListOf<AsnAny>>{} {
+    name = typeName;
+    kind = Kind::OpenList;
+    size = sizeof(AsnList);
+    tag = 0x31000000;
+    shapes = others;
+  }
+};
 
 template <class V>
 constexpr TypeOf<V> primitive(const char* name, AsnTag tag, AsnTag altTag, const Codec& codec) {
@@ -320,7 +371,8 @@ template <class V>
 constexpr TypeOf<V> named(const char* name, TypeOf<V> base) {
   base.name = name;
   base.top = true;
-  return with_codes(base);
+  base.firstCode = first_code(base);
+  return base;
 }
 
 // --- The primitive types -------------------------------------------------------

@@ -11,6 +11,12 @@ struct MessageImprint {
   AlgorithmIdentifier* hashAlgorithm;
   AsnOcts hashedMessage;
 };
+inline constexpr Sequence kMessageImprint = {
+    "MessageImprint",
+    must(FIELD(MessageImprint, hashAlgorithm), kAlgorithmIdentifier),
+    must(FIELD(MessageImprint, hashedMessage), kAsnOcts),
+};
+ASN1_TYPE(MessageImprint);
 
 struct TimeStampReq {
   AsnInt version;
@@ -18,25 +24,60 @@ struct TimeStampReq {
   AsnOid reqPolicy;
   AsnOcts nonce;
   AsnBool* certReq;
-  AsnList* extensions;  // of Extension
+  ListOf<Extension>* extensions;
 };
+inline constexpr Sequence kTimeStampReq = {
+    "TimeStampReq",
+    Top::Yes,
+    must(FIELD(TimeStampReq, version), kAsnInt),
+    must(FIELD(TimeStampReq, messageImprint), kMessageImprint),
+    may(FIELD(TimeStampReq, reqPolicy), kAsnOid),
+    may(FIELD(TimeStampReq, nonce), kBigInteger),
+    may(FIELD(TimeStampReq, certReq), kAsnBool),  // DEFAULT FALSE
+    may(FIELD(TimeStampReq, extensions), kExtensions, implicit_tag(0)),
+};
+ASN1_TOP_TYPE(TimeStampReq);
+
+inline constexpr SequenceOf kPKIFreeText = {"PKIFreeText", kUTF8String};
+ASN1_TYPE(PKIFreeText);
 
 struct PKIStatusInfo {
   AsnInt status;
-  AsnList* statusString;  // of AsnOcts (UTF8String)
+  ListOf<AsnOcts>* statusString;
   AsnBits failInfo;
 };
+inline constexpr Sequence kPKIStatusInfo = {
+    "PKIStatusInfo",
+    must(FIELD(PKIStatusInfo, status), kAsnInt),
+    may(FIELD(PKIStatusInfo, statusString), kPKIFreeText),
+    may(FIELD(PKIStatusInfo, failInfo), kAsnBits),
+};
+ASN1_TYPE(PKIStatusInfo);
 
 struct TimeStampResp {
   PKIStatusInfo* status;
   ContentInfo* timeStampToken;
 };
+inline constexpr Sequence kTimeStampResp = {
+    "TimeStampResp",
+    Top::Yes,
+    must(FIELD(TimeStampResp, status), kPKIStatusInfo),
+    may(FIELD(TimeStampResp, timeStampToken), kContentInfo),
+};
+ASN1_TOP_TYPE(TimeStampResp);
 
 struct Accuracy {
   AsnInt* seconds;
   AsnInt* millis;
   AsnInt* micros;
 };
+inline constexpr Sequence kAccuracy = {
+    "Accuracy",
+    may(FIELD(Accuracy, seconds), kAsnInt),
+    may(FIELD(Accuracy, millis), kAsnInt, implicit_tag(0)),
+    may(FIELD(Accuracy, micros), kAsnInt, implicit_tag(1)),
+};
+ASN1_TYPE(Accuracy);
 
 struct TSTInfo {
   AsnInt version;
@@ -48,15 +89,22 @@ struct TSTInfo {
   AsnBool* ordering;
   AsnOcts nonce;
   GeneralName* tsa;
-  AsnList* extensions;  // of Extension
+  ListOf<Extension>* extensions;
 };
-
-ASN1_TYPE(MessageImprint);
-ASN1_TOP_TYPE(TimeStampReq);
-ASN1_TYPE_OF(PKIFreeText, AsnList);  // SEQUENCE OF UTF8String
-ASN1_TYPE(PKIStatusInfo);
-ASN1_TOP_TYPE(TimeStampResp);
-ASN1_TYPE(Accuracy);
+inline constexpr Sequence kTSTInfo = {
+    "TSTInfo",
+    Top::Yes,
+    must(FIELD(TSTInfo, version), kAsnInt),
+    must(FIELD(TSTInfo, policy), kAsnOid),
+    must(FIELD(TSTInfo, messageImprint), kMessageImprint),
+    must(FIELD(TSTInfo, serialNumber), kBigInteger),
+    must(FIELD(TSTInfo, genTime), kGeneralizedTime),
+    may(FIELD(TSTInfo, accuracy), kAccuracy),
+    may(FIELD(TSTInfo, ordering), kAsnBool),  // DEFAULT FALSE
+    may(FIELD(TSTInfo, nonce), kBigInteger),
+    may(FIELD(TSTInfo, tsa), kGeneralName, explicit_tag(0)),
+    may(FIELD(TSTInfo, extensions), kExtensions, implicit_tag(1)),
+};
 ASN1_TOP_TYPE(TSTInfo);
 
 }  // namespace qex

@@ -16,19 +16,49 @@ struct TimeValue {
   AsnOcts fractionalSeconds;
   AsnInt* sign;
 };
+inline constexpr Sequence kTimeValue = {
+    "TimeValue",
+    must(FIELD(TimeValue, major), kBigInteger),
+    must(FIELD(TimeValue, fractionalSeconds), kBigInteger),
+    may(FIELD(TimeValue, sign), kAsnInt),
+};
+ASN1_TYPE(TimeValue);
 
 struct LeapData {
   TimeValue* leapTime;
   AsnInt action;
 };
+inline constexpr Sequence kLeapData = {
+    "LeapData",
+    must(FIELD(LeapData, leapTime), kTimeValue),
+    must(FIELD(LeapData, action), kAsnInt),
+};
+ASN1_TYPE(LeapData);
+
+inline constexpr SetOf kLeapEvent = {"LeapEvent", kLeapData};
+ASN1_TYPE(LeapEvent);
 
 struct TimingMetrics {
   TimeValue* ntpTime;
   TimeValue* offset;
   TimeValue* delay;
   TimeValue* expiration;
-  AsnList* leapEvent;  // of LeapData
+  ListOf<LeapData>* leapEvent;
 };
+inline constexpr Sequence kTimingMetrics = {
+    "TimingMetrics",
+    Top::Yes,
+    must(FIELD(TimingMetrics, ntpTime), kTimeValue),
+    must(FIELD(TimingMetrics, offset), kTimeValue),
+    must(FIELD(TimingMetrics, delay), kTimeValue),
+    must(FIELD(TimingMetrics, expiration), kTimeValue),
+    may(FIELD(TimingMetrics, leapEvent), kLeapEvent),
+};
+ASN1_TOP_TYPE(TimingMetrics);
+
+inline constexpr SetOf kTimingMeticsObj = {"TimingMeticsObj", kTimingMetrics, Top::Yes};
+// Deliberate: the decoder's name, and so its error text, is spelled without the r.
+ASN1_TOP_TYPE(TimingMeticsObj);
 
 struct TimingPolicyId {
   enum : AsnInt { kInformation, kPolicyIdentifier };
@@ -38,24 +68,31 @@ struct TimingPolicyId {
     AsnOid* policyIdentifier;
   };
 };
+inline constexpr Choice kTimingPolicyId = {
+    "TimingPolicyId",
+    must(FIELD(TimingPolicyId, policyInformation), kPolicyInformation),
+    must(FIELD(TimingPolicyId, policyIdentifier), kAsnOid),
+};
+ASN1_TYPE(TimingPolicyId);
+
+inline constexpr SequenceOf kTimingPolicyIds = {"TimingPolicyIds", kTimingPolicyId};
+ASN1_TYPE(TimingPolicyIds);
 
 struct TimingPolicy {
-  AsnList* policyID;  // of TimingPolicyId
+  ListOf<TimingPolicyId>* policyID;
   TimeValue* maxOffset;
   TimeValue* maxDelay;
 };
-
-ASN1_TYPE(TimeValue);
-ASN1_TYPE(LeapData);
-ASN1_TYPE_OF(LeapEvent, AsnList);  // SET OF LeapData
-ASN1_TOP_TYPE(TimingMetrics);
-// Deliberate: the decoder's name, and so its error text, is spelled without the r.
-ASN1_TYPE_OF(TimingMeticsObj, AsnList);  // SET OF TimingMetrics
-ASN1_DECODER(TimingMeticsObj, TimingMeticsObj, AsnList);
-ASN1_TYPE(TimingPolicyId);
-ASN1_TYPE_OF(TimingPolicyIds, AsnList);  // SEQUENCE OF TimingPolicyId
+inline constexpr Sequence kTimingPolicy = {
+    "TimingPolicy",
+    Top::Yes,
+    may(FIELD(TimingPolicy, policyID), kTimingPolicyIds),
+    may(FIELD(TimingPolicy, maxOffset), kTimeValue, explicit_tag(0)),
+    may(FIELD(TimingPolicy, maxDelay), kTimeValue, explicit_tag(1)),
+};
 ASN1_TOP_TYPE(TimingPolicy);
-ASN1_TYPE_OF(TimingPolicyObj, AsnList);  // SET OF TimingPolicy
-ASN1_DECODER(TimingPolicyObj, TimingPolicyObj, AsnList);
+
+inline constexpr SetOf kTimingPolicyObj = {"TimingPolicyObj", kTimingPolicy, Top::Yes};
+ASN1_TOP_TYPE(TimingPolicyObj);
 
 }  // namespace qex

@@ -1,4 +1,5 @@
 // X.400 originator/recipient addresses, as general names carry them (RFC 5280 appendix A.1).
+// The module has EXPLICIT tags; IMPLICIT ones are written.
 #pragma once
 
 #include "asn1/codec.h"
@@ -13,6 +14,12 @@ struct CountryName {
     AsnOcts* iso3166Alpha2Code;
   };
 };
+inline constexpr Choice kCountryName = {
+    "CountryName",
+    must(FIELD_AS(CountryName, x121DccCode, "x121-dcc-code"), kNumericString),
+    must(FIELD_AS(CountryName, iso3166Alpha2Code, "iso-3166-alpha2-code"), kPrintableString),
+};
+ASN1_TYPE(CountryName);
 
 struct AdministrationDomainName {
   enum : AsnInt { kNumeric, kPrintable };
@@ -22,6 +29,12 @@ struct AdministrationDomainName {
     AsnOcts* printable;
   };
 };
+inline constexpr Choice kAdministrationDomainName = {
+    "AdministrationDomainName",
+    must(FIELD(AdministrationDomainName, numeric), kNumericString),
+    must(FIELD(AdministrationDomainName, printable), kPrintableString),
+};
+ASN1_TYPE(AdministrationDomainName);
 
 struct PrivateDomainName {
   enum : AsnInt { kNumeric, kPrintable };
@@ -31,6 +44,12 @@ struct PrivateDomainName {
     AsnOcts* printable;
   };
 };
+inline constexpr Choice kPrivateDomainName = {
+    "PrivateDomainName",
+    must(FIELD(PrivateDomainName, numeric), kNumericString),
+    must(FIELD(PrivateDomainName, printable), kPrintableString),
+};
+ASN1_TYPE(PrivateDomainName);
 
 struct PersonalName {
   AsnOcts surname;
@@ -38,6 +57,18 @@ struct PersonalName {
   AsnOcts initials;
   AsnOcts generationQualifier;
 };
+inline constexpr Set kPersonalName = {
+    "PersonalName",
+    must(FIELD(PersonalName, surname), kPrintableString, implicit_tag(0)),
+    may(FIELD_AS(PersonalName, givenName, "given-name"), kPrintableString, implicit_tag(1)),
+    may(FIELD(PersonalName, initials), kPrintableString, implicit_tag(2)),
+    may(FIELD_AS(PersonalName, generationQualifier, "generation-qualifier"), kPrintableString,
+        implicit_tag(3)),
+};
+ASN1_TYPE(PersonalName);
+
+inline constexpr SequenceOf kOrganizationalUnitNames = {"OrganizationalUnitNames", kPrintableString};
+ASN1_TYPE(OrganizationalUnitNames);
 
 struct BuiltInStandardAttributes {
   CountryName* countryName;
@@ -48,35 +79,75 @@ struct BuiltInStandardAttributes {
   AsnOcts organizationName;
   AsnOcts numericUserIdentifier;
   PersonalName* personalName;
-  AsnList* organizationalUnitNames;  // of AsnOcts
+  ListOf<AsnOcts>* organizationalUnitNames;
 };
+inline constexpr Sequence kBuiltInStandardAttributes = {
+    "BuiltInStandardAttributes",
+    may(FIELD_AS(BuiltInStandardAttributes, countryName, "country-name"), kCountryName,
+        explicit_application_tag(1)),
+    may(FIELD_AS(BuiltInStandardAttributes, administrationDomainName, "administration-domain-name"),
+        kAdministrationDomainName, explicit_application_tag(2)),
+    may(FIELD_AS(BuiltInStandardAttributes, networkAddress, "network-address"), kNumericString,
+        implicit_tag(0)),
+    may(FIELD_AS(BuiltInStandardAttributes, terminalIdentifier, "terminal-identifier"), kPrintableString,
+        implicit_tag(1)),
+    may(FIELD_AS(BuiltInStandardAttributes, privateDomainName, "private-domain-name"), kPrivateDomainName,
+        explicit_tag(2)),
+    may(FIELD_AS(BuiltInStandardAttributes, organizationName, "organization-name"), kPrintableString,
+        implicit_tag(3)),
+    may(FIELD_AS(BuiltInStandardAttributes, numericUserIdentifier, "numeric-user-identifier"), kNumericString,
+        implicit_tag(4)),
+    may(FIELD_AS(BuiltInStandardAttributes, personalName, "personal-name"), kPersonalName, implicit_tag(5)),
+    may(FIELD_AS(BuiltInStandardAttributes, organizationalUnitNames, "organizational-unit-names"),
+        kOrganizationalUnitNames, implicit_tag(6)),
+};
+ASN1_TYPE(BuiltInStandardAttributes);
 
 struct BuiltInDomainDefinedAttribute {
   AsnOcts type;
   AsnOcts value;
 };
+inline constexpr Sequence kBuiltInDomainDefinedAttribute = {
+    "BuiltInDomainDefinedAttribute",
+    must(FIELD(BuiltInDomainDefinedAttribute, type), kPrintableString),
+    must(FIELD(BuiltInDomainDefinedAttribute, value), kPrintableString),
+};
+ASN1_TYPE(BuiltInDomainDefinedAttribute);
+
+inline constexpr SequenceOf kBuiltInDomainDefinedAttributes = {"BuiltInDomainDefinedAttributes",
+                                                               kBuiltInDomainDefinedAttribute};
+ASN1_TYPE(BuiltInDomainDefinedAttributes);
 
 struct ExtensionAttribute {
   AsnInt extensionAttributeType;
   AsnAny extensionAttributeValue;
 };
+inline constexpr Sequence kExtensionAttribute = {
+    "ExtensionAttribute",
+    must(FIELD_AS(ExtensionAttribute, extensionAttributeType, "extension-attribute-type"), kAsnInt,
+         implicit_tag(0)),
+    defined_by(FIELD(ExtensionAttribute, extensionAttributeType),
+               must(FIELD_AS(ExtensionAttribute, extensionAttributeValue, "extension-attribute-value"),
+                    kAsnAny, explicit_tag(1))),
+};
+ASN1_TYPE(ExtensionAttribute);
+
+inline constexpr SetOf kExtensionAttributes = {"ExtensionAttributes", kExtensionAttribute};
+ASN1_TYPE(ExtensionAttributes);
 
 struct ORAddress {
   BuiltInStandardAttributes* builtInStandardAttributes;
-  AsnList* builtInDomainDefinedAttributes;  // of BuiltInDomainDefinedAttribute
-  AsnList* extensionAttributes;             // of ExtensionAttribute
+  ListOf<BuiltInDomainDefinedAttribute>* builtInDomainDefinedAttributes;
+  ListOf<ExtensionAttribute>* extensionAttributes;
 };
-
-ASN1_TYPE(CountryName);
-ASN1_TYPE(AdministrationDomainName);
-ASN1_TYPE(PrivateDomainName);
-ASN1_TYPE(PersonalName);
-ASN1_TYPE_OF(OrganizationalUnitNames, AsnList);  // SEQUENCE OF PrintableString
-ASN1_TYPE(BuiltInStandardAttributes);
-ASN1_TYPE(BuiltInDomainDefinedAttribute);
-ASN1_TYPE_OF(BuiltInDomainDefinedAttributes, AsnList);  // SEQUENCE OF
-ASN1_TYPE(ExtensionAttribute);
-ASN1_TYPE_OF(ExtensionAttributes, AsnList);  // SET OF
+inline constexpr Sequence kORAddress = {
+    "ORAddress",
+    must(FIELD_AS(ORAddress, builtInStandardAttributes, "built-in-standard-attributes"),
+         kBuiltInStandardAttributes),
+    may(FIELD_AS(ORAddress, builtInDomainDefinedAttributes, "built-in-domain-defined-attributes"),
+        kBuiltInDomainDefinedAttributes),
+    may(FIELD_AS(ORAddress, extensionAttributes, "extension-attributes"), kExtensionAttributes),
+};
 ASN1_TYPE(ORAddress);
 
 }  // namespace qex

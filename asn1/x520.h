@@ -6,54 +6,97 @@
 
 namespace qex {
 
+inline constexpr auto kPrintableString1 = named("PrintableString1", kPrintableString);
+ASN1_TOP_TYPE(PrintableString1);
+
+inline constexpr auto kX520InternationalISDNNumber = named("X520InternationalISDNNumber", kNumericString);
+ASN1_TOP_TYPE(X520InternationalISDNNumber);
+
+inline constexpr auto kX121Address = named("X121Address", kNumericString);
+ASN1_TOP_TYPE(X121Address);
+
+inline constexpr auto kDomainComponent = named("DomainComponent", kIA5String);
+ASN1_TOP_TYPE(DomainComponent);
+
+inline constexpr auto kPkcs9email = named("Pkcs9email", kIA5String);
+ASN1_TOP_TYPE(Pkcs9email);
+
+inline constexpr SequenceOf kX520PreferredDeliveryMethod = {"X520PreferredDeliveryMethod", kAsnInt, Top::Yes};
+ASN1_TOP_TYPE(X520PreferredDeliveryMethod);
+
+inline constexpr SequenceOf kX520PostalAddress = {"X520PostalAddress", kDirectoryString, Top::Yes};
+ASN1_TOP_TYPE(X520PostalAddress);
+
 struct X520TelexNumber {
   AsnOcts telexNumber;
   AsnOcts countryCode;
   AsnOcts answerback;
 };
+inline constexpr Sequence kX520TelexNumber = {
+    "X520TelexNumber",
+    Top::Yes,
+    must(FIELD(X520TelexNumber, telexNumber), kPrintableString),
+    must(FIELD(X520TelexNumber, countryCode), kPrintableString),
+    must(FIELD(X520TelexNumber, answerback), kPrintableString),
+};
+ASN1_TOP_TYPE(X520TelexNumber);
 
 struct X520FacsimileTelephoneNumber {
   AsnOcts telephoneNumber;
   AsnBits parameters;
 };
+inline constexpr Sequence kX520FacsimileTelephoneNumber = {
+    "X520FacsimileTelephoneNumber",
+    Top::Yes,
+    must(FIELD(X520FacsimileTelephoneNumber, telephoneNumber), kPrintableString),
+    may(FIELD(X520FacsimileTelephoneNumber, parameters), kAsnBits),
+};
+ASN1_TOP_TYPE(X520FacsimileTelephoneNumber);
+
+inline constexpr SetOf kNetworkAddresses = {"NetworkAddresses", kAsnOcts};
+ASN1_TYPE(NetworkAddresses);
 
 struct X520PresentationAddress {
   AsnOcts pSelector;
   AsnOcts sSelector;
   AsnOcts tSelector;
-  AsnList* nAddresses;  // of AsnOcts
+  ListOf<AsnOcts>* nAddresses;
 };
+inline constexpr Sequence kX520PresentationAddress = {
+    "X520PresentationAddress",
+    Top::Yes,
+    may(FIELD(X520PresentationAddress, pSelector), kAsnOcts, explicit_tag(0)),
+    may(FIELD(X520PresentationAddress, sSelector), kAsnOcts, explicit_tag(1)),
+    may(FIELD(X520PresentationAddress, tSelector), kAsnOcts, explicit_tag(2)),
+    must(FIELD(X520PresentationAddress, nAddresses), kNetworkAddresses, explicit_tag(3)),
+};
+ASN1_TOP_TYPE(X520PresentationAddress);
+
+inline constexpr SetOf kProtocolProfiles = {"ProtocolProfiles", kAsnOid};
+ASN1_TYPE(ProtocolProfiles);
 
 struct X520ProtocolInformation {
   AsnOcts nAddress;
-  AsnList* profiles;  // of AsnOid
+  ListOf<AsnOid>* profiles;
 };
+inline constexpr Sequence kX520ProtocolInformation = {
+    "X520ProtocolInformation",
+    Top::Yes,
+    must(FIELD(X520ProtocolInformation, nAddress), kAsnOcts),
+    must(FIELD(X520ProtocolInformation, profiles), kProtocolProfiles),
+};
+ASN1_TOP_TYPE(X520ProtocolInformation);
 
 struct X520UniqueMember {
-  AsnList* dn;  // DistinguishedName
+  ListOf<ListOf<AttributeTypeAndValue>>* dn;
   AsnBits uid;
 };
-
-ASN1_TYPE_OF(PrintableString1, AsnOcts);
-ASN1_DECODER(PrintableString1, PrintableString1, AsnOcts);
-ASN1_TYPE_OF(X520InternationalISDNNumber, AsnOcts);
-ASN1_DECODER(X520InternationalISDNNumber, X520InternationalISDNNumber, AsnOcts);
-ASN1_TYPE_OF(X121Address, AsnOcts);
-ASN1_DECODER(X121Address, X121Address, AsnOcts);
-ASN1_TYPE_OF(DomainComponent, AsnOcts);
-ASN1_DECODER(DomainComponent, DomainComponent, AsnOcts);
-ASN1_TYPE_OF(Pkcs9email, AsnOcts);
-ASN1_DECODER(Pkcs9email, Pkcs9email, AsnOcts);
-ASN1_TYPE_OF(X520PreferredDeliveryMethod, AsnList);  // SEQUENCE OF INTEGER
-ASN1_DECODER(X520PreferredDeliveryMethod, X520PreferredDeliveryMethod, AsnList);
-ASN1_TYPE_OF(X520PostalAddress, AsnList);  // SEQUENCE OF DirectoryString
-ASN1_DECODER(X520PostalAddress, X520PostalAddress, AsnList);
-ASN1_TOP_TYPE(X520TelexNumber);
-ASN1_TOP_TYPE(X520FacsimileTelephoneNumber);
-ASN1_TYPE_OF(NetworkAddresses, AsnList);  // SET OF OCTET STRING
-ASN1_TOP_TYPE(X520PresentationAddress);
-ASN1_TYPE_OF(ProtocolProfiles, AsnList);  // SET OF OBJECT IDENTIFIER
-ASN1_TOP_TYPE(X520ProtocolInformation);
+inline constexpr Sequence kX520UniqueMember = {
+    "X520UniqueMember",
+    Top::Yes,
+    must(FIELD(X520UniqueMember, dn), kDistinguishedName),
+    may(FIELD(X520UniqueMember, uid), kAsnBits),
+};
 ASN1_TOP_TYPE(X520UniqueMember);
 
 }  // namespace qex

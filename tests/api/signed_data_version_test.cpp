@@ -97,7 +97,7 @@ TEST(SignedDataVersion, DoesNotFollowExtendedCertificates) {
   parts.encapsulated_type = kData;
   ContentInfo* const token = Build(records, parts);
   CertificateChoices* const extended = records.make<CertificateChoices>();
-  extended->choice = CertificateChoices::kExtendedCertificate;
+  extended->choice = CertificateChoices::kPkcs6Certificate;
   extended->extendedCertificate = records.make<ExtendedCertificate>();
   signed_data(token)->certificates = records.list(std::vector<CertificateChoices*>{extended});
   RecomputeSignedDataVersion(*token);

@@ -118,7 +118,7 @@ TEST(IsAttributeCertificate, HoldsForBothVersionsAlone) {
     AsnInt choice;
     bool expected;
   } rows[] = {{CertificateChoices::kX509Certificate, false},
-              {CertificateChoices::kExtendedCertificate, false},
+              {CertificateChoices::kPkcs6Certificate, false},
               {CertificateChoices::kV1AttrCert, true},
               {CertificateChoices::kV2AttrCert, true},
               {CertificateChoices::kOther, false}};

@@ -57,12 +57,12 @@ TEST(V2Form, EveryFieldMayBeAbsent) {
 TEST(AttCertIssuer, IsRecognisedByItsTag) {
   Decoded v1(NESTED(AttCertIssuer), sample::general_names("x"));
   ASSERT_EQ(v1.outcome, kDecoded);
-  EXPECT_EQ(v1->choice, AttCertIssuer::kV1Form);
+  EXPECT_EQ(v1->choice, AttCertIssuer::kV1Issuer);
   EXPECT_EQ(v1->v1Form->count, 1);
   ExpectRoundTrip(NESTED(AttCertIssuer), sample::general_names("x"));
   Decoded v2(NESTED(AttCertIssuer), context(0, sample::general_names("x")));
   ASSERT_EQ(v2.outcome, kDecoded);
-  EXPECT_EQ(v2->choice, AttCertIssuer::kV2Form);
+  EXPECT_EQ(v2->choice, AttCertIssuer::kV2Issuer);
   EXPECT_EQ(v2->v2Form->issuerName->count, 1);
   ExpectRefused(NESTED(AttCertIssuer), hex("a100"), site_code(kAttCertIssuer, Site::Unexpected),
                 "ERROR - unexpected tag in CHOICE\n");
@@ -84,7 +84,7 @@ TEST(AttributeCertificate, AllFieldsAreFoundUnderTheirTags) {
   const AttributeCertificateInfo& info = *v->acinfo;
   EXPECT_EQ(info.version, 1);
   EXPECT_EQ(ToHex(info.holder->baseCertificateID->serialNumber), "4d");
-  EXPECT_EQ(info.issuer->choice, AttCertIssuer::kV2Form);
+  EXPECT_EQ(info.issuer->choice, AttCertIssuer::kV2Issuer);
   EXPECT_EQ(RowOf(info.signature->parameters), 8);
   EXPECT_EQ(ToHex(info.serialNumber), "00fedcba9876543210");
   EXPECT_EQ(TextOf(info.attrCertValidityPeriod->notBeforeTime), "20260101000000Z");
@@ -141,11 +141,12 @@ std::vector<Form> forms() {
   const Octets serial = context(0, sample::issuer_serial("CA")),
                names = context(1, sample::general_names("x"));
   return {
-      {"RFC 3281", sample::ac_fields(), true, AttCertSubject::kHolder},
+      {"RFC 3281", sample::ac_fields(), true, AttCertSubject::kRfc3281Holder},
       {"baseCertificateID", sample::ac_v1_fields({}, serial), false, AttCertSubject::kBaseCertificateID},
       {"subjectName", sample::ac_v1_fields({}, names), false, AttCertSubject::kSubjectName},
       {"version written out", sample::ac_v1_fields(integer(0), names), true, AttCertSubject::kSubjectName},
-      {"holder without a version", sample::ac_v1_fields({}, sequence()), false, AttCertSubject::kHolder},
+      {"holder without a version", sample::ac_v1_fields({}, sequence()), false,
+       AttCertSubject::kRfc3281Holder},
   };
 }
 

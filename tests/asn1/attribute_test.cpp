@@ -3,6 +3,7 @@
 
 #include "asn1/ess.h"
 #include "asn1/timing.h"
+#include "asn1/timing_shapes.h"
 #include "tests/asn1/samples.h"
 #include "tests/support/codec.h"
 

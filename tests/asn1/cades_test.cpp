@@ -17,14 +17,14 @@ TEST(SignaturePolicyIdentifier, IsAPolicyOrImplied) {
   const Octets policy = sequence(oid("1.2.3"), kHash);
   Decoded v(kPolicyRoutines, policy);
   ASSERT_EQ(v.outcome, kDecoded);
-  ASSERT_EQ(v->choice, SignaturePolicyIdentifier::kSignaturePolicyId);
+  ASSERT_EQ(v->choice, SignaturePolicyIdentifier::kPolicyId);
   EXPECT_EQ(ToHex(v->signaturePolicyId->sigPolicyIdentifier), "2a03");
   EXPECT_EQ(ToHex(v->signaturePolicyId->sigPolicyHash->hashValue), "0102");
   EXPECT_EQ(v->signaturePolicyId->sigPolicyQualifiers, nullptr);
   ExpectRoundTrip(kPolicyRoutines, policy);
   Decoded implied(kPolicyRoutines, hex("0500"));
   ASSERT_EQ(implied.outcome, kDecoded);
-  EXPECT_EQ(implied->choice, SignaturePolicyIdentifier::kSignaturePolicyImplied);
+  EXPECT_EQ(implied->choice, SignaturePolicyIdentifier::kPolicyImplied);
   ExpectRoundTrip(kPolicyRoutines, hex("0500"));
   ExpectRefused(kPolicyRoutines, hex("3100"), site_code(kSignaturePolicyIdentifier, Site::Unexpected),
                 "ERROR - unexpected tag in CHOICE\n");

@@ -126,7 +126,7 @@ TEST(SignerInfo, AllFieldsAreFoundUnderTheirTags) {
   Decoded v(NESTED(SignerInfo), signer);
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(v->version, 1);
-  ASSERT_EQ(v->sid->choice, SignerIdentifier::kIssuerAndSerialNumber);
+  ASSERT_EQ(v->sid->choice, SignerIdentifier::kIssuerAndSerial);
   EXPECT_EQ(ToHex(v->sid->issuerAndSerialNumber->serialNumber), "09");
   EXPECT_EQ(RowOf(v->digestAlgorithm->parameters), 1);
   EXPECT_EQ(v->signedAttrs->count, 2);

@@ -132,7 +132,7 @@ TEST(GeneralName, EveryAlternativeHasItsTagAndNumber) {
     const char* octets;
     AsnInt choice;
   } cases[] = {
-      {"a00a 0603550403 a003 130178", GeneralName::kOtherName},
+      {"a00a 0603550403 a003 130178", GeneralName::kOther},
       {"8103 614062", GeneralName::kRfc822Name},
       {"8203 612e62", GeneralName::kDNSName},
       {"a302 3000", GeneralName::kX400Address},

@@ -45,7 +45,7 @@ bool holds_nothing(const Type& t, const void* v) {
 }
 
 template <class R>
-void expect_released_once(const Routines<R>& routines, const TypeOf<R>& type, const Octets& octets) {
+void expect_released_once(const Routines<R>& routines, const Type& type, const Octets& octets) {
   SCOPED_TRACE(type.name);
   ASSERT_TRUE(RegisterOpenTypes());
   const long before = LiveBlocks();
@@ -119,7 +119,8 @@ TEST(Release, ADecodedListHasTheElementSizeOfAPointer) {
   Decoded open(NESTED(Attribute), sample::content_type_attribute());
   const Octets one = sequence(integer(1), integer(0));
   Decoded in_place(NESTED(Attribute), sequence(oid("1.3.6.1.4.1.601.10.1"), sequence(one, one, one, one)));
-  for (const AsnList* list : {&extensions.value, &empty.value, open->values, in_place->values}) {
+  for (const AsnList* list : std::initializer_list<const AsnList*>{&extensions.value, &empty.value,
+                                                                   open->values, in_place->values}) {
     ASSERT_NE(list, nullptr);
     EXPECT_EQ(list->dataSize, int32_t{sizeof(void*)});
   }

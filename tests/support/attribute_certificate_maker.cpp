@@ -3,6 +3,7 @@
 
 #include "asn1/oids.h"
 #include "asn1/timing.h"
+#include "asn1/timing_shapes.h"
 
 namespace qex::test {
 namespace {
@@ -263,7 +264,7 @@ GeneralName* build_name(Records& records, const NameParts& parts) {
   return name;
 }
 
-AsnList* build_names(Records& records, const std::vector<NameParts>& parts) {
+ListOf<GeneralName>* build_names(Records& records, const std::vector<NameParts>& parts) {
   std::vector<GeneralName*> names;
   for (const NameParts& part : parts) names.push_back(build_name(records, part));
   return records.list(names);
@@ -284,12 +285,12 @@ Holder* build_holder(Records& records, const AttrCertParts& parts) {
 
 AttCertIssuer* build_issuer(Records& records, const AttrCertParts& parts, bool v1_form) {
   AttCertIssuer* const issuer = records.make<AttCertIssuer>();
-  AsnList* const names = parts.issuer.has_value() ? build_names(records, *parts.issuer) : nullptr;
+  ListOf<GeneralName>* const names = parts.issuer.has_value() ? build_names(records, *parts.issuer) : nullptr;
   if (v1_form) {
-    issuer->choice = AttCertIssuer::kV1Form;
+    issuer->choice = AttCertIssuer::kV1Issuer;
     issuer->v1Form = names;
   } else {
-    issuer->choice = AttCertIssuer::kV2Form;
+    issuer->choice = AttCertIssuer::kV2Issuer;
     issuer->v2Form = records.make<V2Form>();
     issuer->v2Form->issuerName = names;
   }
@@ -300,7 +301,7 @@ AttCertValidityPeriod* build_validity(Records& records, const AttrCertParts& par
   return records.make<AttCertValidityPeriod>({records.text(parts.not_before), records.text(parts.not_after)});
 }
 
-AsnList* build_attributes(Records& records, const AttrCertParts& parts) {
+ListOf<Attribute>* build_attributes(Records& records, const AttrCertParts& parts) {
   std::vector<Attribute*> attributes;
   for (const AttributeParts& attribute : parts.attributes) attributes.push_back(Build(records, attribute));
   return records.list(attributes);
@@ -316,7 +317,7 @@ AlgorithmIdentifier* BuildAlgorithm(Records& records, const std::string& identif
 }
 
 Name* BuildDirectoryName(Records& records, const std::vector<std::pair<std::string, std::string>>& names) {
-  std::vector<AsnList*> rdns;
+  std::vector<ListOf<AttributeTypeAndValue>*> rdns;
   for (const auto& [type, text] : names) {
     AttributeTypeAndValue* const attribute = records.make<AttributeTypeAndValue>();
     attribute->type = records.oid(type);
@@ -383,7 +384,7 @@ AttributeCertificateV1* BuildV1(Records& records, const AttrCertParts& parts, bo
     info->subject->subjectName = build_names(records, parts.holder.value());
   } else {
     info->version = records.make<AsnInt>(parts.version);
-    info->subject->choice = AttCertSubject::kHolder;
+    info->subject->choice = AttCertSubject::kRfc3281Holder;
     info->subject->holder = build_holder(records, parts);
   }
   info->issuer = build_issuer(records, parts, published || parts.v1_form);

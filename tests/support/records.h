@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "api/frame.h"
+#include "asn1/schema.h"
 #include "ber/list.h"
 #include "ber/open_types.h"
 #include "ber/primitives.h"
@@ -47,13 +48,13 @@ class Records {
   }
 
   template <class T>
-  AsnList* list(const std::vector<T*>& elements) {
+  ListOf<T>* list(const std::vector<T*>& elements) {
     const std::shared_ptr<AsnList> made(AsnListNew(sizeof(void*)), AsnListFree);
     for (T* element : elements) {
       void* const value = element;
       std::memcpy(AsnListAppend(made.get()), &value, sizeof value);
     }
-    return keep(made);
+    return static_cast<ListOf<T>*>(keep(made));
   }
 
   // any is a value of the type that is registered for `identifier`.

@@ -170,7 +170,8 @@ qex::Attribute* build_attribute(Records& records, const char* type, const std::v
   return attribute;
 }
 
-AsnList* build_signer_attributes(Records& records, const std::vector<SignerAttributeParts>& parts) {
+ListOf<SignerAttributeChoice>* build_signer_attributes(Records& records,
+                                                       const std::vector<SignerAttributeParts>& parts) {
   std::vector<SignerAttributeChoice*> elements;
   for (const SignerAttributeParts& part : parts) {
     SignerAttributeChoice* const element = records.make<SignerAttributeChoice>();
@@ -248,12 +249,12 @@ SignerInfo* build_signer(Records& records, const SignerParts& parts, const Octet
       BuildDirectoryName(records, {{"2.5.4.6", "GB"}, {"2.5.4.10", "Example"}, {"2.5.4.3", "TSA"}});
   issuer->serialNumber = records.octs({7});
   signer->sid = records.make<SignerIdentifier>();
-  signer->sid->choice = SignerIdentifier::kIssuerAndSerialNumber;
+  signer->sid->choice = SignerIdentifier::kIssuerAndSerial;
   signer->sid->issuerAndSerialNumber = issuer;
   signer->digestAlgorithm = BuildAlgorithm(records, parts.digest, true);
   std::vector<qex::Attribute*> attributes = build_signed_attributes(records, parts, content);
   sort_by_encoding(&attributes);
-  AsnList* const list = records.list(attributes);
+  ListOf<qex::Attribute>* const list = records.list(attributes);
   if (parts.signed_attributes) signer->signedAttrs = list;
   signer->signatureAlgorithm = BuildAlgorithm(records, parts.signature_algorithm, true);
   const Octets hashed = Encoded([&](ExpBuf** b) { return BEncAttributes(b, list); });

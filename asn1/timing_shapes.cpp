@@ -1,6 +1,7 @@
-// Table of Attribute, and the shapes in which timing attributes are met.
-#include "asn1/attribute.h"
+// The shapes by identifier, as the engine looks them up.
+#include "asn1/timing_shapes.h"
 
+#include "asn1/attribute.h"
 #include "asn1/oids.h"
 #include "asn1/timing.h"
 
@@ -21,22 +22,12 @@ constexpr AnyInfo kTimingPolicyElement =
 constexpr AnyInfo kTimingMetricsInPlace =
     shape_info<kTimingMetrics>(kAnyTimingMetricsInPlace, kIdTimingMetrics);
 
-constexpr OpenShape kTimingShapes[] = {
+}  // namespace
+
+constinit const OpenShape kAttributeShapes[] = {
     {kIdTimingMetricsAttribute, &kTimingMetrics, &kTimingMetricsElement, false},
     {kIdTimingPolicyAttribute, &kTimingPolicy, &kTimingPolicyElement, false},
     {kIdTimingMetrics, &kTimingMetrics, &kTimingMetricsInPlace, true},
 };
-
-}  // namespace
-
-constexpr TypeOf<AsnList> kAttributeValues = open_set_of("AttributeValues", kTimingShapes);
-
-constexpr Field kAttributeFields[] = {
-    must(FIELD(Attribute, type), kAsnOid),
-    defined_by(FIELD(Attribute, type), must(FIELD(Attribute, values), kAttributeValues)),
-};
-constexpr TypeOf<Attribute> kAttribute = sequence<Attribute>("Attribute", kAttributeFields);
-constexpr TypeOf<AsnList> kAttributes = set_of("Attributes", kAttribute);
-constexpr TypeOf<AsnList> kAttributeSequence = sequence_of("AttributeSequence", kAttribute);
 
 }  // namespace qex
