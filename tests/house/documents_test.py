@@ -1,8 +1,9 @@
-"""The documents: links lead to files and headings that exist; scripts, presets, options and paths that they name do too.
+"""The documents: every link, path, preset, target, option and test filter in them exists.
 
 usage: documents_test.py SOURCE_FOLDER
 """
 
+import fnmatch
 import glob
 import json
 import os
@@ -59,12 +60,32 @@ class DocumentsTest(unittest.TestCase):
                 with self.subTest(document=name):
                     self.assertIn(preset, presets)
 
-    def test_OptionsNamedAreRead(self):
-        sources = ""
-        for pattern in ("tool/**/*.cpp", "bench/*.cpp", "scripts/*.sh"):
+    def read_all(self, *patterns):
+        text = ""
+        for pattern in patterns:
             for path in glob.glob(pattern, root_dir=self.root, recursive=True):
                 with open(f"{self.root}/{path}", encoding="utf-8") as file:
-                    sources += file.read()
+                    text += file.read()
+        return text
+
+    def test_TargetsNamedAreDefined(self):
+        defined = set(re.findall(r"\w+", self.read_all("*/CMakeLists.txt", "*/*/CMakeLists.txt", "CMakeLists.txt")))
+        for name, text in self.texts.items():
+            for targets in re.findall(r"--target((?: \w+)+)", text):
+                with self.subTest(document=name):
+                    self.assertEqual(set(targets.split()) - defined, set())
+
+    def test_FiltersNamedSelectTests(self):
+        tests = [".".join(pair) for pair in re.findall(r"^TEST(?:_F|_P)?\((\w+), *(\w+)\)",
+                                                       self.read_all("tests/**/*.cpp"), re.MULTILINE)]
+        for name, text in self.texts.items():
+            for pattern in re.findall(r"--gtest_filter='([^']+)'", text):
+                for part in pattern.split(":"):
+                    with self.subTest(document=name, filter=part):
+                        self.assertTrue(fnmatch.filter(tests, part))
+
+    def test_OptionsNamedAreRead(self):
+        sources = self.read_all("tool/**/*.cpp", "bench/*.cpp", "scripts/*.sh")
         for name, text in self.texts.items():
             for option in sorted(set(re.findall(r"(?<![\w-])--[a-z][\w-]*\w", text))):
                 if not FOREIGN_OPTIONS.match(option):
