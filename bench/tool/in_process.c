@@ -1,5 +1,5 @@
-/* The cost of the tool's checks without the tool: the same calls of both libraries, in one process per core, with
- * nothing between caller and input. For the comparison in scripts/bench-tool.sh.
+/* The cost of the tool's checks without the tool: the same calls of both libraries, in one process per core,
+ * with nothing between caller and input. For the comparison in scripts/bench-tool.sh.
  *
  * usage: qex_in_process ROOT PROCESSES < LIST      LIST names stamped files, FILE.tsr lies beside each */
 #define _POSIX_C_SOURCE 200809L  // strdup, setenv

@@ -22,7 +22,7 @@ int compare_magnitudes(const KXBN* a, const KXBN* b) {
 }
 
 // add_magnitudes: |r| = |a| + |b|. The sign of r is set to `sign`.
-uint32_t add_magnitudes(KXBN* r, const KXBN* a, const KXBN* b, uint32_t sign) {
+[[nodiscard]] uint32_t add_magnitudes(KXBN* r, const KXBN* a, const KXBN* b, uint32_t sign) {
   if (KXBN_getsize(a) < KXBN_getsize(b)) std::swap(a, b);
   const uint32_t la = KXBN_getsize(a);
   const uint32_t lb = KXBN_getsize(b);
@@ -36,7 +36,7 @@ uint32_t add_magnitudes(KXBN* r, const KXBN* a, const KXBN* b, uint32_t sign) {
 }
 
 // sub_magnitudes: |r| = |a| - |b| for |a| >= |b|. The sign of r is set to `sign`.
-uint32_t sub_magnitudes(KXBN* r, const KXBN* a, const KXBN* b, uint32_t sign) {
+[[nodiscard]] uint32_t sub_magnitudes(KXBN* r, const KXBN* a, const KXBN* b, uint32_t sign) {
   const uint32_t la = KXBN_getsize(a);
   const uint32_t lb = KXBN_getsize(b);
   if (const uint32_t rc = KXBN_reserve(r, la)) return rc;
@@ -52,7 +52,7 @@ uint32_t sub_magnitudes(KXBN* r, const KXBN* a, const KXBN* b, uint32_t sign) {
 }
 
 // add_signed: r = a + b, where b counts as negative when `negative_b` says so.
-uint32_t add_signed(KXBN* r, const KXBN* a, const KXBN* b, bool negative_b) {
+[[nodiscard]] uint32_t add_signed(KXBN* r, const KXBN* a, const KXBN* b, bool negative_b) {
   const bool negative_a = is_negative(a);
   if (negative_a == negative_b) return add_magnitudes(r, a, b, negative_a);
   if (compare_magnitudes(a, b) >= 0) return sub_magnitudes(r, a, b, negative_a);

@@ -34,7 +34,7 @@ uint32_t slot_for(const KXBN_Pool* pool, uint32_t words) {
 
 // pool_with_free_slot stores the first pool of the chain with a free slot; it puts a new one
 // directly behind the first when there is none.
-uint32_t pool_with_free_slot(KXBN_Pool* first, KXBN_Pool** out) {
+[[nodiscard]] uint32_t pool_with_free_slot(KXBN_Pool* first, KXBN_Pool** out) {
   for (KXBN_Pool* pool = first; pool != nullptr; pool = pool->next) {
     if (pool->freeMask != 0) {
       *out = pool;
@@ -48,7 +48,7 @@ uint32_t pool_with_free_slot(KXBN_Pool* first, KXBN_Pool** out) {
   return KXBN_OK;
 }
 
-uint32_t new_on_heap(uint32_t words, KXBN** out) {
+[[nodiscard]] uint32_t new_on_heap(uint32_t words, KXBN** out) {
   auto* const n = static_cast<KXBN*>(std::malloc(sizeof(KXBN)));
   if (n == nullptr) return KXBN_NOMEM;
   auto* const digits = static_cast<uint32_t*>(std::malloc(words * sizeof(uint32_t)));

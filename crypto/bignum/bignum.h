@@ -48,23 +48,23 @@ struct KXBN_Pool {
 };
 static_assert(sizeof(void*) != 4 || sizeof(KXBN_Pool) == 652);
 
-// KXBN_pool_new makes a pool for numbers of `bits` bits. Codes: 1 when `bits` is
-// negative or above kMaxBits, 3. The caller frees it with KXBN_pool_free.
+// KXBN_pool_new makes a pool for numbers of `bits` bits. Codes: KXBN_BADARG when `bits` is negative or above
+// kMaxBits, KXBN_NOMEM. The caller frees it with KXBN_pool_free.
 [[nodiscard]] uint32_t KXBN_pool_new(int32_t bits, KXBN_Pool** out);
 
 // KXBN_pool_free frees `pool`, the pools chained behind it and all their numbers, those
 // still in use included. Null is allowed.
 void KXBN_pool_free(KXBN_Pool* pool);
 
-// KXBN_pool_take takes the slot of `pool` that suits a number of `words` words, 1 or more, best, makes
-// room in it, marks it used and stores its record, set to 0, in `*out`: the first
-// free slot with room enough, else the first with `digits`, which are enlarged, else
-// the first. Asserts "0" when the pool has no free slot. Codes: 3.
+// KXBN_pool_take takes the slot of `pool` that suits a number of `words` words, 1 or more, best, makes room
+// in it, marks it used and stores its record, set to 0, in `*out`: the first free slot with room enough, else
+// the first with `digits`, which are enlarged, else the first. Asserts "0" when the pool has no free slot.
+// Codes: KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_pool_take(KXBN_Pool* pool, uint32_t words, KXBN** out);
 
-// KXBN_new stores in `*out` a new number 0 with room for `bits` bits (0: kDefaultBits) and, from a
-// pool, for at least the pool's size. A full pool is given another one behind it.
-// Codes: 1 when `bits` is negative or above kMaxBits, 3; `*out` is then null.
+// KXBN_new stores in `*out` a new number 0 with room for `bits` bits (0: kDefaultBits) and, from a pool, for
+// at least the pool's size. A full pool is given another one behind it. Codes: KXBN_BADARG when `bits` is
+// negative or above kMaxBits, KXBN_NOMEM; `*out` is then null.
 [[nodiscard]] uint32_t KXBN_new(KXBN_Pool* pool, int32_t bits, KXBN** out);
 
 // KXBN_new4 makes a number for each pointer that is not null. Codes: those of KXBN_new; what it
@@ -77,13 +77,13 @@ void KXBN_free(KXBN* n);
 // KXBN_free4 frees each of its arguments; null is allowed.
 void KXBN_free4(KXBN* a, KXBN* b, KXBN* c, KXBN* d);
 
-// KXBN_frombytes stores in `*out` a new number of the value of big-endian octets, with room
-// for 64 bits more than they have. Codes: 1 when length is above kMaxOctets or the room above
-// kMaxBits, 3; `*out` is then null.
+// KXBN_frombytes stores in `*out` a new number of the value of big-endian octets, with room for 64 bits more
+// than they have. Codes: KXBN_BADARG when length is above kMaxOctets or the room above kMaxBits, KXBN_NOMEM;
+// `*out` is then null.
 [[nodiscard]] uint32_t KXBN_frombytes(KXBN** out, const uint8_t* octets, size_t length, KXBN_Pool* pool);
 
-// KXBN_tobytes writes the magnitude of `n` as big-endian octets, with zeros on the left up to
-// `length`. Codes: 1 when length is above kMaxOctets or too small; zero takes one octet.
+// KXBN_tobytes writes the magnitude of `n` as big-endian octets, with zeros on the left up to `length`.
+// Codes: KXBN_BADARG when length is above kMaxOctets or too small; zero takes one octet.
 [[nodiscard]] uint32_t KXBN_tobytes(const KXBN* n, uint8_t* buffer, size_t length);
 
 // KXBN_frombytes_le and KXBN_tobytes_le are the same with the octets in the reverse order.
@@ -91,22 +91,22 @@ void KXBN_free4(KXBN* a, KXBN* b, KXBN* c, KXBN* d);
 [[nodiscard]] uint32_t KXBN_tobytes_le(const KXBN* n, uint8_t* buffer, size_t length);
 
 // KXBN_getsize returns the number of words without top zero words, at least 1.
-uint32_t KXBN_getsize(const KXBN* n);
+[[nodiscard]] uint32_t KXBN_getsize(const KXBN* n);
 
 // KXBN_bits returns the bit length of the magnitude, 0 for zero.
-uint32_t KXBN_bits(const KXBN* n);
+[[nodiscard]] uint32_t KXBN_bits(const KXBN* n);
 
 // KXBN_testbit returns a bit of the magnitude, 0 for an index beyond it.
-uint32_t KXBN_testbit(const KXBN* n, uint32_t index);
+[[nodiscard]] uint32_t KXBN_testbit(const KXBN* n, uint32_t index);
 
-// KXBN_setbit makes a bit of the magnitude `value` (0, else 1). Codes: 1 when index is not below
-// kMaxBits, 3.
+// KXBN_setbit makes a bit of the magnitude `value` (0, else 1). Codes: KXBN_BADARG when index is not below
+// kMaxBits, KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_setbit(KXBN* n, uint32_t index, uint32_t value);
 
 // KXBN_setword sets n = w.
 void KXBN_setword(KXBN* n, uint32_t w);
 
-// KXBN_copy sets dst = src. Codes: 3.
+// KXBN_copy sets dst = src. Codes: KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_copy(KXBN* dst, const KXBN* src);
 
 enum KXBN_Kind : uint32_t {
@@ -119,23 +119,23 @@ enum KXBN_Kind : uint32_t {
 };
 
 // KXBN_test returns 1 when `n` is of the kind, else 0; 0 for any other kind.
-uint32_t KXBN_test(const KXBN* n, uint32_t kind);
+[[nodiscard]] uint32_t KXBN_test(const KXBN* n, uint32_t kind);
 
-inline bool is_zero(const KXBN* n) {
+[[nodiscard]] inline bool is_zero(const KXBN* n) {
   return KXBN_test(n, KXBN_IS_ZERO) != 0;
 }
-inline bool is_negative(const KXBN* n) {
+[[nodiscard]] inline bool is_negative(const KXBN* n) {
   return KXBN_test(n, KXBN_IS_NEGATIVE) != 0;
 }
-inline bool is_one(const KXBN* n) {
+[[nodiscard]] inline bool is_one(const KXBN* n) {
   return KXBN_test(n, KXBN_IS_ONE) != 0;
 }
 
 // KXBN_cmp compares a and b with their signs: -1, 0 or +1.
-int KXBN_cmp(const KXBN* a, const KXBN* b);
+[[nodiscard]] int KXBN_cmp(const KXBN* a, const KXBN* b);
 
-// KXBN_add and KXBN_sub compute r = a + b and r = a - b. Codes: 1 when the result has more than
-// kMaxBits bits, 3.
+// KXBN_add and KXBN_sub compute r = a + b and r = a - b. Codes: KXBN_BADARG when the result has more than
+// kMaxBits bits, KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_add(KXBN* r, const KXBN* a, const KXBN* b);
 [[nodiscard]] uint32_t KXBN_sub(KXBN* r, const KXBN* a, const KXBN* b);
 
@@ -152,29 +152,29 @@ int KXBN_cmp(const KXBN* a, const KXBN* b);
 // KXBN_mul computes r = a * b. Codes: as KXBN_add.
 [[nodiscard]] uint32_t KXBN_mul(KXBN* r, const KXBN* a, const KXBN* b, KXBN_Pool* pool);
 
-// KXBN_divrem divides a by d: q, unless null, becomes the quotient, rounded towards
-// minus infinity, and a the remainder, which has the sign of d. Codes: 1 when two of
-// the three are one record, 4 when d is 0, 3; in all these cases a is unchanged.
+// KXBN_divrem divides a by d: q, unless null, becomes the quotient, rounded towards minus infinity, and a the
+// remainder, which has the sign of d. Codes: KXBN_BADARG when two of the three are one record, KXBN_DIVZERO
+// when d is 0, KXBN_NOMEM; in all these cases a is unchanged.
 [[nodiscard]] uint32_t KXBN_divrem(KXBN* q, KXBN* a, const KXBN* d);
 
-// KXBN_mod computes r = a mod m with the sign of m. Codes: 4 when m is 0, 3.
+// KXBN_mod computes r = a mod m with the sign of m. Codes: KXBN_DIVZERO when m is 0, KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_mod(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool);
 
-// KXBN_modexp computes r = base^exp mod m with the sign of m; 0^0 is 1. Codes: 4 when
-// m is 0; 1 when exp is negative, or when a product on the way has more than kMaxBits
-// bits, as it has for an odd m of more than about half of them; 3.
-// The time is that of public values: it depends on the operands.
+// KXBN_modexp computes r = base^exp mod m with the sign of m; 0^0 is 1. Codes: KXBN_DIVZERO when m is 0;
+// KXBN_BADARG when exp is negative, or when a product on the way has more than kMaxBits bits, as it has for
+// an odd m of more than about half of them; KXBN_NOMEM. The time is that of public values: it depends on the
+// operands.
 [[nodiscard]] uint32_t KXBN_modexp(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m,
                                    KXBN_Pool* pool);
 
-// KXBN_xgcd stores in `*gcd` and `*coefficient` new numbers g and x: g is the greatest common
-// divisor of a and m, and a * x = g modulo m. g may be negative when an operand is.
-// Codes: 1, 3; both outputs are then null.
+// KXBN_xgcd stores in `*gcd` and `*coefficient` new numbers g and x: g is the greatest common divisor of a
+// and m, and a * x = g modulo m. g may be negative when an operand is. Codes: KXBN_BADARG, KXBN_NOMEM; both
+// outputs are then null.
 [[nodiscard]] uint32_t KXBN_xgcd(const KXBN* a, const KXBN* m, KXBN** coefficient, KXBN** gcd,
                                  KXBN_Pool* pool);
 
-// KXBN_modinv computes r = 1/a mod m, in [0, m). Codes: 4 when m is 0; 5 when there is no
-// inverse, and for a negative m, below which no residue lies; 1, 3.
+// KXBN_modinv computes r = 1/a mod m, in [0, m). Codes: KXBN_DIVZERO when m is 0; KXBN_NONPRIME when there is
+// no inverse, and for a negative m, below which no residue lies; KXBN_BADARG, KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_modinv(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool);
 
 }  // namespace qex

@@ -12,7 +12,8 @@ size_t position(size_t i, size_t length, Order order) {
   return order == Order::kBigEndian ? length - 1 - i : i;
 }
 
-uint32_t from_octets(KXBN** out, const uint8_t* octets, size_t length, KXBN_Pool* pool, Order order) {
+[[nodiscard]] uint32_t from_octets(KXBN** out, const uint8_t* octets, size_t length, KXBN_Pool* pool,
+                                   Order order) {
   *out = nullptr;
   if (length > kMaxOctets) return KXBN_BADARG;
   if (const uint32_t rc = KXBN_new(pool, int32_t(length * 8 + 64), out)) return rc;
@@ -26,7 +27,7 @@ uint32_t from_octets(KXBN** out, const uint8_t* octets, size_t length, KXBN_Pool
   return KXBN_OK;
 }
 
-uint32_t to_octets(const KXBN* n, uint8_t* buffer, size_t length, Order order) {
+[[nodiscard]] uint32_t to_octets(const KXBN* n, uint8_t* buffer, size_t length, Order order) {
   const size_t needed = (size_t{KXBN_bits(n)} + 7) / 8;
   if (length > kMaxOctets || length < 1 || length < needed) return KXBN_BADARG;
   for (size_t i = 0; i < length; ++i) {

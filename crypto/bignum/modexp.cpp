@@ -14,7 +14,8 @@ constexpr bool whole_words(uint32_t bits) {
 }
 
 // modexp_odd: base^exp mod m for an odd m > 0 and 0 <= base < m.
-uint32_t modexp_odd(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, KXBN_Pool* pool) {
+[[nodiscard]] uint32_t modexp_odd(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m,
+                                  KXBN_Pool* pool) {
   if (whole_words(KXBN_bits(m))) return KXBN_modexp_mont(r, base, exp, m, pool);
 
   Arithmetic compute(pool);
@@ -27,7 +28,8 @@ uint32_t modexp_odd(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, K
 }
 
 // modexp_negative: base^exp mod m for m < 0, with a result in (m, 0].
-uint32_t modexp_negative(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, KXBN_Pool* pool) {
+[[nodiscard]] uint32_t modexp_negative(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m,
+                                       KXBN_Pool* pool) {
   Arithmetic compute(pool);
   Number magnitude, power;
   compute.make(KXBN_bits(m), magnitude, power).copy(magnitude, m);

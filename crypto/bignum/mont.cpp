@@ -36,11 +36,11 @@ Window next_window(const KXBN* exp, uint32_t* position, uint32_t size) {
 // One exponentiation: the modulus as the kernels take it, and the working numbers.
 class Montgomery {
  public:
-  // prepare makes the working numbers, R^2 mod m and the table for `base`, 0 <= base < m, whose
-  // entry k is base^(2k+1) in Montgomery form. Codes: 1, 3.
+  // prepare makes the working numbers, R^2 mod m and the table for `base`, 0 <= base < m, whose entry k is
+  // base^(2k+1) in Montgomery form. Codes: KXBN_BADARG, KXBN_NOMEM.
   [[nodiscard]] uint32_t prepare(const KXBN* m, const KXBN* base, uint32_t window, KXBN_Pool* pool);
 
-  // power sets r = base^exp mod m. Codes: 3.
+  // power sets r = base^exp mod m. Codes: KXBN_NOMEM.
   [[nodiscard]] uint32_t power(KXBN* r, const KXBN* exp, uint32_t window);
 
  private:

@@ -36,32 +36,32 @@ enum DSA_Result : uint32_t {
 };
 
 // dsa_verify checks `sig` over the leftmost octets of `digest`, as many as q has whole octets. It sets
-// `*result` to DSA_VALID or DSA_INVALID; with a code other than 0 it is DSA_PENDING.
-// Codes: those of dsa_verify_int and KXBN_frombytes.
+// `*result` to DSA_VALID or DSA_INVALID; with a code other than KXBN_OK it is DSA_PENDING. Codes: those of
+// dsa_verify_int and KXBN_frombytes.
 [[nodiscard]] uint32_t dsa_verify(const DigestBuf* digest, const DSAKey* key, const DSASig* sig,
                                   KXBN_Pool* pool, uint32_t* result);
 
-// dsa_verify_int is dsa_verify over the integer z. An r or s outside 1 to q - 1 makes the signature
-// invalid, with code 0. Codes: 4 when p is 0; 5 when s has no inverse modulo q, which then is no
-// prime; 1, 3.
+// dsa_verify_int is dsa_verify over the integer z. An r or s outside 1 to q - 1 makes the signature invalid,
+// with KXBN_OK. Codes: KXBN_DIVZERO when p is 0; KXBN_NONPRIME when s has no inverse modulo q, which then is
+// no prime; KXBN_BADARG, KXBN_NOMEM.
 [[nodiscard]] uint32_t dsa_verify_int(const KXBN* z, const DSAKey* key, const DSASig* sig, KXBN_Pool* pool,
                                       uint32_t* result);
 
 // dsa_sign signs `digest` with a random k from 1 to q - 1 (FIPS 186-4 B.2.1). r and s are stored in `sig`:
-// copied into the numbers that are there, else as new numbers. Codes: those of dsa_sign_int,
-// 1 also without a random source or for a q below 2; the source's own.
+// copied into the numbers that are there, else as new numbers. Codes: those of dsa_sign_int, KXBN_BADARG also
+// without a random source or for a q below 2; the source's own.
 [[nodiscard]] uint32_t dsa_sign(const DigestBuf* digest, const DSAKey* key, const RandomSource* random,
                                 KXBN_Pool* pool, DSASig* sig);
 
-// dsa_sign_int signs the integer z with a given k, which must be secret, unpredictable and never used
-// twice. Codes: 1 when k is not from 1 to q - 1 or the key has no x; 4 when p is 0; 5 when this k
-// gives no signature (no inverse modulo q, or an r or s of 0): another is needed; 1, 3.
-// Fields of `sig` that were null are then null, the value of others means nothing.
+// dsa_sign_int signs the integer z with a given k, which must be secret, unpredictable and never used twice.
+// Codes: KXBN_BADARG when k is not from 1 to q - 1 or the key has no x; KXBN_DIVZERO when p is 0;
+// KXBN_NONPRIME when this k gives no signature (no inverse modulo q, or an r or s of 0): another is needed;
+// KXBN_BADARG, KXBN_NOMEM. Fields of `sig` that were null are then null, the value of others means nothing.
 [[nodiscard]] uint32_t dsa_sign_int(const KXBN* z, const DSAKey* key, const KXBN* k, KXBN_Pool* pool,
                                     DSASig* sig);
 
-// dsa_check_key returns 0 for a consistent key: 0 < x < q, y = g^x mod p and 0 < y < p. Conditions on an
-// absent x or y are skipped. Codes: 1 for any other key; those of KXBN_modexp.
+// dsa_check_key returns KXBN_OK for a consistent key: 0 < x < q, y = g^x mod p and 0 < y < p. Conditions on
+// an absent x or y are skipped. Codes: KXBN_BADARG for any other key; those of KXBN_modexp.
 [[nodiscard]] uint32_t dsa_check_key(const DSAKey* key, KXBN_Pool* pool);
 
 }  // namespace qex

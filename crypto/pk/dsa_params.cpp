@@ -110,7 +110,7 @@ class SeedDigests {
 }
 
 // make_q makes q from the first digest, or for 160 bits from the sum modulo 2 of the first two: its lowest N
-// bits, with the top and the bottom bit set. Codes: 5 when it is no prime.
+// bits, with the top and the bottom bit set. Codes: KXBN_NONPRIME when it is no prime.
 [[nodiscard]] uint32_t make_q(const Setting& set, SeedDigests* digests, KXBN** q) {
   const HashInfo* const qhf = set.qhf;
   const uint32_t Nbytes = set.N / 8;
@@ -128,8 +128,8 @@ class SeedDigests {
   return bigprime_test(*q, q_bound(set.N), set.random, set.pool);
 }
 
-// find_p sets p to the first prime = 1 modulo 2q that the digests lead to, and `*counter` to where it
-// was. Codes: 5 when there is none up to the last counter.
+// find_p sets p to the first prime = 1 modulo 2q that the digests lead to, and `*counter` to where it was.
+// Codes: KXBN_NONPRIME when there is none up to the last counter.
 [[nodiscard]] uint32_t find_p(const Setting& set, SeedDigests* digests, const KXBN* q, KXBN* p,
                               uint32_t* counter) {
   const uint32_t hashsz = set.qhf->hashsz;

@@ -28,10 +28,10 @@ struct DSAEvidence {
 // dsa_generate_params stores new numbers p, q and g in `key`, with x and y null, and in `evidence`, unless it
 // is null, the values from which they were made. The random source serves the primality tests too. Asserts
 // "sizeof(hashctx) >= hi->ctxsz", that a digest for a q of 160 bits has 160, and that any other has at least
-// as many bits as q. Codes: 1 for a demand outside the ranges above, a seed that is negative or longer than
-// seedBits, and without a random source; 5 when the given seed leads to no prime q, or to no prime p up to
-// the last counter, or when the random source keeps giving such seeds; the source's own; 1, 3. All numbers
-// are then null.
+// as many bits as q. Codes: KXBN_BADARG for a demand outside the ranges above, a seed that is negative or
+// longer than seedBits, and without a random source; KXBN_NONPRIME when the given seed leads to no prime q,
+// or to no prime p up to the last counter, or when the random source keeps giving such seeds; the source's
+// own; KXBN_BADARG, KXBN_NOMEM. All numbers are then null.
 [[nodiscard]] uint32_t dsa_generate_params(DSAKey* key, DSAEvidence* evidence, const DSAParams* params,
                                            const RandomSource* random, KXBN_Pool* pool);
 

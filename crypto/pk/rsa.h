@@ -36,16 +36,15 @@ struct RSAKey {
                                       uint32_t* result);
 
 // rsa_private stores in `*out` a new number, input^d mod n: by rsa_exp when `p` is null, else by the Chinese
-// remainder theorem, for which it asserts that the other four values are present and reads
-// neither n nor d. Codes: those of rsa_exp; 1 when p has more than about half of kMaxBits; `*out` is
-// then null.
+// remainder theorem, for which it asserts that the other four values are present and reads neither n nor d.
+// Codes: those of rsa_exp; KXBN_BADARG when p has more than about half of kMaxBits; `*out` is then null.
 [[nodiscard]] uint32_t rsa_private(const RSAKey* key, const KXBN* input, KXBN** out, KXBN_Pool* pool);
 
 // rsa_generate_key fills `*key` with new numbers: a modulus of `bits` bits from two primes of half as many, p
 // > q, for the public exponent e. Primes of fewer than 512 bits fail the assertion "!\"invalid rsa prime
-// size\"". Codes: 1 without a random source, when bits is odd or above kMaxBits, and for an e that is even,
-// below 3 or longer than 256 bits; 5 when the random source keeps giving unusable numbers; the source's own;
-// 1, 3. All fields are then null.
+// size\"". Codes: KXBN_BADARG without a random source, when bits is odd or above kMaxBits, and for an e that
+// is even, below 3 or longer than 256 bits; KXBN_NONPRIME when the random source keeps giving unusable
+// numbers; the source's own; KXBN_BADARG, KXBN_NOMEM. All fields are then null.
 [[nodiscard]] uint32_t rsa_generate_key(RSAKey* key, uint32_t bits, const KXBN* e, const RandomSource* random,
                                         KXBN_Pool* pool);
 

@@ -43,7 +43,7 @@ struct Setting {
   }
 };
 
-// is_coprime: 0 when e and n have no common factor, else 5.
+// is_coprime: KXBN_OK when e and n have no common factor, else KXBN_NONPRIME.
 [[nodiscard]] uint32_t is_coprime(const Setting& set, const KXBN* n) {
   Arithmetic compute(set.pool);
   Number inverse;
@@ -106,8 +106,8 @@ void first_above(Arithmetic& compute, const Setting& set, KXBN* y, const KXBN* x
   compute.mod(distance, y, numbers.step).add(y, x, distance);
 }
 
-// search goes up from y to the first prime p with p - 1 coprime to e: 0, or 5 when there is none
-// of set.bits bits.
+// search goes up from y to the first prime p with p - 1 coprime to e: KXBN_OK, or KXBN_NONPRIME when there is
+// none of set.bits bits.
 [[nodiscard]] uint32_t search(const Setting& set, KXBN* y, const Progression& numbers) {
   Arithmetic compute(set.pool);
   Number one, minus_one;
@@ -139,7 +139,8 @@ void first_above(Arithmetic& compute, const Setting& set, KXBN* y, const KXBN* x
   return KXBN_NONPRIME;
 }
 
-// are_apart: 0 when |a - b| > 2^(set.bits - 100), which keeps Fermat's factorisation away, else 5.
+// are_apart: KXBN_OK when |a - b| > 2^(set.bits - 100), which keeps Fermat's factorisation away, else
+// KXBN_NONPRIME.
 [[nodiscard]] uint32_t are_apart(const Setting& set, const KXBN* a, const KXBN* b) {
   Arithmetic compute(set.pool);
   Number difference;

@@ -39,7 +39,7 @@ void set_signed(KXBN* n, int value) {
 }
 
 // choose_q finds the first Q whose D = 1 - 4Q has the symbol -1; `*q` stays 0 when none has.
-uint32_t choose_q(int* q, const KXBN* n, KXBN_Pool* pool) {
+[[nodiscard]] uint32_t choose_q(int* q, const KXBN* n, KXBN_Pool* pool) {
   *q = 0;
   Number d;
   if (const uint32_t rc = d.make(pool, 32)) return rc;
