@@ -81,87 +81,12 @@ const NameRow* find_row(const AsnOid& type) {
   return row == std::end(kNameRows) ? nullptr : row;
 }
 
-// Octets of a value, null when there is none.
-struct Bytes {
-  const uint8_t* data = nullptr;
-  size_t size = 0;
-};
-
-Bytes directory_string_bytes(const DirectoryString& s) {
-  const AsnOcts* chosen = nullptr;
-  switch (s.choice) {
-    case DirectoryString::kTeletex: chosen = s.teletexString; break;
-    case DirectoryString::kPrintable: chosen = s.printableString; break;
-    case DirectoryString::kUniversal: chosen = s.universalString; break;
-    case DirectoryString::kUtf8: chosen = s.utf8String; break;
-    case DirectoryString::kBmp: chosen = s.bmpString; break;
-  }
-  return chosen == nullptr ? Bytes{} : Bytes{chosen->octs, chosen->count};
-}
-
-// How the value records of the registered types are read as bytes, by runs of anyId. Types
-// that are not listed have no bytes of their own.
-enum class Record : uint8_t { Octets, Oid, Bits, Facsimile, DirectoryString };
-
-struct RecordRow {
-  int32_t firstId;
-  int32_t lastId;
-  Record record;
-};
-
-// clang-format off
-constexpr RecordRow kRecordRows[] = {
-    {20, 20, Record::Octets},           // CMS data
-    {21, 23, Record::Oid},              // supportedApplicationContext to communicationsNetwork
-    {24, 24, Record::Bits},             // uniqueIdentifier
-    {26, 29, Record::Octets},           // dnQualifier to telephoneNumber
-    {31, 31, Record::Facsimile},        // facsimileTelephoneNumber
-    {32, 33, Record::Octets},           // internationalISDNNumber, destinationIndicator
-    {38, 38, Record::Octets},           // emailAddress
-    {40, 40, Record::Octets},           // x121Address
-    {41, 50, Record::DirectoryString},  // commonName to businessCategory
-    {52, 54, Record::DirectoryString},  // postalCode to physicalDeliveryOfficeName
-    {56, 57, Record::DirectoryString},  // houseIdentifier, pseudonym
-    {69, 69, Record::Octets},           // messageDigest
-    {70, 70, Record::Oid},              // contentType
-};
-// clang-format on
-
-Bytes value_bytes(const AsnAny& any) {
-  if (any.ai == nullptr || any.value == nullptr) return {};
-  const int32_t id = any.ai->anyId;
-  for (const RecordRow& row : kRecordRows) {
-    if (id < row.firstId || id > row.lastId) continue;
-    switch (row.record) {
-      case Record::Octets: {
-        const auto* v = static_cast<const AsnOcts*>(any.value);
-        return {v->octs, v->count};
-      }
-      case Record::Oid: {
-        const auto* v = static_cast<const AsnOid*>(any.value);
-        return {v->octs, v->count};
-      }
-      case Record::Bits: {
-        const auto* v = static_cast<const AsnBits*>(any.value);
-        return {v->octs, BitOctets(v->count)};
-      }
-      case Record::Facsimile: {
-        const auto& v = static_cast<const X520FacsimileTelephoneNumber*>(any.value)->telephoneNumber;
-        return {v.octs, v.count};
-      }
-      case Record::DirectoryString:
-        return directory_string_bytes(*static_cast<const DirectoryString*>(any.value));
-    }
-  }
-  return {};
-}
-
 std::string_view view(const AsnOcts& v) {
   return {reinterpret_cast<const char*>(v.octs), v.count};
 }
 
 // rendered_value returns what stands behind the "=", from the value itself or built in `scratch`.
-Bytes rendered_value(Form form, const AsnAny& any, char (&scratch)[kScratchSize]) {
+OctetsView rendered_value(Form form, const AsnAny& any, char (&scratch)[kScratchSize]) {
   TextWriter out(scratch, kScratchSize);
   if (form == Form::Telex) {
     const auto* telex = ValueAs<X520TelexNumber>(any, kAnyAtTelexNumber);
@@ -179,7 +104,7 @@ Bytes rendered_value(Form form, const AsnAny& any, char (&scratch)[kScratchSize]
     OidToText(oid->octs, oid->count, scratch, kScratchSize);
     return {reinterpret_cast<const uint8_t*>(scratch), std::strlen(scratch)};
   }
-  return value_bytes(any);
+  return OpenValueOctets(any);
 }
 
 }  // namespace
@@ -199,15 +124,15 @@ int32_t NameToText(char* text, size_t size, const AsnList* name) {
     char valueScratch[kScratchSize];
     if (row == nullptr) OidToText(attribute->type.octs, attribute->type.count, nameScratch, kScratchSize);
     const std::string_view label = row != nullptr ? row->name : nameScratch;
-    const Bytes value =
+    const OctetsView value =
         rendered_value(row != nullptr ? row->form : Form::Bytes, attribute->value, valueScratch);
-    if (value.data == nullptr) continue;
+    if (value.data() == nullptr) continue;
 
     // The "=", the ";" of all but the last entry, and the terminator.
     const bool last = node->next == nullptr;
     const size_t used = strnlen(text, size);
     const size_t room = size - used;
-    if (value.size > room || label.size() + value.size + (last ? 2 : 3) > room) {
+    if (value.size() > room || label.size() + value.size() + (last ? 2 : 3) > room) {
       result = -1;
       continue;
     }
@@ -215,7 +140,7 @@ int32_t NameToText(char* text, size_t size, const AsnList* name) {
     std::memcpy(end, "=", 2);
     // Deliberate: a zero byte inside the value ends the text there, and what follows is put in its place. No
     // terminator is put behind the value, so that what a shorter one leaves of those bytes shows behind it.
-    std::copy_n(reinterpret_cast<const char*>(value.data), value.size, end + 1);
+    std::copy_n(reinterpret_cast<const char*>(value.data()), value.size(), end + 1);
     if (!last) std::memcpy(text + strnlen(text, size), ";", 2);
   }
   return result;

@@ -1,7 +1,12 @@
 // The registration table of open types.
 //
-// The order matters: of two rows with the same identifier the first one holds.
+// The order matters: of two rows with the same identifier the first one holds, and a row's number is the
+// anyId of its type.
 #include "asn1/oids.h"
+
+#include <iterator>
+#include <type_traits>
+#include <utility>
 
 #include "asn1/cades.h"
 #include "asn1/cms.h"
@@ -12,148 +17,181 @@
 namespace qex {
 namespace {
 
-struct Registration {
-  AsnOid identifier;
-  uint32_t size;
-  AnyEncode encode;
-  AnyDecode decode;
-  AnyFree free;
-  AnyPrint print;
-};
+// octets_of returns the octets of a value by its record, so a row needs no word about them. Records without
+// an overload have none.
+OctetsView octets_of(const AsnOcts& v) {
+  return {v.octs, v.count};
+}
+OctetsView octets_of(const AsnOid& v) {
+  return {v.octs, v.count};
+}
+OctetsView octets_of(const AsnBits& v) {
+  return {v.octs, BitOctets(v.count)};
+}
+OctetsView octets_of(const X520FacsimileTelephoneNumber& v) {
+  return octets_of(v.telephoneNumber);
+}
+OctetsView octets_of(const DirectoryString& v) {
+  const AsnOcts* chosen = nullptr;
+  switch (v.choice) {
+    case DirectoryString::kTeletex: chosen = v.teletexString; break;
+    case DirectoryString::kPrintable: chosen = v.printableString; break;
+    case DirectoryString::kUniversal: chosen = v.universalString; break;
+    case DirectoryString::kUtf8: chosen = v.utf8String; break;
+    case DirectoryString::kBmp: chosen = v.bmpString; break;
+  }
+  return chosen == nullptr ? OctetsView() : octets_of(*chosen);
+}
+
+template <class V>
+constexpr auto octets_reader() -> OctetsView (*)(const void*) {
+  if constexpr (requires(const V& v) { octets_of(v); }) {
+    return [](const void* v) { return octets_of(*static_cast<const V*>(v)); };
+  } else {
+    return nullptr;
+  }
+}
 
 // A row whose value is a type of the model.
 template <const auto& T>
-constexpr Registration holds(AsnOid identifier) {
+constexpr Registration holds(int32_t row, AsnOid identifier) {
   using R = OpenRoutines<T>;
-  return {identifier, sizeof(typename std::remove_cvref_t<decltype(T)>::Value), R::encode, R::decode, R::free,
-          R::print};
+  using V = typename std::remove_cvref_t<decltype(T)>::Value;
+  return {row, identifier, &T, R::encode, R::decode, R::free, R::print, octets_reader<V>()};
 }
 
 // A row whose value is a primitive type, decoded by the runtime's own full decoder.
-template <class V, auto Decode, auto Encode, auto Free, auto Print>
-constexpr Registration holds_primitive(AsnOid identifier) {
+template <const auto& T, auto Decode, auto Encode, auto Free, auto Print>
+constexpr Registration holds_primitive(int32_t row, AsnOid identifier) {
+  using V = typename std::remove_cvref_t<decltype(T)>::Value;
   return {
+      row,
       identifier,
-      sizeof(V),
+      &T,
       [](ExpBuf** b, const void* v) { return Encode(b, static_cast<const V*>(v)); },
       [](ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env) { Decode(b, static_cast<V*>(v), bytes, env); },
       [](void* v) { Free(static_cast<V*>(v)); },
-      [](FILE* f, const void* v, unsigned indent) { Print(f, static_cast<const V*>(v), indent); }};
+      [](FILE* f, const void* v, unsigned indent) { Print(f, static_cast<const V*>(v), indent); },
+      octets_reader<V>()};
 }
-constexpr auto holds_null = holds_primitive<AsnNull, BDecAsnNull, BEncAsnNull, FreeAsnNull, PrintAsnNull>;
-constexpr auto holds_octets = holds_primitive<AsnOcts, BDecAsnOcts, BEncAsnOcts, FreeAsnOcts, PrintAsnOcts>;
-constexpr auto holds_bits = holds_primitive<AsnBits, BDecAsnBits, BEncAsnBits, FreeAsnBits, PrintAsnBits>;
-constexpr auto holds_oid = holds_primitive<AsnOid, BDecAsnOid, BEncAsnOid, FreeAsnOid, PrintAsnOid>;
+constexpr auto holds_null = holds_primitive<kAsnNull, BDecAsnNull, BEncAsnNull, FreeAsnNull, PrintAsnNull>;
+constexpr auto holds_octets = holds_primitive<kAsnOcts, BDecAsnOcts, BEncAsnOcts, FreeAsnOcts, PrintAsnOcts>;
+constexpr auto holds_bits = holds_primitive<kAsnBits, BDecAsnBits, BEncAsnBits, FreeAsnBits, PrintAsnBits>;
+constexpr auto holds_oid = holds_primitive<kAsnOid, BDecAsnOid, BEncAsnOid, FreeAsnOid, PrintAsnOid>;
 
 constexpr Registration kRegistrations[] = {
-    holds_null(kIdSha1),
-    holds_null(kIdSha256),
-    holds_null(kIdSha384),
-    holds_null(kIdSha512),
-    holds_null(kIdMd5),
-    holds_null(kIdDsaWithSha1),
-    holds_null(kIdDsaWithSha256),
-    holds_null(kIdSha1WithRsa),
-    holds_null(kIdSha256WithRsa),
-    holds_null(kIdSha384WithRsa),
-    holds_null(kIdSha512WithRsa),
-    holds_null(kIdMd5WithRsa),
-    holds_null(kIdMd2WithRsa),
-    holds_null(kIdRsaEncryption),
-    holds_null(kIdRipemd160),
-    holds_null(kIdRipemd128),
-    holds_null(kIdRipemd256),
-    holds_null(kIdRsaWithRipemd160),
-    holds_null(kIdRsaWithRipemd128),
-    holds_null(kIdRsaWithRipemd256),
-    holds_octets(kIdData),
-    holds_oid(kIdAtSupportedApplicationContext),
-    holds_oid(kIdAtCommunicationsService),
-    holds_oid(kIdAtCommunicationsNetwork),
-    holds_bits(kIdAtUniqueIdentifier),
-    holds<kContentInfo>(kIdAuthenticodeTimeStamp),
-    holds<kPrintableString1>(kIdAtDnQualifier),
-    holds<kPrintableString1>(kIdAtCountryName),
-    holds<kPrintableString1>(kIdAtSerialNumber),
-    holds<kPrintableString1>(kIdAtTelephoneNumber),
-    holds<kX520TelexNumber>(kIdAtTelexNumber),
-    holds<kX520FacsimileTelephoneNumber>(kIdAtFacsimileTelephoneNumber),
-    holds<kX520InternationalISDNNumber>(kIdAtInternationalISDNNumber),
-    holds<kPrintableString1>(kIdAtDestinationIndicator),
-    holds<kX520PreferredDeliveryMethod>(kIdAtPreferredDeliveryMethod),
-    holds<kX520PresentationAddress>(kIdAtPresentationAddress),
-    holds<kX520ProtocolInformation>(kIdAtProtocolInformation),
+    holds_null(0, kIdSha1),
+    holds_null(1, kIdSha256),
+    holds_null(2, kIdSha384),
+    holds_null(3, kIdSha512),
+    holds_null(4, kIdMd5),
+    holds_null(5, kIdDsaWithSha1),
+    holds_null(6, kIdDsaWithSha256),
+    holds_null(7, kIdSha1WithRsa),
+    holds_null(8, kIdSha256WithRsa),
+    holds_null(9, kIdSha384WithRsa),
+    holds_null(10, kIdSha512WithRsa),
+    holds_null(11, kIdMd5WithRsa),
+    holds_null(12, kIdMd2WithRsa),
+    holds_null(13, kIdRsaEncryption),
+    holds_null(14, kIdRipemd160),
+    holds_null(15, kIdRipemd128),
+    holds_null(16, kIdRipemd256),
+    holds_null(17, kIdRsaWithRipemd160),
+    holds_null(18, kIdRsaWithRipemd128),
+    holds_null(19, kIdRsaWithRipemd256),
+    holds_octets(kAnyData, kIdData),
+    holds_oid(kAnyAtSupportedApplicationContext, kIdAtSupportedApplicationContext),
+    holds_oid(22, kIdAtCommunicationsService),
+    holds_oid(23, kIdAtCommunicationsNetwork),
+    holds_bits(kAnyAtUniqueIdentifier, kIdAtUniqueIdentifier),
+    holds<kContentInfo>(kAnyAuthenticodeTimeStamp, kIdAuthenticodeTimeStamp),
+    holds<kPrintableString1>(26, kIdAtDnQualifier),
+    holds<kPrintableString1>(27, kIdAtCountryName),
+    holds<kPrintableString1>(28, kIdAtSerialNumber),
+    holds<kPrintableString1>(29, kIdAtTelephoneNumber),
+    holds<kX520TelexNumber>(kAnyAtTelexNumber, kIdAtTelexNumber),
+    holds<kX520FacsimileTelephoneNumber>(kAnyAtFacsimileTelephoneNumber, kIdAtFacsimileTelephoneNumber),
+    holds<kX520InternationalISDNNumber>(32, kIdAtInternationalISDNNumber),
+    holds<kPrintableString1>(33, kIdAtDestinationIndicator),
+    holds<kX520PreferredDeliveryMethod>(34, kIdAtPreferredDeliveryMethod),
+    holds<kX520PresentationAddress>(35, kIdAtPresentationAddress),
+    holds<kX520ProtocolInformation>(36, kIdAtProtocolInformation),
     // Deliberate: the identifier of the row above. This row has no effect, and a domainComponent
     // resolves to no type.
-    holds<kDomainComponent>(kIdAtProtocolInformation),
-    holds<kPkcs9email>(kIdEmailAddress),
-    holds<kDss_Parms>(kIdDsa),
-    holds<kX121Address>(kIdAtX121Address),
-    holds<kDirectoryString>(kIdAtCommonName),
-    holds<kDirectoryString>(kIdAtLocalityName),
-    holds<kDirectoryString>(kIdAtStateOrProvinceName),
-    holds<kDirectoryString>(kIdAtOrganizationName),
-    holds<kDirectoryString>(kIdAtOrganizationalUnitName),
-    holds<kDirectoryString>(kIdAtTitle),
-    holds<kDirectoryString>(kIdAtDmdName),
-    holds<kDirectoryString>(kIdAtStreetAddress),
-    holds<kDirectoryString>(kIdAtDescription),
-    holds<kDirectoryString>(kIdAtBusinessCategory),
-    holds<kX520PostalAddress>(kIdAtPostalAddress),
-    holds<kDirectoryString>(kIdAtPostalCode),
-    holds<kDirectoryString>(kIdAtPostOfficeBox),
-    holds<kDirectoryString>(kIdAtPhysicalDeliveryOfficeName),
-    holds<kX520PostalAddress>(kIdAtRegisteredAddress),
-    holds<kDirectoryString>(kIdAtHouseIdentifier),
-    holds<kDirectoryString>(kIdAtPseudonym),
-    holds<kDistinguishedName>(kIdAtDistinguishedName),
-    holds<kTimingMetrics>(kIdTimingMetrics),
-    holds<kDistinguishedName>(kIdAtMember),
-    holds<kDistinguishedName>(kIdAtOwner),
-    holds<kDistinguishedName>(kIdAtRoleOccupant),
-    holds<kDistinguishedName>(kIdAtSeeAlso),
-    holds<kX520UniqueMember>(kIdAtUniqueMember),
-    holds<kSignedData>(kIdSignedData),
-    holds<kTimingPolicyObj>(kIdTimingPolicyAttribute),
-    holds<kTimingMeticsObj>(kIdTimingMetricsAttribute),
-    holds<kExtensionRequest0>(kIdExtensionRequest),
-    holds<kAttrMsgDigest>(kIdMessageDigest),
-    holds<kAttrContentType>(kIdContentType),
-    holds<kSigningCertificateV2>(kIdSigningCertificateV2),
-    holds<kSigningCertificate>(kIdSigningCertificate),
-    holds<kSignerAttribute>(kIdSignerAttributes),
-    holds<kSignaturePolicyIdentifier>(kIdSignaturePolicy),
-    holds<kTime>(kIdSigningTime),
+    holds<kDomainComponent>(37, kIdAtProtocolInformation),
+    holds<kPkcs9email>(kAnyEmailAddress, kIdEmailAddress),
+    holds<kDss_Parms>(kAnyDsa, kIdDsa),
+    holds<kX121Address>(40, kIdAtX121Address),
+    holds<kDirectoryString>(41, kIdAtCommonName),
+    holds<kDirectoryString>(42, kIdAtLocalityName),
+    holds<kDirectoryString>(43, kIdAtStateOrProvinceName),
+    holds<kDirectoryString>(44, kIdAtOrganizationName),
+    holds<kDirectoryString>(45, kIdAtOrganizationalUnitName),
+    holds<kDirectoryString>(46, kIdAtTitle),
+    holds<kDirectoryString>(47, kIdAtDmdName),
+    holds<kDirectoryString>(48, kIdAtStreetAddress),
+    holds<kDirectoryString>(49, kIdAtDescription),
+    holds<kDirectoryString>(50, kIdAtBusinessCategory),
+    holds<kX520PostalAddress>(51, kIdAtPostalAddress),
+    holds<kDirectoryString>(52, kIdAtPostalCode),
+    holds<kDirectoryString>(53, kIdAtPostOfficeBox),
+    holds<kDirectoryString>(54, kIdAtPhysicalDeliveryOfficeName),
+    holds<kX520PostalAddress>(55, kIdAtRegisteredAddress),
+    holds<kDirectoryString>(56, kIdAtHouseIdentifier),
+    holds<kDirectoryString>(57, kIdAtPseudonym),
+    holds<kDistinguishedName>(58, kIdAtDistinguishedName),
+    holds<kTimingMetrics>(kAnyTimingMetrics, kIdTimingMetrics),
+    holds<kDistinguishedName>(60, kIdAtMember),
+    holds<kDistinguishedName>(61, kIdAtOwner),
+    holds<kDistinguishedName>(62, kIdAtRoleOccupant),
+    holds<kDistinguishedName>(63, kIdAtSeeAlso),
+    holds<kX520UniqueMember>(64, kIdAtUniqueMember),
+    holds<kSignedData>(kAnySignedData, kIdSignedData),
+    holds<kTimingPolicyObj>(kAnyTimingPolicyAttribute, kIdTimingPolicyAttribute),
+    holds<kTimingMeticsObj>(kAnyTimingMetricsAttribute, kIdTimingMetricsAttribute),
+    holds<kExtensionRequest0>(68, kIdExtensionRequest),
+    holds<kAttrMsgDigest>(kAnyMessageDigest, kIdMessageDigest),
+    holds<kAttrContentType>(kAnyContentType, kIdContentType),
+    holds<kSigningCertificateV2>(kAnySigningCertificateV2, kIdSigningCertificateV2),
+    holds<kSigningCertificate>(kAnySigningCertificate, kIdSigningCertificate),
+    holds<kSignerAttribute>(kAnySignerAttributes, kIdSignerAttributes),
+    holds<kSignaturePolicyIdentifier>(74, kIdSignaturePolicy),
+    holds<kTime>(kAnySigningTime, kIdSigningTime),
 };
-static_assert(std::size(kRegistrations) == kOpenTypeRows);
-static_assert(kRegistrations[kAnyData].identifier.octs == kIdData.octs);
-static_assert(kRegistrations[kAnyAtSupportedApplicationContext].identifier.octs ==
-              kIdAtSupportedApplicationContext.octs);
-static_assert(kRegistrations[kAnyAtUniqueIdentifier].identifier.octs == kIdAtUniqueIdentifier.octs);
-static_assert(kRegistrations[kAnyAuthenticodeTimeStamp].identifier.octs == kIdAuthenticodeTimeStamp.octs);
-static_assert(kRegistrations[kAnyAtTelexNumber].identifier.octs == kIdAtTelexNumber.octs);
-static_assert(kRegistrations[kAnyAtFacsimileTelephoneNumber].identifier.octs ==
-              kIdAtFacsimileTelephoneNumber.octs);
-static_assert(kRegistrations[kAnyEmailAddress].identifier.octs == kIdEmailAddress.octs);
-static_assert(kRegistrations[kAnyDsa].identifier.octs == kIdDsa.octs);
-static_assert(kRegistrations[kAnyTimingMetrics].identifier.octs == kIdTimingMetrics.octs);
-static_assert(kRegistrations[kAnySignedData].identifier.octs == kIdSignedData.octs);
-static_assert(kRegistrations[kAnyTimingPolicyAttribute].identifier.octs == kIdTimingPolicyAttribute.octs);
-static_assert(kRegistrations[kAnyTimingMetricsAttribute].identifier.octs == kIdTimingMetricsAttribute.octs);
-static_assert(kRegistrations[kAnyMessageDigest].identifier.octs == kIdMessageDigest.octs);
-static_assert(kRegistrations[kAnyContentType].identifier.octs == kIdContentType.octs);
-static_assert(kRegistrations[kAnySigningCertificateV2].identifier.octs == kIdSigningCertificateV2.octs);
-static_assert(kRegistrations[kAnySigningCertificate].identifier.octs == kIdSigningCertificate.octs);
-static_assert(kRegistrations[kAnySignerAttributes].identifier.octs == kIdSignerAttributes.octs);
-static_assert(kRegistrations[kAnySigningTime].identifier.octs == kIdSigningTime.octs);
+static_assert(std::size(kRegistrations) == kOpenTypeRows, "kOpenTypeRows is the number of rows");
+
+// rows_in_place fails to compile, and names the row, when one is not where its first column says.
+template <OpenTypeRow kRow>
+constexpr bool row_in_place() {
+  static_assert(kRegistrations[kRow].row == kRow, "this row of kRegistrations is not at its place");
+  return true;
+}
+template <size_t... kRows>
+constexpr bool rows_in_place(std::index_sequence<kRows...>) {
+  return (row_in_place<OpenTypeRow(kRows)>() && ...);
+}
+static_assert(rows_in_place(std::make_index_sequence<kOpenTypeRows>()));
 
 }  // namespace
 
+std::span<const Registration> OpenTypeTable() {
+  return kRegistrations;
+}
+
 bool RegisterOpenTypes() {
-  int32_t anyId = 0;
   for (const Registration& r : kRegistrations)
-    if (!InstallAnyByOid(anyId++, r.identifier, r.size, r.encode, r.decode, r.free, r.print)) return false;
+    if (!InstallAnyByOid(r.row, r.identifier, r.type->size, r.encode, r.decode, r.free, r.print))
+      return false;
   return true;
+}
+
+OctetsView OpenValueOctets(const AsnAny& any) {
+  if (any.ai == nullptr || any.value == nullptr) return {};
+  // A value in another shape than the registered one is of no row.
+  const auto row = size_t(any.ai->anyId);
+  if (row >= std::size(kRegistrations) || kRegistrations[row].octets == nullptr) return {};
+  return kRegistrations[row].octets(any.value);
 }
 
 }  // namespace qex

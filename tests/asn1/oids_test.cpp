@@ -4,6 +4,7 @@
 
 #include <map>
 
+#include "asn1/attribute.h"
 #include "tests/asn1/samples.h"
 #include "tests/support/codec.h"
 #include "tests/support/files.h"
@@ -15,189 +16,110 @@ using namespace der;
 
 #define QEX_IDENTIFIER(name) \
   { #name, name }
-// In the order of the rows.
-const std::pair<const char*, AsnOid> kRegistered[] = {
-    QEX_IDENTIFIER(kIdSha1),
-    QEX_IDENTIFIER(kIdSha256),
-    QEX_IDENTIFIER(kIdSha384),
-    QEX_IDENTIFIER(kIdSha512),
-    QEX_IDENTIFIER(kIdMd5),
-    QEX_IDENTIFIER(kIdDsaWithSha1),
-    QEX_IDENTIFIER(kIdDsaWithSha256),
-    QEX_IDENTIFIER(kIdSha1WithRsa),
-    QEX_IDENTIFIER(kIdSha256WithRsa),
-    QEX_IDENTIFIER(kIdSha384WithRsa),
-    QEX_IDENTIFIER(kIdSha512WithRsa),
-    QEX_IDENTIFIER(kIdMd5WithRsa),
-    QEX_IDENTIFIER(kIdMd2WithRsa),
-    QEX_IDENTIFIER(kIdRsaEncryption),
-    QEX_IDENTIFIER(kIdRipemd160),
-    QEX_IDENTIFIER(kIdRipemd128),
-    QEX_IDENTIFIER(kIdRipemd256),
-    QEX_IDENTIFIER(kIdRsaWithRipemd160),
-    QEX_IDENTIFIER(kIdRsaWithRipemd128),
-    QEX_IDENTIFIER(kIdRsaWithRipemd256),
-    QEX_IDENTIFIER(kIdData),
-    QEX_IDENTIFIER(kIdAtSupportedApplicationContext),
-    QEX_IDENTIFIER(kIdAtCommunicationsService),
-    QEX_IDENTIFIER(kIdAtCommunicationsNetwork),
-    QEX_IDENTIFIER(kIdAtUniqueIdentifier),
-    QEX_IDENTIFIER(kIdAuthenticodeTimeStamp),
-    QEX_IDENTIFIER(kIdAtDnQualifier),
-    QEX_IDENTIFIER(kIdAtCountryName),
-    QEX_IDENTIFIER(kIdAtSerialNumber),
-    QEX_IDENTIFIER(kIdAtTelephoneNumber),
-    QEX_IDENTIFIER(kIdAtTelexNumber),
-    QEX_IDENTIFIER(kIdAtFacsimileTelephoneNumber),
-    QEX_IDENTIFIER(kIdAtInternationalISDNNumber),
-    QEX_IDENTIFIER(kIdAtDestinationIndicator),
-    QEX_IDENTIFIER(kIdAtPreferredDeliveryMethod),
-    QEX_IDENTIFIER(kIdAtPresentationAddress),
-    QEX_IDENTIFIER(kIdAtProtocolInformation),
-    QEX_IDENTIFIER(kIdAtProtocolInformation),
-    QEX_IDENTIFIER(kIdEmailAddress),
-    QEX_IDENTIFIER(kIdDsa),
-    QEX_IDENTIFIER(kIdAtX121Address),
-    QEX_IDENTIFIER(kIdAtCommonName),
-    QEX_IDENTIFIER(kIdAtLocalityName),
-    QEX_IDENTIFIER(kIdAtStateOrProvinceName),
-    QEX_IDENTIFIER(kIdAtOrganizationName),
-    QEX_IDENTIFIER(kIdAtOrganizationalUnitName),
-    QEX_IDENTIFIER(kIdAtTitle),
-    QEX_IDENTIFIER(kIdAtDmdName),
-    QEX_IDENTIFIER(kIdAtStreetAddress),
-    QEX_IDENTIFIER(kIdAtDescription),
-    QEX_IDENTIFIER(kIdAtBusinessCategory),
-    QEX_IDENTIFIER(kIdAtPostalAddress),
-    QEX_IDENTIFIER(kIdAtPostalCode),
-    QEX_IDENTIFIER(kIdAtPostOfficeBox),
-    QEX_IDENTIFIER(kIdAtPhysicalDeliveryOfficeName),
-    QEX_IDENTIFIER(kIdAtRegisteredAddress),
-    QEX_IDENTIFIER(kIdAtHouseIdentifier),
-    QEX_IDENTIFIER(kIdAtPseudonym),
-    QEX_IDENTIFIER(kIdAtDistinguishedName),
-    QEX_IDENTIFIER(kIdTimingMetrics),
-    QEX_IDENTIFIER(kIdAtMember),
-    QEX_IDENTIFIER(kIdAtOwner),
-    QEX_IDENTIFIER(kIdAtRoleOccupant),
-    QEX_IDENTIFIER(kIdAtSeeAlso),
-    QEX_IDENTIFIER(kIdAtUniqueMember),
-    QEX_IDENTIFIER(kIdSignedData),
-    QEX_IDENTIFIER(kIdTimingPolicyAttribute),
-    QEX_IDENTIFIER(kIdTimingMetricsAttribute),
-    QEX_IDENTIFIER(kIdExtensionRequest),
-    QEX_IDENTIFIER(kIdMessageDigest),
-    QEX_IDENTIFIER(kIdContentType),
-    QEX_IDENTIFIER(kIdSigningCertificateV2),
-    QEX_IDENTIFIER(kIdSigningCertificate),
-    QEX_IDENTIFIER(kIdSignerAttributes),
-    QEX_IDENTIFIER(kIdSignaturePolicy),
-    QEX_IDENTIFIER(kIdSigningTime),
-};
 const std::map<std::string, AsnOid> kOthers = {
-    QEX_IDENTIFIER(kIdMd2),
-    QEX_IDENTIFIER(kIdAcaChargingIdentity),
-    QEX_IDENTIFIER(kIdDhPublicNumber),
-    QEX_IDENTIFIER(kIdAcaGroup),
-    QEX_IDENTIFIER(kIdAlgEsdh),
-    QEX_IDENTIFIER(kIdAcaEncAttrs),
-    QEX_IDENTIFIER(kIdAlgCms3DesWrap),
-    QEX_IDENTIFIER(kIdAt),
-    QEX_IDENTIFIER(kIdAlgCmsRc2Wrap),
-    QEX_IDENTIFIER(kIdAtSurname),
-    QEX_IDENTIFIER(kIdDesEde3Cbc),
-    QEX_IDENTIFIER(kIdAtName),
-    QEX_IDENTIFIER(kIdRc2Cbc),
-    QEX_IDENTIFIER(kIdAtGivenName),
-    QEX_IDENTIFIER(kIdHmacSha1),
-    QEX_IDENTIFIER(kIdAtInitials),
-    QEX_IDENTIFIER(kIdTimingArc),
-    QEX_IDENTIFIER(kIdAtGenerationQualifier),
-    QEX_IDENTIFIER(kIdTimingArc_2),
-    QEX_IDENTIFIER(kIdAtEnhancedSearchGuide),
-    QEX_IDENTIFIER(kIdTimingArc_3),
-    QEX_IDENTIFIER(kIdAtRole),
-    QEX_IDENTIFIER(kIdTimingArc_4),
-    QEX_IDENTIFIER(kIdAt52_2),
-    QEX_IDENTIFIER(kIdTimingArc_3_1),
-    QEX_IDENTIFIER(kIdAt53_2),
-    QEX_IDENTIFIER(kIdTimingArc_3_2),
-    QEX_IDENTIFIER(kIdAt55_2),
-    QEX_IDENTIFIER(kIdEnvelopedData),
-    QEX_IDENTIFIER(kIdAt56_2),
-    QEX_IDENTIFIER(kIdDigestedData),
-    QEX_IDENTIFIER(kIdAt57_2),
-    QEX_IDENTIFIER(kIdEncryptedData),
-    QEX_IDENTIFIER(kIdAt58_2),
-    QEX_IDENTIFIER(kIdCtAuthData),
-    QEX_IDENTIFIER(kIdAt59_2),
-    QEX_IDENTIFIER(kIdCtTSTInfo),
-    QEX_IDENTIFIER(kIdAt60_2),
-    QEX_IDENTIFIER(kIdCountersignature),
     QEX_IDENTIFIER(kIdDomainComponent),
-    QEX_IDENTIFIER(kIdPkix),
-    QEX_IDENTIFIER(kIdPkcs9),
-    QEX_IDENTIFIER(kIdPe),
+    QEX_IDENTIFIER(kIdDhPublicNumber),
     QEX_IDENTIFIER(kIdPkcs1),
-    QEX_IDENTIFIER(kIdQt),
-    QEX_IDENTIFIER(kIdCe),
-    QEX_IDENTIFIER(kIdKp),
-    QEX_IDENTIFIER(kIdCeSubjectDirectoryAttributes),
-    QEX_IDENTIFIER(kIdQtCps),
-    QEX_IDENTIFIER(kIdCeSubjectKeyIdentifier),
-    QEX_IDENTIFIER(kIdQtUnotice),
-    QEX_IDENTIFIER(kIdCeKeyUsage),
-    QEX_IDENTIFIER(kIdKpServerAuth),
-    QEX_IDENTIFIER(kIdCePrivateKeyUsagePeriod),
-    QEX_IDENTIFIER(kIdKpClientAuth),
-    QEX_IDENTIFIER(kIdCeSubjectAltName),
-    QEX_IDENTIFIER(kIdKpCodeSigning),
-    QEX_IDENTIFIER(kIdCeIssuerAltName),
-    QEX_IDENTIFIER(kIdKpEmailProtection),
-    QEX_IDENTIFIER(kIdCeBasicConstraints),
-    QEX_IDENTIFIER(kIdKpIpsecEndSystem),
-    QEX_IDENTIFIER(kIdCeCRLNumber),
-    QEX_IDENTIFIER(kIdKpIpsecTunnel),
-    QEX_IDENTIFIER(kIdCeCRLReasons),
-    QEX_IDENTIFIER(kIdKpIpsecUser),
-    QEX_IDENTIFIER(kIdCeHoldInstructionCode),
-    QEX_IDENTIFIER(kIdKpTimeStamping),
-    QEX_IDENTIFIER(kIdCeInvalidityDate),
+    QEX_IDENTIFIER(kIdEnvelopedData),
+    QEX_IDENTIFIER(kIdDigestedData),
+    QEX_IDENTIFIER(kIdEncryptedData),
+    QEX_IDENTIFIER(kIdPkcs9),
+    QEX_IDENTIFIER(kIdCountersignature),
+    QEX_IDENTIFIER(kIdCtAuthData),
+    QEX_IDENTIFIER(kIdCtTSTInfo),
+    QEX_IDENTIFIER(kIdAlgEsdh),
+    QEX_IDENTIFIER(kIdAlgCms3DesWrap),
+    QEX_IDENTIFIER(kIdAlgCmsRc2Wrap),
+    QEX_IDENTIFIER(kIdMd2),
+    QEX_IDENTIFIER(kIdRc2Cbc),
+    QEX_IDENTIFIER(kIdDesEde3Cbc),
+    QEX_IDENTIFIER(kIdTimingArc),
+    QEX_IDENTIFIER(kIdTimingArc_2),
+    QEX_IDENTIFIER(kIdTimingArc_3),
+    QEX_IDENTIFIER(kIdTimingArc_3_1),
+    QEX_IDENTIFIER(kIdTimingArc_3_2),
+    QEX_IDENTIFIER(kIdTimingArc_4),
+    QEX_IDENTIFIER(kIdPkix),
+    QEX_IDENTIFIER(kIdPe),
     QEX_IDENTIFIER(kIdPeAuthorityInfoAccess),
-    QEX_IDENTIFIER(kIdCeDeltaCRLIndicator),
     QEX_IDENTIFIER(kIdPeAcAuditIdentity),
-    QEX_IDENTIFIER(kIdCeIssuingDistributionPoint),
     QEX_IDENTIFIER(kIdPeAaControls),
-    QEX_IDENTIFIER(kIdCeCertificateIssuer),
     QEX_IDENTIFIER(kIdPeAcProxying),
-    QEX_IDENTIFIER(kIdCeNameConstraints),
+    QEX_IDENTIFIER(kIdQt),
+    QEX_IDENTIFIER(kIdQtCps),
+    QEX_IDENTIFIER(kIdQtUnotice),
+    QEX_IDENTIFIER(kIdKp),
+    QEX_IDENTIFIER(kIdKpServerAuth),
+    QEX_IDENTIFIER(kIdKpClientAuth),
+    QEX_IDENTIFIER(kIdKpCodeSigning),
+    QEX_IDENTIFIER(kIdKpEmailProtection),
+    QEX_IDENTIFIER(kIdKpIpsecEndSystem),
+    QEX_IDENTIFIER(kIdKpIpsecTunnel),
+    QEX_IDENTIFIER(kIdKpIpsecUser),
+    QEX_IDENTIFIER(kIdKpTimeStamping),
     QEX_IDENTIFIER(kIdPkip),
-    QEX_IDENTIFIER(kIdCeCRLDistributionPoints),
     QEX_IDENTIFIER(kIdRegCtrl),
-    QEX_IDENTIFIER(kIdCeCertificatePolicies),
     QEX_IDENTIFIER(kIdRegCtrlRegToken),
-    QEX_IDENTIFIER(kIdCePolicyMappings),
     QEX_IDENTIFIER(kIdRegCtrlAuthenticator),
-    QEX_IDENTIFIER(kIdCeAuthorityKeyIdentifier),
     QEX_IDENTIFIER(kIdRegCtrlPkiPublicationInfo),
-    QEX_IDENTIFIER(kIdCePolicyConstraints),
     QEX_IDENTIFIER(kIdRegCtrlPkiArchiveOptions),
-    QEX_IDENTIFIER(kIdCeExtKeyUsage),
     QEX_IDENTIFIER(kIdRegCtrlOldCertID),
-    QEX_IDENTIFIER(kIdCeTargetInformation),
     QEX_IDENTIFIER(kIdRegCtrlProtocolEncrKey),
-    QEX_IDENTIFIER(kIdAtClearance),
     QEX_IDENTIFIER(kIdRegInfo),
-    QEX_IDENTIFIER(kIdTeletrustArc),
     QEX_IDENTIFIER(kIdRegInfoUtf8Pairs),
-    QEX_IDENTIFIER(kIdHoldInstruction),
     QEX_IDENTIFIER(kIdRegInfoCertReq),
-    QEX_IDENTIFIER(kIdHoldInstruction1),
     QEX_IDENTIFIER(kIdAca),
-    QEX_IDENTIFIER(kIdHoldInstruction2),
     QEX_IDENTIFIER(kIdAcaAuthenticationInfo),
-    QEX_IDENTIFIER(kIdHoldInstruction3),
     QEX_IDENTIFIER(kIdAcaAccessIdentity),
+    QEX_IDENTIFIER(kIdAcaChargingIdentity),
+    QEX_IDENTIFIER(kIdAcaGroup),
+    QEX_IDENTIFIER(kIdAcaEncAttrs),
+    QEX_IDENTIFIER(kIdHmacSha1),
+    QEX_IDENTIFIER(kIdTeletrustArc),
+    QEX_IDENTIFIER(kIdHoldInstruction),
+    QEX_IDENTIFIER(kIdHoldInstruction1),
+    QEX_IDENTIFIER(kIdHoldInstruction2),
+    QEX_IDENTIFIER(kIdHoldInstruction3),
+    QEX_IDENTIFIER(kIdAtClearance),
+    QEX_IDENTIFIER(kIdAt),
+    QEX_IDENTIFIER(kIdAtSurname),
+    QEX_IDENTIFIER(kIdAtName),
+    QEX_IDENTIFIER(kIdAtGivenName),
+    QEX_IDENTIFIER(kIdAtInitials),
+    QEX_IDENTIFIER(kIdAtGenerationQualifier),
+    QEX_IDENTIFIER(kIdAtEnhancedSearchGuide),
+    QEX_IDENTIFIER(kIdAt52_2),
+    QEX_IDENTIFIER(kIdAt53_2),
+    QEX_IDENTIFIER(kIdAt55_2),
+    QEX_IDENTIFIER(kIdAt56_2),
+    QEX_IDENTIFIER(kIdAt57_2),
+    QEX_IDENTIFIER(kIdAt58_2),
+    QEX_IDENTIFIER(kIdAt59_2),
+    QEX_IDENTIFIER(kIdAt60_2),
+    QEX_IDENTIFIER(kIdAtRole),
+    QEX_IDENTIFIER(kIdCe),
+    QEX_IDENTIFIER(kIdCeSubjectDirectoryAttributes),
+    QEX_IDENTIFIER(kIdCeSubjectKeyIdentifier),
+    QEX_IDENTIFIER(kIdCeKeyUsage),
+    QEX_IDENTIFIER(kIdCePrivateKeyUsagePeriod),
+    QEX_IDENTIFIER(kIdCeSubjectAltName),
+    QEX_IDENTIFIER(kIdCeIssuerAltName),
+    QEX_IDENTIFIER(kIdCeBasicConstraints),
+    QEX_IDENTIFIER(kIdCeCRLNumber),
+    QEX_IDENTIFIER(kIdCeCRLReasons),
+    QEX_IDENTIFIER(kIdCeHoldInstructionCode),
+    QEX_IDENTIFIER(kIdCeInvalidityDate),
+    QEX_IDENTIFIER(kIdCeDeltaCRLIndicator),
+    QEX_IDENTIFIER(kIdCeIssuingDistributionPoint),
+    QEX_IDENTIFIER(kIdCeCertificateIssuer),
+    QEX_IDENTIFIER(kIdCeNameConstraints),
+    QEX_IDENTIFIER(kIdCeCRLDistributionPoints),
+    QEX_IDENTIFIER(kIdCeCertificatePolicies),
+    QEX_IDENTIFIER(kIdCePolicyMappings),
+    QEX_IDENTIFIER(kIdCeAuthorityKeyIdentifier),
+    QEX_IDENTIFIER(kIdCePolicyConstraints),
+    QEX_IDENTIFIER(kIdCeExtKeyUsage),
+    QEX_IDENTIFIER(kIdCeTargetInformation),
 };
 #undef QEX_IDENTIFIER
 
@@ -261,10 +183,11 @@ TEST(OpenTypeTable, EveryRowResolvesToItsType) {
   const auto types = values();
   const auto rows = LinesOf("open_types.txt");
   ASSERT_EQ(rows.size(), 76u);
+  ASSERT_EQ(OpenTypeTable().size(), 76u);
   for (const auto& row : rows) {
     SCOPED_TRACE(row[0] + ' ' + row[1]);
     const size_t number = size_t(std::stoul(row[0]));
-    EXPECT_EQ(ToHex(kRegistered[number].second), row[2]) << kRegistered[number].first;
+    EXPECT_EQ(ToHex(OpenTypeTable()[number].identifier), row[2]);
     if (number == 37) continue;
     AsnAny any = look_up(hex(row[2]));
     ASSERT_NE(any.ai, nullptr);
@@ -292,6 +215,48 @@ TEST(OpenTypeTable, EveryRowResolvesToItsType) {
       EXPECT_LE(refused.code, -100);
     }
   }
+}
+
+// The octets of the samples above, by the content of the string, the number or the alternative in them.
+TEST(OpenTypeTable, ValuesOfStringsAndIdentifiersHaveOctets) {
+  const std::map<std::string, const char*> octets = {
+      {"OCTET-STRING", "61"},
+      {"OBJECT-IDENTIFIER", "2a03"},
+      {"BIT-STRING", "80"},
+      {"PrintableString1", "78"},
+      {"X520FacsimileTelephoneNumber", "31"},
+      {"X520InternationalISDNNumber", "31"},
+      {"Pkcs9email", "614062"},
+      {"X121Address", "31"},
+      {"DirectoryString", "78"},
+      {"AttrMsgDigest", "61"},
+      {"AttrContentType", "2a03"},
+  };
+  const auto types = values();
+  for (const auto& row : LinesOf("open_types.txt")) {
+    if (row[0] == "37") continue;
+    SCOPED_TRACE(row[0] + ' ' + row[1]);
+    AsnAny any = look_up(hex(row[2]));
+    EXPECT_EQ(OpenValueOctets(any).data(), nullptr);  // no value yet
+    Input input(types.at(row[3]).sample);
+    AsnLen bytes = 0;
+    ASSERT_EQ(OutcomeOf([&](AsnJmpEnv& env) { BDecAny(input.handle(), &any, &bytes, env); }), kDecoded);
+    const OctetsView found = OpenValueOctets(any);
+    const auto expected = octets.find(row[3]);
+    EXPECT_EQ(found.data() != nullptr, expected != octets.end());
+    EXPECT_EQ(ToHex(Octets(found.begin(), found.end())), expected == octets.end() ? "" : expected->second);
+    FreeAny(&any);
+  }
+}
+
+TEST(OpenTypeTable, AValueThatIsNotOfARowHasNoOctets) {
+  AsnOcts text{};
+  for (const int32_t row : {-1, int32_t{kOpenTypeRows}, kAnyTimingMetricsInPlace}) {
+    AnyInfo info{};
+    info.anyId = row;
+    EXPECT_EQ(OpenValueOctets({&info, &text}).data(), nullptr);
+  }
+  EXPECT_EQ(OpenValueOctets({nullptr, &text}).data(), nullptr);
 }
 
 // The row that repeats the identifier of the one before has no effect, and so a domainComponent
