@@ -1,4 +1,7 @@
 // Values as text: braces, names, indentation, and the forms of the primitive types.
+#include <string>
+#include <vector>
+
 #include "asn1/attribute.h"
 #include "asn1/cms.h"
 #include "asn1/names.h"
@@ -189,6 +192,30 @@ TEST(Print, NamesAreThoseOfTheModules) {
             "    type-id {2 5 4 3},\n"
             "    value utf8String '78'H  -- \"x\" --\n"
             "}");
+}
+
+// The tables write out the names that are no C++ identifiers: those of RFC 5280, appendix A, with hyphens.
+TEST(Print, HyphenatedNamesAreThoseOfTheModule) {
+  const struct {
+    const Type* type;
+    std::vector<std::string> names;
+  } rows[] = {
+      {&kOtherName, {"type-id", "value"}},
+      {&kCountryName, {"x121-dcc-code", "iso-3166-alpha2-code"}},
+      {&kPersonalName, {"surname", "given-name", "initials", "generation-qualifier"}},
+      {&kBuiltInStandardAttributes,
+       {"country-name", "administration-domain-name", "network-address", "terminal-identifier",
+        "private-domain-name", "organization-name", "numeric-user-identifier", "personal-name",
+        "organizational-unit-names"}},
+      {&kExtensionAttribute, {"extension-attribute-type", "extension-attribute-value"}},
+      {&kORAddress,
+       {"built-in-standard-attributes", "built-in-domain-defined-attributes", "extension-attributes"}},
+  };
+  for (const auto& row : rows) {
+    std::vector<std::string> names;
+    for (const Field& f : row.type->fields) names.emplace_back(f.name);
+    EXPECT_EQ(names, row.names) << row.type->name;
+  }
 }
 
 // The names that are printed are those of the modules' fields, type by type.
