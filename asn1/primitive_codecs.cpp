@@ -13,18 +13,25 @@ struct Adapt {
   static void print(FILE* f, const void* v, unsigned indent) { Print(f, static_cast<const T*>(v), indent); }
 };
 
-// Values without octets of their own are never absent where they stand inline.
+// Values without octets of their own are never absent where a record holds them inline.
 template <class T, auto Decode, auto Encode, auto Print>
 constexpr Codec plain_codec() {
   using A = Adapt<T, Decode, Encode, Print>;
-  return {A::decode, A::encode, nullptr, A::print, [](const void*) { return false; }};
+  return {.decode = A::decode,
+          .encode = A::encode,
+          .free = nullptr,
+          .print = A::print,
+          .absent = [](const void*) { return false; }};
 }
 
 template <class T, auto Decode, auto Encode, auto Free, auto Print>
 constexpr Codec octets_codec() {
   using A = Adapt<T, Decode, Encode, Print>;
-  return {A::decode, A::encode, [](void* v) { Free(static_cast<T*>(v)); }, A::print,
-          [](const void* v) { return static_cast<const T*>(v)->octs == nullptr; }};
+  return {.decode = A::decode,
+          .encode = A::encode,
+          .free = [](void* v) { Free(static_cast<T*>(v)); },
+          .print = A::print,
+          .absent = [](const void* v) { return static_cast<const T*>(v)->octs == nullptr; }};
 }
 
 }  // namespace

@@ -176,12 +176,6 @@ const uint8_t* ExpBufGetSegment(ExpBuf** b, size_t* n) {
   return run;
 }
 
-size_t ExpBufRemaining(const ExpBuf* buf) {
-  size_t total = unread(buf);
-  for (const ExpBuf* block = buf->nextBlock; block != nullptr; block = block->nextBlock) total += held(block);
-  return total;
-}
-
 bool ExpBufExpect(ExpBuf** b, size_t n) {
   ExpBuf* block = *b;
   size_t left = unread(block);

@@ -29,12 +29,12 @@ inline constexpr size_t kInitialBlockSize = 1024;
 inline constexpr size_t kLibraryBlockSize = 2048;  // in force once the library is initialised
 
 // ExpBufSetBlockSize sets the size in bytes of the data blocks allocated from now on; 0
-// counts as 1. ExpBufBlockSize returns it. The word is one for the whole process, atomic.
+// counts as 1. ExpBufBlockSize returns it. One atomic word of the process holds it.
 void ExpBufSetBlockSize(size_t bytes);
-size_t ExpBufBlockSize();
+[[nodiscard]] size_t ExpBufBlockSize();
 
-// ExpBufNew returns one empty block, set for writing backward, or null when memory is out.
-ExpBuf* ExpBufNew();
+// ExpBufNew returns one empty block, set for writing backward, or null when an allocation fails.
+[[nodiscard]] ExpBuf* ExpBufNew();
 
 // ExpBufWrapData makes `buf` describe `len` bytes of the caller for reading. Nothing is
 // copied; the bytes stay the caller's, are never written, and `buf` is not for ExpBufFreeChain.
@@ -44,15 +44,15 @@ void ExpBufWrapData(ExpBuf* buf, const uint8_t* data, size_t len);
 void ExpBufFreeChain(ExpBuf* buf);
 
 // ExpBufFirst and ExpBufLast return the block at that end of the chain of `buf`.
-ExpBuf* ExpBufFirst(ExpBuf* buf);
-ExpBuf* ExpBufLast(ExpBuf* buf);
+[[nodiscard]] ExpBuf* ExpBufFirst(ExpBuf* buf);
+[[nodiscard]] ExpBuf* ExpBufLast(ExpBuf* buf);
 
 // ExpBufRewind makes the chain readable from its start: the handle moves to the front-most
 // block that holds data, cursors return to the first byte and every readError is cleared.
 void ExpBufRewind(ExpBuf** b);
 
 // ExpBufLength returns the number of data bytes in the whole chain of `buf`.
-size_t ExpBufLength(const ExpBuf* buf);
+[[nodiscard]] size_t ExpBufLength(const ExpBuf* buf);
 
 // ExpBufEnterNextBlock moves the handle from a used-up block that has a successor to the next
 // one that holds data, or to the last one, and sets that block's cursor to its start.
@@ -74,7 +74,7 @@ inline uint8_t ExpBufGetByte(ExpBuf** b) {
 
 // ExpBufPeekByte returns the next byte without advancing; at the end of the data it
 // sets readError and returns 0, and reads nothing.
-uint8_t ExpBufPeekByte(ExpBuf** b);
+[[nodiscard]] uint8_t ExpBufPeekByte(ExpBuf** b);
 
 // ExpBufCopyOut copies up to `n` bytes to `dst`, crossing blocks, and returns how many.
 // Fewer than `n` set readError on the block where the handle ends.
@@ -83,20 +83,17 @@ size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n);
 // ExpBufGetSegment returns the next run of at most `*n` bytes inside the current block
 // without copying, sets `*n` to its length and advances as ExpBufGetByte does. At the end of
 // the data it returns null and sets `*n` to 0; readError is not touched.
-const uint8_t* ExpBufGetSegment(ExpBuf** b, size_t* n);
+[[nodiscard]] const uint8_t* ExpBufGetSegment(ExpBuf** b, size_t* n);
 
-// ExpBufRemaining returns the number of bytes between the cursor and the end of the chain.
-size_t ExpBufRemaining(const ExpBuf* buf);
-
-// ExpBufExpect tells whether `n` bytes can be read: as many remain, and no read has failed. Where
+// ExpBufExpect returns whether `n` bytes can be read: as many remain, and no read has failed. Where
 // fewer remain it sets readError, as reading them would. It looks at no more blocks than the
 // bytes take up, so that asking before every value keeps decoding linear.
-bool ExpBufExpect(ExpBuf** b, size_t n);
+[[nodiscard]] bool ExpBufExpect(ExpBuf** b, size_t n);
 
 // ExpBufEnterPrevBlock moves the handle from a full block to the one before it, emptied for
 // writing backward, or to a new one put in front. False when that cannot be allocated; the
 // block in hand then carries writeError.
-bool ExpBufEnterPrevBlock(ExpBuf** b);
+[[nodiscard]] bool ExpBufEnterPrevBlock(ExpBuf** b);
 
 // ExpBufPutByteRvs puts a byte in front of the data. A full block is preceded by a new
 // one; when that cannot be allocated writeError is set.
@@ -129,9 +126,9 @@ class ExpBufHolder {
   ExpBufHolder& operator=(const ExpBufHolder&) = delete;
 
   explicit operator bool() const { return block_ != nullptr; }
-  ExpBuf** handle() { return &block_; }
-  ExpBuf* block() const { return block_; }
-  bool failed() const { return block_ == nullptr || block_->writeError != 0; }
+  [[nodiscard]] ExpBuf** handle() { return &block_; }
+  [[nodiscard]] ExpBuf* block() const { return block_; }
+  [[nodiscard]] bool failed() const { return block_ == nullptr || block_->writeError != 0; }
 
  private:
   ExpBuf* block_;

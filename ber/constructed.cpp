@@ -1,4 +1,4 @@
-// The constructed forms of OCTET STRING and BIT STRING.
+// The constructed forms of OCTET STRING and BIT STRING. Clauses are those of X.690.
 //
 // One loop walks both. It counts the octets read since the string's content began; of every
 // string that is open it keeps the count at which it ends, so a closed one costs nothing.
@@ -19,7 +19,7 @@ uint64_t end_of(uint64_t start, AsnLen len) {
   return len == INDEFINITE_LEN ? kOpenEnded : start + len;
 }
 
-// What tells the two types apart.
+// How the two types differ.
 struct StringKind {
   AsnTag tag;  // of a primitive component
   AsnInt short_code;
@@ -29,12 +29,19 @@ struct StringKind {
 };
 
 constexpr StringKind kOctetString = {
-    0x04000000, -18, "BDecConsOctetString: ERROR - attempt to decode past end of data\n", -19,
-    "BDecConsOctetString: ERROR - decoded non-OCTET STRING tag inside a constructed OCTET STRING\n"};
+    .tag = 0x04000000,
+    .short_code = -18,
+    .short_text = "BDecConsOctetString: ERROR - attempt to decode past end of data\n",
+    .tag_code = -19,
+    .tag_text =
+        "BDecConsOctetString: ERROR - decoded non-OCTET STRING tag inside a constructed OCTET STRING\n"};
 
 constexpr StringKind kBitString = {
-    0x03000000, -2, "FillBitStringStk: ERROR - expecting more data\n", -3,
-    "FillBitStringStk: ERROR - decoded non-BIT STRING tag inside a constructed BIT STRING\n"};
+    .tag = 0x03000000,
+    .short_code = -2,
+    .short_text = "FillBitStringStk: ERROR - expecting more data\n",
+    .tag_code = -3,
+    .tag_text = "FillBitStringStk: ERROR - decoded non-BIT STRING tag inside a constructed BIT STRING\n"};
 
 // collect_octets pushes the `n` octets of a primitive component, a segment for each block.
 void collect_octets(ExpBuf** b, AsnLen n, const StringKind& kind, SegmentStack* stack, AsnJmpEnv& env) {
@@ -49,6 +56,11 @@ void collect_octets(ExpBuf** b, AsnLen n, const StringKind& kind, SegmentStack* 
 
 // walk reads components until the string of length `len` ends and hands the length of each
 // primitive one to `component`, which reads its content.
+//
+// A component has the universal tag of the type, whatever tag the string itself has (8.6.4, 8.7.3, and 8.14.3
+// of an IMPLICIT tag), and may be constructed in its turn. One that runs past the end of a definite length
+// around it is not refused here: the count says how far it has gone, and whoever asked for the string
+// compares that.
 template <class Component>
 void walk(ExpBuf** b, AsnLen len, const StringKind& kind, AsnLen* bytes, AsnJmpEnv& env,
           Component component) {
@@ -61,7 +73,7 @@ void walk(ExpBuf** b, AsnLen len, const StringKind& kind, AsnLen* bytes, AsnJmpE
 
     AsnLen read = 0;
     const AsnTag tag = BDecTag(b, &read, env);
-    if (tag == 0 && end == kOpenEnded) {
+    if (tag == 0 && end == kOpenEnded) {  // end-of-contents, 8.1.5
       BDecSecondEocOctet(b, &read, env);
       at += read;
       if (outer.empty()) break;
@@ -99,11 +111,13 @@ void BDecConsOctetString(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* by
 uint32_t FillBitStringStk(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* bytes, AsnJmpEnv& env) {
   uint32_t unused = 0;
   walk(b, len, kBitString, bytes, env, [&](AsnLen n) {
+    // All components but the last have a multiple of eight bits (8.6.4).
     if (lastUnusedBits.load(std::memory_order_relaxed) != 0) {
       AsnFail(env, -1,
               "FillBitStringStk: ERROR - a component of a constructed BIT STRING that is not the last has "
               "non-zero unused bits\n");
     }
+    // Without the initial octet that 8.6.2.2 asks for, a component adds no bits.
     if (n == 0) return;
     unused = ExpBufGetByte(b);
     if ((*b)->readError != 0) AsnFail(env, kBitString.short_code, kBitString.short_text);

@@ -1,8 +1,8 @@
-// The constructed forms of OCTET STRING and BIT STRING (X.690 8.6.4, 8.7.3): the octets of
+// The constructed forms of OCTET STRING and BIT STRING (X.690 8.6.3, 8.6.4, 8.7.3): the octets of
 // their primitive components are collected as segments of the input, which are copied once.
 //
-// Components may stand inside each other as deep as the input has octets, so nothing here
-// recurses: what is open is kept on the heap, and memory is linear in the input.
+// Components may nest as deep as the input has octets, so nothing here recurses: the open strings are
+// kept on the heap, and memory is linear in the input.
 #pragma once
 
 #include <atomic>
@@ -20,7 +20,7 @@ namespace qex {
 extern std::atomic<uint16_t> lastUnusedBits;
 
 // DecoderStack is a stack of records on the C heap that is released when the decoder is left.
-// Growing raises -27 when memory is out; nothing is allocated before the first record.
+// Growing raises kOutOfMemoryCode when an allocation fails; nothing is allocated before the first record.
 template <class T>
 class DecoderStack {
  public:
@@ -30,12 +30,12 @@ class DecoderStack {
   DecoderStack(const DecoderStack&) = delete;
   DecoderStack& operator=(const DecoderStack&) = delete;
 
-  bool empty() const { return count_ == 0; }
+  [[nodiscard]] bool empty() const { return count_ == 0; }
   void push(const T& item, AsnJmpEnv& env) {
     if (count_ == capacity_) grow(env);
     items_[count_++] = item;
   }
-  T pop() { return items_[--count_]; }
+  [[nodiscard]] T pop() { return items_[--count_]; }
   const T* begin() const { return items_; }
   const T* end() const { return count_ == 0 ? items_ : items_ + count_; }
 
@@ -83,6 +83,7 @@ void BDecConsOctetString(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* by
 // FillBitStringStk does the same for a constructed BIT STRING and returns the unused bits of
 // its last component. A component after one with unused bits raises -1, one that ends early
 // -2, one of another type -3.
-uint32_t FillBitStringStk(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* bytes, AsnJmpEnv& env);
+[[nodiscard]] uint32_t FillBitStringStk(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* bytes,
+                                        AsnJmpEnv& env);
 
 }  // namespace qex

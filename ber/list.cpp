@@ -12,8 +12,11 @@ namespace qex {
 
 namespace {
 
-// link_new_node puts a zeroed node between `prev` and `next`, either of which may be null at
-// an end of the list, and makes it current.
+// In place of a neighbour: there is none, at an end of the list.
+constexpr AsnListNode* kNoNode = nullptr;
+
+// link_new_node puts a zeroed node between `prev` and `next`, either of which may be kNoNode, and makes it
+// current.
 void* link_new_node(AsnList* list, AsnListNode* prev, AsnListNode* next) {
   if (list->count == INT32_MAX) return nullptr;
   // Never smaller than the declared node, so that data[0] can always be read.
@@ -50,11 +53,11 @@ void AsnListInit(AsnList* list, int32_t dataSize) {
 }
 
 void* AsnListAppend(AsnList* list) {
-  return link_new_node(list, list->last, nullptr);
+  return link_new_node(list, list->last, kNoNode);
 }
 
 void* AsnListPrepend(AsnList* list) {
-  return link_new_node(list, nullptr, list->first);
+  return link_new_node(list, kNoNode, list->first);
 }
 
 void* AsnListInsertAfter(AsnList* list) {

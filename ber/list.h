@@ -22,18 +22,18 @@ struct AsnList {
   int32_t dataSize;
 };
 
-// AsnListNew returns an empty list, null when memory is out; AsnListInit empties an
+// AsnListNew returns an empty list, null when an allocation fails; AsnListInit empties an
 // existing header. Nodes will have `dataSize` bytes of element space.
-AsnList* AsnListNew(int32_t dataSize);
+[[nodiscard]] AsnList* AsnListNew(int32_t dataSize);
 void AsnListInit(AsnList* list, int32_t dataSize);
 
 // Adding a node: it becomes the current one and its element space is returned; null when
-// memory is out (or 2^31 - 1 nodes stand already), and from the two inserting at `curr` also
+// an allocation fails (or the list has 2^31 - 1 nodes), and from the two inserting at `curr` also
 // when there is no current node.
-void* AsnListAppend(AsnList* list);
-void* AsnListPrepend(AsnList* list);
-void* AsnListInsertAfter(AsnList* list);
-void* AsnListInsertBefore(AsnList* list);
+[[nodiscard]] void* AsnListAppend(AsnList* list);
+[[nodiscard]] void* AsnListPrepend(AsnList* list);
+[[nodiscard]] void* AsnListInsertAfter(AsnList* list);
+[[nodiscard]] void* AsnListInsertBefore(AsnList* list);
 
 // AsnListRemoveCurrent unlinks and frees the current node, not what it points to; the
 // node after it becomes current.
@@ -45,17 +45,17 @@ void* AsnListFirst(AsnList* list);
 void* AsnListLast(AsnList* list);
 void* AsnListNext(AsnList* list);
 void* AsnListPrev(AsnList* list);
-void* AsnListCurr(const AsnList* list);
-int32_t AsnListCount(const AsnList* list);
+[[nodiscard]] void* AsnListCurr(const AsnList* list);
+[[nodiscard]] int32_t AsnListCount(const AsnList* list);
 
-// AsnListConcat moves the nodes of `l2` behind those of `l1` and returns `l1`; the current node
+// AsnListConcat moves the nodes of `l2` after those of `l1` and returns `l1`; the current node
 // of `l1` stays, or is its first one when it was empty. `l2` still
 // describes the same nodes and is to be discarded without freeing them.
 AsnList* AsnListConcat(AsnList* l1, AsnList* l2);
 
 // AsnListIndexOf returns the position of the node whose stored pointer is `element`, or -1.
 // The walk ends at the first node whose stored pointer is null. `curr` stays.
-int32_t AsnListIndexOf(const void* element, const AsnList* list);
+[[nodiscard]] int32_t AsnListIndexOf(const void* element, const AsnList* list);
 
 // AsnListFreeNodes frees the nodes and empties the list; AsnListFree frees the header too.
 // Elements are not freed.
@@ -85,7 +85,7 @@ class ElementsOf {
 
 // FirstOf returns the first element of a list of `T`, or null.
 template <class T>
-T* FirstOf(const AsnList* list) {
+[[nodiscard]] T* FirstOf(const AsnList* list) {
   return list == nullptr || list->first == nullptr ? nullptr : static_cast<T*>(list->first->data[0]);
 }
 

@@ -5,9 +5,9 @@
 
 namespace qex {
 
-// AsnAlloc returns `bytes` zeroed bytes from the heap, null when memory is out. A request
-// of 0 bytes yields a pointer of its own, so that an empty value is told from an absent one.
-void* AsnAlloc(size_t bytes);
+// AsnAlloc returns `bytes` zeroed bytes from the heap, null when that fails. A request of 0
+// bytes yields a pointer of its own, so that an empty value differs from an absent one.
+[[nodiscard]] void* AsnAlloc(size_t bytes);
 void AsnFree(void* p);
 
 // AsnErrorHandler receives every error text of the codec; the default one writes it to the

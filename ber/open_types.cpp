@@ -35,15 +35,17 @@ Entry** slot_of(Table* table, uint32_t hash) {
   return &table->slots[hash % 256];
 }
 
-// release_table frees a table and the tables below it, and what the leaves describe too when
+enum class Values : bool { kKeep, kRelease };
+
+// release_table frees a table and the tables below it, and the values of the leaves too when
 // `values` says so. It recurses no deeper than tables lie.
-void release_table(Table* table, bool values) {
+void release_table(Table* table, Values values) {
   if (table == nullptr) return;
   for (Entry* entry : table->slots) {
     if (entry == nullptr) continue;
     if (entry->leaf == 0) {
       release_table(entry->table, values);
-    } else if (values) {
+    } else if (values == Values::kRelease) {
       AsnFree(entry->value);
     }
     AsnFree(entry);
@@ -62,7 +64,7 @@ Inserted split(Entry* entry, uint32_t hash, AnyInfo* info) {
   if (table == nullptr) return Inserted::kNoMemory;
   if (insert(table, entry->hash >> 8, entry->value) == Inserted::kNoMemory ||
       insert(table, hash >> 8, info) == Inserted::kNoMemory) {
-    release_table(table, false);
+    release_table(table, Values::kKeep);
     return Inserted::kNoMemory;
   }
   entry->leaf = 0;
@@ -127,19 +129,33 @@ bool install(Table** table, uint32_t hash, const AnyInfo& info) {
 
 bool InstallAnyByOid(int32_t anyId, const AsnOid& oid, uint32_t size, AnyEncode encode, AnyDecode decode,
                      AnyFree free, AnyPrint print) {
-  const AnyInfo info = {anyId, oid, 0, size, encode, decode, free, print};
+  const AnyInfo info = {.anyId = anyId,
+                        .oid = oid,
+                        .intId = 0,
+                        .size = size,
+                        .Encode = encode,
+                        .Decode = decode,
+                        .Free = free,
+                        .Print = print};
   return install(&oid_table, AnyKeyHash(oid.octs, oid.count), info);
 }
 
 bool InstallAnyByInt(int32_t anyId, int32_t intId, uint32_t size, AnyEncode encode, AnyDecode decode,
                      AnyFree free, AnyPrint print) {
-  const AnyInfo info = {anyId, AsnOid{}, intId, size, encode, decode, free, print};
+  const AnyInfo info = {.anyId = anyId,
+                        .oid = {},
+                        .intId = intId,
+                        .size = size,
+                        .Encode = encode,
+                        .Decode = decode,
+                        .Free = free,
+                        .Print = print};
   return install(&int_table, hash_of(intId), info);
 }
 
 void FreeAnyTables() {
-  release_table(oid_table, true);
-  release_table(int_table, true);
+  release_table(oid_table, Values::kRelease);
+  release_table(int_table, Values::kRelease);
   oid_table = nullptr;
   int_table = nullptr;
 }

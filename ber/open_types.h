@@ -2,7 +2,7 @@
 // keyed by OBJECT IDENTIFIER and one by INTEGER.
 //
 // Deliberate: tables hash their keys and compare nothing but the hashes, so that two keys of the
-// same 32-bit hash are one key, and the first registration wins. Whoever takes a value for a type
+// same 32-bit hash are one key, and the first registration wins. Code that reads a value as a type
 // asks for the descriptor, not for the key.
 // Registration is a one-time affair that the caller serialises; looking up changes nothing.
 #pragma once
@@ -41,12 +41,12 @@ struct AsnAny {
 inline constexpr uint32_t kMaxOpenTypeDepth = 64;
 inline constexpr AsnInt kOpenTypeDepthCode = -29;
 
-// InstallAnyByOid and InstallAnyByInt register a type. False when memory is out; a key that is
+// InstallAnyByOid and InstallAnyByInt register a type. False when an allocation fails; a key that is
 // already present keeps its first registration and counts as success.
-bool InstallAnyByOid(int32_t anyId, const AsnOid& oid, uint32_t size, AnyEncode encode, AnyDecode decode,
-                     AnyFree free, AnyPrint print);
-bool InstallAnyByInt(int32_t anyId, int32_t intId, uint32_t size, AnyEncode encode, AnyDecode decode,
-                     AnyFree free, AnyPrint print);
+[[nodiscard]] bool InstallAnyByOid(int32_t anyId, const AsnOid& oid, uint32_t size, AnyEncode encode,
+                                   AnyDecode decode, AnyFree free, AnyPrint print);
+[[nodiscard]] bool InstallAnyByInt(int32_t anyId, int32_t intId, uint32_t size, AnyEncode encode,
+                                   AnyDecode decode, AnyFree free, AnyPrint print);
 
 // FreeAnyTables releases both tables and their descriptors, so that no AsnAny may be used
 // after it; it runs at the end of the process too.
@@ -58,7 +58,7 @@ void SetAnyTypeByInt(AsnAny* any, int32_t intId);
 
 // AnyKeyHash is the hash of a key of `n` octets: h * 65587 + octet for each, the octet taken as
 // signed, in 32 bits.
-uint32_t AnyKeyHash(const uint8_t* octets, size_t n);
+[[nodiscard]] uint32_t AnyKeyHash(const uint8_t* octets, size_t n);
 
 // BDecAny allocates the value and decodes it, tag and length included. An unknown type raises
 // -44, one that stands too deep kOpenTypeDepthCode. The value belongs to `any`, also after its

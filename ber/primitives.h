@@ -1,12 +1,13 @@
 // The primitive types and their routines: content decoder, full decoder, content encoder,
-// full encoder, release, print (X.690 8.2 to 8.7, 8.19).
+// full encoder, release, print (X.690 8.2, 8.3, 8.6 to 8.8, 8.19).
 //
 // Content decoders take the tag and the length that have been read, and add the octets of
 // the content to `*bytes`. Full decoders read tag and length themselves and raise -40 on
 // another tag. Encoders write backward and return the number of octets written. Octets of a
 // decoded value are allocated with AsnAlloc and belong to the value; its Free routine
 // releases them. An announced length beyond the data left ends as running out of data does,
-// before anything is allocated for it. An allocation that fails raises -27 without a text.
+// before anything is allocated for it. An allocation that fails raises kOutOfMemoryCode
+// without a text.
 #pragma once
 
 #include <cstddef>
@@ -20,7 +21,7 @@ namespace qex {
 using AsnBool = uint8_t;  // 1 for every non-zero content octet
 using UAsnInt = uint32_t;
 
-// Octets, with a zero octet behind them that is not counted.
+// Octets, with a zero octet after them that is not counted.
 struct AsnOcts {
   uint32_t count;
   uint8_t* octs;
@@ -43,11 +44,12 @@ struct AsnNull {
 };
 
 // BitOctets returns the number of octets that hold `bits` bits.
-constexpr size_t BitOctets(uint32_t bits) {
+[[nodiscard]] constexpr size_t BitOctets(uint32_t bits) {
   return bits / 8 + (bits % 8 != 0 ? 1u : 0u);
 }
 
-// BOOLEAN. A length other than 1 raises -5, data that end early -6. True is written as 0xFF.
+// BOOLEAN. A length other than 1 raises -5 (X.690 8.2.1), data that end early -6. Every octet but 0 is true
+// (8.2.2); true is written as 0xFF.
 void BDecAsnBoolContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBool* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnBool(ExpBuf** b, AsnBool* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnBoolContent(ExpBuf** b, const AsnBool* v);
@@ -55,8 +57,9 @@ AsnLen BEncAsnBool(ExpBuf** b, const AsnBool* v);
 void FreeAsnBool(AsnBool* v);
 void PrintAsnBool(FILE* f, const AsnBool* v, unsigned indent);
 
-// INTEGER of 32 bits. More than four octets raise -7, data that end early -8.
-// Deliberate: a content of length 0 still reads one octet, which is not counted.
+// INTEGER of 32 bits. More than four octets raise -7, data that end early -8. A form longer than the
+// shortest (X.690 8.3.2) is accepted: its value is not in doubt.
+// Deliberate: a content of length 0, which 8.3.1 forbids, still reads one octet, which is not counted.
 void BDecAsnIntContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnInt(ExpBuf** b, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnIntContent(ExpBuf** b, const AsnInt* v);
@@ -74,8 +77,9 @@ void FreeUAsnInt(UAsnInt* v);
 void PrintUAsnInt(FILE* f, const UAsnInt* v, unsigned indent);
 
 // BIT STRING, primitive or constructed by the constructed bit of `tag` (ber/constructed.h).
-// Data that end early, a content of length 0 and a bit count beyond 32 bits raise -4. Unused
-// bits above what the octets hold give 0 bits. The encoder writes BitOctets(count) octets.
+// Data that end early, a content of length 0 and a bit count beyond 32 bits raise -4. The number of
+// unused bits is not held to seven (X.690 8.6.2.2): more of them shorten the value further, and where
+// they are more than the octets hold it has 0 bits. The encoder writes BitOctets(count) octets.
 void BDecAsnBitsContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnBits(ExpBuf** b, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnBitsContent(ExpBuf** b, const AsnBits* v);
@@ -85,7 +89,8 @@ void PrintAsnBits(FILE* f, const AsnBits* v, unsigned indent);
 
 // OCTET STRING, the base of every character string and time type and of large INTEGERs.
 // BDecOctetString is the content decoder: the constructed bit of `tag` chooses the form
-// (ber/constructed.h). Data that end early raise -20 in the primitive form.
+// (ber/constructed.h). Data that end early raise -20 in the primitive form. A character string
+// is an OCTET STRING under another tag (X.690 8.23); which characters it holds is not looked at.
 void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnOcts(ExpBuf** b, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnOctsContent(ExpBuf** b, const AsnOcts* v);
@@ -93,7 +98,8 @@ AsnLen BEncAsnOcts(ExpBuf** b, const AsnOcts* v);
 void FreeAsnOcts(AsnOcts* v);
 void PrintAsnOcts(FILE* f, const AsnOcts* v, unsigned indent);
 
-// NULL. A length other than 0 raises -17. Given a null pointer the full encoder writes nothing and returns 0.
+// NULL. A length other than 0 raises -17 (X.690 8.8.2). Given a null pointer the full encoder writes nothing
+// and returns 0.
 void BDecAsnNullContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnNull* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnNull(ExpBuf** b, AsnNull* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnNullContent(ExpBuf** b, const AsnNull* v);
@@ -111,14 +117,14 @@ void FreeAsnOid(AsnOid* v);
 void PrintAsnOid(FILE* f, const AsnOid* v, unsigned indent);
 
 // Equality: same count and same octets; of bit strings over their whole octets.
-bool AsnOctsEqual(const AsnOcts& a, const AsnOcts& b);
-bool AsnBitsEqual(const AsnBits& a, const AsnBits& b);
-bool AsnOidEqual(const AsnOid& a, const AsnOid& b);
+[[nodiscard]] bool AsnOctsEqual(const AsnOcts& a, const AsnOcts& b);
+[[nodiscard]] bool AsnBitsEqual(const AsnBits& a, const AsnBits& b);
+[[nodiscard]] bool AsnOidEqual(const AsnOid& a, const AsnOid& b);
 
 // Bit `i` of a BIT STRING; beyond the bit count setting does nothing and testing is false.
 void AsnBitsSet(AsnBits* v, uint32_t i);
 void AsnBitsClear(AsnBits* v, uint32_t i);
-bool AsnBitsTest(const AsnBits* v, uint32_t i);
+[[nodiscard]] bool AsnBitsTest(const AsnBits* v, uint32_t i);
 
 // An object identifier as a linked list of its arcs. An arc beyond 32 bits shows its low 32.
 struct AsnArc {
@@ -126,13 +132,13 @@ struct AsnArc {
   uint32_t number;
 };
 
-// AsnOidToArcs returns the arcs of `oid` as a new list, null when there are none or memory is out.
-AsnArc* AsnOidToArcs(const AsnOid& oid);
+// AsnOidToArcs returns the arcs of `oid` as a new list, null when there are none or an allocation fails.
+[[nodiscard]] AsnArc* AsnOidToArcs(const AsnOid& oid);
 // AsnArcsToOid stores the contents octets of `arcs` in `*oid`; false when there are fewer than
-// two arcs or memory is out.
-bool AsnArcsToOid(const AsnArc* arcs, AsnOid* oid);
+// two arcs or an allocation fails.
+[[nodiscard]] bool AsnArcsToOid(const AsnArc* arcs, AsnOid* oid);
 // AsnArcsEncodedSize returns the number of contents octets of `arcs`, 0 for fewer than two.
-size_t AsnArcsEncodedSize(const AsnArc* arcs);
+[[nodiscard]] size_t AsnArcsEncodedSize(const AsnArc* arcs);
 void AsnFreeArcs(AsnArc* arcs);
 
 }  // namespace qex

@@ -1,7 +1,7 @@
 // Identifier octets, length octets, end-of-contents (X.690 8.1), and how a decoder is left.
 //
 // A decoding error is a text to AsnError and a jump with a negative code to the recovery
-// point that the AsnJmpEnv stands for. The jump is a C++ exception, thrown by AsnRaise and
+// point to which the AsnJmpEnv belongs. The jump is a C++ exception, thrown by AsnRaise and
 // caught by AsnCatch, and by nothing else.
 #pragma once
 
@@ -21,7 +21,7 @@ inline constexpr AsnLen INDEFINITE_LEN = 0xFFFFFFFF;
 inline constexpr AsnTag kConstructedBit = 0x20000000;
 
 // The recovery point in force, as every decoder receives it. It also counts how deep
-// open types stand inside each other, so that nesting is bounded (see BDecAny).
+// open types nest, which is bounded (see BDecAny).
 struct AsnJmpEnv {
   uint32_t openTypeDepth = 0;
 };
@@ -44,7 +44,7 @@ struct AsnJump {
 // AsnCatch runs `decode` under a recovery point of its own and returns the code of the
 // jump that left it, 0 when none did.
 template <std::invocable<AsnJmpEnv&> F>
-AsnInt AsnCatch(F decode) {
+[[nodiscard]] AsnInt AsnCatch(F decode) {
   AsnJmpEnv env;
   try {
     decode(env);
@@ -54,25 +54,25 @@ AsnInt AsnCatch(F decode) {
   }
 }
 
-// BDecTag reads identifier octets, at most four of them, and adds their number to `*bytes`.
-// Deliberate: a fourth octet that announces another one is accepted as it stands; what
+// BDecTag reads identifier octets (X.690 8.1.2), at most four of them, and adds their number to `*bytes`.
+// Deliberate: a fourth octet that announces another one is accepted as it is; what
 // follows is read as the length. Running out of data raises -26.
 AsnTag BDecTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
 
-// BDecLen reads length octets, adds their number to `*bytes` and returns the length, or
+// BDecLen reads length octets (X.690 8.1.3), adds their number to `*bytes` and returns the length, or
 // INDEFINITE_LEN for the single octet 0x80. Running out of data raises -13 (first octet) or
 // -15 (long form), a long form of more than four octets -14. A length beyond the data left
 // is returned as it stands: the content decoders compare it.
 AsnLen BDecLen(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
 
-// BDecEoc reads the two zero octets that end an indefinite length; else -16.
+// BDecEoc reads the two zero octets that end an indefinite length (X.690 8.1.5); anything else raises -16.
 void BDecEoc(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
 
 // BDecSecondEocOctet reads the second octet of an end-of-contents marker whose first one has
 // been read as tag 0; anything but a zero raises -28.
 void BDecSecondEocOctet(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
 
-// BEncDefLen writes `len` in front of the data, in the definite form, and returns the
+// BEncDefLen writes `len` before the data, in the definite form (X.690 8.1.3.3), and returns the
 // number of octets written.
 // Deliberate: the four-octet form starts at 16777126, 90 below the largest three-octet value.
 AsnLen BEncDefLen(ExpBuf** b, AsnLen len);
@@ -80,7 +80,7 @@ AsnLen BEncDefLen(ExpBuf** b, AsnLen len);
 // BEncTag writes the identifier octet of a tag whose number is below 31 and returns 1.
 AsnLen BEncTag(ExpBuf** b, AsnTag tag);
 
-// BEncLenAndTag puts length and identifier octet in front of a content of `n` octets and returns
+// BEncLenAndTag puts length and identifier octet before a content of `n` octets and returns
 // the number of octets of the whole.
 AsnLen BEncLenAndTag(ExpBuf** b, AsnTag tag, AsnLen n);
 

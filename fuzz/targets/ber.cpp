@@ -139,7 +139,9 @@ Outcome run_primitive(View in) {
   // A decoded value is encoded, and the encoding decodes to the same value.
   Decoded<T, Free> v;
   ResetProcess();
-  AsnCatch([&](AsnJmpEnv& env) { DecodeBytes<T>(Decode, in.data(), in.size(), &v.value, env); });
+  const AsnInt code =
+      AsnCatch([&](AsnJmpEnv& env) { DecodeBytes<T>(Decode, in.data(), in.size(), &v.value, env); });
+  FUZZ_CHECK(code == 0, code);
   const auto encoded = [](const T& value, size_t blockSize) {
     ExpBufSetBlockSize(blockSize);
     ExpBufHolder buf;

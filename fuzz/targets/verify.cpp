@@ -50,9 +50,11 @@ size_t key_bits(const Certificate& certificate) {
   Decoded<RSAPublicKey, FreeRSAPublicKey> rsa;
   Decoded<AsnOcts, FreeBigIntegerStr> y;
   ResetProcess();
-  AsnCatch(
-      [&](AsnJmpEnv& env) { DecodeBytes(BDecRSAPublicKey, bits.octs, bits.count / 8, &rsa.value, env); });
-  AsnCatch([&](AsnJmpEnv& env) { DecodeBytes(BDecBigIntegerStr, bits.octs, bits.count / 8, &y.value, env); });
+  // What does not decode is of no bits.
+  static_cast<void>(AsnCatch(
+      [&](AsnJmpEnv& env) { DecodeBytes(BDecRSAPublicKey, bits.octs, bits.count / 8, &rsa.value, env); }));
+  static_cast<void>(AsnCatch(
+      [&](AsnJmpEnv& env) { DecodeBytes(BDecBigIntegerStr, bits.octs, bits.count / 8, &y.value, env); }));
   const size_t most = most_bits({rsa.value.modulus, rsa.value.publicExponent, y.value});
   const auto* parms = ValueAs<Dss_Parms>(info->algorithm->parameters, kAnyDsa);
   return parms == nullptr ? most : std::max(most, most_bits({parms->p, parms->q, parms->g}));
@@ -76,9 +78,9 @@ bool is_left_out(View token, View certificate) {
   }
   Decoded<Certificate, FreeCertificate> given;
   ResetProcess();
-  AsnCatch([&](AsnJmpEnv& env) {
+  static_cast<void>(AsnCatch([&](AsnJmpEnv& env) {
     DecodeBytes(BDecCertificate, certificate.data(), certificate.size(), &given.value, env);
-  });
+  }));
   most = std::max(most, key_bits(given.value));
   return most > kMaxKeyBits;
 }

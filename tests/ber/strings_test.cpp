@@ -120,7 +120,7 @@ TEST(AsnOcts, FreeLeaksNothing) {
   Input in("04 01 61");
   AsnLen bytes = 0;
   const long before = LiveBlocks();
-  AsnCatch([&](AsnJmpEnv& env) { BDecAsnOcts(in.handle(), &value, &bytes, env); });
+  EXPECT_EQ(AsnCatch([&](AsnJmpEnv& env) { BDecAsnOcts(in.handle(), &value, &bytes, env); }), 0);
   EXPECT_EQ(LiveBlocks(), before + 1);
   FreeAsnOcts(&value);
   EXPECT_EQ(LiveBlocks(), before);

@@ -210,7 +210,7 @@ TEST(AsnFail, TheTextIsReportedOnceBeforeTheJump) {
 
 TEST(AsnCatch, EachRecoveryPointHasItsOwnDepth) {
   EXPECT_EQ(AsnCatch([](AsnJmpEnv& env) { env.openTypeDepth = 9; }), 0);
-  AsnCatch([](AsnJmpEnv& env) { EXPECT_EQ(env.openTypeDepth, 0u); });
+  EXPECT_EQ(AsnCatch([](AsnJmpEnv& env) { EXPECT_EQ(env.openTypeDepth, 0u); }), 0);
 }
 
 }  // namespace

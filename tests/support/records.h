@@ -72,7 +72,8 @@ class Records {
       free(record);
       delete record;
     });
-    AsnCatch([&](AsnJmpEnv& env) { DecodeBytes<T>(decode, octets.data(), octets.size(), value.get(), env); });
+    static_cast<void>(AsnCatch(
+        [&](AsnJmpEnv& env) { DecodeBytes<T>(decode, octets.data(), octets.size(), value.get(), env); }));
     return keep(value);
   }
 
