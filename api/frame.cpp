@@ -74,7 +74,7 @@ int32_t AsnIntToU64(const AsnOcts& value, QEX_U64* out) {
 
 int32_t U64ToAsnInt(const QEX_U64& in, AsnOcts* out) {
   *out = {};
-  uint8_t octets[9] = {};  // a zero octet in front, for a value whose high bit is set
+  uint8_t octets[9] = {};  // a zero octet first, for a value whose high bit is set
   for (int i = 0; i < 4; ++i) {
     octets[1 + i] = uint8_t(in.high >> (24 - 8 * i));
     octets[5 + i] = uint8_t(in.low >> (24 - 8 * i));

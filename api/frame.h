@@ -86,7 +86,7 @@ AsnLen DecodeBytes(void (*decode)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&), const uint
 }
 
 // EncodeInto runs an encoder into the fresh buffer `buf` and rewinds it for reading. False when
-// memory ran out, or when the encoding is longer than a 32-bit length can say.
+// an allocation fails, or when the encoding is longer than a 32-bit length can say.
 template <std::invocable<ExpBuf**> F>
 [[nodiscard]] bool EncodeInto(ExpBufHolder& buf, F encode) {
   if (!buf) return false;

@@ -92,7 +92,7 @@ struct Before {
 
 }  // namespace
 
-// Deliberate: the version in use is the only one looked at, even when the token has the other.
+// Deliberate: the version in use is the only one looked up, even when the token has the other.
 void SigningCertificateIds::find() {
   version_ = UseEssCertIdV2() == 1 ? EssVersion::V2 : EssVersion::V1;
   const AsnList* attributes = SignedAttributesOf(token_);

@@ -71,7 +71,7 @@ int32_t check_rsa(const SignatureInput& in) {
     return QEX_E_SIGNATURE;
   }
 
-  // Signers write the parameters of the digest as NULL or leave them out, here and there alike.
+  // Signers write the parameters of the digest as NULL or leave them out, in the DigestInfo and in the token.
   AlgorithmIdentifier algorithm = *in.signer.digestAlgorithm;
   const int32_t asDecoded = match_digest_info(algorithm, in.digest, block.octets(), length);
   if (asDecoded != QEX_E_SIGNATURE) return asDecoded;
@@ -227,7 +227,7 @@ int32_t find_certificate(const ContentInfo& token, const GivenCertificate& given
     if (!decodes) return QEX_E_ARG;
     *certificate = &decoded->value;
   } else {
-    uint8_t* const noCopy = nullptr;  // QEX_E_SIZE is the code of a certificate that is found
+    uint8_t* const noCopy = nullptr;  // a certificate that is found does not fit: QEX_E_SIZE
     uint32_t length = 0;
     const int32_t code = FindSigningCertificate(token, noCopy, &length, certificate);
     if (code != QEX_E_SIZE) return lacking(QEX_E_NOCERT);
@@ -243,10 +243,10 @@ bool matches_content(const TokenParts& parts) {
   return DigestEquals(digest, *parts.messageDigest);
 }
 
-// names_given returns whether the token's signing-certificate attribute names the certificate of the caller
-// first.
+// compare_given compares the given certificate with the first identifier of the token's signing-certificate
+// attribute.
 // Deliberate: the bytes as given; any bytes after the certificate are included.
-int32_t names_given(const ContentInfo& token, const GivenCertificate& given) {
+int32_t compare_given(const ContentInfo& token, const GivenCertificate& given) {
   ExpBuf bytes;
   ExpBufWrapData(&bytes, given.data, given.length);
   return CheckSigningCertificate(token, &bytes, Identifiers::First);
@@ -265,7 +265,7 @@ int32_t verify(const uint8_t* data, uint32_t length, const GivenCertificate& giv
   if (!matches_content(parts)) return QEX_E_SIGNATURE;
   const int32_t code = VerifySignerInfoSignature(*parts.signer, *certificate);
   if (code != QEX_OK || !given.present()) return code;  // the search has compared the attribute already
-  return names_given(token.value, given);
+  return compare_given(token.value, given);
 }
 
 }  // namespace
