@@ -32,8 +32,8 @@ uint32_t slot_for(const KXBN_Pool* pool, uint32_t words) {
   return uint32_t(std::countr_zero(pool->freeMask));  // 32 for a mask of 0
 }
 
-// pool_with_free_slot stores the first pool of the chain with a free slot; it puts a new one
-// directly behind the first when there is none.
+// pool_with_free_slot stores the first pool of the chain with a free slot; it puts a new one directly after
+// the first when there is none.
 [[nodiscard]] uint32_t pool_with_free_slot(KXBN_Pool* first, KXBN_Pool** out) {
   for (KXBN_Pool* pool = first; pool != nullptr; pool = pool->next) {
     if (pool->freeMask != 0) {

@@ -26,8 +26,8 @@ inline constexpr uint32_t kMaxOctets = 0x10000;  // most octets that a conversio
 
 struct KXBN_Pool;
 
-// Words from `used` upward hold nothing. Top zero words may stand below `used` for a
-// while; every operation accepts them, and leaves none in its result.
+// Words from `used` upward have no meaning. For a while there may be top zero words below `used`; every
+// operation accepts them, and leaves none in its result.
 struct KXBN {
   KXBN_Pool* pool;    // owner of this record, null for a record of the heap
   uint32_t* digits;   // magnitude, least significant word first
@@ -52,8 +52,8 @@ static_assert(sizeof(void*) != 4 || sizeof(KXBN_Pool) == 652);
 // kMaxBits, KXBN_NOMEM. The caller frees it with KXBN_pool_free.
 [[nodiscard]] uint32_t KXBN_pool_new(int32_t bits, KXBN_Pool** out);
 
-// KXBN_pool_free frees `pool`, the pools chained behind it and all their numbers, those
-// still in use included. Null is allowed.
+// KXBN_pool_free frees `pool`, the pools chained after it and all their numbers, including those still in
+// use. Null is allowed.
 void KXBN_pool_free(KXBN_Pool* pool);
 
 // KXBN_pool_take takes the slot of `pool` that suits a number of `words` words, 1 or more, best, makes room
@@ -63,12 +63,12 @@ void KXBN_pool_free(KXBN_Pool* pool);
 [[nodiscard]] uint32_t KXBN_pool_take(KXBN_Pool* pool, uint32_t words, KXBN** out);
 
 // KXBN_new stores in `*out` a new number 0 with room for `bits` bits (0: kDefaultBits) and, from a pool, for
-// at least the pool's size. A full pool is given another one behind it. Codes: KXBN_BADARG when `bits` is
-// negative or above kMaxBits, KXBN_NOMEM; `*out` is then null.
+// at least the pool's size. A full pool gets another one after it. Codes: KXBN_BADARG when `bits` is negative
+// or above kMaxBits, KXBN_NOMEM; `*out` is then null.
 [[nodiscard]] uint32_t KXBN_new(KXBN_Pool* pool, int32_t bits, KXBN** out);
 
-// KXBN_new4 makes a number for each pointer that is not null. Codes: those of KXBN_new; what it
-// had made is then freed, and all outputs are null.
+// KXBN_new4 makes a number for each pointer that is not null. Codes: those of KXBN_new; the numbers made so
+// far are then freed, and all outputs are null.
 [[nodiscard]] uint32_t KXBN_new4(KXBN_Pool* pool, int32_t bits, KXBN** a, KXBN** b, KXBN** c, KXBN** d);
 
 // KXBN_free frees `n`, or gives it back to its pool. Null is allowed.
@@ -174,7 +174,7 @@ enum KXBN_Kind : uint32_t {
                                  KXBN_Pool* pool);
 
 // KXBN_modinv computes r = 1/a mod m, in [0, m). Codes: KXBN_DIVZERO when m is 0; KXBN_NONPRIME when there is
-// no inverse, and for a negative m, below which no residue lies; KXBN_BADARG, KXBN_NOMEM.
+// no inverse, and for a negative m, which has no residues; KXBN_BADARG, KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_modinv(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool);
 
 }  // namespace qex

@@ -1,8 +1,7 @@
 // Word kernels of the big numbers: the inner loops.
 //
-// Vectors of 32-bit words, least significant first; B is 2^32. A kernel allocates
-// nothing and knows no signs. "Apart" says that two vectors do not overlap. Builds for debugging check what
-// is said here of operands.
+// Vectors of 32-bit words, least significant first; B is 2^32. A kernel allocates nothing and knows no signs.
+// "Apart" means that two vectors do not overlap. Builds for debugging check these conditions on operands.
 #pragma once
 
 #include <cstddef>

@@ -52,7 +52,7 @@ void hash(const HashInfo* hi, const uint8_t* data, uint32_t length, uint8_t* out
   hi->final(hashctx, out);
 }
 
-// The demand with its defaults filled in, and what the whole generation shares.
+// The demand with its defaults filled in, and the shared state of the generation.
 struct Setting {
   uint32_t L, N, seedBits, counterLimit, h;
   const HashInfo* qhf;
@@ -86,7 +86,7 @@ class SeedDigests {
   uint32_t length_ = 0;
 };
 
-// resolve checks the demand, in place of 0 puts what it stands for, and sets `*set`.
+// resolve checks the demand, replaces 0 by its default, and sets `*set`.
 [[nodiscard]] uint32_t resolve(Setting* set, const DSAParams* params, const RandomSource* random,
                                KXBN_Pool* pool) {
   *set = {params->L,
@@ -110,7 +110,7 @@ class SeedDigests {
 }
 
 // make_q makes q from the first digest, or for 160 bits from the sum modulo 2 of the first two: its lowest N
-// bits, with the top and the bottom bit set. Codes: KXBN_NONPRIME when it is no prime.
+// bits, with the top and the bottom bit set. Codes: KXBN_NONPRIME when it is not prime.
 [[nodiscard]] uint32_t make_q(const Setting& set, SeedDigests* digests, KXBN** q) {
   const HashInfo* const qhf = set.qhf;
   const uint32_t Nbytes = set.N / 8;

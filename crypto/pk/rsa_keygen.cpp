@@ -29,7 +29,7 @@ constexpr uint32_t error_bound(uint32_t prime_bits) {
   return prime_bits >= 1536 ? 2 : 1;
 }
 
-// What every step of one generation is given.
+// The inputs of every step of one generation.
 struct Setting {
   uint32_t bits;  // of each of the two primes
   const KXBN* e;

@@ -59,7 +59,7 @@ bool is_small_prime(uint32_t n) {
   return true;
 }
 
-// What the rounds of one test share: n - 1 = 2^twos * odd, and working numbers.
+// Shared by the rounds of one test: n - 1 = 2^twos * odd, and working numbers.
 class StrongTest {
  public:
   StrongTest(const KXBN* n, KXBN_Pool* pool) : n_(n), pool_(pool) {}
