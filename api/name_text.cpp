@@ -21,7 +21,7 @@ namespace {
 constexpr size_t kScratchSize = 2048;  // of a text that is built before it is known to fit
 
 enum class Form : uint8_t {
-  Bytes,  // the bytes of the value as they stand
+  Bytes,  // the bytes of the value as they are
   Telex,  // three strings, joined by blanks
   Oid,    // dotted text
   Ends    // the rendering ends here
@@ -85,7 +85,7 @@ std::string_view view(const AsnOcts& v) {
   return {reinterpret_cast<const char*>(v.octs), v.count};
 }
 
-// rendered_value returns what stands behind the "=", from the value itself or built in `scratch`.
+// rendered_value returns the text after the "=", from the value itself or built in `scratch`.
 OctetsView rendered_value(Form form, const AsnAny& any, char (&scratch)[kScratchSize]) {
   TextWriter out(scratch, kScratchSize);
   if (form == Form::Telex) {
@@ -139,7 +139,7 @@ int32_t NameToText(char* text, size_t size, const AsnList* name) {
     char* end = std::ranges::copy(label, text + used).out;
     std::memcpy(end, "=", 2);
     // Deliberate: a zero byte inside the value ends the text there, and what follows is put in its place. No
-    // terminator is put behind the value, so that what a shorter one leaves of those bytes shows behind it.
+    // terminator is put after the value, so that the bytes that a shorter one leaves show after it.
     std::copy_n(reinterpret_cast<const char*>(value.data()), value.size(), end + 1);
     if (!last) std::memcpy(text + strnlen(text, size), ";", 2);
   }

@@ -59,8 +59,12 @@ void* place_for(const Field& f, void* rec, AsnJmpEnv& env) {
   return v;
 }
 
-// Where the identifier says so, a value is of another type than the registered one. Out of line, as it is
-// looked for in the frames that stand on the stack once a level.
+// Where a shape of an open list is met (OpenShape::inPlaceOfSet).
+constexpr bool kElementOfSet = false;
+constexpr bool kInPlaceOfSet = true;
+
+// Where the identifier says so, a value is of another type than the registered one. Out of line, because its
+// callers have a frame for each level of nesting.
 [[gnu::noinline]] const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag,
                                               bool inPlaceOfSet) {
   for (const OpenShape& s : t.shapes)
@@ -73,10 +77,10 @@ const AsnOid& identifier_for(const Field& f, const void* rec) {
   return *reinterpret_cast<const AsnOid*>(static_cast<const char*>(rec) + f.definedBy);
 }
 
-// The shape of the one value that stands, under `tag`, in place of the SET that the field names.
+// The shape of the one value that replaces, under `tag`, the SET that the field names.
 const OpenShape* shape_in_place(const Field& f, AsnTag tag, const void* rec) {
   if (f.type->kind != Kind::OpenList || tag == f.type->tag) return nullptr;
-  return find_shape(*f.type, identifier_for(f, rec), tag, true);
+  return find_shape(*f.type, identifier_for(f, rec), tag, kInPlaceOfSet);
 }
 
 // Reads the end of an indefinite length if it comes next. The end of the data is left to the
@@ -115,7 +119,7 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
   while (len == INDEFINITE_LEN || used < len) {
     if (len == INDEFINITE_LEN && end_of_contents(b, &used, env)) break;
     AsnAny* any = append_any(list, env);
-    const OpenShape* shape = find_shape(*f.type, identifier, AsnTag{ExpBufPeekByte(b)} << 24, false);
+    const OpenShape* shape = find_shape(*f.type, identifier, AsnTag{ExpBufPeekByte(b)} << 24, kElementOfSet);
     any->ai = shape != nullptr ? shape->info : registered.ai;
     BDecAny(b, any, &used, env);
   }
@@ -325,7 +329,7 @@ AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
   return n;
 }
 
-// Whether the list holds the one value that stands in place of its SET.
+// Whether the list holds the one value that replaces its SET.
 bool is_in_place(const Type& t, const AsnList* list) {
   const auto* any = FirstOf<const AsnAny>(list);
   if (any == nullptr) return false;

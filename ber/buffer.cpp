@@ -21,7 +21,7 @@ void empty_for_writing(ExpBuf* block) {
   block->cursor = block->blockEnd;
 }
 
-// room is the number of bytes that still fit in front of the data of `block`.
+// room is the number of bytes that still fit before the data of `block`.
 size_t room(const ExpBuf* block) {
   return static_cast<size_t>(block->first - block->blockStart);
 }
@@ -83,8 +83,8 @@ ExpBuf* ExpBufNew() {
 }
 
 void ExpBufWrapData(ExpBuf* buf, const uint8_t* data, size_t len) {
-  // The bytes are never written: the chain operations write in front of `first` only, and
-  // there is no room in front of the first byte of a wrapped block.
+  // The bytes are never written: the chain operations write before `first` only, and
+  // there is no room before the first byte of a wrapped block.
   auto* start = const_cast<uint8_t*>(data);
   *buf = ExpBuf{};
   buf->blockStart = start;

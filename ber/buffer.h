@@ -91,11 +91,11 @@ size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n);
 [[nodiscard]] bool ExpBufExpect(ExpBuf** b, size_t n);
 
 // ExpBufEnterPrevBlock moves the handle from a full block to the one before it, emptied for
-// writing backward, or to a new one put in front. False when that cannot be allocated; the
+// writing backward, or to a new one put before it. False when that cannot be allocated; the
 // block in hand then carries writeError.
 [[nodiscard]] bool ExpBufEnterPrevBlock(ExpBuf** b);
 
-// ExpBufPutByteRvs puts a byte in front of the data. A full block is preceded by a new
+// ExpBufPutByteRvs puts a byte before the data. A full block is preceded by a new
 // one; when that cannot be allocated writeError is set.
 inline void ExpBufPutByteRvs(ExpBuf** b, uint8_t byte) {
   if ((*b)->writeError != 0) return;
@@ -105,10 +105,10 @@ inline void ExpBufPutByteRvs(ExpBuf** b, uint8_t byte) {
   *--(*b)->first = byte;
 }
 
-// ExpBufPutSegRvs puts a run of bytes in front of the data, in its own order: its last bytes
+// ExpBufPutSegRvs puts a run of bytes before the data, in its own order: its last bytes
 // go into the later block. When a block cannot be allocated writeError is set and the rest of
 // the run, its head, is not written.
-// Deliberate: a block that already stands in front is taken as it is, where ExpBufPutByteRvs
+// Deliberate: a block that is already there is written as it is, where ExpBufPutByteRvs
 // empties it first.
 void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n);
 

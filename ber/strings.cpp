@@ -1,6 +1,6 @@
 // BIT STRING and OCTET STRING (X.690 8.6, 8.7).
 //
-// What is decoded is allocated only after the octets have been seen to be there.
+// Decoders allocate only after they have seen that the octets are there.
 #include <cctype>
 #include <cstring>
 
@@ -120,7 +120,7 @@ void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* byt
   }
   if (!ExpBufExpect(b, len)) fail_octs(env);
   *bytes += len;
-  // The octet behind the content is AsnAlloc's zero.
+  // The octet after the content is AsnAlloc's zero.
   uint8_t* octets = allocate(size_t{len} + 1, env);
   ExpBufCopyOut(octets, b, len);
   *v = {len, octets};

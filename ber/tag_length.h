@@ -62,7 +62,7 @@ AsnTag BDecTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
 // BDecLen reads length octets (X.690 8.1.3), adds their number to `*bytes` and returns the length, or
 // INDEFINITE_LEN for the single octet 0x80. Running out of data raises -13 (first octet) or
 // -15 (long form), a long form of more than four octets -14. A length beyond the data left
-// is returned as it stands: the content decoders compare it.
+// is returned as it is: the content decoders compare it.
 AsnLen BDecLen(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
 
 // BDecEoc reads the two zero octets that end an indefinite length (X.690 8.1.5); anything else raises -16.
