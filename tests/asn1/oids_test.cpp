@@ -4,7 +4,7 @@
 
 #include <map>
 
-#include "asn1/attribute.h"
+#include "asn1/timing_shapes.h"
 #include "tests/asn1/samples.h"
 #include "tests/support/codec.h"
 #include "tests/support/files.h"
