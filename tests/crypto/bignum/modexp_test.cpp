@@ -1,7 +1,6 @@
-// Modular exponentiation: the choice of the method, each method, and their agreement.
+// Modular exponentiation: the choice of the method, and the methods that divide.
 #include <gtest/gtest.h>
 
-#include "crypto/bignum/bignum.h"
 #include "crypto/bignum/internal.h"
 #include "tests/support/big.h"
 #include "tests/support/failing_alloc.h"
@@ -92,23 +91,6 @@ TEST(BignumModexp, ModulusWithATooLargeSquareIsRefused) {
   EXPECT_EQ(KXBN_modexp(r, large, two, Big(power_of_two(8193 * 32)), nullptr), KXBN_BADARG);
 }
 
-TEST(BignumModexp, ModulusTooLargeForMontgomeryIsRefusedBeforeAnythingIsMade) {
-  const Big three("3"), large(ones(8192 * 32));
-  Big r;
-  FailingAlloc memory(0);
-  EXPECT_EQ(KXBN_modexp(r, three, three, large, nullptr), KXBN_BADARG);
-  EXPECT_EQ(memory.refused(), 0u);
-}
-
-TEST(BignumModexp, LargestOddModulusWorks) {
-  // (m - 1)^2 = 1 mod m.
-  const Big m(ones(8191 * 32));
-  Big base, r;
-  ASSERT_EQ(KXBN_sub(base, m, Big("1")), KXBN_OK);
-  ASSERT_EQ(KXBN_modexp(r, base, Big("2"), m, nullptr), KXBN_OK);
-  EXPECT_EQ(r.hex(), "1");
-}
-
 TEST(BignumOddMultiple, CandidatesAreTriedInOrder) {
   const auto vectors = test::read_vectors("odd_multiple.txt");
   ASSERT_GT(vectors.size(), 300u);
@@ -144,7 +126,7 @@ TEST(BignumOddMultiple, MultipleBeyondTheLargestNumberIsRefused) {
   EXPECT_EQ(KXBN_odd_multiple(multiple, Big(ones(kMaxBits - 1)), &candidate), KXBN_BADARG);
 }
 
-TEST(BignumModexpMethods, BinaryMethodTakesOddAndEvenModuli) {
+TEST(BignumModexpBinary, BinaryMethodTakesOddAndEvenModuli) {
   test::Random random(4);
   for (int i = 0; i < 50; ++i) {
     const Big m(test::random_hex(random, 64 + random() % 4 * 32));
@@ -159,28 +141,6 @@ TEST(BignumModexpMethods, BinaryMethodTakesOddAndEvenModuli) {
     ASSERT_EQ(KXBN_modexp_binary(r, base, exponent, m, nullptr), KXBN_OK);
     EXPECT_EQ(r.hex(), expected.hex());
   }
-}
-
-TEST(BignumModexpMethods, MontgomeryAgreesWithTheBinaryMethod) {
-  test::Random random(5);
-  for (int i = 0; i < 400; ++i) {
-    const uint32_t bits = 32 * (1 + random() % 12);
-    const Big m(test::random_hex(random, bits));
-    m->digits[0] |= 1;
-    Big base(test::random_hex(random, bits)), fast, slow;
-    ASSERT_EQ(KXBN_mod(base, base, m, nullptr), KXBN_OK);
-    const Big e(test::random_hex(random, random() % 330));
-    ASSERT_EQ(KXBN_modexp_mont(fast, base, e, m, nullptr), KXBN_OK);
-    ASSERT_EQ(KXBN_modexp_binary(slow, base, e, m, nullptr), KXBN_OK);
-    ASSERT_EQ(fast.hex(), slow.hex()) << base.hex() << " ^ " << e.hex() << " mod " << m.hex();
-  }
-}
-
-TEST(BignumModexpMethods, WindowFollowsTheExponentsLength) {
-  const struct {
-    uint32_t bits, entries;
-  } cases[] = {{0, 1}, {17, 1}, {31, 1}, {32, 8}, {255, 8}, {256, 16}, {kMaxBits, 16}};
-  for (const auto& c : cases) EXPECT_EQ(KXBN_window(c.bits), c.entries) << c.bits;
 }
 
 TEST(BignumModexpMemory, AllocationFailureIsReportedAndNothingLeaks) {

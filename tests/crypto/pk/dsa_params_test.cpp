@@ -346,7 +346,7 @@ TEST(DsaParams, AllocationFailuresAreReportedAndLeaveNothing) {
         KXBN_free4(key.p, key.q, key.g, evidence.seed);
         return rc;
       },
-      KXBN_OK, 3);
+      {.stride = 3});
 }
 
 }  // namespace

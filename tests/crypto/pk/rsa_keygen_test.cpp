@@ -334,7 +334,7 @@ TEST(RsaKeygen, AllocationFailuresAreReportedAndLeaveNothing) {
         rsa_free_key(&key);
         return rc;
       },
-      KXBN_OK, 211);
+      {.stride = 211});
 }
 
 }  // namespace

@@ -272,7 +272,7 @@ TEST(PrimeTest, AllocationFailuresAreReportedAndLeaveNothing) {
             static_cast<KXBN*>(base)};
         return bigprime_miller_rabin(composite, 2, &random, nullptr);
       },
-      KXBN_NONPRIME);
+      {.expected = KXBN_NONPRIME});
 }
 
 }  // namespace
