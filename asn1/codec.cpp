@@ -5,6 +5,7 @@
 #include "asn1/codec.h"
 
 #include <cstdio>
+#include <string_view>
 
 #include "asn1/member_access.h"
 #include "ber/memory.h"
@@ -144,7 +145,7 @@ void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv&
     decode_any(f, b, rec, bytes, env);
   } else {
     const AsnTag inner = BDecTag(b, bytes, env);
-    if (f.checksInnerTag && !starts_with_tag(*f.type, inner)) AsnRaise(env, site_code(t, Site::InnerTag, i));
+    if (f.checksInnerTag && !starts_with_tag(*f.type, inner)) AsnRaise(env, f.innerTagCode);
     const AsnLen innerLen = BDecLen(b, bytes, env);
     DecodeContent(*f.type, b, inner, innerLen, place_for(f, rec, env), bytes, env);
   }
@@ -196,11 +197,11 @@ Next next_in_sequence(const Type& t, size_t i, ExpBuf** b, AsnLen len, SequenceP
 
 // close_sequence tests what follows the last field: nothing, or the end of an indefinite length.
 void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at, AsnJmpEnv& env) {
-  if (at->tagIsPending) AsnRaise(env, site_code(t, Site::Trailing));
+  if (at->tagIsPending) AsnRaise(env, t.trailingCode);
   if (len == INDEFINITE_LEN)
     BDecEoc(b, &at->used, env);
   else if (at->used != len)
-    AsnRaise(env, site_code(t, Site::Length));
+    AsnRaise(env, t.lengthCode);
 }
 
 [[gnu::noinline]] void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
@@ -218,7 +219,7 @@ void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at,
       const AsnLen fieldLen = BDecLen(b, &at.used, env);
       decode_field(t, i, b, at.tag, fieldLen, rec, &at.used, env);
     } else if (f.need == Need::Mandatory) {
-      AsnRaise(env, site_code(t, Site::Missing, i));
+      AsnRaise(env, f.missingCode);
     }
   }
   if (next != Next::End) close_sequence(t, b, len, &at, env);
@@ -228,6 +229,9 @@ void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at,
 [[noreturn, gnu::cold, gnu::noinline]] void fail_named(AsnJmpEnv& env, AsnInt code, const char* routine,
                                                        const char* what) {
   char text[128];
+  constexpr std::string_view kLongestWhat = "Content: ERROR - non-optional elmt missing from SET\n";
+  static_assert(4 + kLongestTypeName + kLongestWhat.size() < sizeof text,
+                "a text has room for the longest name");
   std::snprintf(text, sizeof text, "BDec%s%s", routine, what);
   AsnFail(env, code, text);
 }
@@ -254,7 +258,7 @@ void release_field(const Field& f, void* rec) {
     size_t i = 0;
     while (i < t.fields.size() && !matches(t.fields[i], tag)) ++i;
     if (i == t.fields.size())
-      fail_named(env, site_code(t, Site::Unexpected), t.name, "Content: ERROR - Unexpected tag in SET\n");
+      fail_named(env, t.unexpectedCode, t.name, "Content: ERROR - Unexpected tag in SET\n");
     if ((seen >> i & 1) != 0) release_field(t.fields[i], rec);  // of a repeated field the last one stays
     seen |= uint32_t{1} << i;
     const AsnLen fieldLen = BDecLen(b, &used, env);
@@ -262,9 +266,9 @@ void release_field(const Field& f, void* rec) {
   }
   for (size_t i = 0; i < t.fields.size(); ++i)
     if (t.fields[i].need == Need::Mandatory && (seen >> i & 1) == 0)
-      fail_named(env, site_code(t, Site::Missing, i), t.name,
+      fail_named(env, t.fields[i].missingCode, t.name,
                  "Content: ERROR - non-optional elmt missing from SET\n");
-  if (len != INDEFINITE_LEN && used != len) AsnRaise(env, site_code(t, Site::Length));
+  if (len != INDEFINITE_LEN && used != len) AsnRaise(env, t.lengthCode);
   *bytes += used;
 }
 
@@ -275,7 +279,7 @@ void release_field(const Field& f, void* rec) {
     *static_cast<AsnInt*>(rec) = AsnInt(i);
     return decode_field(t, i, b, tag, len, rec, bytes, env);
   }
-  AsnFail(env, site_code(t, Site::Unexpected), "ERROR - unexpected tag in CHOICE\n");
+  AsnFail(env, t.unexpectedCode, "ERROR - unexpected tag in CHOICE\n");
 }
 
 // Deliberate: the last element may run past the end of the list; the lengths around it decide.
@@ -291,7 +295,7 @@ void release_field(const Field& f, void* rec) {
       BDecSecondEocOctet(b, &used, env);
       break;
     }
-    if (!starts_with_tag(element, tag)) AsnFail(env, site_code(t, Site::Unexpected), "Unexpected Tag\n");
+    if (!starts_with_tag(element, tag)) AsnFail(env, t.unexpectedCode, "Unexpected Tag\n");
     const AsnLen elementLen = BDecLen(b, &used, env);
     auto* slot = static_cast<void**>(AsnListAppend(list));
     if (slot == nullptr) AsnRaise(env, kOutOfMemoryCode);
@@ -299,7 +303,7 @@ void release_field(const Field& f, void* rec) {
     AsnLen elementUsed = 0;
     DecodeContent(element, b, tag, elementLen, *slot, &elementUsed, env);
     // An indefinite element has been closed by its own content decoder.
-    if (elementLen != INDEFINITE_LEN && elementUsed != elementLen) AsnRaise(env, site_code(t, Site::Length));
+    if (elementLen != INDEFINITE_LEN && elementUsed != elementLen) AsnRaise(env, t.lengthCode);
     used += elementUsed;
   }
   *bytes += used;
@@ -356,7 +360,7 @@ void DecodeContent(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, A
 void DecodeFull(const Type& t, ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env) {
   const AsnTag tag = BDecTag(b, bytes, env);
   if (t.kind != Kind::Choice && !starts_with_tag(t, tag))
-    fail_named(env, site_code(t, Site::WrongTag), t.name, ": ERROR - wrong tag\n");
+    fail_named(env, t.wrongTagCode, t.name, ": ERROR - wrong tag\n");
   const AsnLen len = BDecLen(b, bytes, env);
   DecodeContent(t, b, tag, len, v, bytes, env);
 }

@@ -31,6 +31,7 @@ void PrintValue(const Type& t, FILE* f, const void* v, unsigned indent);
 // The routines of an open type, for its AnyInfo.
 template <const auto& T>
 struct OpenRoutines {
+  static_assert(T.top || T.kind == Kind::Choice, "a type with a full decoder is declared with Top::Yes");
   static AsnLen encode(ExpBuf** b, const void* v) { return EncodeFull(T, b, v); }
   static void decode(ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env) { DecodeFull(T, b, v, bytes, env); }
   static void free(void* v) { FreeValue(T, v); }

@@ -1,12 +1,22 @@
 // Which error codes each type raises.
 //
 // Every place where a decoder of this layer can fail has a code of its own, so that the last
-// ASN.1 error names the place. A type owns a run of codes downward from its row's first one;
-// schema.h says which site has which place in the run. Codes are part of the interface: a new
-// type takes free numbers, and no row moves.
+// ASN.1 error names the place. A row names such places, the sites of a type, and gives them the
+// codes from its first one downward. Codes are part of the interface: no row moves, and a site
+// that a type gains gets a free number by another row for the type.
+//
+// The sites of a type, by name and in this order:
+//   wrongTag    another outer tag (top types)
+//   <field>     a mandatory field is absent; the name is the one that Print writes
+//   <field>.tag another tag inside the EXPLICIT one of the field
+//   unexpected  a tag that fits nothing (CHOICE, SET, lists)
+//   length      contents that end before or after their length
+//   trailing    a tag after the last field (a SEQUENCE whose last field is OPTIONAL)
 #pragma once
 
-#include <iterator>
+#include <array>
+#include <cstdint>
+#include <span>
 #include <string_view>
 
 #include "ber/tag_length.h"
@@ -16,7 +26,13 @@ namespace qex {
 struct CodeRun {
   std::string_view type;
   AsnInt first;
-  AsnInt count;
+  std::string_view sites;  // one space between two names
+
+  constexpr AsnInt count() const {
+    AsnInt n = 1;
+    for (const char c : sites) n += c == ' ';
+    return n;
+  }
 };
 
 inline constexpr AsnInt kFirstTypeCode = -100;
@@ -24,148 +40,217 @@ inline constexpr AsnInt kLastTypeCode = -677;
 
 inline constexpr CodeRun kCodeRuns[] = {
     // Names
-    {"AttributeTypeAndValue", -100, 3},
-    {"RelativeDistinguishedName", -103, 2},
-    {"DistinguishedName", -105, 3},
-    {"Name", -108, 1},
-    {"DirectoryString", -109, 1},
-    {"OtherName", -110, 3},
-    {"EDIPartyName", -113, 2},
-    {"GeneralName", -115, 1},
-    {"GeneralNames", -116, 2},
+    {"AttributeTypeAndValue", -100, "type value length"},
+    {"RelativeDistinguishedName", -103, "unexpected length"},
+    {"DistinguishedName", -105, "wrongTag unexpected length"},
+    {"Name", -108, "unexpected"},
+    {"DirectoryString", -109, "unexpected"},
+    {"OtherName", -110, "type-id value length"},
+    {"EDIPartyName", -113, "partyName length"},
+    {"GeneralName", -115, "unexpected"},
+    {"GeneralNames", -116, "unexpected length"},
     // Certificates, CRLs, keys
-    {"AlgorithmIdentifier", -130, 3},
-    {"AlgorithmIdentifiers", -133, 2},
-    {"Extension", -135, 3},
-    {"Extensions", -138, 2},
-    {"Time", -140, 1},
-    {"Validity", -141, 3},
-    {"SubjectPublicKeyInfo", -144, 3},
-    {"TBSCertificate", -147, 10},
-    {"Certificate", -157, 5},
-    {"RevokedCertificate", -162, 4},
-    {"RevokedCertificates", -166, 2},
-    {"TBSCertList", -168, 6},
-    {"CertificateList", -174, 4},
-    {"CertificateLists", -178, 2},
-    {"RSAPublicKey", -180, 4},
-    {"Dss_Parms_BI", -184, 5},
-    {"Dss_Sig_Value_BI", -189, 4},
-    {"DigestInfo", -193, 3},
-    {"BigIntegerStr", -196, 1},
+    {"AlgorithmIdentifier", -130, "algorithm length trailing"},
+    {"AlgorithmIdentifiers", -133, "unexpected length"},
+    {"Extension", -135, "extnID extnValue length"},
+    {"Extensions", -138, "unexpected length"},
+    {"Time", -140, "unexpected"},
+    {"Validity", -141, "notBefore notAfter length"},
+    {"SubjectPublicKeyInfo", -144, "algorithm subjectPublicKey length"},
+    {"TBSCertificate", -147,
+     "version.tag serialNumber signature issuer validity subject subjectPublicKeyInfo extensions.tag length "
+     "trailing"},
+    {"Certificate", -157, "wrongTag tbsCertificate signatureAlgorithm signature length"},
+    {"RevokedCertificate", -162, "userCertificate revocationDate length trailing"},
+    {"RevokedCertificates", -166, "unexpected length"},
+    {"TBSCertList", -168, "signature issuer thisUpdate crlExtensions.tag length trailing"},
+    {"CertificateList", -174, "tbsCertList signatureAlgorithm signature length"},
+    {"CertificateLists", -178, "unexpected length"},
+    {"RSAPublicKey", -180, "wrongTag modulus publicExponent length"},
+    {"Dss_Parms_BI", -184, "wrongTag p q g length"},
+    {"Dss_Sig_Value_BI", -189, "wrongTag r s length"},
+    {"DigestInfo", -193, "digestAlgorithm digest length"},
+    {"BigIntegerStr", -196, "wrongTag"},
     // X.400 addresses
-    {"CountryName", -210, 1},
-    {"AdministrationDomainName", -211, 1},
-    {"PrivateDomainName", -212, 1},
-    {"PersonalName", -213, 3},
-    {"OrganizationalUnitNames", -216, 2},
-    {"BuiltInStandardAttributes", -218, 2},
-    {"BuiltInDomainDefinedAttribute", -220, 3},
-    {"BuiltInDomainDefinedAttributes", -223, 2},
-    {"ExtensionAttribute", -225, 3},
-    {"ExtensionAttributes", -228, 2},
-    {"ORAddress", -230, 3},
+    {"CountryName", -210, "unexpected"},
+    {"AdministrationDomainName", -211, "unexpected"},
+    {"PrivateDomainName", -212, "unexpected"},
+    {"PersonalName", -213, "surname unexpected length"},
+    {"OrganizationalUnitNames", -216, "unexpected length"},
+    {"BuiltInStandardAttributes", -218, "length trailing"},
+    {"BuiltInDomainDefinedAttribute", -220, "type value length"},
+    {"BuiltInDomainDefinedAttributes", -223, "unexpected length"},
+    {"ExtensionAttribute", -225, "extension-attribute-type extension-attribute-value length"},
+    {"ExtensionAttributes", -228, "unexpected length"},
+    {"ORAddress", -230, "built-in-standard-attributes length trailing"},
     // X.520 attribute syntaxes
-    {"PrintableString1", -250, 1},
-    {"X520InternationalISDNNumber", -251, 1},
-    {"X121Address", -252, 1},
-    {"DomainComponent", -253, 1},
-    {"Pkcs9email", -254, 1},
-    {"X520PreferredDeliveryMethod", -255, 3},
-    {"X520PostalAddress", -258, 3},
-    {"X520TelexNumber", -261, 5},
-    {"X520FacsimileTelephoneNumber", -266, 4},
-    {"NetworkAddresses", -270, 2},
-    {"X520PresentationAddress", -272, 7},
-    {"ProtocolProfiles", -279, 2},
-    {"X520ProtocolInformation", -281, 4},
-    {"X520UniqueMember", -285, 4},
+    {"PrintableString1", -250, "wrongTag"},
+    {"X520InternationalISDNNumber", -251, "wrongTag"},
+    {"X121Address", -252, "wrongTag"},
+    {"DomainComponent", -253, "wrongTag"},
+    {"Pkcs9email", -254, "wrongTag"},
+    {"X520PreferredDeliveryMethod", -255, "wrongTag unexpected length"},
+    {"X520PostalAddress", -258, "wrongTag unexpected length"},
+    {"X520TelexNumber", -261, "wrongTag telexNumber countryCode answerback length"},
+    {"X520FacsimileTelephoneNumber", -266, "wrongTag telephoneNumber length trailing"},
+    {"NetworkAddresses", -270, "unexpected length"},
+    {"X520PresentationAddress", -272,
+     "wrongTag pSelector.tag sSelector.tag tSelector.tag nAddresses nAddresses.tag length"},
+    {"ProtocolProfiles", -279, "unexpected length"},
+    {"X520ProtocolInformation", -281, "wrongTag nAddress profiles length"},
+    {"X520UniqueMember", -285, "wrongTag dn length trailing"},
     // Attributes
-    {"Attribute", -300, 3},
-    {"Attributes", -303, 2},
-    {"AttributeSequence", -305, 2},
+    {"Attribute", -300, "type values length"},
+    {"Attributes", -303, "unexpected length"},
+    {"AttributeSequence", -305, "unexpected length"},
     // Signing certificates and policies
-    {"AttrContentType", -320, 1},
-    {"AttrMsgDigest", -321, 1},
-    {"ExtensionRequest0", -322, 3},
-    {"PolicyQualifierInfo", -325, 3},
-    {"PolicyQualifiers", -328, 2},
-    {"PolicyInformation", -330, 3},
-    {"Policies", -333, 2},
-    {"IssuerSerial", -335, 3},
-    {"ESSCertID", -338, 3},
-    {"ESSCertIDs", -341, 2},
-    {"ESSCertIDv2", -343, 3},
-    {"ESSCertIDv2s", -346, 2},
-    {"SigningCertAttrParams", -348, 4},
-    {"SigningCertV2AttrParams", -352, 4},
+    {"AttrContentType", -320, "wrongTag"},
+    {"AttrMsgDigest", -321, "wrongTag"},
+    {"ExtensionRequest0", -322, "wrongTag unexpected length"},
+    {"PolicyQualifierInfo", -325, "policyQualifierId qualifier length"},
+    {"PolicyQualifiers", -328, "unexpected length"},
+    {"PolicyInformation", -330, "policyIdentifier length trailing"},
+    {"Policies", -333, "unexpected length"},
+    {"IssuerSerial", -335, "issuer serialNumber length"},
+    {"ESSCertID", -338, "certHash length trailing"},
+    {"ESSCertIDs", -341, "unexpected length"},
+    {"ESSCertIDv2", -343, "certHash length trailing"},
+    {"ESSCertIDv2s", -346, "unexpected length"},
+    {"SigningCertAttrParams", -348, "wrongTag certs length trailing"},
+    {"SigningCertV2AttrParams", -352, "wrongTag certs length trailing"},
     // Attribute certificates
-    {"ObjectDigestInfo", -370, 4},
-    {"Holder", -374, 2},
-    {"V2Form", -376, 2},
-    {"AttCertIssuer", -378, 1},
-    {"AttCertValidityPeriod", -379, 3},
-    {"AttributeCertificateInfo", -382, 9},
-    {"AttributeCertificate", -391, 5},
-    {"AttCertSubject", -396, 3},
-    {"AttributeCertificateInfoV1", -399, 8},
-    {"AttributeCertificateV1", -407, 4},
+    {"ObjectDigestInfo", -370, "digestedObjectType digestAlgorithm objectDigest length"},
+    {"Holder", -374, "length trailing"},
+    {"V2Form", -376, "length trailing"},
+    {"AttCertIssuer", -378, "unexpected"},
+    {"AttCertValidityPeriod", -379, "notBeforeTime notAfterTime length"},
+    {"AttributeCertificateInfo", -382,
+     "version holder issuer signature serialNumber attrCertValidityPeriod attributes length trailing"},
+    {"AttributeCertificate", -391, "wrongTag acinfo signatureAlgorithm signatureValue length"},
+    {"AttCertSubject", -396, "baseCertificateID.tag subjectName.tag unexpected"},
+    {"AttributeCertificateInfoV1", -399,
+     "subject issuer signature serialNumber attCertValidityPeriod attributes length trailing"},
+    {"AttributeCertificateV1", -407, "acInfo signatureAlgorithm signature length"},
     // CMS
-    {"ContentInfo", -430, 4},
-    {"EncapsulatedContentInfo", -434, 4},
-    {"IssuerAndSerialNumber", -438, 3},
-    {"SignerIdentifier", -441, 1},
-    {"SignerInfo", -442, 7},
-    {"SignerInfos", -449, 2},
-    {"ExtendedCertificateInfo", -451, 4},
-    {"ExtendedCertificate", -455, 4},
-    {"OtherCertificateFormat", -459, 3},
-    {"CertificateChoices", -462, 1},
-    {"CertificateSet", -463, 2},
-    {"SignedData", -465, 6},
+    {"ContentInfo", -430, "wrongTag contentType length trailing"},
+    {"EncapsulatedContentInfo", -434, "eContentType eContent.tag length trailing"},
+    {"IssuerAndSerialNumber", -438, "issuer serialNumber length"},
+    {"SignerIdentifier", -441, "unexpected"},
+    {"SignerInfo", -442, "version sid digestAlgorithm signatureAlgorithm signature length trailing"},
+    {"SignerInfos", -449, "unexpected length"},
+    {"ExtendedCertificateInfo", -451, "version certificate attributes length"},
+    {"ExtendedCertificate", -455, "extendedCertificateInfo signatureAlgorithm signature length"},
+    {"OtherCertificateFormat", -459, "otherCertFormat otherCert length"},
+    {"CertificateChoices", -462, "unexpected"},
+    {"CertificateSet", -463, "unexpected length"},
+    {"SignedData", -465, "wrongTag version digestAlgorithms encapContentInfo signerInfos length"},
     // Signature policy and signer attributes
-    {"OtherHashAlgAndValue", -490, 3},
-    {"SigPolicyQualifierInfo", -493, 3},
-    {"SigPolicyQualifiers", -496, 2},
-    {"SignaturePolicyId", -498, 4},
-    {"SignaturePolicyIdentifierAttrParams", -502, 1},
-    {"SignerAttributeChoice", -503, 3},
-    {"SignerAttributeAttrParams", -506, 3},
+    {"OtherHashAlgAndValue", -490, "hashAlgorithm hashValue length"},
+    {"SigPolicyQualifierInfo", -493, "sigPolicyQualifierId sigQualifier length"},
+    {"SigPolicyQualifiers", -496, "unexpected length"},
+    {"SignaturePolicyId", -498, "sigPolicyIdentifier sigPolicyHash length trailing"},
+    {"SignaturePolicyIdentifierAttrParams", -502, "unexpected"},
+    {"SignerAttributeChoice", -503, "claimedAttributes.tag certifiedAttributes.tag unexpected"},
+    {"SignerAttributeAttrParams", -506, "wrongTag unexpected length"},
     // Timing attributes
-    {"TimeValue", -520, 4},
-    {"LeapData", -524, 3},
-    {"LeapEvent", -527, 2},
-    {"TimingMetrics", -529, 7},
-    {"TimingMeticsObj", -536, 3},
-    {"TimingPolicyId", -539, 1},
-    {"TimingPolicyIds", -540, 2},
-    {"TimingPolicy", -542, 5},
-    {"TimingPolicyObj", -547, 3},
+    {"TimeValue", -520, "major fractionalSeconds length trailing"},
+    {"LeapData", -524, "leapTime action length"},
+    {"LeapEvent", -527, "unexpected length"},
+    {"TimingMetrics", -529, "wrongTag ntpTime offset delay expiration length trailing"},
+    {"TimingMeticsObj", -536, "wrongTag unexpected length"},
+    {"TimingPolicyId", -539, "unexpected"},
+    {"TimingPolicyIds", -540, "unexpected length"},
+    {"TimingPolicy", -542, "wrongTag maxOffset.tag maxDelay.tag length trailing"},
+    {"TimingPolicyObj", -547, "wrongTag unexpected length"},
     // Time-stamp protocol
-    {"TimeStampReq", -640, 5},
-    {"MessageImprint", -645, 3},
-    {"PKIFreeText", -648, 2},
-    {"PKIStatusInfo", -650, 3},
-    {"TimeStampResp", -653, 4},
-    {"Accuracy", -657, 2},
-    {"TSTInfo", -659, 8},
+    {"TimeStampReq", -640, "wrongTag version messageImprint length trailing"},
+    {"MessageImprint", -645, "hashAlgorithm hashedMessage length"},
+    {"PKIFreeText", -648, "unexpected length"},
+    {"PKIStatusInfo", -650, "status length trailing"},
+    {"TimeStampResp", -653, "wrongTag status length trailing"},
+    {"Accuracy", -657, "length trailing"},
+    {"TSTInfo", -659, "wrongTag version policy messageImprint serialNumber genTime length trailing"},
 };
 
-constexpr CodeRun code_run(std::string_view type) {
-  for (const CodeRun& run : kCodeRuns)
-    if (run.type == type) return run;
-  throw "no row of kCodeRuns names this type";
+// The arguments of the functions below are what the compiler shows of a table that it refuses.
+
+constexpr void check_code_run(std::string_view type, AsnInt first, AsnInt last, AsnInt highestFree) {
+  if (type.empty()) throw "a row of kCodeRuns names no type";
+  if (first > highestFree) throw "rows of kCodeRuns stand in falling order and do not overlap";
+  if (last < kLastTypeCode) throw "a row of kCodeRuns leaves the range of the codes of types";
+}
+constexpr bool check_code_runs(std::span<const CodeRun> runs) {
+  AsnInt highestFree = kFirstTypeCode;
+  for (const CodeRun& run : runs) {
+    const AsnInt last = run.first - run.count() + 1;
+    check_code_run(run.type, run.first, last, highestFree);
+    highestFree = last - 1;
+  }
+  return true;
+}
+static_assert(check_code_runs(kCodeRuns), "kCodeRuns is in order");
+
+using SiteCode = int16_t;
+inline constexpr SiteCode kNoCode = 0;  // of a site that a type does not have
+
+constexpr void check_site([[maybe_unused]] std::string_view type, std::string_view site,
+                          std::string_view suffix, std::string_view found) {
+  if (!found.starts_with(site) || found.substr(site.size()) != suffix)
+    throw "kCodeRuns has another name, or none, where this type has this site";
+}
+constexpr void check_rest([[maybe_unused]] std::string_view type, std::string_view rest) {
+  if (!rest.empty()) throw "kCodeRuns names sites that this type does not have, or names them twice";
 }
 
-constexpr bool code_runs_are_distinct() {
-  AsnInt next = kFirstTypeCode;
-  for (const CodeRun& run : kCodeRuns) {
-    if (run.first > next || run.count <= 0) return false;
-    next = run.first - run.count;
+// SiteCodes hands out the codes of one type. Its sites are asked for in their order; the rows of
+// the type name them in the same order, so that two names never swap.
+class SiteCodes {
+ public:
+  constexpr explicit SiteCodes(std::string_view type, std::span<const CodeRun> table = kCodeRuns)
+      : type_(type) {
+    for (const CodeRun& run : table) {
+      if (run.type != type) continue;
+      if (rows_ == kMostRows) throw "a type has at most four rows in kCodeRuns";
+      rest_[rows_++] = {run.sites, SiteCode(run.first)};
+    }
+    if (rows_ == 0) throw "no row of kCodeRuns names this type";
   }
-  return next >= kLastTypeCode - 1;
-}
-static_assert(code_runs_are_distinct(),
-              "rows of kCodeRuns stand in falling order, without overlap, in the range");
+
+  constexpr SiteCode next(std::string_view site, std::string_view suffix = {}) {
+    size_t row = 0;
+    while (row < rows_ && !rest_[row].starts_with(site, suffix)) ++row;
+    if (row == rows_) check_site(type_, site, suffix, rest_[0].name());
+    return rest_[row].take();
+  }
+
+  // finish is called after the last site: every name has been asked for.
+  constexpr void finish() const {
+    for (size_t row = 0; row < rows_; ++row) check_rest(type_, rest_[row].names);
+  }
+
+ private:
+  static constexpr size_t kMostRows = 4;
+
+  // What has not been asked for of a row.
+  struct Rest {
+    std::string_view names;
+    SiteCode code;
+
+    constexpr std::string_view name() const { return names.substr(0, names.find(' ')); }
+    constexpr bool starts_with(std::string_view site, std::string_view suffix) const {
+      const std::string_view word = name();
+      return word.size() == site.size() + suffix.size() && word.starts_with(site) && word.ends_with(suffix);
+    }
+    constexpr SiteCode take() {
+      const size_t taken = name().size();
+      names.remove_prefix(taken == names.size() ? taken : taken + 1);
+      return code--;
+    }
+  };
+
+  std::string_view type_;
+  std::array<Rest, kMostRows> rest_{};
+  size_t rows_ = 0;
+};
 
 }  // namespace qex

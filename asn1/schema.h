@@ -10,68 +10,12 @@
 #include <cstddef>
 #include <cstdint>
 #include <span>
+#include <string_view>
 #include <type_traits>
 
-#include "asn1/codes.h"
-#include "ber/list.h"
-#include "ber/open_types.h"
-#include "ber/primitives.h"
+#include "asn1/type.h"
 
 namespace qex {
-
-enum class Kind : uint8_t { Primitive, Any, Sequence, Set, Choice, ListOf, OpenList };
-enum class Held : uint8_t { Inline, Pointer };
-enum class Need : uint8_t { Mandatory, Optional };
-enum class Tagging : uint8_t { None, Implicit, Explicit };
-
-struct Type;
-
-// The content routines of one primitive representation.
-struct Codec {
-  void (*decode)(ExpBuf** b, AsnTag tag, AsnLen len, void* v, AsnLen* bytes, AsnJmpEnv& env);
-  AsnLen (*encode)(ExpBuf** b, const void* v);
-  void (*free)(void* v);
-  void (*print)(FILE* f, const void* v, unsigned indent);
-  bool (*absent)(const void* v);  // of an OPTIONAL value that is held inline
-};
-
-// One field of a SEQUENCE or SET, or one alternative of a CHOICE.
-struct Field {
-  const char* name;  // as Print writes it
-  uint32_t offset;   // of the member in its record
-  const Type* type;
-  AsnTag tag;  // of an IMPLICIT or EXPLICIT field
-  Tagging tagging;
-  Held held;
-  Need need;
-  bool checksInnerTag;  // EXPLICIT around a type that has one tag of its own
-  bool definedByInt;    // the identifier of an open type is an INTEGER
-  int32_t definedBy;    // offset of the identifier of an open type; -1: none
-};
-
-// Another shape in which a value of `identifier` may stand: as `type` instead of as the
-// registered one, either as an element of the SET or in place of the whole SET.
-struct OpenShape {
-  AsnOid identifier;
-  const Type* type;
-  const AnyInfo* info;
-  bool inPlaceOfSet;
-};
-
-struct Type {
-  const char* name;  // as in the routine names of the error texts
-  Kind kind;
-  bool top;            // has a full decoder, so a code for a wrong outer tag
-  uint16_t mandatory;  // fields up to and including the last mandatory one
-  uint32_t size;       // of the value record
-  AsnTag tag;
-  AsnTag altTag;                      // second accepted tag: the constructed form of a string; 0: none
-  AsnInt firstCode;                   // of the type's run of error codes
-  std::span<const Field> fields;      // Sequence, Set, Choice
-  const Type* element;                // ListOf
-  std::span<const OpenShape> shapes;  // OpenList
-  const Codec* codec;                 // Primitive
-};
 
 // A Type whose values are records of V.
 template <class V>
@@ -114,14 +58,18 @@ struct Tag {
 inline constexpr AsnTag kApplicationClass = 0x40000000;
 inline constexpr AsnTag kContextClass = 0x80000000;
 inline constexpr Tag kOwnTag{0, Tagging::None, 0};
+constexpr Tag tagged(uint32_t number, Tagging tagging, AsnTag tagClass) {
+  if (number > 30) throw "a tag number is at most 30: the codec writes tags of one octet";
+  return {number, tagging, tagClass};
+}
 constexpr Tag implicit_tag(uint32_t number) {
-  return {number, Tagging::Implicit, kContextClass};
+  return tagged(number, Tagging::Implicit, kContextClass);
 }
 constexpr Tag explicit_tag(uint32_t number) {
-  return {number, Tagging::Explicit, kContextClass};
+  return tagged(number, Tagging::Explicit, kContextClass);
 }
 constexpr Tag explicit_application_tag(uint32_t number) {
-  return {number, Tagging::Explicit, kApplicationClass};
+  return tagged(number, Tagging::Explicit, kApplicationClass);
 }
 
 template <class V>
@@ -129,50 +77,52 @@ inline constexpr bool kIsPrimitive =
     std::is_same_v<V, AsnInt> || std::is_same_v<V, AsnBool> || std::is_same_v<V, AsnOcts> ||
     std::is_same_v<V, AsnBits> || std::is_same_v<V, AsnOid> || std::is_same_v<V, AsnNull>;
 
-// Around a primitive value an IMPLICIT tag is primitive; every other tag is constructed.
-template <class V>
-constexpr AsnTag tag_octets(Tag tag) {
-  if (tag.tagging == Tagging::None) return 0;
-  const bool primitive = tag.tagging == Tagging::Implicit && kIsPrimitive<V>;
-  return tag.tagClass | (primitive ? 0 : kConstructedBit) | tag.number << 24;
-}
-
 template <class V>
 concept IsChoice = requires(V v) {
   v.choice;
 };
 
-// A CHOICE or an ANY has no tag of its own that could be looked for inside an EXPLICIT one.
+// A CHOICE or an ANY has no tag of its own: an IMPLICIT one would replace nothing, and none could
+// be looked for inside an EXPLICIT one.
 template <class V>
 inline constexpr bool kHasOwnTag = !IsChoice<V> && !std::is_same_v<V, AsnAny>;
 
-template <class M, class V>
-concept Holds = std::is_same_v<M, V> || std::is_same_v<M, V*>;
-
-template <class R, class M, class V>
-requires Holds<M, V>
-constexpr Row<R> row(Member<R, M> m, const TypeOf<V>& type, Need need, Tag tag) {
-  return {{.name = m.name,
-           .offset = m.offset,
-           .type = &type,
-           .tag = tag_octets<V>(tag),
-           .tagging = tag.tagging,
-           .held = std::is_pointer_v<M> ? Held::Pointer : Held::Inline,
-           .need = need,
-           .checksInnerTag = tag.tagging == Tagging::Explicit && kHasOwnTag<V>,
-           .definedByInt = false,
-           .definedBy = -1}};
+// Around a primitive value an IMPLICIT tag is primitive; every other tag is constructed.
+template <class V>
+constexpr AsnTag tag_octets(Tag tag) {
+  if (tag.tagging == Tagging::None) return 0;
+  if (tag.tagging == Tagging::Implicit && !kHasOwnTag<V>) throw "a CHOICE or an ANY takes no IMPLICIT tag";
+  const bool primitive = tag.tagging == Tagging::Implicit && kIsPrimitive<V>;
+  return tag.tagClass | (primitive ? 0 : kConstructedBit) | tag.number << 24;
 }
 
 template <class R, class M, class V>
-requires Holds<M, V>
+constexpr Row<R> row(Member<R, M> m, const TypeOf<V>& type, Need need, Tag tag) {
+  static_assert(std::is_same_v<M, V> || std::is_same_v<M, V*>,
+                "a row names a type whose values its member does not hold");
+  Row<R> made{};
+  made.name = m.name;
+  made.type = &type;
+  made.offset = m.offset;
+  made.tag = tag_octets<V>(tag);
+  made.definedBy = -1;
+  made.tagging = tag.tagging;
+  made.held = std::is_pointer_v<M> ? Held::Pointer : Held::Inline;
+  made.need = need;
+  made.checksInnerTag = tag.tagging == Tagging::Explicit && kHasOwnTag<V>;
+  return made;
+}
+
+template <class R, class M, class V>
 constexpr Row<R> must(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
   return row(m, type, Need::Mandatory, tag);
 }
-// OPTIONAL and DEFAULT alike: absent stays absent.
+// OPTIONAL and DEFAULT alike: absent stays absent. Inline values show it by their octets.
 template <class R, class M, class V>
-requires Holds<M, V>
 constexpr Row<R> may(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
+  static_assert(std::is_pointer_v<M> || std::is_same_v<V, AsnOcts> || std::is_same_v<V, AsnBits> ||
+                    std::is_same_v<V, AsnOid> || std::is_same_v<V, AsnAny>,
+                "an OPTIONAL value without octets of its own is held by a pointer");
   return row(m, type, Need::Optional, tag);
 }
 // ANY DEFINED BY: `by` is the identifier decoded earlier in the same record.
@@ -188,53 +138,6 @@ constexpr Row<R> defined_by(Member<R, AsnInt> by, Row<R> open) {
   return open;
 }
 
-// --- Error codes -------------------------------------------------------------
-// A type's codes are one run downward from firstCode, in this order: the wrong outer tag
-// (top types); for each field its absence (mandatory ones) and its wrong inner tag (EXPLICIT
-// ones); the tag that fits nothing (CHOICE, SET, lists); the length mismatch at the end; the
-// trailing tag (SEQUENCE whose last field is OPTIONAL).
-
-enum class Site : uint8_t { WrongTag, Missing, InnerTag, Unexpected, Length, Trailing };
-
-// Whether a type has the site at all; `field` counts for Missing and InnerTag.
-constexpr bool has_site(const Type& t, Site site, size_t field) {
-  const bool record = t.kind == Kind::Sequence || t.kind == Kind::Set;
-  switch (site) {
-    case Site::WrongTag: return t.top && t.kind != Kind::Choice;
-    case Site::Missing: return record && t.fields[field].need == Need::Mandatory;
-    case Site::InnerTag: return t.fields[field].checksInnerTag;
-    case Site::Unexpected: return t.kind == Kind::Choice || t.kind == Kind::Set || t.kind == Kind::ListOf;
-    case Site::Length: return record || t.kind == Kind::ListOf;
-    case Site::Trailing:
-      return t.kind == Kind::Sequence && !t.fields.empty() && t.fields.back().need == Need::Optional;
-  }
-  return false;
-}
-
-// How many of the type's sites stand before the named one.
-constexpr AsnInt site_index(const Type& t, Site site, size_t field) {
-  AsnInt n = 0;
-  if (site == Site::WrongTag) return n;
-  n += has_site(t, Site::WrongTag, 0);
-  for (size_t i = 0; i < t.fields.size(); ++i) {
-    if (site == Site::Missing && i == field) return n;
-    n += has_site(t, Site::Missing, i);
-    if (site == Site::InnerTag && i == field) return n;
-    n += has_site(t, Site::InnerTag, i);
-  }
-  for (Site s : {Site::Unexpected, Site::Length, Site::Trailing}) {
-    if (site == s) return n;
-    n += has_site(t, s, 0);
-  }
-  return n;
-}
-constexpr AsnInt site_code(const Type& t, Site site, size_t field = 0) {
-  return t.firstCode - site_index(t, site, field);
-}
-constexpr AsnInt site_count(const Type& t) {
-  return site_index(t, Site::Missing, t.fields.size());
-}
-
 // --- Descriptors ---------------------------------------------------------------
 
 enum class Top : bool { No, Yes };  // a top type has a full decoder
@@ -245,13 +148,56 @@ constexpr uint16_t up_to_last_mandatory(std::span<const Field> fields) {
   return uint16_t(n);
 }
 
-// first_code is the start of the type's run of codes; a run of another length than the type
-// has sites does not compile.
-constexpr AsnInt first_code(const Type& type) {
-  const CodeRun run = code_run(type.name);
-  if (site_count(type) != run.count)
-    throw "kCodeRuns gives this type another number of codes than it has sites";
-  return run.first;
+// fail_named in codec.cpp has room for a name of so many characters.
+inline constexpr size_t kLongestTypeName = 64;
+
+// give_codes gives every site of the type its code; a type whose sites are not those that
+// kCodeRuns names does not compile.
+constexpr void give_codes(Type& t, std::span<Field> fields) {
+  if (std::string_view(t.name).size() > kLongestTypeName) throw "a type's name is at most 64 characters long";
+  const bool record = t.kind == Kind::Sequence || t.kind == Kind::Set;
+  SiteCodes codes(t.name);
+  if (t.top && t.kind != Kind::Choice) t.wrongTagCode = codes.next("wrongTag");
+  for (Field& f : fields) {
+    if (record && f.need == Need::Mandatory) f.missingCode = codes.next(f.name);
+    if (f.checksInnerTag) f.innerTagCode = codes.next(f.name, ".tag");
+  }
+  if (t.kind == Kind::Choice || t.kind == Kind::Set || t.kind == Kind::ListOf)
+    t.unexpectedCode = codes.next("unexpected");
+  if (record || t.kind == Kind::ListOf) t.lengthCode = codes.next("length");
+  if (t.kind == Kind::Sequence && fields.back().need == Need::Optional)
+    t.trailingCode = codes.next("trailing");
+  codes.finish();
+}
+
+constexpr bool is_open(const Field& f) {
+  return f.type->kind == Kind::Any || f.type->kind == Kind::OpenList;
+}
+
+// An open type is decoded after its identifier, which is there for certain.
+constexpr void check_open_type([[maybe_unused]] const char* type, [[maybe_unused]] const char* field,
+                               Kind kind, const Field& open, std::span<const Field> before) {
+  if (kind != Kind::Sequence) throw "an open type is a field of a SEQUENCE, where its identifier comes first";
+  if (open.definedBy < 0) throw "an open type is declared with defined_by";
+  if (open.type->kind == Kind::Any && open.held == Held::Pointer) throw "an ANY is held in the record itself";
+  const Field* by = nullptr;
+  for (const Field& f : before)
+    if (int32_t(f.offset) == open.definedBy) by = &f;
+  if (by == nullptr) throw "defined_by names a field that does not come before the open type";
+  if (by->need == Need::Optional) throw "defined_by names a field that may be absent";
+  if (open.tagging != Tagging::None) return;
+  if (before.back().need == Need::Optional) throw "an open type after an OPTIONAL field has a tag of its own";
+}
+// What the engine could not decode or encode is refused where it is declared.
+constexpr void check_fields(const char* type, Kind kind, std::span<const Field> fields) {
+  for (size_t i = 0; i < fields.size(); ++i) {
+    const Field& f = fields[i];
+    if (is_open(f)) check_open_type(type, f.name, kind, f, fields.first(i));
+    if (f.type->kind == Kind::OpenList && (f.definedByInt || f.tagging != Tagging::None))
+      throw "an open SET has its own tag and an OBJECT IDENTIFIER";
+    if (kind == Kind::Choice && (f.held == Held::Inline || f.need == Need::Optional))
+      throw "an alternative is a row of must() whose member is a pointer";
+  }
 }
 
 // The descriptor of a record, and its table: `fields` is a view of `rows`.
@@ -270,7 +216,8 @@ struct RecordType : TypeOf<R> {
     this->size = sizeof(R);
     this->tag = ownTag;
     this->fields = rows;
-    this->firstCode = first_code(*this);
+    check_fields(typeName, recordKind, rows);
+    give_codes(*this, rows);
   }
   RecordType(const RecordType&) = delete;
   RecordType& operator=(const RecordType&) = delete;
@@ -296,7 +243,9 @@ template <class R, size_t N>
 struct Set : RecordType<R, N> {
   template <class... Rows>
   constexpr Set(const char* typeName, Row<R> first, const Rows&... more)
-      : RecordType<R, N>(Kind::Set, 0x31000000, typeName, Top::No, first, more...) {}
+      : RecordType<R, N>(Kind::Set, 0x31000000, typeName, Top::No, first, more...) {
+    static_assert(N <= 32, "a SET has at most 32 fields: the decoder marks those that it met in 32 bits");
+  }
 };
 template <class R, class... Rows>
 Set(const char*, Row<R>, Rows...) -> Set<R, 1 + sizeof...(Rows)>;
@@ -329,7 +278,9 @@ constexpr TypeOf<ListOf<E>> list_type(const char* typeName, AsnTag tag, const Ty
   t.size = sizeof(AsnList);
   t.tag = tag;
   t.element = &element;
-  t.firstCode = first_code(t);
+  static_assert(!std::is_same_v<E, AsnAny> && !std::is_same_v<E, ListOf<AsnAny>>,
+                "the elements of a list are of no open type: OpenSetOf holds those");
+  give_codes(t, {});
   return t;
 }
 template <class E>
@@ -371,7 +322,7 @@ template <class V>
 constexpr TypeOf<V> named(const char* name, TypeOf<V> base) {
   base.name = name;
   base.top = true;
-  base.firstCode = first_code(base);
+  give_codes(base, {});
   return base;
 }
 

@@ -14,6 +14,23 @@
 
 namespace qex::test {
 
+// The places where a decoder of a type fails, each with an error code of its own (asn1/codes.h).
+enum class Site { WrongTag, Missing, InnerTag, Unexpected, Length, Trailing };
+
+// site_code returns the code of a site, kNoCode where the type does not have it; `field` counts for Missing
+// and InnerTag.
+inline AsnInt site_code(const Type& t, Site site, size_t field = 0) {
+  switch (site) {
+    case Site::WrongTag: return t.wrongTagCode;
+    case Site::Missing: return field < t.fields.size() ? t.fields[field].missingCode : kNoCode;
+    case Site::InnerTag: return field < t.fields.size() ? t.fields[field].innerTagCode : kNoCode;
+    case Site::Unexpected: return t.unexpectedCode;
+    case Site::Length: return t.lengthCode;
+    case Site::Trailing: return t.trailingCode;
+  }
+  return kNoCode;
+}
+
 // The routines of a type, under the names by which they are called.
 template <class R>
 struct Routines {

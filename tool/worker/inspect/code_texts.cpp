@@ -82,9 +82,9 @@ std::optional<std::string> Asn1ErrorMeaning(int32_t error) {
     if (row.error == error) return row.text;
   }
   for (const CodeRun& run : kCodeRuns) {
-    if (error <= run.first && error > run.first - run.count) {
+    if (error <= run.first && error > run.first - run.count()) {
       return "the decoding failed at place " + std::to_string(run.first - error + 1) + " of " +
-             std::to_string(run.count) + " in the type " + std::string(run.type);
+             std::to_string(run.count()) + " in the type " + std::string(run.type);
     }
   }
   return std::nullopt;
@@ -94,7 +94,7 @@ std::vector<Asn1ErrorText> Asn1Errors() {
   std::vector<Asn1ErrorText> errors;
   for (const RuntimeError& row : kRuntimeErrors) errors.push_back({row.error, row.error, row.text});
   for (const CodeRun& run : kCodeRuns) {
-    errors.push_back({run.first, run.first - run.count + 1,
+    errors.push_back({run.first, run.first - run.count() + 1,
                       "the decoding failed in the type " + std::string(run.type) + ", at one of its places"});
   }
   return errors;
