@@ -1,0 +1,11 @@
+// error: rows of kCodeRuns stand in falling order and do not overlap
+#include "asn1/schema.h"
+
+namespace qex {
+namespace {
+
+constexpr CodeRun kRuns[] = {{"First", -100, "wrongTag length"}, {"Second", -101, "length"}};
+static_assert(check_code_runs(kRuns));
+
+}  // namespace
+}  // namespace qex

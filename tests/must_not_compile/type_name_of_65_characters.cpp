@@ -1,0 +1,10 @@
+// error: a type's name is at most 64 characters long
+#include "asn1/schema.h"
+
+namespace qex {
+namespace {
+
+constexpr auto kType = named("AnIdentifierThatIsLongerThanTheTextOfTheWrongTagErrorHasAnyRoomFor", kAsnOid);
+
+}  // namespace
+}  // namespace qex
