@@ -12,6 +12,7 @@ import argparse
 import ctypes
 import hashlib
 import os
+import re
 import random
 import struct
 import sys
@@ -375,9 +376,11 @@ def digests(corpus):
 
 
 def engine(corpus, messages):
-    """Types by the number that they have in targets/types.cpp."""
-    for number, label, data in messages:
-        corpus.add("types", f"{number:02}_{label}", bytes([number]) + data)
+    """Types by name; the target takes a type's number, its first error code without the sign."""
+    with open(os.path.join(os.path.dirname(os.path.abspath(__file__)), "..", "asn1", "codes.h"), encoding="utf-8") as table:
+        numbers = dict(re.findall(r'\{"(\w+)", -(\d+)', table.read()))
+    for name_of_type, label, data in messages:
+        corpus.add("types", f"{name_of_type}_{label}", int(numbers[name_of_type]).to_bytes(2, "big") + data)
 
 
 def main():
@@ -446,29 +449,29 @@ def main():
     distinguished = made_names["usual"]
     ess_id = seq(octets(bytes(20)), seq(seq(der(0xA4, distinguished)), integer(7)))
     engine(corpus, [
-        (0, "token", tokens["dsa"]), (0, "content", seq(oid("1.3.6.1.4.1.311.3.2.1"))),
-        (1, "empty", seq(integer(3), set_of(), seq(oid(TST_INFO)), set_of())), (2, "certificate", certificate),
-        (3, "request", request), (4, "refused", tsa.refusal("badAlg", "no")),
-        (5, "info", tst_info(more=[seq(integer(1), der(0x80, b"\2"), der(0x81, b"\3")), der(1, b"\xff"), integer(5),
+        ("ContentInfo", "token", tokens["dsa"]), ("ContentInfo", "content", seq(oid("1.3.6.1.4.1.311.3.2.1"))),
+        ("SignedData", "empty", seq(integer(3), set_of(), seq(oid(TST_INFO)), set_of())), ("Certificate", "certificate", certificate),
+        ("TimeStampReq", "request", request), ("TimeStampResp", "refused", tsa.refusal("badAlg", "no")),
+        ("TSTInfo", "info", tst_info(more=[seq(integer(1), der(0x80, b"\2"), der(0x81, b"\3")), der(1, b"\xff"), integer(5),
                                    der(0xA0, der(0xA4, distinguished))])),
-        (6, "nested", attribute_certificates["nested"]), (6, "v1", attribute_certificates["v1"]),
-        (7, "metrics", metrics((1, 1))), (8, "set", set_of(metrics())), (9, "policy", POLICY),
-        (10, "set", set_of(POLICY, PLAIN_POLICY)), (11, "key", first(elements(key)[1][1][1:])),
-        (12, "parms", seq(integer(1 << 160), integer(1 << 80), integer(2))), (13, "sig", seq(integer(5), integer(6))),
-        (14, "integer", integer(1 << 64)), (15, "name", distinguished), (15, "odd", made_names["odd"]),
-        (16, "string", der(0x1E, b"\0a")), (17, "ess", seq(seq(ess_id), seq(seq(oid("1.2.3"))))),
-        (18, "ess", seq(seq(seq(octets(bytes(32))), seq(algorithm(SHA512), octets(bytes(64)))))),
-        (19, "policy", seq(oid("1.2.3"), seq(algorithm(SHA1), octets(bytes(20))))), (19, "implied", der(5)),
-        (20, "attributes", seq(der(0xA0, attribute("2.5.4.3", utf8("x"))), der(0xA1, attribute_certificates["none"]))),
-        (21, "extensions", seq(seq(oid("2.5.29.15"), der(1, b"\xff"), octets(b"\3\2\1\6")))),
-        (22, "type", oid(TST_INFO)), (23, "digest", octets(bytes(20))), (24, "utc", der(0x17, b"240101000000Z")),
-        (25, "telex", seq(printable("1"), printable("2"), printable("3"))),
-        (26, "fax", seq(printable("555"), bits(b"\xa0", 5))),
-        (27, "address", seq(der(0xA0, octets(b"p")), der(0xA3, set_of(octets(b"n"))))),
-        (28, "protocol", seq(octets(b"n"), set_of(oid("1.2.3")))),
-        (29, "member", seq(distinguished, bits(b"\x80", 7))), (30, "postal", seq(utf8("Street"))),
-        (31, "delivery", seq(integer(1), integer(2))), (32, "string", printable("GB")),
-        (15, "x400", name(("2.5.4.3", utf8("x")))),
+        ("AttributeCertificate", "nested", attribute_certificates["nested"]), ("AttributeCertificate", "v1", attribute_certificates["v1"]),
+        ("TimingMetrics", "metrics", metrics((1, 1))), ("TimingMeticsObj", "set", set_of(metrics())), ("TimingPolicy", "policy", POLICY),
+        ("TimingPolicyObj", "set", set_of(POLICY, PLAIN_POLICY)), ("RSAPublicKey", "key", first(elements(key)[1][1][1:])),
+        ("Dss_Parms_BI", "parms", seq(integer(1 << 160), integer(1 << 80), integer(2))), ("Dss_Sig_Value_BI", "sig", seq(integer(5), integer(6))),
+        ("BigIntegerStr", "integer", integer(1 << 64)), ("DistinguishedName", "name", distinguished), ("DistinguishedName", "odd", made_names["odd"]),
+        ("DirectoryString", "string", der(0x1E, b"\0a")), ("SigningCertAttrParams", "ess", seq(seq(ess_id), seq(seq(oid("1.2.3"))))),
+        ("SigningCertV2AttrParams", "ess", seq(seq(seq(octets(bytes(32))), seq(algorithm(SHA512), octets(bytes(64)))))),
+        ("SignaturePolicyIdentifierAttrParams", "policy", seq(oid("1.2.3"), seq(algorithm(SHA1), octets(bytes(20))))), ("SignaturePolicyIdentifierAttrParams", "implied", der(5)),
+        ("SignerAttributeAttrParams", "attributes", seq(der(0xA0, attribute("2.5.4.3", utf8("x"))), der(0xA1, attribute_certificates["none"]))),
+        ("ExtensionRequest0", "extensions", seq(seq(oid("2.5.29.15"), der(1, b"\xff"), octets(b"\3\2\1\6")))),
+        ("AttrContentType", "type", oid(TST_INFO)), ("AttrMsgDigest", "digest", octets(bytes(20))), ("Time", "utc", der(0x17, b"240101000000Z")),
+        ("X520TelexNumber", "telex", seq(printable("1"), printable("2"), printable("3"))),
+        ("X520FacsimileTelephoneNumber", "fax", seq(printable("555"), bits(b"\xa0", 5))),
+        ("X520PresentationAddress", "address", seq(der(0xA0, octets(b"p")), der(0xA3, set_of(octets(b"n"))))),
+        ("X520ProtocolInformation", "protocol", seq(octets(b"n"), set_of(oid("1.2.3")))),
+        ("X520UniqueMember", "member", seq(distinguished, bits(b"\x80", 7))), ("X520PostalAddress", "postal", seq(utf8("Street"))),
+        ("X520PreferredDeliveryMethod", "delivery", seq(integer(1), integer(2))), ("PrintableString1", "string", printable("GB")),
+        ("DistinguishedName", "x400", name(("2.5.4.3", utf8("x")))),
     ])
 
 
