@@ -42,11 +42,14 @@ for platform in "${platforms[@]}"; do
     failed=1
   fi
   counts=$(sed -n 's/.*tests passed, \([0-9]* tests\{0,1\} failed out of [0-9]*\).*/\1/p' "$log")
-  skipped=$(grep -c '^[[:space:]]*[0-9]* - .*(Skipped)$' "$log")
-  closing+=("$platform: $verdict, ${counts:-no count}, $skipped skipped ($(built_for "build/$platform/libqex.so")); built in $built s, tested in $((SECONDS - begun - built)) s")
+  # An entry of ctest is a test suite; its log has the number of tests in it, and those skipped.
+  said=build/$platform/Testing/Temporary/LastTest.log
+  tests=$(sed -n 's/^\[=*\] \([0-9]*\) tests\{0,1\} from .* ran.*/\1/p' "$said" | awk '{ n += $1 } END { print n + 0 }')
+  skipped=$(grep -c ': Skipped$' "$said")
+  closing+=("$platform: $verdict, ${counts:-no count}, in them $tests unit tests, $skipped skipped ($(built_for "build/$platform/libqex.so")); built in $built s, tested in $((SECONDS - begun - built)) s")
   # The place and reason of each skipped test.
   while read -r reason; do closing+=("  $reason"); done < <(
-    sed -n '/: Skipped$/{s/.*\/tests\//tests\//;N;s/\n/, /;p}' "build/$platform/Testing/Temporary/LastTest.log")
+    sed -n '/: Skipped$/{s/.*\/tests\//tests\//;N;s/\n/, /;p}' "$said")
 done
 
 echo
