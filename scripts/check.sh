@@ -1,16 +1,21 @@
 #!/usr/bin/env bash
 # The slow checks, to run after scripts/test.sh: ThreadSanitizer, valgrind, static analysis, reproducible builds.
-# Goes on after a failure; ends with the last lines of each step that failed, and a table.
+# Goes on after a failure; ends with the last lines of each step that failed, and a table. Two steps run at a time,
+# since each has parts that one core does; what a step prints comes when it ends, unless it is the only one.
 #
 # usage: scripts/check.sh [all | STEP...]     default: the steps of CI; all: also those that take too long for CI
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format cppcheck tidy one_definition reproducible threads valgrind platforms fuzz)
+steps=(format subjects tidy cppcheck one_definition platforms valgrind threads reproducible fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
   scripts/format.sh
+}
+
+step_subjects() {  # the subjects of commits
+  scripts/subjects.sh
 }
 
 step_cppcheck() {  # cppcheck over all sources; a list with reasons suppresses false positives
@@ -20,7 +25,9 @@ step_cppcheck() {  # cppcheck over all sources; a list with reasons suppresses f
 }
 
 step_one_definition() {  # no name has two definitions in library or tool, as the linker sees them together
-  cmake --preset release -B build/one_definition -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
+  # Types are compared whatever the optimization.
+  cmake --preset release -B build/one_definition -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-DNDEBUG \
+    -DQEX_TEST_PCH=ON -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
     cmake --build build/one_definition -j "$jobs" --target qex qex_tool
 }
 
@@ -28,8 +35,8 @@ step_reproducible() {  # two builds in different folders give the same library
   scripts/reproducible.sh
 }
 
-step_tidy() {  # clang-tidy over the sources that changed lately
-  scripts/tidy.sh --recent
+step_tidy() {  # clang-tidy over the sources that changed lately, for six minutes
+  scripts/tidy.sh --recent 360
 }
 
 step_tidy_all() {  # clang-tidy over all sources, which takes twenty minutes; in 'all'
@@ -53,7 +60,7 @@ step_fuzz() {  # ten seconds for each fuzz target
 }
 
 usage() {
-  sed -n '2,5s/^# \{0,1\}//p' "$0"
+  sed -n '2,6s/^# \{0,1\}//p' "$0"
   echo
   sed -n 's/^step_\(\w*\)() {  # \(.*\)/\1\t\2/p' "$0" | expand -t 16
 }
@@ -68,27 +75,44 @@ for step in "${chosen[@]}"; do
   fi
 done
 
-scripts/setup.sh check fuzz format || exit 1
+purposes=(check fuzz format)
+[[ " ${chosen[*]} " != *" platforms "* ]] || purposes+=(platforms)
+scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)
 trap 'rm -rf "$logs"' EXIT
-status=0
-table=
-failed=()
-for step in "${chosen[@]}"; do
-  echo
-  echo "== $step"
-  started=$SECONDS
+
+# keep FILE copies the standard input to FILE, and lets it be seen where only one step runs.
+keep() {
+  if [ ${#chosen[@]} -eq 1 ]; then tee "$1"; else cat > "$1"; fi
+}
+
+# run_step NAME leaves the output of the step in $logs/NAME and its line of the table in $logs/NAME.row.
+run_step() {
+  local started=$SECONDS verdict=passed
   # Not inside a condition: set -e has no effect there.
-  (set -e; "step_$step") 2>&1 | tee "$logs/$step"
-  if [ "${PIPESTATUS[0]}" -eq 0 ]; then verdict=passed; else verdict=FAILED status=1 failed+=("$step"); fi
-  table+=$(printf '%-14s %-6s %6d s' "$step" "$verdict" $((SECONDS - started)))$'\n'
+  (set -e; "step_$1") 2>&1 | keep "$logs/$1"
+  [ "${PIPESTATUS[0]}" -eq 0 ] || verdict=FAILED
+  printf '%-14s %-6s %6d s\n' "$1" "$verdict" $((SECONDS - started)) > "$logs/$1.row"
+  [ ${#chosen[@]} -eq 1 ] || { printf '\n== %s\n' "$1"; cat "$logs/$1" "$logs/$1.row"; } | flock "$logs" cat
+}
+
+for step in "${chosen[@]}"; do
+  # The time of fuzzing is fixed: only a machine of its own gives it the usual number of inputs.
+  [ "$step" != fuzz ] || wait
+  while [ "$(jobs -rp | wc -l)" -ge 2 ]; do wait -n; done
+  run_step "$step" &
 done
-for step in "${failed[@]}"; do
+wait
+
+status=0
+for step in "${chosen[@]}"; do
+  grep -q ' passed ' "$logs/$step.row" && continue
+  status=1
   echo
   echo "== $step: failed"
   tail -n 60 "$logs/$step"
 done
 echo
-printf '%s' "$table"
+for step in "${chosen[@]}"; do cat "$logs/$step.row"; done
 exit $status

@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
-# Runs the fuzz targets one after another, each for the same time, and prints a table: inputs run, inputs a
-# second, edges covered, and how many findings were kept.
+# Runs the fuzz targets, as many at a time as there are cores and each for the same time, and prints a table: inputs
+# run, inputs a second, edges covered, and how many findings were kept.
 #
 # usage: scripts/fuzz.sh SECONDS [TARGET...]     default: all targets
 #
@@ -29,24 +29,22 @@ fi
 
 export ASAN_OPTIONS=${ASAN_OPTIONS:-detect_leaks=1:detect_stack_use_after_return=1:strict_string_checks=1}
 export UBSAN_OPTIONS=${UBSAN_OPTIONS:-print_stacktrace=1}
-failed=0
-table=$(printf '%-16s %10s %8s %8s %8s %6s' target inputs per-s edges corpus found)
-echo "$table"
-for target in "${targets[@]}"; do
-  program=build/fuzz/fuzz/fuzz_$target
+export seconds
+printf '%-16s %10s %8s %8s %8s %6s\n' target inputs per-s edges corpus found
+
+# run TARGET prints its row of the table.
+run() {
+  local target=$1 status=0 program=build/fuzz/fuzz/fuzz_$1 corpus=build/fuzz-corpus/$1 findings=build/fuzz-findings/$1
   if ! [ -x "$program" ]; then
     echo "$target: no such target" >&2
-    failed=1
-    continue
+    return 1
   fi
-  corpus=build/fuzz-corpus/$target
-  findings=build/fuzz-findings/$target
   mkdir -p "$corpus" "$findings"
-  options=(-max_total_time="$seconds" -max_len=8192 -timeout=20 -rss_limit_mb=2048 -print_final_stats=1
-           -artifact_prefix="$findings/")
+  local options=(-max_total_time="$seconds" -max_len=8192 -timeout=20 -rss_limit_mb=2048 -print_final_stats=1
+                 -artifact_prefix="$findings/")
   if [ -f "fuzz/dictionaries/$target.dict" ]; then options+=(-dict="fuzz/dictionaries/$target.dict"); fi
-  log=$findings/log.txt
-  "$program" "${options[@]}" "$corpus" "fuzz/corpus/$target" > "$log" 2>&1 || failed=1
+  local log=$findings/log.txt inputs rate edges found
+  "$program" "${options[@]}" "$corpus" "fuzz/corpus/$target" > "$log" 2>&1 || status=1
   inputs=$(sed -n 's/^stat::number_of_executed_units: *//p' "$log")
   rate=$(sed -n 's/^stat::average_exec_per_sec: *//p' "$log")
   edges=$(sed -n 's/.* cov: \([0-9]*\) .*/\1/p' "$log" | tail -n 1)
@@ -54,5 +52,7 @@ for target in "${targets[@]}"; do
   printf '%-16s %10s %8s %8s %8s %6s\n' "$target" "${inputs:-?}" "${rate:-?}" "${edges:-?}" \
     "$(find "$corpus" -type f | wc -l)" "$found"
   grep '^left out' "$log"
-done
-exit $failed
+  return $status
+}
+export -f run
+printf '%s\0' "${targets[@]}" | xargs -0 -P "$(nproc)" -I '{}' bash -c 'run {}' || exit 1
