@@ -1,6 +1,6 @@
 // Directory names as text.
 //
-// Callers compare these texts, so what looks odd in them stays as it is and is marked.
+// Callers compare these texts, so oddities remain and are marked.
 #include "api/name_text.h"
 
 #include <algorithm>
@@ -138,8 +138,9 @@ int32_t NameToText(char* text, size_t size, const AsnList* name) {
     }
     char* end = std::ranges::copy(label, text + used).out;
     std::memcpy(end, "=", 2);
-    // Deliberate: a zero byte inside the value ends the text there, and what follows is put in its place. No
-    // terminator is put after the value, so that the bytes that a shorter one leaves show after it.
+    // Deliberate: a zero byte inside the value ends the text there, and the next text is written in its
+    // place. No terminator follows the value, so leftover bytes of the earlier value remain visible after a
+    // shorter one.
     std::copy_n(reinterpret_cast<const char*>(value.data()), value.size(), end + 1);
     if (!last) std::memcpy(text + strnlen(text, size), ";", 2);
   }

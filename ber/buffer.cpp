@@ -83,8 +83,8 @@ ExpBuf* ExpBufNew() {
 }
 
 void ExpBufWrapData(ExpBuf* buf, const uint8_t* data, size_t len) {
-  // The bytes are never written: the chain operations write before `first` only, and
-  // there is no room before the first byte of a wrapped block.
+  // The bytes are never written: the chain operations write only before `first`, and there is no room before
+  // the first byte of a wrapped block.
   auto* start = const_cast<uint8_t*>(data);
   *buf = ExpBuf{};
   buf->blockStart = start;

@@ -1,10 +1,9 @@
-// Expanding buffers: what every decoder reads from and every encoder writes into.
+// Expanding buffers: every decoder reads from them and every encoder writes into them.
 //
-// An ExpBuf is one block of a doubly linked chain. Decoders read a chain forward,
-// encoders write it backward, content before length before tag, so that no length
-// has to be known in advance. Operations take a handle, a pointer to the variable
-// that holds the current block, and move it along the chain.
-// Of every block: blockStart <= first <= cursor <= end <= blockEnd, once it is rewound for reading.
+// An ExpBuf is one block of a doubly linked chain. Decoders read a chain forward, encoders write it backward:
+// content, then length, then tag. So no length has to be known in advance. Operations take a handle, a
+// pointer to the variable that holds the current block, and move it along the chain. Of every block:
+// blockStart <= first <= cursor <= end <= blockEnd, once it is rewound for reading.
 #pragma once
 
 #include <cstddef>
@@ -105,16 +104,14 @@ inline void ExpBufPutByteRvs(ExpBuf** b, uint8_t byte) {
   *--(*b)->first = byte;
 }
 
-// ExpBufPutSegRvs puts a run of bytes before the data, in its own order: its last bytes
-// go into the later block. When a block cannot be allocated writeError is set and the rest of
-// the run, its head, is not written.
-// Deliberate: a block that is already there is written as it is, where ExpBufPutByteRvs
-// empties it first.
+// ExpBufPutSegRvs writes a run of bytes before the data, in its own order: its last bytes go into the later
+// block. When the allocation of a block fails, writeError is set and the rest of the run, its head, is not
+// written.
+// Deliberate: it uses an existing previous block unchanged, where ExpBufPutByteRvs empties it first.
 void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n);
 
-// ExpBufCopyToFile writes the data of the whole chain to `file` and returns what the
-// last write returned. A short write is reported on the standard error stream, and the
-// blocks after it are still written.
+// ExpBufCopyToFile writes the data of the whole chain to `file` and returns the result of the last write. A
+// short write is reported on the standard error stream, and the blocks after it are still written.
 size_t ExpBufCopyToFile(ExpBuf* buf, FILE* file);
 
 // ExpBufHolder owns the chain that an encoder builds, from its front block on.

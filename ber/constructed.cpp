@@ -54,13 +54,12 @@ void collect_octets(ExpBuf** b, AsnLen n, const StringKind& kind, SegmentStack* 
   }
 }
 
-// walk reads components until the string of length `len` ends and hands the length of each
-// primitive one to `component`, which reads its content.
+// walk reads components until the string of length `len` ends and passes the length of each primitive one to
+// `component`, which reads its content.
 //
 // A component has the universal tag of the type, whatever tag the string itself has (8.6.4, 8.7.3, and 8.14.3
-// of an IMPLICIT tag), and may be constructed in its turn. One that runs past the end of a definite length
-// around it is not refused here: the count says how far it has gone, and whoever asked for the string
-// compares that.
+// of an IMPLICIT tag), and may itself be constructed. One that runs past the end of a definite length around
+// it is not refused here: the count includes it, and the caller compares the count.
 template <class Component>
 void walk(ExpBuf** b, AsnLen len, const StringKind& kind, AsnLen* bytes, AsnJmpEnv& env,
           Component component) {

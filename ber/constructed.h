@@ -61,7 +61,7 @@ struct Segment {
   size_t count;
 };
 
-// The octets of a constructed string, in order, as they lie in the input.
+// The octets of a constructed string, as segments of the input in their order.
 struct SegmentStack {
   DecoderStack<Segment> segments;
   size_t total = 0;

@@ -27,16 +27,15 @@ struct AsnList {
 [[nodiscard]] AsnList* AsnListNew(int32_t dataSize);
 void AsnListInit(AsnList* list, int32_t dataSize);
 
-// Adding a node: it becomes the current one and its element space is returned; null when
-// an allocation fails (or the list has 2^31 - 1 nodes), and from the two inserting at `curr` also
-// when there is no current node.
+// Adding a node: it becomes the current one and its element space is returned; null when an allocation fails
+// (or the list has 2^31 - 1 nodes), and from the two inserting at `curr` also when there is no current node.
 [[nodiscard]] void* AsnListAppend(AsnList* list);
 [[nodiscard]] void* AsnListPrepend(AsnList* list);
 [[nodiscard]] void* AsnListInsertAfter(AsnList* list);
 [[nodiscard]] void* AsnListInsertBefore(AsnList* list);
 
-// AsnListRemoveCurrent unlinks and frees the current node, not what it points to; the
-// node after it becomes current.
+// AsnListRemoveCurrent unlinks and frees the current node, but nothing that its element points to; the node
+// after it becomes current.
 void AsnListRemoveCurrent(AsnList* list);
 
 // Moving: each sets `curr` and returns its element space, or null. AsnListNext and

@@ -1,8 +1,8 @@
 // Open types and their two tables.
 //
-// A table has 256 slots, chosen by the low 8 bits of the hash. Where two hashes meet, the slot
-// turns from a leaf into a further table that goes by the next 8 bits, so no table lies deeper
-// than the fourth. The hash that an entry stores is shifted by 8 bits for each level above it.
+// A table has 256 slots, chosen by the low 8 bits of the hash. Where two hashes collide, the slot turns from
+// a leaf into a further table that uses the next 8 bits, so there are at most four levels of tables. The hash
+// in an entry is shifted by 8 bits for each level above it.
 #include "ber/open_types.h"
 
 #include <cstdlib>
@@ -37,8 +37,8 @@ Entry** slot_of(Table* table, uint32_t hash) {
 
 enum class Values : bool { kKeep, kRelease };
 
-// release_table frees a table and the tables below it, and the values of the leaves too when
-// `values` says so. It recurses no deeper than tables lie.
+// release_table frees a table and the tables below it, and the values of the leaves too when `values` says
+// so. Its recursion is as deep as the tables.
 void release_table(Table* table, Values values) {
   if (table == nullptr) return;
   for (Entry* entry : table->slots) {
@@ -57,8 +57,8 @@ enum class Inserted { kStored, kPresent, kNoMemory };
 
 Inserted insert(Table* table, uint32_t hash, AnyInfo* info);
 
-// split turns the leaf `entry` into a table that holds its value and the new one. Without
-// memory the leaf stays as it was.
+// split turns the leaf `entry` into a table that holds its value and the new one. If an allocation fails, the
+// leaf is unchanged.
 Inserted split(Entry* entry, uint32_t hash, AnyInfo* info) {
   auto* table = static_cast<Table*>(AsnAlloc(sizeof(Table)));
   if (table == nullptr) return Inserted::kNoMemory;
@@ -86,7 +86,7 @@ Inserted insert(Table* table, uint32_t hash, AnyInfo* info) {
       *slot = entry;
       return Inserted::kStored;
     }
-    // A slot that has been split keeps the hash of its first key, which lies below it.
+    // A slot that has been split keeps the hash of its first key, which is in the table below.
     if (entry->hash == hash) return Inserted::kPresent;
     if (entry->leaf != 0) return split(entry, hash, info);
     table = entry->table;

@@ -60,13 +60,13 @@ void SetAnyTypeByInt(AsnAny* any, int32_t intId);
 // signed, in 32 bits.
 [[nodiscard]] uint32_t AnyKeyHash(const uint8_t* octets, size_t n);
 
-// BDecAny allocates the value and decodes it, tag and length included. An unknown type raises
-// -44, one nested too deep kOpenTypeDepthCode. The value belongs to `any`, also after its
-// decoder was left half way; FreeAny releases it.
+// BDecAny allocates the value and decodes it, including tag and length. An unknown type raises -44, one
+// nested too deep kOpenTypeDepthCode. The value belongs to `any`, also when its decoder has raised half way;
+// FreeAny releases it.
 void BDecAny(ExpBuf** b, AsnAny* any, AsnLen* bytes, AsnJmpEnv& env);
 // BEncAny writes the value, or nothing when the type is not known or there is no value.
 AsnLen BEncAny(ExpBuf** b, const AsnAny* any);
-// FreeAny releases the value, and its parts by the type's own Free routine.
+// FreeAny releases the value, and its contents by the type's own Free routine.
 void FreeAny(AsnAny* any);
 // PrintAny prints the value; one that is absent or of no known type shows as a comment.
 void PrintAny(FILE* f, const AsnAny* any, unsigned indent);

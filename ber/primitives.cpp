@@ -24,7 +24,7 @@ AsnLen minimal_size(uint32_t value) {
   return n;
 }
 
-// shift_in reads `n` octets after those already in `value`.
+// shift_in reads `n` octets and appends them to those already in `value`.
 uint32_t shift_in(ExpBuf** b, uint32_t value, AsnLen n) {
   for (; n != 0; --n) value = value << 8 | ExpBufGetByte(b);
   return value;

@@ -29,13 +29,13 @@ struct AsnJmpEnv {
 // Raised without a text when an allocation fails inside a decoder.
 inline constexpr AsnInt kOutOfMemoryCode = -27;
 
-// What leaves a decoder.
+// The exception that leaves a decoder.
 struct AsnJump {
   AsnInt code;
 };
 
-// AsnRaise leaves the decoder with `code`. Nothing is freed on the way: whoever set the
-// recovery point frees what had been decoded.
+// AsnRaise leaves the decoder with `code`. It frees nothing: the code that set the recovery point frees the
+// parts decoded so far.
 [[noreturn, gnu::cold]] void AsnRaise(AsnJmpEnv& env, AsnInt code);
 
 // AsnFail reports `text`, then raises `code`.
