@@ -91,6 +91,18 @@ TEST(AsnList, TheElementSpaceIsZeroedAndAsLargeAsAskedFor) {
   }
 }
 
+TEST(AsnList, ANodeHasRoomForAPointerHoweverSmallItsElement) {
+  // AsnListIndexOf reads it in every node.
+  for (const int32_t size : {-1, 0, 1}) {
+    AsnList list;
+    AsnListInit(&list, size);
+    ForgetRequests();
+    EXPECT_NE(AsnListAppend(&list), nullptr);
+    EXPECT_EQ(LargestRequest(), 3 * sizeof(void*)) << size;
+    AsnListFreeNodes(&list);
+  }
+}
+
 TEST(AsnList, InsertingAtTheCurrentNode) {
   const Letters some("b");
   store(AsnListInsertAfter(some.list), 'd');

@@ -31,6 +31,13 @@ TEST(AsnAlloc, NoBytesStillGiveAPointerOfTheirOwn) {
   AsnFree(b);
 }
 
+TEST(AsnAlloc, NoBytesAreAskedForAsOne) {
+  // What the heap gives for none is its own affair, and may be nothing.
+  ForgetRequests();
+  AsnFree(AsnAlloc(0));
+  EXPECT_EQ(LargestRequest(), 1u);
+}
+
 TEST(AsnAlloc, FailureIsNull) {
   const FailingAlloc failing(0);
   EXPECT_EQ(AsnAlloc(8), nullptr);
