@@ -25,7 +25,8 @@ BUILD = ROOT / "build/mutants"
 SPACE = BUILD / "fault"      # the file with its fault, the objects, the program
 EXPLAINED = ROOT / "tests/mutants_explained.txt"
 FOLDERS = ("ber", "asn1", "api", "crypto")
-FOLDERS_BELOW = {"ber": {"ber"}, "crypto": {"crypto"}, "asn1": {"ber", "asn1"}, "api": set(FOLDERS)}
+FOLDERS_BELOW = {"ber": {"ground", "ber"}, "asn1": {"ground", "ber", "asn1"}, "crypto": {"ground", "crypto"},
+                 "api": {"ground", *FOLDERS}}
 SLOW = 2.0                   # seconds; tests that take longer run after all others
 COMPILE_SECONDS = 90
 
@@ -145,14 +146,13 @@ class Program:
 
     def __init__(self, library, target):
         self.target = target
-        SPACE.mkdir(parents=True, exist_ok=True)
-        started = time.time()
-        program = library.linked(target, {})
-        self.link_seconds = time.time() - started
-        report = SPACE / "sound.json"
-        status, said = self.start(program, [f"--gtest_output=json:{report}"], 1800)
-        if status is None or not report.exists():
-            sys.exit(f"{said[-4000:]}\nmutate: {target} does not run")
+        report = BUILD / f"{target}.sound.json"
+        if not report.exists() or report.stat().st_mtime < (BUILD / "tests" / target).stat().st_mtime:
+            SPACE.mkdir(parents=True, exist_ok=True)
+            report.unlink(missing_ok=True)
+            status, said = self.start(library.linked(target, {}), [f"--gtest_output=json:{report}"], 1800)
+            if status is None or not report.exists():
+                sys.exit(f"{said[-4000:]}\nmutate: {target} does not run")
         self.seconds, self.failing = {}, []
         for suite in json.loads(report.read_text())["testsuites"]:
             for test in suite["testsuite"]:
@@ -272,7 +272,7 @@ def main():
     sources = {file: Path(file).read_text() for file in files if not file.endswith("api/qex.h")}
     faults = chosen([f for file, text in sources.items() for f in faults_of(file, text)], given.count, given.seed)
     record = BUILD / f"{place.replace('/', '_')}.json"
-    verdicts = {}
+    verdicts, everything = {}, faults
     if given.again:
         verdicts = json.loads(record.read_text())
         faults = [f for f in faults if verdicts.get(f.key(), "survived") == "survived"]
@@ -288,32 +288,31 @@ def main():
     library.build(targets)
     programs = [Program(library, target) for target in targets]
     for program in programs:
-        print(f"{program.target}: {len(program.seconds)} tests, {sum(program.seconds.values()):.1f} s, linked in "
-              f"{program.link_seconds:.2f} s; left out, for they fail in this build: {program.failing or 'none'}",
-              flush=True)
+        print(f"{program.target}: {len(program.seconds)} tests, {sum(program.seconds.values()):.1f} s"
+              + "".join(f"; fails without a fault, left out: {name}" for name in program.failing), flush=True)
 
     reasons = explained()
     possible = {(f.file, f.before, f.after) for file, text in sources.items() for f in faults_of(file, text)}
     for file, before, after in sorted(r for r in reasons if r[0] in sources and r not in possible):
         print(f"{EXPLAINED.relative_to(ROOT)}: no fault of {file} any more: {before} -> {after}")
-    outcomes = []
     started = time.time()
     for fault in faults:
         if (fault.file, fault.before, fault.after) in reasons:
             verdict = "explained"
         else:
             verdict = judge(library, programs, fault, sources[fault.file])
-        outcomes.append(verdict)
         verdicts[fault.key()] = verdict
         record.write_text(json.dumps(verdicts, indent=0))
         if verdict == "survived":
             print(f"{fault.file}:{fault.line}: {fault.before} -> {fault.after}", flush=True)
 
+    outcomes = [verdicts[fault.key()] for fault in everything]
     count = {v: outcomes.count(v) for v in ("killed", "timed out", "survived", "explained", "did not compile")}
     seen = count["killed"] + count["timed out"]
     judged = seen + count["survived"]
-    print(f"{place}: {len(faults)} faults, {', '.join(f'{n} {v}' for v, n in count.items())}; "
-          f"{100 * seen / judged if judged else 100:.1f} % seen, in {time.time() - started:.0f} s")
+    print(f"{place}: {len(everything)} faults, {', '.join(f'{n} {v}' for v, n in count.items())}; "
+          f"{100 * seen / judged if judged else 100:.1f} % seen; {len(faults)} of them tried in "
+          f"{time.time() - started:.0f} s")
 
 
 if __name__ == "__main__":

@@ -26,7 +26,7 @@ SPACED = {
 NO_STATEMENT = {"if", "for", "while", "do", "switch", "else", "case", "default", "using", "typedef", "static", "const",
                 "constexpr", "auto", "struct", "class", "enum", "template", "namespace", "goto", "try", "catch", "public",
                 "private", "return", "throw", "delete", "static_assert", "friend", "extern"}
-DECLARATION = re.compile(r"^[\w:]+(?:<[^;=]*>)?[\s*&]+[A-Za-z_]\w*\s*(?:[=;({\[,]|$)")
+DECLARATION = re.compile(r"^[\w:]+(?:<[^;=]*>)?[\s*&]+(?:const\s+)?[A-Za-z_]\w*\s*(?:[=;({\[,]|$)")
 
 
 @dataclass(frozen=True)
@@ -178,10 +178,10 @@ def faults_of(file, source):
             semicolons = [j for j in range(i + 2, end) if tokens[j].text == ";"]
             first = semicolons[-1] + 1 if semicolons else i + 2
             text = source[tokens[first].start:tokens[end - 1].end]
-            # Of one comparison the opposite is among the comparisons already.
+            # The opposite of one comparison, or of one `!`, is among the others already.
             compared = [t for t in tokens[first:end] if t.text in SPACED["comparison"]]
             joined = any(t.text in ("&&", "||") for t in tokens[first:end])
-            if not DECLARATION.match(text) and (joined or not compared):
+            if not DECLARATION.match(text) and (joined or not compared and tokens[first].text != "!"):
                 add(first, end - 1, f"!({text})", "negated condition")
 
         starts = previous is not None and (

@@ -339,6 +339,19 @@ TEST(ExpBuf, FreeingNoChainIsAllowedAndFreeingAChainFreesAll) {
   EXPECT_EQ(LiveBlocks(), before);
 }
 
+TEST(ExpBuf, AHolderFreesItsChainFromTheFrontBlockOn) {
+  const long before = LiveBlocks();
+  const BlockSize size(1);
+  {
+    ExpBufHolder chain;
+    for (int i = 0; i < 10; ++i) ExpBufPutByteRvs(chain.handle(), 1);
+    ExpBufRewind(chain.handle());
+    for (int i = 0; i < 10; ++i) EXPECT_EQ(ExpBufGetByte(chain.handle()), 1);
+    EXPECT_GT(LiveBlocks(), before);
+  }
+  EXPECT_EQ(LiveBlocks(), before);
+}
+
 TEST(ExpBuf, AHolderWithoutMemoryIsFalseAndFailed) {
   const FailingAlloc failing(0);
   const ExpBufHolder chain;

@@ -251,6 +251,25 @@ TEST(AsnBits, SetClearAndTestOfSingleBits) {
   EXPECT_EQ(ToHex(octets, 3), "8000ff");
 }
 
+TEST(AsnBits, EachBitIsSetClearedAndTestedInItsPlace) {
+  for (uint32_t i = 0; i < 24; ++i) {
+    // X.690 8.6.2.2: bit 0 is the most significant one of the first octet.
+    const uint32_t place = uint32_t{0x800000} >> i;
+    const Octets one = {uint8_t(place >> 16), uint8_t(place >> 8), uint8_t(place)};
+    uint8_t octets[3] = {};
+    AsnBits v = {24, octets};
+    AsnBitsSet(&v, i);
+    EXPECT_EQ(Octets(octets, octets + 3), one) << i;
+    for (uint32_t j = 0; j < 24; ++j) EXPECT_EQ(AsnBitsTest(&v, j), i == j) << i << " " << j;
+    for (uint8_t& octet : octets) octet = uint8_t(~octet);
+    AsnBitsSet(&v, i);
+    EXPECT_EQ(ToHex(octets, 3), "ffffff") << i;
+    AsnBitsClear(&v, i);
+    for (uint8_t& octet : octets) octet = uint8_t(~octet);
+    EXPECT_EQ(Octets(octets, octets + 3), one) << i;
+  }
+}
+
 TEST(AsnBits, EqualityIsOverWholeOctets) {
   uint8_t a[] = {0xF0};
   uint8_t b[] = {0xF1};

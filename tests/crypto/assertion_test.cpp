@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <string>
 
 namespace qex {
@@ -47,6 +48,17 @@ TEST(AssertionDeathTest, EveryClaimHasItsTextFileAndLine) {
   for (const auto& c : cases) {
     EXPECT_DEATH(AssertionFailed(c.claim), exactly(std::string("Assertion failed: ") + c.message));
   }
+}
+
+TEST(AssertionDeathTest, TheMessageReachesABufferedErrorStreamToo) {
+  // abort flushes no stream.
+  EXPECT_DEATH(
+      {
+        static char buffer[BUFSIZ];
+        std::setvbuf(stderr, buffer, _IOFBF, sizeof buffer);
+        AssertionFailed(Claim::PoolHasSlot);
+      },
+      exactly("Assertion failed: 0, file ..\\bignum.c, line 258"));
 }
 
 }  // namespace

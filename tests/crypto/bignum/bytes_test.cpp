@@ -49,6 +49,15 @@ TEST(BignumBytes, LittleEndianOutputIsPaddedOnTheRight) {
   EXPECT_EQ(memcmp(buffer, expected, sizeof expected), 0);
 }
 
+TEST(BignumBytes, PaddingIsZeroWhateverTheNumberHeldBefore) {
+  Big n("0123456789abcdef");
+  KXBN_setword(n, 0xffffffff);  // the second word stays in its place, out of use
+  uint8_t buffer[8];
+  ASSERT_EQ(KXBN_tobytes(n, buffer, sizeof buffer), KXBN_OK);
+  const uint8_t expected[] = {0, 0, 0, 0, 0xFF, 0xFF, 0xFF, 0xFF};
+  EXPECT_EQ(memcmp(buffer, expected, sizeof expected), 0);
+}
+
 TEST(BignumBytes, ZeroTakesOneOctet) {
   uint8_t buffer[1] = {0xAA};
   EXPECT_EQ(KXBN_tobytes(Big("0"), buffer, 0), KXBN_BADARG);

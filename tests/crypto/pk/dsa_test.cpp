@@ -392,6 +392,20 @@ TEST(DsaSign, UnusableQOrNoSourceIsRefusedAndTheSourcesCodePassedUp) {
   EXPECT_EQ(sig.r, nullptr);
 }
 
+TEST(DsaSign, QOfTwoBitsIsLargeEnough) {
+  // 2 has order 3 modulo 7. Of the two possible k at most one gives a signature of zero.
+  const Big p("7"), q("3"), g("2"), x("1"), y("2");
+  const DSAKey key{p, q, g, x, y};
+  const DigestBuf digest = digest_of("a9");
+  ListSource numbers({"0", "1"});
+  DSASig sig{};
+  ASSERT_EQ(dsa_sign(&digest, &key, &numbers, nullptr, &sig), KXBN_OK);
+  uint32_t result = DSA_PENDING;
+  EXPECT_EQ(dsa_verify(&digest, &key, &sig, nullptr, &result), KXBN_OK);
+  EXPECT_EQ(result, uint32_t{DSA_VALID});
+  KXBN_free4(sig.r, sig.s, nullptr, nullptr);
+}
+
 TEST(DsaSign, AllocationFailuresAreReportedAndLeaveNothing) {
   const Case c = fips();
   const DSAKey key = c.key();

@@ -142,6 +142,13 @@ TEST(MillerRabin, FirstBaseIs2) {
   }
 }
 
+TEST(MillerRabin, FirstBaseIs2AndNot4) {
+  // 341 - 1 = 4 * 85 and 2^85 = 32, 2^170 = 1 modulo 341 = 11 * 31: base 2 shows a factor, base 4 does not.
+  SeededSource random(3);
+  EXPECT_EQ(bigprime_miller_rabin(Big("155"), 64, &random, nullptr), KXBN_NONPRIME);
+  EXPECT_EQ(random.calls, 0);
+}
+
 TEST(MillerRabin, OneRoundIsRaisedToTwo) {
   const Big prime(hex_of((uint64_t{1} << 61) - 1));
   for (const int32_t rounds : {1, 2}) {
