@@ -360,11 +360,11 @@ TEST(ExpBuf, AHolderWithoutMemoryIsFalseAndFailed) {
 }
 
 TEST(ExpBuf, CopyToFileWritesTheChainAndNothingForAnEmptyBlock) {
-  Input in(std::vector<Octets>{{'a', 'b'}, {}, {'c', 'd', 'e'}});
+  Input in(std::vector<Octets>{{'a', 'b'}, {}, {'x'}, {'c', 'd', 'e'}});
   *in.handle() = in.block()->nextBlock;
   size_t last = 0;
   testing::internal::CaptureStderr();
-  EXPECT_EQ(Printed([&](FILE* f) { last = ExpBufCopyToFile(in.block(), f); }), "abcde");
+  EXPECT_EQ(Printed([&](FILE* f) { last = ExpBufCopyToFile(in.block(), f); }), "abxcde");
   EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
   EXPECT_EQ(last, 3u);
 }

@@ -25,6 +25,7 @@ TEST(BDecTag, IdentifierOctetsAreKeptLeftAligned) {
       {"24 80", 0x24000000, 1},    {"A0 03", 0xA0000000, 1},       {"88 00", 0x88000000, 1},
       {"00 00", 0x00000000, 1},    {"1F 1E 00", 0x1F1E0000, 2},    {"BF 81 02 00", 0xBF810200, 3},
       {"5F 7F 80", 0x5F7F0000, 2}, {"FF FF FF 7F", 0xFFFFFF7F, 4}, {"1F 00", 0x1F000000, 2},
+      {"1E 81", 0x1E000000, 1},    {"0F 81", 0x0F000000, 1},  // only five set bits announce further octets
   };
   for (const auto& c : cases) {
     for (const size_t block : {1u, 2u, 100u}) {
