@@ -138,7 +138,7 @@ inline constexpr Choice kAttCertSubject = {
 ASN1_TYPE(AttCertSubject);
 
 struct AttributeCertificateInfoV1 {
-  AsnInt* version;  // DEFAULT v1
+  AsnInt* version;
   AttCertSubject* subject;
   AttCertIssuer* issuer;
   AlgorithmIdentifier* signature;
@@ -150,7 +150,7 @@ struct AttributeCertificateInfoV1 {
 };
 inline constexpr Sequence kAttributeCertificateInfoV1 = {
     "AttributeCertificateInfoV1",
-    may(FIELD(AttributeCertificateInfoV1, version), kAsnInt),
+    may_default(FIELD(AttributeCertificateInfoV1, version), kAsnInt),
     must(FIELD(AttributeCertificateInfoV1, subject), kAttCertSubject),
     must(FIELD(AttributeCertificateInfoV1, issuer), kAttCertIssuer),
     must(FIELD(AttributeCertificateInfoV1, signature), kAlgorithmIdentifier),

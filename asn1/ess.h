@@ -74,13 +74,13 @@ inline constexpr SequenceOf kESSCertIDs = {"ESSCertIDs", kESSCertID};
 ASN1_TYPE(ESSCertIDs);
 
 struct ESSCertIDv2 {
-  AlgorithmIdentifier* hashAlgorithm;  // DEFAULT SHA-256; absent stays absent
+  AlgorithmIdentifier* hashAlgorithm;
   AsnOcts certHash;
   IssuerSerial* issuerSerial;
 };
 inline constexpr Sequence kESSCertIDv2 = {
     "ESSCertIDv2",
-    may(FIELD(ESSCertIDv2, hashAlgorithm), kAlgorithmIdentifier),  // DEFAULT id-sha256
+    may_default(FIELD(ESSCertIDv2, hashAlgorithm), kAlgorithmIdentifier),
     must(FIELD(ESSCertIDv2, certHash), kAsnOcts),
     may(FIELD(ESSCertIDv2, issuerSerial), kIssuerSerial),
 };

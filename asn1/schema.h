@@ -117,13 +117,20 @@ template <class R, class M, class V>
 constexpr Row<R> must(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
   return row(m, type, Need::Mandatory, tag);
 }
-// OPTIONAL and DEFAULT alike: absent stays absent. Inline values show it by their octets.
+// OPTIONAL: absent stays absent. Inline values show it by their octets.
 template <class R, class M, class V>
 constexpr Row<R> may(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
   static_assert(std::is_pointer_v<M> || std::is_same_v<V, AsnOcts> || std::is_same_v<V, AsnBits> ||
                     std::is_same_v<V, AsnOid> || std::is_same_v<V, AsnAny>,
                 "an OPTIONAL value without octets of its own is held by a pointer");
   return row(m, type, Need::Optional, tag);
+}
+// DEFAULT, which the engine treats as OPTIONAL: no value is filled in.
+template <class R, class M, class V>
+constexpr Row<R> may_default(Member<R, M> m, const TypeOf<V>& type, Tag tag = kOwnTag) {
+  Row<R> r = may(m, type, tag);
+  r.need = Need::Default;
+  return r;
 }
 // ANY DEFINED BY: `by` is the identifier decoded earlier in the same record.
 template <class R>
@@ -144,7 +151,7 @@ enum class Top : bool { No, Yes };  // a top type has a full decoder
 
 constexpr uint16_t up_to_last_mandatory(std::span<const Field> fields) {
   size_t n = fields.size();
-  while (n > 0 && fields[n - 1].need == Need::Optional) --n;
+  while (n > 0 && fields[n - 1].need != Need::Mandatory) --n;
   return uint16_t(n);
 }
 
@@ -165,7 +172,7 @@ constexpr void give_codes(Type& t, std::span<Field> fields) {
   if (t.kind == Kind::Choice || t.kind == Kind::Set || t.kind == Kind::ListOf)
     t.unexpectedCode = codes.next("unexpected");
   if (record || t.kind == Kind::ListOf) t.lengthCode = codes.next("length");
-  if (t.kind == Kind::Sequence && fields.back().need == Need::Optional)
+  if (t.kind == Kind::Sequence && fields.back().need != Need::Mandatory)
     t.trailingCode = codes.next("trailing");
   codes.finish();
 }
@@ -184,9 +191,9 @@ constexpr void check_open_type([[maybe_unused]] const char* type, [[maybe_unused
   for (const Field& f : before)
     if (int32_t(f.offset) == open.definedBy) by = &f;
   if (by == nullptr) throw "defined_by names a field that does not come before the open type";
-  if (by->need == Need::Optional) throw "defined_by names a field that may be absent";
+  if (by->need != Need::Mandatory) throw "defined_by names a field that may be absent";
   if (open.tagging != Tagging::None) return;
-  if (before.back().need == Need::Optional) throw "an open type after an OPTIONAL field has a tag of its own";
+  if (before.back().need != Need::Mandatory) throw "an open type after an OPTIONAL field has a tag of its own";
 }
 // What the engine could not decode or encode is refused where it is declared.
 constexpr void check_fields(const char* type, Kind kind, std::span<const Field> fields) {
@@ -195,7 +202,7 @@ constexpr void check_fields(const char* type, Kind kind, std::span<const Field> 
     if (is_open(f)) check_open_type(type, f.name, kind, f, fields.first(i));
     if (f.type->kind == Kind::OpenList && (f.definedByInt || f.tagging != Tagging::None))
       throw "an open SET has its own tag and an OBJECT IDENTIFIER";
-    if (kind == Kind::Choice && (f.held == Held::Inline || f.need == Need::Optional))
+    if (kind == Kind::Choice && (f.held == Held::Inline || f.need != Need::Mandatory))
       throw "an alternative is a row of must() whose member is a pointer";
   }
 }

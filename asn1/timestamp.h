@@ -33,7 +33,7 @@ inline constexpr Sequence kTimeStampReq = {
     must(FIELD(TimeStampReq, messageImprint), kMessageImprint),
     may(FIELD(TimeStampReq, reqPolicy), kAsnOid),
     may(FIELD(TimeStampReq, nonce), kBigInteger),
-    may(FIELD(TimeStampReq, certReq), kAsnBool),  // DEFAULT FALSE
+    may_default(FIELD(TimeStampReq, certReq), kAsnBool),
     may(FIELD(TimeStampReq, extensions), kExtensions, implicit_tag(0)),
 };
 ASN1_TOP_TYPE(TimeStampReq);
@@ -100,7 +100,7 @@ inline constexpr Sequence kTSTInfo = {
     must(FIELD(TSTInfo, serialNumber), kBigInteger),
     must(FIELD(TSTInfo, genTime), kGeneralizedTime),
     may(FIELD(TSTInfo, accuracy), kAccuracy),
-    may(FIELD(TSTInfo, ordering), kAsnBool),  // DEFAULT FALSE
+    may_default(FIELD(TSTInfo, ordering), kAsnBool),
     may(FIELD(TSTInfo, nonce), kBigInteger),
     may(FIELD(TSTInfo, tsa), kGeneralName, explicit_tag(0)),
     may(FIELD(TSTInfo, extensions), kExtensions, implicit_tag(1)),

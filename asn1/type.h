@@ -15,7 +15,7 @@ namespace qex {
 
 enum class Kind : uint8_t { Primitive, Any, Sequence, Set, Choice, ListOf, OpenList };
 enum class Held : uint8_t { Inline, Pointer };
-enum class Need : uint8_t { Mandatory, Optional };
+enum class Need : uint8_t { Mandatory, Optional, Default };
 enum class Tagging : uint8_t { None, Implicit, Explicit };
 
 struct Type;

@@ -29,7 +29,7 @@ struct Extension {
 inline constexpr Sequence kExtension = {
     "Extension",
     must(FIELD(Extension, extnID), kAsnOid),
-    may(FIELD(Extension, critical), kAsnBool),  // DEFAULT FALSE
+    may_default(FIELD(Extension, critical), kAsnBool),
     must(FIELD(Extension, extnValue), kAsnOcts),
 };
 ASN1_TYPE(Extension);
@@ -75,7 +75,7 @@ inline constexpr Sequence kSubjectPublicKeyInfo = {
 ASN1_TYPE(SubjectPublicKeyInfo);
 
 struct TBSCertificate {
-  AsnInt* version;  // DEFAULT v1
+  AsnInt* version;
   AsnOcts serialNumber;
   AlgorithmIdentifier* signature;
   Name* issuer;
@@ -88,7 +88,7 @@ struct TBSCertificate {
 };
 inline constexpr Sequence kTBSCertificate = {
     "TBSCertificate",
-    may(FIELD(TBSCertificate, version), kAsnInt, explicit_tag(0)),  // DEFAULT v1
+    may_default(FIELD(TBSCertificate, version), kAsnInt, explicit_tag(0)),
     must(FIELD(TBSCertificate, serialNumber), kBigInteger),
     must(FIELD(TBSCertificate, signature), kAlgorithmIdentifier),
     must(FIELD(TBSCertificate, issuer), kName),

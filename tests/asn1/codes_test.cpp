@@ -147,7 +147,7 @@ void add_sequence_cases(const Type& t, Cases& cases) {
   // One octet more than the fields, the last one among them.
   const Field& last = t.fields.back();
   Octets whole = fields_before(t, t.fields.size());
-  if (last.need == Need::Optional) whole = der::concat(whole, field_sample(t, last));
+  if (last.need != Need::Mandatory) whole = der::concat(whole, field_sample(t, last));
   cases.emplace(site_code(t, Site::Length), der::element(tag, whole, Octets{0}));
   if (site_code(t, Site::Trailing) != kNoCode && !reads_own_tag(last))
     cases.emplace(site_code(t, Site::Trailing), der::element(tag, sample_content(t), foreign));

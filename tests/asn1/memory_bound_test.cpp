@@ -134,7 +134,7 @@ class Bound {
       case Kind::Sequence:
       case Kind::Set:
         for (const Field& f : type.fields) {
-          worst += f.need == Need::Optional ? std::max(0.0, field(f)) : field(f);
+          worst += f.need != Need::Mandatory ? std::max(0.0, field(f)) : field(f);
         }
         return worst;
     }
