@@ -1,5 +1,5 @@
 // Attribute certificates (RFC 3281 section 4.1) and the version-1 form of X.509:1997 that
-// CMS still has room for (RFC 5652 section 12.2).
+// CMS still has room for (RFC 5652 section 12.2). The module of RFC 3281 has IMPLICIT TAGS.
 #pragma once
 
 #include "asn1/attribute.h"
@@ -10,8 +10,13 @@
 
 namespace qex {
 
+// ObjectDigestInfo ::= SEQUENCE {  (RFC 3281, 4.1)
+//   digestedObjectType  ENUMERATED { publicKey(0), publicKeyCert(1), otherObjectTypes(2) },
+//   otherObjectTypeID   OBJECT IDENTIFIER OPTIONAL,
+//   digestAlgorithm     AlgorithmIdentifier,
+//   objectDigest        BIT STRING }
 struct ObjectDigestInfo {
-  AsnInt digestedObjectType;  // ENUMERATED
+  AsnInt digestedObjectType;
   AsnOid otherObjectTypeID;
   AlgorithmIdentifier* digestAlgorithm;
   AsnBits objectDigest;
@@ -25,6 +30,10 @@ inline constexpr Sequence kObjectDigestInfo = {
 };
 ASN1_TYPE(ObjectDigestInfo);
 
+// Holder ::= SEQUENCE {  (RFC 3281, 4.1)
+//   baseCertificateID  [0] IssuerSerial OPTIONAL,
+//   entityName         [1] GeneralNames OPTIONAL,
+//   objectDigestInfo   [2] ObjectDigestInfo OPTIONAL }
 struct Holder {
   IssuerSerial* baseCertificateID;
   ListOf<GeneralName>* entityName;
@@ -38,6 +47,10 @@ inline constexpr Sequence kHolder = {
 };
 ASN1_TYPE(Holder);
 
+// V2Form ::= SEQUENCE {  (RFC 3281, 4.1)
+//   issuerName             GeneralNames OPTIONAL,
+//   baseCertificateID  [0] IssuerSerial OPTIONAL,
+//   objectDigestInfo   [1] ObjectDigestInfo OPTIONAL }
 struct V2Form {
   ListOf<GeneralName>* issuerName;
   IssuerSerial* baseCertificateID;
@@ -51,6 +64,9 @@ inline constexpr Sequence kV2Form = {
 };
 ASN1_TYPE(V2Form);
 
+// AttCertIssuer ::= CHOICE {  (RFC 3281, 4.1)
+//   v1Form      GeneralNames,
+//   v2Form  [0] V2Form }
 struct AttCertIssuer {
   enum : AsnInt { kV1Issuer, kV2Issuer };
   AsnInt choice;
@@ -66,6 +82,9 @@ inline constexpr Choice kAttCertIssuer = {
 };
 ASN1_TYPE(AttCertIssuer);
 
+// AttCertValidityPeriod ::= SEQUENCE {  (RFC 3281, 4.1)
+//   notBeforeTime  GeneralizedTime,
+//   notAfterTime   GeneralizedTime }
 struct AttCertValidityPeriod {
   AsnOcts notBeforeTime;
   AsnOcts notAfterTime;
@@ -77,6 +96,17 @@ inline constexpr Sequence kAttCertValidityPeriod = {
 };
 ASN1_TYPE(AttCertValidityPeriod);
 
+// AttributeCertificateInfo ::= SEQUENCE {  (RFC 3281, 4.1)
+//   version                 AttCertVersion,
+//   holder                  Holder,
+//   issuer                  AttCertIssuer,
+//   signature               AlgorithmIdentifier,
+//   serialNumber            CertificateSerialNumber,
+//   attrCertValidityPeriod  AttCertValidityPeriod,
+//   attributes              SEQUENCE OF Attribute,
+//   issuerUniqueID          UniqueIdentifier OPTIONAL,
+//   extensions              Extensions OPTIONAL }
+// AttCertVersion ::= INTEGER { v2(1) }  (RFC 3281, 4.1)
 struct AttributeCertificateInfo {
   AsnInt version;
   Holder* holder;
@@ -102,6 +132,10 @@ inline constexpr Sequence kAttributeCertificateInfo = {
 };
 ASN1_TYPE(AttributeCertificateInfo);
 
+// AttributeCertificate ::= SEQUENCE {  (RFC 3281, 4.1)
+//   acinfo              AttributeCertificateInfo,
+//   signatureAlgorithm  AlgorithmIdentifier,
+//   signatureValue      BIT STRING }
 struct AttributeCertificate {
   AttributeCertificateInfo* acinfo;
   AlgorithmIdentifier* signatureAlgorithm;
@@ -119,6 +153,11 @@ ASN1_TOP_TYPE(AttributeCertificate);
 // The certificates that stand in the version-1 place of a certificate set are of either form.
 // They differ in whether the version may be absent and in who the certificate is for: the
 // first tag after the version tells a holder from a version-1 subject.
+//
+// AttCertSubject ::= CHOICE {  (of this library; EXPLICIT TAGS)
+//   holder                 Holder,
+//   baseCertificateID  [0] IssuerSerial,
+//   subjectName        [1] GeneralNames }
 struct AttCertSubject {
   enum : AsnInt { kRfc3281Holder, kBaseCertificateID, kSubjectName };
   AsnInt choice;
@@ -128,7 +167,6 @@ struct AttCertSubject {
     ListOf<GeneralName>* subjectName;
   };
 };
-// The version-1 module has EXPLICIT tags.
 inline constexpr Choice kAttCertSubject = {
     "AttCertSubject",
     must(FIELD(AttCertSubject, holder), kHolder),
@@ -137,6 +175,19 @@ inline constexpr Choice kAttCertSubject = {
 };
 ASN1_TYPE(AttCertSubject);
 
+// AttributeCertificateInfoV1 ::= SEQUENCE {  (RFC 5652, 12.2; EXPLICIT TAGS)
+//   version                AttCertVersionV1 DEFAULT v1,
+//   subject                CHOICE {
+//     baseCertificateID  [0] IssuerSerial,
+//     subjectName        [1] GeneralNames },  -- here: widened to AttCertSubject
+//   issuer                 GeneralNames,  -- here: widened to AttCertIssuer
+//   signature              AlgorithmIdentifier,
+//   serialNumber           CertificateSerialNumber,
+//   attCertValidityPeriod  AttCertValidityPeriod,
+//   attributes             SEQUENCE OF Attribute,
+//   issuerUniqueID         UniqueIdentifier OPTIONAL,
+//   extensions             Extensions OPTIONAL }
+// AttCertVersionV1 ::= INTEGER { v1(0) }  (RFC 5652, 12.2)
 struct AttributeCertificateInfoV1 {
   AsnInt* version;
   AttCertSubject* subject;
@@ -162,6 +213,10 @@ inline constexpr Sequence kAttributeCertificateInfoV1 = {
 };
 ASN1_TYPE(AttributeCertificateInfoV1);
 
+// AttributeCertificateV1 ::= SEQUENCE {  (RFC 5652, 12.2)
+//   acInfo              AttributeCertificateInfoV1,
+//   signatureAlgorithm  AlgorithmIdentifier,
+//   signature           BIT STRING }
 struct AttributeCertificateV1 {
   AttributeCertificateInfoV1* acInfo;
   AlgorithmIdentifier* signatureAlgorithm;

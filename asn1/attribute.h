@@ -1,5 +1,5 @@
 // Attributes: an identifier and the values that it gives a type to (RFC 5652 section 5.3,
-// RFC 5280 appendix A.1).
+// RFC 5280 appendix A.1, a module with EXPLICIT TAGS).
 #pragma once
 
 #include "asn1/codec.h"
@@ -10,9 +10,13 @@ namespace qex {
 // values is no matter of this header: asn1/timing_shapes.cpp lists them.
 extern const OpenShape kAttributeShapes[3];
 
+// AttributeValues ::= SET OF AttributeValue  (in Attribute)  -- here: more shapes
 inline constexpr OpenSetOf kAttributeValues = {"AttributeValues", kAttributeShapes};
-ASN1_OPEN_LIST(AttributeValues);  // SET OF ANY DEFINED BY Attribute.type
+ASN1_OPEN_LIST(AttributeValues);
 
+// Attribute ::= SEQUENCE {  (RFC 5280, A.1)
+//   type    AttributeType,
+//   values  SET OF AttributeValue }
 struct Attribute {
   AsnOid type;
   ListOf<AsnAny>* values;
@@ -24,9 +28,11 @@ inline constexpr Sequence kAttribute = {
 };
 ASN1_TYPE(Attribute);
 
+// SignedAttributes ::= SET OF Attribute  (RFC 5652, 5.3)  -- here: named Attributes
 inline constexpr SetOf kAttributes = {"Attributes", kAttribute};
 ASN1_TYPE(Attributes);
 
+// AttributeSequence ::= SEQUENCE OF Attribute  (in AttributeCertificateInfo)
 inline constexpr SequenceOf kAttributeSequence = {"AttributeSequence", kAttribute};
 ASN1_TYPE(AttributeSequence);
 

@@ -1,4 +1,4 @@
-// Signature policy and signer attributes (RFC 5126 sections 5.8.1 and 5.11.3).
+// Signature policy and signer attributes (RFC 5126 sections 5.8.1 and 5.11.3). The module has EXPLICIT TAGS.
 #pragma once
 
 #include "asn1/attrcert.h"
@@ -8,6 +8,10 @@
 
 namespace qex {
 
+// OtherHashAlgAndValue ::= SEQUENCE {  (RFC 5126, 5.8.1)
+//   hashAlgorithm  AlgorithmIdentifier,
+//   hashValue      OtherHashValue }
+// OtherHashValue ::= OCTET STRING  (RFC 5126, 5.8.1)
 struct OtherHashAlgAndValue {
   AlgorithmIdentifier* hashAlgorithm;
   AsnOcts hashValue;
@@ -19,6 +23,10 @@ inline constexpr Sequence kOtherHashAlgAndValue = {
 };
 ASN1_TYPE(OtherHashAlgAndValue);
 
+// SigPolicyQualifierInfo ::= SEQUENCE {  (RFC 5126, 5.8.1)
+//   sigPolicyQualifierId  SigPolicyQualifierId,
+//   sigQualifier          ANY DEFINED BY sigPolicyQualifierId }
+// SigPolicyQualifierId ::= OBJECT IDENTIFIER  (RFC 5126, 5.8.1)
 struct SigPolicyQualifierInfo {
   AsnOid sigPolicyQualifierId;
   AsnAny sigQualifier;
@@ -31,9 +39,16 @@ inline constexpr Sequence kSigPolicyQualifierInfo = {
 };
 ASN1_TYPE(SigPolicyQualifierInfo);
 
+// SigPolicyQualifiers ::= SEQUENCE OF SigPolicyQualifierInfo  (in SignaturePolicyId)
 inline constexpr SequenceOf kSigPolicyQualifiers = {"SigPolicyQualifiers", kSigPolicyQualifierInfo};
 ASN1_TYPE(SigPolicyQualifiers);
 
+// SignaturePolicyId ::= SEQUENCE {  (RFC 5126, 5.8.1)
+//   sigPolicyId          SigPolicyId,  -- here: named sigPolicyIdentifier
+//   sigPolicyHash        SigPolicyHash,
+//   sigPolicyQualifiers  SEQUENCE OF SigPolicyQualifierInfo OPTIONAL }
+// SigPolicyId ::= OBJECT IDENTIFIER  (RFC 5126, 5.8.1)
+// SigPolicyHash ::= OtherHashAlgAndValue  (RFC 5126, 5.8.1)
 struct SignaturePolicyId {
   AsnOid sigPolicyIdentifier;
   OtherHashAlgAndValue* sigPolicyHash;
@@ -47,6 +62,10 @@ inline constexpr Sequence kSignaturePolicyId = {
 };
 ASN1_TYPE(SignaturePolicyId);
 
+// SignaturePolicy ::= CHOICE {  (RFC 5126, 5.8.1)  -- here: named SignaturePolicyIdentifier
+//   signaturePolicyId       SignaturePolicyId,
+//   signaturePolicyImplied  SignaturePolicyImplied }
+// SignaturePolicyImplied ::= NULL  (RFC 5126, 5.8.1)
 struct SignaturePolicyIdentifier {
   enum : AsnInt { kPolicyId, kPolicyImplied };
   AsnInt choice;
@@ -64,6 +83,11 @@ inline constexpr Choice kSignaturePolicyIdentifier = {
 ASN1_TYPE(SignaturePolicyIdentifier);
 ASN1_DECODER(SignaturePolicyIdentifierAttrParams, SignaturePolicyIdentifier);
 
+// SignerAttributeChoice ::= CHOICE {  (in SignerAttribute)
+//   claimedAttributes    [0] ClaimedAttributes,
+//   certifiedAttributes  [1] CertifiedAttributes }
+// ClaimedAttributes ::= SEQUENCE OF Attribute  (RFC 5126, 5.11.3)
+// CertifiedAttributes ::= AttributeCertificate  (RFC 5126, 5.11.3)
 struct SignerAttributeChoice {
   enum : AsnInt { kClaimedAttributes, kCertifiedAttributes };
   AsnInt choice;
@@ -79,6 +103,9 @@ inline constexpr Choice kSignerAttributeChoice = {
 };
 ASN1_TYPE(SignerAttributeChoice);
 
+// SignerAttribute ::= SEQUENCE OF CHOICE {  (RFC 5126, 5.11.3)
+//   claimedAttributes    [0] ClaimedAttributes,
+//   certifiedAttributes  [1] CertifiedAttributes }
 inline constexpr SequenceOf kSignerAttribute = {"SignerAttributeAttrParams", kSignerAttributeChoice,
                                                 Top::Yes};
 ASN1_TYPE(SignerAttribute);

@@ -1,4 +1,4 @@
-// Cryptographic Message Syntax: signed data and what it carries (RFC 5652).
+// Cryptographic Message Syntax: signed data and what it carries (RFC 5652). The module has IMPLICIT TAGS.
 #pragma once
 
 #include "asn1/attrcert.h"
@@ -9,6 +9,11 @@
 
 namespace qex {
 
+// The content is OPTIONAL as in RFC 2315: a token without content has a result of its own.
+//
+// ContentInfo ::= SEQUENCE {  (RFC 5652, 3)
+//   contentType      ContentType,
+//   content      [0] EXPLICIT ANY DEFINED BY contentType }  -- here: OPTIONAL
 struct ContentInfo {
   AsnOid contentType;
   AsnAny content;  // may be absent
@@ -21,6 +26,9 @@ inline constexpr Sequence kContentInfo = {
 };
 ASN1_TOP_TYPE(ContentInfo);
 
+// EncapsulatedContentInfo ::= SEQUENCE {  (RFC 5652, 5.2)
+//   eContentType      ContentType,
+//   eContent      [0] EXPLICIT OCTET STRING OPTIONAL }
 struct EncapsulatedContentInfo {
   AsnOid eContentType;
   AsnOcts eContent;
@@ -32,6 +40,9 @@ inline constexpr Sequence kEncapsulatedContentInfo = {
 };
 ASN1_TYPE(EncapsulatedContentInfo);
 
+// IssuerAndSerialNumber ::= SEQUENCE {  (RFC 5652, 10.2.4)
+//   issuer        Name,
+//   serialNumber  CertificateSerialNumber }
 struct IssuerAndSerialNumber {
   Name* issuer;
   AsnOcts serialNumber;
@@ -43,6 +54,10 @@ inline constexpr Sequence kIssuerAndSerialNumber = {
 };
 ASN1_TYPE(IssuerAndSerialNumber);
 
+// SignerIdentifier ::= CHOICE {  (RFC 5652, 5.3)
+//   issuerAndSerialNumber      IssuerAndSerialNumber,
+//   subjectKeyIdentifier   [0] SubjectKeyIdentifier }
+// SubjectKeyIdentifier ::= OCTET STRING  (RFC 5652, 12.1)
 struct SignerIdentifier {
   enum : AsnInt { kIssuerAndSerial, kSubjectKeyIdentifier };
   AsnInt choice;
@@ -58,6 +73,18 @@ inline constexpr Choice kSignerIdentifier = {
 };
 ASN1_TYPE(SignerIdentifier);
 
+// SignerInfo ::= SEQUENCE {  (RFC 5652, 5.3)
+//   version                 CMSVersion,
+//   sid                     SignerIdentifier,
+//   digestAlgorithm         DigestAlgorithmIdentifier,
+//   signedAttrs         [0] IMPLICIT SignedAttributes OPTIONAL,
+//   signatureAlgorithm      SignatureAlgorithmIdentifier,
+//   signature               SignatureValue,
+//   unsignedAttrs       [1] IMPLICIT UnsignedAttributes OPTIONAL }
+// CMSVersion ::= INTEGER  (RFC 5652, 10.2.5)
+// SignatureAlgorithmIdentifier ::= AlgorithmIdentifier  (RFC 5652, 10.1.2)
+// SignatureValue ::= OCTET STRING  (RFC 5652, 5.3)
+// UnsignedAttributes ::= SET OF Attribute  (RFC 5652, 5.3)
 struct SignerInfo {
   AsnInt version;
   SignerIdentifier* sid;
@@ -79,9 +106,15 @@ inline constexpr Sequence kSignerInfo = {
 };
 ASN1_TYPE(SignerInfo);
 
+// SignerInfos ::= SET OF SignerInfo  (RFC 5652, 5.1)
 inline constexpr SetOf kSignerInfos = {"SignerInfos", kSignerInfo};
 ASN1_TYPE(SignerInfos);
 
+// ExtendedCertificateInfo ::= SEQUENCE {  (RFC 5652, 12.1)
+//   version      CMSVersion,
+//   certificate  Certificate,
+//   attributes   UnauthAttributes }
+// UnauthAttributes ::= SET OF Attribute  (RFC 5652, 9.1)
 struct ExtendedCertificateInfo {
   AsnInt version;
   Certificate* certificate;
@@ -95,6 +128,11 @@ inline constexpr Sequence kExtendedCertificateInfo = {
 };
 ASN1_TYPE(ExtendedCertificateInfo);
 
+// ExtendedCertificate ::= SEQUENCE {  (RFC 5652, 12.1)
+//   extendedCertificateInfo  ExtendedCertificateInfo,
+//   signatureAlgorithm       SignatureAlgorithmIdentifier,
+//   signature                Signature }
+// Signature ::= BIT STRING  (RFC 5652, 12.1)
 struct ExtendedCertificate {
   ExtendedCertificateInfo* extendedCertificateInfo;
   AlgorithmIdentifier* signatureAlgorithm;
@@ -108,6 +146,9 @@ inline constexpr Sequence kExtendedCertificate = {
 };
 ASN1_TYPE(ExtendedCertificate);
 
+// OtherCertificateFormat ::= SEQUENCE {  (RFC 5652, 10.2.2)
+//   otherCertFormat  OBJECT IDENTIFIER,
+//   otherCert        ANY DEFINED BY otherCertFormat }
 struct OtherCertificateFormat {
   AsnOid otherCertFormat;
   AsnAny otherCert;
@@ -120,6 +161,13 @@ inline constexpr Sequence kOtherCertificateFormat = {
 };
 ASN1_TYPE(OtherCertificateFormat);
 
+// CertificateChoices ::= CHOICE {  (RFC 5652, 10.2.2)
+//   certificate              Certificate,
+//   extendedCertificate  [0] IMPLICIT ExtendedCertificate,
+//   v1AttrCert           [1] IMPLICIT AttributeCertificateV1,
+//   v2AttrCert           [2] IMPLICIT AttributeCertificateV2,
+//   other                [3] IMPLICIT OtherCertificateFormat }
+// AttributeCertificateV2 ::= AttributeCertificate  (RFC 5652, 10.2.2)
 struct CertificateChoices {
   enum : AsnInt { kX509Certificate, kPkcs6Certificate, kV1AttrCert, kV2AttrCert, kOther };
   AsnInt choice;
@@ -141,9 +189,17 @@ inline constexpr Choice kCertificateChoices = {
 };
 ASN1_TYPE(CertificateChoices);
 
+// CertificateSet ::= SET OF CertificateChoices  (RFC 5652, 10.2.3)
 inline constexpr SetOf kCertificateSet = {"CertificateSet", kCertificateChoices};
 ASN1_TYPE(CertificateSet);
 
+// SignedData ::= SEQUENCE {  (RFC 5652, 5.1)
+//   version               CMSVersion,
+//   digestAlgorithms      DigestAlgorithmIdentifiers,
+//   encapContentInfo      EncapsulatedContentInfo,
+//   certificates      [0] IMPLICIT CertificateSet OPTIONAL,
+//   crls              [1] IMPLICIT RevocationInfoChoices OPTIONAL,
+//   signerInfos           SignerInfos }
 struct SignedData {
   AsnInt version;
   ListOf<AlgorithmIdentifier>* digestAlgorithms;

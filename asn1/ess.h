@@ -1,6 +1,7 @@
 // Signing-certificate identifiers and policies: the simple attribute values of CMS (RFC 5652
 // section 11), the signing-certificate attributes (RFC 2634, RFC 5035), certificate policies
 // (RFC 5280 section 4.2.1.4) and the extension request (RFC 2985).
+// The modules have IMPLICIT TAGS.
 #pragma once
 
 #include "asn1/codec.h"
@@ -9,16 +10,23 @@
 
 namespace qex {
 
+// ContentType ::= OBJECT IDENTIFIER  (RFC 5652, 11.1)  -- here: named AttrContentType
 inline constexpr auto kAttrContentType = named("AttrContentType", kAsnOid);
 ASN1_TOP_TYPE(AttrContentType);
 
+// MessageDigest ::= OCTET STRING  (RFC 5652, 11.2)  -- here: named AttrMsgDigest
 inline constexpr auto kAttrMsgDigest = named("AttrMsgDigest", kAsnOcts);
 ASN1_TOP_TYPE(AttrMsgDigest);
 ASN1_DECODER(AttrSigningTime, Time);
 
+// ExtensionRequest ::= Extensions  (RFC 2985, 5.4.2)  -- here: named ExtensionRequest0
 inline constexpr SequenceOf kExtensionRequest0 = {"ExtensionRequest0", kExtension, Top::Yes};
 ASN1_TOP_TYPE(ExtensionRequest0);
 
+// PolicyQualifierInfo ::= SEQUENCE {  (RFC 5280, 4.2.1.4)
+//   policyQualifierId  PolicyQualifierId,
+//   qualifier          ANY DEFINED BY policyQualifierId }
+// PolicyQualifierId ::= OBJECT IDENTIFIER  (RFC 5280, 4.2.1.4)
 struct PolicyQualifierInfo {
   AsnOid policyQualifierId;
   AsnAny qualifier;
@@ -31,9 +39,14 @@ inline constexpr Sequence kPolicyQualifierInfo = {
 };
 ASN1_TYPE(PolicyQualifierInfo);
 
+// PolicyQualifiers ::= SEQUENCE OF PolicyQualifierInfo  (in PolicyInformation)
 inline constexpr SequenceOf kPolicyQualifiers = {"PolicyQualifiers", kPolicyQualifierInfo};
 ASN1_TYPE(PolicyQualifiers);
 
+// PolicyInformation ::= SEQUENCE {  (RFC 5280, 4.2.1.4)
+//   policyIdentifier  CertPolicyId,
+//   policyQualifiers  SEQUENCE OF PolicyQualifierInfo OPTIONAL }
+// CertPolicyId ::= OBJECT IDENTIFIER  (RFC 5280, 4.2.1.4)
 struct PolicyInformation {
   AsnOid policyIdentifier;
   ListOf<PolicyQualifierInfo>* policyQualifiers;
@@ -45,9 +58,15 @@ inline constexpr Sequence kPolicyInformation = {
 };
 ASN1_TYPE(PolicyInformation);
 
+// Policies ::= SEQUENCE OF PolicyInformation  (in SigningCertificate)
 inline constexpr SequenceOf kPolicies = {"Policies", kPolicyInformation};
 ASN1_TYPE(Policies);
 
+// RFC 3281 has a type of this name with a third field, issuerUID BIT STRING OPTIONAL. It is refused.
+//
+// IssuerSerial ::= SEQUENCE {  (RFC 5035, 4)
+//   issuer        GeneralNames,
+//   serialNumber  CertificateSerialNumber }
 struct IssuerSerial {
   ListOf<GeneralName>* issuer;
   AsnOcts serialNumber;
@@ -59,6 +78,10 @@ inline constexpr Sequence kIssuerSerial = {
 };
 ASN1_TYPE(IssuerSerial);
 
+// ESSCertID ::= SEQUENCE {  (RFC 5035, 6)
+//   certHash      Hash,
+//   issuerSerial  IssuerSerial OPTIONAL }
+// Hash ::= OCTET STRING  (RFC 5035, 4)
 struct ESSCertID {
   AsnOcts certHash;  // SHA-1 of the whole certificate
   IssuerSerial* issuerSerial;
@@ -70,9 +93,14 @@ inline constexpr Sequence kESSCertID = {
 };
 ASN1_TYPE(ESSCertID);
 
+// ESSCertIDs ::= SEQUENCE OF ESSCertID  (in SigningCertificate)
 inline constexpr SequenceOf kESSCertIDs = {"ESSCertIDs", kESSCertID};
 ASN1_TYPE(ESSCertIDs);
 
+// ESSCertIDv2 ::= SEQUENCE {  (RFC 5035, 4)
+//   hashAlgorithm  AlgorithmIdentifier DEFAULT {algorithm id-sha256},
+//   certHash       Hash,
+//   issuerSerial   IssuerSerial OPTIONAL }
 struct ESSCertIDv2 {
   AlgorithmIdentifier* hashAlgorithm;
   AsnOcts certHash;
@@ -86,9 +114,13 @@ inline constexpr Sequence kESSCertIDv2 = {
 };
 ASN1_TYPE(ESSCertIDv2);
 
+// ESSCertIDv2s ::= SEQUENCE OF ESSCertIDv2  (in SigningCertificateV2)
 inline constexpr SequenceOf kESSCertIDv2s = {"ESSCertIDv2s", kESSCertIDv2};
 ASN1_TYPE(ESSCertIDv2s);
 
+// SigningCertificate ::= SEQUENCE {  (RFC 5035, 5)
+//   certs     SEQUENCE OF ESSCertID,
+//   policies  SEQUENCE OF PolicyInformation OPTIONAL }
 struct SigningCertificate {
   ListOf<ESSCertID>* certs;
   ListOf<PolicyInformation>* policies;
@@ -102,6 +134,9 @@ inline constexpr Sequence kSigningCertificate = {
 ASN1_TYPE(SigningCertificate);
 ASN1_DECODER(SigningCertAttrParams, SigningCertificate);
 
+// SigningCertificateV2 ::= SEQUENCE {  (RFC 5035, 3)
+//   certs     SEQUENCE OF ESSCertIDv2,
+//   policies  SEQUENCE OF PolicyInformation OPTIONAL }
 struct SigningCertificateV2 {
   ListOf<ESSCertIDv2>* certs;
   ListOf<PolicyInformation>* policies;

@@ -1,4 +1,7 @@
 // Directory names and general names (RFC 5280 sections 4.1.2.4 and 4.2.1.6).
+//
+// General names are of the module A.2, which has IMPLICIT TAGS. The tag over a CHOICE is explicit all the
+// same, as X.680 rules: that of directoryName, and those of EDIPartyName.
 #pragma once
 
 #include "asn1/codec.h"
@@ -6,6 +9,11 @@
 
 namespace qex {
 
+// AttributeTypeAndValue ::= SEQUENCE {  (RFC 5280, 4.1.2.4)
+//   type   AttributeType,
+//   value  AttributeValue }
+// AttributeType ::= OBJECT IDENTIFIER  (RFC 5280, 4.1.2.4)
+// AttributeValue ::= ANY -- DEFINED BY AttributeType  (RFC 5280, 4.1.2.4)
 struct AttributeTypeAndValue {
   AsnOid type;
   AsnAny value;
@@ -17,12 +25,17 @@ inline constexpr Sequence kAttributeTypeAndValue = {
 };
 ASN1_TYPE(AttributeTypeAndValue);
 
+// RelativeDistinguishedName ::= SET OF AttributeTypeAndValue  (RFC 5280, 4.1.2.4)
 inline constexpr SetOf kRelativeDistinguishedName = {"RelativeDistinguishedName", kAttributeTypeAndValue};
 ASN1_TYPE(RelativeDistinguishedName);
 
+// DistinguishedName ::= RDNSequence  (RFC 5280, A.1)
+// RDNSequence ::= SEQUENCE OF RelativeDistinguishedName  (RFC 5280, 4.1.2.4)
 inline constexpr SequenceOf kDistinguishedName = {"DistinguishedName", kRelativeDistinguishedName, Top::Yes};
 ASN1_TOP_TYPE(DistinguishedName);
 
+// Name ::= CHOICE {  (RFC 5280, 4.1.2.4)
+//   rdnSequence  RDNSequence }
 struct Name {
   enum : AsnInt { kRdnSequence };
   AsnInt choice;
@@ -36,6 +49,12 @@ inline constexpr Choice kName = {
 };
 ASN1_TYPE(Name);
 
+// DirectoryString ::= CHOICE {  (RFC 5280, 4.1.2.4)
+//   teletexString    TeletexString,
+//   printableString  PrintableString,
+//   universalString  UniversalString,
+//   utf8String       UTF8String,
+//   bmpString        BMPString }
 struct DirectoryString {
   enum : AsnInt { kTeletex, kPrintable, kUniversal, kUtf8, kBmp };
   AsnInt choice;
@@ -58,6 +77,9 @@ inline constexpr Choice kDirectoryString = {
 };
 ASN1_TOP_TYPE(DirectoryString);
 
+// OtherName ::= SEQUENCE {  (RFC 5280, 4.2.1.6)
+//   type-id     OBJECT IDENTIFIER,
+//   value   [0] EXPLICIT ANY DEFINED BY type-id }
 struct OtherName {
   AsnOid typeId;
   AsnAny value;
@@ -69,6 +91,9 @@ inline constexpr Sequence kOtherName = {
 };
 ASN1_TYPE(OtherName);
 
+// EDIPartyName ::= SEQUENCE {  (RFC 5280, 4.2.1.6)
+//   nameAssigner  [0] DirectoryString OPTIONAL,
+//   partyName     [1] DirectoryString }
 struct EDIPartyName {
   DirectoryString* nameAssigner;
   DirectoryString* partyName;
@@ -80,6 +105,16 @@ inline constexpr Sequence kEDIPartyName = {
 };
 ASN1_TYPE(EDIPartyName);
 
+// GeneralName ::= CHOICE {  (RFC 5280, 4.2.1.6)
+//   otherName                  [0] OtherName,
+//   rfc822Name                 [1] IA5String,
+//   dNSName                    [2] IA5String,
+//   x400Address                [3] ORAddress,
+//   directoryName              [4] Name,
+//   ediPartyName               [5] EDIPartyName,
+//   uniformResourceIdentifier  [6] IA5String,
+//   iPAddress                  [7] OCTET STRING,
+//   registeredID               [8] OBJECT IDENTIFIER }
 struct GeneralName {
   enum : AsnInt {
     kOther,
@@ -119,6 +154,7 @@ inline constexpr Choice kGeneralName = {
 };
 ASN1_TYPE(GeneralName);
 
+// GeneralNames ::= SEQUENCE OF GeneralName  (RFC 5280, 4.2.1.6)
 inline constexpr SequenceOf kGeneralNames = {"GeneralNames", kGeneralName};
 ASN1_TYPE(GeneralNames);
 

@@ -1,8 +1,8 @@
 // How an ASN.1 type is declared: one record, one table of its fields, one line.
 //
-// The record follows the ASN.1, the descriptor follows the record row by row, and ASN1_TYPE
-// (codec.h) names the routines; the three stand together in the header of the type's group.
-// The declarations are typed: every row is checked against the member that it describes. The
+// The header of a group declares for each type the ASN.1 in a comment, the record, and the descriptor row by
+// row; a test compares the comment with the descriptor (tests/support/asn1_text.h). ASN1_TYPE (codec.h) names
+// the routines. The declarations are typed: every row is checked against the member that it describes. The
 // engine that walks them (codec.h) is not: it sees offsets and descriptors.
 #pragma once
 

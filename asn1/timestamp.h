@@ -1,4 +1,4 @@
-// The messages of the Time-Stamp Protocol (RFC 3161 section 2.4).
+// The messages of the Time-Stamp Protocol (RFC 3161 section 2.4). The module has IMPLICIT TAGS.
 #pragma once
 
 #include "asn1/cms.h"
@@ -7,6 +7,9 @@
 
 namespace qex {
 
+// MessageImprint ::= SEQUENCE {  (RFC 3161, 2.4.1)
+//   hashAlgorithm  AlgorithmIdentifier,
+//   hashedMessage  OCTET STRING }
 struct MessageImprint {
   AlgorithmIdentifier* hashAlgorithm;
   AsnOcts hashedMessage;
@@ -18,6 +21,14 @@ inline constexpr Sequence kMessageImprint = {
 };
 ASN1_TYPE(MessageImprint);
 
+// TimeStampReq ::= SEQUENCE {  (RFC 3161, 2.4.1)
+//   version             INTEGER { v1(1) },
+//   messageImprint      MessageImprint,
+//   reqPolicy           TSAPolicyId OPTIONAL,
+//   nonce               INTEGER OPTIONAL,
+//   certReq             BOOLEAN DEFAULT FALSE,
+//   extensions      [0] IMPLICIT Extensions OPTIONAL }
+// TSAPolicyId ::= OBJECT IDENTIFIER  (RFC 3161, 2.4.1)
 struct TimeStampReq {
   AsnInt version;
   MessageImprint* messageImprint;
@@ -38,9 +49,16 @@ inline constexpr Sequence kTimeStampReq = {
 };
 ASN1_TOP_TYPE(TimeStampReq);
 
+// PKIFreeText ::= SEQUENCE OF UTF8String  (RFC 4210, 5.1.1)
 inline constexpr SequenceOf kPKIFreeText = {"PKIFreeText", kUTF8String};
 ASN1_TYPE(PKIFreeText);
 
+// PKIStatusInfo ::= SEQUENCE {  (RFC 3161, 2.4.2)
+//   status        PKIStatus,
+//   statusString  PKIFreeText OPTIONAL,
+//   failInfo      PKIFailureInfo OPTIONAL }
+// PKIStatus ::= INTEGER  (RFC 3161, 2.4.2)
+// PKIFailureInfo ::= BIT STRING  (RFC 3161, 2.4.2)
 struct PKIStatusInfo {
   AsnInt status;
   ListOf<AsnOcts>* statusString;
@@ -54,6 +72,10 @@ inline constexpr Sequence kPKIStatusInfo = {
 };
 ASN1_TYPE(PKIStatusInfo);
 
+// TimeStampResp ::= SEQUENCE {  (RFC 3161, 2.4.2)
+//   status          PKIStatusInfo,
+//   timeStampToken  TimeStampToken OPTIONAL }
+// TimeStampToken ::= ContentInfo  (RFC 3161, 2.4.2)
 struct TimeStampResp {
   PKIStatusInfo* status;
   ContentInfo* timeStampToken;
@@ -66,6 +88,10 @@ inline constexpr Sequence kTimeStampResp = {
 };
 ASN1_TOP_TYPE(TimeStampResp);
 
+// Accuracy ::= SEQUENCE {  (RFC 3161, 2.4.2)
+//   seconds     INTEGER OPTIONAL,
+//   millis  [0] INTEGER OPTIONAL,
+//   micros  [1] INTEGER OPTIONAL }
 struct Accuracy {
   AsnInt* seconds;
   AsnInt* millis;
@@ -79,6 +105,17 @@ inline constexpr Sequence kAccuracy = {
 };
 ASN1_TYPE(Accuracy);
 
+// TSTInfo ::= SEQUENCE {  (RFC 3161, 2.4.2)
+//   version             INTEGER { v1(1) },
+//   policy              TSAPolicyId,
+//   messageImprint      MessageImprint,
+//   serialNumber        INTEGER,
+//   genTime             GeneralizedTime,
+//   accuracy            Accuracy OPTIONAL,
+//   ordering            BOOLEAN DEFAULT FALSE,
+//   nonce               INTEGER OPTIONAL,
+//   tsa             [0] GeneralName OPTIONAL,
+//   extensions      [1] IMPLICIT Extensions OPTIONAL }
 struct TSTInfo {
   AsnInt version;
   AsnOid policy;

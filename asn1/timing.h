@@ -1,5 +1,5 @@
 // Timing attributes of a time attribute certificate: metrics of the authority's clock and its
-// timing policy.
+// timing policy. The types are the library's own, with EXPLICIT TAGS.
 //
 // One record serves points in time and durations. For ntpTime, expiration and leapTime, major
 // counts seconds since 1900-01-01 00:00:00 UTC; for offset, delay, maxOffset and maxDelay it
@@ -11,6 +11,10 @@
 
 namespace qex {
 
+// TimeValue ::= SEQUENCE {  (of this library)
+//   major              INTEGER,
+//   fractionalSeconds  INTEGER,
+//   sign               INTEGER OPTIONAL }
 struct TimeValue {
   AsnOcts major;
   AsnOcts fractionalSeconds;
@@ -24,6 +28,9 @@ inline constexpr Sequence kTimeValue = {
 };
 ASN1_TYPE(TimeValue);
 
+// LeapData ::= SEQUENCE {  (of this library)
+//   leapTime  TimeValue,
+//   action    INTEGER }
 struct LeapData {
   TimeValue* leapTime;
   AsnInt action;
@@ -35,9 +42,16 @@ inline constexpr Sequence kLeapData = {
 };
 ASN1_TYPE(LeapData);
 
+// LeapEvent ::= SET OF LeapData  (of this library)
 inline constexpr SetOf kLeapEvent = {"LeapEvent", kLeapData};
 ASN1_TYPE(LeapEvent);
 
+// TimingMetrics ::= SEQUENCE {  (of this library)
+//   ntpTime     TimeValue,
+//   offset      TimeValue,
+//   delay       TimeValue,
+//   expiration  TimeValue,
+//   leapEvent   LeapEvent OPTIONAL }
 struct TimingMetrics {
   TimeValue* ntpTime;
   TimeValue* offset;
@@ -56,10 +70,14 @@ inline constexpr Sequence kTimingMetrics = {
 };
 ASN1_TOP_TYPE(TimingMetrics);
 
+// TimingMeticsObj ::= SET OF TimingMetrics  (of this library)
 inline constexpr SetOf kTimingMeticsObj = {"TimingMeticsObj", kTimingMetrics, Top::Yes};
 // Deliberate: the decoder's name, and so its error text, is spelled without the r.
 ASN1_TOP_TYPE(TimingMeticsObj);
 
+// TimingPolicyId ::= CHOICE {  (of this library)
+//   policyInformation  PolicyInformation,
+//   policyIdentifier   OBJECT IDENTIFIER }
 struct TimingPolicyId {
   enum : AsnInt { kInformation, kPolicyIdentifier };
   AsnInt choice;
@@ -75,9 +93,14 @@ inline constexpr Choice kTimingPolicyId = {
 };
 ASN1_TYPE(TimingPolicyId);
 
+// TimingPolicyIds ::= SEQUENCE OF TimingPolicyId  (of this library)
 inline constexpr SequenceOf kTimingPolicyIds = {"TimingPolicyIds", kTimingPolicyId};
 ASN1_TYPE(TimingPolicyIds);
 
+// TimingPolicy ::= SEQUENCE {  (of this library)
+//   policyID       TimingPolicyIds OPTIONAL,
+//   maxOffset  [0] TimeValue OPTIONAL,
+//   maxDelay   [1] TimeValue OPTIONAL }
 struct TimingPolicy {
   ListOf<TimingPolicyId>* policyID;
   TimeValue* maxOffset;
@@ -92,6 +115,7 @@ inline constexpr Sequence kTimingPolicy = {
 };
 ASN1_TOP_TYPE(TimingPolicy);
 
+// TimingPolicyObj ::= SET OF TimingPolicy  (of this library)
 inline constexpr SetOf kTimingPolicyObj = {"TimingPolicyObj", kTimingPolicy, Top::Yes};
 ASN1_TOP_TYPE(TimingPolicyObj);
 

@@ -1,11 +1,14 @@
 // X.400 originator/recipient addresses, as general names carry them (RFC 5280 appendix A.1).
-// The module has EXPLICIT tags; IMPLICIT ones are written.
+// The module has EXPLICIT TAGS.
 #pragma once
 
 #include "asn1/codec.h"
 
 namespace qex {
 
+// CountryName ::= [APPLICATION 1] CHOICE {  (RFC 5280, A.1)
+//   x121-dcc-code         NumericString,
+//   iso-3166-alpha2-code  PrintableString }
 struct CountryName {
   enum : AsnInt { kX121DccCode, kIso3166Alpha2Code };
   AsnInt choice;
@@ -21,6 +24,9 @@ inline constexpr Choice kCountryName = {
 };
 ASN1_TYPE(CountryName);
 
+// AdministrationDomainName ::= [APPLICATION 2] CHOICE {  (RFC 5280, A.1)
+//   numeric    NumericString,
+//   printable  PrintableString }
 struct AdministrationDomainName {
   enum : AsnInt { kNumeric, kPrintable };
   AsnInt choice;
@@ -36,6 +42,9 @@ inline constexpr Choice kAdministrationDomainName = {
 };
 ASN1_TYPE(AdministrationDomainName);
 
+// PrivateDomainName ::= CHOICE {  (RFC 5280, A.1)
+//   numeric    NumericString,
+//   printable  PrintableString }
 struct PrivateDomainName {
   enum : AsnInt { kNumeric, kPrintable };
   AsnInt choice;
@@ -51,6 +60,11 @@ inline constexpr Choice kPrivateDomainName = {
 };
 ASN1_TYPE(PrivateDomainName);
 
+// PersonalName ::= SET {  (RFC 5280, A.1)
+//   surname               [0] IMPLICIT PrintableString,
+//   given-name            [1] IMPLICIT PrintableString OPTIONAL,
+//   initials              [2] IMPLICIT PrintableString OPTIONAL,
+//   generation-qualifier  [3] IMPLICIT PrintableString OPTIONAL }
 struct PersonalName {
   AsnOcts surname;
   AsnOcts givenName;
@@ -67,9 +81,25 @@ inline constexpr Set kPersonalName = {
 };
 ASN1_TYPE(PersonalName);
 
+// OrganizationalUnitNames ::= SEQUENCE OF OrganizationalUnitName  (RFC 5280, A.1)
+// OrganizationalUnitName ::= PrintableString  (RFC 5280, A.1)
 inline constexpr SequenceOf kOrganizationalUnitNames = {"OrganizationalUnitNames", kPrintableString};
 ASN1_TYPE(OrganizationalUnitNames);
 
+// BuiltInStandardAttributes ::= SEQUENCE {  (RFC 5280, A.1)
+//   country-name                    CountryName OPTIONAL,
+//   administration-domain-name      AdministrationDomainName OPTIONAL,
+//   network-address             [0] IMPLICIT NetworkAddress OPTIONAL,
+//   terminal-identifier         [1] IMPLICIT TerminalIdentifier OPTIONAL,
+//   private-domain-name         [2] PrivateDomainName OPTIONAL,
+//   organization-name           [3] IMPLICIT OrganizationName OPTIONAL,
+//   numeric-user-identifier     [4] IMPLICIT NumericUserIdentifier OPTIONAL,
+//   personal-name               [5] IMPLICIT PersonalName OPTIONAL,
+//   organizational-unit-names   [6] IMPLICIT OrganizationalUnitNames OPTIONAL }
+// NetworkAddress ::= X121Address  (RFC 5280, A.1)
+// TerminalIdentifier ::= PrintableString  (RFC 5280, A.1)
+// OrganizationName ::= PrintableString  (RFC 5280, A.1)
+// NumericUserIdentifier ::= NumericString  (RFC 5280, A.1)
 struct BuiltInStandardAttributes {
   CountryName* countryName;
   AdministrationDomainName* administrationDomainName;
@@ -103,6 +133,9 @@ inline constexpr Sequence kBuiltInStandardAttributes = {
 };
 ASN1_TYPE(BuiltInStandardAttributes);
 
+// BuiltInDomainDefinedAttribute ::= SEQUENCE {  (RFC 5280, A.1)
+//   type   PrintableString,
+//   value  PrintableString }
 struct BuiltInDomainDefinedAttribute {
   AsnOcts type;
   AsnOcts value;
@@ -114,10 +147,14 @@ inline constexpr Sequence kBuiltInDomainDefinedAttribute = {
 };
 ASN1_TYPE(BuiltInDomainDefinedAttribute);
 
+// BuiltInDomainDefinedAttributes ::= SEQUENCE OF BuiltInDomainDefinedAttribute  (RFC 5280, A.1)
 inline constexpr SequenceOf kBuiltInDomainDefinedAttributes = {"BuiltInDomainDefinedAttributes",
                                                                kBuiltInDomainDefinedAttribute};
 ASN1_TYPE(BuiltInDomainDefinedAttributes);
 
+// ExtensionAttribute ::= SEQUENCE {  (RFC 5280, A.1)
+//   extension-attribute-type   [0] IMPLICIT INTEGER,
+//   extension-attribute-value  [1] ANY DEFINED BY extension-attribute-type }
 struct ExtensionAttribute {
   AsnInt extensionAttributeType;
   AsnAny extensionAttributeValue;
@@ -132,9 +169,14 @@ inline constexpr Sequence kExtensionAttribute = {
 };
 ASN1_TYPE(ExtensionAttribute);
 
+// ExtensionAttributes ::= SET OF ExtensionAttribute  (RFC 5280, A.1)
 inline constexpr SetOf kExtensionAttributes = {"ExtensionAttributes", kExtensionAttribute};
 ASN1_TYPE(ExtensionAttributes);
 
+// ORAddress ::= SEQUENCE {  (RFC 5280, A.1)
+//   built-in-standard-attributes        BuiltInStandardAttributes,
+//   built-in-domain-defined-attributes  BuiltInDomainDefinedAttributes OPTIONAL,
+//   extension-attributes                ExtensionAttributes OPTIONAL }
 struct ORAddress {
   BuiltInStandardAttributes* builtInStandardAttributes;
   ListOf<BuiltInDomainDefinedAttribute>* builtInDomainDefinedAttributes;

@@ -1,5 +1,6 @@
 // Certificates, CRLs and keys (RFC 5280, RFC 3279), and the pieces that the other ASN.1
-// modules share with them: algorithm identifiers, extensions, times.
+// modules share with them: algorithm identifiers, extensions, times. The modules
+// have EXPLICIT TAGS.
 #pragma once
 
 #include "asn1/codec.h"
@@ -7,6 +8,9 @@
 
 namespace qex {
 
+// AlgorithmIdentifier ::= SEQUENCE {  (RFC 5280, 4.1.1.2)
+//   algorithm   OBJECT IDENTIFIER,
+//   parameters  ANY DEFINED BY algorithm OPTIONAL }
 struct AlgorithmIdentifier {
   AsnOid algorithm;
   AsnAny parameters;
@@ -18,9 +22,16 @@ inline constexpr Sequence kAlgorithmIdentifier = {
 };
 ASN1_TYPE(AlgorithmIdentifier);
 
+// DigestAlgorithmIdentifiers ::= SET OF DigestAlgorithmIdentifier  (RFC 5652, 5.1)
+//   -- here: named AlgorithmIdentifiers
+// DigestAlgorithmIdentifier ::= AlgorithmIdentifier  (RFC 5652, 10.1.1)
 inline constexpr SetOf kAlgorithmIdentifiers = {"AlgorithmIdentifiers", kAlgorithmIdentifier};
 ASN1_TYPE(AlgorithmIdentifiers);
 
+// Extension ::= SEQUENCE {  (RFC 5280, 4.1)
+//   extnID     OBJECT IDENTIFIER,
+//   critical   BOOLEAN DEFAULT FALSE,
+//   extnValue  OCTET STRING }
 struct Extension {
   AsnOid extnID;
   AsnBool* critical;
@@ -34,9 +45,13 @@ inline constexpr Sequence kExtension = {
 };
 ASN1_TYPE(Extension);
 
+// Extensions ::= SEQUENCE OF Extension  (RFC 5280, 4.1)
 inline constexpr SequenceOf kExtensions = {"Extensions", kExtension};
 ASN1_TYPE(Extensions);
 
+// Time ::= CHOICE {  (RFC 5280, 4.1)
+//   utcTime      UTCTime,
+//   generalTime  GeneralizedTime }
 struct Time {
   enum : AsnInt { kUtcTime, kGeneralTime };
   AsnInt choice;
@@ -52,6 +67,9 @@ inline constexpr Choice kTime = {
 };
 ASN1_TYPE(Time);
 
+// Validity ::= SEQUENCE {  (RFC 5280, 4.1)
+//   notBefore  Time,
+//   notAfter   Time }
 struct Validity {
   Time* notBefore;
   Time* notAfter;
@@ -63,6 +81,9 @@ inline constexpr Sequence kValidity = {
 };
 ASN1_TYPE(Validity);
 
+// SubjectPublicKeyInfo ::= SEQUENCE {  (RFC 5280, 4.1)
+//   algorithm         AlgorithmIdentifier,
+//   subjectPublicKey  BIT STRING }
 struct SubjectPublicKeyInfo {
   AlgorithmIdentifier* algorithm;
   AsnBits subjectPublicKey;
@@ -74,6 +95,20 @@ inline constexpr Sequence kSubjectPublicKeyInfo = {
 };
 ASN1_TYPE(SubjectPublicKeyInfo);
 
+// TBSCertificate ::= SEQUENCE {  (RFC 5280, 4.1)
+//   version               [0] EXPLICIT Version DEFAULT v1,
+//   serialNumber              CertificateSerialNumber,
+//   signature                 AlgorithmIdentifier,
+//   issuer                    Name,
+//   validity                  Validity,
+//   subject                   Name,
+//   subjectPublicKeyInfo      SubjectPublicKeyInfo,
+//   issuerUniqueID        [1] IMPLICIT UniqueIdentifier OPTIONAL,
+//   subjectUniqueID       [2] IMPLICIT UniqueIdentifier OPTIONAL,
+//   extensions            [3] EXPLICIT Extensions OPTIONAL }
+// Version ::= INTEGER { v1(0), v2(1), v3(2) }  (RFC 5280, 4.1)
+// CertificateSerialNumber ::= INTEGER  (RFC 5280, 4.1)
+// UniqueIdentifier ::= BIT STRING  (RFC 5280, 4.1)
 struct TBSCertificate {
   AsnInt* version;
   AsnOcts serialNumber;
@@ -101,6 +136,10 @@ inline constexpr Sequence kTBSCertificate = {
 };
 ASN1_TYPE(TBSCertificate);
 
+// Certificate ::= SEQUENCE {  (RFC 5280, A.1)
+//   tbsCertificate      TBSCertificate,
+//   signatureAlgorithm  AlgorithmIdentifier,
+//   signature           BIT STRING }
 struct Certificate {
   TBSCertificate* tbsCertificate;
   AlgorithmIdentifier* signatureAlgorithm;
@@ -115,6 +154,10 @@ inline constexpr Sequence kCertificate = {
 };
 ASN1_TOP_TYPE(Certificate);
 
+// RevokedCertificate ::= SEQUENCE {  (in TBSCertList)
+//   userCertificate     CertificateSerialNumber,
+//   revocationDate      Time,
+//   crlEntryExtensions  Extensions OPTIONAL }
 struct RevokedCertificate {
   AsnOcts userCertificate;
   Time* revocationDate;
@@ -128,9 +171,21 @@ inline constexpr Sequence kRevokedCertificate = {
 };
 ASN1_TYPE(RevokedCertificate);
 
+// RevokedCertificates ::= SEQUENCE OF RevokedCertificate  (in TBSCertList)
 inline constexpr SequenceOf kRevokedCertificates = {"RevokedCertificates", kRevokedCertificate};
 ASN1_TYPE(RevokedCertificates);
 
+// TBSCertList ::= SEQUENCE {  (RFC 5280, 5.1)
+//   version                  Version OPTIONAL,
+//   signature                AlgorithmIdentifier,
+//   issuer                   Name,
+//   thisUpdate               Time,
+//   nextUpdate               Time OPTIONAL,
+//   revokedCertificates      SEQUENCE OF SEQUENCE {
+//     userCertificate          CertificateSerialNumber,
+//     revocationDate           Time,
+//     crlEntryExtensions       Extensions OPTIONAL } OPTIONAL,
+//   crlExtensions        [0] EXPLICIT Extensions OPTIONAL }
 struct TBSCertList {
   AsnInt* version;
   AlgorithmIdentifier* signature;
@@ -152,6 +207,10 @@ inline constexpr Sequence kTBSCertList = {
 };
 ASN1_TYPE(TBSCertList);
 
+// CertificateList ::= SEQUENCE {  (RFC 5280, A.1)
+//   tbsCertList         TBSCertList,
+//   signatureAlgorithm  AlgorithmIdentifier,
+//   signature           BIT STRING }
 struct CertificateList {
   TBSCertList* tbsCertList;
   AlgorithmIdentifier* signatureAlgorithm;
@@ -165,9 +224,16 @@ inline constexpr Sequence kCertificateList = {
 };
 ASN1_TYPE(CertificateList);
 
+// Of the revocation information that CMS has room for, CRLs are read; another kind is refused.
+//
+// RevocationInfoChoices ::= SET OF RevocationInfoChoice  (RFC 5652, 10.2.1)
+//   -- here: named CertificateLists, of CertificateList
 inline constexpr SetOf kCertificateLists = {"CertificateLists", kCertificateList};
 ASN1_TYPE(CertificateLists);
 
+// RSAPublicKey ::= SEQUENCE {  (RFC 3279, 2.3.1)
+//   modulus         INTEGER,
+//   publicExponent  INTEGER }
 struct RSAPublicKey {
   AsnOcts modulus;
   AsnOcts publicExponent;
@@ -180,6 +246,10 @@ inline constexpr Sequence kRSAPublicKey = {
 };
 ASN1_TOP_TYPE(RSAPublicKey);
 
+// Dss-Parms ::= SEQUENCE {  (RFC 3279, 2.3.2)
+//   p  INTEGER,
+//   q  INTEGER,
+//   g  INTEGER }
 struct Dss_Parms {
   AsnOcts p;
   AsnOcts q;
@@ -195,6 +265,9 @@ inline constexpr Sequence kDss_Parms = {
 ASN1_TYPE(Dss_Parms);
 ASN1_DECODER(Dss_Parms_BI, Dss_Parms);
 
+// Dss-Sig-Value ::= SEQUENCE {  (RFC 3279, 2.2.2)
+//   r  INTEGER,
+//   s  INTEGER }
 struct Dss_Sig_Value {
   AsnOcts r;
   AsnOcts s;
@@ -208,6 +281,10 @@ inline constexpr Sequence kDss_Sig_Value = {
 ASN1_TYPE(Dss_Sig_Value);
 ASN1_DECODER(Dss_Sig_Value_BI, Dss_Sig_Value);
 
+// DigestInfo ::= SEQUENCE {  (RFC 2315, 9.4)
+//   digestAlgorithm  DigestAlgorithmIdentifier,
+//   digest           Digest }
+// Digest ::= OCTET STRING  (RFC 2315, 9.4)
 struct DigestInfo {
   AlgorithmIdentifier* digestAlgorithm;
   AsnOcts digest;
@@ -220,6 +297,8 @@ inline constexpr Sequence kDigestInfo = {
 ASN1_TYPE(DigestInfo);
 
 // An INTEGER as its contents octets.
+//
+// DSAPublicKey ::= INTEGER  (RFC 3279, 2.3.2)  -- here: named BigIntegerStr
 inline constexpr auto kBigIntegerStr = named("BigIntegerStr", kBigInteger);
 ASN1_TOP_TYPE(BigIntegerStr);
 
