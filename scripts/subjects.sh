@@ -7,7 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 # The parent of the first commit to check. A clone may be too shallow to have it: then all that it has are checked.
-start=fdecb556c4d14b6e5c7c40c1a7b729dd6375ba15
+start=b04e653897d8bc10d68692caf95bfa6e0986a58f
 range=${1-}
 if [ -z "$range" ]; then
   range=HEAD
