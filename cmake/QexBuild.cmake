@@ -54,17 +54,6 @@ function(qex_compile_options target)
   endif()
 endfunction()
 
-# qex_light_options(TARGET): for tool and tests. Most of their time goes into compiling them, since the expensive
-# operations, digests and arithmetic, are in the library.
-set(QEX_LIGHT_OPTIMIZATION -O1 CACHE STRING "Optimization of tool and tests, in optimized builds")
-function(qex_light_options target)
-  target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo>:${QEX_LIGHT_OPTIMIZATION}>)
-  if(QEX_LIGHT_OPTIMIZATION STREQUAL "-O0")
-    # Fortified functions need the optimizer.
-    target_compile_options(${target} PRIVATE "SHELL:-U _FORTIFY_SOURCE")
-  endif()
-endfunction()
-
 # qex_link_options(TARGET SCOPE): link options of instrumentation. They are not part
 # of the installed package: instrumented builds are not installed.
 function(qex_link_options target scope)
