@@ -48,10 +48,10 @@ bool DurationSeconds(const TimeValue& value, float* seconds) {
   const bool microsFit = AsnIntToU64(value.fractionalSeconds, &micros) == 0;
   // Deliberate: each term is rounded to single precision before they are added, and of both
   // numbers the low 32 bits alone count.
-  const auto fraction = static_cast<float>(double(micros.low) / 1000000.0);
-  *seconds = fraction + static_cast<float>(double(whole.low));
+  const auto fraction = float(double(micros.low) / 1000000.0);
+  *seconds = fraction + float(double(whole.low));
   // Deliberate: a multiplier, not a flag.
-  if (value.sign != nullptr) *seconds = static_cast<float>(*value.sign) * *seconds;
+  if (value.sign != nullptr) *seconds = float(*value.sign) * *seconds;
   return wholeFits && microsFit;
 }
 
@@ -61,7 +61,7 @@ bool TimeToText(const TimeValue& value, char* text) {
   if (AsnIntToU64(value.major, &count) != 0) return false;
   const double since1970 = double(count.high) * 4294967296.0 + double(count.low) - kSecondsFrom1900To1970;
   if (since1970 < kEarliest || since1970 > kLatest) return false;
-  const auto seconds = static_cast<int32_t>(since1970);
+  const auto seconds = int32_t(since1970);
   int32_t days = seconds / kSecondsPerDay;
   int32_t rest = seconds % kSecondsPerDay;
   if (rest < 0) {

@@ -39,15 +39,11 @@ struct Member {
   const char* name;
   uint32_t offset;
 };
-#define FIELD(R, m)                  \
-  ::qex::Member<R, decltype(R::m)> { \
-#m, uint32_t(offsetof(R, m))     \
-  }
-// FIELD_AS is for printed names that are no C++ identifiers.
-#define FIELD_AS(R, m, printed)       \
-  ::qex::Member<R, decltype(R::m)> {  \
-    printed, uint32_t(offsetof(R, m)) \
-  }
+// clang-format off
+#define FIELD(R, m) ::qex::Member<R, decltype(R::m)>{#m, uint32_t(offsetof(R, m))}
+// FIELD_AS is for printed names that are not C++ identifiers.
+#define FIELD_AS(R, m, printed) ::qex::Member<R, decltype(R::m)>{printed, uint32_t(offsetof(R, m))}
+// clang-format on
 
 // The [number] of a tagged field, as the ASN.1 text writes it.
 struct Tag {

@@ -23,15 +23,15 @@ void empty_for_writing(ExpBuf* block) {
 
 // room is the number of bytes that still fit before the data of `block`.
 size_t room(const ExpBuf* block) {
-  return static_cast<size_t>(block->first - block->blockStart);
+  return size_t(block->first - block->blockStart);
 }
 
 size_t unread(const ExpBuf* block) {
-  return static_cast<size_t>(block->end - block->cursor);
+  return size_t(block->end - block->cursor);
 }
 
 size_t held(const ExpBuf* block) {
-  return static_cast<size_t>(block->end - block->first);
+  return size_t(block->end - block->first);
 }
 
 // put_block_in_front allocates a block before the front-most block `*b` and moves the handle

@@ -50,7 +50,7 @@ void collect_octets(ExpBuf** b, AsnLen n, const StringKind& kind, SegmentStack* 
     const uint8_t* octets = ExpBufGetSegment(b, &run);
     if (run == 0) AsnFail(env, kind.short_code, kind.short_text);
     stack->push(octets, run, env);
-    n -= static_cast<AsnLen>(run);  // run <= n
+    n -= AsnLen(run);  // run <= n
   }
 }
 
@@ -91,7 +91,7 @@ void walk(ExpBuf** b, AsnLen len, const StringKind& kind, AsnLen* bytes, AsnJmpE
       AsnFail(env, kind.tag_code, kind.tag_text);
     }
   }
-  *bytes += static_cast<AsnLen>(at);
+  *bytes += AsnLen(at);
 }
 
 }  // namespace
@@ -120,7 +120,7 @@ uint32_t FillBitStringStk(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* b
     if (n == 0) return;
     unused = ExpBufGetByte(b);
     if ((*b)->readError != 0) AsnFail(env, kBitString.short_code, kBitString.short_text);
-    lastUnusedBits.store(static_cast<uint16_t>(unused), std::memory_order_relaxed);
+    lastUnusedBits.store(uint16_t(unused), std::memory_order_relaxed);
     collect_octets(b, n - 1, kBitString, stack, env);
   });
   return unused;

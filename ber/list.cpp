@@ -20,7 +20,7 @@ constexpr AsnListNode* kNoNode = nullptr;
 void* link_new_node(AsnList* list, AsnListNode* prev, AsnListNode* next) {
   if (list->count == INT32_MAX) return nullptr;
   // Never smaller than the declared node, so that data[0] can always be read.
-  const size_t space = static_cast<size_t>(std::max<int32_t>(list->dataSize, 0));
+  const size_t space = size_t(std::max<int32_t>(list->dataSize, 0));
   const size_t bytes = std::max(sizeof(AsnListNode), offsetof(AsnListNode, data) + space);
   auto* node = static_cast<AsnListNode*>(AsnAlloc(bytes));
   if (node == nullptr) return nullptr;

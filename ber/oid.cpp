@@ -32,9 +32,9 @@ bool for_each_arc(const AsnOid& oid, Visit visit) {
   const uint8_t* end = p + oid.count;
   const uint64_t both = next_subidentifier(&p, end);
   const uint64_t first = std::min<uint64_t>(both / 40, 2);
-  if (!visit(static_cast<uint32_t>(first)) || !visit(static_cast<uint32_t>(both - 40 * first))) return false;
+  if (!visit(uint32_t(first)) || !visit(uint32_t(both - 40 * first))) return false;
   while (p != end) {
-    if (!visit(static_cast<uint32_t>(next_subidentifier(&p, end)))) return false;
+    if (!visit(uint32_t(next_subidentifier(&p, end)))) return false;
   }
   return true;
 }
@@ -48,7 +48,7 @@ size_t subidentifier_size(uint64_t value) {
 uint8_t* put_subidentifier(uint8_t* p, uint64_t value) {
   const size_t n = subidentifier_size(value);
   for (size_t i = n; i-- > 0; value >>= 7) {
-    p[i] = static_cast<uint8_t>((value & 0x7F) | (i + 1 == n ? 0x00 : 0x80));
+    p[i] = uint8_t((value & 0x7F) | (i + 1 == n ? 0x00 : 0x80));
   }
   return p + n;
 }
@@ -131,7 +131,7 @@ bool AsnArcsToOid(const AsnArc* arcs, AsnOid* oid) {
   for (const AsnArc* arc = arcs->next->next; arc != nullptr; arc = arc->next) {
     p = put_subidentifier(p, arc->number);
   }
-  *oid = {static_cast<uint32_t>(n), octets};
+  *oid = {uint32_t(n), octets};
   return true;
 }
 

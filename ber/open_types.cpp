@@ -170,7 +170,7 @@ void SetAnyTypeByInt(AsnAny* any, int32_t intId) {
 
 uint32_t AnyKeyHash(const uint8_t* octets, size_t n) {
   uint32_t hash = 0;
-  for (size_t i = 0; i < n; ++i) hash = hash * 65587 + static_cast<uint32_t>(static_cast<int8_t>(octets[i]));
+  for (size_t i = 0; i < n; ++i) hash = hash * 65587 + uint32_t(int8_t(octets[i]));
   return hash;
 }
 

@@ -11,7 +11,7 @@ constexpr AsnTag kNullTag = 0x05000000;
 
 // put_octets writes the `n` low octets of `value` and returns n.
 AsnLen put_octets(ExpBuf** b, uint32_t value, AsnLen n) {
-  for (AsnLen i = 0; i < n; ++i) ExpBufPutByteRvs(b, static_cast<uint8_t>(value >> 8 * i));
+  for (AsnLen i = 0; i < n; ++i) ExpBufPutByteRvs(b, uint8_t(value >> 8 * i));
   return n;
 }
 
@@ -63,9 +63,9 @@ void PrintAsnBool(FILE* f, const AsnBool* v, unsigned /*indent*/) {
 
 void BDecAsnIntContent(ExpBuf** b, AsnTag /*tag*/, AsnLen len, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env) {
   if (len > 4) AsnFail(env, -7, "BDecAsnIntContent: ERROR - integer to big to decode.\n");
-  const auto first = static_cast<int8_t>(ExpBufGetByte(b));
+  const auto first = int8_t(ExpBufGetByte(b));
   // Deliberate: a length of 0 has read one octet too, and counts none.
-  *v = static_cast<AsnInt>(shift_in(b, static_cast<uint32_t>(first), len == 0 ? 0 : len - 1));
+  *v = AsnInt(shift_in(b, uint32_t(first), len == 0 ? 0 : len - 1));
   *bytes += len;
   if ((*b)->readError != 0) AsnFail(env, -8, "BDecAsnIntContent: ERROR - decoded past end of data \n");
 }
@@ -78,7 +78,7 @@ void BDecAsnInt(ExpBuf** b, AsnInt* v, AsnLen* bytes, AsnJmpEnv& env) {
 }
 
 AsnLen BEncAsnIntContent(ExpBuf** b, const AsnInt* v) {
-  const auto value = static_cast<uint32_t>(*v);
+  const auto value = uint32_t(*v);
   return put_octets(b, value, minimal_size(value));
 }
 

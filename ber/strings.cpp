@@ -37,7 +37,7 @@ uint32_t bit_count(size_t octets, uint32_t unused, AsnJmpEnv& env) {
   const uint64_t bits = uint64_t{octets} * 8;
   if (bits <= unused) return 0;
   if (bits - unused > UINT32_MAX) fail_bits(env);
-  return static_cast<uint32_t>(bits - unused);
+  return uint32_t(bits - unused);
 }
 
 void print_hex(FILE* f, const uint8_t* octets, size_t n) {
@@ -50,7 +50,7 @@ void print_hex(FILE* f, const uint8_t* octets, size_t n) {
 }
 
 constexpr uint8_t mask_of(uint32_t bit) {
-  return static_cast<uint8_t>(0x80u >> bit % 8);
+  return uint8_t(0x80u >> bit % 8);
 }
 
 bool same_octets(const uint8_t* a, const uint8_t* b, size_t n) {
@@ -91,8 +91,8 @@ void BDecAsnBits(ExpBuf** b, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env) {
 AsnLen BEncAsnBitsContent(ExpBuf** b, const AsnBits* v) {
   const size_t n = BitOctets(v->count);
   ExpBufPutSegRvs(b, v->octs, n);
-  ExpBufPutByteRvs(b, static_cast<uint8_t>((8 - v->count % 8) % 8));
-  return static_cast<AsnLen>(n + 1);  // at most 2^29 + 1
+  ExpBufPutByteRvs(b, uint8_t((8 - v->count % 8) % 8));
+  return AsnLen(n + 1);  // at most 2^29 + 1
 }
 
 AsnLen BEncAsnBits(ExpBuf** b, const AsnBits* v) {
@@ -115,7 +115,7 @@ void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* byt
     if (stack.total >= UINT32_MAX) fail_octs(env);
     uint8_t* octets = allocate(stack.total + 1, env);
     stack.copy_to(octets);
-    *v = {static_cast<uint32_t>(stack.total), octets};
+    *v = {uint32_t(stack.total), octets};
     return;
   }
   if (!ExpBufExpect(b, len)) fail_octs(env);
@@ -165,11 +165,11 @@ bool AsnBitsEqual(const AsnBits& a, const AsnBits& b) {
 }
 
 void AsnBitsSet(AsnBits* v, uint32_t i) {
-  if (i < v->count) v->octs[i / 8] = static_cast<uint8_t>(v->octs[i / 8] | mask_of(i));
+  if (i < v->count) v->octs[i / 8] = uint8_t(v->octs[i / 8] | mask_of(i));
 }
 
 void AsnBitsClear(AsnBits* v, uint32_t i) {
-  if (i < v->count) v->octs[i / 8] = static_cast<uint8_t>(v->octs[i / 8] & ~mask_of(i));
+  if (i < v->count) v->octs[i / 8] = uint8_t(v->octs[i / 8] & ~mask_of(i));
 }
 
 bool AsnBitsTest(const AsnBits* v, uint32_t i) {

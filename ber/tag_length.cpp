@@ -94,17 +94,17 @@ void BDecSecondEocOctet(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
 
 AsnLen BEncDefLen(ExpBuf** b, AsnLen len) {
   if (len < kLongForm) {
-    ExpBufPutByteRvs(b, static_cast<uint8_t>(len));
+    ExpBufPutByteRvs(b, uint8_t(len));
     return 1;
   }
   const AsnLen n = len < 0x100 ? 1 : len < 0x10000 ? 2 : len < kFirstFourOctetLength ? 3 : 4;
-  for (AsnLen i = 0; i < n; ++i) ExpBufPutByteRvs(b, static_cast<uint8_t>(len >> 8 * i));
-  ExpBufPutByteRvs(b, static_cast<uint8_t>(kLongForm | n));
+  for (AsnLen i = 0; i < n; ++i) ExpBufPutByteRvs(b, uint8_t(len >> 8 * i));
+  ExpBufPutByteRvs(b, uint8_t(kLongForm | n));
   return n + 1;
 }
 
 AsnLen BEncTag(ExpBuf** b, AsnTag tag) {
-  ExpBufPutByteRvs(b, static_cast<uint8_t>(tag >> 24));
+  ExpBufPutByteRvs(b, uint8_t(tag >> 24));
   return 1;
 }
 
