@@ -30,8 +30,9 @@ bool decode_tac(const uint8_t* data, uint32_t length, DecodedTac* tac) {
 template <size_t kSize>
 void first_name_field(char (&field)[kSize], const AsnList* names) {
   const auto* name = FirstOf<GeneralName>(names);
-  if (name == nullptr || name->choice != GeneralName::kDirectoryName || name->directoryName == nullptr)
+  if (name == nullptr || name->choice != GeneralName::kDirectoryName || name->directoryName == nullptr) {
     return;
+  }
   (void)NameToText(field, kSize, name->directoryName->rdnSequence);
 }
 

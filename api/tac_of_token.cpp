@@ -37,10 +37,11 @@ int32_t encode_certified(const AttributeCertificate& certificate, ExpBufHolder& 
 // it has in the set.
 bool encode_alone(const CertificateChoices& element, ExpBufHolder& buf) {
   return EncodeInto(buf, [&](ExpBuf** b) {
-    if (element.choice == CertificateChoices::kV1AttrCert)
+    if (element.choice == CertificateChoices::kV1AttrCert) {
       BEncAttributeCertificateV1(b, element.v1AttrCert);
-    else
+    } else {
       BEncAttributeCertificate(b, element.v2AttrCert);
+    }
   });
 }
 

@@ -211,8 +211,9 @@ int32_t find_parts(const ContentInfo& token, TokenParts* parts) {
   parts->signer = FirstSignerInfo(token);
   if (parts->content == nullptr || !is_usable(parts->signer)) return lacking(QEX_E_BADTOKEN);
   parts->messageDigest = FindMessageDigest(parts->signer->signedAttrs);
-  if (parts->messageDigest == nullptr || parts->messageDigest->octs == nullptr)
+  if (parts->messageDigest == nullptr || parts->messageDigest->octs == nullptr) {
     return lacking(QEX_E_BADTOKEN);
+  }
   return QEX_OK;
 }
 

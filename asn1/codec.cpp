@@ -35,8 +35,9 @@ bool matches(const Field& f, AsnTag tag) {
 // An untagged CHOICE is recognised by the tags of its alternatives.
 bool starts_with_tag(const Type& t, AsnTag tag) {
   if (t.kind != Kind::Choice) return tag == t.tag || (t.altTag != 0 && tag == t.altTag);
-  for (const Field& f : t.fields)
+  for (const Field& f : t.fields) {
     if (matches(f, tag)) return true;
+  }
   return false;
 }
 
@@ -68,9 +69,11 @@ constexpr bool kInPlaceOfSet = true;
 // callers have a frame for each level of nesting.
 [[gnu::noinline]] const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag,
                                               bool inPlaceOfSet) {
-  for (const OpenShape& s : t.shapes)
-    if (s.inPlaceOfSet == inPlaceOfSet && s.type->tag == tag && AsnOidEqual(s.identifier, identifier))
+  for (const OpenShape& s : t.shapes) {
+    if (s.inPlaceOfSet == inPlaceOfSet && s.type->tag == tag && AsnOidEqual(s.identifier, identifier)) {
       return &s;
+    }
+  }
   return nullptr;
 }
 
@@ -130,10 +133,11 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
 void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv& env) {
   auto* any = static_cast<AsnAny*>(SlotOf(rec, f));
   const void* identifier = static_cast<const char*>(rec) + f.definedBy;
-  if (f.definedByInt)
+  if (f.definedByInt) {
     SetAnyTypeByInt(any, *static_cast<const AsnInt*>(identifier));
-  else
+  } else {
     SetAnyTypeByOid(any, *static_cast<const AsnOid*>(identifier));
+  }
   BDecAny(b, any, bytes, env);
 }
 
@@ -198,10 +202,11 @@ Next next_in_sequence(const Type& t, size_t i, ExpBuf** b, AsnLen len, SequenceP
 // close_sequence tests what follows the last field: nothing, or the end of an indefinite length.
 void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at, AsnJmpEnv& env) {
   if (at->tagIsPending) AsnRaise(env, t.trailingCode);
-  if (len == INDEFINITE_LEN)
+  if (len == INDEFINITE_LEN) {
     BDecEoc(b, &at->used, env);
-  else if (at->used != len)
+  } else if (at->used != len) {
     AsnRaise(env, t.lengthCode);
+  }
 }
 
 [[gnu::noinline]] void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
@@ -257,17 +262,20 @@ void release_field(const Field& f, void* rec) {
     }
     size_t i = 0;
     while (i < t.fields.size() && !matches(t.fields[i], tag)) ++i;
-    if (i == t.fields.size())
+    if (i == t.fields.size()) {
       fail_named(env, t.unexpectedCode, t.name, "Content: ERROR - Unexpected tag in SET\n");
+    }
     if ((seen >> i & 1) != 0) release_field(t.fields[i], rec);  // of a repeated field the last one stays
     seen |= uint32_t{1} << i;
     const AsnLen fieldLen = BDecLen(b, &used, env);
     decode_field(t, i, b, tag, fieldLen, rec, &used, env);
   }
-  for (size_t i = 0; i < t.fields.size(); ++i)
-    if (t.fields[i].need == Need::Mandatory && (seen >> i & 1) == 0)
+  for (size_t i = 0; i < t.fields.size(); ++i) {
+    if (t.fields[i].need == Need::Mandatory && (seen >> i & 1) == 0) {
       fail_named(env, t.fields[i].missingCode, t.name,
                  "Content: ERROR - non-optional elmt missing from SET\n");
+    }
+  }
   if (len != INDEFINITE_LEN && used != len) AsnRaise(env, t.lengthCode);
   *bytes += used;
 }
@@ -337,8 +345,9 @@ AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
 bool is_in_place(const Type& t, const AsnList* list) {
   const auto* any = FirstOf<const AsnAny>(list);
   if (any == nullptr) return false;
-  for (const OpenShape& s : t.shapes)
+  for (const OpenShape& s : t.shapes) {
     if (s.inPlaceOfSet && any->ai == s.info) return true;
+  }
   return false;
 }
 
@@ -359,8 +368,9 @@ void DecodeContent(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, A
 
 void DecodeFull(const Type& t, ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env) {
   const AsnTag tag = BDecTag(b, bytes, env);
-  if (t.kind != Kind::Choice && !starts_with_tag(t, tag))
+  if (t.kind != Kind::Choice && !starts_with_tag(t, tag)) {
     fail_named(env, t.wrongTagCode, t.name, ": ERROR - wrong tag\n");
+  }
   const AsnLen len = BDecLen(b, bytes, env);
   DecodeContent(t, b, tag, len, v, bytes, env);
 }

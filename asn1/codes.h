@@ -195,8 +195,9 @@ inline constexpr SiteCode kNoCode = 0;  // of a site that a type does not have
 
 constexpr void check_site([[maybe_unused]] std::string_view type, std::string_view site,
                           std::string_view suffix, std::string_view found) {
-  if (!found.starts_with(site) || found.substr(site.size()) != suffix)
+  if (!found.starts_with(site) || found.substr(site.size()) != suffix) {
     throw "kCodeRuns has another name, or none, where this type has this site";
+  }
 }
 constexpr void check_rest([[maybe_unused]] std::string_view type, std::string_view rest) {
   if (!rest.empty()) throw "kCodeRuns names sites that this type does not have, or names them twice";

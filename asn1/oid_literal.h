@@ -56,9 +56,11 @@ constexpr auto oid_octets() {
   }();
   std::array<uint8_t, size> octets{};
   size_t at = 0;
-  for (size_t i = 1; i < arcs.count; ++i)
-    for (size_t k = base128_octets(arcs.arc[i]); k-- > 0;)
+  for (size_t i = 1; i < arcs.count; ++i) {
+    for (size_t k = base128_octets(arcs.arc[i]); k-- > 0;) {
       octets[at++] = uint8_t((arcs.arc[i] >> (7 * k) & 0x7F) | (k != 0 ? 0x80 : 0));
+    }
+  }
   return octets;
 }
 

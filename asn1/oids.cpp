@@ -180,9 +180,11 @@ std::span<const Registration> OpenTypeTable() {
 }
 
 bool RegisterOpenTypes() {
-  for (const Registration& r : kRegistrations)
-    if (!InstallAnyByOid(r.row, r.identifier, r.type->size, r.encode, r.decode, r.free, r.print))
+  for (const Registration& r : kRegistrations) {
+    if (!InstallAnyByOid(r.row, r.identifier, r.type->size, r.encode, r.decode, r.free, r.print)) {
       return false;
+    }
+  }
   return true;
 }
 

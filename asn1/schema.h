@@ -165,11 +165,13 @@ constexpr void give_codes(Type& t, std::span<Field> fields) {
     if (record && f.need == Need::Mandatory) f.missingCode = codes.next(f.name);
     if (f.checksInnerTag) f.innerTagCode = codes.next(f.name, ".tag");
   }
-  if (t.kind == Kind::Choice || t.kind == Kind::Set || t.kind == Kind::ListOf)
+  if (t.kind == Kind::Choice || t.kind == Kind::Set || t.kind == Kind::ListOf) {
     t.unexpectedCode = codes.next("unexpected");
+  }
   if (record || t.kind == Kind::ListOf) t.lengthCode = codes.next("length");
-  if (t.kind == Kind::Sequence && fields.back().need != Need::Mandatory)
+  if (t.kind == Kind::Sequence && fields.back().need != Need::Mandatory) {
     t.trailingCode = codes.next("trailing");
+  }
   codes.finish();
 }
 
@@ -184,22 +186,26 @@ constexpr void check_open_type([[maybe_unused]] const char* type, [[maybe_unused
   if (open.definedBy < 0) throw "an open type is declared with defined_by";
   if (open.type->kind == Kind::Any && open.held == Held::Pointer) throw "an ANY is held in the record itself";
   const Field* by = nullptr;
-  for (const Field& f : before)
+  for (const Field& f : before) {
     if (int32_t(f.offset) == open.definedBy) by = &f;
+  }
   if (by == nullptr) throw "defined_by names a field that does not come before the open type";
   if (by->need != Need::Mandatory) throw "defined_by names a field that may be absent";
   if (open.tagging != Tagging::None) return;
-  if (before.back().need != Need::Mandatory) throw "an open type after an OPTIONAL field has a tag of its own";
+  if (before.back().need != Need::Mandatory)
+    throw "an open type after an OPTIONAL field has a tag of its own";
 }
 // What the engine could not decode or encode is refused where it is declared.
 constexpr void check_fields(const char* type, Kind kind, std::span<const Field> fields) {
   for (size_t i = 0; i < fields.size(); ++i) {
     const Field& f = fields[i];
     if (is_open(f)) check_open_type(type, f.name, kind, f, fields.first(i));
-    if (f.type->kind == Kind::OpenList && (f.definedByInt || f.tagging != Tagging::None))
+    if (f.type->kind == Kind::OpenList && (f.definedByInt || f.tagging != Tagging::None)) {
       throw "an open SET has its own tag and an OBJECT IDENTIFIER";
-    if (kind == Kind::Choice && (f.held == Held::Inline || f.need != Need::Mandatory))
+    }
+    if (kind == Kind::Choice && (f.held == Held::Inline || f.need != Need::Mandatory)) {
       throw "an alternative is a row of must() whose member is a pointer";
+    }
   }
 }
 
