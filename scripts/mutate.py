@@ -125,11 +125,13 @@ class Library:
         return made
 
     def linked(self, target, made):
-        """Links a test program from the sound objects and those of `made`, which come first."""
+        """Links a test program from the sound objects and those of `made`, which come first: of a function or a
+        constant in a header the linker keeps the first copy, and the sound objects of another folder have one too."""
         program = str(SPACE / target)
         words = list(self.links[target])
         words[words.index("-o") + 1] = program
-        objects = [made.get(file, output) for file, output in self.objects.items()]
+        changed_first = sorted(self.objects, key=lambda file: file not in made)
+        objects = [made.get(file, self.objects[file]) for file in changed_first]
         changed = {output: made[file] for file, output in self.tests.items() if file in made}
         words = [changed.get(word, word) for word in words]
         first = next(i for i, word in enumerate(words) if word.endswith(".o"))
