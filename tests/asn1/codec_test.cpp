@@ -231,6 +231,36 @@ TEST(SetCodec, AMissingMandatoryFieldIsReported) {
   ExpectRefused(NESTED(PersonalName), indefinite(0x31, hex("810162")), missing(kPersonalName, 0), kText);
 }
 
+// The model has no SET with a mandatory field after its first one, so this test declares one.
+TEST(SetCodec, EachOfSeveralMandatoryFieldsIsLookedFor) {
+  struct Record {
+    AsnInt number;
+    AsnBool truth;
+  };
+  Field fields[2] = {};
+  fields[0].type = &kAsnInt;
+  fields[0].offset = offsetof(Record, number);
+  fields[0].missingCode = -1001;
+  fields[1].type = &kAsnBool;
+  fields[1].offset = offsetof(Record, truth);
+  fields[1].missingCode = -1002;
+  Type type{};
+  type.name = "Record";
+  type.kind = Kind::Set;
+  type.size = sizeof(Record);
+  type.tag = 0x31000000;
+  type.fields = fields;
+  const auto code_of = [&](const Octets& octets) {
+    Input input(octets);
+    Record record{};
+    AsnLen bytes = 0;
+    return OutcomeOf([&](AsnJmpEnv& env) { DecodeFull(type, input.handle(), &record, &bytes, env); }).code;
+  };
+  EXPECT_EQ(code_of(set(boolean(true), integer(1))), 0);
+  EXPECT_EQ(code_of(set(boolean(true))), -1001);
+  EXPECT_EQ(code_of(set(integer(1))), -1002);
+}
+
 TEST(SetCodec, AnUnexpectedTagIsReported) {
   constexpr const char* kText = "BDecPersonalNameContent: ERROR - Unexpected tag in SET\n";
   const AsnInt code = site_code(kPersonalName, Site::Unexpected);

@@ -6,6 +6,7 @@
 
 #include "asn1/all_types.h"
 #include "tests/support/codec.h"
+#include "tests/support/compile_time_checks.h"
 
 namespace qex::test {
 namespace {
@@ -295,6 +296,53 @@ TEST(Codes, EveryCodeOfARunIsRaisedOrOutOfReach) {
   for (const CodeRun& run : kCodeRuns)
     for (AsnInt i = 0; i < run.count(); ++i) all.insert(run.first - i);
   EXPECT_EQ(met, all);
+}
+
+// The checks of the table, which the compiler runs for kCodeRuns.
+TEST(CodeRuns, ARowNamesATypeAndStaysInTheRange) {
+  constexpr AsnInt kFree = kFirstTypeCode;
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kFree, kFree); }), "");
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kLastTypeCode, kFree); }), "");
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kLastTypeCode - 1, kFree); }),
+            "a row of kCodeRuns leaves the range of the codes of types");
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree + 1, kFree, kFree); }),
+            "rows of kCodeRuns stand in falling order and do not overlap");
+  EXPECT_EQ(RefusalOf([] { check_code_run("", kFree, kFree, kFree); }), "a row of kCodeRuns names no type");
+}
+
+TEST(CodeRuns, ARowMayBeginRightAfterTheOneBefore) {
+  constexpr CodeRun kAdjacent[] = {{"A", -100, "first last"}, {"B", -102, "only"}};
+  EXPECT_EQ(RefusalOf([&] { check_code_runs(kAdjacent); }), "");
+  constexpr CodeRun kOverlapping[] = {{"A", -100, "first last"}, {"B", -101, "only"}};
+  EXPECT_NE(RefusalOf([&] { check_code_runs(kOverlapping); }), "");
+}
+
+// A site whose name only begins like that of the row has no code.
+TEST(SiteCodes, ASiteHasTheWholeNameOfItsRow) {
+  constexpr CodeRun kRuns[] = {{"T", -100, "lengthy"}};
+  EXPECT_NE(RefusalOf([&] { SiteCodes("T", kRuns).next("length"); }), "");
+  EXPECT_NE(RefusalOf([&] { SiteCodes("T", kRuns).next("lengthy", ".tag"); }), "");
+  EXPECT_EQ(SiteCodes("T", kRuns).next("lengthy"), -100);
+}
+
+TEST(SiteCodes, ATypeHasOneToFourRows) {
+  constexpr CodeRun kRuns[] = {
+      {"T", -100, "a"}, {"T", -101, "b"}, {"T", -102, "c"}, {"T", -103, "d"}, {"T", -104, "e"}};
+  EXPECT_EQ(RefusalOf([&] { SiteCodes("T", std::span(kRuns).first(4)); }), "");
+  EXPECT_EQ(RefusalOf([&] { SiteCodes("T", kRuns); }), "a type has at most four rows in kCodeRuns");
+  EXPECT_EQ(RefusalOf([&] { SiteCodes("U", kRuns); }), "no row of kCodeRuns names this type");
+}
+
+TEST(SiteCodes, ANameThatNoSiteTakesIsRefused) {
+  constexpr const char* kText = "kCodeRuns names sites that this type does not have, or names them twice";
+  constexpr CodeRun kRuns[] = {{"T", -100, "a"}, {"T", -110, "b"}};
+  for (const char* asked : {"a", "b"}) {
+    SiteCodes codes("T", kRuns);
+    codes.next(asked);
+    EXPECT_EQ(RefusalOf([&] { codes.finish(); }), kText);
+    codes.next(asked == std::string("a") ? "b" : "a");
+    EXPECT_EQ(RefusalOf([&] { codes.finish(); }), "");
+  }
 }
 
 }  // namespace

@@ -7,7 +7,9 @@
 #include "asn1/timing_shapes.h"
 #include "tests/asn1/samples.h"
 #include "tests/support/codec.h"
+#include "tests/support/failing_alloc.h"
 #include "tests/support/files.h"
+#include "tests/support/fresh_process.h"
 
 namespace qex::test {
 namespace {
@@ -319,6 +321,22 @@ TEST(Identifiers, LiteralsAreEncodedByTheStandard) {
                               "1.2.4294967295"_oid};
   const char* octets[] = {"00", "27", "28", "883703", "55047f", "55048100", "2aff7f818000", "2a8fffffff7f"};
   for (size_t i = 0; i < std::size(edges); ++i) EXPECT_EQ(ToHex(edges[i]), octets[i]);
+}
+
+TEST(OpenTypeTable, IsNotRegisteredWhereAnAllocationFails) {
+  InFreshProcess(nullptr, [] {
+    bool registered = false;
+    for (size_t allowed = 0; !registered; ++allowed) {
+      size_t refused = 0;
+      {
+        const FailingAlloc failing(allowed);
+        registered = RegisterOpenTypes();
+        refused = failing.refused();
+      }
+      ASSERT_EQ(registered, refused == 0) << allowed;
+      FreeAnyTables();
+    }
+  });
 }
 
 }  // namespace
