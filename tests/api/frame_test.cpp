@@ -4,11 +4,14 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
 #include "tests/support/error_capture.h"
+#include "tests/support/export_calls.h"
 #include "tests/support/exports.h"
+#include "tests/support/failing_alloc.h"
 #include "tests/support/fresh_process.h"
 #include "tests/support/messages.h"
 #include "tests/support/octets.h"
@@ -290,6 +293,30 @@ TEST(Frame, FirstCallThatEncodesInitialisesToo) {
   });
 }
 
+// Every export that decodes or encodes needs the tables. Where they cannot be built it says so before
+// anything else.
+TEST(Frame, FirstCallThatFindsNoMemoryReportsItAndDecodesNothing) {
+  InFreshProcess(nullptr, [] {
+    constexpr int32_t kUntouched = 4711;
+    const std::set<std::string> without_tables = {"QEX_GetLastAsnError", "QEX_UnpackTSR"};
+    std::set<std::string> tried;
+    for (const ExportCall& call : ExportCalls()) {
+      const bool isDigest = call.exports.size() > 1;
+      if (isDigest || without_tables.contains(call.name()) || !tried.insert(call.name()).second) continue;
+      lastAsnError = kUntouched;
+      Octets memory = call.memory;
+      int32_t code = QEX_OK;
+      {
+        const FailingAlloc failing(0);
+        code = call.call(memory.data());
+      }
+      EXPECT_EQ(code, QEX_E_NOMEM) << call.name();
+      EXPECT_EQ(QEX_GetLastAsnError(), kUntouched) << call.name();
+    }
+    EXPECT_EQ(tried.size(), 19u);
+  });
+}
+
 TEST(Frame, NothingIsReportedOnSuccess) {
   const ErrorCapture reports;
   for (const DecodingExport& one : decoding_exports()) EXPECT_EQ(call_on(one, one.sample), QEX_OK) << one;
@@ -358,7 +385,7 @@ TEST(OutputBuffer, LongerThanOneBlockIsHandedOutWhole) {
 
 TEST(EncodingEquals, ComparesAllOctetsAcrossBlocks) {
   const Octets octets = {1, 2, 3, 4, 5, 6, 7};
-  for (const size_t block : {1, 3, 7, 8}) {
+  for (const size_t block : {1u, 3u, 7u, 8u}) {
     const BlockSize size(block);
     ExpBufHolder buf;
     ASSERT_TRUE(EncodeInto(buf, [&](ExpBuf** b) { ExpBufPutSegRvs(b, octets.data(), octets.size()); }));

@@ -8,6 +8,7 @@
 #include "api/qex.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/exports.h"
+#include "tests/support/failing_alloc.h"
 #include "tests/support/files.h"
 #include "tests/support/messages.h"
 
@@ -162,6 +163,20 @@ const RefusedCase kRefused[] = {
     {"algorithm without end", [](QEX_TSQ_DATA_EX* r) { std::memset(r->hashAlgorithm, '1', 128); }},
     {"policy without end", [](QEX_TSQ_DATA_EX* r) { std::memset(r->reqPolicy, '1', 128); }},
 };
+
+// The code is that of decoding: the encoder reports by way of the last ASN.1 error too.
+TEST(EncodeRequest, AllocationThatFailsIsReported) {
+  const QEX_TSQ_DATA_EX record = full_record(kSha256, kImprint);
+  ASSERT_FALSE(raw(record).empty());  // the tables are built
+  Octets out(600);
+  uint32_t length = uint32_t(out.size());
+  {
+    const FailingAlloc failing(0);
+    EXPECT_EQ(QEX_EncodeTSQ_Ex(&record, out.data(), &length, QEX_TRANSPORT_RAW), QEX_E_DECODE);
+  }
+  EXPECT_EQ(QEX_GetLastAsnError(), -27);
+  EXPECT_EQ(length, 600u);
+}
 
 TEST(EncodeRequest, BadArgumentsAreRefusedAndNothingIsWritten) {
   for (const RefusedCase& one : kRefused) {

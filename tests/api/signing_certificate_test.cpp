@@ -109,5 +109,15 @@ TEST(MatchCertHashV2, NoHashMatchesNoDigest) {
       << "an unknown digest has no octets either";
 }
 
+// The exports look for signed data themselves, with codes of their own.
+TEST(FindSigningCertificate, TokenWithoutSignedDataHasNone) {
+  EXPECT_TRUE(EnsureAsnInit());
+  uint32_t length = 7;
+  const Certificate* certificate = nullptr;
+  EXPECT_EQ(FindSigningCertificate(ContentInfo{}, nullptr, &length, &certificate), QEX_E_NOCERT);
+  EXPECT_EQ(length, 7u);
+  EXPECT_EQ(certificate, nullptr);
+}
+
 }  // namespace
 }  // namespace qex::test

@@ -669,6 +669,7 @@ TEST(VerifyKey, KeyThatDoesNotDecodeIsMissingWithLastError0) {
       der::sequence(n),
       der::sequence(n, der::octet_string({3})),
       der::sequence(der::octet_string({3}), n),
+      der::sequence(n, der::unsigned_integer(TestKey("authority").e), Octets{0}),  // one octet after both
       {0x30, 0x04, 0x02, 0x05, 0x01, 0x01},
   };
   for (const Octets& key : keys) expect_key(rsa_key_info(key), {QEX_E_MISSING, 0});
