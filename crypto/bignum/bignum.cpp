@@ -1,7 +1,6 @@
-// Big numbers: allocation, pools, bits and comparison.
+// Big numbers: allocation, bits and comparison.
 //
-// A record of the heap is two blocks, the record and its digits. A record of a pool is a
-// slot; the digits are blocks of their own that stay with the slot.
+// A record of the heap is two blocks, the record and its digits; one of a pool is a slot (pool.cpp).
 #include "crypto/bignum/bignum.h"
 
 #include <algorithm>
@@ -20,34 +19,6 @@ constexpr uint32_t words_for(uint32_t bits) {
   return bits / 32 + (bits % 32 != 0);
 }
 
-// slot_for returns the index of the free slot to take, or kPoolSlots when none is free.
-uint32_t slot_for(const KXBN_Pool* pool, uint32_t words) {
-  uint32_t with_digits = kPoolSlots;
-  for (uint32_t mask = pool->freeMask; mask != 0; mask &= mask - 1) {
-    const auto k = uint32_t(std::countr_zero(mask));
-    if (pool->slots[k].capacity >= words) return k;
-    if (with_digits == kPoolSlots && pool->slots[k].digits != nullptr) with_digits = k;
-  }
-  if (with_digits != kPoolSlots) return with_digits;
-  return uint32_t(std::countr_zero(pool->freeMask));  // 32 for a mask of 0
-}
-
-// pool_with_free_slot stores the first pool of the chain with a free slot; it puts a new one directly after
-// the first when there is none.
-[[nodiscard]] uint32_t pool_with_free_slot(KXBN_Pool* first, KXBN_Pool** out) {
-  for (KXBN_Pool* pool = first; pool != nullptr; pool = pool->next) {
-    if (pool->freeMask != 0) {
-      *out = pool;
-      return KXBN_OK;
-    }
-  }
-  if (first->bitSize > kMaxBits) return KXBN_BADARG;
-  if (const uint32_t rc = KXBN_pool_new(int32_t(first->bitSize), out)) return rc;
-  (*out)->next = first->next;
-  first->next = *out;
-  return KXBN_OK;
-}
-
 [[nodiscard]] uint32_t new_on_heap(uint32_t words, KXBN** out) {
   auto* const n = static_cast<KXBN*>(std::malloc(sizeof(KXBN)));
   if (n == nullptr) return KXBN_NOMEM;
@@ -64,39 +35,6 @@ uint32_t slot_for(const KXBN_Pool* pool, uint32_t words) {
 
 }  // namespace
 
-uint32_t KXBN_pool_new(int32_t bits, KXBN_Pool** out) {
-  *out = nullptr;
-  if (bits < 0 || uint32_t(bits) > kMaxBits) return KXBN_BADARG;
-  auto* const pool = static_cast<KXBN_Pool*>(std::calloc(1, sizeof(KXBN_Pool)));
-  if (pool == nullptr) return KXBN_NOMEM;
-  pool->bitSize = uint32_t(bits);
-  pool->freeMask = UINT32_MAX;
-  *out = pool;
-  return KXBN_OK;
-}
-
-void KXBN_pool_free(KXBN_Pool* pool) {
-  while (pool != nullptr) {
-    KXBN_Pool* const next = pool->next;
-    for (KXBN& slot : pool->slots) std::free(slot.digits);
-    std::free(pool);
-    pool = next;
-  }
-}
-
-uint32_t KXBN_pool_take(KXBN_Pool* pool, uint32_t words, KXBN** out) {
-  QEX_EXPECT(words > 0);
-  const uint32_t k = slot_for(pool, words);
-  QEX_ASSERT(k < kPoolSlots, Claim::PoolHasSlot);
-  KXBN* const n = &pool->slots[k];
-  if (const uint32_t rc = KXBN_reserve(n, words)) return rc;
-  pool->freeMask &= ~(uint32_t{1} << k);
-  n->pool = pool;
-  KXBN_setword(n, 0);
-  *out = n;
-  return KXBN_OK;
-}
-
 uint32_t KXBN_new(KXBN_Pool* pool, int32_t bits, KXBN** out) {
   *out = nullptr;
   if (bits < 0 || uint32_t(bits) > kMaxBits) return KXBN_BADARG;
@@ -104,7 +42,7 @@ uint32_t KXBN_new(KXBN_Pool* pool, int32_t bits, KXBN** out) {
   if (pool == nullptr) return new_on_heap(words_for(asked), out);
 
   KXBN_Pool* chosen = nullptr;
-  if (const uint32_t rc = pool_with_free_slot(pool, &chosen)) return rc;
+  if (const uint32_t rc = KXBN_pool_with_slot(pool, &chosen)) return rc;
   return KXBN_pool_take(chosen, words_for(std::max(asked, pool->bitSize)), out);
 }
 

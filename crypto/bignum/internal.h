@@ -27,6 +27,10 @@ void KXBN_trim(KXBN* n);
 // KXBN_reserve.
 [[nodiscard]] uint32_t KXBN_pad(KXBN* n, uint32_t words);
 
+// KXBN_pool_with_slot stores the first pool of the chain `first` that has a free slot. When none has, it
+// puts a new pool directly after `first`. Codes: those of KXBN_pool_new.
+[[nodiscard]] uint32_t KXBN_pool_with_slot(KXBN_Pool* first, KXBN_Pool** out);
+
 // KXBN_odd_multiple looks for a multiple of the odd number m by an odd factor whose bit length is a multiple
 // of 32. It sets M and returns, in `*candidate`, which one was taken: 0 for m itself, 1 to 3 for the factors
 // 2^(32-k) + 1, 2^(32-k) - 1 and 2^(64-k) - 1, tried in this order, where k is the bit length of m modulo 32;
