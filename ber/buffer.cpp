@@ -9,8 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace qex {
+#include "ground/expect.h"
 
+namespace qex {
 namespace {
 
 std::atomic<size_t> block_size{kInitialBlockSize};
@@ -83,6 +84,7 @@ ExpBuf* ExpBufNew() {
 }
 
 void ExpBufWrapData(ExpBuf* buf, const uint8_t* data, size_t len) {
+  QEX_EXPECT(data != nullptr || len == 0);
   // The bytes are never written: the chain operations write only before `first`, and there is no room before
   // the first byte of a wrapped block.
   auto* start = const_cast<uint8_t*>(data);
@@ -133,6 +135,7 @@ size_t ExpBufLength(const ExpBuf* buf) {
 }
 
 void ExpBufEnterNextBlock(ExpBuf** b) {
+  QEX_EXPECT((*b)->nextBlock != nullptr);
   ExpBuf* block = (*b)->nextBlock;
   while (block->first == block->end && block->nextBlock != nullptr) block = block->nextBlock;
   block->cursor = block->first;
@@ -198,6 +201,7 @@ bool ExpBufEnterPrevBlock(ExpBuf** b) {
 }
 
 void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n) {
+  QEX_EXPECT(data != nullptr || n == 0);
   while (n != 0 && (*b)->writeError == 0) {
     ExpBuf* block = *b;
     const size_t run = std::min(n, room(block));

@@ -387,5 +387,18 @@ TEST(ExpBuf, CopyToFileReportsEachShortWriteAndGoesOn) {
   std::fclose(closed);
 }
 
+#ifndef NDEBUG
+TEST(ExpBufDeathTest, ABuildForDebuggingChecksWhatCallersMustKeep) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  ExpBuf block;
+  EXPECT_DEATH(ExpBufWrapData(&block, nullptr, 1),
+               "^Expectation failed: data != nullptr \\|\\| len == 0, file ");
+  ExpBufWrapData(&block, nullptr, 0);
+  ExpBuf* b = &block;
+  EXPECT_DEATH(ExpBufEnterNextBlock(&b), "^Expectation failed: \\(\\*b\\)->nextBlock != nullptr, file ");
+  EXPECT_DEATH(ExpBufPutSegRvs(&b, nullptr, 1), "^Expectation failed: data != nullptr \\|\\| n == 0, file ");
+}
+#endif
+
 }  // namespace
 }  // namespace qex::test
