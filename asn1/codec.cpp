@@ -1,7 +1,7 @@
 // Decoding, encoding and release by descriptor.
 //
-// The decoders of the kinds call each other as deep as values lie inside each other and are
-// kept out of line: merged into one another, each level would take the frames of all of them.
+// The decoders of the kinds call each other as deep as values nest and are kept out of line: if they were
+// merged, each level would take the stack frames of all of them.
 #include "asn1/codec.h"
 
 #include <cstdio>
@@ -65,8 +65,8 @@ void* place_for(const Field& f, void* rec, AsnJmpEnv& env) {
 constexpr bool kElementOfSet = false;
 constexpr bool kInPlaceOfSet = true;
 
-// Where the identifier says so, a value is of another type than the registered one. Out of line, because its
-// callers have a frame for each level of nesting.
+// For some identifiers a value may have another type than the registered one. Out of line, as its callers
+// have a frame on the stack at every level.
 [[gnu::noinline]] const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag,
                                               bool inPlaceOfSet) {
   for (const OpenShape& s : t.shapes) {
@@ -172,15 +172,15 @@ struct SequenceProgress {
   bool tagIsPending = false;  // `tag` has been read, and no field has taken it yet
 };
 
-// What comes next in a SEQUENCE.
+// The next element of a SEQUENCE.
 enum class Next : uint8_t {
   End,       // of the content; an end-of-contents marker has been read
   Tag,       // a tag, now pending: read just now, or left by an OPTIONAL field that is absent
   OpenValue  // a value whose decoder reads the tag itself
 };
 
-// next_in_sequence looks at what comes next when field i is due. The content may end here only if no
-// mandatory field is left: before one, an end-of-contents marker is a tag like any other.
+// next_in_sequence reads what comes next when field i is due. The content may end here only if no mandatory
+// field is left: before one, an end-of-contents marker is a tag like any other.
 Next next_in_sequence(const Type& t, size_t i, ExpBuf** b, AsnLen len, SequenceProgress* at, AsnJmpEnv& env) {
   if (at->tagIsPending) return Next::Tag;
   const bool mayEnd = i >= t.mandatory;
@@ -241,7 +241,7 @@ void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at,
   AsnFail(env, code, text);
 }
 
-// Releases what a field holds. It is absent after that: a null pointer, an empty list, no octets.
+// Releases the value of a field, which is absent after that: a null pointer, an empty list, no octets.
 void release_field(const Field& f, void* rec) {
   void* v = ValueOf(rec, f);
   FreeValue(*f.type, v);
@@ -341,7 +341,7 @@ AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
   return n;
 }
 
-// Whether the list holds the one value that replaces its SET.
+// Whether the list holds the single value that replaces its SET.
 bool is_in_place(const Type& t, const AsnList* list) {
   const auto* any = FirstOf<const AsnAny>(list);
   if (any == nullptr) return false;

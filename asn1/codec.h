@@ -1,8 +1,8 @@
-// The one engine behind the routines of every structured type, and the macros that name them.
+// The one engine of the routines of every structured type, and the macros that name them.
 //
-// Decoding (X.690, definite and indefinite lengths), encoding (definite lengths only), release
-// and print all follow the type's descriptor. Errors leave through AsnRaise; what was decoded by
-// then hangs in the record, and the Free routine of the top-level type releases it.
+// Decoding (X.690, definite and indefinite lengths), encoding (definite lengths only), release and print all
+// follow the type's descriptor. Errors leave through AsnRaise; the record then holds the parts decoded so
+// far, and the Free routine of the top-level type releases them.
 #pragma once
 
 #include "asn1/schema.h"
@@ -20,9 +20,9 @@ void DecodeContent(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, A
 AsnLen EncodeFull(const Type& t, ExpBuf** b, const void* v);
 AsnLen EncodeContent(const Type& t, ExpBuf** b, const void* v);
 
-// FreeValue releases what the decoder allocated inside `v`, not the record itself. Partly decoded records
-// and null are allowed. Pointers are null and lists empty after it, and a CHOICE keeps the number of its
-// alternative, without a value: releasing again does nothing.
+// FreeValue releases everything that the decoder allocated inside `v`, but not the record itself. Partly
+// decoded records and null are allowed. Afterwards pointers are null and lists empty, and a CHOICE keeps the
+// number of its alternative, without a value: releasing again does nothing.
 void FreeValue(const Type& t, void* v);
 
 // PrintValue writes `v` as text; nothing for null.
@@ -77,8 +77,8 @@ using RecordOf = typename RoutineRecord<typename T::Value>::Record;
   }                                                                                                   \
   static_assert(true)
 
-// ASN1_DECODER(Decoder, Name) declares the full decoder BDecDecoder of type Name, which stands at
-// the top of a decoding.
+// ASN1_DECODER(Decoder, Name, Record) declares the full decoder BDecDecoder of type Name, which starts a
+// decoding.
 #define ASN1_DECODER(Decoder, Name)                                                                      \
   inline void BDec##Decoder(ExpBuf** b, RecordOf<decltype(k##Name)>* v, AsnLen* bytes, AsnJmpEnv& env) { \
     static_assert(k##Name.top || k##Name.kind == Kind::Choice,                                           \

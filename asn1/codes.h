@@ -176,7 +176,7 @@ inline constexpr CodeRun kCodeRuns[] = {
 
 constexpr void check_code_run(std::string_view type, AsnInt first, AsnInt last, AsnInt highestFree) {
   if (type.empty()) throw "a row of kCodeRuns names no type";
-  if (first > highestFree) throw "rows of kCodeRuns stand in falling order and do not overlap";
+  if (first > highestFree) throw "the rows of kCodeRuns must fall and must not overlap";
   if (last < kLastTypeCode) throw "a row of kCodeRuns leaves the range of the codes of types";
 }
 constexpr bool check_code_runs(std::span<const CodeRun> runs) {

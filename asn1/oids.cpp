@@ -171,7 +171,8 @@ template <size_t... kRows>
 constexpr bool rows_in_place(std::index_sequence<kRows...>) {
   return (row_in_place<OpenTypeRow(kRows)>() && ...);
 }
-static_assert(rows_in_place(std::make_index_sequence<kOpenTypeRows>()));
+static_assert(rows_in_place(std::make_index_sequence<kOpenTypeRows>()),
+              "a row of kRegistrations is not at its place");
 
 }  // namespace
 

@@ -13,7 +13,7 @@ struct Adapt {
   static void print(FILE* f, const void* v, unsigned indent) { Print(f, static_cast<const T*>(v), indent); }
 };
 
-// Values without octets of their own are never absent where a record holds them inline.
+// Values without octets of their own are never absent when they are inline.
 template <class T, auto Decode, auto Encode, auto Print>
 constexpr Codec plain_codec() {
   using A = Adapt<T, Decode, Encode, Print>;

@@ -33,7 +33,7 @@ struct Row : Field {};
 
 // --- Rows --------------------------------------------------------------------
 
-// A member of record R: what FIELD() hands to the row builders.
+// A member of record R: the result of FIELD() for the row builders.
 template <class R, class M>
 struct Member {
   const char* name;
@@ -303,8 +303,8 @@ struct SetOf : TypeOf<ListOf<E>> {
       : TypeOf<ListOf<E>>(list_type(typeName, 0x31000000, of, isTop)) {}
 };
 
-// A SET OF ANY DEFINED BY an identifier of the record around it. Where `shapes` says so, one
-// value stands in place of the SET.
+// A SET OF ANY DEFINED BY an identifier of the record around it. Where `shapes` allows it, a single value
+// replaces the SET.
 struct OpenSetOf : TypeOf<ListOf<AsnAny>> {
   constexpr OpenSetOf(const char* typeName, std::span<const OpenShape> others) : TypeOf<ListOf<AsnAny>>{} {
     name = typeName;

@@ -45,8 +45,8 @@ struct Field {
   bool definedByInt;    // the identifier of an open type is an INTEGER
 };
 
-// Another shape in which a value of `identifier` may stand: as `type` instead of as the
-// registered one, either as an element of the SET or in place of the whole SET.
+// Another shape that a value of `identifier` may have: `type` instead of the registered
+// one, either as an element of the SET or in place of the whole SET.
 struct OpenShape {
   AsnOid identifier;
   const Type* type;

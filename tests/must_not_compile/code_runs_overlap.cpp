@@ -1,4 +1,4 @@
-// error: rows of kCodeRuns stand in falling order and do not overlap
+// error: the rows of kCodeRuns must fall and must not overlap
 #include "asn1/schema.h"
 
 namespace qex {
