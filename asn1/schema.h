@@ -237,10 +237,10 @@ struct RecordType : TypeOf<R> {
 template <class R, size_t N>
 struct Sequence : RecordType<R, N> {
   template <class... Rows>
-  constexpr Sequence(const char* typeName, Row<R> first, const Rows&... more)
+  constexpr Sequence(const char* typeName, const Row<R>& first, const Rows&... more)
       : Sequence(typeName, Top::No, first, more...) {}
   template <class... Rows>
-  constexpr Sequence(const char* typeName, Top isTop, Row<R> first, const Rows&... more)
+  constexpr Sequence(const char* typeName, Top isTop, const Row<R>& first, const Rows&... more)
       : RecordType<R, N>(Kind::Sequence, 0x30000000, typeName, isTop, first, more...) {}
 };
 template <class R, class... Rows>
@@ -251,7 +251,7 @@ Sequence(const char*, Top, Row<R>, Rows...) -> Sequence<R, 1 + sizeof...(Rows)>;
 template <class R, size_t N>
 struct Set : RecordType<R, N> {
   template <class... Rows>
-  constexpr Set(const char* typeName, Row<R> first, const Rows&... more)
+  constexpr Set(const char* typeName, const Row<R>& first, const Rows&... more)
       : RecordType<R, N>(Kind::Set, 0x31000000, typeName, Top::No, first, more...) {
     static_assert(N <= 32, "a SET has at most 32 fields: the decoder marks those that it met in 32 bits");
   }
@@ -264,10 +264,10 @@ Set(const char*, Row<R>, Rows...) -> Set<R, 1 + sizeof...(Rows)>;
 template <class R, size_t N>
 struct Choice : RecordType<R, N> {
   template <class... Rows>
-  constexpr Choice(const char* typeName, Row<R> first, const Rows&... more)
+  constexpr Choice(const char* typeName, const Row<R>& first, const Rows&... more)
       : Choice(typeName, Top::No, first, more...) {}
   template <class... Rows>
-  constexpr Choice(const char* typeName, Top isTop, Row<R> first, const Rows&... more)
+  constexpr Choice(const char* typeName, Top isTop, const Row<R>& first, const Rows&... more)
       : RecordType<R, N>(Kind::Choice, 0, typeName, isTop, first, more...) {
     static_assert(offsetof(R, choice) == 0 && sizeof(R) == 2 * sizeof(void*),
                   "the record of a CHOICE is the number of the alternative and one pointer");
