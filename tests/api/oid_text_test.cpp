@@ -241,5 +241,12 @@ TEST(TextToOid, IsUndoneByOidToText) {
   }
 }
 
+TEST(OidToText, IdentifierOfNoOctetsIsNotCut) {
+  char text[8];
+  bool cut = true;
+  EXPECT_EQ(OidToText(nullptr, 0, text, sizeof text, &cut), 0u);
+  EXPECT_FALSE(cut);
+}
+
 }  // namespace
 }  // namespace qex::test

@@ -122,6 +122,27 @@ TEST(Schema, AnAlternativeIsMandatoryAndHeldByAPointer) {
   }
 }
 
+TEST(Schema, ATypeNameHasAtMost64Characters) {
+  constexpr const char* kTooLong = "a type's name is at most 64 characters long";
+  const auto refusal_of = [](const std::string& name) {
+    Type type{};
+    type.name = name.c_str();
+    return RefusalOf([&] { give_codes(type, {}); });
+  };
+  EXPECT_EQ(refusal_of(std::string(65, 'a')), kTooLong);
+  EXPECT_NE(refusal_of(std::string(64, 'a')), kTooLong);  // another one: kCodeRuns does not name it
+}
+
+// The codes of PKIFreeText are those of a list; a CHOICE has no site for a wrong length.
+TEST(Schema, EveryCodeOfATypeHasASite) {
+  Type type{};
+  type.name = "PKIFreeText";
+  type.kind = Kind::ListOf;
+  EXPECT_EQ(RefusalOf([&] { give_codes(type, {}); }), "");
+  type.kind = Kind::Choice;
+  EXPECT_NE(RefusalOf([&] { give_codes(type, {}); }), "");
+}
+
 // An INTEGER, a BOOLEAN and a NULL have no octets that could be missing.
 TEST(Schema, AnInlineValueWithoutOctetsIsNeverAbsent) {
   const AsnInt number = 0;
