@@ -2,19 +2,16 @@
 # Checks the subjects of commits: an area and a colon, then what the change does as an imperative, in at most 72
 # characters without a full stop.
 #
-# usage: scripts/subjects.sh [RANGE]     default: the commits since the one that brought this check
+# usage: scripts/subjects.sh [RANGE]     default: the commits since the rule began
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-# The parent of the first commit to check. A clone may be too shallow to have it: then all that it has are checked.
-start=b04e653897d8bc10d68692caf95bfa6e0986a58f
+# When the rule began: a date, since a rebase changes names of commits.
 range=${1-}
-if [ -z "$range" ]; then
-  range=HEAD
-  ! git merge-base --is-ancestor "$start" HEAD 2> /dev/null || range=$start..HEAD
-fi
+log=(git log --no-merges --format='%h %s')
+if [ -n "$range" ]; then log+=("$range"); else log+=(--since=2026-11-22T10:35:00Z); fi
 
-git log --no-merges --format='%h %s' "$range" | python3 -c '
+"${log[@]}" | python3 -c '
 import re, sys
 # Words that end like a past tense or a participle, and are imperatives.
 IMPERATIVES = {"bring", "embed", "exceed", "feed", "need", "proceed", "seed", "shed", "speed", "spring", "string", "wed"}
