@@ -153,6 +153,11 @@ ASN1_TOP_TYPE(AttributeCertificate);
 // The certificates in the version-1 place of a certificate set are of either form. They differ in whether the
 // version may be absent and in the owner of the certificate: the first tag after the version distinguishes a
 // holder from a version-1 subject.
+//
+// AttCertSubject ::= CHOICE {  (of this library; EXPLICIT TAGS)
+//   holder                 Holder,
+//   baseCertificateID  [0] IssuerSerial,
+//   subjectName        [1] GeneralNames }
 struct AttCertSubject {
   enum : AsnInt { kRfc3281Holder, kBaseCertificateID, kSubjectName };
   AsnInt choice;

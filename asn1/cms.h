@@ -1,4 +1,4 @@
-// Cryptographic Message Syntax: signed data and its parts (RFC 5652).
+// Cryptographic Message Syntax: signed data and its parts (RFC 5652). The module has IMPLICIT TAGS.
 #pragma once
 
 #include "asn1/attrcert.h"
