@@ -115,3 +115,22 @@ inline Octets token(const Octets& signed_data_value) {
 }
 
 }  // namespace qex::test::sample
+
+// Parts of the timing attributes.
+namespace qex::test::sample::timing {
+
+inline constexpr const char* kMetricsAttribute = "1.3.6.1.4.1.601.10.4.1";
+inline constexpr const char* kPolicyAttribute = "1.3.6.1.4.1.601.10.4.2";
+inline constexpr const char* kMetricsContent = "1.3.6.1.4.1.601.10.1";
+
+inline Octets seconds(int64_t n) {
+  return der::sequence(der::integer(n), der::integer(0));
+}
+inline Octets metrics(int64_t n) {
+  return der::sequence(seconds(n), seconds(1), seconds(2), seconds(3));
+}
+inline Octets policy(std::string_view id) {
+  return der::sequence(der::sequence(der::oid(id)));
+}
+
+}  // namespace qex::test::sample::timing
