@@ -306,7 +306,7 @@ TEST(CodeRuns, ARowNamesATypeAndStaysInTheRange) {
   EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kLastTypeCode - 1, kFree); }),
             "a row of kCodeRuns leaves the range of the codes of types");
   EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree + 1, kFree, kFree); }),
-            "rows of kCodeRuns stand in falling order and do not overlap");
+            "the rows of kCodeRuns must fall and must not overlap");
   EXPECT_EQ(RefusalOf([] { check_code_run("", kFree, kFree, kFree); }), "a row of kCodeRuns names no type");
 }
 
