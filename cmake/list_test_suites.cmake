@@ -40,7 +40,12 @@ foreach(suite IN LISTS suites)
   if(NOT FILTER STREQUAL "*")
     list(JOIN "tests of ${suite}" ":" tests)
   endif()
+  # Begun last, a long suite would be left running alone.
+  set(cost "")
+  if(suite IN_LIST LONG_SUITES)
+    set(cost " COST 100")
+  endif()
   string(APPEND entries "add_test([==[${PREFIX}${suite}]==]${command} --gtest_brief=1 [==[--gtest_filter=${tests}]==])\n"
-                        "set_tests_properties([==[${PREFIX}${suite}]==] PROPERTIES${properties})\n")
+                        "set_tests_properties([==[${PREFIX}${suite}]==] PROPERTIES${properties}${cost})\n")
 endforeach()
 file(WRITE "${LIST}" "${entries}")
