@@ -52,6 +52,7 @@ class Reader {
     open_ = &d;
     d.type = type();
     source_and_marks();
+    open_ = nullptr;
     return d;
   }
 
