@@ -13,6 +13,7 @@
 #include "tool/base/json.h"
 #include "tool/message/oid_text.h"
 #include "tool/message/structure.h"
+#include "tool/message/tags.h"
 
 namespace qex::tool {
 namespace {
@@ -54,10 +55,6 @@ Failure encoding_failure(int32_t code) {
           "this is a fault of the tool; please report it", code, QEX_GetLastAsnError()};
 }
 
-constexpr uint8_t kSequence = 0x30;
-constexpr uint8_t kInteger = 0x02;
-constexpr uint8_t kOid = 0x06;
-
 // Identifiers of a request (RFC 3161, 2.4.1) as contents octets; no octets: absent.
 struct Identifiers {
   Bytes hash;
@@ -65,7 +62,7 @@ struct Identifiers {
 };
 
 Identifiers identifiers_of(const Bytes& request) {
-  using inspect::Elements;
+  using inspect::Elements, inspect::kInteger, inspect::kOid, inspect::kSequence;
   const auto content = [](const std::optional<inspect::Element>& element) {
     return element ? element->content : inspect::View{};
   };

@@ -9,6 +9,7 @@
 
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
+#include "tool/message/tags.h"
 
 namespace qex::tool {
 namespace {
@@ -17,7 +18,6 @@ constexpr std::string_view kAlphabet = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmn
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
-constexpr uint8_t kSequence = 0x30;
 
 constexpr std::array<int8_t, 256> make_values() {
   std::array<int8_t, 256> values{};
@@ -105,7 +105,8 @@ std::optional<Bytes> from_pem(std::string_view text) {
 }
 
 Bytes without_armour(Bytes data) {
-  if (!data.empty() && data[0] == kSequence && inspect::KindOf(data) != inspect::Kind::Unknown) return data;
+  if (!data.empty() && data[0] == inspect::kSequence && inspect::KindOf(data) != inspect::Kind::Unknown)
+    return data;
   const std::string_view text = text_of(data);
   const bool armoured = HoldsPem(data);
   std::optional<Bytes> plain = armoured ? from_pem(text) : from_base64(text);

@@ -1,15 +1,11 @@
 // Elements, and telling kinds of messages apart by them.
 #include "tool/message/structure.h"
 
+#include "tool/message/tags.h"
+
 namespace qex::inspect {
 namespace {
 
-constexpr uint8_t kInteger = 0x02;
-constexpr uint8_t kBitString = 0x03;
-constexpr uint8_t kOid = 0x06;
-constexpr uint8_t kSequence = 0x30;
-constexpr uint8_t kUtcTime = 0x17;
-constexpr uint8_t kGeneralizedTime = 0x18;
 constexpr uint8_t kVersionTag = 0xA0;
 
 struct Header {

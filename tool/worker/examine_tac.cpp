@@ -15,6 +15,7 @@
 #include "tool/base/hash.h"
 #include "tool/base/json.h"
 #include "tool/message/oid_text.h"
+#include "tool/message/tags.h"
 #include "tool/worker/inspect/code_texts.h"
 #include "tool/worker/inspect/describe.h"
 #include "tool/worker/library_call.h"
@@ -22,13 +23,11 @@
 namespace qex::tool {
 namespace {
 
-constexpr uint8_t kGeneralizedTime = 0x18;
-
 // A time for people under `name`, and as the library gave it. An empty one is left out.
 void add_time(Json& object, const std::string& name, std::string_view time) {
   if (time.empty()) return;
   const auto* octets = reinterpret_cast<const uint8_t*>(time.data());
-  object[name] = inspect::TimeText(kGeneralizedTime, {octets, time.size()});
+  object[name] = inspect::TimeText(inspect::kGeneralizedTime, {octets, time.size()});
   object[name + "_as_received"] = std::string(time);
 }
 

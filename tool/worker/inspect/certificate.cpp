@@ -5,18 +5,15 @@
 #include "asn1/x509.h"
 #include "tool/base/json.h"
 #include "tool/message/oid_text.h"
+#include "tool/message/tags.h"
 #include "tool/worker/inspect/decoded.h"
 #include "tool/worker/inspect/describe.h"
 
 namespace qex::inspect {
 namespace {
 
-constexpr uint8_t kInteger = 0x02;
-constexpr uint8_t kOid = 0x06;
-constexpr uint8_t kSequence = 0x30;
 constexpr uint8_t kVersionTag = 0xA0;
 constexpr uint8_t kExtensionsTag = 0xA3;
-constexpr uint8_t kOctetString = 0x04;
 // Version, holder, issuer, signature, serial number, validity (RFC 3281, 4.1).
 constexpr size_t kFieldsBeforeAttributes = 6;
 constexpr std::string_view kExtKeyUsage = "2.5.29.37";
@@ -115,7 +112,7 @@ void describe_extensions(Json& description, View extensions) {
     Elements parts(extension->content);
     const auto id = parts.next(kOid);
     if (!id) break;
-    const auto critical = parts.next(0x01);
+    const auto critical = parts.next(kBoolean);
     names.push_back(NamedOid(dotted(*id)) + (critical ? ", critical" : ""));
     const auto value = parts.next(kOctetString);
     if (!value || dotted(*id) != kExtKeyUsage) continue;

@@ -5,18 +5,11 @@
 #include <string>
 
 #include "tool/message/oid_text.h"
+#include "tool/message/tags.h"
 #include "tool/worker/inspect/describe.h"
 
 namespace qex::inspect {
 namespace {
-
-constexpr uint8_t kSet = 0x31;
-constexpr uint8_t kSequence = 0x30;
-constexpr uint8_t kOid = 0x06;
-constexpr uint8_t kTeletexString = 0x14;
-constexpr uint8_t kUniversalString = 0x1C;
-constexpr uint8_t kBmpString = 0x1E;
-constexpr uint8_t kUtcTime = 0x17;
 
 struct AttributeName {
   std::string_view dotted;

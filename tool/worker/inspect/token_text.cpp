@@ -1,19 +1,13 @@
 // Tokens for people, element by element, so that those are shown too that no decoder of the library reads.
 #include "tool/base/json.h"
 #include "tool/message/oid_text.h"
+#include "tool/message/tags.h"
 #include "tool/worker/inspect/describe.h"
 
 namespace qex::inspect {
 namespace {
 
-constexpr uint8_t kInteger = 0x02;
-constexpr uint8_t kOctetString = 0x04;
 constexpr uint8_t kConstructedString = 0x24;
-constexpr uint8_t kOid = 0x06;
-constexpr uint8_t kSequence = 0x30;
-constexpr uint8_t kSet = 0x31;
-constexpr uint8_t kContext0 = 0xA0;
-constexpr uint8_t kContext1 = 0xA1;
 constexpr uint8_t kDirectoryName = 0xA4;
 constexpr uint8_t kV1AttributeCertificate = 0xA1;
 constexpr uint8_t kV2AttributeCertificate = 0xA2;

@@ -8,6 +8,7 @@
 
 #include "asn1/oids.h"
 #include "tool/message/oid_text.h"
+#include "tool/message/tags.h"
 #include "tool/worker/inspect/decoded.h"
 #include "tool/worker/inspect/describe.h"
 
@@ -18,17 +19,11 @@ constexpr unsigned kMaxDepth = 64;
 // The depth of the token's own content type: 0 in a token, 1 in a reply.
 constexpr unsigned kMaxContentDepth = 1;
 
-constexpr uint8_t kBoolean = 0x01;
-constexpr uint8_t kOctetString = 0x04;
-constexpr uint8_t kOid = 0x06;
-constexpr uint8_t kSequence = 0x30;
-constexpr uint8_t kSet = 0x31;
 constexpr uint8_t kConstructed = 0x20;
-constexpr uint8_t kContext0 = 0xA0;
 constexpr uint8_t kOtherFormat = 0xA3;  // CertificateChoices
 
 // The forms of algorithm parameters: NULL, a named curve, a structure.
-constexpr std::array<uint8_t, 3> kParameterTags = {0x05, 0x06, 0x30};
+constexpr std::array<uint8_t, 3> kParameterTags = {kNull, kOid, kSequence};
 
 bool is_registered(View identifier) {
   AsnAny any{};

@@ -9,14 +9,15 @@
 #include <openssl/objects.h>
 
 #include "tool/message/structure.h"
+#include "tool/message/tags.h"
 #include "tool/worker/strict/attributes.h"
 
 namespace qex::tool::strict {
 namespace {
 
-constexpr uint8_t kInteger = 0x02;
-constexpr uint8_t kOctetString = 0x04;
-constexpr uint8_t kSequence = 0x30;
+using inspect::kInteger;
+using inspect::kOctetString;
+using inspect::kSequence;
 
 const Digest* digest_of(const inspect::Element& algorithm) {
   const auto decoded = DecodeWhole<OwnedAlgorithm, d2i_X509_ALGOR>(algorithm.whole);

@@ -6,6 +6,7 @@
 #include <new>
 
 #include "tool/message/structure.h"
+#include "tool/message/tags.h"
 #include "tool/worker/strict/libcrypto.h"
 
 namespace qex::tool::strict {
@@ -13,12 +14,12 @@ namespace {
 
 using inspect::Element;
 using inspect::Elements;
+using inspect::kContext0;
+using inspect::kInteger;
+using inspect::kOid;
+using inspect::kSequence;
+using inspect::kSet;
 
-constexpr uint8_t kInteger = 0x02;
-constexpr uint8_t kIdentifier = 0x06;
-constexpr uint8_t kSequence = 0x30;
-constexpr uint8_t kSet = 0x31;
-constexpr uint8_t kContext0 = 0xA0;
 constexpr uint8_t kIndefinite = 0x80;
 constexpr size_t kMost = 64;  // certificates that are kept
 
@@ -73,7 +74,7 @@ std::optional<TokenParts> TakeApart(ByteView token) {
   const auto message = only(token, kSequence);
   if (!message) return std::nullopt;
   Elements outer(message->content);
-  const auto type = take(outer, kIdentifier);
+  const auto type = take(outer, kOid);
   const auto content = take(outer, kContext0);
   if (!type || !content || !outer.empty()) return std::nullopt;
   const auto signedData = only(content->content, kSequence);

@@ -2,6 +2,7 @@
 // PKIStatusInfo ::= SEQUENCE { status INTEGER, statusString SEQUENCE OF UTF8String OPTIONAL,
 //                              failInfo BIT STRING OPTIONAL }
 #include "tool/message/structure.h"
+#include "tool/message/tags.h"
 #include "tool/worker/strict/strict.h"
 
 namespace qex::tool {
@@ -9,11 +10,10 @@ namespace {
 
 using inspect::Element;
 using inspect::Elements;
-
-constexpr uint8_t kInteger = 0x02;
-constexpr uint8_t kBitString = 0x03;
-constexpr uint8_t kUtf8String = 0x0C;
-constexpr uint8_t kSequence = 0x30;
+using inspect::kBitString;
+using inspect::kInteger;
+using inspect::kSequence;
+using inspect::kUtf8String;
 
 [[noreturn]] void stop(const char* text) {
   throw Stop{text, {}, false, 0, 0};

@@ -11,17 +11,18 @@
 
 #include "tool/message/oid_text.h"
 #include "tool/message/structure.h"
+#include "tool/message/tags.h"
 #include "tool/worker/strict/attributes.h"
 #include "tool/worker/strict/scheme.h"
 
 namespace qex::tool::strict {
 namespace {
 
-constexpr uint8_t kNull = 0x05;
-constexpr uint8_t kSequence = 0x30;
-constexpr uint8_t kSignatureTag = 0xA1;
-
+using inspect::kNull;
+using inspect::kSequence;
 using Result = SignatureResult;
+
+constexpr uint8_t kSignatureTag = 0xA1;
 
 void settle(StrictSignature& signature, Result result, std::string reason) {
   signature.result = result;
