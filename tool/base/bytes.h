@@ -18,6 +18,11 @@ inline ByteView OctetsOf(std::string_view text) {
   return {reinterpret_cast<const uint8_t*>(text.data()), text.size()};
 }
 
+// CopyOf returns the octets on their own, for use after what they were viewed in.
+inline Bytes CopyOf(ByteView octets) {
+  return {octets.begin(), octets.end()};
+}
+
 // ToHex returns lower-case digits without separators.
 std::string ToHex(ByteView octets);
 

@@ -71,7 +71,7 @@ Identifiers identifiers_of(const Bytes& request) {
   Elements imprint(content(fields.next(kSequence)));
   const auto hash = content(Elements(content(imprint.next(kSequence))).next(kOid));
   const auto policy = content(fields.next(kOid));
-  return {{hash.begin(), hash.end()}, {policy.begin(), policy.end()}};
+  return {CopyOf(hash), CopyOf(policy)};
 }
 
 // The values in an encoded request, for comparison with the intended ones.

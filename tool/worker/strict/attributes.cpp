@@ -64,8 +64,7 @@ std::vector<Bytes> RepeatedAttributes(const Token& token) {
   for (int i = 0; i < count; ++i) {
     X509_ATTRIBUTE* attribute = CMS_signed_get_attr(token.signer, i);
     const ASN1_OBJECT* identifier = X509_ATTRIBUTE_get0_object(attribute);
-    const ByteView octets = OctetsOf(identifier);
-    Bytes type(octets.begin(), octets.end());
+    Bytes type = CopyOf(OctetsOf(identifier));
     const bool second = !seen.insert(type).second;
     const bool otherCount = X509_ATTRIBUTE_count(attribute) != 1 && has_one_value_by_standard(identifier);
     if ((second || otherCount) && std::ranges::find(repeated, type) == repeated.end())
@@ -77,7 +76,7 @@ std::vector<Bytes> RepeatedAttributes(const Token& token) {
 // The attributes keep their order in the token. A DER encoding would sort them, which makes no difference for
 // a token in DER; authorities that do not sort sign the order that they write, and that signature verifies.
 Bytes SignedOctets(const Token& token) {
-  if (!HasAttributes(token)) return {token.content.begin(), token.content.end()};
+  if (!HasAttributes(token)) return CopyOf(token.content);
   Bytes attributes;
   const int count = CMS_signed_get_attr_count(token.signer);
   for (int i = 0; i < count; ++i) {

@@ -8,7 +8,6 @@
 #include <openssl/objects.h>
 
 #include "tool/base/escape.h"
-#include "tool/message/gen_time.h"
 #include "tool/worker/strict/certificate.h"
 
 namespace qex::tool::strict {
@@ -73,11 +72,6 @@ constexpr FaultRow kFaults[] = {
     {X509_V_ERR_CERT_REJECTED, ChainResult::Faulty, "% is not trusted"},
 };
 
-std::string moment_of(const ASN1_TIME* time) {
-  const auto seconds = SecondsOf(time);
-  return seconds ? IsoTime(*seconds) : "an unreadable time";
-}
-
 std::string filled_in(std::string_view words, const X509* certificate) {
   std::string text;
   for (const char c : words) {
@@ -89,7 +83,7 @@ std::string filled_in(std::string_view words, const X509* certificate) {
       text += Quoted(
           NameForPeople(c == '%' ? X509_get_subject_name(certificate) : X509_get_issuer_name(certificate)));
     } else {
-      text += moment_of(c == '<' ? X509_get0_notBefore(certificate) : X509_get0_notAfter(certificate));
+      text += MomentOf(c == '<' ? X509_get0_notBefore(certificate) : X509_get0_notAfter(certificate));
     }
   }
   return text;

@@ -21,10 +21,7 @@ using inspect::kSequence;
 
 const Digest* digest_of(const inspect::Element& algorithm) {
   const auto decoded = DecodeWhole<OwnedAlgorithm, d2i_X509_ALGOR>(algorithm.whole);
-  if (!decoded) return nullptr;
-  const ASN1_OBJECT* identifier = nullptr;
-  X509_ALGOR_get0(&identifier, nullptr, nullptr, decoded.get());
-  return FindDigest(identifier);
+  return decoded ? FindDigest(IdentifierOf(decoded.get())) : nullptr;
 }
 
 }  // namespace

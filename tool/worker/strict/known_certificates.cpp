@@ -98,7 +98,7 @@ std::optional<TokenParts> TakeApart(ByteView token) {
 }
 
 OwnedCertificate KnownCertificate(ByteView encoding) {
-  Bytes octets(encoding.begin(), encoding.end());
+  Bytes octets = CopyOf(encoding);
   auto found = known().find(octets);
   if (found == known().end()) {
     OwnedCertificate certificate = DecodeWhole<OwnedCertificate, d2i_X509>(encoding);

@@ -11,6 +11,7 @@
 #include <openssl/err.h>
 #include <openssl/objects.h>
 
+#include "tool/message/gen_time.h"
 #include "tool/message/oid_text.h"
 #include "tool/message/structure.h"
 
@@ -129,6 +130,12 @@ Bytes IntegerOctets(const ASN1_INTEGER* number) {
   return MinimalInteger(element ? element->content : ByteView{});
 }
 
+const ASN1_OBJECT* IdentifierOf(const X509_ALGOR* algorithm) {
+  const ASN1_OBJECT* identifier = nullptr;
+  X509_ALGOR_get0(&identifier, nullptr, nullptr, algorithm);
+  return identifier;
+}
+
 std::string OidText(const ASN1_OBJECT* identifier) {
   return inspect::NamedOid(inspect::DecodeOid(OctetsOf(identifier)));
 }
@@ -141,6 +148,11 @@ std::optional<int64_t> SecondsOf(const ASN1_TIME* time) {
   const sys_seconds seconds =
       day + hours(calendar.tm_hour) + minutes(calendar.tm_min) + std::chrono::seconds(calendar.tm_sec);
   return seconds.time_since_epoch().count();
+}
+
+std::string MomentOf(const ASN1_TIME* time) {
+  const auto seconds = SecondsOf(time);
+  return seconds ? IsoTime(*seconds) : "an unreadable time";
 }
 
 const Digest* FindDigest(const ASN1_OBJECT* identifier) {

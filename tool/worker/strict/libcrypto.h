@@ -60,11 +60,14 @@ ByteView OctetsOf(const ASN1_STRING* string);
 ByteView OctetsOf(const ASN1_OBJECT* identifier);
 // Minimal contents octets of an INTEGER.
 Bytes IntegerOctets(const ASN1_INTEGER* number);
+const ASN1_OBJECT* IdentifierOf(const X509_ALGOR* algorithm);
 // OidText returns "name (dotted)", or the dotted text of an identifier without a well-known name.
 std::string OidText(const ASN1_OBJECT* identifier);
 
 // SecondsOf returns seconds since 1970; nothing for a time that is not well formed.
 std::optional<int64_t> SecondsOf(const ASN1_TIME* time);
+// MomentOf renders a time in ISO 8601, or says in words that it is not well formed.
+std::string MomentOf(const ASN1_TIME* time);
 
 // A digest algorithm with the length that it has in CMS (RFC 8702 for SHAKE).
 struct Digest {

@@ -9,7 +9,6 @@
 #include <openssl/objects.h>
 
 #include "tool/base/escape.h"
-#include "tool/message/gen_time.h"
 #include "tool/worker/strict/certificate.h"
 #include "tool/worker/strict/chain.h"
 
@@ -191,11 +190,6 @@ bool may_have_dropped(const RevocationList& list, const X509* certificate) {
 }
 
 }  // namespace
-
-std::string MomentOf(const ASN1_TIME* time) {
-  const auto seconds = SecondsOf(time);
-  return seconds ? IsoTime(*seconds) : "an unreadable time";
-}
 
 std::string RevocationList::Name() const {
   return std::string(IsIndirect() ? "the indirect list of " : "the list of ") +

@@ -42,7 +42,4 @@ const char* FaultOfList(const RevocationList& list, X509* issuer);
 // name was revoked; null when it would name it.
 const char* GapOfList(const RevocationList& list, X509* certificate);
 
-// MomentOf renders a time in ISO 8601.
-std::string MomentOf(const ASN1_TIME* time);
-
 }  // namespace qex::tool::strict

@@ -50,12 +50,6 @@ Pair pair_of(int identifier) {
   return pair;
 }
 
-const ASN1_OBJECT* identifier_of(const X509_ALGOR* algorithm) {
-  const ASN1_OBJECT* identifier = nullptr;
-  X509_ALGOR_get0(&identifier, nullptr, nullptr, algorithm);
-  return identifier;
-}
-
 // The SEQUENCE given as an algorithm's parameters; empty when there is none.
 ByteView parameters_of(const X509_ALGOR* algorithm) {
   int type = V_ASN1_UNDEF;
@@ -67,8 +61,8 @@ ByteView parameters_of(const X509_ALGOR* algorithm) {
 // The digest of an algorithm; SHA-1 where it is absent, as RFC 4055 has it.
 const Digest* digest_or_sha1(const X509_ALGOR* algorithm, std::string& unsupported) {
   if (algorithm == nullptr) return FindDigest(NID_sha1);
-  const Digest* digest = FindDigest(identifier_of(algorithm));
-  if (digest == nullptr) unsupported = "the digest " + OidText(identifier_of(algorithm));
+  const Digest* digest = FindDigest(IdentifierOf(algorithm));
+  if (digest == nullptr) unsupported = "the digest " + OidText(IdentifierOf(algorithm));
   return digest;
 }
 
@@ -77,8 +71,8 @@ void read_mask(Scheme& scheme, const X509_ALGOR* mask) {
     scheme.mask = FindDigest(NID_sha1);
     return;
   }
-  if (OBJ_obj2nid(identifier_of(mask)) != NID_mgf1) {
-    scheme.unsupported = "the mask generation " + OidText(identifier_of(mask));
+  if (OBJ_obj2nid(IdentifierOf(mask)) != NID_mgf1) {
+    scheme.unsupported = "the mask generation " + OidText(IdentifierOf(mask));
     return;
   }
   const auto digest = DecodeWhole<OwnedAlgorithm, d2i_X509_ALGOR>(parameters_of(mask));
@@ -115,7 +109,7 @@ Scheme pss_scheme(const X509_ALGOR* algorithm) {
 }  // namespace
 
 Scheme SchemeOf(const X509_ALGOR* signatureAlgorithm, const X509_ALGOR* digestAlgorithm) {
-  const ASN1_OBJECT* identifier = identifier_of(signatureAlgorithm);
+  const ASN1_OBJECT* identifier = IdentifierOf(signatureAlgorithm);
   const int nid = OBJ_obj2nid(identifier);
   if (nid == NID_rsassaPss) return pss_scheme(signatureAlgorithm);
   Scheme scheme;
@@ -132,7 +126,7 @@ Scheme SchemeOf(const X509_ALGOR* signatureAlgorithm, const X509_ALGOR* digestAl
     return scheme;
   }
   scheme.name = row->name;
-  scheme.digest = bareKey ? FindDigest(identifier_of(digestAlgorithm)) : FindDigest(pair.digest);
+  scheme.digest = bareKey ? FindDigest(IdentifierOf(digestAlgorithm)) : FindDigest(pair.digest);
   if (scheme.digest == nullptr) scheme.unsupported = "the digest of " + OidText(identifier);
   return scheme;
 }

@@ -29,12 +29,6 @@ void settle(StrictSignature& signature, Result result, std::string reason) {
   signature.reason = std::move(reason);
 }
 
-const ASN1_OBJECT* identifier_of(const X509_ALGOR* algorithm) {
-  const ASN1_OBJECT* identifier = nullptr;
-  X509_ALGOR_get0(&identifier, nullptr, nullptr, algorithm);
-  return identifier;
-}
-
 // An AlgorithmIdentifier's contents. Absent parameters and NULL mean the same, and implementations mix them.
 Bytes contents_of(ByteView algorithm) {
   const auto element = inspect::Elements(algorithm).next();
@@ -112,7 +106,7 @@ void name_algorithms(StrictSignature& signature, const Token& token, const Diges
                      const Scheme& scheme) {
   signature.scheme = scheme.name;
   if (digest == nullptr) {
-    signature.digest = inspect::DecodeOid(OctetsOf(identifier_of(token.digestAlgorithm)));
+    signature.digest = inspect::DecodeOid(OctetsOf(IdentifierOf(token.digestAlgorithm)));
     return;
   }
   const Digest& weaker =
@@ -127,11 +121,11 @@ StrictSignature VerifySignature(const Token& token, X509* certificate, const Sig
   StrictSignature signature;
   signature.reason = "the token has no signer";
   if (token.signer == nullptr) return signature;
-  const Digest* digest = FindDigest(identifier_of(token.digestAlgorithm));
+  const Digest* digest = FindDigest(IdentifierOf(token.digestAlgorithm));
   const Scheme scheme = SchemeOf(token.signatureAlgorithm, token.digestAlgorithm);
   name_algorithms(signature, token, digest, scheme);
   if (digest == nullptr) {
-    settle(signature, Result::Unsupported, "the digest " + OidText(identifier_of(token.digestAlgorithm)));
+    settle(signature, Result::Unsupported, "the digest " + OidText(IdentifierOf(token.digestAlgorithm)));
     return signature;
   }
   std::string fault = content_fault(token, *digest);

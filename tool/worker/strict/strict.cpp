@@ -20,16 +20,12 @@ namespace {
 
 using namespace strict;
 
-Bytes copy_of(ByteView octets) {
-  return {octets.begin(), octets.end()};
-}
-
 std::vector<Bytes> critical_extensions(TS_TST_INFO* info) {
   std::vector<Bytes> critical;
   for (int i = 0; i < TS_TST_INFO_get_ext_count(info); ++i) {
     X509_EXTENSION* extension = TS_TST_INFO_get_ext(info, i);
     if (X509_EXTENSION_get_critical(extension) != 0)
-      critical.push_back(copy_of(OctetsOf(X509_EXTENSION_get_object(extension))));
+      critical.push_back(CopyOf(OctetsOf(X509_EXTENSION_get_object(extension))));
   }
   return critical;
 }
@@ -45,13 +41,13 @@ Structure structure_of(const Token& token, X509* certificate) {
   Structure structure;
   structure.signers =
       static_cast<uint64_t>(std::max(sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(token.message.get())), 0));
-  structure.contentType = copy_of(OctetsOf(CMS_get0_eContentType(token.message.get())));
+  structure.contentType = CopyOf(OctetsOf(CMS_get0_eContentType(token.message.get())));
   structure.imprintParametersFit = has_plain_imprint(token.info.get());
   structure.unknownCritical = critical_extensions(token.info.get());
   if (token.signer == nullptr) return structure;
   const ASN1_TYPE* contentType = FirstValue(token, NID_pkcs9_contentType);
   if (contentType != nullptr && contentType->type == V_ASN1_OBJECT)
-    structure.contentTypeAttribute = copy_of(OctetsOf(contentType->value.object));
+    structure.contentTypeAttribute = CopyOf(OctetsOf(contentType->value.object));
   structure.messageDigestPresent = HasAttribute(token, NID_pkcs9_messageDigest);
   structure.repeatedAttributes = RepeatedAttributes(token);
   GENERAL_NAME* tsa = TS_TST_INFO_get_tsa(token.info.get());

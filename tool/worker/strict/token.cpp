@@ -24,10 +24,6 @@ std::optional<Accuracy> accuracy_of(TS_TST_INFO* info) {
                   small_number(TS_ACCURACY_get_micros(accuracy))};
 }
 
-Bytes copy_of(ByteView octets) {
-  return {octets.begin(), octets.end()};
-}
-
 // The message, and the certificates where they could be had apart.
 Token decode(ByteView octets) {
   Token token;
@@ -78,14 +74,13 @@ Token OpenToken(ByteView octets) {
 TstInfo TstInfoOf(const Token& token) {
   TS_TST_INFO* info = token.info.get();
   TS_MSG_IMPRINT* imprint = TS_TST_INFO_get_msg_imprint(info);
-  const ASN1_OBJECT* hash = nullptr;
-  X509_ALGOR_get0(&hash, nullptr, nullptr, TS_MSG_IMPRINT_get_algo(imprint));
+  const ASN1_OBJECT* hash = IdentifierOf(TS_MSG_IMPRINT_get_algo(imprint));
   const ByteView time = OctetsOf(TS_TST_INFO_get_time(info));
 
   TstInfo facts;
   facts.version = TS_TST_INFO_get_version(info);
-  facts.policy = copy_of(OctetsOf(TS_TST_INFO_get_policy_id(info)));
-  facts.imprint = {copy_of(OctetsOf(hash)), copy_of(OctetsOf(TS_MSG_IMPRINT_get_msg(imprint)))};
+  facts.policy = CopyOf(OctetsOf(TS_TST_INFO_get_policy_id(info)));
+  facts.imprint = {CopyOf(OctetsOf(hash)), CopyOf(OctetsOf(TS_MSG_IMPRINT_get_msg(imprint)))};
   facts.serial = IntegerOctets(TS_TST_INFO_get_serial(info));
   facts.genTime.assign(time.begin(), time.end());
   facts.accuracy = accuracy_of(info);
