@@ -14,12 +14,12 @@
 #include "tool/exchange/cause.h"
 #include "tool/exchange/curl.h"
 #include "tool/exchange/exchange_failure.h"
+#include "tool/exchange/reply_size.h"
 #include "tool/message/structure.h"
 
 namespace qex::tool {
 namespace {
 
-constexpr size_t kMaxReply = size_t{1} << 20;
 constexpr size_t kMaxHead = size_t{64} << 10;  // the lines of all heads and trailers of an exchange
 constexpr long kMaxRedirects = 5;
 constexpr std::string_view kReplyType = "application/timestamp-reply";

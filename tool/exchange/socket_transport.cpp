@@ -14,6 +14,7 @@
 #include "tool/exchange/cause.h"
 #include "tool/exchange/curl.h"
 #include "tool/exchange/exchange_failure.h"
+#include "tool/exchange/reply_size.h"
 
 namespace qex::tool {
 namespace {
@@ -21,7 +22,6 @@ namespace {
 using Clock = std::chrono::steady_clock;
 
 constexpr size_t kHead = 5;
-constexpr size_t kMaxReply = size_t{1} << 20;
 
 // The address in libcurl's form; only the connection is libcurl's.
 CurlUrl parse_address(const std::string& text) {
