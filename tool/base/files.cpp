@@ -126,6 +126,11 @@ std::string BaseName(const std::string& path) {
   return path.substr(path.rfind('/') + 1);
 }
 
+std::string FolderOf(const std::string& path) {
+  const size_t slash = path.rfind('/');
+  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
+}
+
 void WriteData(std::string_view octets) {
   if (WriteAll(STDOUT_FILENO, OctetsOf(octets))) return;
   if (errno == EPIPE) throw ReaderGone{};

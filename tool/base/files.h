@@ -44,6 +44,8 @@ bool IsRegularFile(const std::string& path);
 
 // BaseName returns the part after the last slash.
 std::string BaseName(const std::string& path);
+// FolderOf returns the part before it; . for a name without one.
+std::string FolderOf(const std::string& path);
 
 // WriteData writes octets to standard output unchanged; throws a Failure when writing fails, and ReaderGone
 // when nobody reads it any more.

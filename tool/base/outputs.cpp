@@ -1,16 +1,14 @@
-// Temporary files next to their targets, and the step that renames them.
+// Checks the names of outputs, and gives finished temporary files these names.
 #include "tool/base/outputs.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <chrono>
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <optional>
@@ -21,11 +19,11 @@
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
 #include "tool/base/interruption.h"
+#include "tool/base/temporary_file.h"
 
 namespace qex::tool {
 namespace {
 
-constexpr mode_t kNewFileMode = 0666;                     // less the bits of the caller's mask
 constexpr auto kLockPatience = std::chrono::seconds(10);  // signals are held meanwhile
 constexpr auto kLockPause = std::chrono::milliseconds(10);
 
@@ -43,71 +41,6 @@ std::string resolve_links(const std::string& path) {
   std::free(real);
   return place;
 }
-
-std::string folder_of(const std::string& path) {
-  const size_t slash = path.rfind('/');
-  return slash == std::string::npos ? "." : slash == 0 ? "/" : path.substr(0, slash);
-}
-
-// The name says whose the file is; it depends on no other name, so it is never too long for a folder that
-// takes the output's own.
-std::string temporary_name(const std::string& path) {
-  uint64_t random = 0;
-  if (::getrandom(&random, sizeof random, 0) != ssize_t{sizeof random}) {
-    random = static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
-  }
-  char name[32];
-  std::snprintf(name, sizeof name, "/.qex-%016llx", static_cast<unsigned long long>(random));
-  return folder_of(path) + name;
-}
-
-// An unfinished file, of which nothing stays under its own name.
-class Temporary {
- public:
-  Temporary(const std::string& path, const std::string& target) {
-    const SignalsHeld held;  // no file without its entry
-    do {
-      name_ = temporary_name(path);
-      fd_ = ::open(name_.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC | O_NOFOLLOW, kNewFileMode);
-    } while (fd_ < 0 && errno == EEXIST);
-    if (fd_ < 0) throw FileFailure(target, "cannot be written", errno);
-    try {
-      entry_.emplace(name_);
-    } catch (...) {
-      ::unlink(name_.c_str());
-      ::close(fd_);
-      throw;
-    }
-  }
-  ~Temporary() {
-    const SignalsHeld held;
-    if (fd_ >= 0) ::close(fd_);
-    ::unlink(name_.c_str());
-  }
-  Temporary(const Temporary&) = delete;
-  Temporary& operator=(const Temporary&) = delete;
-
-  // Returns 0 or the error; a file system that cannot reserve room is not an error.
-  int keep_free(uint64_t room) const {
-    if (room == 0 || ::fallocate(fd_, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(room)) == 0) return 0;
-    return errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL ? 0 : errno;
-  }
-
-  // Returns 0 or the error. The room that is left over is given back.
-  int write(ByteView data) {
-    const bool written =
-        WriteAll(fd_, data) && ::ftruncate(fd_, static_cast<off_t>(data.size())) == 0 && ::fsync(fd_) == 0;
-    int error = written ? 0 : errno;
-    if (::close(std::exchange(fd_, -1)) != 0 && error == 0) error = errno;
-    return error;
-  }
-  const std::string& name() const { return name_; }
-
- private:
-  std::string name_;
-  int fd_ = -1;
-  std::optional<RemovedOnSignal> entry_;
-};
 
 // Locks the folder for one commit at a time, so that of several concurrent ones the files of one appear. The
 // lock is advisory: if the file system has none, or another program keeps it, the files are renamed without
@@ -188,8 +121,7 @@ class OutputFile {
     if (!is_file()) return;
     if (there_ && !force_) throw exists_already(target_);
     temporary_.emplace(path_, target_);
-    if (const int error = temporary_->keep_free(room_))
-      throw FileFailure(target_, "cannot be written", error);
+    if (const int error = temporary_->KeepFree(room_)) throw FileFailure(target_, "cannot be written", error);
   }
 
   void write_directly(ByteView data) const {
@@ -202,12 +134,12 @@ class OutputFile {
   }
 
   void write_temporary(ByteView data) {
-    if (const int error = temporary_->write(data)) throw FileFailure(target_, "cannot be written", error);
+    if (const int error = temporary_->Write(data)) throw FileFailure(target_, "cannot be written", error);
   }
 
   // An older file gets the temporary's name, from which it can be restored.
   void take_name() {
-    const char* from = temporary_->name().c_str();
+    const char* from = temporary_->Name().c_str();
     const char* to = path_.c_str();
     if (::renameat2(AT_FDCWD, from, AT_FDCWD, to, RENAME_NOREPLACE) == 0) return taken(Taken::New);
     if (has_no_such_call(errno)) return take_name_by_link();
@@ -219,7 +151,7 @@ class OutputFile {
   }
 
   void give_name_back() {
-    const char* name = temporary_->name().c_str();
+    const char* name = temporary_->Name().c_str();
     if (taken_ == Taken::New) ::unlink(path_.c_str());
     if (taken_ == Taken::Swapped) ::renameat2(AT_FDCWD, name, AT_FDCWD, path_.c_str(), RENAME_EXCHANGE);
     taken_ = Taken::No;
@@ -246,7 +178,7 @@ class OutputFile {
   // back.
   void take_name_by_link() {
     if (force_) return replace();
-    if (::link(temporary_->name().c_str(), path_.c_str()) != 0) {
+    if (::link(temporary_->Name().c_str(), path_.c_str()) != 0) {
       if (errno == EEXIST) throw exists_already(target_);
       throw FileFailure(target_, "cannot be written", errno);
     }
@@ -254,7 +186,7 @@ class OutputFile {
   }
 
   void replace() {
-    if (::rename(temporary_->name().c_str(), path_.c_str()) != 0) {
+    if (::rename(temporary_->Name().c_str(), path_.c_str()) != 0) {
       throw FileFailure(target_, "cannot be written", errno);
     }
     taken(Taken::Replaced);
@@ -267,7 +199,7 @@ class OutputFile {
   uint64_t room_;
   bool there_ = false;
   Taken taken_ = Taken::No;
-  std::optional<Temporary> temporary_;
+  std::optional<TemporaryFile> temporary_;
 };
 
 namespace {
@@ -341,7 +273,7 @@ void Outputs::Commit(std::initializer_list<ByteView> data) {
     file->write_temporary(octetsOfIt);
     written.push_back(file);
   }
-  FolderLock folder(folder_of(written.front()->path()), written.size() > 1);
+  FolderLock folder(FolderOf(written.front()->path()), written.size() > 1);
   name_all(written);
   folder.release();
 }
