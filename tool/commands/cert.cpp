@@ -18,13 +18,13 @@
 namespace qex::tool {
 namespace {
 
-struct Arguments {
+struct CertArguments {
   std::string token;
   std::string output = "-";
   bool pem = false;
 };
 
-ExitStatus take_certificate(const Arguments& arguments, const Options& options) {
+ExitStatus take_certificate(const CertArguments& arguments, const Options& options) {
   const char* hint = arguments.pem ? "" : "name a file with -o, or ask for --pem";
   Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const Message message = ReadTokenOrReply(arguments.token);
@@ -57,7 +57,7 @@ ExitStatus take_certificate(const Arguments& arguments, const Options& options) 
 }  // namespace
 
 Run AddCert(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<CertArguments>();
   app.add_option("TOKEN", arguments->token, "a token or reply; - is standard input")->required();
   app.add_option("-o", arguments->output, "where the certificate goes; - is standard output")
       ->type_name("FILE");

@@ -19,14 +19,15 @@
 namespace qex::tool {
 namespace {
 
-struct Arguments {
+struct DigestArguments {
   std::vector<std::string> files;
   std::string hash = "sha256";
   bool tag = false;
   std::vector<std::string> lists;
 };
 
-ExitStatus print_digests(const Arguments& arguments, const HashAlgorithm& hash, const Options& options) {
+ExitStatus print_digests(const DigestArguments& arguments, const HashAlgorithm& hash,
+                         const Options& options) {
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& file : arguments.files) {
     Json document = NewDocument("digest", file);
@@ -103,15 +104,15 @@ std::string read_list(const std::string& path) {
 }
 
 // How the lines of a list fared.
-struct Tally {
+struct LineTally {
   ExitStatus status = ExitStatus::Ok;
   size_t entries = 0;
   size_t unreadable = 0;
   size_t firstUnreadable = 0;  // number of the line, from 1
 };
 
-Tally check_lines(std::string_view text, const HashAlgorithm& hash, const Options& options) {
-  Tally tally;
+LineTally check_lines(std::string_view text, const HashAlgorithm& hash, const Options& options) {
+  LineTally tally;
   for (size_t number = 1; !text.empty(); ++number) {
     const size_t end = text.find('\n');
     const std::string_view line = text.substr(0, end);
@@ -131,7 +132,7 @@ Tally check_lines(std::string_view text, const HashAlgorithm& hash, const Option
 
 // An ignored line may be the one that names the changed file: a list counts as checked only when every line
 // of it was.
-std::optional<Failure> failure_of_list(const std::string& list, const Tally& tally,
+std::optional<Failure> failure_of_list(const std::string& list, const LineTally& tally,
                                        const HashAlgorithm& hash) {
   const std::string wanted = std::string("a line of a ") + hash.name + " digest and a name";
   if (tally.entries == 0) {
@@ -148,7 +149,7 @@ std::optional<Failure> failure_of_list(const std::string& list, const Tally& tal
 }
 
 ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const Options& options) {
-  const Tally tally = check_lines(read_list(list), hash, options);
+  const LineTally tally = check_lines(read_list(list), hash, options);
   const std::optional<Failure> failure = failure_of_list(list, tally, hash);
   const ExitStatus status = failure ? Graver(tally.status, failure->exit) : tally.status;
   if (failure) WriteFailure(*failure, options);
@@ -164,7 +165,7 @@ ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const 
   return status;
 }
 
-ExitStatus check_lists(const Arguments& arguments, const HashAlgorithm& hash, const Options& options) {
+ExitStatus check_lists(const DigestArguments& arguments, const HashAlgorithm& hash, const Options& options) {
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& list : arguments.lists) {
     try {
@@ -191,7 +192,7 @@ std::string hash_names() {
 }  // namespace
 
 Run AddDigest(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<DigestArguments>();
   app.add_option("FILE", arguments->files, "files; - is standard input");
   app.add_option("--hash", arguments->hash, hash_names())->type_name("NAME");
   app.add_flag("--tag", arguments->tag, "write lines that name the algorithm: SHA256 (FILE) = HEX");

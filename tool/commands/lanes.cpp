@@ -61,22 +61,22 @@ struct Lane {
   std::deque<Numbered> tasks;  // that it has not answered
 };
 
-class Run {
+class Distributor {
  public:
-  Run(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
-      const StopRequest& stop)
+  Distributor(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
+              const StopRequest& stop)
       : source_(source), count_(count), work_(work), sink_(sink), stop_(stop) {}
-  ~Run() {
+  ~Distributor() {
     for (Lane& lane : lanes_) {
       if (!lane.process) continue;
       lane.process->CloseInput();
       if (!lane.tasks.empty()) lane.process->Terminate();
     }
   }
-  Run(const Run&) = delete;
-  Run& operator=(const Run&) = delete;
+  Distributor(const Distributor&) = delete;
+  Distributor& operator=(const Distributor&) = delete;
 
-  void All() {
+  void Run() {
     while (stop_.Came() == 0) {
       take();
       for (size_t i = 0; i < count_ && !waiting_.empty(); ++i) hand_out(i);
@@ -234,7 +234,7 @@ size_t LaneCount(size_t jobs) {
 
 void RunLanes(TaskSource& source, size_t count, const LaneWork& work, const OutcomeSink& sink,
               const StopRequest& stop) {
-  Run(source, count, work, sink, stop).All();
+  Distributor(source, count, work, sink, stop).Run();
 }
 
 }  // namespace qex::tool

@@ -25,7 +25,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-constexpr size_t kMaxList = size_t{256} << 20;
+constexpr size_t kMaxManifest = size_t{256} << 20;
 
 // One for each length of digest: a line of a list does not name its algorithm.
 constexpr const char* kListHashes[] = {"sha256", "sha384", "sha512"};
@@ -274,7 +274,7 @@ ExitStatus VerifyManifest(const std::string& list, const std::vector<std::string
   VerifyArguments arguments = common;
   arguments.file = list;
   arguments.lineOnly = true;
-  arguments.content = ReadText(list, kMaxList);
+  arguments.content = ReadText(list, kMaxManifest);
   const Manifest manifest = parse(*arguments.content);
   Options quiet = options;
   quiet.progress = false;

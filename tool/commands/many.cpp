@@ -37,7 +37,7 @@ class Names : public TaskSource {
   const Options& options_;
 };
 
-struct Tally {
+struct OutcomeTally {
   size_t total = 0;
   size_t pass = 0;
   size_t fail = 0;
@@ -67,7 +67,7 @@ std::string count_of(size_t number, const char* what) {
 }
 
 // "1000 files: 988 pass, 12 fail (8 imprint, 4 signature)"
-std::string summary_text(const Tally& tally, bool stopped) {
+std::string summary_text(const OutcomeTally& tally, bool stopped) {
   std::string text;
   if (stopped) text = "stopped after " + std::to_string(tally.Done()) + " of ";
   text += count_of(tally.total, tally.total == 1 ? "file: " : "files: ") + count_of(tally.pass, "pass");
@@ -82,7 +82,7 @@ std::string summary_text(const Tally& tally, bool stopped) {
   return text + reasons + (unchecked ? ", authority not checked\n" : "\n");
 }
 
-Json summary_document(const Tally& tally, const char* command, int signal) {
+Json summary_document(const OutcomeTally& tally, const char* command, int signal) {
   Json document = NewDocument(command, "");
   document["exit"] = static_cast<int>(tally.exit);
   Json reasons = Json::object();
@@ -124,7 +124,7 @@ void write_outcomes(std::span<const Outcome> outcomes, const Options& options) {
 
 ExitStatus RunMany(const char* command, std::vector<Subject> subjects, size_t jobs, const LaneWork& work,
                    const Options& options) {
-  Tally tally;
+  OutcomeTally tally;
   tally.total = subjects.size();
   const size_t lanes = std::min(LaneCount(jobs), std::max<size_t>(1, tally.total));
   Names names(std::move(subjects), command, options);

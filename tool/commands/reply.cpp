@@ -22,7 +22,7 @@
 namespace qex::tool {
 namespace {
 
-struct Arguments {
+struct ReplyArguments {
   std::string file;
   std::string frame = "raw";
   bool token = false;
@@ -30,7 +30,7 @@ struct Arguments {
 };
 
 // Removes the transport framing from a reply that was stored with it.
-Bytes unframed(Bytes data, const Arguments& arguments) {
+Bytes unframed(Bytes data, const ReplyArguments& arguments) {
   const int32_t transport = arguments.frame == "socket" ? QEX_TRANSPORT_SOCKET : QEX_TRANSPORT_HTTP;
   auto length = static_cast<uint32_t>(data.size());
   uint32_t status = 0;
@@ -50,7 +50,7 @@ Bytes unframed(Bytes data, const Arguments& arguments) {
   throw Failure{ExitOfCode(code), text, "was the reply stored with another framing? --frame names it", code};
 }
 
-Message read_reply(const Arguments& arguments) {
+Message read_reply(const ReplyArguments& arguments) {
   if (arguments.frame == "raw") return ReadMessageOf(arguments.file, inspect::Kind::Reply);
   Message message = ParseMessage(arguments.file, unframed(ReadMessage(arguments.file), arguments));
   if (message.kind == inspect::Kind::Reply) return message;
@@ -58,7 +58,7 @@ Message read_reply(const Arguments& arguments) {
                 "look at where it came from"};
 }
 
-ExitStatus read_status(const Arguments& arguments, const Options& options) {
+ExitStatus read_status(const ReplyArguments& arguments, const Options& options) {
   if (!arguments.token && !arguments.output.empty()) {
     throw UsageFailure("-o says where the token goes, so it takes --token", "add --token, or leave -o out");
   }
@@ -92,7 +92,7 @@ ExitStatus read_status(const Arguments& arguments, const Options& options) {
 }  // namespace
 
 Run AddReply(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<ReplyArguments>();
   app.add_option("TSR", arguments->file, "the reply; - is standard input")->required();
   app.add_option("--frame", arguments->frame, "how it is framed: raw, socket or http")
       ->check(CLI::IsMember({"raw", "socket", "http"}))

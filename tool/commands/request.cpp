@@ -16,7 +16,7 @@
 namespace qex::tool {
 namespace {
 
-struct Arguments {
+struct RequestArguments {
   RequestOptions request;
   std::string file;
   std::string digest;
@@ -24,7 +24,7 @@ struct Arguments {
   std::string output;
 };
 
-ExitStatus make_request(Arguments arguments, const Options& options) {
+ExitStatus make_request(RequestArguments arguments, const Options& options) {
   if (arguments.file.empty() == arguments.digest.empty()) {
     throw UsageFailure("request takes one of FILE and --digest",
                        "for example 'qex request report.pdf -o report.pdf.tsq'");
@@ -58,7 +58,7 @@ ExitStatus make_request(Arguments arguments, const Options& options) {
 }  // namespace
 
 Run AddRequest(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<RequestArguments>();
   app.add_option("FILE", arguments->file, "the file to be stamped; - is standard input");
   app.add_option("--digest", arguments->digest, "its digest, in place of the file")->type_name("[ALG:]HEX");
   AddRequestOptions(app, arguments->request);

@@ -17,14 +17,14 @@
 namespace qex::tool {
 namespace {
 
-struct Arguments {
+struct RewriteArguments {
   std::string token;
   std::string output = "-";
   bool dropAttrCerts = false;
   bool idData = false;
 };
 
-ExitStatus rewrite(const Arguments& arguments, const Options& options) {
+ExitStatus rewrite(const RewriteArguments& arguments, const Options& options) {
   if (arguments.dropAttrCerts == arguments.idData) {
     throw UsageFailure(arguments.idData ? "--drop-attr-certs and --id-data exclude each other"
                                         : "how the token is to be written is not said",
@@ -55,7 +55,7 @@ ExitStatus rewrite(const Arguments& arguments, const Options& options) {
 }  // namespace
 
 Run AddRewrite(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<RewriteArguments>();
   app.add_option("TOKEN", arguments->token, "a token or reply; - is standard input")->required();
   app.add_flag("--drop-attr-certs", arguments->dropAttrCerts, "without the attribute certificates");
   app.add_flag("--id-data", arguments->idData, "with its content typed as plain data");

@@ -25,7 +25,7 @@
 namespace qex::tool {
 namespace {
 
-struct Arguments {
+struct ShowArguments {
   std::vector<std::string> files;
   std::string jobs;
   size_t jobsAtOnce = 0;
@@ -81,7 +81,7 @@ Json shown_fields(const Facts& facts) {
   return fields;
 }
 
-Outcome show_message(const Source& source, const Arguments& arguments, const Options& options,
+Outcome show_message(const Source& source, const ShowArguments& arguments, const Options& options,
                      Worker& worker) {
   const std::string& file = source.path;
   const Message message = ReadAnyMessage(source);
@@ -119,7 +119,7 @@ Outcome show_message(const Source& source, const Arguments& arguments, const Opt
 }
 
 // All files on one page; one that cannot be shown has its failure there, which counts for the exit status.
-ExitStatus show_page(const Arguments& arguments, const Options& options) {
+ExitStatus show_page(const ShowArguments& arguments, const Options& options) {
   Outputs outputs({{arguments.output.empty() ? "-" : arguments.output}}, arguments.files, options.force);
   static const Trust kNobody;
   Worker worker(kNobody);
@@ -144,7 +144,8 @@ ExitStatus show_page(const Arguments& arguments, const Options& options) {
 }
 
 // No Failure leaves it.
-Outcome show_one(const Source& source, const Arguments& arguments, const Options& options, Worker& worker) {
+Outcome show_one(const Source& source, const ShowArguments& arguments, const Options& options,
+                 Worker& worker) {
   try {
     return show_message(source, arguments, options, worker);
   } catch (const Failure& failure) {
@@ -153,7 +154,7 @@ Outcome show_one(const Source& source, const Arguments& arguments, const Options
 }
 
 // All files are shown, even after a failure; the gravest exit status counts.
-ExitStatus show_all(const Arguments& arguments, const Options& options) {
+ExitStatus show_all(const ShowArguments& arguments, const Options& options) {
   static const Trust kNobody;
   Worker worker(kNobody);
   ExitStatus status = ExitStatus::Ok;
@@ -163,7 +164,7 @@ ExitStatus show_all(const Arguments& arguments, const Options& options) {
   return status;
 }
 
-ExitStatus show_jobs(const Arguments& arguments, const Options& options) {
+ExitStatus show_jobs(const ShowArguments& arguments, const Options& options) {
   if (!arguments.files.empty())
     throw UsageFailure("--jobs says of each job what it is about", "leave the other messages out");
   static const Trust kNobody;
@@ -181,7 +182,7 @@ ExitStatus show_jobs(const Arguments& arguments, const Options& options) {
 }  // namespace
 
 Run AddShow(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<ShowArguments>();
   app.add_option("X", arguments->files,
                  "requests, replies, tokens, certificates, attribute certificates; - is standard input");
   app.add_flag("--asn1", arguments->asn1, "every value, as the library prints it");

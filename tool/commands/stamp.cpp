@@ -30,7 +30,7 @@ using std::chrono::milliseconds;
 // The longest pause that an authority can ask for.
 constexpr milliseconds kLongestWait{60000};
 
-struct Arguments {
+struct StampArguments {
   RequestOptions request;
   SubjectOptions subjects;
   std::string manifest;
@@ -69,7 +69,7 @@ Bytes read_pem(const std::string& path) {
                 "certificates and keys for TLS are PEM; openssl converts others"};
 }
 
-std::vector<std::string> authorities(const Arguments& arguments) {
+std::vector<std::string> authorities(const StampArguments& arguments) {
   if (!arguments.socket.empty()) {
     if (!arguments.urls.empty()) {
       throw UsageFailure("--tsa and --socket exclude each other", "leave one of them out");
@@ -86,12 +86,12 @@ std::vector<std::string> authorities(const Arguments& arguments) {
   return urls;
 }
 
-StampSubject subject_of(Arguments& arguments) {
+StampSubject stamp_subject(StampArguments& arguments) {
   if (arguments.digest.empty()) return {arguments.subjects.files.front()};
   return {"", ReadDigest(arguments.digest, arguments.request)};
 }
 
-std::vector<std::string> inputs_of(const Arguments& arguments) {
+std::vector<std::string> inputs_of(const StampArguments& arguments) {
   std::vector<std::string> inputs{arguments.caFile, arguments.clientCert, arguments.clientKey,
                                   arguments.login.userFile};
   for (const auto* more : {&arguments.trust.tsaCerts, &arguments.trust.caFiles, &arguments.trust.untrusted,
@@ -101,7 +101,7 @@ std::vector<std::string> inputs_of(const Arguments& arguments) {
   return inputs;
 }
 
-StampPlan plan_of(const Arguments& arguments, const Options& options) {
+StampPlan plan_of(const StampArguments& arguments, const Options& options) {
   RefuseWeakHash(HashNamed(arguments.request.hash), options);
   StampPlan plan;
   plan.request = arguments.request;
@@ -120,7 +120,7 @@ StampPlan plan_of(const Arguments& arguments, const Options& options) {
 }
 
 // One of a file, a digest and several files.
-void check_subjects(const Arguments& arguments) {
+void check_subjects(const StampArguments& arguments) {
   const SubjectOptions& subjects = arguments.subjects;
   const bool files = !subjects.files.empty() || !subjects.folders.empty() || !subjects.lists.empty();
   if (files == arguments.digest.empty()) return;
@@ -134,7 +134,7 @@ ExitStatus stamp_one(const StampPlan& plan, const StampSubject& subject, const T
   return Emit(StampOne(plan, subject, worker, trust, options));
 }
 
-ExitStatus stamp_many(const Arguments& arguments, const StampPlan& plan, const Trust& trust,
+ExitStatus stamp_many(const StampArguments& arguments, const StampPlan& plan, const Trust& trust,
                       const Options& options) {
   if (!plan.output.empty() && !IsDirectory(plan.output)) {
     throw UsageFailure("-o " + Quoted(plan.output) + " is no folder, and there may be several replies",
@@ -156,7 +156,7 @@ ExitStatus stamp_many(const Arguments& arguments, const StampPlan& plan, const T
 }
 
 // The list and its stamp appear together.
-ExitStatus stamp_manifest(const Arguments& arguments, const StampPlan& plan, const Trust& trust,
+ExitStatus stamp_manifest(const StampArguments& arguments, const StampPlan& plan, const Trust& trust,
                           const Options& options) {
   if (IsStandardStream(arguments.manifest) || IsStandardStream(plan.output)) {
     throw UsageFailure("the list of --manifest and its reply are files", "name them");
@@ -168,10 +168,10 @@ ExitStatus stamp_manifest(const Arguments& arguments, const StampPlan& plan, con
   return stamp_one(plan, subject, trust, options);
 }
 
-ExitStatus stamp(Arguments arguments, const Options& options) {
+ExitStatus stamp(StampArguments arguments, const Options& options) {
   check_subjects(arguments);
   const bool one = arguments.manifest.empty() && arguments.subjects.Single();
-  const StampSubject subject = one || !arguments.digest.empty() ? subject_of(arguments) : StampSubject{};
+  const StampSubject subject = one || !arguments.digest.empty() ? stamp_subject(arguments) : StampSubject{};
   const StampPlan plan = plan_of(arguments, options);
   const Trust trust = ReadTrust(arguments.trust);
   if (!arguments.manifest.empty()) return stamp_manifest(arguments, plan, trust, options);
@@ -181,7 +181,7 @@ ExitStatus stamp(Arguments arguments, const Options& options) {
 }  // namespace
 
 Run AddStamp(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<StampArguments>();
   AddSubjectOptions(app, arguments->subjects, "files to be stamped; - is standard input",
                     "every file below DIR that has no .tsr beside it; with --force every file");
   app.add_option("--manifest", arguments->manifest,

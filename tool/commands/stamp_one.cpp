@@ -94,7 +94,7 @@ void ask(Stamp& stamp, const std::string& authority) {
   stamp.reply = PostRequest(settings, stamp.request.der);
 }
 
-Expected expectation(const Stamp& stamp) {
+Expected expected_reply(const Stamp& stamp) {
   const QEX_TSQ_DATA_EX& record = stamp.request.record;
   Expected expected;
   expected.imprint = Imprint{{stamp.hash.octets.begin(), stamp.hash.octets.end()}, stamp.digest};
@@ -139,7 +139,7 @@ void judge(Stamp& stamp, Worker& worker, const Trust& trust, const Options& opti
   if (const auto refusal = RefusalOf(stamp.answer.facts, stamp.authority)) throw Failure{*refusal};
   Manner manner;
   manner.signatureAsked = job.verify;
-  stamp.report = JudgeToken(stamp.answer.facts, expectation(stamp), trust, manner, options);
+  stamp.report = JudgeToken(stamp.answer.facts, expected_reply(stamp), trust, manner, options);
   note_skew(stamp);
   if (!stamp.reply.note.empty()) stamp.report.Note("transport", "the reply " + stamp.reply.note);
   if (const auto failure = stamp.report.FirstFailure(stamp.authority)) throw Failure{*failure};
@@ -168,7 +168,7 @@ Json failed_json(const Stamp& stamp) {
   return list;
 }
 
-Json document_of(const Stamp& stamp, const Trust& trust, const std::optional<Failure>& failure) {
+Json stamp_document(const Stamp& stamp, const Trust& trust, const std::optional<Failure>& failure) {
   const Facts& facts = stamp.answer.facts;
   Json document = NewDocument("stamp", stamp.subject.file);
   if (facts.token) SetVerdict(document, stamp.report, trust, stamp.authority);
@@ -226,7 +226,7 @@ Outcome outcome_of(const Stamp& stamp, const Trust& trust, const std::optional<F
     if (const Check* clock = stamp.report.Find(kClock)) outcome.line += "   note: " + clock->text;
   }
   if (options.json) {
-    outcome.output = JsonLine(document_of(stamp, trust, failure));
+    outcome.output = JsonLine(stamp_document(stamp, trust, failure));
   } else if (!options.quiet) {
     // Standard output may be the reply's.
     const std::string text = text_of(stamp, trust, failure, options);

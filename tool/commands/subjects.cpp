@@ -20,7 +20,7 @@ namespace fs = std::filesystem;
 
 constexpr std::string_view kReply = ".tsr";
 constexpr std::string_view kRequest = ".tsq";
-constexpr size_t kMaxList = size_t{1} << 30;
+constexpr size_t kMaxNameList = size_t{1} << 30;
 
 bool exists(const std::string& path) {
   std::error_code none;
@@ -125,7 +125,7 @@ void add_folder(const std::string& folder, FolderRule rule, std::vector<Subject>
 void add_list(const std::string& list, bool nulSeparated, std::vector<Subject>& subjects) {
   const size_t before = subjects.size();
   try {
-    const std::string text = ReadText(list, kMaxList);
+    const std::string text = ReadText(list, kMaxNameList);
     const char separator = nulSeparated ? '\0' : '\n';
     for (std::string_view rest = text; !rest.empty();) {
       const size_t end = std::min(rest.find(separator), rest.size());

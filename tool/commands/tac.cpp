@@ -22,7 +22,7 @@ namespace {
 
 using inspect::Kind;
 
-struct Arguments {
+struct TacArguments {
   std::string action;
   std::string token;
   std::string tac;
@@ -31,7 +31,7 @@ struct Arguments {
   bool pem = false;
 };
 
-Answer ask_about_token(const Arguments& arguments, const Message& token, const Bytes& tac) {
+Answer ask_for_tac(const TacArguments& arguments, const Message& token, const Bytes& tac) {
   Job job{.name = ShownPath(arguments.token), .message = token.octets};
   job.ess = arguments.ess;
   job.takeTac = true;
@@ -56,7 +56,7 @@ const TacFacts& carried(const Answer& answer, const std::string& name) {
                 answer.libraryMessages};
 }
 
-ExitStatus take_out(const Arguments& arguments, const Options& options) {
+ExitStatus take_out(const TacArguments& arguments, const Options& options) {
   if (!arguments.tac.empty()) {
     throw UsageFailure("tac get takes the certificate out of the token, so it takes no --tac",
                        "-o says where the certificate goes");
@@ -64,7 +64,7 @@ ExitStatus take_out(const Arguments& arguments, const Options& options) {
   const char* hint = arguments.pem ? "" : "name a file with -o, or ask for --pem";
   Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const std::string name = ShownPath(arguments.token);
-  const Answer answer = ask_about_token(arguments, ReadTokenOrReply(arguments.token), {});
+  const Answer answer = ask_for_tac(arguments, ReadTokenOrReply(arguments.token), {});
   const TacFacts& tac = carried(answer, name);
   WriteLibraryMessages(answer.libraryMessages, options);
   const std::string pem = ToPem(tac.der, "ATTRIBUTE CERTIFICATE");
@@ -79,7 +79,7 @@ ExitStatus take_out(const Arguments& arguments, const Options& options) {
   return ExitStatus::Ok;
 }
 
-ExitStatus show_fields(const Arguments& arguments, const Options& options, const Json& fields,
+ExitStatus show_fields(const TacArguments& arguments, const Options& options, const Json& fields,
                        const std::optional<Failure>& missing, const std::string& source) {
   if (options.json) {
     Json document = NewDocument("tac", source);
@@ -97,7 +97,7 @@ ExitStatus show_fields(const Arguments& arguments, const Options& options, const
 }
 
 // A certificate in a file of its own.
-ExitStatus show_alone(const Arguments& arguments, const Options& options, const Message& message,
+ExitStatus show_alone(const TacArguments& arguments, const Options& options, const Message& message,
                       const std::optional<TacMatch>& match) {
   const std::string name = ShownPath(message.path);
   const Answer answer = AskOnce({.name = name, .message = message.octets});
@@ -108,17 +108,17 @@ ExitStatus show_alone(const Arguments& arguments, const Options& options, const 
   return show_fields(arguments, options, fields, MissingTiming(tac, name), message.path);
 }
 
-ExitStatus show(const Arguments& arguments, const Options& options) {
+ExitStatus show(const TacArguments& arguments, const Options& options) {
   const std::string name = ShownPath(arguments.token);
   if (!arguments.tac.empty()) {
     const Message token = ReadTokenOrReply(arguments.token);
     const Message certificate = ReadMessageOf(arguments.tac, Kind::AttributeCertificate);
-    const Answer answer = ask_about_token(arguments, token, certificate.octets);
+    const Answer answer = ask_for_tac(arguments, token, certificate.octets);
     return show_alone(arguments, options, certificate, answer.facts.tacMatch);
   }
   const Message message = ReadAnyMessage(arguments.token);
   if (message.kind == Kind::AttributeCertificate) return show_alone(arguments, options, message, {});
-  const Answer answer = ask_about_token(arguments, AsTokenOrReply(message), {});
+  const Answer answer = ask_for_tac(arguments, AsTokenOrReply(message), {});
   const TacFacts& tac = carried(answer, name);
   if (tac.failure) {
     Failure failure = *tac.failure;
@@ -130,12 +130,12 @@ ExitStatus show(const Arguments& arguments, const Options& options) {
   return show_fields(arguments, options, TacFields(tac), MissingTiming(tac, name), arguments.token);
 }
 
-ExitStatus check(const Arguments& arguments, const Options& options) {
+ExitStatus check(const TacArguments& arguments, const Options& options) {
   const std::string name = ShownPath(arguments.token);
   const Message token = ReadTokenOrReply(arguments.token);
   Bytes given;
   if (!arguments.tac.empty()) given = ReadMessageOf(arguments.tac, Kind::AttributeCertificate).octets;
-  const Answer answer = ask_about_token(arguments, token, given);
+  const Answer answer = ask_for_tac(arguments, token, given);
   if (given.empty()) carried(answer, name);
   const TacMatch& match = answer.facts.tacMatch.value();
   const char* attribute = match.ess == "v2" ? "signing-certificate-v2" : "signing-certificate";
@@ -177,7 +177,7 @@ ExitStatus check(const Arguments& arguments, const Options& options) {
   return failure->exit;
 }
 
-ExitStatus run_action(const Arguments& arguments, const Options& options) {
+ExitStatus run_action(const TacArguments& arguments, const Options& options) {
   const bool get = arguments.action == "get";
   if (!get && (!arguments.output.empty() || arguments.pem)) {
     throw UsageFailure("-o and --pem say how the certificate is written, so they go with tac get",
@@ -190,7 +190,7 @@ ExitStatus run_action(const Arguments& arguments, const Options& options) {
 }  // namespace
 
 Run AddTac(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<TacArguments>();
   app.add_option("ACTION", arguments->action,
                  "get: take it out; show: print it; check: does it belong to the token")
       ->check(CLI::IsMember({"get", "show", "check"}))

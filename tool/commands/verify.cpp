@@ -16,7 +16,7 @@
 namespace qex::tool {
 namespace {
 
-struct Arguments {
+struct VerifyCommandLine {
   VerifyArguments one;
   SubjectOptions subjects;
   TrustOptions trust;
@@ -49,7 +49,7 @@ LaneWork lane_work(const VerifyArguments& common, const Trust& trust, const Opti
           [quiet](const std::string& name) { return LostOutcome("verify", name, quiet); }};
 }
 
-ExitStatus verify_many(const Arguments& arguments, const Trust& trust, const Options& options) {
+ExitStatus verify_many(const VerifyCommandLine& arguments, const Trust& trust, const Options& options) {
   if (const char* option = given_for_one(arguments.one)) {
     throw UsageFailure(std::string(option) + " is about one token, and there may be several",
                        "leave it out, or verify that one by itself");
@@ -77,7 +77,7 @@ void set_member(VerifyArguments& arguments, const std::string& name, const std::
   }
 }
 
-ExitStatus verify_jobs(const Arguments& arguments, const Trust& trust, const Options& options) {
+ExitStatus verify_jobs(const VerifyCommandLine& arguments, const Trust& trust, const Options& options) {
   if (given_for_one(arguments.one) != nullptr || !arguments.one.policy.empty() ||
       !arguments.subjects.files.empty() || !arguments.subjects.Single()) {
     throw UsageFailure("--jobs says of each job what it is about", "leave the other subjects out");
@@ -97,7 +97,7 @@ ExitStatus verify_jobs(const Arguments& arguments, const Trust& trust, const Opt
                  });
 }
 
-ExitStatus verify_manifest(const Arguments& arguments, const Trust& trust, const Options& options) {
+ExitStatus verify_manifest(const VerifyCommandLine& arguments, const Trust& trust, const Options& options) {
   if (!arguments.jobs.empty() || !arguments.subjects.files.empty() || !arguments.subjects.lists.empty() ||
       !arguments.one.digest.empty()) {
     throw UsageFailure("--manifest says which files there are",
@@ -108,7 +108,7 @@ ExitStatus verify_manifest(const Arguments& arguments, const Trust& trust, const
                         arguments.one, trust, options);
 }
 
-ExitStatus verify(const Arguments& arguments, const Options& options) {
+ExitStatus verify(const VerifyCommandLine& arguments, const Options& options) {
   const Trust trust = ReadTrust(arguments.trust);
   if (!arguments.manifest.empty()) return verify_manifest(arguments, trust, options);
   if (!arguments.jobs.empty()) return verify_jobs(arguments, trust, options);
@@ -123,7 +123,7 @@ ExitStatus verify(const Arguments& arguments, const Options& options) {
 }  // namespace
 
 Run AddVerify(CLI::App& app) {
-  auto arguments = std::make_shared<Arguments>();
+  auto arguments = std::make_shared<VerifyCommandLine>();
   VerifyArguments& one = arguments->one;
   AddSubjectOptions(app, arguments->subjects, "stamped files; FILE.tsr and FILE.tsq are found beside each",
                     "every file below DIR that has a .tsr beside it");

@@ -21,9 +21,9 @@ constexpr size_t kRoom = 64;  // members for which room is made, however many ar
 enum Major : uint8_t { Unsigned, Negative, Octets, Text, Array, Map, Tag, Simple };
 enum SimpleValue : uint8_t { False = 20, True = 21, Null = 22 };
 
-class Reader {
+class CborReader {
  public:
-  explicit Reader(std::string_view octets) : rest_(octets) {}
+  explicit CborReader(std::string_view octets) : rest_(octets) {}
 
   Json Whole() {
     Json value = read(0);
@@ -112,7 +112,7 @@ std::string WireFrom(const Json& json) {
 
 Json FromWire(const std::string& octets) {
   try {
-    return Reader(octets).Whole();
+    return CborReader(octets).Whole();
   } catch (const std::invalid_argument&) {
     return Json(Json::value_t::discarded);
   }

@@ -47,7 +47,7 @@ bool fills(const char (&text)[kSize]) {
   return std::strlen(text) + 1 == kSize;
 }
 
-Json what_was_cut(const QEX_TACINFO_EX& record) {
+Json cut_parts(const QEX_TACINFO_EX& record) {
   Json cut = Json::array();
   const auto longer = [](int32_t length, size_t size) { return static_cast<uint32_t>(length) > size; };
   if (longer(record.objectDigestLen, sizeof record.objectDigest)) cut.push_back("holder digest");
@@ -84,7 +84,7 @@ Json describe_info(ByteView tac) {
   add_time(info, "not_after", record.notAfter);
   info["signature_algorithm"] = inspect::NamedOid(record.signatureAlgorithm);
   info["version"] = record.version;
-  if (code == QEX_E_SIZE) info["cut"] = what_was_cut(record);
+  if (code == QEX_E_SIZE) info["cut"] = cut_parts(record);
   return info;
 }
 

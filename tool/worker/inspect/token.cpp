@@ -24,16 +24,16 @@ void for_each(const AsnList* list, Visit visit) {
   }
 }
 
-size_t count_of(const AsnList* list) {
+size_t length_of(const AsnList* list) {
   return list == nullptr ? 0 : static_cast<size_t>(list->count);
 }
 
-Bytes octets_of(const AsnOid& oid) {
+Bytes copy_of(const AsnOid& oid) {
   if (oid.octs == nullptr) return {};
   return {oid.octs, oid.octs + oid.count};
 }
 
-Bytes octets_of(const AsnOcts& value) {
+Bytes copy_of(const AsnOcts& value) {
   if (value.octs == nullptr) return {};
   return {value.octs, value.octs + value.count};
 }
@@ -44,12 +44,12 @@ std::optional<Bytes> integer_of(const AsnOcts& value) {
 }
 
 Bytes algorithm_of(const AlgorithmIdentifier* identifier) {
-  return identifier == nullptr ? Bytes{} : octets_of(identifier->algorithm);
+  return identifier == nullptr ? Bytes{} : copy_of(identifier->algorithm);
 }
 
 tool::Imprint imprint_of(const MessageImprint* imprint) {
   if (imprint == nullptr) return {};
-  return {algorithm_of(imprint->hashAlgorithm), octets_of(imprint->hashedMessage)};
+  return {algorithm_of(imprint->hashAlgorithm), copy_of(imprint->hashedMessage)};
 }
 
 std::optional<int64_t> number_of(const AsnInt* value) {
@@ -59,7 +59,7 @@ std::optional<int64_t> number_of(const AsnInt* value) {
 tool::TstInfo info_of(const TSTInfo& info) {
   tool::TstInfo facts;
   facts.version = info.version;
-  facts.policy = octets_of(info.policy);
+  facts.policy = copy_of(info.policy);
   facts.imprint = imprint_of(info.messageImprint);
   facts.serial = integer_of(info.serialNumber).value_or(Bytes{});
   facts.genTime.assign(reinterpret_cast<const char*>(info.genTime.octs), info.genTime.count);
@@ -87,7 +87,7 @@ std::optional<Bytes> content_type_of(const Attribute& attribute) {
   std::optional<Bytes> found;
   for_each<AsnAny>(attribute.values, [&](const AsnAny& value) {
     if (found || value.ai == nullptr || value.ai->anyId != kAnyContentType || value.value == nullptr) return;
-    found = octets_of(*static_cast<const AsnOid*>(value.value));
+    found = copy_of(*static_cast<const AsnOid*>(value.value));
   });
   return found;
 }
@@ -98,9 +98,9 @@ Bytes ess_hash_of(const Attribute& attribute) {
   for_each<AsnAny>(attribute.values, [&](const AsnAny& value) {
     if (!hash.empty() || value.ai == nullptr || value.ai->anyId != kAnySigningCertificateV2) return;
     const auto* named = static_cast<const SigningCertificateV2*>(value.value);
-    if (named == nullptr || count_of(named->certs) == 0) return;
+    if (named == nullptr || length_of(named->certs) == 0) return;
     const auto& first = *static_cast<const ESSCertIDv2*>(named->certs->first->data[0]);
-    hash = first.hashAlgorithm == nullptr ? octets_of(kIdSha256) : algorithm_of(first.hashAlgorithm);
+    hash = first.hashAlgorithm == nullptr ? copy_of(kIdSha256) : algorithm_of(first.hashAlgorithm);
   });
   return hash;
 }
@@ -116,7 +116,7 @@ void read_attributes(tool::LibraryReading& reading, const SignerInfo& signer) {
   tool::Structure& structure = reading.structure;
   std::vector<Bytes> types;
   for_each<Attribute>(signer.signedAttrs, [&](const Attribute& attribute) {
-    const Bytes type = octets_of(attribute.type);
+    const Bytes type = copy_of(attribute.type);
     if (AsnOidEqual(attribute.type, kIdSigningCertificate)) reading.hasEssV1 = true;
     if (AsnOidEqual(attribute.type, kIdSigningCertificateV2)) {
       reading.hasEssV2 = true;
@@ -127,7 +127,7 @@ void read_attributes(tool::LibraryReading& reading, const SignerInfo& signer) {
       structure.contentTypeAttribute = content_type_of(attribute);
     }
     const bool again = std::ranges::find(types, type) != types.end();
-    const bool badCount = has_one_value_alone(attribute.type) && count_of(attribute.values) != 1;
+    const bool badCount = has_one_value_alone(attribute.type) && length_of(attribute.values) != 1;
     if (again || badCount) structure.repeatedAttributes.push_back(type);
     types.push_back(type);
   });
@@ -139,11 +139,11 @@ std::optional<tool::RequestFacts> InspectRequest(View request) {
   const DecodedRequest decoded(request);
   if (!decoded) return std::nullopt;
   tool::RequestFacts facts;
-  if (decoded->reqPolicy.octs != nullptr) facts.policy = octets_of(decoded->reqPolicy);
+  if (decoded->reqPolicy.octs != nullptr) facts.policy = copy_of(decoded->reqPolicy);
   facts.imprint = imprint_of(decoded->messageImprint);
   facts.nonce = integer_of(decoded->nonce);
   facts.certificateWanted = decoded->certReq != nullptr && *decoded->certReq != 0;
-  facts.extensions = count_of(decoded->extensions);
+  facts.extensions = length_of(decoded->extensions);
   return facts;
 }
 
@@ -157,11 +157,11 @@ std::optional<tool::LibraryReading> InspectToken(View token) {
   tool::LibraryReading reading;
   reading.info = info_of(*info);
   reading.structure.imprintParametersFit = true;  // others do not decode
-  reading.structure.signers = count_of(data->signerInfos);
-  reading.structure.contentType = octets_of(data->encapContentInfo->eContentType);
+  reading.structure.signers = length_of(data->signerInfos);
+  reading.structure.contentType = copy_of(data->encapContentInfo->eContentType);
   for_each<Extension>(info->extensions, [&](const Extension& extension) {
     const bool critical = extension.critical != nullptr && *extension.critical != 0;
-    if (critical) reading.structure.unknownCritical.push_back(octets_of(extension.extnID));
+    if (critical) reading.structure.unknownCritical.push_back(copy_of(extension.extnID));
   });
   if (const SignerInfo* signer = first_signer(*data)) {
     reading.digestAlgorithm = algorithm_of(signer->digestAlgorithm);

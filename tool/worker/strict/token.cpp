@@ -25,7 +25,7 @@ std::optional<Accuracy> accuracy_of(TS_TST_INFO* info) {
 }
 
 // The message, and the certificates where they could be had apart.
-Token decode(ByteView octets) {
+Token decode_token(ByteView octets) {
   Token token;
   const std::optional<TokenParts> parts = TakeApart(octets);
   if (parts) token.certificates = KnownCertificates(parts->certificates);
@@ -48,7 +48,7 @@ void StopReading(const std::string& text) {
 }
 
 Token OpenToken(ByteView octets) {
-  Token token = decode(octets);
+  Token token = decode_token(octets);
   if (!token.message) StopReading("the token does not decode as a CMS message");
   if (OBJ_obj2nid(CMS_get0_type(token.message.get())) != NID_pkcs7_signed)
     StopReading("the token is not SignedData");

@@ -39,7 +39,7 @@ void add_root(STACK_OF(X509) * roots, OwnedCertificate certificate) {
   (void)certificate.release();
 }
 
-TrustStore decode(const Trust& trust) {
+TrustStore decode_trust(const Trust& trust) {
   TrustStore store;
   store.signers = certificates_of(trust.signers);
   for (const OwnedCertificate& signer : store.signers)
@@ -64,7 +64,7 @@ void keep(const Trust& trust) {
   Start();
   Latest& value = latest();
   value = {};
-  value.store = decode(trust);
+  value.store = decode_trust(trust);
   value.trust = &trust;
 }
 
