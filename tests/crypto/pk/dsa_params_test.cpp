@@ -18,7 +18,7 @@ using test::ListSource;
 using test::SeededSource;
 using test::Vector;
 
-std::vector<Vector> vectors() {
+std::vector<Vector> dsa_parameters() {
   return test::read_vectors("dsa_params.txt");
 }
 
@@ -48,8 +48,8 @@ struct Demand {
   DSAParams params;
 };
 
-Demand fips() {
-  return Demand(vectors().at(0));
+Demand fips_demand() {
+  return Demand(dsa_parameters().at(0));
 }
 
 // Result owns the output of a generation.
@@ -75,7 +75,7 @@ struct Result {
 };
 
 TEST(DsaParams, SeedsGiveTheParametersOfOtherImplementations) {
-  const auto all = vectors();
+  const auto all = dsa_parameters();
   ASSERT_EQ(all.size(), 12u);
   for (const Vector& v : all) {
     const Demand demand(v);
@@ -99,7 +99,7 @@ TEST(DsaParams, SeedsGiveTheParametersOfOtherImplementations) {
 }
 
 TEST(DsaParams, DefaultsAreSha1AndItsLengthAndTwoAndTheLastCounter) {
-  const Vector v = vectors().at(0);
+  const Vector v = dsa_parameters().at(0);
   Demand demand(v);
   demand.params.N = 0;
   demand.params.h = 0;
@@ -113,7 +113,7 @@ TEST(DsaParams, DefaultsAreSha1AndItsLengthAndTwoAndTheLastCounter) {
 }
 
 TEST(DsaParams, NOfZeroIsTheLengthOfTheDigest) {
-  const Vector v = vectors().at(10);
+  const Vector v = dsa_parameters().at(10);
   ASSERT_EQ(v.at("N"), "512");
   Demand demand(v);
   demand.params.N = 0;
@@ -124,7 +124,7 @@ TEST(DsaParams, NOfZeroIsTheLengthOfTheDigest) {
 }
 
 TEST(DsaParams, CounterLimitIsTheLastCounterTried) {
-  Demand demand = fips();
+  Demand demand = fips_demand();
   SeededSource random(4);
   demand.params.counterLimit = 105;
   EXPECT_EQ(Result(demand.params, &random).code, KXBN_OK);
@@ -135,7 +135,7 @@ TEST(DsaParams, CounterLimitIsTheLastCounterTried) {
 }
 
 TEST(DsaParams, GivenSeedWithoutAPrimeQGivesCode5) {
-  Demand demand = fips();
+  Demand demand = fips_demand();
   ASSERT_EQ(KXBN_addword(demand.seed, 1), KXBN_OK);
   SeededSource random(5);
   const Result none(demand.params, &random);
@@ -195,7 +195,7 @@ TEST(DsaParams, GeneratedParametersMakeAKeyThatSigns) {
 }
 
 TEST(DsaParams, GIsAPowerOfTheHAskedFor) {
-  Demand demand = fips();
+  Demand demand = fips_demand();
   demand.params.h = 0x7fffffff;
   SeededSource random(10);
   const Result made(demand.params, &random);
@@ -210,7 +210,7 @@ TEST(DsaParams, GIsAPowerOfTheHAskedFor) {
 
 TEST(DsaParams, DemandsOutOfRangeAreRefused) {
   const auto refused = [](void (*change)(DSAParams*)) {
-    Demand demand = fips();
+    Demand demand = fips_demand();
     change(&demand.params);
     SeededSource random(11);
     const Result made(demand.params, &random);
@@ -235,7 +235,7 @@ TEST(DsaParams, DemandsOutOfRangeAreRefused) {
   EXPECT_TRUE(refused([](DSAParams* p) { p->L = UINT32_MAX - 63; }));
   for (uint32_t N = 1; N <= 600; ++N) {
     if (N == 160 || N == 224 || N == 256 || N == 384 || N == 512) continue;
-    Demand demand = fips();
+    Demand demand = fips_demand();
     demand.params.N = N;
     SeededSource random(12);
     EXPECT_EQ(Result(demand.params, &random).code, KXBN_BADARG) << N;
@@ -260,7 +260,7 @@ TEST(DsaParams, SeedLongerThanItsLengthOrNegativeIsRefused) {
 }
 
 TEST(DsaParams, WithoutARandomSourceIsRefused) {
-  EXPECT_EQ(Result(fips().params, nullptr).code, KXBN_BADARG);
+  EXPECT_EQ(Result(fips_demand().params, nullptr).code, KXBN_BADARG);
 }
 
 TEST(DsaParams, CodeOfTheRandomSourceIsPassedUp) {
@@ -270,7 +270,7 @@ TEST(DsaParams, CodeOfTheRandomSourceIsPassedUp) {
   // Six bases are not enough for q, twenty not for p.
   for (const size_t count : {6u, 20u}) {
     ListSource later(std::deque<std::string>(count, "123456789"), 78);
-    EXPECT_EQ(Result(fips().params, &later).code, 78u);
+    EXPECT_EQ(Result(fips_demand().params, &later).code, 78u);
   }
 }
 
@@ -279,14 +279,14 @@ TEST(DsaParams, StuckSourceEndsInACode) {
   const DSAParams params{512, 160, 160, nullptr, 1, 0, nullptr};
   EXPECT_EQ(Result(params, &random).code, KXBN_NONPRIME);
   // Here the seed has a prime q, and p is out of reach every time.
-  const Vector v = vectors().at(0);
+  const Vector v = dsa_parameters().at(0);
   const ConstantSource prime(v.at("Seed"));
   EXPECT_EQ(Result(params, &prime).code, KXBN_NONPRIME);
 }
 
 TEST(DsaParamsDeathTest, DigestThatDoesNotFitIsABrokenPrecondition) {
   SeededSource random(14);
-  Demand demand = fips();
+  Demand demand = fips_demand();
   demand.params.qhf = &kSHA256Info;
   EXPECT_DEATH(Result(demand.params, &random),
                "Assertion failed: params->N == 0 \\|\\| params->N == params->qhf->hashsz \\* 8, "
@@ -300,7 +300,7 @@ TEST(DsaParamsDeathTest, DigestThatDoesNotFitIsABrokenPrecondition) {
 TEST(DsaParamsDeathTest, ContextThatDoesNotFitIsABrokenPrecondition) {
   SeededSource random(15);
   HashInfo wide = kSHA1Info;
-  Demand demand = fips();
+  Demand demand = fips_demand();
   demand.params.qhf = &wide;
   wide.ctxsz = 250;
   EXPECT_EQ(Result(demand.params, &random).code, KXBN_OK);
@@ -314,7 +314,7 @@ TEST(DsaParams, NumbersComeFromThePool) {
   ASSERT_EQ(KXBN_pool_new(1024, &pool), KXBN_OK);
   SeededSource random(16);
   {
-    const Result made(fips().params, &random, pool);
+    const Result made(fips_demand().params, &random, pool);
     ASSERT_EQ(made.code, KXBN_OK);
     EXPECT_EQ(made.key.p->pool, pool);
     EXPECT_EQ(made.evidence.seed->pool, pool);
@@ -325,7 +325,7 @@ TEST(DsaParams, NumbersComeFromThePool) {
 
 TEST(DsaParams, EvidenceMayBeLeftOut) {
   SeededSource random(17);
-  const Demand demand = fips();
+  const Demand demand = fips_demand();
   DSAKey key;
   const long before = test::LiveBlocks();
   ASSERT_EQ(dsa_generate_params(&key, nullptr, &demand.params, &random, nullptr), KXBN_OK);
@@ -334,7 +334,7 @@ TEST(DsaParams, EvidenceMayBeLeftOut) {
 }
 
 TEST(DsaParams, AllocationFailuresAreReportedAndLeaveNothing) {
-  const Demand demand = fips();
+  const Demand demand = fips_demand();
   EachAllocationFails(
       [&] {
         SeededSource random(18);

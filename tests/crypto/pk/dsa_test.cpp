@@ -75,21 +75,21 @@ void set(const Big& n, const std::string& hex) {
   ASSERT_EQ(KXBN_copy(n, Big(hex)), KXBN_OK);
 }
 
-std::vector<Vector> vectors() {
+std::vector<Vector> dsa_signatures() {
   return test::read_vectors("dsa_verify.txt");
 }
 
 const Vector& vector_of(const std::string& name) {
-  static const std::vector<Vector> all = vectors();
+  static const std::vector<Vector> all = dsa_signatures();
   return *std::find_if(all.begin(), all.end(), [&](const Vector& v) { return v.at("Name") == name; });
 }
 
-Case fips() {
+Case fips_signature() {
   return Case(vector_of("FIPS 186-2"));
 }
 
 TEST(DsaVerify, SignaturesOfOtherImplementationsAreValid) {
-  const auto all = vectors();
+  const auto all = dsa_signatures();
   ASSERT_EQ(all.size(), 13u);
   for (const Vector& v : all) EXPECT_EQ(Case(v).outcome(), kValid) << v.at("Name");
 }
@@ -97,7 +97,7 @@ TEST(DsaVerify, SignaturesOfOtherImplementationsAreValid) {
 TEST(DsaVerify, APoolServesAllWorkingNumbersAndGetsThemBack) {
   KXBN_Pool* pool = nullptr;
   ASSERT_EQ(KXBN_pool_new(2048, &pool), KXBN_OK);
-  for (const Vector& v : vectors()) {
+  for (const Vector& v : dsa_signatures()) {
     uint32_t result;
     ASSERT_EQ(Case(v).verify(&result, pool), KXBN_OK);
     EXPECT_EQ(result, DSA_VALID) << v.at("Name");
@@ -108,7 +108,7 @@ TEST(DsaVerify, APoolServesAllWorkingNumbersAndGetsThemBack) {
 }
 
 TEST(DsaVerify, OneBitOfTheDigestMakesItInvalid) {
-  for (const Vector& v : vectors()) {
+  for (const Vector& v : dsa_signatures()) {
     Case c(v);
     c.digest.octets[7] ^= 0x10;
     EXPECT_EQ(c.outcome(), kInvalid) << v.at("Name");
@@ -117,7 +117,7 @@ TEST(DsaVerify, OneBitOfTheDigestMakesItInvalid) {
 
 TEST(DsaVerify, OneBitOfEachNumberMakesItInvalid) {
   for (int which = 0; which < 4; ++which) {
-    Case c = fips();
+    Case c = fips_signature();
     const Big* const numbers[] = {&c.r, &c.s, &c.y, &c.g};
     const Big& n = *numbers[which];
     ASSERT_EQ(KXBN_setbit(n, 17, KXBN_testbit(n, 17) == 0), KXBN_OK);
@@ -153,7 +153,7 @@ TEST(DsaVerify, QOf161BitsTakes20Octets) {
 }
 
 TEST(DsaVerify, EmptyDigestIsTheNumberZero) {
-  Case c = fips();
+  Case c = fips_signature();
   const DSAKey key = c.key();
   const DSASig sig = c.sig();
   const Big z("0");
@@ -181,36 +181,36 @@ TEST(DsaVerify, WrongLengthOfADigestIsThatOfItsArray) {
 }
 
 TEST(DsaVerify, NumbersOutOfRangeAreAnInvalidSignatureNotAnError) {
-  const std::string q = fips().q.hex();
+  const std::string q = fips_signature().q.hex();
   const std::string values[] = {
       "0", q, "c773218c737ec8ee993b4f2ded30f48edace9160", power_of_two(4000), "-1", test::negated(q)};
   for (const std::string& value : values) {
-    Case r = fips();
+    Case r = fips_signature();
     set(r.r, value);
     EXPECT_EQ(r.outcome(), kInvalid) << "r = " << value;
-    Case s = fips();
+    Case s = fips_signature();
     set(s.s, value);
     EXPECT_EQ(s.outcome(), kInvalid) << "s = " << value;
   }
 }
 
 TEST(DsaVerify, NegativeCongruentOfSIsInvalid) {
-  Case c = fips();
+  Case c = fips_signature();
   ASSERT_EQ(KXBN_sub(c.s, c.s, c.q), KXBN_OK);
   EXPECT_EQ(c.outcome(), kInvalid);
 }
 
 TEST(DsaVerify, QThatLeavesNoRoomForASignatureMakesItInvalid) {
   for (const std::string& q :
-       {std::string("0"), std::string("1"), std::string("-1"), test::negated(fips().q.hex())}) {
-    Case c = fips();
+       {std::string("0"), std::string("1"), std::string("-1"), test::negated(fips_signature().q.hex())}) {
+    Case c = fips_signature();
     set(c.q, q);
     EXPECT_EQ(c.outcome(), kInvalid) << q;
   }
 }
 
 TEST(DsaVerify, SmallestQTakesNoOctetOfTheDigest) {
-  Case c = fips();
+  Case c = fips_signature();
   set(c.p, "7");
   set(c.q, "2");
   set(c.g, "6");
@@ -223,7 +223,7 @@ TEST(DsaVerify, SmallestQTakesNoOctetOfTheDigest) {
 }
 
 TEST(DsaVerify, SWithoutInverseGivesCode5AndStaysPending) {
-  Case c = fips();
+  Case c = fips_signature();
   set(c.q, power_of_two(159));
   set(c.r, "3");
   set(c.s, "2");
@@ -231,43 +231,43 @@ TEST(DsaVerify, SWithoutInverseGivesCode5AndStaysPending) {
 }
 
 TEST(DsaVerify, POfZeroGivesCode4AndStaysPending) {
-  Case c = fips();
+  Case c = fips_signature();
   set(c.p, "0");
   EXPECT_EQ(c.outcome(), kCode(KXBN_DIVZERO));
 }
 
 TEST(DsaVerify, OtherHostilePAreInvalid) {
-  const std::string even = fips().p.hex().substr(0, 127) + "0";
-  const std::string values[] = {"1",       "2", "-1", test::negated(fips().p.hex()), even, power_of_two(3000),
-                                ones(3001)};
+  const std::string even = fips_signature().p.hex().substr(0, 127) + "0";
+  const std::string values[] = {
+      "1", "2", "-1", test::negated(fips_signature().p.hex()), even, power_of_two(3000), ones(3001)};
   for (const std::string& p : values) {
-    Case c = fips();
+    Case c = fips_signature();
     set(c.p, p);
     EXPECT_EQ(c.outcome(), kInvalid) << p;
   }
 }
 
 TEST(DsaVerify, HostileGAndYAreInvalid) {
-  const std::string p = fips().p.hex();
+  const std::string p = fips_signature().p.hex();
   for (const std::string& value :
        {std::string("0"), std::string("1"), std::string("-1"), p, power_of_two(9000)}) {
-    Case g = fips();
+    Case g = fips_signature();
     set(g.g, value);
     EXPECT_EQ(g.outcome(), kInvalid) << "g = " << value;
-    Case y = fips();
+    Case y = fips_signature();
     set(y.y, value);
     EXPECT_EQ(y.outcome(), kInvalid) << "y = " << value;
   }
 }
 
 TEST(DsaVerify, NumberTooLargeToMultiplyGivesCode1AndStaysPending) {
-  Case c = fips();
+  Case c = fips_signature();
   set(c.p, ones(300000));  // odd: its Montgomery constant would pass the largest number
   EXPECT_EQ(c.outcome(), kCode(KXBN_BADARG));
 }
 
 TEST(DsaVerify, AllocationFailuresAreReportedAndLeaveNothing) {
-  const Case c = fips();
+  const Case c = fips_signature();
   EachAllocationFails([&] {
     uint32_t result = 99;
     const uint32_t rc = c.verify(&result);
@@ -305,7 +305,7 @@ TEST(DsaSign, SignatureIsCopiedIntoNumbersAlreadyThere) {
 
 TEST(DsaSign, SignedDigestsVerifyForEveryKey) {
   SeededSource random(2);
-  for (const Vector& v : vectors()) {
+  for (const Vector& v : dsa_signatures()) {
     Case c(v);
     const DSAKey key = c.key();
     DSASig sig{};
@@ -338,7 +338,7 @@ TEST(DsaSign, DrawnNumberIsReducedToOneToQMinusOne) {
 }
 
 TEST(DsaSign, KOutOfRangeOrNoPrivateKeyIsRefused) {
-  const Case c = fips();
+  const Case c = fips_signature();
   const DSAKey key = c.key();
   const DSAKey without_x = c.public_key();
   const Big z("1");
@@ -377,7 +377,7 @@ TEST(DsaSign, KeyThatGivesNoSignatureEndsTheDraws) {
 }
 
 TEST(DsaSign, UnusableQOrNoSourceIsRefusedAndTheSourcesCodePassedUp) {
-  Case c = fips();
+  Case c = fips_signature();
   DSASig sig{};
   DSAKey key = c.key();
   EXPECT_EQ(dsa_sign(&c.digest, &key, nullptr, nullptr, &sig), KXBN_BADARG);
@@ -407,7 +407,7 @@ TEST(DsaSign, QOfTwoBitsIsLargeEnough) {
 }
 
 TEST(DsaSign, AllocationFailuresAreReportedAndLeaveNothing) {
-  const Case c = fips();
+  const Case c = fips_signature();
   const DSAKey key = c.key();
   EachAllocationFails([&] {
     SeededSource random(5);
@@ -421,7 +421,7 @@ TEST(DsaSign, AllocationFailuresAreReportedAndLeaveNothing) {
 }
 
 TEST(DsaCheckKey, KeysOfOtherImplementationsAreConsistent) {
-  for (const Vector& v : vectors()) {
+  for (const Vector& v : dsa_signatures()) {
     const Case c(v);
     const DSAKey key = c.key();
     const DSAKey without_x = c.public_key();
@@ -434,8 +434,9 @@ TEST(DsaCheckKey, KeysOfOtherImplementationsAreConsistent) {
 }
 
 TEST(DsaCheckKey, XOutsideOneToQMinusOneIsRefused) {
-  for (const std::string& value : {std::string("0"), std::string("-1"), fips().q.hex(), power_of_two(170)}) {
-    Case c = fips();
+  for (const std::string& value :
+       {std::string("0"), std::string("-1"), fips_signature().q.hex(), power_of_two(170)}) {
+    Case c = fips_signature();
     set(c.x, value);
     DSAKey key = c.key();
     EXPECT_EQ(dsa_check_key(&key, nullptr), KXBN_BADARG) << value;
@@ -445,8 +446,9 @@ TEST(DsaCheckKey, XOutsideOneToQMinusOneIsRefused) {
 }
 
 TEST(DsaCheckKey, YOutsideOneToPMinusOneIsRefused) {
-  for (const std::string& value : {std::string("0"), std::string("-1"), fips().p.hex(), power_of_two(600)}) {
-    Case c = fips();
+  for (const std::string& value :
+       {std::string("0"), std::string("-1"), fips_signature().p.hex(), power_of_two(600)}) {
+    Case c = fips_signature();
     set(c.y, value);
     const DSAKey key = c.key();
     const DSAKey without_x = c.public_key();
@@ -456,7 +458,7 @@ TEST(DsaCheckKey, YOutsideOneToPMinusOneIsRefused) {
 }
 
 TEST(DsaCheckKey, WrongYIsRefusedWhenXIsPresent) {
-  Case c = fips();
+  Case c = fips_signature();
   ASSERT_EQ(KXBN_setbit(c.y, 3, KXBN_testbit(c.y, 3) == 0), KXBN_OK);
   const DSAKey key = c.key();
   const DSAKey without_x = c.public_key();
@@ -465,7 +467,7 @@ TEST(DsaCheckKey, WrongYIsRefusedWhenXIsPresent) {
 }
 
 TEST(DsaCheckKey, AllocationFailuresAreReportedAndLeaveNothing) {
-  const Case c = fips();
+  const Case c = fips_signature();
   const DSAKey key = c.key();
   EachAllocationFails([&] { return dsa_check_key(&key, nullptr); });
 }

@@ -30,7 +30,7 @@ struct OwnedKey {
   Big n, e, d, p, q, dmp1, dmq1, iqmp;
 };
 
-std::vector<Vector> vectors() {
+std::vector<Vector> rsa_keys() {
   return test::read_vectors("rsa_keys.txt");
 }
 
@@ -49,8 +49,8 @@ std::string result_of(const RSAKey& key, const KXBN* input, KXBN_Pool* pool = nu
 }
 
 TEST(RsaPrivate, PlainAndRemainderTheoremAgreeWithOpenssl) {
-  ASSERT_EQ(vectors().size(), 7u);
-  for (const Vector& v : vectors()) {
+  ASSERT_EQ(rsa_keys().size(), 7u);
+  for (const Vector& v : rsa_keys()) {
     const OwnedKey key(v);
     const Big input(v.at("Input"));
     EXPECT_EQ(result_of(key.plain(), input), v.at("Output")) << v.at("Bits");
@@ -61,7 +61,7 @@ TEST(RsaPrivate, PlainAndRemainderTheoremAgreeWithOpenssl) {
 
 TEST(RsaPrivate, PublicOperationUndoesIt) {
   test::Random random(1);
-  for (const Vector& v : vectors()) {
+  for (const Vector& v : rsa_keys()) {
     const OwnedKey owned(v);
     const RSAKey key = owned.full();
     const Big input(test::random_hex(random, KXBN_bits(owned.n) - 1));
@@ -76,7 +76,7 @@ TEST(RsaPrivate, PublicOperationUndoesIt) {
 
 TEST(RsaPrivate, OrderOfThePrimesDoesNotMatter) {
   // With the primes exchanged m1 - m2 is negative where it was not before.
-  for (const Vector& v : vectors()) {
+  for (const Vector& v : rsa_keys()) {
     const OwnedKey key(v);
     const Big inverse;
     ASSERT_EQ(KXBN_modinv(inverse, key.p, key.q, nullptr), KXBN_OK);
@@ -86,7 +86,7 @@ TEST(RsaPrivate, OrderOfThePrimesDoesNotMatter) {
 }
 
 TEST(RsaPrivate, InputNotBelowTheModulusIsReduced) {
-  const OwnedKey key(vectors().at(1));
+  const OwnedKey key(rsa_keys().at(1));
   const Big above(key.n.hex());
   ASSERT_EQ(KXBN_addword(above, 1), KXBN_OK);
   for (const RSAKey& form : {key.plain(), key.crt()}) {
@@ -98,7 +98,7 @@ TEST(RsaPrivate, InputNotBelowTheModulusIsReduced) {
 }
 
 TEST(RsaPrivate, PrimeOfZeroGivesCode4) {
-  const OwnedKey key(vectors().at(1));
+  const OwnedKey key(rsa_keys().at(1));
   const Big zero("0");
   RSAKey broken = key.crt();
   broken.p = zero;
@@ -121,7 +121,7 @@ TEST(RsaPrivate, PrimeTooLongForTheResultGivesCode1) {
 }
 
 TEST(RsaPrivateDeathTest, MissingValuesAreBrokenPreconditionsInTheirOrder) {
-  const OwnedKey owned(vectors().at(1));
+  const OwnedKey owned(rsa_keys().at(1));
   const Big input("5");
   RSAKey key = owned.full();
   const struct {
@@ -141,7 +141,7 @@ TEST(RsaPrivateDeathTest, MissingValuesAreBrokenPreconditionsInTheirOrder) {
 }
 
 TEST(RsaPrivateDeathTest, PlainOperationNeedsModulusAndExponent) {
-  const OwnedKey owned(vectors().at(1));
+  const OwnedKey owned(rsa_keys().at(1));
   const Big input("5");
   KXBN* out = nullptr;
   RSAKey key = owned.plain();
@@ -154,7 +154,7 @@ TEST(RsaPrivateDeathTest, PlainOperationNeedsModulusAndExponent) {
 }
 
 TEST(RsaPrivate, ResultComesFromThePool) {
-  const OwnedKey owned(vectors().at(1));
+  const OwnedKey owned(rsa_keys().at(1));
   const RSAKey key = owned.crt();
   KXBN_Pool* pool = nullptr;
   ASSERT_EQ(KXBN_pool_new(1024, &pool), KXBN_OK);
@@ -167,8 +167,8 @@ TEST(RsaPrivate, ResultComesFromThePool) {
 }
 
 TEST(RsaPrivate, AllocationFailuresAreReportedAndLeaveNothing) {
-  const OwnedKey owned(vectors().at(1));
-  const Big input(vectors().at(1).at("Input"));
+  const OwnedKey owned(rsa_keys().at(1));
+  const Big input(rsa_keys().at(1).at("Input"));
   for (const RSAKey& key : {owned.plain(), owned.crt()}) {
     EachAllocationFails([&] {
       KXBN* out = nullptr;
