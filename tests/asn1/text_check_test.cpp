@@ -134,14 +134,8 @@ std::vector<std::string> compare(const std::string& text) {
   return CompareTexts({{"sample.h", text}}, kSampleTypes);
 }
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string all;
-  for (const std::string& line : lines) all += line + "\n";
-  return all;
-}
-
 TEST(Asn1TextCheck, TextsThatAgreePass) {
-  EXPECT_EQ(joined(compare(kSample)), "");
+  EXPECT_EQ(AsText(compare(kSample)), "");
 }
 
 struct Damage {
@@ -159,7 +153,7 @@ void expect_found(const std::vector<Damage>& damages) {
     ASSERT_EQ(kSample.find(d.from, at + 1), std::string::npos) << "stands twice";
     std::string damaged = kSample;
     damaged.replace(at, std::string(d.from).size(), d.to);
-    EXPECT_NE(joined(compare(damaged)).find(d.complaint), std::string::npos) << joined(compare(damaged));
+    EXPECT_NE(AsText(compare(damaged)).find(d.complaint), std::string::npos) << AsText(compare(damaged));
   }
 }
 

@@ -42,14 +42,8 @@ std::vector<HeaderText> headers() {
   return all;
 }
 
-std::string joined(const std::vector<std::string>& lines) {
-  std::string all;
-  for (const std::string& line : lines) all += line + "\n";
-  return all;
-}
-
 TEST(Asn1Text, EveryTypeHasTheTextThatItsDescriptorFollows) {
-  EXPECT_EQ(joined(CompareTexts(headers(), types())), "");
+  EXPECT_EQ(AsText(CompareTexts(headers(), types())), "");
 }
 
 }  // namespace

@@ -32,9 +32,9 @@ constexpr AsnTag kSequenceTag = 0x30000000;
 constexpr AsnTag kSetTag = 0x31000000;
 
 // One paragraph of definitions, without the comment signs. Lines end in '\n'.
-class Reader {
+class ParagraphReader {
  public:
-  Reader(std::string text, std::string path, int firstLine)
+  ParagraphReader(std::string text, std::string path, int firstLine)
       : text_(std::move(text)), path_(std::move(path)), line_(firstLine) {}
 
   bool at_end() {
@@ -324,7 +324,7 @@ std::vector<Definition> ReadTexts(const HeaderText& header) {
     size_t below = i;
     while (in_comment(below)) ++below;
     if (quoted) {
-      Reader reader(text, header.path, int(first) + 1);
+      ParagraphReader reader(text, header.path, int(first) + 1);
       while (!reader.at_end()) {
         Definition d = reader.definition();
         if (!d.ownDefault) d.defaultTagging = tagging;

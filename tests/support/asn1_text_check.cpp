@@ -10,7 +10,6 @@
 namespace qex::test {
 namespace {
 
-using Form = TextType::Form;
 using Problems = std::vector<std::string>;
 
 constexpr int kDeepest = 16;  // names that lead to names
@@ -75,7 +74,7 @@ class Comparison {
         bind(d, name, type->second);
       } else if (!d.marks.named.empty()) {
         complain(d.place + ": " + d.name + " is marked as " + name + ", which is no type");
-      } else if (d.type.form == Form::Record) {
+      } else if (d.type.form == TextType::Form::Record) {
         complain(d.place + ": a text without a type: " + d.name);
       } else if (d.tag || !d.within.empty() || is_marked(d.marks)) {
         complain(d.place + ": " + d.name + " is no type: it has no tag, no mark and no record around it");
@@ -122,7 +121,7 @@ class Comparison {
   }
 
   void compare_marked_elements(const Definition& d, const Type& type, const std::string& where) {
-    if (d.type.form != Form::ListOf || type.kind != Kind::ListOf)
+    if (d.type.form != TextType::Form::ListOf || type.kind != Kind::ListOf)
       return complain(where + ": \"of\" marks lists only");
     if (type.tag != d.type.tag) complain(where + ": SET OF and SEQUENCE OF differ");
     if (find_type(d.marks.elements) != type.element)
@@ -152,16 +151,16 @@ class Comparison {
   void compare(const TextType& text, const Type& type, const std::string& where, int depth) {
     if (depth > kDeepest) return complain(where + ": the names lead in a circle");
     switch (text.form) {
-      case Form::Primitive:
+      case TextType::Form::Primitive:
         if (type.kind != Kind::Primitive || type.tag != text.tag)
           complain(where + ": the text has " + text.word + ", the table " + type.name);
         return;
-      case Form::Any:
+      case TextType::Form::Any:
         if (type.kind != Kind::Any) complain(where + ": the text has ANY, the table " + type.name);
         return;
-      case Form::Reference: return compare_reference(text, type, where, depth);
-      case Form::ListOf: return compare_list(text, type, where, depth);
-      case Form::Record: return compare_record(text, type, where, depth);
+      case TextType::Form::Reference: return compare_reference(text, type, where, depth);
+      case TextType::Form::ListOf: return compare_list(text, type, where, depth);
+      case TextType::Form::Record: return compare_record(text, type, where, depth);
     }
   }
 
@@ -186,7 +185,7 @@ class Comparison {
     const TextType& element = text.element[0];
     if (type.kind == Kind::ListOf) return compare(element, *type.element, where + ", elements", depth);
     const TextType* open = expand(element);
-    if (open == nullptr || open->form != Form::Any)
+    if (open == nullptr || open->form != TextType::Form::Any)
       complain(where + ": the table has open values, the text " + element.word);
   }
 
@@ -251,7 +250,7 @@ class Comparison {
       return std::any_of(type.fields.begin(), type.fields.end(), fits);
     };
     bool taken = true;
-    if (text.type.form == Form::Record && text.type.kind == Kind::Choice) {
+    if (text.type.form == TextType::Form::Record && text.type.kind == Kind::Choice) {
       for (const TextField& f : text.type.fields)
         taken = taken && some_alternative([&](const Field& a) {
                   return agrees([&] { compare_field(text.type, f, type, a, where); });
@@ -267,7 +266,7 @@ class Comparison {
   // A reference's definition, through all names; null where one has no text.
   const TextType* expand(const TextType& text, const Definition** last = nullptr) {
     const TextType* t = &text;
-    for (int depth = 0; t->form == Form::Reference; ++depth) {
+    for (int depth = 0; t->form == TextType::Form::Reference; ++depth) {
       const auto found = by_name_.find(t->word);
       if (found == by_name_.end() || depth > kDeepest) return nullptr;
       used_.insert(found->second);
@@ -300,15 +299,15 @@ class Comparison {
   void check_defined_by(const TextType& texts, const TextField& text, const Type& record, const Field& field,
                         const std::string& where) {
     const TextType* open = expand(text.type);
-    if (open != nullptr && open->form == Form::ListOf) open = expand(open->element[0]);
-    if (open == nullptr || open->form != Form::Any) {
+    if (open != nullptr && open->form == TextType::Form::ListOf) open = expand(open->element[0]);
+    if (open == nullptr || open->form != TextType::Form::Any) {
       if (field.definedBy != -1) complain(where + ": an open type in the table only");
       return;
     }
     std::vector<size_t> by;
     for (size_t i = 0; i < std::min(texts.fields.size(), record.fields.size()); ++i) {
       const TextField& f = texts.fields[i];
-      if (f.name == open->word || (f.type.form == Form::Reference && f.type.word == open->word))
+      if (f.name == open->word || (f.type.form == TextType::Form::Reference && f.type.word == open->word))
         by.push_back(i);
     }
     if (by.size() != 1)
@@ -355,7 +354,7 @@ class Comparison {
 
   void check_used(const Definition& d) {
     const bool own = std::any_of(bound_.begin(), bound_.end(), [&](const Bound& b) { return b.text == &d; });
-    if (!own && d.type.form != Form::Record && used_.count(&d) == 0)
+    if (!own && d.type.form != TextType::Form::Record && used_.count(&d) == 0)
       complain(d.place + ": no text uses the name " + d.name);
   }
 
@@ -387,6 +386,12 @@ std::vector<std::string> CompareTexts(const std::vector<HeaderText>& headers,
     }
   }
   return comparison.run();
+}
+
+std::string AsText(const std::vector<std::string>& lines) {
+  std::string all;
+  for (const std::string& line : lines) all += line + "\n";
+  return all;
 }
 
 }  // namespace qex::test

@@ -20,4 +20,7 @@ struct NamedType {
 std::vector<std::string> CompareTexts(const std::vector<HeaderText>& headers,
                                       const std::vector<NamedType>& types);
 
+// AsText ends each of the lines and puts them together.
+std::string AsText(const std::vector<std::string>& lines);
+
 }  // namespace qex::test

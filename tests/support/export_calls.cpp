@@ -10,14 +10,13 @@
 #include "tests/support/dsa_signer.h"
 #include "tests/support/exports.h"
 #include "tests/support/files.h"
+#include "tests/support/guarded.h"
 #include "tests/support/messages.h"
 #include "tests/support/small_messages.h"
 #include "tests/support/token_samples.h"
 
 namespace qex::test {
 namespace {
-
-constexpr uint8_t kFill = 0xA5;
 
 using Calls = std::vector<ExportCall>;
 using Samples = std::vector<std::pair<std::string, Octets>>;
@@ -55,7 +54,7 @@ void digest(Calls& calls, const std::string& prefix, size_t size, Context* (*ini
   for (size_t i = 0; i < data.size(); ++i) data[i] = uint8_t(i * 7 + size);
   calls.push_back({{prefix + "Init", prefix + "Update", prefix + "Final"},
                    "1000 octets",
-                   Octets(size, kFill),
+                   Octets(size, Guarded::kFill),
                    [=](uint8_t* memory) {
                      Context* const context = init();
                      for (uint32_t at = 0, n = 1; at < data.size(); at += n, n = 2 * n + 1) {
@@ -152,7 +151,7 @@ void add_replies(Calls& calls, const Samples& tokens) {
   for (const int32_t transport : {0, 1, 2}) {
     // The length, the status, the buffer.
     const Octets memory =
-        der::concat(OctetsOfValue(size_of(framed[transport])), Octets(4, kFill), framed[transport]);
+        der::concat(OctetsOfValue(size_of(framed[transport])), Octets(4, Guarded::kFill), framed[transport]);
     calls.push_back({{"QEX_UnpackTSR"}, "transport " + std::to_string(transport), memory, [=](uint8_t* at) {
                        auto* const words = reinterpret_cast<uint32_t*>(at);
                        return QEX_UnpackTSR(at + 2 * sizeof(uint32_t), words, words + 1, transport);

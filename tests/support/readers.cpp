@@ -4,17 +4,16 @@
 #include <cstring>
 
 #include "api/qex.h"
+#include "tests/support/guarded.h"
 
 namespace qex::test {
 namespace {
 
-constexpr uint8_t kFill = 0xA5;
-
-// filled is a record of kFill, whose size field, if it has one, holds its size.
+// filled is a record of Guarded::kFill, whose size field, if it has one, holds its size.
 template <class Record>
 Record filled() {
   Record record;
-  std::memset(&record, kFill, sizeof record);
+  std::memset(&record, Guarded::kFill, sizeof record);
   if constexpr (requires { record.size; }) record.size = sizeof record;
   return record;
 }
@@ -46,7 +45,7 @@ Reader rewrite(const char* name, int32_t (*writes)(const uint8_t*, uint32_t, uin
 }  // namespace
 
 Octets OutputMemory(uint32_t capacity) {
-  Octets memory(sizeof capacity + capacity, kFill);
+  Octets memory(sizeof capacity + capacity, Guarded::kFill);
   std::memcpy(memory.data(), &capacity, sizeof capacity);
   return memory;
 }
