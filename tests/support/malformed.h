@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <functional>
+#include <set>
 #include <vector>
 
 #include "api/frame.h"
@@ -15,6 +16,12 @@
 #include "tests/support/guarded.h"
 
 namespace qex::test {
+
+// ExpectCode expects a code of the table of the export `name`.
+using Codes = std::set<int32_t>;
+inline void ExpectCode(const char* name, int32_t code, const Codes& allowed) {
+  EXPECT_TRUE(allowed.contains(code)) << name << " returned " << code;
+}
 
 // ChangedOctets returns the replacements of an octet: with QEX_TEST_ALL_BYTES=1 all 255 other values, else up
 // to eight that are likely to matter.

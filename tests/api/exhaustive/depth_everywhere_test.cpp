@@ -19,7 +19,7 @@ namespace qex::test {
 namespace {
 
 // Where frames are large, the bound counts and not the stack.
-const size_t kLevels = kSmallFrames && !UnderValgrind() && !Emulated() ? 10000 : 500;
+const size_t kLevelsEverywhere = kSmallFrames && !UnderValgrind() && !Emulated() ? 10000 : 500;
 
 class DepthEverywhere : public ::testing::Test {
  protected:
@@ -38,7 +38,7 @@ class DepthEverywhere : public ::testing::Test {
       for (const Lengths lengths : {Lengths::kDefinite, Lengths::kIndefinite}) {
         try_strings(readers, message, places, place, lengths);
         const auto tag = uint8_t(place.tag | kConstructed);
-        read_all(readers, Replaced(message, place, Nested(kLevels, {{tag, {}}}, {}, lengths)));
+        read_all(readers, Replaced(message, place, Nested(kLevelsEverywhere, {{tag, {}}}, {}, lengths)));
         if (begins_with_identifier(message, place)) try_open_types(readers, message, place, lengths);
       }
       if (HasFailure()) FAIL() << "at " << place.start << ", identifier " << int{place.tag};
@@ -60,7 +60,7 @@ class DepthEverywhere : public ::testing::Test {
       const Octets content = ContentAt(message, place);
       return Replaced(message, place, NestedStrings(place.tag, part, content, levels, lengths));
     };
-    const std::vector<Ran> all = read_all(readers, with_levels(1 + kLevels));
+    const std::vector<Ran> all = read_all(readers, with_levels(1 + kLevelsEverywhere));
     if (IsInString(places, place)) return;
     const std::vector<Ran> expected = read_all(readers, with_levels(1));
     for (size_t i = 0; i < readers.size(); ++i) {
@@ -71,7 +71,7 @@ class DepthEverywhere : public ::testing::Test {
   // As the parameters of an algorithm, and as the value of an attribute.
   void try_open_types(const Readers& readers, const Octets& message, const Place& place, Lengths lengths) {
     const Octets identifier = der::oid(kSelfContaining);
-    const Octets deep = NestedOpenTypes(kLevels, lengths);
+    const Octets deep = NestedOpenTypes(kLevelsEverywhere, lengths);
     for (const Octets& value : {deep, der::set(deep), der::context(0, deep)}) {
       read_all(readers, Replaced(message, place, der::sequence(identifier, value)));
     }

@@ -57,7 +57,7 @@ Octets self_containing_algorithm() {
 
 // A token with a part of every kind: all kinds of certificates, both versions of the attribute, claimed and
 // certified attributes.
-TokenParts rich_token() {
+TokenParts token_of_all_parts() {
   TokenParts parts = SmallToken();
   TstInfoMaker info = SmallTstInfo();
   info.extensions = der::context(1, der::sequence(der::oid("1.2.3"), der::octet_string({1})));
@@ -200,9 +200,9 @@ TEST_F(Depth, OfTokens) {
 // Each of them keeps its value, so the token that contains them verifies.
 TEST_F(Depth, OfStringsInTokens) {
   const Readers readers = token_readers();
-  const Octets token = ByHand(rich_token());
+  const Octets token = ByHand(token_of_all_parts());
   ASSERT_EQ(token_readers()[6](token).code, QEX_OK);
-  const Octets info = der::octet_string(rich_token().tst_info);
+  const Octets info = der::octet_string(token_of_all_parts().tst_info);
   size_t replaced = 0;
   for (const Place& place : PlacesIn(token, PlaceAt(token, 0))) {
     const Octets element(token.begin() + ptrdiff_t(place.start), token.begin() + ptrdiff_t(place.end));

@@ -6,7 +6,6 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
-#include <set>
 #include <string>
 #include <vector>
 
@@ -19,15 +18,6 @@
 
 namespace qex::test {
 namespace {
-
-// Input is octets at the end of readable memory, to be changed in place.
-using Input = Guarded;
-
-using Codes = std::set<int32_t>;
-
-void expect_code(const char* name, int32_t code, const Codes& allowed) {
-  EXPECT_TRUE(allowed.contains(code)) << name << " returned " << code;
-}
 
 // A decoder that was left stored its negative number; one that was not left 0.
 void expect_decoded_error() {
@@ -48,7 +38,7 @@ void decode_request(const uint8_t* data, uint32_t length) {
   record->size = sizeof(QEX_TSQ_DATA_EX);
   const Octets before = record.octets();
   const int32_t code = QEX_DecodeTSQ_Ex(record.get(), data, length);
-  expect_code("QEX_DecodeTSQ_Ex", code, {QEX_OK, QEX_E_SIZE, QEX_E_DECODE});
+  ExpectCode("QEX_DecodeTSQ_Ex", code, {QEX_OK, QEX_E_SIZE, QEX_E_DECODE});
   if (code == QEX_E_DECODE) {
     EXPECT_EQ(record.octets(), before);
     expect_refused_error();
@@ -65,7 +55,7 @@ void decode_request(const uint8_t* data, uint32_t length) {
 
   GuardedRecord<QEX_TSQ_DATA> brief{QEX_TSQ_DATA{}};
   const int32_t brief_code = QEX_DecodeTSQ(brief.get(), data, length);
-  expect_code("QEX_DecodeTSQ", brief_code, {QEX_OK, QEX_E_SIZE, QEX_E_DECODE});
+  ExpectCode("QEX_DecodeTSQ", brief_code, {QEX_OK, QEX_E_SIZE, QEX_E_DECODE});
   if (code != QEX_OK) {
     EXPECT_EQ(brief_code, code);
     EXPECT_EQ(brief.octets(), Octets(sizeof(QEX_TSQ_DATA), 0));
@@ -81,7 +71,7 @@ void decode_request(const uint8_t* data, uint32_t length) {
 void read_response(const uint8_t* data, uint32_t length) {
   GuardedRecord<QEX_TSR_STATUS> status;
   const int32_t code = QEX_GetTSR_Status(status.get(), data, length);
-  expect_code("QEX_GetTSR_Status", code, {QEX_OK, QEX_E_DECODE});
+  ExpectCode("QEX_GetTSR_Status", code, {QEX_OK, QEX_E_DECODE});
   if (code == QEX_OK) {
     EXPECT_TRUE(terminated(status->statusText));
     expect_decoded_error();
@@ -96,8 +86,8 @@ void read_response(const uint8_t* data, uint32_t length) {
     EXPECT_EQ(token.code, QEX_E_DECODE);
   } else {
     const bool granted = status->status == 0 || status->status == 1;
-    expect_code("QEX_GetTSR_EncodedToken", token.code,
-                granted ? Codes{QEX_OK, QEX_E_NOTOKEN} : Codes{QEX_E_REJECTED});
+    ExpectCode("QEX_GetTSR_EncodedToken", token.code,
+               granted ? Codes{QEX_OK, QEX_E_NOTOKEN} : Codes{QEX_E_REJECTED});
   }
   if (token.code != QEX_OK) {
     EXPECT_EQ(token, (Output{token.code, 4096, Octets(4096, Guarded::kFill)}));
@@ -115,7 +105,7 @@ void read_token(const uint8_t* data, uint32_t length) {
   info->size = sizeof(QEX_TSTINFO_EX);
   const Octets before = info.octets();
   const int32_t code = QEX_GetTST_TSTInfoEx(info.get(), data, length);
-  expect_code("QEX_GetTST_TSTInfoEx", code, {QEX_OK, QEX_E_SIZE, QEX_E_MISSING, QEX_E_DECODE});
+  ExpectCode("QEX_GetTST_TSTInfoEx", code, {QEX_OK, QEX_E_SIZE, QEX_E_MISSING, QEX_E_DECODE});
   if (code == QEX_E_DECODE) expect_refused_error();
   if (code == QEX_OK || code == QEX_E_SIZE || code == QEX_E_MISSING) expect_decoded_error();
   if (code == QEX_E_DECODE || code == QEX_E_MISSING) {
@@ -133,7 +123,7 @@ void read_token(const uint8_t* data, uint32_t length) {
     EXPECT_EQ(brief_code, code);
     EXPECT_TRUE(brief.untouched());
   } else {
-    expect_code("QEX_GetTST_TSTInfo", brief_code, {QEX_OK, QEX_E_SIZE});
+    ExpectCode("QEX_GetTST_TSTInfo", brief_code, {QEX_OK, QEX_E_SIZE});
     EXPECT_EQ(std::string(brief->tsaName), std::string(info->tsaName));
   }
 }
@@ -141,7 +131,7 @@ void read_token(const uint8_t* data, uint32_t length) {
 void find_certificate(const uint8_t* data, uint32_t length) {
   const Output output =
       Call(4096, [&](uint8_t* out, uint32_t* n) { return QEX_GetTST_TSACert(out, n, data, length); });
-  expect_code("QEX_GetTST_TSACert", output.code, {QEX_OK, QEX_E_BADTOKEN, QEX_E_NOCERT});
+  ExpectCode("QEX_GetTST_TSACert", output.code, {QEX_OK, QEX_E_BADTOKEN, QEX_E_NOCERT});
   if (output.code != QEX_OK) {
     EXPECT_EQ(output.octets, Octets(4096, Guarded::kFill));
   } else {
@@ -151,7 +141,7 @@ void find_certificate(const uint8_t* data, uint32_t length) {
 
 void verify_token(const uint8_t* data, uint32_t length, const Octets& certificate) {
   const int32_t code = QEX_VerifyTST_Signature(data, length, nullptr, 0);
-  expect_code(
+  ExpectCode(
       "QEX_VerifyTST_Signature", code,
       {QEX_OK, QEX_E_NOMEM, QEX_E_MISSING, QEX_E_BADTOKEN, QEX_E_SIGNATURE, QEX_E_UNSUPPORTED, QEX_E_NOCERT});
   const int32_t error = QEX_GetLastAsnError();
@@ -165,9 +155,9 @@ void verify_token(const uint8_t* data, uint32_t length, const Octets& certificat
 
   const Guarded given(certificate);
   const int32_t with_given = QEX_VerifyTST_Signature(data, length, given.data(), given.size());
-  expect_code("QEX_VerifyTST_Signature with a certificate", with_given,
-              {QEX_OK, QEX_E_NOMEM, QEX_E_BADTOKEN, QEX_E_DECODE, QEX_E_SIGNATURE, QEX_E_UNSUPPORTED,
-               QEX_E_MISMATCH});
+  ExpectCode("QEX_VerifyTST_Signature with a certificate", with_given,
+             {QEX_OK, QEX_E_NOMEM, QEX_E_BADTOKEN, QEX_E_DECODE, QEX_E_SIGNATURE, QEX_E_UNSUPPORTED,
+              QEX_E_MISMATCH});
   EXPECT_EQ(code == QEX_E_BADTOKEN, with_given == QEX_E_BADTOKEN);
 }
 
@@ -247,7 +237,7 @@ TEST_F(Malformed, FramedReplies) {
       Guarded buffer(Octets(data, data + length));
       uint32_t unpacked = length, status = kUnset;
       const int32_t code = QEX_UnpackTSR(buffer.data(), &unpacked, &status, transport);
-      expect_code("QEX_UnpackTSR", code, {QEX_OK, QEX_E_ARG, QEX_E_LENGTH, QEX_E_FRAMING});
+      ExpectCode("QEX_UnpackTSR", code, {QEX_OK, QEX_E_ARG, QEX_E_LENGTH, QEX_E_FRAMING});
       EXPECT_NE(status, kUnset);
       if (code == QEX_OK) {
         EXPECT_LE(unpacked, length);
@@ -270,7 +260,7 @@ TEST_F(Malformed, TstInfoInsideAToken) {
     maker.tst_info = Octets(data, data + length);
     maker.certificates.clear();
     maker.signers.clear();
-    const Input token(maker.encode());
+    const Guarded token(maker.encode());
     read_token(token.data(), token.size());
   });
 }
@@ -316,10 +306,10 @@ TEST_F(Malformed, CertificateOfTheCaller) {
     const int32_t code = QEX_VerifyTST_Signature(guarded_token.data(), guarded_token.size(), data, length);
     const bool whole = Octets(data, data + length) == AuthorityCertificate();
     // A length of 0 means no certificate; and only the certificate that is named can verify.
-    expect_code("QEX_VerifyTST_Signature", code,
-                whole || length == 0 ? Codes{QEX_OK}
-                                     : Codes{QEX_E_ARG, QEX_E_NOMEM, QEX_E_MISSING, QEX_E_SIGNATURE,
-                                             QEX_E_UNSUPPORTED, QEX_E_MISMATCH});
+    ExpectCode("QEX_VerifyTST_Signature", code,
+               whole || length == 0 ? Codes{QEX_OK}
+                                    : Codes{QEX_E_ARG, QEX_E_NOMEM, QEX_E_MISSING, QEX_E_SIGNATURE,
+                                            QEX_E_UNSUPPORTED, QEX_E_MISMATCH});
     if (code == QEX_E_SIGNATURE || code == QEX_E_MISMATCH || code == QEX_E_UNSUPPORTED)
       expect_decoded_error();
     if (code == QEX_E_ARG) expect_refused_error();
@@ -332,7 +322,7 @@ TEST_F(Malformed, DeepNestingIsRefused) {
       der::concat(Octets{0x30, 0x80}, der::oid("1.3.6.1.4.1.311.3.2.1"), Octets{0xA0, 0x80});
   Octets nested;
   for (int i = 0; i < 100000; ++i) nested.insert(nested.end(), layer_head.begin(), layer_head.end());
-  const Input input(nested);
+  const Guarded input(nested);
   GuardedRecord<QEX_TSTINFO> record;
   EXPECT_EQ(QEX_GetTST_TSTInfo(record.get(), input.data(), input.size()), QEX_E_DECODE);
   uint32_t length = 0;
@@ -344,7 +334,7 @@ TEST_F(Malformed, DeepNestingIsRefused) {
     for (int i = 0; i < 100000; ++i) octets.insert(octets.end(), {0x24, 0x80});
     return octets;
   }();
-  const Input strings(constructed);
+  const Guarded strings(constructed);
   EXPECT_EQ(QEX_GetTST_TSTInfo(record.get(), strings.data(), strings.size()), QEX_E_DECODE);
 }
 
@@ -361,7 +351,7 @@ TEST_F(Malformed, AnnouncedLengthsTakeNoMemory) {
       der::concat(Octets{0x30}, huge, Octets{0x30}, huge, Octets{0x02, 0x01, 0x00, 0x03}, huge, Octets{0x00}),
   };
   for (const Octets& octets : inputs) {
-    const Input input(octets);
+    const Guarded input(octets);
     decode_request(input.data(), input.size());
     read_response(input.data(), input.size());
     read_token(input.data(), input.size());
