@@ -3,13 +3,12 @@
 
 #include "tests/asn1/samples.h"
 #include "tests/support/codec.h"
+#include "tests/support/codec_errors.h"
 
 namespace qex::test {
 namespace {
 
 using namespace der;
-
-constexpr const char* kNoDecoder = "ERROR - ANY Decode routine is NULL\n";
 
 const Octets kCrl =
     sequence(sequence(sample::sha256_with_rsa(), sample::name("CA"), utc_time("260101000000Z")),

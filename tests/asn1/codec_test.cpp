@@ -10,6 +10,7 @@
 #include "asn1/x520.h"
 #include "tests/asn1/samples.h"
 #include "tests/support/codec.h"
+#include "tests/support/codec_errors.h"
 #include "tests/support/failing_alloc.h"
 
 namespace qex::test {
@@ -17,13 +18,8 @@ namespace {
 
 using namespace der;
 
-constexpr const char* kBadEoc = "BDecEoc: ERROR - non zero byte in EOC or end of data reached\n";
-constexpr const char* kBadSecondOctet = "ERROR - second octet of EOC not zero\n";
-constexpr const char* kNoDecoder = "ERROR - ANY Decode routine is NULL\n";
-
-const Octets kImprint = sequence(sample::sha256(), octet_string(hex("0102")));
 // The fields of a request, all of them and the two mandatory ones.
-const Octets kMandatory = concat(integer(1), kImprint);
+const Octets kMandatory = concat(integer(1), sequence(sample::sha256(), octet_string(hex("0102"))));
 const Octets kPolicy = oid("1.2.3.4");
 const Octets kNonce = integer(5);
 const Octets kCertReq = boolean(true);
@@ -429,11 +425,6 @@ TEST(OpenType, InAnExplicitTagAnIndefiniteLengthEndsAfterTheValue) {
 
 // --- Memory --------------------------------------------------------------------------------
 
-Octets token_sample() {
-  return sample::token(
-      sample::signed_data(context(0, sample::certificate(), context(2, sample::ac_fields()))));
-}
-
 // An announced length is compared with the remaining data, not believed.
 TEST(CodecMemory, NothingIsAllocatedOnTheWordOfALength) {
   const Octets id = oid(sample::kData);
@@ -458,7 +449,7 @@ TEST(CodecMemory, NothingIsAllocatedOnTheWordOfALength) {
 // released with the value.
 TEST(CodecMemory, EveryFailingAllocationRaisesMinus27) {
   ASSERT_TRUE(RegisterOpenTypes());
-  const Octets in = token_sample();
+  const Octets in = sample::token_with_certificates();
   bool decoded = false;
   for (size_t allowed = 0; !decoded; ++allowed) {
     ASSERT_LT(allowed, 1000u);
@@ -488,7 +479,7 @@ TEST(CodecMemory, EveryFailingAllocationRaisesMinus27) {
 
 // An encoder whose allocation fails marks the chain and still counts the octets that it would have written.
 TEST(CodecMemory, AnEncoderWithoutMemoryMarksTheChain) {
-  const Octets in = token_sample();
+  const Octets in = sample::token_with_certificates();
   Decoded v(TOP(ContentInfo), in);
   ASSERT_EQ(v.outcome, kDecoded);
   const BlockSize small(16);

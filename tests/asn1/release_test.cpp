@@ -60,13 +60,8 @@ void expect_released_once(const Routines<R>& routines, const Type& type, const O
   EXPECT_EQ(LiveBlocks(), before);
 }
 
-Octets token_sample() {
-  return sample::token(
-      sample::signed_data(context(0, sample::certificate(), context(2, sample::ac_fields()))));
-}
-
 TEST(Release, MayBeRepeated) {
-  expect_released_once(TOP(ContentInfo), kContentInfo, token_sample());
+  expect_released_once(TOP(ContentInfo), kContentInfo, sample::token_with_certificates());
   expect_released_once(TOP(Certificate), kCertificate, sample::certificate());
   expect_released_once(NESTED(PersonalName), kPersonalName, set(hex("800161"), hex("810162")));
   expect_released_once(NESTED(GeneralName), kGeneralName, sample::directory_name("x"));

@@ -113,6 +113,10 @@ inline Octets signed_data(const Octets& certificates = {}, const Octets& crls = 
 inline Octets token(const Octets& signed_data_value) {
   return der::sequence(der::oid(kSignedDataId), der::context(0, signed_data_value));
 }
+// token_with_certificates has a certificate and an attribute certificate.
+inline Octets token_with_certificates() {
+  return token(signed_data(der::context(0, certificate(), der::context(2, ac_fields()))));
+}
 
 }  // namespace qex::test::sample
 

@@ -8,6 +8,7 @@
 
 #include "ber/primitives.h"
 #include "tests/ber/trailing_zeros.h"
+#include "tests/support/codec_errors.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/octets.h"
@@ -26,8 +27,8 @@ const Outcome kBitsTag = {
 const Outcome kOctsShort = {-18, "BDecConsOctetString: ERROR - attempt to decode past end of data\n"};
 const Outcome kOctsTag = {
     -19, "BDecConsOctetString: ERROR - decoded non-OCTET STRING tag inside a constructed OCTET STRING\n"};
-const Outcome kTagPastEnd = {-26, "BDecTag: ERROR - decoded past the end of data\n"};
-const Outcome kBadEoc = {-28, "ERROR - second octet of EOC not zero\n"};
+const Outcome kNoNextTag = {-26, kTagPastEnd};
+const Outcome kHalfEoc = {-28, kBadSecondOctet};
 const Outcome kNoMemory = {-27, ""};
 
 // Each test starts as the process does: no BIT STRING has ended in unused bits.
@@ -114,12 +115,12 @@ TEST_F(Constructed, OctetStringFailures) {
       {"24 80 04 01", kOctsShort},
       {"24 80 04 80 61 00 00", kOctsShort},
       {"24 80 04 84 FF FF FF FE 61", kOctsShort},
-      {"24 80 00 01", kBadEoc},
-      {"24 80 00", kBadEoc},
-      {"24 80 24 80 00 00 00 05", kBadEoc},
-      {"24 80 04 01 61", kTagPastEnd},
-      {"24 80", kTagPastEnd},
-      {"24 84 FF FF FF FE 04 01 61", kTagPastEnd},
+      {"24 80 00 01", kHalfEoc},
+      {"24 80 00", kHalfEoc},
+      {"24 80 24 80 00 00 00 05", kHalfEoc},
+      {"24 80 04 01 61", kNoNextTag},
+      {"24 80", kNoNextTag},
+      {"24 84 FF FF FF FE 04 01 61", kNoNextTag},
       {"24 80 04", {-13, "BDecLen: ERROR - decoded past end of data\n"}},
       {"24 80 04 82 01", {-15, "BDecLen: ERROR - decoded past end of data\n"}},
       {"24 80 04 85", {-14, "BDecLen: ERROR - length overflow\n"}},
@@ -224,9 +225,9 @@ TEST_F(Constructed, BitStringFailures) {
       {"23 03 24 01 00", kBitsTag},
       {"23 03 04 01 00", kBitsTag},
       {"23 02 00 00", kBitsTag},
-      {"23 80 00 01", kBadEoc},
-      {"23 80 00", kBadEoc},
-      {"23 80 03 02 00 FF", kTagPastEnd},
+      {"23 80 00 01", kHalfEoc},
+      {"23 80 00", kHalfEoc},
+      {"23 80 03 02 00 FF", kNoNextTag},
   };
   for (const auto& c : cases) {
     lastUnusedBits = 0;
@@ -329,7 +330,7 @@ TEST_F(Constructed, AMillionIndefiniteLevelsDecodeOnASmallStack) {
       EXPECT_LE(LargestRequest(), 16 * kLevels);
 
       Input unfinished(open);
-      EXPECT_EQ((tag == 0x24 ? octs_from(unfinished) : bits_from(unfinished)).outcome, kTagPastEnd);
+      EXPECT_EQ((tag == 0x24 ? octs_from(unfinished) : bits_from(unfinished)).outcome, kNoNextTag);
     });
   }
 }

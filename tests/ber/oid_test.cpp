@@ -32,10 +32,6 @@ const Example kExamples[] = {
     {"90808080 4f", {2, 4294967295u}, "{2 4294967295}"},
 };
 
-AsnOid oid_of(const Octets& octets) {
-  return {static_cast<uint32_t>(octets.size()), octets.data()};
-}
-
 std::vector<uint32_t> numbers_of(const AsnArc* arcs) {
   std::vector<uint32_t> numbers;
   for (; arcs != nullptr; arcs = arcs->next) numbers.push_back(arcs->number);
@@ -109,21 +105,21 @@ TEST(AsnOid, AnAllocationThatFailsRaisesMinus27WithoutAText) {
 }
 
 TEST(AsnOid, PrintShowsTheArcs) {
-  for (const Example& e : kExamples) EXPECT_EQ(printed(oid_of(FromHex(e.octets))), e.text);
+  for (const Example& e : kExamples) EXPECT_EQ(printed(OidOf(FromHex(e.octets))), e.text);
 }
 
 TEST(AsnOid, PrintOfAnInvalidIdentifierStaysInside) {
   EXPECT_EQ(printed(AsnOid{}), "{}");
-  EXPECT_EQ(printed(oid_of(FromHex("2a 86"))), "{1 2 6}");  // cut off
-  EXPECT_EQ(printed(oid_of(FromHex("80"))), "{0 0}");
-  EXPECT_EQ(printed(oid_of(FromHex("2a 90 80 80 80 01"))), "{1 2 1}");  // 2^32 + 1
+  EXPECT_EQ(printed(OidOf(FromHex("2a 86"))), "{1 2 6}");  // cut off
+  EXPECT_EQ(printed(OidOf(FromHex("80"))), "{0 0}");
+  EXPECT_EQ(printed(OidOf(FromHex("2a 90 80 80 80 01"))), "{1 2 1}");  // 2^32 + 1
 }
 
 TEST(AsnOid, EqualityIsOfCountAndOctets) {
   const Octets a = FromHex("2a0304");
   const Octets b = FromHex("2a0305");
-  EXPECT_TRUE(AsnOidEqual(oid_of(a), oid_of(Octets(a))));
-  EXPECT_FALSE(AsnOidEqual(oid_of(a), oid_of(b)));
+  EXPECT_TRUE(AsnOidEqual(OidOf(a), OidOf(Octets(a))));
+  EXPECT_FALSE(AsnOidEqual(OidOf(a), OidOf(b)));
   EXPECT_FALSE(AsnOidEqual({2, a.data()}, {3, a.data()}));
   EXPECT_TRUE(AsnOidEqual({2, a.data()}, {2, b.data()}));
   EXPECT_TRUE(AsnOidEqual(AsnOid{}, {0, a.data()}));
@@ -132,7 +128,7 @@ TEST(AsnOid, EqualityIsOfCountAndOctets) {
 TEST(AsnOid, ToArcsAndBack) {
   for (const Example& e : kExamples) {
     const Octets octets = FromHex(e.octets);
-    AsnArc* arcs = AsnOidToArcs(oid_of(octets));
+    AsnArc* arcs = AsnOidToArcs(OidOf(octets));
     EXPECT_EQ(numbers_of(arcs), e.arcs);
     EXPECT_EQ(AsnArcsEncodedSize(arcs), octets.size());
     AsnOid oid{};
@@ -162,7 +158,7 @@ TEST(AsnOid, ArcsWithoutMemory) {
   const long before = LiveBlocks();
   for (size_t allowed = 0; allowed < 4; ++allowed) {
     const FailingAlloc failing(allowed);
-    EXPECT_EQ(AsnOidToArcs(oid_of(octets)), nullptr);
+    EXPECT_EQ(AsnOidToArcs(OidOf(octets)), nullptr);
     EXPECT_EQ(LiveBlocks(), before);
   }
   const FailingAlloc failing(0);

@@ -3,17 +3,15 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/support/codec_errors.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/octets.h"
 
 namespace qex::test {
 namespace {
 
-constexpr char kTagPastEnd[] = "BDecTag: ERROR - decoded past the end of data\n";
 constexpr char kLenPastEnd[] = "BDecLen: ERROR - decoded past end of data\n";
 constexpr char kLenOverflow[] = "BDecLen: ERROR - length overflow\n";
-constexpr char kBadEoc[] = "BDecEoc: ERROR - non zero byte in EOC or end of data reached\n";
-constexpr char kBadSecond[] = "ERROR - second octet of EOC not zero\n";
 
 TEST(BDecTag, IdentifierOctetsAreKeptLeftAligned) {
   const struct {
@@ -146,7 +144,7 @@ TEST(BDecSecondEocOctet, AZeroOctetIsCountedAndAnythingElseRefused) {
   for (const char* octets : {"01", ""}) {
     Input in(octets);
     EXPECT_EQ(OutcomeOf([&](AsnJmpEnv& env) { BDecSecondEocOctet(in.handle(), &bytes, env); }),
-              (Outcome{-28, kBadSecond}));
+              (Outcome{-28, kBadSecondOctet}));
   }
 }
 

@@ -52,6 +52,11 @@ inline std::string ToHex(const AsnOid& v) {
   return ToHex(v.octs, v.count);
 }
 
+// OidOf is an identifier of these contents octets, which it does not own.
+inline AsnOid OidOf(const Octets& contents) {
+  return {uint32_t(contents.size()), contents.data()};
+}
+
 inline Octets operator+(Octets a, const Octets& b) {
   a.insert(a.end(), b.begin(), b.end());
   return a;
