@@ -17,33 +17,33 @@ using Types = std::vector<const Type*>;
 Types all_types() {
   return {std::begin(kAllTypes), std::end(kAllTypes)};
 }
-std::string refusal(const Types& types) {
+std::string list_refusal(const Types& types) {
   return RefusalOf([&] { all_types_are_listed(types); });
 }
 
 TEST(AllTypes, AreThoseOfTheCodesInTheirOrder) {
-  EXPECT_EQ(refusal(all_types()), "");
+  EXPECT_EQ(list_refusal(all_types()), "");
 }
 
 TEST(AllTypes, TwoTypesThatChangePlacesAreRefused) {
   Types types = all_types();
   std::swap(types[5], types[6]);
-  EXPECT_EQ(refusal(types), kAnother);
+  EXPECT_EQ(list_refusal(types), kAnother);
 }
 
 TEST(AllTypes, ATypeThatIsMissingIsRefused) {
   Types inTheMiddle = all_types();
   inTheMiddle.erase(inTheMiddle.begin() + 5);
-  EXPECT_EQ(refusal(inTheMiddle), kAnother);
+  EXPECT_EQ(list_refusal(inTheMiddle), kAnother);
   Types atTheEnd = all_types();
   atTheEnd.pop_back();
-  EXPECT_EQ(refusal(atTheEnd), kAnother);
+  EXPECT_EQ(list_refusal(atTheEnd), kAnother);
 }
 
 TEST(AllTypes, ATypeTooManyIsRefused) {
   Types types = all_types();
   types.push_back(types.back());
-  EXPECT_EQ(refusal(types), "kAllTypes lists a type twice");
+  EXPECT_EQ(list_refusal(types), "kAllTypes lists a type twice");
 }
 
 }  // namespace

@@ -130,14 +130,14 @@ TEST(AttributeCertificate, Failures) {
 
 // --- The version-1 place of a certificate set ---------------------------------------------
 
-struct Form {
+struct SubjectForm {
   const char* name;
   Octets fields;
   bool version;
   AsnInt subject;
 };
 
-std::vector<Form> forms() {
+std::vector<SubjectForm> forms() {
   const Octets serial = context(0, sample::issuer_serial("CA")),
                names = context(1, sample::general_names("x"));
   return {
@@ -151,7 +151,7 @@ std::vector<Form> forms() {
 }
 
 TEST(AttributeCertificateV1, EveryFormIsWrittenBackAsItCame) {
-  for (const Form& form : forms()) {
+  for (const SubjectForm& form : forms()) {
     SCOPED_TRACE(form.name);
     const Octets choice = context(1, form.fields);
     Decoded v(NESTED(CertificateChoices), choice);

@@ -9,24 +9,25 @@ namespace {
 
 using namespace der;
 
-const auto kPolicyRoutines = TOP_AS(SignaturePolicyIdentifier, SignaturePolicyIdentifierAttrParams);
+const auto kSignaturePolicyRoutines = TOP_AS(SignaturePolicyIdentifier, SignaturePolicyIdentifierAttrParams);
 const auto kSignerRoutines = TOP_AS(SignerAttribute, SignerAttributeAttrParams);
 const Octets kHash = sequence(sample::sha256(), octet_string(hex("0102")));
 
 TEST(SignaturePolicyIdentifier, IsAPolicyOrImplied) {
   const Octets policy = sequence(oid("1.2.3"), kHash);
-  Decoded v(kPolicyRoutines, policy);
+  Decoded v(kSignaturePolicyRoutines, policy);
   ASSERT_EQ(v.outcome, kDecoded);
   ASSERT_EQ(v->choice, SignaturePolicyIdentifier::kPolicyId);
   EXPECT_EQ(ToHex(v->signaturePolicyId->sigPolicyIdentifier), "2a03");
   EXPECT_EQ(ToHex(v->signaturePolicyId->sigPolicyHash->hashValue), "0102");
   EXPECT_EQ(v->signaturePolicyId->sigPolicyQualifiers, nullptr);
-  ExpectRoundTrip(kPolicyRoutines, policy);
-  Decoded implied(kPolicyRoutines, hex("0500"));
+  ExpectRoundTrip(kSignaturePolicyRoutines, policy);
+  Decoded implied(kSignaturePolicyRoutines, hex("0500"));
   ASSERT_EQ(implied.outcome, kDecoded);
   EXPECT_EQ(implied->choice, SignaturePolicyIdentifier::kPolicyImplied);
-  ExpectRoundTrip(kPolicyRoutines, hex("0500"));
-  ExpectRefused(kPolicyRoutines, hex("3100"), site_code(kSignaturePolicyIdentifier, Site::Unexpected),
+  ExpectRoundTrip(kSignaturePolicyRoutines, hex("0500"));
+  ExpectRefused(kSignaturePolicyRoutines, hex("3100"),
+                site_code(kSignaturePolicyIdentifier, Site::Unexpected),
                 "ERROR - unexpected tag in CHOICE\n");
 }
 

@@ -13,7 +13,7 @@ using namespace der;
 constexpr const char* kSignedDataId = "1.2.840.113549.1.7.2";
 constexpr const char* kDataId = "1.2.840.113549.1.7.1";
 
-using Wrap = std::function<Octets(const Octets& identifier, const Octets& value)>;
+using Surround = std::function<Octets(const Octets& identifier, const Octets& value)>;
 
 Octets sha256() {
   return algorithm("2.16.840.1.101.3.4.2.1");
@@ -51,7 +51,7 @@ Octets through_name(const Octets& identifier, const Octets& value) {
 
 // A ContentInfo with `depth` nested open types, each of the shape that `wrap` gives; the innermost one is an
 // OCTET STRING.
-Octets nested(size_t depth, const char* identifier, const Wrap& wrap) {
+Octets nested(size_t depth, const char* identifier, const Surround& wrap) {
   Octets id = oid(kDataId), value = octet_string({});
   for (size_t i = 1; i < depth; ++i) {
     value = wrap(id, value);
@@ -63,7 +63,7 @@ Octets nested(size_t depth, const char* identifier, const Wrap& wrap) {
 struct Way {
   const char* name;
   const char* identifier;
-  Wrap wrap;
+  Surround wrap;
 };
 const Way kWays[] = {
     {"holder", kSignedDataId, through_holder},

@@ -32,7 +32,7 @@ TEST(PrimitiveCodecs, AValueWithoutOctetsOfItsOwnIsNeverAbsentAndNeverReleased) 
   for (const Codec* codec : {&kIntCodec, &kBoolCodec, &kNullCodec}) EXPECT_EQ(codec->free, nullptr);
 }
 
-struct Row {
+struct CodecRow {
   const char* name;
   const Codec* codec;
   AsnTag tag;
@@ -42,7 +42,7 @@ struct Row {
 };
 
 // Contents octets of X.690, 8.2 (BOOLEAN), 8.3, 8.6, 8.7, 8.8 and 8.19.
-const Row kRows[] = {
+const CodecRow kRows[] = {
     {"INTEGER", &kIntCodec, 0x02000000, sizeof(AsnInt), "ff7f", "-129"},
     {"BOOLEAN", &kBoolCodec, 0x01000000, sizeof(AsnBool), "ff", "TRUE"},
     {"NULL", &kNullCodec, 0x05000000, sizeof(AsnNull), "", "NULL"},
@@ -52,7 +52,7 @@ const Row kRows[] = {
 };
 
 TEST(PrimitiveCodecs, EachTypeIsDecodedWrittenBackAndReleased) {
-  for (const Row& row : kRows) {
+  for (const CodecRow& row : kRows) {
     SCOPED_TRACE(row.name);
     const Octets contents = FromHex(row.contents);
     alignas(std::max_align_t) uint8_t record[sizeof(AsnOcts) + sizeof(AsnBits)] = {};

@@ -34,7 +34,7 @@ Field open_field() {
   return f;
 }
 
-std::string refusal(Kind kind, const Fields& fields) {
+std::string fields_refusal(Kind kind, const Fields& fields) {
   return RefusalOf([&] { check_fields("Record", kind, fields); });
 }
 
@@ -69,33 +69,33 @@ TEST(Schema, TheMandatoryFieldsEndWithTheLastOfThem) {
 
 TEST(Schema, AnOpenTypeComesAfterItsIdentifier) {
   constexpr const char* kLater = "defined_by names a field that does not come before the open type";
-  EXPECT_EQ(refusal(Kind::Sequence, {kIdentifier, open_field()}), "");
-  EXPECT_EQ(refusal(Kind::Sequence, {kIdentifier, kNumber, open_field()}), "");
-  EXPECT_EQ(refusal(Kind::Sequence, {open_field(), kIdentifier}), kLater);
-  EXPECT_EQ(refusal(Kind::Sequence, {kNumber, open_field(), kIdentifier}), kLater);
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {kIdentifier, open_field()}), "");
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {kIdentifier, kNumber, open_field()}), "");
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {open_field(), kIdentifier}), kLater);
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {kNumber, open_field(), kIdentifier}), kLater);
 }
 
 TEST(Schema, AnOpenTypeIsAFieldOfASequence) {
-  EXPECT_EQ(refusal(Kind::Set, {kIdentifier, open_field()}),
+  EXPECT_EQ(fields_refusal(Kind::Set, {kIdentifier, open_field()}),
             "an open type is a field of a SEQUENCE, where its identifier comes first");
 }
 
 TEST(Schema, AnOpenTypeNamesItsIdentifier) {
   Field open = open_field();
   open.definedBy = -1;
-  EXPECT_EQ(refusal(Kind::Sequence, {kIdentifier, open}), "an open type is declared with defined_by");
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {kIdentifier, open}), "an open type is declared with defined_by");
 }
 
 TEST(Schema, AnAnyIsHeldInTheRecord) {
   Field open = open_field();
   open.held = Held::Pointer;
-  EXPECT_EQ(refusal(Kind::Sequence, {kIdentifier, open}), "an ANY is held in the record itself");
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {kIdentifier, open}), "an ANY is held in the record itself");
 }
 
 TEST(Schema, AnIdentifierIsMandatory) {
   Field identifier = kIdentifier;
   identifier.need = Need::Optional;
-  EXPECT_EQ(refusal(Kind::Sequence, {identifier, open_field()}),
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {identifier, open_field()}),
             "defined_by names a field that may be absent");
 }
 
@@ -103,22 +103,22 @@ TEST(Schema, AnIdentifierIsMandatory) {
 TEST(Schema, AnOpenTypeAfterAnOptionalFieldHasATag) {
   const Field optional = field(kAsnOcts, 16, Need::Optional);
   Field open = open_field();
-  EXPECT_EQ(refusal(Kind::Sequence, {kIdentifier, optional, open}),
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {kIdentifier, optional, open}),
             "an open type after an OPTIONAL field has a tag of its own");
   open.tagging = Tagging::Explicit;
-  EXPECT_EQ(refusal(Kind::Sequence, {kIdentifier, optional, open}), "");
+  EXPECT_EQ(fields_refusal(Kind::Sequence, {kIdentifier, optional, open}), "");
 }
 
 TEST(Schema, AnAlternativeIsMandatoryAndHeldByAPointer) {
   constexpr const char* kText = "an alternative is a row of must() whose member is a pointer";
   const Field good = field(kAsnInt, 8, Need::Mandatory, Held::Pointer);
-  EXPECT_EQ(refusal(Kind::Choice, {good, good}), "");
+  EXPECT_EQ(fields_refusal(Kind::Choice, {good, good}), "");
   for (const Field& bad :
        {field(kAsnInt, 8, Need::Mandatory, Held::Inline), field(kAsnInt, 8, Need::Optional, Held::Pointer),
         field(kAsnInt, 8, Need::Default, Held::Pointer)}) {
-    EXPECT_EQ(refusal(Kind::Choice, {bad, good}), kText);
-    EXPECT_EQ(refusal(Kind::Choice, {good, bad}), kText);
-    EXPECT_EQ(refusal(Kind::Choice, {good, good, bad}), kText);
+    EXPECT_EQ(fields_refusal(Kind::Choice, {bad, good}), kText);
+    EXPECT_EQ(fields_refusal(Kind::Choice, {good, bad}), kText);
+    EXPECT_EQ(fields_refusal(Kind::Choice, {good, good, bad}), kText);
   }
 }
 

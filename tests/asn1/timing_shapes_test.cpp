@@ -12,7 +12,7 @@ namespace {
 using namespace der;
 using namespace sample::timing;
 
-struct Shape {
+struct AttributeShape {
   const char* name;
   const char* id;
   Octets values;  // with their tag
@@ -20,7 +20,7 @@ struct Shape {
   size_t count;
 };
 
-std::vector<Shape> shapes() {
+std::vector<AttributeShape> shapes() {
   const Octets m = concat(metrics(1), metrics(2));
   const Octets p = concat(policy("1.2.3"), policy("1.2.4"));
   return {
@@ -34,7 +34,7 @@ std::vector<Shape> shapes() {
 }
 
 TEST(TimingAttribute, EveryShapeIsWrittenBackAsItCame) {
-  for (const Shape& shape : shapes()) {
+  for (const AttributeShape& shape : shapes()) {
     SCOPED_TRACE(shape.name);
     const Octets attribute = sequence(oid(shape.id), shape.values);
     Decoded v(NESTED(Attribute), attribute);
@@ -47,7 +47,7 @@ TEST(TimingAttribute, EveryShapeIsWrittenBackAsItCame) {
 }
 
 TEST(TimingAttribute, EveryShapeHoldsTheSameRecords) {
-  for (const Shape& shape : shapes()) {
+  for (const AttributeShape& shape : shapes()) {
     SCOPED_TRACE(shape.name);
     Decoded v(NESTED(Attribute), sequence(oid(shape.id), shape.values));
     ASSERT_EQ(v.outcome, kDecoded);

@@ -10,11 +10,11 @@ namespace {
 using namespace der;
 
 const auto kMetricsRoutines = TOP_AS(TimingMeticsObj, TimingMeticsObj);
-const auto kPolicyRoutines = TOP_AS(TimingPolicyObj, TimingPolicyObj);
+const auto kTimingPolicyRoutines = TOP_AS(TimingPolicyObj, TimingPolicyObj);
 
 // -0.25 s, and 2024-01-01 in seconds since 1900
 const Octets kQuarter = hex("300b 020100 020303d090 0201ff");
-const Octets kTime = hex("300a 020500e93c7f00 020100");
+const Octets kNewYear2024 = hex("300a 020500e93c7f00 020100");
 
 TEST(TimeValue, SignMayBeAbsent) {
   Decoded v(NESTED(TimeValue), kQuarter);
@@ -24,11 +24,11 @@ TEST(TimeValue, SignMayBeAbsent) {
   ASSERT_NE(v->sign, nullptr);
   EXPECT_EQ(*v->sign, -1);
   ExpectRoundTrip(NESTED(TimeValue), kQuarter);
-  Decoded w(NESTED(TimeValue), kTime);
+  Decoded w(NESTED(TimeValue), kNewYear2024);
   ASSERT_EQ(w.outcome, kDecoded);
   EXPECT_EQ(ToHex(w->major), "00e93c7f00");
   EXPECT_EQ(w->sign, nullptr);
-  ExpectRoundTrip(NESTED(TimeValue), kTime);
+  ExpectRoundTrip(NESTED(TimeValue), kNewYear2024);
 }
 
 TEST(TimeValue, PartsOfAnyLengthAreKept) {
@@ -49,7 +49,7 @@ TEST(TimeValue, Failures) {
 }
 
 TEST(LeapData, HasATimeAndAnAction) {
-  const Octets leap = sequence(kTime, integer(-1));
+  const Octets leap = sequence(kNewYear2024, integer(-1));
   Decoded v(NESTED(LeapData), leap);
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(ToHex(v->leapTime->major), "00e93c7f00");
@@ -59,9 +59,9 @@ TEST(LeapData, HasATimeAndAnAction) {
 }
 
 TEST(TimingMetrics, LeapEventMayBeAbsent) {
-  const Octets four = concat(kTime, kQuarter, sequence(integer(7), integer(8)), kTime);
+  const Octets four = concat(kNewYear2024, kQuarter, sequence(integer(7), integer(8)), kNewYear2024);
   for (const Octets& leap :
-       {Octets{}, set(), set(sequence(kTime, integer(1)), sequence(kTime, integer(0)))}) {
+       {Octets{}, set(), set(sequence(kNewYear2024, integer(1)), sequence(kNewYear2024, integer(0)))}) {
     const Octets metrics = sequence(four, leap);
     Decoded v(TOP(TimingMetrics), metrics);
     ASSERT_EQ(v.outcome, kDecoded);
@@ -83,7 +83,7 @@ TEST(TimingMetrics, Failures) {
   Octets before;
   for (size_t i = 0; i < 4; ++i) {
     ExpectRefused(TOP(TimingMetrics), sequence(before, null()), site_code(kTimingMetrics, Site::Missing, i));
-    before = concat(before, kTime);
+    before = concat(before, kNewYear2024);
   }
   ExpectRefused(TOP(TimingMetrics), sequence(before, sequence()), site_code(kTimingMetrics, Site::Trailing));
   ExpectRefused(kMetricsRoutines, set(null()), site_code(kTimingMeticsObj, Site::Unexpected),
@@ -108,7 +108,7 @@ TEST(TimingPolicy, IdentifiersAreBareOrPolicyInformation) {
 }
 
 TEST(TimingPolicy, EveryFieldMayBeAbsent) {
-  const Octets fields[] = {sequence(oid("1.2.3")), context(0, kQuarter), context(1, kTime)};
+  const Octets fields[] = {sequence(oid("1.2.3")), context(0, kQuarter), context(1, kNewYear2024)};
   for (unsigned chosen = 0; chosen < 8; ++chosen) {
     Octets content;
     for (unsigned i = 0; i < 3; ++i)
@@ -119,12 +119,12 @@ TEST(TimingPolicy, EveryFieldMayBeAbsent) {
     EXPECT_EQ(v->maxOffset != nullptr, (chosen & 2) != 0);
     EXPECT_EQ(v->maxDelay != nullptr, (chosen & 4) != 0);
     ExpectRoundTrip(TOP(TimingPolicy), sequence(content));
-    ExpectRoundTrip(kPolicyRoutines, set(sequence(content), sequence(content)));
+    ExpectRoundTrip(kTimingPolicyRoutines, set(sequence(content), sequence(content)));
   }
 }
 
 TEST(TimingPolicy, Failures) {
-  ExpectWrongTag(kPolicyRoutines, "BDecTimingPolicyObj: ERROR - wrong tag\n", 0x30);
+  ExpectWrongTag(kTimingPolicyRoutines, "BDecTimingPolicyObj: ERROR - wrong tag\n", 0x30);
   ExpectRefused(TOP(TimingPolicy), sequence(sequence(null())), site_code(kTimingPolicyIds, Site::Unexpected),
                 "Unexpected Tag\n");
   ExpectRefused(TOP(TimingPolicy), sequence(context(0, integer(1))),
@@ -132,7 +132,7 @@ TEST(TimingPolicy, Failures) {
   ExpectRefused(TOP(TimingPolicy), sequence(context(1, integer(1))),
                 site_code(kTimingPolicy, Site::InnerTag, 2));
   ExpectRefused(TOP(TimingPolicy), sequence(context(2)), site_code(kTimingPolicy, Site::Trailing));
-  ExpectRefused(TOP(TimingPolicy), sequence(context(1, kTime), context(0, kTime)),
+  ExpectRefused(TOP(TimingPolicy), sequence(context(1, kNewYear2024), context(0, kNewYear2024)),
                 site_code(kTimingPolicy, Site::Length));
 }
 
