@@ -131,20 +131,10 @@ const EVP_MD* digest_of(const std::string& name) {
   return name.empty() ? nullptr : EVP_get_digestbyname(name.c_str());
 }
 
-template <class T>
-Octets encoded(T* value, int (*encode)(const T*, unsigned char**)) {
-  unsigned char* octets = nullptr;
-  const int length = encode(value, &octets);
-  demand(length > 0, "does not encode");
-  Octets result(octets, octets + length);
-  OPENSSL_free(octets);
-  return result;
-}
-
 }  // namespace
 
 Octets Certificate::der() const {
-  return encoded<X509>(x509.get(), i2d_X509);
+  return DerOf<X509>(x509.get(), i2d_X509);
 }
 
 Key MakeKey(const std::string& kind) {
@@ -222,7 +212,7 @@ Octets MakeList(const ListPlan& plan) {
   if (plan.keepsExpiredSince) add_expired_on_list(list.get(), *plan.keepsExpiredSince);
   const Certificate& signer = plan.signedBy == nullptr ? *plan.issuer : *plan.signedBy;
   demand(X509_CRL_sign(list.get(), signer.key.get(), digest_of(plan.digest)) > 0, "list not signed");
-  return encoded<X509_CRL>(list.get(), i2d_X509_CRL);
+  return DerOf<X509_CRL>(list.get(), i2d_X509_CRL);
 }
 
 tool::TrustItem Item(const Octets& der) {

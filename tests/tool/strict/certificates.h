@@ -4,10 +4,12 @@
 #include <cstdint>
 #include <memory>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include <openssl/crypto.h>
 #include <openssl/evp.h>
 #include <openssl/x509.h>
 
@@ -19,6 +21,17 @@ namespace qex::test {
 inline constexpr int64_t kDay = 86400;
 inline constexpr int64_t kYear = 365 * kDay;
 inline constexpr int64_t kGenTime = 1731657600;  // 2024-11-15T08:00:00Z, that of TstInfoMaker
+
+// DerOf encodes a value by one of libcrypto's encoders, i2d_X509 and the like.
+template <class T>
+Octets DerOf(const T* value, int (*encode)(const T*, unsigned char**)) {
+  unsigned char* octets = nullptr;
+  const int length = encode(value, &octets);
+  if (length <= 0) throw std::runtime_error("does not encode");
+  Octets result(octets, octets + length);
+  OPENSSL_free(octets);
+  return result;
+}
 
 using Key = std::shared_ptr<EVP_PKEY>;
 

@@ -64,20 +64,12 @@ std::vector<Octets> attributes_of(const TokenPlan& plan, const Octets& content) 
   return attributes;
 }
 
-template <class T>
-Octets encoded(const T* value, int (*encode)(const T*, unsigned char**)) {
-  Octets octets(static_cast<size_t>(encode(value, nullptr)));
-  unsigned char* at = octets.data();
-  encode(value, &at);
-  return octets;
-}
-
 Octets signer_info(const TokenPlan& plan, const Octets& content) {
   X509* certificate = plan.signer.x509.get();
   const Octets attributes = joined(attributes_of(plan, content));
   const Octets issuerSerial =
-      der::sequence(encoded<X509_NAME>(X509_get_issuer_name(certificate), i2d_X509_NAME),
-                    encoded<ASN1_INTEGER>(X509_get0_serialNumber(certificate), i2d_ASN1_INTEGER));
+      der::sequence(DerOf<X509_NAME>(X509_get_issuer_name(certificate), i2d_X509_NAME),
+                    DerOf<ASN1_INTEGER>(X509_get0_serialNumber(certificate), i2d_ASN1_INTEGER));
   const std::string algorithm = plan.signature_algorithm.empty()
                                     ? algorithm_of(plan.signer, plan.signature_digest.value_or(plan.digest))
                                     : plan.signature_algorithm;
@@ -104,7 +96,7 @@ Octets Hash(const std::string& digest, const Octets& data) {
 
 Octets DigestIdentifier(const std::string& digest) {
   const ASN1_OBJECT* identifier = OBJ_nid2obj(EVP_MD_get_type(EVP_get_digestbyname(digest.c_str())));
-  return der::sequence(encoded<ASN1_OBJECT>(identifier, i2d_ASN1_OBJECT));
+  return der::sequence(DerOf<ASN1_OBJECT>(identifier, i2d_ASN1_OBJECT));
 }
 
 Octets TokenPlan::encode() const {
