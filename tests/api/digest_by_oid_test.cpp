@@ -12,12 +12,6 @@
 namespace qex::test {
 namespace {
 
-AlgorithmIdentifier algorithm_of(const Octets& contents) {
-  AlgorithmIdentifier algorithm{};
-  algorithm.algorithm = {uint32_t(contents.size()), contents.data()};
-  return algorithm;
-}
-
 // Digests of "abc" (FIPS 180-4 examples, RFC 1321).
 const struct {
   const char* algorithm;
@@ -38,7 +32,7 @@ TEST(DigestByOid, DigestsWithTheAlgorithmThatIsNamed) {
     Input input(Octets{'a', 'b', 'c'});
     const Octets contents = der::oid_content(row.algorithm);
     DigestValue digest;
-    DigestByOid(input.block(), algorithm_of(contents), &digest);
+    DigestByOid(input.block(), {OidOf(contents), {}}, &digest);
     EXPECT_EQ(ToHex(digest.octets, digest.length), row.digest) << row.algorithm;
   }
 }
@@ -49,7 +43,7 @@ TEST(DigestByOid, TakesAllBlocksFromTheFirstOn) {
     const Octets contents = der::oid_content(row.algorithm);
     ExpBuf* const last = ExpBufLast(input.block());
     DigestValue digest;
-    DigestByOid(last, algorithm_of(contents), &digest);
+    DigestByOid(last, {OidOf(contents), {}}, &digest);
     EXPECT_EQ(ToHex(digest.octets, digest.length), row.digest) << row.algorithm;
   }
 }
@@ -59,7 +53,7 @@ TEST(DigestByOid, ReadBlocksAreDigestedToo) {
   for (int i = 0; i < 3; ++i) ExpBufGetByte(input.handle());
   const Octets contents = der::oid_content(kSha256);
   DigestValue digest;
-  DigestByOid(input.block(), algorithm_of(contents), &digest);
+  DigestByOid(input.block(), {OidOf(contents), {}}, &digest);
   EXPECT_EQ(ToHex(digest.octets, digest.length), kOfAbc[2].digest);
 }
 
@@ -70,7 +64,7 @@ TEST(DigestByOid, UnknownAlgorithmLeavesTheDigestUnchanged) {
     const Octets contents = der::oid_content(unknown);
     DigestValue digest;
     std::memset(digest.octets, 0xA5, sizeof digest.octets);
-    DigestByOid(input.block(), algorithm_of(contents), &digest);
+    DigestByOid(input.block(), {OidOf(contents), {}}, &digest);
     EXPECT_EQ(digest.length, 0u);
     for (const uint8_t octet : digest.octets) EXPECT_EQ(octet, 0xA5);
   }

@@ -9,6 +9,7 @@
 #include "asn1/cms.h"
 #include "asn1/timestamp.h"
 #include "tests/support/codec.h"
+#include "tests/support/codec_errors.h"
 #include "tests/support/der_tree.h"
 #include "tests/support/fresh_process.h"
 #include "tests/support/other_makers.h"
@@ -16,9 +17,6 @@
 
 namespace qex::test {
 namespace {
-
-constexpr const char* kPolicy = "1.3.6.1.4.1.32473.1";
-constexpr int32_t kUnknownType = -44;
 
 // --- Requests and replies --------------------------------------------------------------
 
@@ -44,18 +42,18 @@ void expect_request(const Octets& octets, const char* hash, size_t hash_length, 
 
 TEST(OtherMakers, RequestsAreReadAndWrittenBack) {
   int met = 0;
-  for (const PeerSample& sample : Records("bouncycastle", "token_", 37)) {
+  for (const PeerSample& sample : PeerSamples("bouncycastle", "token_", 37)) {
     if (!sample.has("Reply")) continue;
     SCOPED_TRACE(sample["Name"]);
     const bool full = sample.with_certificate();
-    expect_request(sample.file("request_" + sample["Reply"] + ".der"), kSha256, 32, full ? kPolicy : "", full,
-                   sample["Nonce"]);
+    expect_request(sample.file("request_" + sample["Reply"] + ".der"), kSha256, 32, full ? kSamplePolicy : "",
+                   full, sample["Nonce"]);
     ++met;
   }
   EXPECT_EQ(met, 13);
   expect_request(BouncyCastleFile("request_sha1_bare.der"), kSha1, 20, "", false, "");
-  expect_request(BouncyCastleFile("request_sha512_cert.der"), kSha512, 64, kPolicy, true, "");
-  ExpectWrittenBack(TOP(TimeStampReq), Records("openssl_dsa", "token_", 12)[0].file("request.der"));
+  expect_request(BouncyCastleFile("request_sha512_cert.der"), kSha512, 64, kSamplePolicy, true, "");
+  ExpectWrittenBack(TOP(TimeStampReq), PeerSamples("openssl_dsa", "token_", 12)[0].file("request.der"));
 }
 
 TEST(OtherMakers, RepliesHoldTheirTokens) {
@@ -130,7 +128,7 @@ TEST(OtherMakers, TstInfoHasItsOriginalValues) {
       return text;
     };
     EXPECT_EQ(info->version, 1u);
-    EXPECT_STREQ(info->policy, kPolicy);
+    EXPECT_STREQ(info->policy, kSamplePolicy);
     EXPECT_STREQ(info->hashAlgorithm, kSha256);
     EXPECT_EQ(OctetsOfField(info->hashedMessage, info->hashedMessageLength),
               Digest(kSha256, der::octets("the data to be stamped\n")));
@@ -197,7 +195,7 @@ TEST(OtherMakers, TokensOfTheSecondVersionVerifyWithTheSwitch) {
 
 TEST(OtherMakers, CertificateOfAnotherKeyIsRefused) {
   const std::string keys[] = {"rsa2048", "dsa1024_160", "dsa2048_224", "dsa2048_256"};
-  for (const PeerSample& sample : Records("bouncycastle", "token_", 37)) {
+  for (const PeerSample& sample : PeerSamples("bouncycastle", "token_", 37)) {
     if (sample.with_protection()) continue;
     SCOPED_TRACE(sample["Name"]);
     for (const std::string& key : keys) {
@@ -223,7 +221,7 @@ TEST(OtherMakers, TokensWithAnAttributeOfAnUnknownTypeDoNotDecode) {
     };
     const ErrorCapture report;
     expect_code(Verify(octets), QEX_E_BADTOKEN);
-    EXPECT_EQ(report.text(), "ERROR - ANY Decode routine is NULL\n");
+    EXPECT_EQ(report.text(), kNoDecoder);
     expect_code(Verify(octets, sample.certificate()), QEX_E_BADTOKEN);
     expect_code(AskLength(TsaCert(octets)).code, QEX_E_BADTOKEN);
     GuardedRecord<QEX_TSTINFO_EX> info;

@@ -48,12 +48,7 @@ Octets in_ber(const Octets& der_token) {
   return der::indefinite(0x30, type, der::indefinite(0xA0, der::indefinite(0x30, content(content(tagged)))));
 }
 
-const Octets kWithoutContent = der::sequence(der::oid(kSignedData));
-const Octets kOfData =
-    der::sequence(der::oid(kData), der::context(0, der::octet_string(der::octets("plain"))));
-
 using enum CertificateParts::Kind;
-constexpr CertificateParts::Kind kPlain = kCertificate;
 
 // --- Both exports ------------------------------------------------------------------------------
 
@@ -103,12 +98,12 @@ TEST_P(BothRewritings, WithoutAnOutputDoNotReturnTheLength) {
       EXPECT_EQ(QEX_GetLastAsnError(), 0);
     }
   }
-  EXPECT_EQ(AskLength(Rewriting(GetParam(), kWithoutContent), 9), (Output{QEX_E_MISSING, 9, {}}));
+  EXPECT_EQ(AskLength(Rewriting(GetParam(), TokenWithoutContent()), 9), (Output{QEX_E_MISSING, 9, {}}));
   EXPECT_EQ(AskLength(Rewriting(GetParam(), {0x30, 0x00}), 9), (Output{QEX_E_DECODE, 9, {}}));
 }
 
 TEST_P(BothRewritings, WriteTokensWithoutSignedDataBackAsTheyAre) {
-  for (const Octets& token : {kWithoutContent, kOfData}) {
+  for (const Octets& token : {TokenWithoutContent(), TokenOfData()}) {
     EXPECT_EQ(rewritten(GetParam(), token, token.size()), output_of(QEX_OK, token));
     EXPECT_EQ(Call(uint32_t(token.size() - 1), Rewriting(GetParam(), token)),
               (Output{QEX_E_SIZE, uint32_t(token.size()), Octets(token.size() - 1, Guarded::kFill)}));
@@ -372,8 +367,14 @@ std::vector<Octets> tokens_without_attribute_certificates() {
   const Octets no_set = ByHand(parts);
   parts.certificates.emplace();
   const Octets empty_set = ByHand(parts);
-  return {plain,           with_other, no_set,        empty_set,
-          kWithoutContent, kOfData,    in_ber(plain), der::concat(plain, Octets{0xDE, 0xAD})};
+  return {plain,
+          with_other,
+          no_set,
+          empty_set,
+          TokenWithoutContent(),
+          TokenOfData(),
+          in_ber(plain),
+          der::concat(plain, Octets{0xDE, 0xAD})};
 }
 
 TEST(RemoveAttrCerts, CopiesATokenWithoutAnyByteForByte) {

@@ -6,14 +6,14 @@
 #include "tests/support/exports.h"
 #include "tests/support/files.h"
 #include "tests/support/fresh_process.h"
+#include "tests/support/other_makers.h"
 #include "tests/support/rsa_signer.h"
 
 namespace qex::test {
 namespace {
 
-constexpr const char* kPolicy = "1.3.6.1.4.1.32473.1";
-constexpr const char* kOtherPolicy = "1.3.6.1.4.1.32473.2";
-constexpr const char* kTsaName = "C=SE;O=Example Trust;CN=Example TSA;E=tsa@example.org;SerialNumber=1234";
+constexpr const char* kSampleTsaName =
+    "C=SE;O=Example Trust;CN=Example TSA;E=tsa@example.org;SerialNumber=1234";
 
 Octets sample(const std::string& name) {
   const Octets octets = ReadFile(QEX_TEST_DATA "/samples/" + name);
@@ -21,8 +21,8 @@ Octets sample(const std::string& name) {
   return octets;
 }
 
-// token_of also expects that the status is granted.
-Octets token_of(const std::string& reply) {
+// token_of_reply also expects that the status is granted.
+Octets token_of_reply(const std::string& reply) {
   const Guarded response(sample(reply));
   GuardedRecord<QEX_TSR_STATUS> status;
   EXPECT_EQ(QEX_GetTSR_Status(status.get(), response.data(), response.size()), QEX_OK) << reply;
@@ -43,28 +43,28 @@ const struct Reply {
   bool ordering, named;
   uint8_t last_serial_octet;
 } kReplies[] = {
-    {"reply_sha1_v1_cert.der", "request_sha1_cert.der", false, true, kSha1, kPolicy, 1, 500, 100, true, true,
-     0x12},
-    {"reply_sha256_v1_cert.der", "request_sha256_policy.der", false, true, kSha256, kOtherPolicy, 1, 500, 100,
-     true, true, 0x13},
-    {"reply_sha256_v1_bare.der", "request_sha256_bare.der", false, false, kSha256, kPolicy, 1, 500, 100, true,
-     true, 0x14},
-    {"reply_sha256_v2_cert.der", "request_sha256_cert.der", true, true, kSha256, kPolicy, 0, 0, 0, false,
-     false, 0x15},
-    {"reply_sha256_v2_bare.der", "request_sha256_bare.der", true, false, kSha256, kPolicy, 0, 0, 0, false,
-     false, 0x16},
-    {"reply_sha256_v2_sha512_cert.der", "request_sha256_cert.der", true, true, kSha256, kPolicy, 0, 0, 0,
-     false, true, 0x17},
+    {"reply_sha1_v1_cert.der", "request_sha1_cert.der", false, true, kSha1, kSamplePolicy, 1, 500, 100, true,
+     true, 0x12},
+    {"reply_sha256_v1_cert.der", "request_sha256_policy.der", false, true, kSha256, kOtherSamplePolicy, 1,
+     500, 100, true, true, 0x13},
+    {"reply_sha256_v1_bare.der", "request_sha256_bare.der", false, false, kSha256, kSamplePolicy, 1, 500, 100,
+     true, true, 0x14},
+    {"reply_sha256_v2_cert.der", "request_sha256_cert.der", true, true, kSha256, kSamplePolicy, 0, 0, 0,
+     false, false, 0x15},
+    {"reply_sha256_v2_bare.der", "request_sha256_bare.der", true, false, kSha256, kSamplePolicy, 0, 0, 0,
+     false, false, 0x16},
+    {"reply_sha256_v2_sha512_cert.der", "request_sha256_cert.der", true, true, kSha256, kSamplePolicy, 0, 0,
+     0, false, true, 0x17},
 };
 
 TEST(Samples, TokenIsTheLastPartOfItsReplyByteForByte) {
   for (const Reply& one : kReplies) {
     const Octets reply = sample(one.name);
-    const Octets token = token_of(one.name);
+    const Octets token = token_of_reply(one.name);
     ASSERT_LT(token.size(), reply.size());
     EXPECT_EQ(Octets(reply.end() - ptrdiff_t(token.size()), reply.end()), token) << one.name;
   }
-  EXPECT_EQ(token_of("reply_sha256_v2_cert.der"), sample("token_sha256_v2_cert.der"));
+  EXPECT_EQ(token_of_reply("reply_sha256_v2_cert.der"), sample("token_sha256_v2_cert.der"));
 }
 
 TEST(Samples, TstInfoAnswersItsRequest) {
@@ -77,7 +77,7 @@ TEST(Samples, TstInfoAnswersItsRequest) {
 
     GuardedRecord<QEX_TSTINFO_EX> info;
     info->size = sizeof(QEX_TSTINFO_EX);
-    const Guarded token(token_of(one.name));
+    const Guarded token(token_of_reply(one.name));
     ASSERT_EQ(QEX_GetTST_TSTInfoEx(info.get(), token.data(), token.size()), QEX_OK);
     EXPECT_EQ(info->version, 1u);
     EXPECT_STREQ(info->policy, one.policy);
@@ -93,7 +93,7 @@ TEST(Samples, TstInfoAnswersItsRequest) {
     EXPECT_EQ(info->accuracyMillis, one.millis);
     EXPECT_EQ(info->accuracyMicros, one.micros);
     EXPECT_EQ(info->ordering, one.ordering ? 1u : 0u);
-    EXPECT_STREQ(info->tsaName, one.named ? kTsaName : "");
+    EXPECT_STREQ(info->tsaName, one.named ? kSampleTsaName : "");
     EXPECT_EQ(std::string(info->genTime).substr(0, 2), "20");
     EXPECT_EQ(std::string(info->genTime).back(), 'Z');
   }
@@ -104,7 +104,7 @@ void expect_verified(bool switched) {
   const Octets certificate = sample("certificate_tsa.der");
   for (const Reply& one : kReplies) {
     SCOPED_TRACE(one.name);
-    const Octets token = token_of(one.name);
+    const Octets token = token_of_reply(one.name);
     const bool usable = one.second_version == switched;
     EXPECT_EQ(Verify(token), usable && one.with_certificate ? QEX_OK : QEX_E_NOCERT);
     EXPECT_EQ(Verify(token, certificate), usable ? QEX_OK : QEX_E_DECODE);
@@ -126,7 +126,7 @@ TEST(Samples, TokensOfTheSecondVersionVerifyWithTheSwitch) {
 }
 
 TEST(Samples, AnyOctetOfTheContentCounts) {
-  const Octets token = token_of("reply_sha1_v1_cert.der");
+  const Octets token = token_of_reply("reply_sha1_v1_cert.der");
   const Octets version{0x02, 0x01, 0x01, 0x06};  // the start of the TSTInfo, after its head
   const auto at = std::search(token.begin(), token.end(), version.begin(), version.end());
   ASSERT_NE(at, token.end());

@@ -12,7 +12,6 @@ namespace {
 using Kinds = std::vector<CertificateParts::Kind>;
 
 using enum CertificateParts::Kind;
-constexpr CertificateParts::Kind kPlain = kCertificate;
 
 SignedData* signed_data(const ContentInfo* token) {
   return static_cast<SignedData*>(token->content.value);

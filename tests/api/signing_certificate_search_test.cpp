@@ -22,7 +22,7 @@ struct Identifier {
   Octets hash;
 };
 
-Octets token_of(const std::vector<Identifier>& identifiers, bool v2) {
+Octets token_of_identifiers(const std::vector<Identifier>& identifiers, bool v2) {
   std::vector<Octets> encoded;
   for (const Identifier& id : identifiers) {
     const Octets algorithm = id.algorithm.empty() ? Octets{} : der::algorithm(id.algorithm);
@@ -72,7 +72,7 @@ void expect_what_one_by_one_finds(bool v2) {
     for (size_t n = 1 + random() % 40; n > 0; --n) {
       identifiers.push_back(generated_identifier(random, v2, certificates));
     }
-    const Octets token = token_of(identifiers, v2);
+    const Octets token = token_of_identifiers(identifiers, v2);
     DecodedToken decoded;
     ASSERT_TRUE(DecodeToken(token.data(), uint32_t(token.size()), &decoded));
     SigningCertificateIds ids(decoded.value);

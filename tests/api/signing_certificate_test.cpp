@@ -9,6 +9,7 @@
 #include "tests/support/fresh_process.h"
 #include "tests/support/guarded.h"
 #include "tests/support/naming_tokens.h"
+#include "tests/support/octets.h"
 
 namespace qex::test {
 namespace {
@@ -74,20 +75,13 @@ TEST(CheckSigningCertificate, SecondVersionLooksAtTheFirstIdentifierOrAtTheOther
   });
 }
 
-// An AlgorithmIdentifier of these contents octets, without parameters.
-AlgorithmIdentifier algorithm_of(const Octets& contents) {
-  AlgorithmIdentifier algorithm{};
-  algorithm.algorithm = {uint32_t(contents.size()), contents.data()};
-  return algorithm;
-}
-
 TEST(MatchCertHashV2, TakesTheSha2DigestsAndTheirDefault) {
   const Octets data = der::octets("the certificate");
   ExpBuf buffer;
   ExpBufWrapData(&buffer, data.data(), data.size());
   for (const char* digest : {kSha256, kSha384, kSha512, kSha1, kMd5, "1.3.36.3.2.1", "1.2.3"}) {
     const Octets contents = der::oid_content(digest);
-    const AlgorithmIdentifier algorithm = algorithm_of(contents);
+    const AlgorithmIdentifier algorithm{OidOf(contents), {}};
     Octets hash = Digest(digest, data);
     const bool sha2 =
         digest == std::string(kSha256) || digest == std::string(kSha384) || digest == std::string(kSha512);
@@ -103,7 +97,7 @@ TEST(MatchCertHashV2, NoHashMatchesNoDigest) {
   ExpBuf buffer;
   ExpBufWrapData(&buffer, data.data(), data.size());
   const Octets unknown = der::oid_content("1.2.3");
-  const AlgorithmIdentifier algorithm = algorithm_of(unknown);
+  const AlgorithmIdentifier algorithm{OidOf(unknown), {}};
   uint8_t nothing = 0;
   EXPECT_FALSE(MatchCertHashV2({0, &nothing}, &buffer, &algorithm))
       << "an unknown digest has no octets either";

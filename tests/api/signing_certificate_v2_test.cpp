@@ -12,8 +12,7 @@
 namespace qex::test {
 namespace {
 
-const Verdict kVerifies{QEX_OK, 0};
-const Verdict kNoCertificate{QEX_E_NOCERT, 100};
+constexpr Verdict kNoCertificate{QEX_E_NOCERT, kLacksAPart};
 
 // --- The switch ------------------------------------------------------------------------
 

@@ -12,9 +12,7 @@
 namespace qex::test {
 namespace {
 
-constexpr CertificateParts::Kind kV1 = CertificateParts::kV1;
-constexpr CertificateParts::Kind kPublishedV1 = CertificateParts::kPublishedV1;
-constexpr CertificateParts::Kind kV2 = CertificateParts::kV2;
+using enum CertificateParts::Kind;
 
 // TimeAttributeCert is a call of the export that finds it, in the form for Call and AskLength.
 class TimeAttributeCert {
@@ -262,12 +260,8 @@ TEST(TimeAttributeCert, IsOfTheFirstAttributeOfItsTypeAlone) {
   EXPECT_EQ(AskLength(TimeAttributeCert(maker.encode())).code, QEX_E_NOTAC);
 }
 
-const Octets kWithoutContent = der::sequence(der::oid(kSignedData));
-const Octets kOfData =
-    der::sequence(der::oid(kData), der::context(0, der::octet_string(der::octets("plain"))));
-
 TEST(TimeAttributeCert, NeedsSignedData) {
-  for (const Octets& token : {kWithoutContent, kOfData}) {
+  for (const Octets& token : {TokenWithoutContent(), TokenOfData()}) {
     EXPECT_EQ(AskLength(TimeAttributeCert(token), 77), (Output{QEX_E_MISSING, 77, {}}));
     EXPECT_EQ(QEX_GetLastAsnError(), 0);
   }
@@ -441,8 +435,8 @@ TEST(CheckTac, NeedsASignerWithSignedAttributes) {
   EXPECT_EQ(matches(tac, ByHand(parts)), QEX_E_DECODE);
   parts.signers.clear();
   EXPECT_EQ(matches(tac, ByHand(parts)), QEX_E_DECODE);
-  EXPECT_EQ(matches(tac, kWithoutContent), QEX_E_DECODE);
-  EXPECT_EQ(matches(tac, kOfData), QEX_E_DECODE);
+  EXPECT_EQ(matches(tac, TokenWithoutContent()), QEX_E_DECODE);
+  EXPECT_EQ(matches(tac, TokenOfData()), QEX_E_DECODE);
   EXPECT_EQ(QEX_GetLastAsnError(), 0);
 }
 

@@ -12,7 +12,7 @@
 namespace qex::test {
 namespace {
 
-Octets token_of(const TstInfoMaker& info) {
+Octets token_with_info(const TstInfoMaker& info) {
   TokenMaker maker;
   maker.tst_info = info.encode();
   return maker.encode();
@@ -84,8 +84,8 @@ Octets tsa_of(const Octets& general_name) {
 // --- The record ------------------------------------------------------------------------
 
 TEST(TstInfo, MandatoryFieldsAreReportedAndOthersReadAs0) {
-  expect_full(token_of({}), QEX_OK, plain_full());
-  expect_short(token_of({}), QEX_OK, plain_short());
+  expect_full(token_with_info({}), QEX_OK, plain_full());
+  expect_short(token_with_info({}), QEX_OK, plain_short());
 }
 
 TEST(TstInfo, EveryFieldIsReported) {
@@ -119,7 +119,7 @@ TEST(TstInfo, EveryFieldIsReported) {
   PutOctets(full.nonce, {0x11, 0x22, 0x33, 0x44, 0x55});
   full.nonceLength = 5;
   PutText(full.tsaName, "C=GB;CN=TSA");
-  expect_full(token_of(info), QEX_OK, full, true);
+  expect_full(token_with_info(info), QEX_OK, full, true);
 
   QEX_TSTINFO brief{};
   brief.version = 9;
@@ -135,7 +135,7 @@ TEST(TstInfo, EveryFieldIsReported) {
   brief.ordering = 1;
   brief.nonce = {0x11, 0x22334455};
   PutText(brief.tsaName, "C=GB;CN=TSA");
-  expect_short(token_of(info), QEX_OK, brief);
+  expect_short(token_with_info(info), QEX_OK, brief);
 }
 
 TEST(TstInfo, AccuracyMayHaveAnyOfItsParts) {
@@ -161,7 +161,7 @@ TEST(TstInfo, AccuracyMayHaveAnyOfItsParts) {
     expected.accuracySeconds = row.seconds;
     expected.accuracyMillis = row.millis;
     expected.accuracyMicros = row.micros;
-    expect_full(token_of(info), QEX_OK, expected);
+    expect_full(token_with_info(info), QEX_OK, expected);
   }
 }
 
@@ -171,7 +171,7 @@ TEST(TstInfo, OrderingIs1OnlyWhenTrue) {
     info.ordering = der::boolean(ordering);
     QEX_TSTINFO_EX expected = plain_full();
     expected.ordering = ordering ? 1 : 0;
-    expect_full(token_of(info), QEX_OK, expected);
+    expect_full(token_with_info(info), QEX_OK, expected);
   }
 }
 
@@ -182,16 +182,16 @@ TEST(TstInfo, TimeIsCutTo31Characters) {
     info.gen_time = der::generalized_time(time);
     QEX_TSTINFO_EX expected = plain_full();
     PutText(expected.genTime, std::string(time).substr(0, 31));
-    expect_full(token_of(info), QEX_OK, expected);
+    expect_full(token_with_info(info), QEX_OK, expected);
     QEX_TSTINFO brief = plain_short();
     PutText(brief.genTime, std::string(time).substr(0, 31));
-    expect_short(token_of(info), QEX_OK, brief);
+    expect_short(token_with_info(info), QEX_OK, brief);
   }
 }
 
 TEST(TstInfo, SizeIsHeldTo1044BeforeAndLeftAs880) {
   FullRecord record;
-  const Guarded token(token_of({}));
+  const Guarded token(token_with_info({}));
   record->size = 1044;
   EXPECT_EQ(QEX_GetTST_TSTInfoEx(record.get(), token.data(), token.size()), QEX_OK);
   EXPECT_EQ(record->size, 880u);
@@ -206,14 +206,14 @@ TEST(TstInfo, SizeIsHeldTo1044BeforeAndLeftAs880) {
 // Deliberate: 880 bytes are cleared, and the rest of the name keeps the caller's octets.
 TEST(TstInfo, WithoutATsaTheNameIsEmptyAndItsLast164BytesStay) {
   FullRecord record;
-  EXPECT_EQ(read_full(token_of({}), &record), QEX_OK);
+  EXPECT_EQ(read_full(token_with_info({}), &record), QEX_OK);
   EXPECT_STREQ(record->tsaName, "");
   for (size_t i = 0; i < 512; ++i) EXPECT_EQ(uint8_t(record->tsaName[i]), i < 348 ? 0 : Guarded::kFill) << i;
 }
 
 TEST(TstInfo, WithoutATsaAllOctetsOfTheShortNameAre0) {
   ShortRecord record;
-  EXPECT_EQ(read_short(token_of({}), &record), QEX_OK);
+  EXPECT_EQ(read_short(token_with_info({}), &record), QEX_OK);
   for (const char octet : record->tsaName) EXPECT_EQ(octet, 0);
 }
 
@@ -232,16 +232,16 @@ TEST(TstInfo, NameOfAnotherFormIsEmpty) {
     TstInfoMaker info;
     info.tsa = tsa_of(form);
     FullRecord record;
-    EXPECT_EQ(read_full(token_of(info), &record), QEX_OK) << int{form[0]};
+    EXPECT_EQ(read_full(token_with_info(info), &record), QEX_OK) << int{form[0]};
     EXPECT_STREQ(record->tsaName, "") << int{form[0]};
-    expect_short(token_of(info), QEX_OK, plain_short());
+    expect_short(token_with_info(info), QEX_OK, plain_short());
   }
 }
 
 TEST(TstInfo, EmptyDirectoryNameIsEmpty) {
   TstInfoMaker info;
   info.tsa = tsa_of(der::context(4, der::sequence()));
-  expect_full(token_of(info), QEX_OK, plain_full(), true);
+  expect_full(token_with_info(info), QEX_OK, plain_full(), true);
 }
 
 TEST(TstInfo, EntryThatDoesNotFitTheNameIsLeftOutWithoutAReport) {
@@ -250,7 +250,7 @@ TEST(TstInfo, EntryThatDoesNotFitTheNameIsLeftOutWithoutAReport) {
                                                    {"2.5.4.3", der::utf8_string("TSA")}})));
   QEX_TSTINFO_EX expected = plain_full();
   PutText(expected.tsaName, "CN=TSA");
-  expect_full(token_of(info), QEX_OK, expected, true);
+  expect_full(token_with_info(info), QEX_OK, expected, true);
 }
 
 TEST(TstInfo, NameMayFillItsField) {
@@ -258,7 +258,7 @@ TEST(TstInfo, NameMayFillItsField) {
   const std::string longest(512 - 4, 'x');
   info.tsa = tsa_of(der::context(4, DirectoryName({{"2.5.4.3", der::utf8_string(longest)}})));
   FullRecord record;
-  EXPECT_EQ(read_full(token_of(info), &record), QEX_OK);
+  EXPECT_EQ(read_full(token_with_info(info), &record), QEX_OK);
   EXPECT_EQ(std::string(record->tsaName), "CN=" + longest);
 }
 
@@ -300,7 +300,7 @@ TEST(TstInfo, LongValuesAreCutAndReportedWithAFullRecord) {
       QEX_TSTINFO_EX expected = plain_full();
       PutText(expected.tsaName, "C=GB;CN=TSA");
       row.expect(&expected, n);
-      expect_full(token_of(info), n > row.field ? QEX_E_SIZE : QEX_OK, expected, true);
+      expect_full(token_with_info(info), n > row.field ? QEX_E_SIZE : QEX_OK, expected, true);
     }
   }
 }
@@ -312,7 +312,7 @@ TEST(TstInfo, IdentifierTextThatIsCutIsReportedWithAFullRecord) {
   info.policy = der::oid(policy);
   info.nonce = der::integer(5);
   FullRecord record;
-  EXPECT_EQ(read_full(token_of(info), &record), QEX_E_SIZE);
+  EXPECT_EQ(read_full(token_with_info(info), &record), QEX_E_SIZE);
   EXPECT_EQ(record->policy[127], 0);
   EXPECT_EQ(policy.find(record->policy), 0u) << record->policy;
   EXPECT_EQ(record->nonceLength, 1u);
@@ -322,7 +322,7 @@ TEST(TstInfo, CodeOfTheFullRecordLeavesTheShortOneAsItWas) {
   TstInfoMaker info;
   info.serial = der::big_integer(Octets(41, 1));
   ShortRecord record;
-  EXPECT_EQ(read_short(token_of(info), &record), QEX_E_SIZE);
+  EXPECT_EQ(read_short(token_with_info(info), &record), QEX_E_SIZE);
   EXPECT_TRUE(record.untouched());
 }
 
@@ -333,7 +333,7 @@ TEST(TstInfo, LongHashIsCutTo40WithoutAReportInTheShortRecord) {
   PutText(expected.hashAlgorithm, kSha512);
   PutOctets(expected.hashedMessage, Octets(40, 0x64));
   expected.hashedMessageLength = 64;
-  expect_short(token_of(info), QEX_OK, expected);
+  expect_short(token_with_info(info), QEX_OK, expected);
 }
 
 TEST(TstInfo, NumbersOfMoreThan64BitsAreReportedByTheShortRecordAlone) {
@@ -357,17 +357,17 @@ TEST(TstInfo, NumbersOfMoreThan64BitsAreReportedByTheShortRecordAlone) {
     QEX_TSTINFO expected = plain_short();
     expected.serialNumber = row.value;
     expected.nonce = {0, 3};
-    expect_short(token_of(serial), row.code, expected);
+    expect_short(token_with_info(serial), row.code, expected);
 
     TstInfoMaker nonce;
     nonce.nonce = der::big_integer(row.octets);
     expected = plain_short();
     expected.nonce = row.value;
-    expect_short(token_of(nonce), row.code, expected);
+    expect_short(token_with_info(nonce), row.code, expected);
 
     FullRecord full;
-    EXPECT_EQ(read_full(token_of(serial), &full), QEX_OK);
-    EXPECT_EQ(read_full(token_of(nonce), &full), QEX_OK);
+    EXPECT_EQ(read_full(token_with_info(serial), &full), QEX_OK);
+    EXPECT_EQ(read_full(token_with_info(nonce), &full), QEX_OK);
   }
 }
 

@@ -12,8 +12,6 @@
 namespace qex::test {
 namespace {
 
-constexpr int32_t kLacksAPart = 100;
-
 // DsaToken is a token under a key of its own, its parts open to change until it is encoded.
 struct DsaToken {
   explicit DsaToken(const DsaKey& key, const char* digest = kSha1) : maker(DsaTokenMaker(key, digest)) {}

@@ -14,11 +14,8 @@ namespace qex::test {
 namespace {
 
 constexpr const char* kEd25519 = "1.3.101.112";
-constexpr const char* kIdDsa = "1.2.840.10040.4.1";
+constexpr const char* kDsaIdentifier = "1.2.840.10040.4.1";
 constexpr const char* kRipemd160 = "1.3.36.3.2.1";
-
-const Verdict kVerifies{QEX_OK, 0};
-constexpr int32_t kLacksAPart = 100;
 
 // with_signer makes a token of which `change` has altered the signer.
 template <class F>
@@ -735,7 +732,8 @@ TEST(VerifyKey, OtherKeyAlgorithmsAreNotSupported) {
 
 TEST(VerifyKey, DsaKeyIsNotSupportedWithRsaAlgorithmsNorLongDigests) {
   const Octets parameters = der::sequence(der::integer(23), der::integer(11), der::integer(4));
-  const Octets key_info = der::sequence(der::algorithm(kIdDsa, parameters), der::bit_string(der::integer(8)));
+  const Octets key_info =
+      der::sequence(der::algorithm(kDsaIdentifier, parameters), der::bit_string(der::integer(8)));
   for (const char* digest : kDigests) expect_key(key_info, {QEX_E_UNSUPPORTED, 0}, digest);
   for (const char* algorithm : {"1.2.840.10040.4.3", "2.16.840.1.101.3.4.3.2"}) {
     for (const char* digest : {kMd5, kSha384, kSha512}) {

@@ -229,7 +229,7 @@ TEST(Tokens, ArePrintedByOpenssl) {
     for (const CertificateParts& part : parts.certificates.value_or(std::vector<CertificateParts>())) {
       ++kinds[part.kind];
     }
-    EXPECT_EQ(count("d.certificate:"), kinds[CertificateParts::kCertificate]) << name << output;
+    EXPECT_EQ(count("d.certificate:"), kinds[CertificateParts::kPlain]) << name << output;
     EXPECT_EQ(count("d.v1AttrCert:"), kinds[CertificateParts::kV1] + kinds[CertificateParts::kPublishedV1])
         << name;
     EXPECT_EQ(count("d.v2AttrCert:"), kinds[CertificateParts::kV2]) << name;

@@ -122,6 +122,9 @@ inline std::ostream& operator<<(std::ostream& out, const Verdict& verdict) {
   return out << "code " << verdict.code << ", error " << verdict.error;
 }
 
+inline constexpr Verdict kVerifies{QEX_OK, 0};
+inline constexpr int32_t kLacksAPart = 100;  // the error of a token that decodes but lacks a part
+
 inline Verdict VerdictOn(const Octets& token) {
   const int32_t code = Verify(token);
   return {code, QEX_GetLastAsnError()};

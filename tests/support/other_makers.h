@@ -14,6 +14,10 @@
 
 namespace qex::test {
 
+// The policies of these samples and of those in data/samples.
+inline constexpr const char* kSamplePolicy = "1.3.6.1.4.1.32473.1";
+inline constexpr const char* kOtherSamplePolicy = "1.3.6.1.4.1.32473.2";
+
 // PeerSample is a record and its folder.
 struct PeerSample {
   std::string folder;
@@ -44,8 +48,8 @@ struct PeerSample {
   bool with_protection() const { return is("Protection", "yes"); }
 };
 
-// Records returns the records of a folder whose names begin with `kind`, and expects `count` of them.
-inline std::vector<PeerSample> Records(const char* folder, const char* kind, size_t count) {
+// PeerSamples returns the records of a folder whose names begin with `kind`, and expects `count` of them.
+inline std::vector<PeerSample> PeerSamples(const char* folder, const char* kind, size_t count) {
   std::vector<PeerSample> found;
   for (const Vector& words : read_vectors(std::string(folder) + "/samples.txt")) {
     PeerSample sample{folder, words};
@@ -57,8 +61,8 @@ inline std::vector<PeerSample> Records(const char* folder, const char* kind, siz
 
 // Tokens returns those of all implementations, with the attribute CMSAlgorithmProtection or without it.
 inline std::vector<PeerSample> Tokens(bool with_protection = false) {
-  std::vector<PeerSample> all = Records("bouncycastle", "token_", 37);
-  const std::vector<PeerSample> more = Records("openssl_dsa", "token_", 12);
+  std::vector<PeerSample> all = PeerSamples("bouncycastle", "token_", 37);
+  const std::vector<PeerSample> more = PeerSamples("openssl_dsa", "token_", 12);
   all.insert(all.end(), more.begin(), more.end());
   const auto other = [&](const PeerSample& one) { return one.with_protection() != with_protection; };
   all.erase(std::remove_if(all.begin(), all.end(), other), all.end());

@@ -147,4 +147,12 @@ Octets TokenMaker::encode() const {
                                                      der::set(infos))));
 }
 
+Octets TokenWithoutContent() {
+  return der::sequence(der::oid(kSignedData));
+}
+
+Octets TokenOfData() {
+  return der::sequence(der::oid(kData), der::context(0, der::octet_string(der::octets("plain"))));
+}
+
 }  // namespace qex::test

@@ -111,4 +111,8 @@ struct TokenMaker {
   Octets encode() const;
 };
 
+// Two tokens without signed data: the content of one is absent, that of the other is data.
+Octets TokenWithoutContent();
+Octets TokenOfData();
+
 }  // namespace qex::test

@@ -12,7 +12,7 @@ namespace {
 
 Octets element_by_hand(const CertificateParts& parts) {
   switch (parts.kind) {
-    case CertificateParts::kCertificate: return parts.certificate;
+    case CertificateParts::kPlain: return parts.certificate;
     case CertificateParts::kV1: return der::context(1, ContentByHand(parts.attr_cert));
     case CertificateParts::kPublishedV1: return der::context(1, PublishedV1ContentByHand(parts.attr_cert));
     case CertificateParts::kV2: return der::context(2, ContentByHand(parts.attr_cert));
@@ -83,7 +83,7 @@ void sign_as(const SignerParts& parts, const Octets& content, SignerMaker* signe
 }  // namespace
 
 CertificateParts PlainCertificate(const Octets& certificate) {
-  return {CertificateParts::kCertificate, certificate, {}};
+  return {CertificateParts::kPlain, certificate, {}};
 }
 CertificateParts AttrCert(CertificateParts::Kind kind, const AttrCertParts& parts) {
   return {kind, {}, parts};
@@ -105,7 +105,7 @@ Signature SignedWithRsa(const RsaKey& key) {
 
 Octets StandaloneOctets(const CertificateParts& parts) {
   switch (parts.kind) {
-    case CertificateParts::kCertificate: return parts.certificate;
+    case CertificateParts::kPlain: return parts.certificate;
     case CertificateParts::kPublishedV1: return der::sequence(PublishedV1ContentByHand(parts.attr_cert));
     default: return ByHand(parts.attr_cert);
   }
@@ -138,7 +138,7 @@ namespace {
 CertificateChoices* build_choice(Records& records, const CertificateParts& parts) {
   CertificateChoices* const choice = records.make<CertificateChoices>();
   switch (parts.kind) {
-    case CertificateParts::kCertificate:
+    case CertificateParts::kPlain:
       choice->choice = CertificateChoices::kX509Certificate;
       choice->certificate = records.decoded<Certificate>(BDecCertificate, FreeCertificate, parts.certificate);
       break;

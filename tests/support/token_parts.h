@@ -17,9 +17,9 @@ inline constexpr const char* kSignerAttributesAttribute = "1.2.840.113549.1.9.16
 
 // CertificateParts is an element of the certificate set.
 struct CertificateParts {
-  enum Kind { kCertificate, kV1, kPublishedV1, kV2, kOther };
-  Kind kind = kCertificate;
-  Octets certificate;       // kCertificate: unchanged
+  enum Kind { kPlain, kV1, kPublishedV1, kV2, kOther };
+  Kind kind = kPlain;
+  Octets certificate;       // kPlain: unchanged
   AttrCertParts attr_cert;  // the attribute certificates; kOther is one of no octets of its own
 };
 CertificateParts PlainCertificate(const Octets& certificate = AuthorityCertificate());

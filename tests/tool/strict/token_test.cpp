@@ -182,7 +182,7 @@ TEST(StrictSamples, AllVerify) {
 // Tokens with parts for which the library has no type, whole and damaged.
 TEST(StrictSamples, TokensThatTheLibraryCannotReadAreJudged) {
   size_t damaged = 0;
-  for (const PeerSample& sample : Records("bouncycastle_strict", "token_", 41)) {
+  for (const PeerSample& sample : PeerSamples("bouncycastle_strict", "token_", 41)) {
     SCOPED_TRACE(sample["Name"]);
     tool::Trust trust;
     trust.chainWanted = true;
