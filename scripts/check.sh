@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects tidy cppcheck one_definition platforms valgrind threads reproducible fuzz)
+steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -27,7 +27,7 @@ step_cppcheck() {  # cppcheck over all sources; a list with reasons suppresses f
 step_one_definition() {  # no name has two definitions in library or tool, as the linker sees them together
   # Types are compared whatever the optimization.
   cmake --preset release -B build/one_definition -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-DNDEBUG \
-    -DQEX_TEST_PCH=ON -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
+    -DQEX_BY_FOLDER=ON -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
     cmake --build build/one_definition -j "$jobs" --target qex qex_tool
 }
 
@@ -35,12 +35,16 @@ step_reproducible() {  # two builds in different folders give the same library
   scripts/reproducible.sh
 }
 
-step_tidy() {  # clang-tidy over the sources that changed lately, for six minutes
-  scripts/tidy.sh --recent 360
+step_tidy() {  # clang-tidy over all sources
+  scripts/tidy.sh
 }
 
-step_tidy_all() {  # clang-tidy over all sources, which takes twenty minutes; in 'all'
-  scripts/tidy.sh
+step_includes() {  # sources that changed lately compile by themselves
+  scripts/includes.sh 20
+}
+
+step_includes_all() {  # all sources of tool and tests compile by themselves; in 'all'
+  scripts/includes.sh
 }
 
 step_threads() {  # ThreadSanitizer, eight threads over all exports
@@ -67,7 +71,7 @@ usage() {
 
 chosen=("$@")
 [ ${#chosen[@]} -gt 0 ] || chosen=("${steps[@]}")
-[ "${chosen[*]}" != all ] || chosen=("${steps[@]/#tidy/tidy_all}")
+[ "${chosen[*]}" != all ] || chosen=("${steps[@]/#includes/includes_all}")
 for step in "${chosen[@]}"; do
   if ! declare -F "step_$step" >/dev/null; then
     usage >&2

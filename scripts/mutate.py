@@ -62,7 +62,7 @@ class Library:
         if shutil.which("ccache"):
             launcher = [f"-DCMAKE_{language}_COMPILER_LAUNCHER=ccache" for language in ("C", "CXX")]
         self.must(["cmake", "-S", str(ROOT), "-B", str(BUILD), "-G", "Ninja", "-DCMAKE_BUILD_TYPE=Debug",
-                   "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DCMAKE_C_FLAGS_DEBUG=-O1", "-DQEX_TEST_PCH=ON",
+                   "-DCMAKE_CXX_FLAGS_DEBUG=-O1", "-DCMAKE_C_FLAGS_DEBUG=-O1", "-DQEX_BY_FOLDER=ON",
                    "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *launcher])
 
     @staticmethod

@@ -1,99 +1,73 @@
 #!/usr/bin/env bash
-# clang-tidy 14 over the sources that the preset release builds; any finding fails, and so does a source that relies
-# on another's includes: nothing is precompiled here. .clang-tidy lists the checks, tests/.clang-tidy and
-# fuzz/.clang-tidy the differences there.
+# clang-tidy 14 over all sources that the preset release builds; any finding fails. .clang-tidy lists the checks,
+# tests/.clang-tidy and fuzz/.clang-tidy the differences there. The C++ sources of a folder are read as one, since
+# most of the time goes into the headers that they include.
 #
-# usage: scripts/tidy.sh [--recent [SECONDS] | FILE...]     default: all of the library, the tool, examples, tests and
-# fuzz targets; --recent: those that the last forty commits changed, or a header that they include at any depth, the
-# latest changes first; after SECONDS no further one is begun, and the number of those left is printed
+# usage: scripts/tidy.sh [FILE...]     default: all of the library, the tool, examples, tests and fuzz targets; FILE:
+# these alone, each by itself
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh check
-build=build/tidy
+export build=build/tidy
 cmake --preset release -B "$build" > /dev/null
 
-order=all
-export deadline=
-if [ "${1-}" = --recent ]; then
-  order=recent
-  [ $# -lt 2 ] || deadline=$(($(date +%s) + $2))
-  set --
-fi
+# plan writes a compile_commands.json to the folder $1 whose sources stand for the files that follow, or for all, and
+# prints their paths, those that take longest first.
+plan() {
+  python3 - "$build/compile_commands.json" "$PWD" "$@" <<'PY'
+import json, os, sys
+from collections import defaultdict
 
-files=("$@")
-if [ ${#files[@]} -eq 0 ]; then
-  # A separate assignment: the script ends if its command fails.
-  listed=$(python3 - "$build/compile_commands.json" "$PWD" "$order" <<'PY'
-import functools, json, os, re, subprocess, sys
-
-COMMITS = 40
 FOLDERS = ("tool/", "tests/", "api/", "asn1/", "ber/", "crypto/", "ground/", "examples/", "fuzz/")
+commands, root, target, *chosen = sys.argv[1:]
+with open(commands, encoding="utf-8") as file:
+    entries = {os.path.relpath(entry["file"], root): entry for entry in json.load(file)}
 
-def git(*arguments):
-    return subprocess.run(["git", *arguments], capture_output=True, text=True, check=True).stdout
+groups = defaultdict(list)
+for name in sorted(entries):
+    if chosen and name not in chosen or not name.startswith(FOLDERS):
+        continue
+    # Each example and fuzz target is a program of its own; the algorithms of crypto/ share names.
+    alone = chosen or name.endswith(".c") or name.startswith(("crypto/", "examples/", "fuzz/"))
+    groups[name if alone else os.path.dirname(name)].append(name)
+if missing := set(chosen) - set(entries):
+    sys.exit(f"tidy: not built by the preset release: {' '.join(sorted(missing))}")
 
-with open(sys.argv[1], encoding="utf-8") as file:
-    names = {os.path.relpath(entry["file"], sys.argv[2]) for entry in json.load(file)}
-names = sorted((name for name in names if name.startswith(FOLDERS)),
-               key=lambda name: ([name.startswith(folder) for folder in FOLDERS].index(True), name))
-if sys.argv[3] == "all":
-    print(*names, sep="\n")
-    sys.exit()
-
-# By file the number of commits since it changed; what is not committed yet comes first.
-age = dict.fromkeys(git("diff", "--name-only", "HEAD").split(), 0)
-age |= dict.fromkeys(git("ls-files", "--others", "--exclude-standard").split(), 0)
-for since, commit in enumerate(git("log", f"-{COMMITS}", "--format=%x00", "--name-only").split("\0")):
-    for name in commit.split():
-        age.setdefault(name, since)
-
-@functools.cache
-def included(name):
-    with open(name, encoding="utf-8") as file:
-        direct = re.findall(r'^#include "(.*)"', file.read(), re.MULTILINE)
-    return [path for path in direct if os.path.isfile(path)]
-
-def age_of(name):
-    seen, waiting = set(), [name]
-    while waiting:
-        path = waiting.pop()
-        if path not in seen:
-            seen.add(path)
-            waiting += included(path)
-    return min(age.get(path, COMMITS + 1) for path in seen | {".clang-tidy"})
-
-ages = {name: age_of(name) for name in names}
-print(*sorted((name for name in names if ages[name] <= COMMITS), key=ages.get), sep="\n")
+planned = []
+for group, names in groups.items():
+    source = os.path.join(root, names[0])
+    if group not in names:
+        # Outside its folder it is not among the files that it includes.
+        source = os.path.join(root, target, group, "all.cpp")
+        os.makedirs(os.path.dirname(source), exist_ok=True)
+        with open(source, "w", encoding="utf-8") as file:
+            file.writelines(f'#include "{os.path.join(root, name)}"\n' for name in names)
+    entry = entries[names[0]]
+    command = entry["command"].replace(entry["file"], source)
+    planned.append({"directory": entry["directory"], "command": command, "file": source})
+os.makedirs(target, exist_ok=True)
+with open(os.path.join(target, "compile_commands.json"), "w", encoding="utf-8") as file:
+    json.dump(planned, file)
+size = {entry["file"]: sum(os.path.getsize(name) for name in names) for entry, names in zip(planned, groups.values())}
+print(*sorted(size, key=size.get, reverse=True), sep="\n")
 PY
-  )
-  if [ -z "$listed" ]; then
-    echo "tidy: no source has changed"
-    exit 0
-  fi
-  mapfile -t files <<< "$listed"
-fi
+}
 
-export left
-left=$(mktemp)
-trap 'rm -f "$left"' EXIT
-
-# Standard error gets only the number of findings in third-party headers. The output of one file stays in one piece.
+# check SOURCE: standard error gets only the number of findings in third-party headers. The output for one source
+# stays in one piece.
 check() {
-  local said status=0
-  if [ -n "$deadline" ] && [ "$(date +%s)" -ge "$deadline" ]; then
-    echo "$2" >> "$left"
-    return 0
-  fi
-  said=$(clang-tidy-14 -p "$1" --quiet --warnings-as-errors='*' "$2" 2> /dev/null) || status=1
+  local said status=0 name=${1#"$PWD"/} settings=.clang-tidy
+  name=${name#"$build"/folders/}
+  case $name in tests/* | fuzz/*) settings=${name%%/*}/.clang-tidy ;; esac
+  said=$(clang-tidy-14 -p "$build/folders" --quiet --warnings-as-errors='*' --config-file="$settings" "$1" 2> /dev/null) ||
+    status=1
   [ "$status" -eq 0 ] && [ -z "$said" ] && return 0
-  printf '%s: findings\n%s\n' "$2" "$said"
+  printf '%s: findings\n%s\n' "$name" "$said"
   return 1
 }
 export -f check
-status=0
-printf '%s\0' "${files[@]}" | xargs -0 -P "$(nproc)" -I '{}' bash -c "check $build '{}'" || status=1
-unread=$(wc -l < "$left")
-[ "$status" -ne 0 ] || echo "tidy: $((${#files[@]} - unread)) files, no finding"
-[ "$unread" -eq 0 ] || echo "tidy: no time for $unread further files, from $(head -n 1 "$left") on"
-exit "$status"
+
+planned=$(plan "$build/folders" "$@")
+xargs -P "$(nproc)" -I '{}' bash -c "check '{}'" <<< "$planned"
+echo "tidy: no finding"

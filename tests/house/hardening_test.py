@@ -177,7 +177,6 @@ class HardeningTest(unittest.TestCase):
 if __name__ == "__main__":
     HardeningTest.compiler, HardeningTest.readelf, HardeningTest.library_path, HardeningTest.core_path = sys.argv[1:5]
     HardeningTest.tool_path = sys.argv[5] if len(sys.argv) > 5 else ""
-    # A precompiled header is listed among the objects and is none.
-    HardeningTest.tool_objects = [name for name in sys.argv[6:] if not name.endswith((".gch", ".pch"))]
+    HardeningTest.tool_objects = sys.argv[6:]
     del sys.argv[1:]
     unittest.main()
