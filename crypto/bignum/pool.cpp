@@ -59,12 +59,14 @@ uint32_t KXBN_pool_take(KXBN_Pool* pool, uint32_t words, KXBN** out) {
 }
 
 uint32_t KXBN_pool_with_slot(KXBN_Pool* first, KXBN_Pool** out) {
-  for (KXBN_Pool* pool = first; pool != nullptr; pool = pool->next) {
+  KXBN_Pool* pool = first;
+  do {
     if (pool->freeMask != 0) {
       *out = pool;
       return KXBN_OK;
     }
-  }
+    pool = pool->next;
+  } while (pool != nullptr);
   if (first->bitSize > kMaxBits) return KXBN_BADARG;
   if (const uint32_t rc = KXBN_pool_new(int32_t(first->bitSize), out)) return rc;
   (*out)->next = first->next;
