@@ -148,16 +148,18 @@ inline constexpr const Type* kAllTypes[] = {
 
 // Compares the list with the rows, both in their order; a further row of a type is passed over.
 constexpr void check_listed(std::string_view row, std::string_view listed, bool isFurther) {
-  if (row != listed && !isFurther)
+  if (row != listed && !isFurther) {
     throw "kAllTypes has another type, or none, where kCodeRuns names this one";
+  }
 }
 constexpr bool all_types_are_listed(std::span<const Type* const> types) {
   size_t i = 0;
   for (const CodeRun& run : kCodeRuns) {
     const std::string_view listed = i == types.size() ? "" : types[i]->name;
     bool isFurther = false;
-    if (listed != run.type)
+    if (listed != run.type) {
       for (size_t k = 0; k < i; ++k) isFurther = isFurther || types[k]->name == run.type;
+    }
     check_listed(run.type, listed, isFurther);
     i += !isFurther;
   }

@@ -192,8 +192,9 @@ constexpr void check_open_type([[maybe_unused]] const char* type, [[maybe_unused
   if (by == nullptr) throw "defined_by names a field that does not come before the open type";
   if (by->need != Need::Mandatory) throw "defined_by names a field that may be absent";
   if (open.tagging != Tagging::None) return;
-  if (before.back().need != Need::Mandatory)
+  if (before.back().need != Need::Mandatory) {
     throw "an open type after an OPTIONAL field has a tag of its own";
+  }
 }
 // What the engine could not decode or encode is refused where it is declared.
 constexpr void check_fields(const char* type, Kind kind, std::span<const Field> fields) {

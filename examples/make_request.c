@@ -18,8 +18,9 @@ static void set_nonce(QEX_TSQ_DATA_EX* request) {
   FILE* file = fopen(source, "rb");
   if (file == NULL) end_with_file_error(source);
   request->nonceLength = 8;
-  if (fread(request->nonce, 1, request->nonceLength, file) != request->nonceLength)
+  if (fread(request->nonce, 1, request->nonceLength, file) != request->nonceLength) {
     end_with_file_error(source);
+  }
   fclose(file);
   request->nonce[0] = (uint8_t)((request->nonce[0] & 0x7F) | 0x40);
 }

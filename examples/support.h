@@ -98,8 +98,9 @@ static inline void digest_file(const char* name, uint8_t* digest) {
   FILE* file = fopen(name, "rb");
   if (file == NULL) end_with_file_error(name);
   QEX_SHA256_CTX* context = QEX_SHA256_Init();
-  for (size_t n; (n = fread(block, 1, sizeof block, file)) > 0;)
+  for (size_t n; (n = fread(block, 1, sizeof block, file)) > 0;) {
     QEX_SHA256_Update(context, block, (uint32_t)n);
+  }
   QEX_SHA256_Final(context, digest);
   if (ferror(file)) end_with_file_error(name);
   fclose(file);

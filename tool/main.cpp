@@ -104,7 +104,7 @@ int tool_main(int count, char** words) {
                      "this is a fault of the tool; please report it with the command line"},
                     program);
   }
-  return static_cast<int>(status);
+  return int(status);
 }
 
 }  // namespace
@@ -120,5 +120,5 @@ int main(int count, char** words) {
   } catch (...) {
     std::fputs("qex: error: internal\n", stderr);
   }
-  return static_cast<int>(qex::tool::ExitStatus::Internal);
+  return int(qex::tool::ExitStatus::Internal);
 }

@@ -75,8 +75,9 @@ std::string name_of(const Octets& type) {
   if (type == kEmail) return "E";
   if (type == kDomain) return "DC";
   if (type.size() > 2 && type[0] == 0x55 && type[1] == 0x04) {
-    for (const NameRow& row : kUnder2_5_4)
+    for (const NameRow& row : kUnder2_5_4) {
       if (row.octet == type[2]) return row.name;
+    }
   }
   return OidText(type);
 }
@@ -93,15 +94,17 @@ std::optional<std::string> value_text(const Octets& type, const Tlv& value) {
     }
     return text.substr(0, 2047);
   }
-  if (under && type[2] == kApplicationContext)
+  if (under && type[2] == kApplicationContext) {
     return value.is(0x06) ? OidText(value.content).substr(0, 2047) : "";
+  }
   if (under && type[2] == kFacsimileNumber) {
     if (value.children.empty()) return std::nullopt;
     return as_text(OctetsOf(&value.children[0]).value_or(Octets{}));
   }
   static constexpr std::array<uint8_t, 8> kStrings = {0x04, 0x06, 0x0C, 0x12, 0x13, 0x14, 0x16, 0x1C};
-  for (const uint8_t tag : kStrings)
+  for (const uint8_t tag : kStrings) {
     if (value.is(tag)) return as_text(OctetsOf(&value).value_or(Octets{}));
+  }
   if (value.is(0x1E)) return as_text(OctetsOf(&value).value_or(Octets{}));
   if (value.tag[0] == 0x03 && !value.content.empty()) {
     const size_t octets = value.content.size() - 1;
@@ -136,8 +139,9 @@ std::string OidText(View contents) {
 Octets TextOid(std::string_view text) {
   if (text.empty() || text.size() > 255) return {};
   const std::vector<std::string> arcs = split(text);
-  for (const std::string& arc : arcs)
+  for (const std::string& arc : arcs) {
     if (arc.empty() || !all_digits(arc)) return {};
+  }
   if (arcs.size() < 2 || arcs[0].size() != 1 || arcs[0] > "2" || arcs[1].size() > 3) return {};
   const uint32_t root = arc_number(arcs[0]);
   const uint32_t second = arc_number(arcs[1]);
@@ -147,8 +151,9 @@ Octets TextOid(std::string_view text) {
     if (arcs[i].size() >= 10 && arcs[i] >= "2147483648") return {};
     const uint32_t arc = arc_number(arcs[i]);
     // Groups of zeros above the lowest one are not written, between others either.
-    for (int shift = 28; shift > 0; shift -= 7)
+    for (int shift = 28; shift > 0; shift -= 7) {
       if ((arc >> shift & 0x7F) != 0) out.push_back(uint8_t(0x80 | (arc >> shift & 0x7F)));
+    }
     out.push_back(uint8_t(arc & 0x7F));
   }
   return out;

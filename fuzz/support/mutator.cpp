@@ -187,8 +187,9 @@ void split_string(Random& random, Tlv& tlv, uint8_t component, int depth = 0) {
 
 void join_string(Tlv& tlv) {
   Octets content;
-  for (const Tlv& child : tlv.children)
+  for (const Tlv& child : tlv.children) {
     content.insert(content.end(), child.content.begin(), child.content.end());
+  }
   tlv.tag[0] = uint8_t(tlv.tag[0] & ~0x20);
   tlv.nested = false;
   tlv.indefinite = false;

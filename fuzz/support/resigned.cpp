@@ -46,16 +46,18 @@ Tlv* child(Tlv* parent, size_t i) {
 
 Tlv* child_with(Tlv* parent, uint8_t tag) {
   if (parent == nullptr) return nullptr;
-  for (Tlv& c : parent->children)
+  for (Tlv& c : parent->children) {
     if (c.tag == Octets{tag}) return &c;
+  }
   return nullptr;
 }
 
 // The first octet of a string, in any component.
 uint8_t* first_octet(Tlv& string) {
   if (!string.content.empty()) return string.content.data();
-  for (Tlv& component : string.children)
+  for (Tlv& component : string.children) {
     if (uint8_t* octet = first_octet(component)) return octet;
+  }
   return nullptr;
 }
 
@@ -102,15 +104,17 @@ std::optional<Octets> Resign(View token, bool useV2) {
   Tlv* signer = child(&signedData->children.back(), 0);
   Tlv* attributes = child_with(signer, 0xA0);
   // version, sid, digestAlgorithm, signedAttrs, signatureAlgorithm, signature
-  if (attributes == nullptr || signer->children.size() < 6 || attributes != &signer->children[3])
+  if (attributes == nullptr || signer->children.size() < 6 || attributes != &signer->children[3]) {
     return std::nullopt;
+  }
   const Tlv& algorithm = signer->children[2];
   if (algorithm.children.empty() || signer->children[5].tag != Octets{0x04}) return std::nullopt;
 
   Tlv* messageDigest = attribute_value(attributes, kIdMessageDigest);
   const Octets contentDigest = digest(algorithm.children[0].content, *content);
-  if (messageDigest == nullptr || contentDigest.empty() || !name_certificate(attributes, useV2))
+  if (messageDigest == nullptr || contentDigest.empty() || !name_certificate(attributes, useV2)) {
     return std::nullopt;
+  }
   *messageDigest = Primitive(0x04, contentDigest);
 
   Tlv asSet = *attributes;

@@ -90,8 +90,9 @@ void open_string(Tlv* string, int depth) {
 
 bool read_element(Cursor* c, Tlv* out, Inside inside, int depth) {
   size_t length = 0;
-  if (depth > kMaxDepth || !read_tag(c, &out->tag) || !read_length(c, &out->indefinite, &length))
+  if (depth > kMaxDepth || !read_tag(c, &out->tag) || !read_length(c, &out->indefinite, &length)) {
     return false;
+  }
   if (out->indefinite) {
     out->nested = true;
     return out->constructed() && read_until_end_of_contents(c, out, inside, depth);

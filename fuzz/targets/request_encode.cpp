@@ -56,8 +56,9 @@ Octets framed(const Octets& request, int32_t transport) {
   } else if (transport == QEX_TRANSPORT_HTTP) {
     std::string digits = std::to_string(n);
     digits.insert(0, 4 - digits.size(), '0');
-    for (size_t i = 0; i < 3; ++i)
+    for (size_t i = 0; i < 3; ++i) {
       if (digits[i] == '0') digits[i] = ' ';
+    }
     const std::string head =
         "POST /VKS/HttpTspServer HTTP/1.0\r\n"
         "Content-Type: application/timestamp-query; charset=binary\r\n"

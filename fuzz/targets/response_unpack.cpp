@@ -27,8 +27,9 @@ int32_t number(const std::string& s, bool withSign) {
   const bool negative = withSign && i < s.size() && s[i] == '-';
   if (withSign && i < s.size() && (s[i] == '-' || s[i] == '+')) ++i;
   int64_t n = 0;
-  for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i)
+  for (; i < s.size() && s[i] >= '0' && s[i] <= '9'; ++i) {
     n = std::min<int64_t>(n * 10 + (s[i] - '0'), 1LL << 40);
+  }
   return int32_t(negative ? std::max<int64_t>(-n, INT32_MIN) : std::min<int64_t>(n, INT32_MAX));
 }
 
@@ -37,8 +38,9 @@ Outcome unpack_socket(View in) {
   if (in.size() < 5) return {QEX_E_ARG, length, 0, 0};
   const uint64_t announced =
       4 + (uint64_t{in[0]} << 24 | uint64_t{in[1]} << 16 | uint64_t{in[2]} << 8 | in[3]);
-  if (announced != in.size())
+  if (announced != in.size()) {
     return {QEX_E_LENGTH, uint32_t(std::min<uint64_t>(announced, UINT32_MAX)), in[4], 0};
+  }
   if (in[4] != 5) return {QEX_E_FRAMING, length, in[4], 0};
   return {QEX_OK, length - 5, 5, 5};
 }

@@ -32,8 +32,9 @@ const Type& type_of(unsigned number) {
   static const std::vector<Numbered> types = numbered_types();
   const unsigned end = unsigned(-kLastTypeCode) + 1;
   const Type* chosen = types.front().type;
-  for (const Numbered& t : types)
+  for (const Numbered& t : types) {
     if (t.number <= number % end) chosen = t.type;
+  }
   return *chosen;
 }
 

@@ -324,8 +324,9 @@ TEST(Frame, NothingIsReportedOnSuccess) {
 }
 
 TEST(Frame, AttachingDoesNothingAndSucceeds) {
-  for (const uint32_t reason : {0u, 1u, 2u, 3u, 77u})
+  for (const uint32_t reason : {0u, 1u, 2u, 3u, 77u}) {
     EXPECT_TRUE(ProcessAttach(nullptr, reason, nullptr)) << reason;
+  }
 }
 
 // --- Output buffers --------------------------------------------------------------

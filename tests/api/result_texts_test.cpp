@@ -63,8 +63,9 @@ TEST(ResultTexts, EveryTextIsOneLineOfItsOwn) {
 }
 
 TEST(ResultTexts, CodesThatNoFunctionReturnsHaveNone) {
-  for (const int32_t code : {-4, 1, -18, 100, INT32_MIN, INT32_MAX})
+  for (const int32_t code : {-4, 1, -18, 100, INT32_MIN, INT32_MAX}) {
     EXPECT_EQ(FindResultText(code), nullptr) << code;
+  }
 }
 
 }  // namespace

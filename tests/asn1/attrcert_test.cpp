@@ -29,8 +29,9 @@ TEST(Holder, EveryFieldMayBeAbsent) {
                            context(2, sample::object_digest_info_fields())};
   for (unsigned chosen = 0; chosen < 8; ++chosen) {
     Octets content;
-    for (unsigned i = 0; i < 3; ++i)
+    for (unsigned i = 0; i < 3; ++i) {
       if ((chosen >> i & 1) != 0) content = concat(content, fields[i]);
+    }
     Decoded v(NESTED(Holder), sequence(content));
     ASSERT_EQ(v.outcome, kDecoded);
     EXPECT_EQ(v->baseCertificateID != nullptr, (chosen & 1) != 0);
@@ -47,8 +48,9 @@ TEST(V2Form, EveryFieldMayBeAbsent) {
                            context(1, sample::object_digest_info_fields())};
   for (unsigned chosen = 0; chosen < 8; ++chosen) {
     Octets content;
-    for (unsigned i = 0; i < 3; ++i)
+    for (unsigned i = 0; i < 3; ++i) {
       if ((chosen >> i & 1) != 0) content = concat(content, fields[i]);
+    }
     ExpectRoundTrip(NESTED(V2Form), sequence(content));
     ExpectRoundTrip(NESTED(AttCertIssuer), context(0, content));
   }
@@ -104,8 +106,9 @@ Octets info(const Octets& behind_attributes) {
 // The unique identifier and the extensions carry no context tag, unlike those of a certificate.
 TEST(AttributeCertificateInfo, OptionalFieldsHaveTheirOwnTags) {
   const Octets uid = bit_string(hex("80"), 7), extensions = sequence(sample::extension_list());
-  for (const Octets& rest : {Octets{}, uid, extensions, concat(uid, extensions)})
+  for (const Octets& rest : {Octets{}, uid, extensions, concat(uid, extensions)}) {
     ExpectRoundTrip(NESTED(AttributeCertificateInfo), info(rest));
+  }
   Decoded v(NESTED(AttributeCertificateInfo), info(concat(uid, extensions)));
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(v->issuerUniqueID.count, 1u);

@@ -46,8 +46,9 @@ TEST(Attribute, Failures) {
 
 // A SEQUENCE in place of the SET is another shape of one timing attribute only.
 TEST(Attribute, ASequenceInPlaceOfTheSetIsRefusedElsewhere) {
-  for (const char* id : {"1.2.840.113549.1.9.3", kMetricsAttribute, kPolicyAttribute, "1.2.3"})
+  for (const char* id : {"1.2.840.113549.1.9.3", kMetricsAttribute, kPolicyAttribute, "1.2.3"}) {
     ExpectRefused(NESTED(Attribute), sequence(oid(id), metrics(1)), site_code(kAttribute, Site::Missing, 1));
+  }
 }
 
 TEST(Attribute, ASequenceInPlaceOfTheSetIsRefusedBeforeItsLengthIsRead) {

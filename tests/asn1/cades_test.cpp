@@ -43,8 +43,9 @@ TEST(SignaturePolicyId, QualifiersDecodeWhenTheirTypeIsRegistered) {
     return sequence(oid("1.2.3"), kHash, sequence(sequence(oid(id), utf8_string("x"))));
   };
   ExpectRoundTrip(NESTED(SignaturePolicyId), with("2.5.4.3"));
-  for (const char* id : {"1.2.840.113549.1.9.16.5.1", "1.2.840.113549.1.9.16.5.2"})
+  for (const char* id : {"1.2.840.113549.1.9.16.5.1", "1.2.840.113549.1.9.16.5.2"}) {
     ExpectRefused(NESTED(SignaturePolicyId), with(id), -44, "ERROR - ANY Decode routine is NULL\n");
+  }
 }
 
 // Both tags are EXPLICIT: the whole list, or the whole certificate, is inside.

@@ -48,8 +48,9 @@ TEST(ContentInfo, Failures) {
   ExpectRefused(TOP(ContentInfo), sequence(oid(sample::kData), context(0, octet_string({})), null()),
                 site_code(kContentInfo, Site::Length));
   // TSTInfo is not a content of its own: it is octets inside signed data.
-  for (const char* type : {sample::kTSTInfoId, "1.2.840.113549.1.7.3", "1.2.840.113549.1.9.16.1.2"})
+  for (const char* type : {sample::kTSTInfoId, "1.2.840.113549.1.7.3", "1.2.840.113549.1.9.16.1.2"}) {
     ExpectRefused(TOP(ContentInfo), sequence(oid(type), context(0, sequence())), -44, kNoDecoder);
+  }
   Decoded wrong(TOP(ContentInfo), sequence(oid(sample::kSignedDataId), context(0, set())));
   EXPECT_EQ(wrong.outcome,
             (Outcome{site_code(kSignedData, Site::WrongTag), "BDecSignedData: ERROR - wrong tag\n"}));
@@ -75,9 +76,11 @@ TEST(SignedData, AllFieldsAreFoundUnderTheirTags) {
 }
 
 TEST(SignedData, CertificatesAndCrlsMayBeAbsent) {
-  for (const Octets& certificates : {Octets{}, context(0), context(0, sample::certificate())})
-    for (const Octets& crls : {Octets{}, context(1), context(1, kCrl)})
+  for (const Octets& certificates : {Octets{}, context(0), context(0, sample::certificate())}) {
+    for (const Octets& crls : {Octets{}, context(1), context(1, kCrl)}) {
       ExpectAnyForm(TOP(SignedData), sample::signed_data(certificates, crls));
+    }
+  }
 }
 
 // Three kinds of certificates, in their order.
@@ -140,9 +143,11 @@ TEST(SignerInfo, AllFieldsAreFoundUnderTheirTags) {
 }
 
 TEST(SignerInfo, AttributesMayBeAbsent) {
-  for (const Octets& with : {Octets{}, context(0)})
-    for (const Octets& without : {Octets{}, context(1)})
+  for (const Octets& with : {Octets{}, context(0)}) {
+    for (const Octets& without : {Octets{}, context(1)}) {
       ExpectAnyForm(NESTED(SignerInfo), sample::signer_info(with, without));
+    }
+  }
 }
 
 // A countersignature is not a row of the table.

@@ -48,8 +48,9 @@ TEST(SequenceCodec, EveryChoiceOfOptionalFieldsIsWrittenBack) {
   const Octets optional[] = {kPolicy, kNonce, kCertReq, kExtensionsField};
   for (unsigned chosen = 0; chosen < 16; ++chosen) {
     Octets fields = kMandatory;
-    for (unsigned i = 0; i < 4; ++i)
+    for (unsigned i = 0; i < 4; ++i) {
       if ((chosen >> i & 1) != 0) fields = concat(fields, optional[i]);
+    }
     ExpectRoundTrip(TOP(TimeStampReq), sequence(fields));
   }
 }
@@ -69,16 +70,18 @@ TEST(SequenceCodec, EndOfContentsIsTestedForAfterEachField) {
   }
   Decoded v(TOP(TimeStampReq), indefinite(0x30, fields));
   EXPECT_EQ(v.outcome, kDecoded);
-  for (const char* end : {"0001", "0100", "0101", "00", "", "0201"})
+  for (const char* end : {"0001", "0100", "0101", "00", "", "0201"}) {
     ExpectRefused(TOP(TimeStampReq), concat(hex("3080"), fields, hex(end)), -16, kBadEoc);
+  }
 }
 
 TEST(SequenceCodec, EndOfContentsAfterAMandatoryLastFieldIsMinus16) {
   const Octets fields = concat(sample::sha256(), octet_string(hex("0102")));
   Decoded v(NESTED(MessageImprint), indefinite(0x30, fields));
   EXPECT_EQ(v.outcome, kDecoded);
-  for (const char* end : {"0001", "0100", "00"})
+  for (const char* end : {"0001", "0100", "00"}) {
     ExpectRefused(NESTED(MessageImprint), concat(hex("3080"), fields, hex(end)), -16, kBadEoc);
+  }
 }
 
 // The marker is not a field: where a mandatory one is due, a zero tag is just another tag.
@@ -165,9 +168,10 @@ TEST(ExplicitTag, AnIndefiniteOuterLengthEndsAfterTheInnerValue) {
   Decoded v(NESTED(EncapsulatedContentInfo), sequence(kPolicy, indefinite(0xA0, octet_string(hex("61")))));
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(v.encoded(), sequence(kPolicy, context(0, octet_string(hex("61")))));
-  for (const char* end : {"0001", "0100"})
+  for (const char* end : {"0001", "0100"}) {
     ExpectRefused(NESTED(EncapsulatedContentInfo), sequence(kPolicy, hex("a080"), octet_string({}), hex(end)),
                   -16, kBadEoc);
+  }
 }
 
 // The lengths around it decide, not the outer one.

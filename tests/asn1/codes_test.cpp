@@ -43,19 +43,20 @@ Octets open_value(const Field& f) {
 Octets field_sample(const Type& t, const Field& f, uint8_t inner = 0) {
   if (f.type->kind == Kind::OpenList) return der::set(open_value(f));
   Octets value;
-  if (f.type->kind == Kind::Any)
+  if (f.type->kind == Kind::Any) {
     value = open_value(f);
-  else if (f.tagging == Tagging::Implicit)
+  } else if (f.tagging == Tagging::Implicit) {
     return der::element(tag_octet(f.tag),
                         is_primitive(*f.type) ? identifier_contents(t, f) : sample_content(*f.type));
-  else if (is_primitive(*f.type) && f.type->codec == &kBoolCodec)
+  } else if (is_primitive(*f.type) && f.type->codec == &kBoolCodec) {
     value = der::boolean(true);
-  else if (is_primitive(*f.type) && f.type->codec == &kNullCodec)
+  } else if (is_primitive(*f.type) && f.type->codec == &kNullCodec) {
     value = der::null();
-  else if (is_primitive(*f.type))
+  } else if (is_primitive(*f.type)) {
     value = der::element(tag_octet(f.type->tag), identifier_contents(t, f));
-  else
+  } else {
     value = sample(*f.type);
+  }
   if (inner != 0) value[0] = inner;
   return f.tagging == Tagging::Explicit ? der::element(tag_octet(f.tag), value) : value;
 }
@@ -63,8 +64,9 @@ Octets field_sample(const Type& t, const Field& f, uint8_t inner = 0) {
 // The fields of a record before `end`, the mandatory ones only.
 Octets fields_before(const Type& t, size_t end) {
   Octets content;
-  for (size_t i = 0; i < end; ++i)
+  for (size_t i = 0; i < end; ++i) {
     if (t.fields[i].need == Need::Mandatory) content = der::concat(content, field_sample(t, t.fields[i]));
+  }
   return content;
 }
 
@@ -139,25 +141,29 @@ void add_sequence_cases(const Type& t, Cases& cases) {
   const Octets foreign = {kForeignTag, 0};
   for (size_t i = 0; i < t.fields.size(); ++i) {
     const Field& f = t.fields[i];
-    if (f.need == Need::Mandatory && !reads_own_tag(f))
+    if (f.need == Need::Mandatory && !reads_own_tag(f)) {
       cases.emplace(site_code(t, Site::Missing, i), der::element(tag, fields_before(t, i), foreign));
-    if (f.checksInnerTag)
+    }
+    if (f.checksInnerTag) {
       cases.emplace(site_code(t, Site::InnerTag, i),
                     der::element(tag, fields_before(t, i), field_sample(t, f, kForeignTag)));
+    }
   }
   // One octet more than the fields, the last one among them.
   const Field& last = t.fields.back();
   Octets whole = fields_before(t, t.fields.size());
   if (last.need != Need::Mandatory) whole = der::concat(whole, field_sample(t, last));
   cases.emplace(site_code(t, Site::Length), der::element(tag, whole, Octets{0}));
-  if (site_code(t, Site::Trailing) != kNoCode && !reads_own_tag(last))
+  if (site_code(t, Site::Trailing) != kNoCode && !reads_own_tag(last)) {
     cases.emplace(site_code(t, Site::Trailing), der::element(tag, sample_content(t), foreign));
+  }
 }
 
 void add_set_cases(const Type& t, Cases& cases) {
   const uint8_t tag = tag_octet(t.tag);
-  for (size_t i = 0; i < t.fields.size(); ++i)
+  for (size_t i = 0; i < t.fields.size(); ++i) {
     if (t.fields[i].need == Need::Mandatory) cases.emplace(site_code(t, Site::Missing, i), der::element(tag));
+  }
   cases.emplace(site_code(t, Site::Unexpected), der::element(tag, Octets{kForeignTag, 0}));
   cases.emplace(site_code(t, Site::Length),
                 der::concat(Octets{tag, 4}, overrunning(*t.fields[0].type, tag_octet(t.fields[0].tag))));
@@ -174,16 +180,19 @@ void add_list_cases(const Type& t, Cases& cases) {
 // An input for every site of a type that input can reach.
 Cases malformed(const Type& t) {
   Cases cases;
-  if (site_code(t, Site::WrongTag) != kNoCode)
+  if (site_code(t, Site::WrongTag) != kNoCode) {
     cases.emplace(site_code(t, Site::WrongTag), Octets{kForeignTag, 0});
+  }
   if (t.kind == Kind::Sequence) add_sequence_cases(t, cases);
   if (t.kind == Kind::Set) add_set_cases(t, cases);
   if (t.kind == Kind::ListOf) add_list_cases(t, cases);
   if (t.kind == Kind::Choice) {
     cases.emplace(site_code(t, Site::Unexpected), Octets{kForeignTag, 0});
-    for (size_t i = 0; i < t.fields.size(); ++i)
-      if (t.fields[i].checksInnerTag)
+    for (size_t i = 0; i < t.fields.size(); ++i) {
+      if (t.fields[i].checksInnerTag) {
         cases.emplace(site_code(t, Site::InnerTag, i), field_sample(t, t.fields[i], kForeignTag));
+      }
+    }
   }
   return cases;
 }
@@ -276,25 +285,31 @@ TEST(Codes, AFieldInTheMiddleRenumbersNothing) {
 
 // A sample of every type decodes, or the malformed ones below would prove nothing.
 TEST(Codes, TheWellFormedSampleDecodes) {
-  for (const Type* t : kAllTypes)
+  for (const Type* t : kAllTypes) {
     EXPECT_EQ(code_of(*t, sample(*t)), 0) << t->name << ' ' << ToHex(sample(*t));
+  }
 }
 
 TEST(Codes, MalformedContentsRaiseTheCodeOfTheirSite) {
-  for (const Type* t : kAllTypes)
-    for (const auto& [code, octets] : malformed(*t))
+  for (const Type* t : kAllTypes) {
+    for (const auto& [code, octets] : malformed(*t)) {
       EXPECT_EQ(code_of(*t, octets), code) << t->name << ' ' << ToHex(octets);
+    }
+  }
 }
 
 TEST(Codes, EveryCodeOfARunIsRaisedOrOutOfReach) {
   std::set<AsnInt> met;
-  for (const NotReached& site : kNotReached)
+  for (const NotReached& site : kNotReached) {
     EXPECT_TRUE(met.insert(site_code(*site.type, site.site, site.field)).second);
-  for (const Type* t : kAllTypes)
+  }
+  for (const Type* t : kAllTypes) {
     for (const auto& [code, octets] : malformed(*t)) met.insert(code);
+  }
   std::set<AsnInt> all;
-  for (const CodeRun& run : kCodeRuns)
+  for (const CodeRun& run : kCodeRuns) {
     for (AsnInt i = 0; i < run.count(); ++i) all.insert(run.first - i);
+  }
   EXPECT_EQ(met, all);
 }
 

@@ -114,10 +114,11 @@ TEST(PolicyInformation, QualifiersDecodeWhenTheirTypeIsRegistered) {
 
 // The published qualifiers, a CPS pointer and a user notice, are not registered.
 TEST(PolicyInformation, PublishedQualifiersAreRefused) {
-  for (const char* id : {"1.3.6.1.5.5.7.2.1", "1.3.6.1.5.5.7.2.2"})
+  for (const char* id : {"1.3.6.1.5.5.7.2.1", "1.3.6.1.5.5.7.2.2"}) {
     ExpectRefused(NESTED(PolicyInformation),
                   sequence(oid("1.2.3"), sequence(sequence(oid(id), ia5_string("http://a")))), -44,
                   "ERROR - ANY Decode routine is NULL\n");
+  }
 }
 
 }  // namespace

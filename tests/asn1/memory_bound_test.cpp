@@ -44,8 +44,9 @@ class Bound {
  public:
   Bound(double bytesPerOctet, Heap heap) : rate_(bytesPerOctet), heap_(heap) {
     // What a decoding starts with, and what open types hold.
-    for (const Type* type : kAllTypes)
+    for (const Type* type : kAllTypes) {
       if (type->top) add(*type);
+    }
     for (const Type* type : open_) add(*type);
     // A value gains only through its parts, so each round settles one more level of nesting; a cycle that
     // gained at every turn would never settle.

@@ -34,9 +34,10 @@ TEST(DirectoryString, EveryAlternativeHasItsTagAndNumber) {
 }
 
 TEST(DirectoryString, OtherStringTypesAreRefused) {
-  for (const uint8_t tag : {uint8_t{0x16}, uint8_t{0x12}, uint8_t{0x04}, uint8_t{0x80}})
+  for (const uint8_t tag : {uint8_t{0x16}, uint8_t{0x12}, uint8_t{0x04}, uint8_t{0x80}}) {
     ExpectRefused(TOP(DirectoryString), Octets{tag, 0}, site_code(kDirectoryString, Site::Unexpected),
                   "ERROR - unexpected tag in CHOICE\n");
+  }
 }
 
 TEST(AttributeTypeAndValue, TheTypeDecidesTheFormOfTheValue) {
@@ -65,9 +66,10 @@ TEST(AttributeTypeAndValue, AStringOfAnotherTypeIsAWrongTag) {
 
 TEST(AttributeTypeAndValue, TypesWithoutARowAreRefused) {
   for (const char* type :
-       {"0.9.2342.19200300.100.1.25", "2.5.4.4", "2.5.4.41", "2.5.4.42", "2.5.4.43", "2.5.4.44"})
+       {"0.9.2342.19200300.100.1.25", "2.5.4.4", "2.5.4.41", "2.5.4.42", "2.5.4.43", "2.5.4.44"}) {
     ExpectRefused(NESTED(AttributeTypeAndValue), sequence(oid(type), printable_string("x")), -44,
                   "ERROR - ANY Decode routine is NULL\n");
+  }
 }
 
 TEST(DistinguishedName, IsAListOfSets) {
@@ -165,9 +167,10 @@ TEST(GeneralName, StringsMayBeConstructed) {
 // registeredID is an OBJECT IDENTIFIER, which has no constructed form; the structured ones have no
 // primitive one; and there is no [9].
 TEST(GeneralName, OtherTagsAreRefused) {
-  for (const char* octets : {"a800", "8000", "8300", "8400", "8500", "8900", "a900", "3000"})
+  for (const char* octets : {"a800", "8000", "8300", "8400", "8500", "8900", "a900", "3000"}) {
     ExpectRefused(NESTED(GeneralName), hex(octets), site_code(kGeneralName, Site::Unexpected),
                   "ERROR - unexpected tag in CHOICE\n");
+  }
 }
 
 // directoryName is EXPLICIT, for a Name is a CHOICE: the tag of the sequence is inside.

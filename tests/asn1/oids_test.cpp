@@ -273,8 +273,9 @@ TEST(OpenTypeTable, DomainComponentResolvesToNoType) {
 TEST(OpenTypeTable, NothingElseIsRegistered) {
   for (const auto& line : LinesOf("identifiers.txt")) EXPECT_EQ(look_up(hex(line[1])).ai, nullptr) << line[0];
   for (const char* id :
-       {"1.2.3", "2.5.4.1", "1.2.840.113549.1.1.10", "1.2.840.10045.2.1", "1.3.6.1.4.1.601.10.4.3"})
+       {"1.2.3", "2.5.4.1", "1.2.840.113549.1.1.10", "1.2.840.10045.2.1", "1.3.6.1.4.1.601.10.4.3"}) {
     EXPECT_EQ(look_up(oid_content(id)).ai, nullptr) << id;
+  }
   EXPECT_EQ(look_up({}).ai, nullptr);
   AsnAny any{};
   for (const int32_t n : {0, 1, 22, -1}) {

@@ -28,8 +28,9 @@ bool holds_nothing(const Type& t, const void* v) {
     case Kind::Any: return static_cast<const AsnAny*>(v)->value == nullptr;
     case Kind::Sequence:
     case Kind::Set:
-      for (const Field& f : t.fields)
+      for (const Field& f : t.fields) {
         if (!field_holds_nothing(f, v)) return false;
+      }
       return true;
     case Kind::Choice: {
       const auto choice = size_t(*static_cast<const AsnInt*>(v));

@@ -100,8 +100,9 @@ const SignedData& signed_data_of(const ContentInfo& content) {
 
 const AsnAny* attribute_value(const AsnList* attributes, const char* id) {
   const Octets octets = oid_content(id);
-  for (const Attribute* attribute : ElementsOf<Attribute>(attributes))
+  for (const Attribute* attribute : ElementsOf<Attribute>(attributes)) {
     if (AsnOidEqual(attribute->type, OidOf(octets))) return At<AsnAny>(attribute->values, 0);
+  }
   return nullptr;
 }
 

@@ -230,8 +230,9 @@ TEST(TSTInfo, EveryChoiceOfOptionalFieldsIsWrittenBack) {
   const Octets optional[] = {hex("3000"), boolean(false), integer(99), context(0, hex("820161")), context(1)};
   for (unsigned chosen = 0; chosen < 32; ++chosen) {
     Octets fields = kTstMandatory;
-    for (unsigned i = 0; i < 5; ++i)
+    for (unsigned i = 0; i < 5; ++i) {
       if ((chosen >> i & 1) != 0) fields = concat(fields, optional[i]);
+    }
     ExpectAnyForm(TOP(TSTInfo), sequence(fields));
   }
 }
@@ -286,8 +287,9 @@ TEST(TSTInfo, Failures) {
 
 TEST(Accuracy, EveryFieldMayBeAbsent) {
   for (const char* octets : {"3000", "3003020101", "3003800101", "3003810101", "3006020101810101",
-                             "3006800101810101", "3009020101800102810103"})
+                             "3006800101810101", "3009020101800102810103"}) {
     ExpectRoundTrip(NESTED(Accuracy), hex(octets));
+  }
   Decoded v(NESTED(Accuracy), hex("3000"));
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(v->seconds, nullptr);

@@ -87,8 +87,9 @@ TEST(TimingAttribute, BothShapesMayOccurInOneSet) {
 }
 
 TEST(TimingAttribute, AnEmptySetHasNoShape) {
-  for (const char* id : {kMetricsAttribute, kPolicyAttribute, kMetricsContent})
+  for (const char* id : {kMetricsAttribute, kPolicyAttribute, kMetricsContent}) {
     ExpectRoundTrip(NESTED(Attribute), sequence(oid(id), set()));
+  }
 }
 
 TEST(TimingAttribute, Failures) {

@@ -111,8 +111,9 @@ TEST(TimingPolicy, EveryFieldMayBeAbsent) {
   const Octets fields[] = {sequence(oid("1.2.3")), context(0, kQuarter), context(1, kNewYear2024)};
   for (unsigned chosen = 0; chosen < 8; ++chosen) {
     Octets content;
-    for (unsigned i = 0; i < 3; ++i)
+    for (unsigned i = 0; i < 3; ++i) {
       if ((chosen >> i & 1) != 0) content = concat(content, fields[i]);
+    }
     Decoded v(TOP(TimingPolicy), sequence(content));
     ASSERT_EQ(v.outcome, kDecoded);
     EXPECT_EQ(v->policyID != nullptr, (chosen & 1) != 0);

@@ -47,8 +47,9 @@ TEST(BuiltInStandardAttributes, AllFieldsAreFoundUnderTheirTags) {
 TEST(BuiltInStandardAttributes, EveryFieldMayBeAbsent) {
   ExpectRoundTrip(NESTED(BuiltInStandardAttributes), hex("3000"));
   for (const char* field : {"610412025345", "6203130131", "800132", "810133", "a203120134", "830135",
-                            "840136", "a503800161", "a600"})
+                            "840136", "a503800161", "a600"}) {
     ExpectRoundTrip(NESTED(BuiltInStandardAttributes), sequence(hex(field)));
+  }
   ExpectRefused(NESTED(BuiltInStandardAttributes), sequence(null()),
                 site_code(kBuiltInStandardAttributes, Site::Trailing));
 }
@@ -110,9 +111,10 @@ TEST(OrganizationalUnitNames, RoundTrip) {
 // No extension attribute is registered, so none decodes.
 TEST(ExtensionAttribute, APresentOneIsRefused) {
   constexpr const char* kText = "ERROR - ANY Decode routine is NULL\n";
-  for (const char* type : {"800101", "800117", "8002ff7f"})
+  for (const char* type : {"800101", "800117", "8002ff7f"}) {
     ExpectRefused(NESTED(ExtensionAttribute), sequence(hex(type), context(1, printable_string("x"))), -44,
                   kText);
+  }
   ExpectRefused(NESTED(ExtensionAttributes), set(sequence(hex("800101"), context(1, null()))), -44, kText);
   ExpectRoundTrip(NESTED(ExtensionAttributes), set());
 }

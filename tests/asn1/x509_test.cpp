@@ -82,8 +82,9 @@ TEST(Validity, BothTimesMayBeOfEitherKind) {
   ASSERT_EQ(v.outcome, kDecoded);
   EXPECT_EQ(v->notBefore->choice, Time::kUtcTime);
   EXPECT_EQ(v->notAfter->choice, Time::kGeneralTime);
-  for (const Octets& a : {kUtc, kGeneralized})
+  for (const Octets& a : {kUtc, kGeneralized}) {
     for (const Octets& b : {kUtc, kGeneralized}) ExpectRoundTrip(NESTED(Validity), sequence(a, b));
+  }
 }
 
 TEST(SubjectPublicKeyInfo, HoldsTheKeyAsBits) {
@@ -129,8 +130,9 @@ TEST(TBSCertificate, EveryChoiceOfOptionalFieldsIsWrittenBack) {
                              context(3, sequence(sample::extension_list()))};
   for (unsigned chosen = 0; chosen < 16; ++chosen) {
     Octets rest;
-    for (unsigned i = 0; i < 3; ++i)
+    for (unsigned i = 0; i < 3; ++i) {
       if ((chosen >> i & 1) != 0) rest = concat(rest, optional[i]);
+    }
     ExpectAnyForm(NESTED(TBSCertificate), tbs((chosen & 8) != 0 ? version : Octets{}, rest));
   }
 }
@@ -214,8 +216,9 @@ TEST(TBSCertList, EveryChoiceOfOptionalFieldsIsWrittenBack) {
   const Octets optional[] = {kUtc, sequence(kEntry), context(0, sequence())};
   for (unsigned chosen = 0; chosen < 16; ++chosen) {
     Octets rest;
-    for (unsigned i = 0; i < 3; ++i)
+    for (unsigned i = 0; i < 3; ++i) {
       if ((chosen >> i & 1) != 0) rest = concat(rest, optional[i]);
+    }
     ExpectAnyForm(NESTED(TBSCertList), tbs_list((chosen & 8) != 0 ? integer(1) : Octets{}, rest));
   }
   Decoded v(NESTED(TBSCertList), tbs_list({}, sequence(kEntry)));

@@ -108,9 +108,10 @@ TEST(X520PresentationAddress, AllTagsAreExplicit) {
                 "BDecTag: ERROR - decoded past the end of data\n");
   ExpectRefused(TOP(X520PresentationAddress), hex("3007 a003040101 a000"),
                 site_code(kX520PresentationAddress, Site::Missing, 3));
-  for (size_t i = 0; i < 4; ++i)
+  for (size_t i = 0; i < 4; ++i) {
     ExpectRefused(TOP(X520PresentationAddress), sequence(context(unsigned(i), null())),
                   site_code(kX520PresentationAddress, Site::InnerTag, i));
+  }
 }
 
 TEST(X520ProtocolInformation, HasAnAddressAndProfiles) {

@@ -13,7 +13,7 @@ namespace {
 
 Octets counting(size_t n) {
   Octets octets(n);
-  for (size_t i = 0; i < n; ++i) octets[i] = static_cast<uint8_t>(i * 7 + i / 256);
+  for (size_t i = 0; i < n; ++i) octets[i] = uint8_t(i * 7 + i / 256);
   return octets;
 }
 
@@ -243,7 +243,7 @@ TEST(ExpBuf, RunsAndBytesMixedAgreeWithASlowString) {
         ExpBufPutSegRvs(chain.handle(), run.data(), run.size());
         expected = run + expected;
       } else {
-        const auto octet = static_cast<uint8_t>(random());
+        const auto octet = uint8_t(random());
         ExpBufPutByteRvs(chain.handle(), octet);
         expected.insert(expected.begin(), octet);
       }

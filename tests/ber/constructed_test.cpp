@@ -165,7 +165,7 @@ TEST_F(Constructed, ManyComponents) {
   Octets encoding = {0x24, 0x80};
   std::string expected;
   for (int i = 0; i < 100000; ++i) {
-    const auto octet = static_cast<uint8_t>(i * 31);
+    const auto octet = uint8_t(i * 31);
     encoding.insert(encoding.end(), {0x04, 0x01, octet});
     expected += ToHex(&octet, 1);
   }
@@ -340,8 +340,8 @@ TEST_F(Constructed, AMillionDefiniteLevelsDecodeOnASmallStack) {
   for (size_t i = 0; i < kLevels; ++i) {
     const size_t n = backward.size();
     size_t octets = 0;
-    for (size_t rest = n; rest != 0; rest >>= 8, ++octets) backward.push_back(static_cast<uint8_t>(rest));
-    backward.push_back(static_cast<uint8_t>(0x80 + octets));
+    for (size_t rest = n; rest != 0; rest >>= 8, ++octets) backward.push_back(uint8_t(rest));
+    backward.push_back(uint8_t(0x80 + octets));
     backward.push_back(0x24);
   }
   std::reverse(backward.begin(), backward.end());
@@ -381,13 +381,13 @@ Octets random_string(std::mt19937& random, int depth) {
     if (depth > 0 && random() % 2 != 0) {
       content = content + random_string(random, depth - 1);
     } else {
-      const auto n = static_cast<uint8_t>(random() % 4);
+      const auto n = uint8_t(random() % 4);
       content.insert(content.end(), {0x04, n});
-      for (uint8_t i = 0; i < n; ++i) content.push_back(static_cast<uint8_t>(random()));
+      for (uint8_t i = 0; i < n; ++i) content.push_back(uint8_t(random()));
     }
   }
   if (content.size() < 128 && random() % 2 != 0) {
-    return Octets{0x24, static_cast<uint8_t>(content.size())} + content;
+    return Octets{0x24, uint8_t(content.size())} + content;
   }
   return Octets{0x24, 0x80} + content + Octets{0, 0};
 }

@@ -49,7 +49,7 @@ std::string text_of(const AsnList* list) {
   for (AsnListNode* node = list->last; node != nullptr; node = node->prev) backward += at(node->data);
   std::reverse(backward.begin(), backward.end());
   EXPECT_EQ(forward, backward);
-  EXPECT_EQ(AsnListCount(list), static_cast<int32_t>(forward.size()));
+  EXPECT_EQ(AsnListCount(list), int32_t(forward.size()));
   return forward;
 }
 

@@ -153,14 +153,14 @@ TEST_F(OpenTypes, AThirdKeyDescendsIntoATableThatIsThere) {
   // 280180 differs from both in its hash, and meets them in the low 8 bits by chance or not.
   std::vector<Octets> keys;
   for (int c = 0; c < 256; ++c) {
-    const Octets key = {0x28, 0x01, static_cast<uint8_t>(c)};
+    const Octets key = {0x28, 0x01, uint8_t(c)};
     if (AnyKeyHash(key.data(), key.size()) % 256 == 0xE8) keys.push_back(key);
   }
   keys.push_back(FromHex(kLow8.one));
   keys.push_back(FromHex("2802 1a"));  // 0x33 less for each step of the second octet
   ASSERT_EQ(AnyKeyHash(keys.back().data(), 3) % 256, 0xE8u);
-  for (size_t i = 0; i < keys.size(); ++i) ASSERT_TRUE(install(keys[i], static_cast<int32_t>(i + 1)));
-  for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(found(keys[i]), static_cast<int32_t>(i + 1));
+  for (size_t i = 0; i < keys.size(); ++i) ASSERT_TRUE(install(keys[i], int32_t(i + 1)));
+  for (size_t i = 0; i < keys.size(); ++i) EXPECT_EQ(found(keys[i]), int32_t(i + 1));
   EXPECT_EQ(found(FromHex("2803 e7")), 0);  // the same slot, an empty one below
 }
 
@@ -195,12 +195,12 @@ TEST_F(OpenTypes, ThousandsOfKeysAreAllFound) {
   std::vector<Octets> keys;
   std::set<uint32_t> hashes;
   for (int i = 0; i < 20000; ++i) {
-    Octets key = {0x2A, static_cast<uint8_t>(i), static_cast<uint8_t>(i >> 8), static_cast<uint8_t>(i * 7)};
+    Octets key = {0x2A, uint8_t(i), uint8_t(i >> 8), uint8_t(i * 7)};
     if (hashes.insert(AnyKeyHash(key.data(), key.size())).second) keys.push_back(key);
   }
   ASSERT_GT(keys.size(), 19000u);
-  for (size_t i = 0; i < keys.size(); ++i) ASSERT_TRUE(install(keys[i], static_cast<int32_t>(i + 1)));
-  for (size_t i = 0; i < keys.size(); ++i) ASSERT_EQ(found(keys[i]), static_cast<int32_t>(i + 1));
+  for (size_t i = 0; i < keys.size(); ++i) ASSERT_TRUE(install(keys[i], int32_t(i + 1)));
+  for (size_t i = 0; i < keys.size(); ++i) ASSERT_EQ(found(keys[i]), int32_t(i + 1));
 }
 
 TEST_F(OpenTypes, FailedRegistrationKeepsEarlierEntriesAndLeaksNothing) {

@@ -57,8 +57,8 @@ TEST(AsnOcts, RoundTripAcrossBlocksOfEverySize) {
   std::mt19937 random(11);
   for (const size_t n : {0u, 1u, 127u, 128u, 255u, 256u, 5000u, 70000u}) {
     Octets octets(n);
-    for (uint8_t& octet : octets) octet = static_cast<uint8_t>(random());
-    const AsnOcts value = {static_cast<uint32_t>(n), octets.data()};
+    for (uint8_t& octet : octets) octet = uint8_t(random());
+    const AsnOcts value = {uint32_t(n), octets.data()};
     for (const size_t block : {1u, 3u, 1024u, 2048u, 100000u}) {
       const BlockSize size(block);
       AsnLen written = 0;
@@ -221,7 +221,7 @@ TEST(AsnBits, RoundTripAcrossBlocks) {
   std::mt19937 random(12);
   for (const uint32_t count : {0u, 1u, 8u, 1001u, 40000u}) {
     Octets octets(BitOctets(count));
-    for (uint8_t& octet : octets) octet = static_cast<uint8_t>(random());
+    for (uint8_t& octet : octets) octet = uint8_t(random());
     const AsnBits value = {count, octets.data()};
     for (const size_t block : {1u, 7u, 2048u}) {
       const BlockSize size(block);

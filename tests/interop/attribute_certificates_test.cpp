@@ -135,8 +135,9 @@ std::string text_of(const TokenParts& parts, const std::vector<std::string>& sig
           ? each(*parts.certificates, [](const CertificateParts& part) { return kKinds[part.kind]; })
           : "absent";
   std::vector<std::string> signers;
-  for (size_t i = 0; i < parts.signers.size(); ++i)
+  for (size_t i = 0; i < parts.signers.size(); ++i) {
     signers.push_back(text_of(parts.signers[i], signatures[i]));
+  }
   return "version " + ToHex(der::integer_content(parts.version)) + " type " + parts.encapsulated_type +
          " content " + ToHex(parts.tst_info) + " certificates " + certificates + " signers " +
          joined(signers);
@@ -152,8 +153,9 @@ std::vector<std::string> peer_reads(const char* kind, const std::vector<Octets>&
   const Folder folder;
   std::string command = std::string(QEX_ASN1CRYPTO_PYTHON) +
                         " -B " QEX_SOURCE_DIR "/tests/interop/peer_attribute_certificates.py " + kind;
-  for (size_t i = 0; i < encodings.size(); ++i)
+  for (size_t i = 0; i < encodings.size(); ++i) {
     command += " " + folder.write(std::to_string(i), encodings[i]);
+  }
   std::string output;
   EXPECT_EQ(RunShell(command, &output), 0) << output;
   std::vector<std::string> lines;

@@ -107,8 +107,9 @@ class ParagraphReader {
   }
   std::string number() {
     std::string digits = peek_word();
-    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos)
+    if (digits.empty() || digits.find_first_not_of("0123456789") != std::string::npos) {
       fail("expected a number");
+    }
     return word();
   }
   std::string up_to(char end) {
@@ -127,10 +128,11 @@ class ParagraphReader {
     t.number = uint32_t(std::stoul(number()));
     if (t.number > 30) fail("a tag number of more than one octet");
     expect("]");
-    if (accept_word("IMPLICIT"))
+    if (accept_word("IMPLICIT")) {
       t.written = Tagging::Implicit;
-    else if (accept_word("EXPLICIT"))
+    } else if (accept_word("EXPLICIT")) {
       t.written = Tagging::Explicit;
+    }
     return t;
   }
 
@@ -211,10 +213,11 @@ class ParagraphReader {
     f.tag = tag();
     f.type = type();
     if (record == Kind::Choice) return f;
-    if (accept_word("OPTIONAL"))
+    if (accept_word("OPTIONAL")) {
       f.need = Need::Optional;
-    else if (accept_word("DEFAULT"))
+    } else if (accept_word("DEFAULT")) {
       default_of(f);
+    }
     return f;
   }
 
@@ -286,8 +289,9 @@ Tagging header_default(const std::vector<std::string>& lines, const std::string&
     for (const auto& [words, tagging] :
          {std::pair{"IMPLICIT TAGS", Tagging::Implicit}, std::pair{"EXPLICIT TAGS", Tagging::Explicit}}) {
       if (line.find(words) == std::string::npos) continue;
-      if (found != Tagging::None)
+      if (found != Tagging::None) {
         throw TextError(path + ":1: the first comment says the default tagging twice");
+      }
       found = tagging;
     }
   }
@@ -308,8 +312,9 @@ std::vector<Definition> ReadTexts(const HeaderText& header) {
   const auto has_text = [&](size_t i) { return lines[i].find("::=") != std::string::npos; };
   for (size_t i = 0; i < lines.size();) {
     if (!in_comment(i)) {
-      if (has_text(i))
+      if (has_text(i)) {
         throw TextError(header.path + ":" + std::to_string(i + 1) + ": a text outside of a comment");
+      }
       ++i;
       continue;
     }
@@ -335,8 +340,9 @@ std::vector<Definition> ReadTexts(const HeaderText& header) {
     }
     if (i == below) ++block;
   }
-  if (!definitions.empty() && tagging == Tagging::None)
+  if (!definitions.empty() && tagging == Tagging::None) {
     throw TextError(header.path + ":1: the first comment does not say the default tagging");
+  }
   return definitions;
 }
 

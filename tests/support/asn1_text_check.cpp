@@ -80,20 +80,23 @@ class Comparison {
         complain(d.place + ": " + d.name + " is no type: it has no tag, no mark and no record around it");
       }
     }
-    for (const auto& [name, type] : types_)
+    for (const auto& [name, type] : types_) {
       if (text_of_.count(type) == 0) complain("a type without a text: " + name);
+    }
     std::map<std::string, int> blocks;
     for (const Definition& d : all_) blocks[block_of(d)] += 0;
     for (const Bound& b : bound_) ++blocks[block_of(*b.text)];
-    for (const auto& [block, texts] : blocks)
+    for (const auto& [block, texts] : blocks) {
       if (texts != 1) complain(block + " has the texts of " + std::to_string(texts) + " types");
+    }
   }
 
   void bind(const Definition& d, const std::string& name, const Type* type) {
     if (!text_of_.emplace(type, &d).second) complain(d.place + ": a second text of the type " + name);
     bound_.push_back({&d, name, type});
-    if (!std::regex_search(d.declared, std::regex("\\bk?" + name + "\\b")))
+    if (!std::regex_search(d.declared, std::regex("\\bk?" + name + "\\b"))) {
       complain(d.place + ": " + d.name + " is not directly above the declaration of " + name);
+    }
   }
 
   static std::string block_of(const Definition& d) {
@@ -108,26 +111,32 @@ class Comparison {
     const Definition& d = *b.text;
     const std::string where = d.place + ": " + d.name;
     if (d.marks.optional || !d.marks.widened.empty()) complain(where + ": a mark that only a field can have");
-    if (d.tag && (b.type->kind != Kind::Choice || d.tag->written != Tagging::None))
+    if (d.tag && (b.type->kind != Kind::Choice || d.tag->written != Tagging::None)) {
       complain(where + ": a tag that is not of a CHOICE");
-    if (d.marks.moreShapes == b.type->shapes.empty())
+    }
+    if (d.marks.moreShapes == b.type->shapes.empty()) {
       complain(where + ": the mark \"more shapes\" is " + (d.marks.moreShapes ? "not needed" : "missing"));
+    }
     top_ = &d.type;
-    if (d.marks.elements.empty())
+    if (d.marks.elements.empty()) {
       compare(d.type, *b.type, where, 0);
-    else
+    } else {
       compare_marked_elements(d, *b.type, where);
+    }
     if (d.ownDefault && !implied_) complain(where + ": says a default tagging without need");
   }
 
   void compare_marked_elements(const Definition& d, const Type& type, const std::string& where) {
-    if (d.type.form != TextType::Form::ListOf || type.kind != Kind::ListOf)
+    if (d.type.form != TextType::Form::ListOf || type.kind != Kind::ListOf) {
       return complain(where + ": \"of\" marks lists only");
+    }
     if (type.tag != d.type.tag) complain(where + ": SET OF and SEQUENCE OF differ");
-    if (find_type(d.marks.elements) != type.element)
+    if (find_type(d.marks.elements) != type.element) {
       complain(where + ": the elements are not " + d.marks.elements);
-    if (agrees([&] { compare(d.type.element[0], *type.element, where, 1); }))
+    }
+    if (agrees([&] { compare(d.type.element[0], *type.element, where, 1); })) {
       complain(where + ": the mark \"of\" is not needed");
+    }
   }
 
   const Type* find_type(const std::string& name) const {
@@ -152,8 +161,9 @@ class Comparison {
     if (depth > kDeepest) return complain(where + ": the names lead in a circle");
     switch (text.form) {
       case TextType::Form::Primitive:
-        if (type.kind != Kind::Primitive || type.tag != text.tag)
+        if (type.kind != Kind::Primitive || type.tag != text.tag) {
           complain(where + ": the text has " + text.word + ", the table " + type.name);
+        }
         return;
       case TextType::Form::Any:
         if (type.kind != Kind::Any) complain(where + ": the text has ANY, the table " + type.name);
@@ -178,24 +188,28 @@ class Comparison {
 
   void compare_list(const TextType& text, const Type& type, const std::string& where, int depth) {
     const bool list = type.kind == Kind::ListOf || type.kind == Kind::OpenList;
-    if (!list || type.tag != text.tag)
+    if (!list || type.tag != text.tag) {
       return complain(where + ": the text has " + (text.tag == 0x31000000 ? "SET OF" : "SEQUENCE OF") +
                       ", the table " + type.name);
+    }
     note_inline(text, type, where, depth);
     const TextType& element = text.element[0];
     if (type.kind == Kind::ListOf) return compare(element, *type.element, where + ", elements", depth);
     const TextType* open = expand(element);
-    if (open == nullptr || open->form != TextType::Form::Any)
+    if (open == nullptr || open->form != TextType::Form::Any) {
       complain(where + ": the table has open values, the text " + element.word);
+    }
   }
 
   void compare_record(const TextType& text, const Type& type, const std::string& where, int depth) {
-    if (type.kind != text.kind || type.tag != text.tag)
+    if (type.kind != text.kind || type.tag != text.tag) {
       return complain(where + ": another kind of record than the table's " + type.name);
+    }
     note_inline(text, type, where, depth);
-    if (text.fields.size() != type.fields.size())
+    if (text.fields.size() != type.fields.size()) {
       complain(where + ": " + std::to_string(text.fields.size()) + " fields, in the table " +
                std::to_string(type.fields.size()));
+    }
     std::set<std::string> names;
     for (size_t i = 0; i < std::min(text.fields.size(), type.fields.size()); ++i) {
       if (!names.insert(text.fields[i].name).second) complain(where + ": two fields " + text.fields[i].name);
@@ -208,8 +222,9 @@ class Comparison {
     if (&text == top_ || depth > 0) return;
     const auto found = text_of_.find(&type);
     if (found == text_of_.end()) return;
-    if (found->second->within.empty())
+    if (found->second->within.empty()) {
       complain(where + ": the table has the type " + type.name + " by its name");
+    }
     inline_.insert({text_->name, &type});
   }
 
@@ -218,23 +233,27 @@ class Comparison {
   void compare_field(const TextType& texts, const TextField& text, const Type& record, const Field& field,
                      const std::string& where) {
     const Marks& marks = text.marks;
-    if (!marks.elements.empty() || marks.moreShapes)
+    if (!marks.elements.empty() || marks.moreShapes) {
       complain(where + ": a mark that only a definition can have");
+    }
     const std::string& name = marks.named.empty() ? text.name : marks.named;
     if (name != field.name) complain(where + ": the table's field is " + field.name);
     if (marks.named == text.name) complain(where + ": the mark \"named\" is not needed");
 
     const Need need = marks.optional ? Need::Optional : text.need;
-    if (marks.optional && text.need != Need::Mandatory)
+    if (marks.optional && text.need != Need::Mandatory) {
       complain(where + ": the mark \"OPTIONAL\" is not needed");
-    if (need != field.need)
+    }
+    if (need != field.need) {
       complain(where + ": " + need_word(need) + " in the text, " + need_word(field.need) + " in the table");
+    }
     check_default(text, where);
 
-    if (marks.widened.empty())
+    if (marks.widened.empty()) {
       compare(text.type, *field.type, where, 0);
-    else
+    } else {
       check_widened(text, *field.type, where);
+    }
     check_defined_by(texts, text, record, field, where);
     check_tag(text, field, where);
   }
@@ -242,19 +261,22 @@ class Comparison {
   // A widened field has a CHOICE, and the published type is one of its alternatives or a CHOICE of some of
   // them.
   void check_widened(const TextField& text, const Type& type, const std::string& where) {
-    if (find_type(text.marks.widened) != &type || type.kind != Kind::Choice)
+    if (find_type(text.marks.widened) != &type || type.kind != Kind::Choice) {
       return complain(where + ": not the CHOICE " + text.marks.widened);
-    if (agrees([&] { compare(text.type, type, where, 1); }))
+    }
+    if (agrees([&] { compare(text.type, type, where, 1); })) {
       return complain(where + ": the mark \"widened to\" is not needed");
+    }
     const auto some_alternative = [&](const auto& fits) {
       return std::any_of(type.fields.begin(), type.fields.end(), fits);
     };
     bool taken = true;
     if (text.type.form == TextType::Form::Record && text.type.kind == Kind::Choice) {
-      for (const TextField& f : text.type.fields)
+      for (const TextField& f : text.type.fields) {
         taken = taken && some_alternative([&](const Field& a) {
                   return agrees([&] { compare_field(text.type, f, type, a, where); });
                 });
+      }
     } else {
       taken = some_alternative([&](const Field& a) {
         return a.tagging == Tagging::None && agrees([&] { compare(text.type, *a.type, where, 1); });
@@ -307,14 +329,18 @@ class Comparison {
     std::vector<size_t> by;
     for (size_t i = 0; i < std::min(texts.fields.size(), record.fields.size()); ++i) {
       const TextField& f = texts.fields[i];
-      if (f.name == open->word || (f.type.form == TextType::Form::Reference && f.type.word == open->word))
+      if (f.name == open->word || (f.type.form == TextType::Form::Reference && f.type.word == open->word)) {
         by.push_back(i);
+      }
     }
-    if (by.size() != 1)
+    if (by.size() != 1) {
       return complain(where + ": DEFINED BY " + open->word + ", which is not one of the fields");
+    }
     const Field& identifier = record.fields[by[0]];
-    if (field.definedBy != int32_t(identifier.offset) || field.definedByInt != (identifier.type == &kAsnInt))
+    if (field.definedBy != int32_t(identifier.offset) ||
+        field.definedByInt != (identifier.type == &kAsnInt)) {
       complain(where + ": the table has another field than " + open->word + " define the type");
+    }
   }
 
   // The tag of the field, or the one that the definition of its type has.
@@ -331,16 +357,18 @@ class Comparison {
     if (tag) {
       const bool untagged = field.type->kind == Kind::Choice || field.type->kind == Kind::Any;
       tagging = tag->written == Tagging::None ? text_->defaultTagging : tag->written;
-      if (tag->written == Tagging::Implicit && untagged)
+      if (tag->written == Tagging::Implicit && untagged) {
         complain(where + ": IMPLICIT over a type without a tag");
+      }
       if (untagged) tagging = Tagging::Explicit;  // by X.680
       implied_ = implied_ || (tag->written == Tagging::None && !untagged);
       const bool primitive = tagging == Tagging::Implicit && field.type->kind == Kind::Primitive;
       octets = tag->tagClass | (primitive ? 0 : kConstructedBit) | tag->number << 24;
     }
-    if (tagging != field.tagging)
+    if (tagging != field.tagging) {
       complain(where + ": tagging " + tagging_word(tagging) + ", in the table " +
                tagging_word(field.tagging));
+    }
     if (octets != field.tag) complain(where + ": tag " + hex(octets) + ", in the table " + hex(field.tag));
   }
 
@@ -348,14 +376,16 @@ class Comparison {
 
   void check_within(const Bound& b) {
     const std::string& within = b.text->within;
-    if (!within.empty() && inline_.count({within, b.type}) == 0)
+    if (!within.empty() && inline_.count({within, b.type}) == 0) {
       complain(b.text->place + ": " + b.text->name + " is not written inline in " + within);
+    }
   }
 
   void check_used(const Definition& d) {
     const bool own = std::any_of(bound_.begin(), bound_.end(), [&](const Bound& b) { return b.text == &d; });
-    if (!own && d.type.form != TextType::Form::Record && used_.count(&d) == 0)
+    if (!own && d.type.form != TextType::Form::Record && used_.count(&d) == 0) {
       complain(d.place + ": no text uses the name " + d.name);
+    }
   }
 
   std::vector<Definition> all_;

@@ -98,8 +98,9 @@ inline std::vector<Place> PlacesIn(const Octets& message, const Place& place) {
   std::vector<Place> all = {place};
   const bool constructed = (place.tag & kConstructed) != 0;
   const bool string = place.tag == 0x03 || place.tag == 0x04;
-  if (!constructed && !(string && HoldsElements(message, place) && message[FirstPart(place)] == 0x30))
+  if (!constructed && !(string && HoldsElements(message, place) && message[FirstPart(place)] == 0x30)) {
     return all;
+  }
   for (size_t at = FirstPart(place); at < place.end; at = PlaceAt(message, at).end) {
     const std::vector<Place> inside = PlacesIn(message, PlaceAt(message, at));
     all.insert(all.end(), inside.begin(), inside.end());

@@ -222,8 +222,9 @@ void add_tokens(Calls& calls, const std::vector<TokenSample>& samples) {
 
 Samples attribute_certificates() {
   Samples all;
-  for (const auto& [name, parts] : SampleAttributeCertificates())
+  for (const auto& [name, parts] : SampleAttributeCertificates()) {
     all.emplace_back("certificate: " + name, ByHand(parts));
+  }
   const Octets plain = all[0].second;
   all.emplace_back("certificate of open lengths", InForm(Form::kIndefinite, plain));
   all.emplace_back("certificate of constructed strings", InForm(Form::kConstructedStrings, plain));

@@ -35,8 +35,9 @@ inline std::vector<uint8_t> Exchange(uint16_t port, const std::vector<uint8_t>& 
   address.sin_family = AF_INET;
   address.sin_port = htons(port);
   address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  if (connect(connection.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0)
+  if (connect(connection.fd, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
     failed("connect");
+  }
 
   for (size_t sent = 0; sent < message.size();) {
     const ssize_t n = send(connection.fd, message.data() + sent, message.size() - sent, MSG_NOSIGNAL);

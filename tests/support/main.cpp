@@ -24,8 +24,9 @@ bool qex::test::Emulated() {
 int main(int argc, char** argv) {
   std::vector<char*> words;
   char* rest = nullptr;
-  for (char* word = strtok_r(emulator, " ", &rest); word != nullptr; word = strtok_r(nullptr, " ", &rest))
+  for (char* word = strtok_r(emulator, " ", &rest); word != nullptr; word = strtok_r(nullptr, " ", &rest)) {
     words.push_back(word);
+  }
   words.insert(words.end(), argv, argv + argc);
   int count = int(words.size());
   words.push_back(nullptr);

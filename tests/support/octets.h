@@ -25,7 +25,7 @@ inline Octets FromHex(std::string_view text) {
     if (high < 0) {
       high = digit(c);
     } else {
-      octets.push_back(static_cast<uint8_t>(high << 4 | digit(c)));
+      octets.push_back(uint8_t(high << 4 | digit(c)));
       high = -1;
     }
   }
@@ -84,7 +84,7 @@ class Input {
 
   ExpBuf** handle() { return &current_; }
   ExpBuf* block() { return current_; }
-  size_t index() const { return static_cast<size_t>(current_ - blocks_.data()); }
+  size_t index() const { return size_t(current_ - blocks_.data()); }
   const uint8_t* data() const { return data_[0].data(); }
 
  private:
@@ -98,8 +98,7 @@ inline std::vector<Octets> InBlocksOf(size_t n, const Octets& octets) {
   std::vector<Octets> blocks;
   for (size_t at = 0; at < octets.size(); at += n) {
     const size_t end = at + n < octets.size() ? at + n : octets.size();
-    blocks.emplace_back(octets.begin() + static_cast<ptrdiff_t>(at),
-                        octets.begin() + static_cast<ptrdiff_t>(end));
+    blocks.emplace_back(octets.begin() + ptrdiff_t(at), octets.begin() + ptrdiff_t(end));
   }
   if (blocks.empty()) blocks.emplace_back();
   return blocks;
@@ -141,7 +140,7 @@ template <class F>
 std::string Printed(F print) {
   std::FILE* file = std::tmpfile();
   print(file);
-  std::string result(static_cast<size_t>(std::ftell(file)), '\0');
+  std::string result(size_t(std::ftell(file)), '\0');
   std::rewind(file);
   result.resize(std::fread(result.data(), 1, result.size(), file));
   std::fclose(file);

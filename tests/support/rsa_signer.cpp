@@ -99,8 +99,9 @@ struct Montgomery {
 Octets from_hex(std::string_view text) {
   const auto digit = [](char c) { return unsigned(c <= '9' ? c - '0' : c - 'a' + 10); };
   Octets octets;
-  for (size_t i = 0; i + 1 < text.size(); i += 2)
+  for (size_t i = 0; i + 1 < text.size(); i += 2) {
     octets.push_back(uint8_t(digit(text[i]) << 4 | digit(text[i + 1])));
+  }
   return octets;
 }
 
@@ -151,12 +152,15 @@ const RsaKey& TestKey(const std::string& name) {
 Octets Digest(std::string_view algorithm, const Octets& data) {
   if (algorithm == kSha1) return digest_with<20>(QEX_SHA1_Init, QEX_SHA1_Update, QEX_SHA1_Final, data);
   if (algorithm == kMd5) return digest_with<16>(QEX_MD5_Init, QEX_MD5_Update, QEX_MD5_Final, data);
-  if (algorithm == kSha256)
+  if (algorithm == kSha256) {
     return digest_with<32>(QEX_SHA256_Init, QEX_SHA256_Update, QEX_SHA256_Final, data);
-  if (algorithm == kSha384)
+  }
+  if (algorithm == kSha384) {
     return digest_with<48>(QEX_SHA384_Init, QEX_SHA384_Update, QEX_SHA384_Final, data);
-  if (algorithm == kSha512)
+  }
+  if (algorithm == kSha512) {
     return digest_with<64>(QEX_SHA512_Init, QEX_SHA512_Update, QEX_SHA512_Final, data);
+  }
   return {};
 }
 

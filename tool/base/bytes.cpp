@@ -37,7 +37,7 @@ std::optional<Bytes> FromHex(std::string_view text) {
     const int high = digit_value(text[i]);
     const int low = digit_value(text[i + 1]);
     if (high < 0 || low < 0) return std::nullopt;
-    octets.push_back(static_cast<uint8_t>(high * 16 + low));
+    octets.push_back(uint8_t(high * 16 + low));
   }
   return octets;
 }
@@ -60,7 +60,7 @@ std::string IntegerText(ByteView contents) {
     unsigned carry = 1;
     for (auto octet = magnitude.rbegin(); octet != magnitude.rend(); ++octet) {
       const unsigned sum = 0xFFu - *octet + carry;
-      *octet = static_cast<uint8_t>(sum);
+      *octet = uint8_t(sum);
       carry = sum >> 8;
     }
   }

@@ -50,7 +50,7 @@ std::optional<std::string> plain_name(std::string_view escaped) {
 std::string tag_of(const HashAlgorithm& hash) {
   std::string tag;
   for (const char* c = hash.name; *c != '\0'; ++c) {
-    tag += *c >= 'a' && *c <= 'z' ? static_cast<char>(*c - 'a' + 'A') : *c;
+    tag += *c >= 'a' && *c <= 'z' ? char(*c - 'a' + 'A') : *c;
   }
   return tag;
 }

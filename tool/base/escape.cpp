@@ -14,7 +14,7 @@ struct Character {
 };
 
 Character first_character(std::string_view text) {
-  const auto octet = [&](size_t i) { return static_cast<uint8_t>(text[i]); };
+  const auto octet = [&](size_t i) { return uint8_t(text[i]); };
   const uint8_t lead = octet(0);
   if (lead < 0x80) return {lead, 1};
   const size_t length = lead >= 0xF0 ? 4 : lead >= 0xE0 ? 3 : 2;

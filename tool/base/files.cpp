@@ -44,7 +44,7 @@ constexpr size_t kStep = 65536;
 size_t size_of(int fd) {
   struct stat status {};
   const bool regular = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-  return regular ? static_cast<size_t>(status.st_size) : 0;
+  return regular ? size_t(status.st_size) : 0;
 }
 
 // Reads a whole file; false when it is longer than `most`, and not all of it was read.
@@ -61,10 +61,10 @@ bool read_up_to(const std::string& path, size_t most, Octets& data) {
     const size_t held = data.size();
     data.resize(held + step);
     const ssize_t n = ::read(fd, data.data() + held, step);
-    data.resize(held + (n > 0 ? static_cast<size_t>(n) : 0));
+    data.resize(held + (n > 0 ? size_t(n) : 0));
     if (n < 0 && errno == EINTR) continue;
     if (n < 0) error = errno;
-    if (n <= 0 || (static_cast<size_t>(n) < step && size > 0 && data.size() >= size)) break;
+    if (n <= 0 || (size_t(n) < step && size > 0 && data.size() >= size)) break;
   }
   if (!standard) ::close(fd);
   if (error != 0) throw FileFailure(path, "cannot be read", error);
@@ -80,7 +80,7 @@ bool WriteAll(int fd, ByteView data) {
       if (errno == EINTR) continue;
       return false;
     }
-    data = data.subspan(static_cast<size_t>(n));
+    data = data.subspan(size_t(n));
   }
   return true;
 }

@@ -44,8 +44,9 @@ template <const EVP_MD* (*kDigest)()>
 constexpr DigestRoutines routines_of_libcrypto() {
   return {[] {
             EVP_MD_CTX* context = EVP_MD_CTX_new();
-            if (context == nullptr || EVP_DigestInit_ex(context, kDigest(), nullptr) != 1)
+            if (context == nullptr || EVP_DigestInit_ex(context, kDigest(), nullptr) != 1) {
               throw std::bad_alloc();
+            }
             return static_cast<void*>(context);
           },
           [](void* context, const uint8_t* data, uint32_t length) {
@@ -111,13 +112,13 @@ class InputFile {
   // Octets of a regular file, 0 for another.
   uint64_t size() const {
     struct stat status {};
-    return ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode) ? static_cast<uint64_t>(status.st_size) : 0;
+    return ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode) ? uint64_t(status.st_size) : 0;
   }
 
   size_t read(std::span<uint8_t> buffer) {
     for (;;) {
       const ssize_t n = ::read(fd_, buffer.data(), buffer.size());
-      if (n >= 0) return static_cast<size_t>(n);
+      if (n >= 0) return size_t(n);
       if (errno != EINTR) fail("cannot be read");
     }
   }
@@ -139,7 +140,7 @@ const HashAlgorithm* FindHash(std::string_view name) {
   const auto plain = [](std::string_view text) {
     std::string kept;
     for (const char c : text) {
-      if (c != '-') kept += c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+      if (c != '-') kept += c >= 'A' && c <= 'Z' ? char(c - 'A' + 'a') : c;
     }
     return kept;
   };
@@ -182,7 +183,7 @@ Hasher::~Hasher() {
 void Hasher::Update(ByteView data) {
   while (!data.empty()) {
     const size_t n = std::min<size_t>(data.size(), size_t{1} << 30);
-    routines_.update(context_, data.data(), static_cast<uint32_t>(n));
+    routines_.update(context_, data.data(), uint32_t(n));
     data = data.subspan(n);
   }
 }

@@ -49,10 +49,10 @@ void append_list(std::string& text, const Json& list, int indent) {
     if (element.is_object()) {
       std::string block;
       append_fields(block, element, indent + 2);
-      block[static_cast<size_t>(indent)] = '-';
+      block[size_t(indent)] = '-';
       text += block;
     } else {
-      text += std::string(static_cast<size_t>(indent), ' ') + "- " + scalar_text(element) + "\n";
+      text += std::string(size_t(indent), ' ') + "- " + scalar_text(element) + "\n";
     }
   }
 }
@@ -62,7 +62,7 @@ void append_fields(std::string& text, const Json& object, int indent) {
   for (const auto& [name, value] : object.items()) {
     if (!value.is_structured()) width = std::max(width, name.size());
   }
-  const std::string margin(static_cast<size_t>(indent), ' ');
+  const std::string margin(size_t(indent), ' ');
   for (const auto& [name, value] : object.items()) {
     if (value.is_null() || (value.is_structured() && value.empty())) continue;
     text += margin + label_of(name);
@@ -109,7 +109,7 @@ Json NewDocument(std::string_view command, std::string_view subject) {
 }
 
 void SetFailure(Json& document, const Failure& failure) {
-  document["exit"] = static_cast<int>(failure.exit);
+  document["exit"] = int(failure.exit);
   document["code"] = failure.code;
   document["asn1_error"] = failure.asn1Error;
   document["error"] = failure.message;

@@ -66,7 +66,7 @@ bool read_all(int fd, void* data, size_t length) {
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return false;
     at += n;
-    length -= static_cast<size_t>(n);
+    length -= size_t(n);
   }
   return true;
 }
@@ -78,7 +78,7 @@ bool write_all(int fd, const void* data, size_t length) {
     if (n < 0 && errno == EINTR) continue;
     if (n <= 0) return false;
     at += n;
-    length -= static_cast<size_t>(n);
+    length -= size_t(n);
   }
   return true;
 }
@@ -127,7 +127,7 @@ std::optional<std::string> ReadFrame(int fd) {
 
 bool WriteFrame(int fd, std::string_view frame) {
   if (frame.size() > kMaxFrame) return false;
-  const auto length = static_cast<uint32_t>(frame.size());
+  const auto length = uint32_t(frame.size());
   std::string whole(sizeof length, '\0');
   std::memcpy(whole.data(), &length, sizeof length);
   whole += frame;
@@ -206,7 +206,7 @@ void ChildProcess::gather_errors() {
       close_end(errors_);
       return;
     }
-    messages_.append(buffer.data(), std::min(static_cast<size_t>(n), kMaxMessages - messages_.size()));
+    messages_.append(buffer.data(), std::min(size_t(n), kMaxMessages - messages_.size()));
   }
 }
 

@@ -41,7 +41,7 @@ std::string Progress::remaining(uint64_t done) const {
   const double spent = std::chrono::duration<double>(Clock::now() - begin_).count();
   const double left = spent / double(done) * double(total_ - std::min(done, total_));
   using std::chrono::round, std::chrono::duration;
-  const auto seconds = static_cast<uint64_t>(round<std::chrono::seconds>(duration<double>(left)).count());
+  const auto seconds = uint64_t(round<std::chrono::seconds>(duration<double>(left)).count());
   const std::string minutes = seconds < 60 ? "" : std::to_string(seconds / 60) + " min ";
   return "  " + std::to_string(done) + " of " + std::to_string(total_) + ", " + minutes +
          std::to_string(seconds % 60) + " s left";

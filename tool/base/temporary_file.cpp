@@ -22,7 +22,7 @@ constexpr mode_t kNewFileMode = 0666;  // less the bits of the caller's mask
 std::string temporary_name(const std::string& path) {
   uint64_t random = 0;
   if (::getrandom(&random, sizeof random, 0) != ssize_t{sizeof random}) {
-    random = static_cast<uint64_t>(std::chrono::steady_clock::now().time_since_epoch().count());
+    random = uint64_t(std::chrono::steady_clock::now().time_since_epoch().count());
   }
   char name[32];
   std::snprintf(name, sizeof name, "/.qex-%016llx", static_cast<unsigned long long>(random));
@@ -54,13 +54,12 @@ TemporaryFile::~TemporaryFile() {
 }
 
 int TemporaryFile::KeepFree(uint64_t room) const {
-  if (room == 0 || ::fallocate(fd_, FALLOC_FL_KEEP_SIZE, 0, static_cast<off_t>(room)) == 0) return 0;
+  if (room == 0 || ::fallocate(fd_, FALLOC_FL_KEEP_SIZE, 0, off_t(room)) == 0) return 0;
   return errno == EOPNOTSUPP || errno == ENOSYS || errno == EINVAL ? 0 : errno;
 }
 
 int TemporaryFile::Write(ByteView data) {
-  const bool written =
-      WriteAll(fd_, data) && ::ftruncate(fd_, static_cast<off_t>(data.size())) == 0 && ::fsync(fd_) == 0;
+  const bool written = WriteAll(fd_, data) && ::ftruncate(fd_, off_t(data.size())) == 0 && ::fsync(fd_) == 0;
   int error = written ? 0 : errno;
   if (::close(std::exchange(fd_, -1)) != 0 && error == 0) error = errno;
   return error;

@@ -86,8 +86,9 @@ std::vector<Grammar> grammars() {
                     items_of(*entry.app, true)};
     for (const Item& item : common) {
       const auto is_same = [&](const Item& own) { return own.names == item.names; };
-      if (std::none_of(grammar.options.begin(), grammar.options.end(), is_same))
+      if (std::none_of(grammar.options.begin(), grammar.options.end(), is_same)) {
         grammar.options.push_back(item);
+      }
     }
     all.push_back(std::move(grammar));
   }
@@ -139,8 +140,9 @@ std::string bash_script() {
     options +=
         "    '" + grammar.command + "') _qex_words '" + joined(option_names(grammar.options)) + "' ;;\n";
     const std::vector<Item>& positionals = grammar.positionals;
-    if (!positionals.empty() && positionals[0].values == Values::Choices)
+    if (!positionals.empty() && positionals[0].values == Values::Choices) {
       arguments += bash_case(grammar.command + " " + grammar.command, positionals[0]);
+    }
     if (takes_files(grammar)) arguments += "    '" + grammar.command + " '*) _qex_files ;;\n";
   }
   return R"(# Completion of qex for bash 4 and later: source <(qex completion bash)
@@ -182,15 +184,17 @@ complete -F _qex qex
 }
 
 std::string replaced(std::string text, std::string_view what, std::string_view by) {
-  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size())
+  for (size_t at = 0; (at = text.find(what, at)) != std::string::npos; at += by.size()) {
     text.replace(at, what.size(), by);
+  }
   return text;
 }
 
 // Text inside a specification of _arguments, inside single quotes.
 std::string zsh_text(std::string text) {
-  for (const char* special : {"\\", "[", "]", ":"})
+  for (const char* special : {"\\", "[", "]", ":"}) {
     text = replaced(text, special, std::string("\\") + special);
+  }
   return replaced(text, "'", "'\\''");
 }
 
@@ -213,8 +217,9 @@ std::string zsh_arguments(const Grammar& grammar) {
               "]" + zsh_values(item) + "'";
     }
   }
-  for (const Item& item : grammar.positionals)
+  for (const Item& item : grammar.positionals) {
     text += std::string(" \\\n        '") + (item.repeated ? "*" : "") + zsh_values(item) + "'";
+  }
   return text;
 }
 
@@ -290,8 +295,9 @@ std::string fish_script() {
       if (item.names != Words{"-h", "--help"}) text += fish_option(condition, item);
     }
     for (const Item& item : items_of(*entry.app, true)) {
-      if (item.values == Values::Choices)
+      if (item.values == Values::Choices) {
         text += "complete -c qex" + condition + " -a '" + joined(item.choices) + "'\n";
+      }
       if (item.values == Values::Files) text += "complete -c qex" + condition + " -F\n";
     }
   }

@@ -156,7 +156,7 @@ ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const 
   if (options.json) {
     Json document = NewDocument("digest", list);
     if (failure) SetFailure(document, *failure);
-    document["exit"] = static_cast<int>(status);
+    document["exit"] = int(status);
     document["entries"] = tally.entries;
     document["unreadable_lines"] = tally.unreadable;
     if (tally.unreadable != 0) document["first_unreadable_line"] = tally.firstUnreadable;
@@ -184,8 +184,9 @@ ExitStatus check_lists(const DigestArguments& arguments, const HashAlgorithm& ha
 
 std::string hash_names() {
   std::string names;
-  for (const HashAlgorithm& hash : HashAlgorithms())
+  for (const HashAlgorithm& hash : HashAlgorithms()) {
     names += (names.empty() ? "" : ", ") + std::string(hash.name);
+  }
   return names;
 }
 
@@ -200,11 +201,13 @@ Run AddDigest(CLI::App& app) {
   return [arguments](const Options& options) {
     const HashAlgorithm& hash = HashNamed(arguments->hash);
     if (!arguments->lists.empty()) {
-      if (!arguments->files.empty())
+      if (!arguments->files.empty()) {
         throw UsageFailure("--check takes no files beside its lists", "name the lists alone");
-      if (arguments->tag)
+      }
+      if (arguments->tag) {
         throw UsageFailure("--tag says how digests are written, and --check writes none",
                            "leave --tag out: lines of either form are read");
+      }
       return check_lists(*arguments, hash, options);
     }
     if (arguments->files.empty()) arguments->files.emplace_back("-");

@@ -23,7 +23,7 @@ Json result_code_meaning(const inspect::CodeText& code) {
   return {{"as", "result code"},
           {"name", code.name},
           {"meaning", code.text},
-          {"exit_status", static_cast<int>(exit)},
+          {"exit_status", int(exit)},
           {"what_to_do", row->advice}};
 }
 
@@ -44,7 +44,7 @@ Json meanings_of(const std::string& word) {
     meanings.push_back({{"as", "ASN.1 error"}, {"meaning", *text}});
   }
   for (const ExitText& row : ExitTexts()) {
-    if (static_cast<int>(row.status) == number) meanings.push_back(exit_status_meaning(row));
+    if (int(row.status) == number) meanings.push_back(exit_status_meaning(row));
   }
   return meanings;
 }
@@ -80,7 +80,7 @@ Json all_meanings() {
   }
   Json exits = Json::array();
   for (const ExitText& text : ExitTexts()) {
-    Json row = {{"number", static_cast<int>(text.status)}};
+    Json row = {{"number", int(text.status)}};
     row.update(exit_status_meaning(text));
     exits.push_back(row);
   }
@@ -103,8 +103,9 @@ std::string table_text(const std::string& title, const Json& rows) {
     text += row["meaning"].get<std::string>();
     if (row.contains("exit_status")) text += "; exit status " + row["exit_status"].dump();
     text += "\n";
-    if (row.contains("what_to_do"))
+    if (row.contains("what_to_do")) {
       text += std::string(16, ' ') + row["what_to_do"].get<std::string>() + "\n";
+    }
   }
   return text;
 }

@@ -73,7 +73,7 @@ std::string rows_of(const CLI::App& app, Wanted wanted) {
 
 std::string section(std::string title, const std::string& rows) {
   if (rows.empty()) return "";
-  if (title[0] >= 'A' && title[0] <= 'Z') title[0] = static_cast<char>(title[0] - 'A' + 'a');
+  if (title[0] >= 'A' && title[0] <= 'Z') title[0] = char(title[0] - 'A' + 'a');
   return "\n" + title + ":\n" + rows;
 }
 
@@ -107,7 +107,7 @@ std::string exit_rows(const Command& command) {
   std::string rows;
   for (const ExitText& text : ExitTexts()) {
     if (std::find(command.exits.begin(), command.exits.end(), text.status) == command.exits.end()) continue;
-    rows += row(std::to_string(static_cast<int>(text.status)), text.text);
+    rows += row(std::to_string(int(text.status)), text.text);
   }
   return rows;
 }

@@ -68,10 +68,12 @@ bool keeps_numbers(const Json& value) {
 
 // A path ends at a NUL, so that another file would be read than the one whose name is reported.
 void check_text(const std::string& name, const Json& value, size_t number) {
-  if (!value.is_string() || value.get_ref<const std::string&>().empty())
+  if (!value.is_string() || value.get_ref<const std::string&>().empty()) {
     throw malformed(number, "member " + name + " is no text, or an empty one");
-  if (value.get_ref<const std::string&>().find('\0') != std::string::npos)
+  }
+  if (value.get_ref<const std::string&>().find('\0') != std::string::npos) {
     throw malformed(number, "member " + name + " holds a NUL");
+  }
   if (value == "-") throw malformed(number, "member " + name + " cannot be standard input");
 }
 
@@ -111,7 +113,7 @@ void read_job(JobLine& job, std::string_view line, size_t number, const std::vec
 size_t number_of(std::string_view& frame) {
   size_t number = 0;
   const char* end = std::from_chars(frame.data(), frame.data() + frame.size(), number).ptr;
-  frame.remove_prefix(static_cast<size_t>(end - frame.data()) + 1);
+  frame.remove_prefix(size_t(end - frame.data()) + 1);
   return number;
 }
 
@@ -193,7 +195,7 @@ class Lines : public TaskSource {
     buffer_.resize(held + kStep);
     const ssize_t n = ::read(fd_, buffer_.data() + held, kStep);
     const int error = errno;
-    buffer_.resize(held + (n > 0 ? static_cast<size_t>(n) : 0));
+    buffer_.resize(held + (n > 0 ? size_t(n) : 0));
     if (n < 0 && error != EINTR && error != EAGAIN) throw FileFailure(place_, "cannot be read", error);
     ended_ = n == 0;
   }

@@ -193,8 +193,9 @@ class Distributor {
 
   void await() {
     std::vector<struct pollfd> ends;
-    for (const Lane& lane : lanes_)
+    for (const Lane& lane : lanes_) {
       ends.push_back({lane.tasks.empty() ? -1 : lane.process->Output(), POLLIN, 0});
+    }
     ends.push_back({has_room() ? source_.Descriptor() : -1, POLLIN, 0});
     if (::ppoll(ends.data(), ends.size(), nullptr, &stop_.Outside()) <= 0) return;
     for (size_t i = 0; i < lanes_.size(); ++i) {
@@ -227,8 +228,9 @@ void AddLanesOption(CLI::App& app, size_t& jobs) {
 size_t LaneCount(size_t jobs) {
   if (jobs != 0) return jobs;
   cpu_set_t cores;
-  if (::sched_getaffinity(0, sizeof cores, &cores) == 0)
-    return std::max<size_t>(1, static_cast<size_t>(CPU_COUNT(&cores)));
+  if (::sched_getaffinity(0, sizeof cores, &cores) == 0) {
+    return std::max<size_t>(1, size_t(CPU_COUNT(&cores)));
+  }
   return std::max(1U, std::thread::hardware_concurrency());
 }
 

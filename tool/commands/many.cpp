@@ -84,7 +84,7 @@ std::string summary_text(const OutcomeTally& tally, bool stopped) {
 
 Json summary_document(const OutcomeTally& tally, const char* command, int signal) {
   Json document = NewDocument(command, "");
-  document["exit"] = static_cast<int>(tally.exit);
+  document["exit"] = int(tally.exit);
   Json reasons = Json::object();
   for (const auto& [reason, number] : tally.reasons) reasons[reason] = number;
   document["summary"] = {{"subjects", tally.total},

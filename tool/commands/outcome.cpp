@@ -38,7 +38,7 @@ const char* ReasonOf(ExitStatus exit) {
 }
 
 std::string FrameOf(const Outcome& outcome) {
-  std::string frame{static_cast<char>(outcome.exit), static_cast<char>(outcome.unchecked)};
+  std::string frame{char(outcome.exit), char(outcome.unchecked)};
   for (const auto text : kTexts) AppendPart(frame, outcome.*text);
   return frame;
 }

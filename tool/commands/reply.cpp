@@ -32,7 +32,7 @@ struct ReplyArguments {
 // Removes the transport framing from a reply that was stored with it.
 Bytes unframed(Bytes data, const ReplyArguments& arguments) {
   const int32_t transport = arguments.frame == "socket" ? QEX_TRANSPORT_SOCKET : QEX_TRANSPORT_HTTP;
-  auto length = static_cast<uint32_t>(data.size());
+  auto length = uint32_t(data.size());
   uint32_t status = 0;
   const int32_t code = QEX_UnpackTSR(data.data(), &length, &status, transport);
   if (code == QEX_OK) {
@@ -40,9 +40,10 @@ Bytes unframed(Bytes data, const ReplyArguments& arguments) {
     return data;
   }
   std::string text = ShownPath(arguments.file) + ": " + inspect::CodeMeaning(code);
-  if (code == QEX_E_LENGTH)
+  if (code == QEX_E_LENGTH) {
     text += ": " + std::to_string(length) + " octets are announced, " + std::to_string(data.size()) +
             " are there";
+  }
   if (code == QEX_E_FRAMING) {
     text += arguments.frame == "http" ? ": HTTP status " + std::to_string(status)
                                       : ": flag " + std::to_string(status);

@@ -165,8 +165,9 @@ ExitStatus show_all(const ShowArguments& arguments, const Options& options) {
 }
 
 ExitStatus show_jobs(const ShowArguments& arguments, const Options& options) {
-  if (!arguments.files.empty())
+  if (!arguments.files.empty()) {
     throw UsageFailure("--jobs says of each job what it is about", "leave the other messages out");
+  }
   static const Trust kNobody;
   return RunJobs("show", {"token"}, arguments.jobs, arguments.jobsAtOnce, options,
                  [&arguments](const Options& rendered) {

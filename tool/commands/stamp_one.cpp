@@ -159,7 +159,7 @@ Json failed_json(const Stamp& stamp) {
   for (const Attempt& attempt : stamp.failed) {
     const ExchangeFailure& failure = attempt.failure;
     Json one{{"authority", stamp.plan.socket ? attempt.authority : ShownUrl(attempt.authority)},
-             {"exit", static_cast<int>(failure.exit)},
+             {"exit", int(failure.exit)},
              {"error", failure.message},
              {"hint", failure.hint}};
     if (failure.httpStatus != 0) one["http_status"] = failure.httpStatus;
@@ -211,8 +211,9 @@ Outcome outcome_of(const Stamp& stamp, const Trust& trust, const std::optional<F
   outcome.errors = LibraryMessagesText(stamp.answer.libraryMessages, options);
   // The last of the failed ones is the failure itself, when there is one.
   const size_t others = stamp.failed.size() - (failure && !stamp.failed.empty() ? 1 : 0);
-  for (size_t i = 0; options.verbose && i < others; ++i)
+  for (size_t i = 0; options.verbose && i < others; ++i) {
     outcome.errors += FailureText(stamp.failed[i].failure);
+  }
   const std::string subject = source_of(stamp.subject);
   if (failure) {
     const Check* fault = stamp.report.FirstFault();

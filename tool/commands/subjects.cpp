@@ -118,8 +118,9 @@ void add_folder(const std::string& folder, FolderRule rule, std::vector<Subject>
     }
   }
   if (subjects.size() != before) return;
-  if (auto failure = failure_of_idle(folder, rule, names.empty()))
+  if (auto failure = failure_of_idle(folder, rule, names.empty())) {
     subjects.push_back({folder, true, std::move(*failure)});
+  }
 }
 
 void add_list(const std::string& list, bool nulSeparated, std::vector<Subject>& subjects) {
@@ -172,8 +173,9 @@ void AddSubjectOptions(CLI::App& app, SubjectOptions& options, const char* fileT
 }
 
 std::vector<Subject> FindSubjects(const SubjectOptions& options, FolderRule rule) {
-  if (std::ranges::count(options.lists, "-") > 1)
+  if (std::ranges::count(options.lists, "-") > 1) {
     throw UsageFailure("--list - is given twice", "standard input is read once");
+  }
   std::vector<Subject> subjects;
   for (const std::string& file : options.files) subjects.push_back({file, true});
   for (const std::string& folder : options.folders) add_folder(folder, rule, subjects);

@@ -133,8 +133,9 @@ Bytes read_fingerprint(const std::string& text) {
   std::string_view digits = text;
   if (digits.starts_with(kPrefix)) digits.remove_prefix(kPrefix.size());
   const std::optional<Bytes> digest = FromHex(digits);
-  if (digest && digest->size() == 32 && !digits.starts_with("0x") && !digits.starts_with("0X"))
+  if (digest && digest->size() == 32 && !digits.starts_with("0x") && !digits.starts_with("0X")) {
     return *digest;
+  }
   throw UsageFailure("fingerprint " + text + ": not sha256: and 64 hexadecimal digits",
                      "'qex show CERTIFICATE' prints it");
 }
@@ -187,14 +188,17 @@ Trust ReadTrust(const TrustOptions& options) {
     throw UsageFailure("--crl goes with a chain, and no root is named",
                        "name one with --ca-file, --ca-path or --system-ca");
   }
-  for (const std::string& path : options.tsaCerts)
+  for (const std::string& path : options.tsaCerts) {
     add_items(trust.signers, ShownPath(path), read_certificates(path));
-  for (const std::string& path : options.caFiles)
+  }
+  for (const std::string& path : options.caFiles) {
     add_items(trust.roots, ShownPath(path), read_certificates(path));
+  }
   for (const std::string& path : options.caPaths) add_items(trust.roots, ShownPath(path), read_folder(path));
   if (options.systemCa) read_system_roots(trust);
-  for (const std::string& path : options.untrusted)
+  for (const std::string& path : options.untrusted) {
     add_items(trust.untrusted, ShownPath(path), read_certificates(path));
+  }
   for (const std::string& path : options.crls) add_items(trust.crls, ShownPath(path), read_lists(path));
   return trust;
 }

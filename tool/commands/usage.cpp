@@ -23,8 +23,9 @@ size_t edit_distance(std::string_view one, std::string_view other) {
       }
       const size_t changed = distance[i - 1][j - 1] + (one[i - 1] == other[j - 1] ? 0 : 1);
       distance[i][j] = std::min({changed, distance[i - 1][j] + 1, distance[i][j - 1] + 1});
-      if (i > 1 && j > 1 && one[i - 1] == other[j - 2] && one[i - 2] == other[j - 1])
+      if (i > 1 && j > 1 && one[i - 1] == other[j - 2] && one[i - 2] == other[j - 1]) {
         distance[i][j] = std::min(distance[i][j], distance[i - 2][j - 2] + 1);
+      }
     }
   }
   return distance[one.size()][other.size()];
@@ -104,7 +105,7 @@ std::string parser_text(const CLI::ParseError& error) {
     return at < text.size() && text[at] >= 'A' && text[at] <= 'Z';
   };
   if (is_capital(0) && text.size() > 1 && text[1] != ' ' && !is_capital(1)) {
-    text[0] = static_cast<char>(text[0] - 'A' + 'a');
+    text[0] = char(text[0] - 'A' + 'a');
   }
   return text;
 }

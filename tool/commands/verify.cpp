@@ -90,8 +90,9 @@ ExitStatus verify_jobs(const VerifyCommandLine& arguments, const Trust& trust, c
                    return [&common, &trust, quiet, worker](const JobMembers& members) {
                      VerifyArguments job = common;
                      for (const auto& [name, value] : members) set_member(job, name, value);
-                     if (job.file.empty() && job.token.path.empty())
+                     if (job.file.empty() && job.token.path.empty()) {
                        throw UsageFailure("a job without file and token", "add one of these members");
+                     }
                      return VerifyOne(job, *worker, trust, quiet);
                    };
                  });

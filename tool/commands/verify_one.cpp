@@ -67,8 +67,9 @@ Answer ask_about_token(const VerifyArguments& arguments, Worker& worker, const O
   job.ess = arguments.manner.ess;
   job.libraryOnly = arguments.manner.libraryOnly;
   job.allowWeak = options.allowWeak;
-  if (!arguments.request.path.empty())
+  if (!arguments.request.path.empty()) {
     job.request = ReadMessageOf(arguments.request, inspect::Kind::Request).octets;
+  }
   Answer answer = worker.Ask(job, arguments.last ? Worker::Then::Nothing : Worker::Then::More);
   if (auto refusal = RefusalOf(answer.facts, job.name)) {
     refusal->libraryMessages = answer.libraryMessages;
@@ -169,8 +170,9 @@ Json document_of(const VerifyArguments& arguments, const Answer& answer, const R
 void note_future(Report& report, const Facts& facts) {
   constexpr int64_t kTolerance = 300;  // seconds
   const auto time = ParseGenTime(InfoOf(facts).genTime);
-  if (time && time->seconds - kTolerance > std::time(nullptr))
+  if (time && time->seconds - kTolerance > std::time(nullptr)) {
     report.Note("clock", "the token's time is ahead of this machine's clock");
+  }
 }
 
 Outcome judged(const VerifyArguments& given, Worker& worker, const Trust& trust, const Options& options) {

@@ -136,7 +136,7 @@ std::string first_line(const Bytes& body) {
       continue;
     }
     if (octet < 0x20 && octet != '\t') return "";
-    line += static_cast<char>(octet);
+    line += char(octet);
     if (line.size() > 4 * kMaxShown) break;
   }
   return line.empty() ? "" : Quoted(line);

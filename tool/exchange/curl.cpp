@@ -74,7 +74,7 @@ CurlHandle NewCurl(std::chrono::milliseconds timeout) {
   require_descriptors();
   CurlHandle handle(Curl().easy_init());
   if (handle == nullptr) throw std::bad_alloc();
-  SetCurl(handle, CURLOPT_TIMEOUT_MS, static_cast<long>(timeout.count()));
+  SetCurl(handle, CURLOPT_TIMEOUT_MS, long(timeout.count()));
   SetCurl(handle, CURLOPT_NOSIGNAL, 1L);
 #if LIBCURL_VERSION_NUM >= 0x075700
   // The thread that resolves a name is abandoned, as cleaning up would wait for it.

@@ -113,8 +113,8 @@ void set_identities(const CurlHandle& handle, const HttpSettings& settings) {
     SetCurl(handle, CURLOPT_CAPATH, static_cast<const char*>(nullptr));
   }
   if (!settings.user.empty()) SetCurl(handle, CURLOPT_USERPWD, settings.user.c_str());
-  SetCurl(handle, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_OPTIONAL));
-  SetCurl(handle, CURLOPT_HTTPAUTH, static_cast<long>(CURLAUTH_ANY));
+  SetCurl(handle, CURLOPT_NETRC, long(CURL_NETRC_OPTIONAL));
+  SetCurl(handle, CURLOPT_HTTPAUTH, long(CURLAUTH_ANY));
   set_pem(handle, CURLOPT_SSLCERT_BLOB, settings.clientCert);
   set_pem(handle, CURLOPT_SSLKEY_BLOB, settings.clientKey);
 }
@@ -122,7 +122,7 @@ void set_identities(const CurlHandle& handle, const HttpSettings& settings) {
 std::string media_type(const char* contentType) {
   std::string type;
   for (const char* c = contentType; c != nullptr && *c != '\0' && *c != ';'; ++c) {
-    if (*c != ' ' && *c != '\t') type += static_cast<char>(std::tolower(static_cast<unsigned char>(*c)));
+    if (*c != ' ' && *c != '\t') type += char(std::tolower(static_cast<unsigned char>(*c)));
   }
   return type;
 }
@@ -192,7 +192,7 @@ HttpReply PostRequest(const HttpSettings& settings, ByteView request) {
   SetCurl(curl, CURLOPT_POSTREDIR, long{CURL_REDIR_POST_ALL});
   SetCurl(curl, CURLOPT_POST, 1L);
   SetCurl(curl, CURLOPT_POSTFIELDS, reinterpret_cast<const char*>(request.data()));
-  SetCurl(curl, CURLOPT_POSTFIELDSIZE, static_cast<long>(request.size()));
+  SetCurl(curl, CURLOPT_POSTFIELDSIZE, long(request.size()));
   SetCurl(curl, CURLOPT_HTTPHEADER, headers.get());
   SetCurl(curl, CURLOPT_USERAGENT, "qex/" QEX_TOOL_VERSION);
   SetCurl(curl, CURLOPT_ERRORBUFFER, detail);

@@ -58,8 +58,9 @@ std::string ReadLogin(const LoginOptions& options) {
     return first_line_of(options.userFile);
   }
   std::string login = options.user;
-  if (const char* variable = std::getenv("QEX_TSA_USER"); login.empty() && variable != nullptr)
+  if (const char* variable = std::getenv("QEX_TSA_USER"); login.empty() && variable != nullptr) {
     login = variable;
+  }
   return login.empty() || holds_password(login) ? login : with_password(login);
 }
 

@@ -33,7 +33,7 @@ Bytes random_nonce() {
                       std::string("the system gives no random octets: ") + std::strerror(errno),
                       "a nonce of your own can be given to 'qex request' with --nonce"};
       }
-      filled += static_cast<size_t>(n);
+      filled += size_t(n);
     }
     nonce[0] &= 0x7F;
   } while (nonce[0] == 0);
@@ -125,12 +125,12 @@ Request MakeRequest(const RequestOptions& options, const HashAlgorithm& hash, By
   record.size = sizeof record;
   set_text(record.hashAlgorithm, hash.identifier);
   std::copy(digest.begin(), digest.end(), record.hashedMessage);
-  record.hashedMessageLength = static_cast<uint32_t>(digest.size());
+  record.hashedMessageLength = uint32_t(digest.size());
   set_text(record.reqPolicy, options.policy);
   if (!options.noNonce) {
     const Bytes nonce = options.nonce.empty() ? random_nonce() : NonceFromHex(options.nonce);
     std::copy(nonce.begin(), nonce.end(), record.nonce);
-    record.nonceLength = static_cast<uint32_t>(nonce.size());
+    record.nonceLength = uint32_t(nonce.size());
   }
   record.certReq = options.noCertificate ? 0 : 1;
   request.der = FramedRequest(request, QEX_TRANSPORT_RAW);

@@ -61,7 +61,7 @@ class Connection {
       wait(POLLOUT);
       const ssize_t n = ::send(fd_, data.data(), data.size(), MSG_NOSIGNAL);
       if (n < 0 && errno != EINTR && errno != EAGAIN) fail("cannot be written to");
-      if (n > 0) data = data.subspan(static_cast<size_t>(n));
+      if (n > 0) data = data.subspan(size_t(n));
     }
   }
 
@@ -92,8 +92,7 @@ class Connection {
       struct pollfd one {
         fd_, events, 0
       };
-      const int n =
-          left.count() <= 0 ? 0 : ::poll(&one, 1, static_cast<int>(std::min<int64_t>(left.count(), 1 << 30)));
+      const int n = left.count() <= 0 ? 0 : ::poll(&one, 1, int(std::min<int64_t>(left.count(), 1 << 30)));
       if (n > 0) return;
       if (n == 0) {
         throw PassingFault(name_ + ": no answer in time",

@@ -164,8 +164,9 @@ std::string disagreement(const Facts& facts) {
 void judge_structure(Report& report, const Facts& facts) {
   std::string fault = disagreement(facts);
   if (fault.empty() && facts.strict) fault = fault_of_structure(facts.strict->structure, facts.strict->info);
-  if (fault.empty() && facts.library)
+  if (fault.empty() && facts.library) {
     fault = fault_of_structure(facts.library->structure, facts.library->info);
+  }
   if (fault.empty() && facts.trailing != 0) {
     fault =
         std::to_string(facts.trailing) + (facts.trailing == 1 ? " octet" : " octets") + " after the message";

@@ -41,9 +41,7 @@ std::string failure_name(uint32_t number) {
 }
 
 double accuracy_seconds(const Accuracy& accuracy) {
-  const auto part = [](const std::optional<int64_t>& value) {
-    return static_cast<double>(value.value_or(0));
-  };
+  const auto part = [](const std::optional<int64_t>& value) { return double(value.value_or(0)); };
   return part(accuracy.seconds) + part(accuracy.millis) / 1e3 + part(accuracy.micros) / 1e6;
 }
 
@@ -109,7 +107,7 @@ Json RequestFields(const RequestFacts& request) {
 }
 
 std::string StatusName(const Status& status) {
-  const bool known = status.value >= 0 && static_cast<size_t>(status.value) < std::size(kStatusNames);
+  const bool known = status.value >= 0 && size_t(status.value) < std::size(kStatusNames);
   return known ? kStatusNames[status.value] : "unknown status";
 }
 

@@ -38,8 +38,9 @@ void judge_status(Report& report, const Facts& facts) {
   }
   const Status& status = *facts.status;
   report.Pass("status", StatusName(status) + (status.texts.empty() ? "" : ": " + quoted_texts(status)));
-  if (status.failures && !status.failures->empty())
+  if (status.failures && !status.failures->empty()) {
     report.Note("status", "the reply names a failure too: " + FailureNames(status));
+  }
 }
 
 }  // namespace

@@ -26,7 +26,7 @@ bool is_shown(const Check& check) {
 }
 
 const char* verdict_name(const Check& check) {
-  return kVerdicts[static_cast<size_t>(check.verdict)];
+  return kVerdicts[size_t(check.verdict)];
 }
 
 }  // namespace
@@ -49,7 +49,7 @@ const char* NameOf(SubIndication sub) {
       "TRY_LATER",
       "GENERIC",
   };
-  return kNames[static_cast<size_t>(sub)];
+  return kNames[size_t(sub)];
 }
 
 void Report::Pass(std::string name, std::string text, By by) {
@@ -91,11 +91,11 @@ std::optional<Failure> Report::FirstFailure(const std::string& subject) const {
 std::string Report::Text(const Options& options) const {
   std::string text;
   for (const Check& check : checks_) {
-    text += Colored(verdict_name(check), kTones[static_cast<size_t>(check.verdict)], options);
+    text += Colored(verdict_name(check), kTones[size_t(check.verdict)], options);
     text += "  " + check.name;
     text.append(check.name.size() < kNameWidth ? kNameWidth - check.name.size() : 0, ' ');
     text += "   " + Escaped(check.text);
-    if (is_shown(check)) text += std::string("  [") + kBy[static_cast<size_t>(check.by)] + "]";
+    if (is_shown(check)) text += std::string("  [") + kBy[size_t(check.by)] + "]";
     text += '\n';
   }
   return text;
@@ -105,7 +105,7 @@ Json Report::Checks() const {
   Json list = Json::array();
   for (const Check& check : checks_) {
     Json one{{"name", check.name}, {"verdict", verdict_name(check)}, {"text", check.text}};
-    if (check.by != By::None) one["by"] = kBy[static_cast<size_t>(check.by)];
+    if (check.by != By::None) one["by"] = kBy[size_t(check.by)];
     list.push_back(std::move(one));
   }
   return list;

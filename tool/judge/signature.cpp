@@ -89,8 +89,9 @@ Fault refused(const Facts& facts) {
             ExitOfCode(check->code)};
   }
   std::string text = "does not verify";
-  if (facts.strict && !facts.strict->signature.reason.empty())
+  if (facts.strict && !facts.strict->signature.reason.empty()) {
     text += ": " + Shown(facts.strict->signature.reason);
+  }
   return {text, SubIndication::SigCryptoFailure,
           "the token was changed, or was not signed with this certificate's key"};
 }

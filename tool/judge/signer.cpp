@@ -121,8 +121,9 @@ void judge_signer(Report& report, const Facts& facts, const Trust& trust, const 
 // Where a reader stopped, in a line of its own.
 void note_library(Report& report, const Facts& facts) {
   const std::string silence = LibrarySilence(facts);
-  if (facts.strict && !silence.empty())
+  if (facts.strict && !silence.empty()) {
     report.Note("library", Shown(silence) + "; the strict reader decides alone");
+  }
 }
 
 // After the signature, so that one that does not verify is the reason that counts.

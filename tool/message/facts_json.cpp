@@ -251,21 +251,21 @@ void members(V& visit, Job& v) {
 template <class E>
 constexpr int kLast = -1;
 template <>
-constexpr int kLast<inspect::Kind> = static_cast<int>(inspect::Kind::AttributeCertificate);
+constexpr int kLast<inspect::Kind> = int(inspect::Kind::AttributeCertificate);
 template <>
-constexpr int kLast<SignatureResult> = static_cast<int>(SignatureResult::NoCertificate);
+constexpr int kLast<SignatureResult> = int(SignatureResult::NoCertificate);
 template <>
-constexpr int kLast<EssMatch> = static_cast<int>(EssMatch::Unreadable);
+constexpr int kLast<EssMatch> = int(EssMatch::Unreadable);
 template <>
-constexpr int kLast<ValidityResult> = static_cast<int>(ValidityResult::Unreadable);
+constexpr int kLast<ValidityResult> = int(ValidityResult::Unreadable);
 template <>
-constexpr int kLast<ChainResult> = static_cast<int>(ChainResult::NoTime);
+constexpr int kLast<ChainResult> = int(ChainResult::NoTime);
 template <>
-constexpr int kLast<RevocationResult> = static_cast<int>(RevocationResult::ListBad);
+constexpr int kLast<RevocationResult> = int(RevocationResult::ListBad);
 template <>
-constexpr int kLast<Rewriting> = static_cast<int>(Rewriting::IdData);
+constexpr int kLast<Rewriting> = int(Rewriting::IdData);
 template <>
-constexpr int kLast<ExitStatus> = static_cast<int>(ExitStatus::Internal);
+constexpr int kLast<ExitStatus> = int(ExitStatus::Internal);
 
 // A growing object copies its members, so reserve room for most of them.
 Json roomy_object() {
@@ -300,7 +300,7 @@ struct Writer {
   }
   template <class T>
   requires std::is_enum_v<T>
-  static Json write(const T& value) { return static_cast<int>(value); }
+  static Json write(const T& value) { return int(value); }
   template <Record T>
   static Json write(const T& value) {
     Writer writer;

@@ -30,10 +30,10 @@ struct Calendar {
 // Seconds since 1970; nothing for a time that no calendar and no clock shows.
 std::optional<int64_t> seconds_of(const Calendar& time) {
   using namespace std::chrono;
-  const year_month_day date{year{time.year}, month{static_cast<unsigned>(time.month)},
-                            day{static_cast<unsigned>(time.day)}};
-  if (time.year < 1 || !date.ok() || time.hour > 23 || time.minute > 59 || time.second > 59)
+  const year_month_day date{year{time.year}, month{unsigned(time.month)}, day{unsigned(time.day)}};
+  if (time.year < 1 || !date.ok() || time.hour > 23 || time.minute > 59 || time.second > 59) {
     return std::nullopt;
+  }
   const int64_t days = sys_days(date).time_since_epoch().count();
   return days * kSecondsOfDay + int64_t{time.hour} * 3600 + int64_t{time.minute} * 60 + time.second;
 }
@@ -91,8 +91,9 @@ std::optional<GenTime> ParseGenTime(std::string_view text) {
 
 std::optional<int64_t> ParseIsoTime(std::string_view text) {
   Calendar time;
-  if (!take_fields<3>(text, {{{&time.year, '\0'}, {&time.month, '-'}, {&time.day, '-'}}}))
+  if (!take_fields<3>(text, {{{&time.year, '\0'}, {&time.month, '-'}, {&time.day, '-'}}})) {
     return std::nullopt;
+  }
   if (text.empty()) return seconds_of(time);
   std::string clock(text);
   if (!clock.ends_with('Z') || clock[0] != 'T') return std::nullopt;
@@ -100,7 +101,7 @@ std::optional<int64_t> ParseIsoTime(std::string_view text) {
   if (clock.size() == 5) clock += ":00";
   if (clock.size() != 8 || clock[2] != ':' || clock[5] != ':') return std::nullopt;
   for (const auto& [field, at] : {std::pair{&time.hour, 0}, {&time.minute, 3}, {&time.second, 6}}) {
-    std::string_view part = std::string_view(clock).substr(static_cast<size_t>(at), 2);
+    std::string_view part = std::string_view(clock).substr(size_t(at), 2);
     const auto number = take_number(part, 2);
     if (!number) return std::nullopt;
     *field = *number;

@@ -23,7 +23,7 @@ constexpr std::array<int8_t, 256> make_values() {
   std::array<int8_t, 256> values{};
   values.fill(-1);
   for (size_t i = 0; i < kAlphabet.size(); ++i) {
-    values[static_cast<uint8_t>(kAlphabet[i])] = static_cast<int8_t>(i);
+    values[uint8_t(kAlphabet[i])] = int8_t(i);
   }
   return values;
 }
@@ -47,13 +47,13 @@ std::optional<Bytes> from_base64(std::string_view text) {
       ++padding;
       continue;
     }
-    const int8_t value = kValues[static_cast<uint8_t>(c)];
+    const int8_t value = kValues[uint8_t(c)];
     if (value < 0 || padding != 0) return std::nullopt;
-    group = (group << 6 | static_cast<uint32_t>(value)) & 0xFFFFFF;
+    group = (group << 6 | uint32_t(value)) & 0xFFFFFF;
     bits += 6;
     if (bits >= 8) {
       bits -= 8;
-      octets.push_back(static_cast<uint8_t>(group >> bits));
+      octets.push_back(uint8_t(group >> bits));
     }
   }
   if (bits == 6 || padding > 2) return std::nullopt;
@@ -105,8 +105,9 @@ std::optional<Bytes> from_pem(std::string_view text) {
 }
 
 Bytes without_armour(Bytes data) {
-  if (!data.empty() && data[0] == inspect::kSequence && inspect::KindOf(data) != inspect::Kind::Unknown)
+  if (!data.empty() && data[0] == inspect::kSequence && inspect::KindOf(data) != inspect::Kind::Unknown) {
     return data;
+  }
   const std::string_view text = text_of(data);
   const bool armoured = HoldsPem(data);
   std::optional<Bytes> plain = armoured ? from_pem(text) : from_base64(text);

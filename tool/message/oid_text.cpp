@@ -17,13 +17,13 @@ std::optional<Digits128> read_arc(std::string_view text) {
   if (text.empty() || !digitsOnly || (text.size() > 1 && text[0] == '0')) return std::nullopt;
   Digits128 number{0};
   for (const char c : text) {
-    unsigned carry = static_cast<unsigned>(c - '0');
+    unsigned carry = unsigned(c - '0');
     for (uint8_t& digit : number) {
       const unsigned sum = digit * 10u + carry;  // at most 127 * 10 + 127
-      digit = static_cast<uint8_t>(sum & 127);
+      digit = uint8_t(sum & 127);
       carry = sum >> 7;
     }
-    if (carry != 0) number.push_back(static_cast<uint8_t>(carry));
+    if (carry != 0) number.push_back(uint8_t(carry));
   }
   return number;
 }
@@ -33,14 +33,14 @@ void add(Digits128& number, unsigned addend) {
   for (size_t i = 0; addend != 0; ++i) {
     if (i == number.size()) number.push_back(0);
     const unsigned sum = number[i] + addend;
-    number[i] = static_cast<uint8_t>(sum & 127);
+    number[i] = uint8_t(sum & 127);
     addend = sum >> 7;
   }
 }
 
 void append_subidentifier(std::vector<uint8_t>& octets, const Digits128& number) {
   for (auto digit = number.rbegin(); digit != number.rend(); ++digit) {
-    octets.push_back(static_cast<uint8_t>(*digit | (digit + 1 == number.rend() ? 0 : 0x80)));
+    octets.push_back(uint8_t(*digit | (digit + 1 == number.rend() ? 0 : 0x80)));
   }
 }
 
@@ -51,21 +51,22 @@ std::string decimal_text(std::span<const uint8_t> subidentifier, unsigned subtra
     unsigned carry = octet & 127u;
     for (uint8_t& digit : decimal) {
       const unsigned sum = digit * 128u + carry;
-      digit = static_cast<uint8_t>(sum % 10);
+      digit = uint8_t(sum % 10);
       carry = sum / 10;
     }
-    for (; carry != 0; carry /= 10) decimal.push_back(static_cast<uint8_t>(carry % 10));
+    for (; carry != 0; carry /= 10) decimal.push_back(uint8_t(carry % 10));
   }
   unsigned borrow = subtrahend;
   for (size_t i = 0; borrow != 0 && i < decimal.size(); ++i) {
-    const int difference = decimal[i] - static_cast<int>(borrow % 10);
+    const int difference = decimal[i] - int(borrow % 10);
     borrow = borrow / 10 + (difference < 0 ? 1 : 0);
-    decimal[i] = static_cast<uint8_t>(difference < 0 ? difference + 10 : difference);
+    decimal[i] = uint8_t(difference < 0 ? difference + 10 : difference);
   }
   while (decimal.size() > 1 && decimal.back() == 0) decimal.pop_back();
   std::string text;
-  for (auto digit = decimal.rbegin(); digit != decimal.rend(); ++digit)
-    text += static_cast<char>('0' + *digit);
+  for (auto digit = decimal.rbegin(); digit != decimal.rend(); ++digit) {
+    text += char('0' + *digit);
+  }
   return text;
 }
 

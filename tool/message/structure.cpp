@@ -112,7 +112,7 @@ size_t TrailingOctets(View data) {
 const char* KindName(Kind kind) {
   constexpr const char* kNames[] = {"unknown", "request",     "reply",
                                     "token",   "certificate", "attribute certificate"};
-  return kNames[static_cast<size_t>(kind)];
+  return kNames[size_t(kind)];
 }
 
 }  // namespace qex::inspect

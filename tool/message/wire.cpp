@@ -41,7 +41,7 @@ class CborReader {
     return taken;
   }
 
-  uint8_t octet() { return static_cast<uint8_t>(take(1).front()); }
+  uint8_t octet() { return uint8_t(take(1).front()); }
 
   // The number after the major type: up to 23 in the same octet, larger ones in 1, 2, 4 or 8 octets.
   uint64_t argument(uint8_t initial) {
@@ -49,7 +49,7 @@ class CborReader {
     if (low < 24) return low;
     if (low > 27) refuse();
     uint64_t value = 0;
-    for (const char c : take(uint64_t{1} << (low - 24))) value = value << 8 | static_cast<uint8_t>(c);
+    for (const char c : take(uint64_t{1} << (low - 24))) value = value << 8 | uint8_t(c);
     return value;
   }
 
@@ -61,7 +61,7 @@ class CborReader {
       case Unsigned: return value;
       case Negative:
         if (value > uint64_t{std::numeric_limits<int64_t>::max()}) refuse();
-        return -1 - static_cast<int64_t>(value);
+        return -1 - int64_t(value);
       case Octets: {
         const ByteView octets = OctetsOf(take(value));
         return Json::binary({octets.begin(), octets.end()});
@@ -69,7 +69,7 @@ class CborReader {
       case Text: return take(value);
       case Array: return array(value, depth);
       case Map: return map(value, depth);
-      case Simple: return simple(static_cast<uint8_t>(value));
+      case Simple: return simple(uint8_t(value));
       default: refuse();
     }
   }

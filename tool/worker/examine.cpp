@@ -149,9 +149,10 @@ void examine_reply(Facts& facts, const Job& job, const Trust& trust, const std::
 
 void examine_request(Facts& facts, const Bytes& request) {
   facts.request = inspect::InspectRequest(request);
-  if (!facts.request)
+  if (!facts.request) {
     facts.requestFailure =
         LibraryFailure("the request cannot be read", RequestCodeByLibrary(request), request);
+  }
 }
 
 void examine_certificate(Facts& facts, const Job& job) {

@@ -36,7 +36,7 @@ Json number_of(float value) {
   if (!std::isfinite(value)) return nullptr;
   std::array<char, 32> text{};
   for (int digits = 1; digits <= std::numeric_limits<float>::max_digits10; ++digits) {
-    std::snprintf(text.data(), text.size(), "%.*g", digits, static_cast<double>(value));
+    std::snprintf(text.data(), text.size(), "%.*g", digits, double(value));
     if (std::strtof(text.data(), nullptr) == value) break;
   }
   return std::strtod(text.data(), nullptr);
@@ -49,7 +49,7 @@ bool fills(const char (&text)[kSize]) {
 
 Json cut_parts(const QEX_TACINFO_EX& record) {
   Json cut = Json::array();
-  const auto longer = [](int32_t length, size_t size) { return static_cast<uint32_t>(length) > size; };
+  const auto longer = [](int32_t length, size_t size) { return uint32_t(length) > size; };
   if (longer(record.objectDigestLen, sizeof record.objectDigest)) cut.push_back("holder digest");
   if (longer(record.serialNumberLen, sizeof record.serialNumber)) cut.push_back("serial number");
   if (longer(record.signatureValueLen, sizeof record.signatureValue)) cut.push_back("signature");
@@ -60,7 +60,7 @@ Json cut_parts(const QEX_TACINFO_EX& record) {
 
 template <size_t kSize>
 std::string octets_text(const uint8_t (&octets)[kSize], int32_t length) {
-  return ToHex(FieldOf(octets, static_cast<uint32_t>(length)));
+  return ToHex(FieldOf(octets, uint32_t(length)));
 }
 
 Json describe_info(ByteView tac) {
@@ -79,7 +79,7 @@ Json describe_info(ByteView tac) {
     info["holder_digest"] = octets_text(record.objectDigest, record.objectDigestLen);
   }
   if (record.issuerName[0] != '\0') info["issuer"] = record.issuerName;
-  info["serial"] = IntegerText(FieldOf(record.serialNumber, static_cast<uint32_t>(record.serialNumberLen)));
+  info["serial"] = IntegerText(FieldOf(record.serialNumber, uint32_t(record.serialNumberLen)));
   add_time(info, "not_before", record.notBefore);
   add_time(info, "not_after", record.notAfter);
   info["signature_algorithm"] = inspect::NamedOid(record.signatureAlgorithm);

@@ -84,8 +84,9 @@ bool is_digested(const Bytes& algorithm) {
 // Why a code says nothing about the signature.
 std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code, const Bytes& certificate,
                             const SignerKey& key, const std::string& serves) {
-  if (code == QEX_E_ARG && !certificate.empty())
+  if (code == QEX_E_ARG && !certificate.empty()) {
     return LibraryStop("the certificate does not decode", code, certificate);
+  }
   if (code == QEX_E_MISMATCH && serves == "v2" && !reading.essHash.empty() && !is_digested(reading.essHash)) {
     const std::string hash = inspect::NamedOid(inspect::DecodeOid(reading.essHash));
     return Stop{"the certificate is named by its " + hash + ", which the library does not compute", hash,

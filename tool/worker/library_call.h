@@ -45,7 +45,7 @@ int32_t CallWithMemory(const std::string& what, Call call) {
 
 // LengthOf returns the length in the type of the exports; messages are at most kMaxMessage long.
 inline uint32_t LengthOf(ByteView data) {
-  return static_cast<uint32_t>(data.size());
+  return uint32_t(data.size());
 }
 
 // FieldOf returns the octets of a record's field; `length` may be that of a value that was cut.

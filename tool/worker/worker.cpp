@@ -50,7 +50,7 @@ class Clock {
   void Restart() const {
     struct rusage used {};
     ::getrusage(RUSAGE_SELF, &used);
-    const auto spent = static_cast<rlim_t>(used.ru_utime.tv_sec + used.ru_stime.tv_sec + 1);
+    const auto spent = rlim_t(used.ru_utime.tv_sec + used.ru_stime.tv_sec + 1);
     const rlim_t allowed = std::min(kMaxSeconds, callers_.rlim_cur);
     const struct rlimit wanted { std::min(spent + allowed - 1, callers_.rlim_max), callers_.rlim_max };
     ::setrlimit(RLIMIT_CPU, &wanted);
@@ -65,7 +65,7 @@ const std::string& out_of_memory_answer() {
     const std::string text =
         WireFrom({{"failure", ToJson({ExitStatus::Internal, "reading it takes more memory than is allowed",
                                       "no time-stamp message needs that much; do not rely on it"})}});
-    const auto length = static_cast<uint32_t>(text.size());
+    const auto length = uint32_t(text.size());
     std::string whole(sizeof length, '\0');
     std::memcpy(whole.data(), &length, sizeof length);
     return whole + text;
@@ -77,8 +77,7 @@ const std::string& out_of_memory_answer() {
 // process when memory runs out while they are built or released.
 [[noreturn]] void end_without_memory() {
   const std::string& frame = out_of_memory_answer();
-  const bool written =
-      ::write(STDOUT_FILENO, frame.data(), frame.size()) == static_cast<ssize_t>(frame.size());
+  const bool written = ::write(STDOUT_FILENO, frame.data(), frame.size()) == ssize_t(frame.size());
   ::_exit(written ? 0 : 1);
 }
 
@@ -106,8 +105,9 @@ void set_limits() {
 int serve(const Trust& trust, const char* version) {
   set_limits();
   if (version != nullptr &&
-      ::setenv("QEX_VERIFY_ESSCERTIDV2", std::strcmp(version, "v2") == 0 ? "1" : "0", 1) != 0)
+      ::setenv("QEX_VERIFY_ESSCERTIDV2", std::strcmp(version, "v2") == 0 ? "1" : "0", 1) != 0) {
     return 1;
+  }
   out_of_memory_answer();
   std::set_new_handler(end_without_memory);
   const Clock clock;
@@ -252,8 +252,9 @@ int RunWorker() {
   std::set_new_handler(end_without_memory);
   std::string question;
   char buffer[65536];
-  for (ssize_t n; (n = ::read(STDIN_FILENO, buffer, sizeof buffer)) > 0;)
-    question.append(buffer, static_cast<size_t>(n));
+  for (ssize_t n; (n = ::read(STDIN_FILENO, buffer, sizeof buffer)) > 0;) {
+    question.append(buffer, size_t(n));
+  }
   bool trustChecked = false;
   try {
     return WriteFrame(STDOUT_FILENO, answer_to(question, Trust{}, trustChecked)) ? 0 : 1;

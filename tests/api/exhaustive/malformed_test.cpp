@@ -203,8 +203,9 @@ TEST_F(Malformed, FramedRequests) {
   record.size = sizeof record;
   PutText(record.hashAlgorithm, kSha256);
   record.hashedMessageLength = 32;
-  for (const uint32_t transport : {1u, 2u})
+  for (const uint32_t transport : {1u, 2u}) {
     TryAll(Fetch(EncodedRequest(record, transport)).octets, decode_request);
+  }
 }
 
 TEST_F(Malformed, OpensslRequests) {
@@ -310,8 +311,9 @@ TEST_F(Malformed, CertificateOfTheCaller) {
                whole || length == 0 ? Codes{QEX_OK}
                                     : Codes{QEX_E_ARG, QEX_E_NOMEM, QEX_E_MISSING, QEX_E_SIGNATURE,
                                             QEX_E_UNSUPPORTED, QEX_E_MISMATCH});
-    if (code == QEX_E_SIGNATURE || code == QEX_E_MISMATCH || code == QEX_E_UNSUPPORTED)
+    if (code == QEX_E_SIGNATURE || code == QEX_E_MISMATCH || code == QEX_E_UNSUPPORTED) {
       expect_decoded_error();
+    }
     if (code == QEX_E_ARG) expect_refused_error();
   });
 }

@@ -51,8 +51,9 @@ TEST(JacobiSymbol, OfAPrimeIdentifiesTheSquares) {
 }
 
 TEST(JacobiSymbol, ModuloOneIsOne) {
-  for (const char* a : {"0", "1", "2", "-5", "1fffffffffffffff"})
+  for (const char* a : {"0", "1", "2", "-5", "1fffffffffffffff"}) {
     EXPECT_EQ(symbol_of(Big(a), Big("1")), 1) << a;
+  }
 }
 
 TEST(JacobiSymbol, CommonFactorGivesZero) {

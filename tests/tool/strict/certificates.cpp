@@ -50,7 +50,7 @@ EVP_PKEY* make_rsa(const char* type, size_t bits, unsigned long exponent) {
   EVP_PKEY* key = nullptr;
   const std::shared_ptr<BIGNUM> e(BN_new(), BN_free);
   demand(BN_set_word(e.get(), exponent) == 1 && EVP_PKEY_keygen_init(context) > 0 &&
-             EVP_PKEY_CTX_set_rsa_keygen_bits(context, static_cast<int>(bits)) > 0 &&
+             EVP_PKEY_CTX_set_rsa_keygen_bits(context, int(bits)) > 0 &&
              EVP_PKEY_CTX_set1_rsa_keygen_pubexp(context, e.get()) > 0 && EVP_PKEY_keygen(context, &key) > 0,
          "no RSA key");
   EVP_PKEY_CTX_free(context);
@@ -69,8 +69,8 @@ EVP_PKEY* make_key(const std::string& kind) {
 
 void add_name(X509_NAME* name, const char* type, const std::string& text) {
   demand(X509_NAME_add_entry_by_txt(name, type, MBSTRING_UTF8,
-                                    reinterpret_cast<const unsigned char*>(text.data()),
-                                    static_cast<int>(text.size()), -1, 0) == 1,
+                                    reinterpret_cast<const unsigned char*>(text.data()), int(text.size()), -1,
+                                    0) == 1,
          "no name");
 }
 
@@ -112,7 +112,7 @@ void add_expired_on_list(X509_CRL* list, int64_t since) {
   const auto time = generalized(since);
   const Octets value = der::element(0x18, Octets(time->data, time->data + time->length));
   const std::shared_ptr<ASN1_OCTET_STRING> octets(ASN1_OCTET_STRING_new(), ASN1_OCTET_STRING_free);
-  ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size()));
+  ASN1_OCTET_STRING_set(octets.get(), value.data(), int(value.size()));
   const std::shared_ptr<ASN1_OBJECT> identifier(OBJ_txt2obj("2.5.29.60", 1), ASN1_OBJECT_free);
   X509_EXTENSION* extension = X509_EXTENSION_create_by_OBJ(nullptr, identifier.get(), 0, octets.get());
   demand(X509_CRL_add_ext(list, extension, -1) == 1, "no extension");
@@ -121,7 +121,7 @@ void add_expired_on_list(X509_CRL* list, int64_t since) {
 
 void add_critical(X509_CRL* list, int nid, const Octets& value) {
   const std::shared_ptr<ASN1_OCTET_STRING> octets(ASN1_OCTET_STRING_new(), ASN1_OCTET_STRING_free);
-  ASN1_OCTET_STRING_set(octets.get(), value.data(), static_cast<int>(value.size()));
+  ASN1_OCTET_STRING_set(octets.get(), value.data(), int(value.size()));
   X509_EXTENSION* extension = X509_EXTENSION_create_by_NID(nullptr, nid, 1, octets.get());
   demand(X509_CRL_add_ext(list, extension, -1) == 1, "no extension");
   X509_EXTENSION_free(extension);

@@ -16,8 +16,9 @@ Octets reply(const Parts&... status) {
 }
 
 TEST(StrictReply, TheStatusIsItsInteger) {
-  for (const int64_t value : {int64_t{0}, int64_t{5}, int64_t{-1}, int64_t{256}, INT64_MAX, INT64_MIN})
+  for (const int64_t value : {int64_t{0}, int64_t{5}, int64_t{-1}, int64_t{256}, INT64_MAX, INT64_MIN}) {
     EXPECT_EQ(ReadReplyStrictly(reply(der::integer(value))).status.value, value);
+  }
   EXPECT_THROW(ReadReplyStrictly(reply(der::big_integer({1, 0, 0, 0, 0, 0, 0, 0, 0}))), Stop);
   EXPECT_THROW(ReadReplyStrictly(reply(der::big_integer({}))), Stop);
   EXPECT_THROW(ReadReplyStrictly(reply()), Stop);

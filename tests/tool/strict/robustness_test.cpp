@@ -60,7 +60,7 @@ TEST_F(StrictRobustness, EveryOctetMayChange) {
   for (size_t i = 0; i < token.size() && !HasFailure(); ++i) {
     for (const int change : {0x01, 0x20, 0x80, 0xFF}) {
       Octets changed = token;
-      changed[i] = static_cast<uint8_t>(changed[i] ^ change);
+      changed[i] = uint8_t(changed[i] ^ change);
       read_any(changed);
     }
     Octets shorter = token;

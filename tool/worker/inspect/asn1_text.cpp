@@ -18,7 +18,7 @@ ssize_t append(void* text, const char* data, size_t length) {
   } catch (const std::bad_alloc&) {
     return 0;  // an error of the stream
   }
-  return static_cast<ssize_t>(length);
+  return ssize_t(length);
 }
 
 // The output of `print` to a stream. A memory stream of the C library does not remember an allocation failure

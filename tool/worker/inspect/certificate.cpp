@@ -33,7 +33,7 @@ View without_zeros(View number) {
 
 size_t bits_of(View number) {
   number = without_zeros(number);
-  return number.empty() ? 0 : number.size() * 8 - static_cast<size_t>(std::countl_zero(number[0]));
+  return number.empty() ? 0 : number.size() * 8 - size_t(std::countl_zero(number[0]));
 }
 
 // At least 65537, the exponent that the description of QEX_VerifyTST_Signature demands.
@@ -212,12 +212,14 @@ Json DescribeCertificate(View certificate, const ExtensionPrinter& printer) {
   description["signature_algorithm"] = algorithm_name(signature);
   while (const auto more = fields.next()) {
     if (more->tag != kExtensionsTag) continue;
-    if (const auto list = Elements(more->content).next(kSequence))
+    if (const auto list = Elements(more->content).next(kSequence)) {
       describe_extensions(description, list->content);
+    }
   }
   if (!printer) return description;
-  if (std::vector<std::string> texts = printer(certificate); !texts.empty())
+  if (std::vector<std::string> texts = printer(certificate); !texts.empty()) {
     description["extensions"] = texts;
+  }
   return description;
 }
 

@@ -38,7 +38,7 @@ constexpr AttributeName kAttributeNames[] = {
 void append_utf8(std::string& text, uint32_t c) {
   const bool surrogate = c >= 0xD800 && c <= 0xDFFF;
   if (c > 0x10FFFF || surrogate) c = 0xFFFD;
-  const auto put = [&](uint32_t octet) { text += static_cast<char>(octet); };
+  const auto put = [&](uint32_t octet) { text += char(octet); };
   if (c < 0x80) {
     put(c);
   } else if (c < 0x800) {
@@ -121,8 +121,9 @@ std::string TimeText(uint8_t tag, View content) {
   const size_t digits = plain.find_first_not_of("0123456789");
   if (digits != 14 || plain.back() != 'Z') return text;
   std::string fraction = plain.substr(14, plain.size() - 15);
-  if (!fraction.empty() && (fraction.size() < 2 || fraction[0] != '.' || !all_digits(fraction.substr(1))))
+  if (!fraction.empty() && (fraction.size() < 2 || fraction[0] != '.' || !all_digits(fraction.substr(1)))) {
     return text;
+  }
   return plain.substr(0, 4) + "-" + plain.substr(4, 2) + "-" + plain.substr(6, 2) + "T" + plain.substr(8, 2) +
          ":" + plain.substr(10, 2) + ":" + plain.substr(12, 2) + fraction + "Z";
 }

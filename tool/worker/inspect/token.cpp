@@ -25,7 +25,7 @@ void for_each(const AsnList* list, Visit visit) {
 }
 
 size_t length_of(const AsnList* list) {
-  return list == nullptr ? 0 : static_cast<size_t>(list->count);
+  return list == nullptr ? 0 : size_t(list->count);
 }
 
 Bytes copy_of(const AsnOid& oid) {

@@ -68,8 +68,9 @@ Json attribute_types(const Element& attributes, std::string* signingTime) {
     types.push_back(NamedOid(dotted));
     const auto values = fields.next(kSet);
     const auto time = values ? Elements(values->content).next() : std::nullopt;
-    if (signingTime != nullptr && dotted == kSigningTime && time)
+    if (signingTime != nullptr && dotted == kSigningTime && time) {
       *signingTime = TimeText(time->tag, time->content);
+    }
   }
   return types;
 }
@@ -116,8 +117,9 @@ void describe_certificates(Json& description, const Element& set, const Extensio
     (v1 || v2 ? attributeCertificates : certificates).push_back(std::move(one));
   }
   description["certificates"] = std::move(certificates);
-  if (!attributeCertificates.empty())
+  if (!attributeCertificates.empty()) {
     description["attribute_certificates"] = std::move(attributeCertificates);
+  }
 }
 
 size_t count_of(const std::optional<Element>& set) {

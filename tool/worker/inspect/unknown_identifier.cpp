@@ -27,7 +27,7 @@ constexpr std::array<uint8_t, 3> kParameterTags = {kNull, kOid, kSequence};
 
 bool is_registered(View identifier) {
   AsnAny any{};
-  SetAnyTypeByOid(&any, {static_cast<uint32_t>(identifier.size()), identifier.data()});
+  SetAnyTypeByOid(&any, {uint32_t(identifier.size()), identifier.data()});
   return any.ai != nullptr;
 }
 
@@ -35,7 +35,7 @@ bool is_registered(View identifier) {
 // of another type than the library's table allows.
 bool decodes(View identifier, const Element& value) {
   AsnAny any{};
-  SetAnyTypeByOid(&any, {static_cast<uint32_t>(identifier.size()), identifier.data()});
+  SetAnyTypeByOid(&any, {uint32_t(identifier.size()), identifier.data()});
   ExpBuf block;
   ExpBufWrapData(&block, value.whole.data(), value.whole.size());
   const AsnInt error = AsnCatch([&](AsnJmpEnv& env) {
@@ -82,10 +82,12 @@ std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned dep
     if (role != nullptr && wellFormed) {
       const std::string_view place(role);
       const bool alone = place == "name attribute" || place == "algorithm";  // others hold lists of values
-      if (!is_registered(identifier->content))
+      if (!is_registered(identifier->content)) {
         return UnknownIdentifier{NamedOid(text), role, place == "algorithm"};
-      if (alone && !decodes(identifier->content, *value))
+      }
+      if (alone && !decodes(identifier->content, *value)) {
         return UnknownIdentifier{NamedOid(text), role, false};
+      }
     }
   }
   if (depth == kMaxDepth) return std::nullopt;

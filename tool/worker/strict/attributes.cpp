@@ -67,8 +67,9 @@ std::vector<Bytes> RepeatedAttributes(const Token& token) {
     Bytes type = CopyOf(OctetsOf(identifier));
     const bool second = !seen.insert(type).second;
     const bool otherCount = X509_ATTRIBUTE_count(attribute) != 1 && has_one_value_by_standard(identifier);
-    if ((second || otherCount) && std::ranges::find(repeated, type) == repeated.end())
+    if ((second || otherCount) && std::ranges::find(repeated, type) == repeated.end()) {
       repeated.push_back(std::move(type));
+    }
   }
   return repeated;
 }
@@ -83,8 +84,8 @@ Bytes SignedOctets(const Token& token) {
     const Bytes one = Encoded<i2d_X509_ATTRIBUTE>(CMS_signed_get_attr(token.signer, i));
     attributes.insert(attributes.end(), one.begin(), one.end());
   }
-  const int length = static_cast<int>(attributes.size());  // libcrypto's own lengths fit an int
-  Bytes set(static_cast<size_t>(ASN1_object_size(1, length, V_ASN1_SET)) - attributes.size());
+  const int length = int(attributes.size());  // libcrypto's own lengths fit an int
+  Bytes set(size_t(ASN1_object_size(1, length, V_ASN1_SET)) - attributes.size());
   unsigned char* at = set.data();
   ASN1_put_object(&at, 1, length, V_ASN1_SET, V_ASN1_UNIVERSAL);
   set.insert(set.end(), attributes.begin(), attributes.end());

@@ -26,8 +26,9 @@ std::string other_purposes(const EXTENDED_KEY_USAGE* purposes) {
 }
 
 bool has_time_stamping(const EXTENDED_KEY_USAGE* purposes) {
-  for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i)
+  for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i) {
     if (OBJ_obj2nid(sk_ASN1_OBJECT_value(purposes, i)) == NID_time_stamp) return true;
+  }
   return false;
 }
 
@@ -69,7 +70,7 @@ std::string NameForPeople(const X509_NAME* name) {
   unsigned char* utf8 = nullptr;
   const int length = ASN1_STRING_to_UTF8(&utf8, X509_NAME_ENTRY_get_data(entry));
   if (length < 0) return inspect::NameText(Encoded<i2d_X509_NAME>(name));
-  std::string text(reinterpret_cast<const char*>(utf8), static_cast<size_t>(length));
+  std::string text(reinterpret_cast<const char*>(utf8), size_t(length));
   OPENSSL_free(utf8);
   return text;
 }
@@ -88,16 +89,18 @@ SignerCertificate DescribeCertificate(X509* certificate) {
 }
 
 Judgement JudgeUsage(X509* certificate) {
-  if ((X509_get_extension_flags(certificate) & EXFLAG_INVALID) != 0)
+  if ((X509_get_extension_flags(certificate) & EXFLAG_INVALID) != 0) {
     return {false, "the extensions of the certificate are not valid"};
+  }
   int critical = -1;
   const OwnedExtendedUsage purposes(
       static_cast<EXTENDED_KEY_USAGE*>(X509_get_ext_d2i(certificate, NID_ext_key_usage, &critical, nullptr)));
   if (!purposes) {
     return {false, critical == -1 ? "no extended key usage" : "the extended key usage cannot be read"};
   }
-  if (!has_time_stamping(purposes.get()))
+  if (!has_time_stamping(purposes.get())) {
     return {false, "other purposes than time-stamping: " + other_purposes(purposes.get())};
+  }
   if (sk_ASN1_OBJECT_num(purposes.get()) != 1) {
     const std::string others = other_purposes(purposes.get());
     return {false, others.empty() ? "time-stamping stands more than once"
@@ -134,8 +137,9 @@ bool NamesSigner(GENERAL_NAME* name, X509* certificate) {
   }
   const OwnedGeneralNames others(
       static_cast<GENERAL_NAMES*>(X509_get_ext_d2i(certificate, NID_subject_alt_name, nullptr, nullptr)));
-  for (int i = 0; i < sk_GENERAL_NAME_num(others.get()); ++i)
+  for (int i = 0; i < sk_GENERAL_NAME_num(others.get()); ++i) {
     if (GENERAL_NAME_cmp(name, sk_GENERAL_NAME_value(others.get(), i)) == 0) return true;
+  }
   return false;
 }
 

@@ -22,8 +22,9 @@ constexpr int kLeastCurveBits = 160;
 
 CertificateRow row_of(const std::vector<X509*>& certificates) {
   CertificateRow row(Needed(sk_X509_new_null()));
-  for (X509* certificate : certificates)
+  for (X509* certificate : certificates) {
     if (sk_X509_push(row.get(), certificate) <= 0) throw std::bad_alloc();
+  }
   return row;
 }
 
@@ -35,8 +36,9 @@ Chain judge_sizes(STACK_OF(X509) * path) {
     const int kind = key == nullptr ? EVP_PKEY_NONE : EVP_PKEY_get_base_id(key);
     const bool hasModulus = kind == EVP_PKEY_RSA || kind == EVP_PKEY_RSA_PSS || kind == EVP_PKEY_DSA;
     const int least = hasModulus ? kLeastModulusBits : kind == EVP_PKEY_EC ? kLeastCurveBits : 0;
-    if (key != nullptr && EVP_PKEY_get_bits(key) < least)
+    if (key != nullptr && EVP_PKEY_get_bits(key) < least) {
       return ChainFault(X509_V_ERR_CA_KEY_TOO_SMALL, certificate);
+    }
   }
   Chain chain;
   chain.result = ChainResult::Trusted;
@@ -54,7 +56,7 @@ int allow_last_second(int ok, X509_STORE_CTX* context) {
 
 // False when this platform's time_t cannot hold the time.
 bool set_judged_time(X509_VERIFY_PARAM* parameters, int64_t time) {
-  const time_t narrow = static_cast<time_t>(time);
+  const time_t narrow = time_t(time);
   if (narrow != time) return false;
   X509_VERIFY_PARAM_set_time(parameters, narrow);
   return true;
@@ -88,11 +90,11 @@ ChainAnswer verify(const ChainQuestion& question, STACK_OF(X509) * untrusted, ST
   STACK_OF(X509)* path = X509_STORE_CTX_get0_chain(context.get());
   if (!verified) {
     answer.chain = ChainFault(error, X509_STORE_CTX_get_current_cert(context.get()));
-    answer.chain.length = static_cast<uint64_t>(std::max(sk_X509_num(path), 0));
+    answer.chain.length = uint64_t(std::max(sk_X509_num(path), 0));
     return answer;
   }
   answer.chain = judge_sizes(path);
-  answer.chain.length = static_cast<uint64_t>(sk_X509_num(path));
+  answer.chain.length = uint64_t(sk_X509_num(path));
   if (answer.chain.result != ChainResult::Trusted) return answer;
   const X509* anchor = sk_X509_value(path, sk_X509_num(path) - 1);
   answer.chain.anchor = NameForPeople(X509_get_subject_name(anchor));

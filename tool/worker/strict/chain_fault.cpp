@@ -101,8 +101,9 @@ constexpr int kFaultsOfUnknownAlgorithms[] = {
 // or wrong signature.
 bool is_of_unknown_algorithm(int error, const X509* certificate) {
   if (certificate == nullptr) return false;
-  if (std::ranges::find(kFaultsOfUnknownAlgorithms, error) == std::end(kFaultsOfUnknownAlgorithms))
+  if (std::ranges::find(kFaultsOfUnknownAlgorithms, error) == std::end(kFaultsOfUnknownAlgorithms)) {
     return false;
+  }
   return OBJ_find_sigid_algs(X509_get_signature_nid(certificate), nullptr, nullptr) == 0;
 }
 

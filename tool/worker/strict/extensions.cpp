@@ -40,7 +40,7 @@ std::string value_of(X509_EXTENSION* extension) {
   if (!printed) return ToHex(OctetsOf(X509_EXTENSION_get_data(extension)));
   const char* text = nullptr;
   const long length = BIO_get_mem_data(out.get(), &text);
-  return length <= 0 ? "" : in_one_line({text, static_cast<size_t>(length)});
+  return length <= 0 ? "" : in_one_line({text, size_t(length)});
 }
 
 }  // namespace

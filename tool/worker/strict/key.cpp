@@ -68,15 +68,16 @@ std::string excess_of(EVP_PKEY* key, std::span<const Bound> bounds) {
 std::string type_of(X509* certificate) {
   ASN1_OBJECT* identifier = nullptr;
   X509_PUBKEY_get0_param(&identifier, nullptr, nullptr, nullptr, X509_get_X509_PUBKEY(certificate));
-  for (const KeyType& type : kKeyTypes)
+  for (const KeyType& type : kKeyTypes) {
     if (OBJ_obj2nid(identifier) == type.nid) return type.name;
+  }
   return OidText(identifier);
 }
 
 void describe_exponent(SignerKey& description, EVP_PKEY* key) {
   const OwnedBigNumber exponent = number_of(key, OSSL_PKEY_PARAM_RSA_E);
   if (!exponent) return;
-  description.exponent.resize(static_cast<size_t>(BN_num_bytes(exponent.get())));
+  description.exponent.resize(size_t(BN_num_bytes(exponent.get())));
   BN_bn2bin(exponent.get(), description.exponent.data());
   description.lowExponent = BN_num_bits(exponent.get()) < 64 && BN_get_word(exponent.get()) < kLeastExponent;
 }
@@ -99,7 +100,7 @@ SignerKey DescribeKey(X509* certificate) {
   description.lowExponent = rsa;
   EVP_PKEY* key = X509_get0_pubkey(certificate);
   if (key == nullptr) return description;
-  description.bits = static_cast<uint64_t>(std::max(EVP_PKEY_get_bits(key), 0));
+  description.bits = uint64_t(std::max(EVP_PKEY_get_bits(key), 0));
   std::string detail = std::to_string(description.bits);
   if (rsa) {
     describe_exponent(description, key);

@@ -40,12 +40,12 @@ Bytes wrapped(uint8_t tag, std::initializer_list<ByteView> parts) {
   for (const ByteView part : parts) length += part.size();
   Bytes octets{tag};
   if (length < 0x80) {
-    octets.push_back(static_cast<uint8_t>(length));
+    octets.push_back(uint8_t(length));
   } else {
     int count = 1;
     while (length >> (8 * count) != 0) ++count;
-    octets.push_back(static_cast<uint8_t>(0x80 + count));
-    for (int i = count - 1; i >= 0; --i) octets.push_back(static_cast<uint8_t>(length >> (8 * i)));
+    octets.push_back(uint8_t(0x80 + count));
+    for (int i = count - 1; i >= 0; --i) octets.push_back(uint8_t(length >> (8 * i)));
   }
   for (const ByteView part : parts) octets.insert(octets.end(), part.begin(), part.end());
   return octets;
@@ -89,8 +89,8 @@ std::optional<TokenParts> TakeApart(ByteView token) {
       !take_certificates(certificates->content, parts.certificates)) {
     return std::nullopt;
   }
-  const size_t after = static_cast<size_t>(certificates->whole.data() - signedData->content.data()) +
-                       certificates->whole.size();
+  const size_t after =
+      size_t(certificates->whole.data() - signedData->content.data()) + certificates->whole.size();
   const Bytes data = wrapped(kSequence, {version->whole, digests->whole, signedContent->whole,
                                          ByteView(signedData->content).subspan(after)});
   parts.rest = wrapped(kSequence, {type->whole, wrapped(kContext0, {data})});

@@ -70,11 +70,10 @@ Digest fetch_digest(int nid) {
   ThrowIfMemoryFailed();
   if (!digest.routine) return {};
   digest.name = shortName;
-  std::ranges::transform(digest.name, digest.name.begin(), [](char c) {
-    return static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-  });
+  std::ranges::transform(digest.name, digest.name.begin(),
+                         [](char c) { return char(std::tolower(static_cast<unsigned char>(c))); });
   if ((EVP_MD_get_flags(digest.routine.get()) & EVP_MD_FLAG_XOF) == 0) {
-    digest.length = static_cast<size_t>(std::max(EVP_MD_get_size(digest.routine.get()), 0));
+    digest.length = size_t(std::max(EVP_MD_get_size(digest.routine.get()), 0));
   } else if (nid == NID_shake128) {
     digest.length = 32;
   } else if (nid == NID_shake256) {
@@ -116,7 +115,7 @@ std::string LastReason() {
 
 ByteView OctetsOf(const ASN1_STRING* string) {
   if (string == nullptr) return {};
-  return {ASN1_STRING_get0_data(string), static_cast<size_t>(ASN1_STRING_length(string))};
+  return {ASN1_STRING_get0_data(string), size_t(ASN1_STRING_length(string))};
 }
 
 ByteView OctetsOf(const ASN1_OBJECT* identifier) {

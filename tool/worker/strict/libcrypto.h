@@ -37,7 +37,7 @@ std::string LastReason();
 template <class Owner, auto Decode>
 Owner DecodeWhole(ByteView octets) {
   const unsigned char* at = octets.data();
-  Owner value(Decode(nullptr, &at, static_cast<long>(octets.size())));
+  Owner value(Decode(nullptr, &at, long(octets.size())));
   if (value && at != octets.data() + octets.size()) value.reset();
   return value;
 }
@@ -46,7 +46,7 @@ Owner DecodeWhole(ByteView octets) {
 template <auto Encode, class T>
 Bytes Encoded(const T* value) {
   const int length = Encode(value, nullptr);
-  Bytes octets(length > 0 ? static_cast<size_t>(length) : 0);
+  Bytes octets(length > 0 ? size_t(length) : 0);
   unsigned char* at = octets.data();
   if (length < 0 || (length > 0 && Encode(value, &at) != length)) {
     ThrowIfMemoryFailed();

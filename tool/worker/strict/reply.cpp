@@ -25,26 +25,29 @@ int64_t status_value(const std::optional<Element>& status) {
   if (octets.size() > sizeof(int64_t)) stop("the status of the reply is not a number of 64 bits");
   uint64_t value = (octets[0] & 0x80) != 0 ? UINT64_MAX : 0;
   for (const uint8_t octet : octets) value = value << 8 | octet;
-  return static_cast<int64_t>(value);
+  return int64_t(value);
 }
 
 std::vector<std::string> texts_of(ByteView content) {
   std::vector<std::string> texts;
   Elements each(content);
-  while (const auto text = each.next(kUtf8String))
+  while (const auto text = each.next(kUtf8String)) {
     texts.emplace_back(text->content.begin(), text->content.end());
+  }
   if (!each.empty()) stop("the status text of the reply cannot be read");
   return texts;
 }
 
 // The numbers of the bits that are set; bit 0 is the highest of the first octet.
 std::vector<uint32_t> bits_of(ByteView content) {
-  if (content.empty() || content[0] > 7 || (content.size() == 1 && content[0] != 0))
+  if (content.empty() || content[0] > 7 || (content.size() == 1 && content[0] != 0)) {
     stop("the failure of the reply cannot be read");
+  }
   std::vector<uint32_t> bits;
   const size_t count = (content.size() - 1) * 8 - content[0];
-  for (size_t i = 0; i < count; ++i)
-    if ((content[1 + i / 8] >> (7 - i % 8) & 1) != 0) bits.push_back(static_cast<uint32_t>(i));
+  for (size_t i = 0; i < count; ++i) {
+    if ((content[1 + i / 8] >> (7 - i % 8) & 1) != 0) bits.push_back(uint32_t(i));
+  }
   return bits;
 }
 
@@ -69,8 +72,9 @@ StrictReply ReadReplyStrictly(ByteView reply) {
   if (!status) stop("the reply has no status");
   StrictReply result;
   result.status = status_of(status->content);
-  if (const auto token = fields.next(kSequence))
+  if (const auto token = fields.next(kSequence)) {
     result.token = Bytes(token->whole.begin(), token->whole.end());
+  }
   if (!fields.empty()) stop("the reply has more than a status and a token");
   return result;
 }

@@ -111,7 +111,7 @@ std::vector<Finding> findings_of(const RevocationList& list, int place, const Re
     return {whole};
   }
   std::vector<Finding> findings;
-  for (const X509_REVOKED* entry : list.entries[static_cast<size_t>(place)]) {
+  for (const X509_REVOKED* entry : list.entries[size_t(place)]) {
     if (list.isDelta && reason_of(entry).code == CRL_REASON_REMOVE_FROM_CRL) continue;  // a hold that is over
     findings.push_back(finding_of(entry, question));
   }
@@ -127,8 +127,9 @@ std::vector<Finding> findings_of(const RevocationList& list, int place, const Re
       finding.verdict = Verdict::None;
       finding.text = list.Name() + " names it, and is of some reasons only";
     }
-    if (finding.verdict == Verdict::Good || finding.verdict == Verdict::StillValid)
+    if (finding.verdict == Verdict::Good || finding.verdict == Verdict::StillValid) {
       judge_proof(finding, list, question);
+    }
     finding.issued = list.issued;
   }
   return findings;
@@ -161,14 +162,15 @@ struct Answers {
 
 Answers ask_all(const RevocationQuestion& question) {
   Answers answers;
-  answers.findings.resize(static_cast<size_t>(sk_X509_num(question.path)));
+  answers.findings.resize(size_t(sk_X509_num(question.path)));
   for (const OwnedCrl& crl : *question.lists) {
     const RevocationList list = ReadRevocationList(crl.get(), question.path);
-    for (size_t i = 0; i < answers.findings.size(); ++i)
-      std::ranges::move(findings_of(list, static_cast<int>(i), question),
-                        std::back_inserter(answers.findings[i]));
-    if (list.IsIndirect() && IssuerOnPath(list, question.path, 0) == nullptr)
+    for (size_t i = 0; i < answers.findings.size(); ++i) {
+      std::ranges::move(findings_of(list, int(i), question), std::back_inserter(answers.findings[i]));
+    }
+    if (list.IsIndirect() && IssuerOnPath(list, question.path, 0) == nullptr) {
       answers.unused += "; " + list.Name() + " was used for certificates of its own issuer alone";
+    }
     ThrowIfMemoryFailed();
   }
   return answers;
@@ -209,7 +211,7 @@ Revocation JudgeRevocation(const RevocationQuestion& question) {
   Revocation worst;
   std::string uncovered;
   for (size_t i = 0; i < findings.size(); ++i) {
-    const X509* certificate = sk_X509_value(question.path, static_cast<int>(i));
+    const X509* certificate = sk_X509_value(question.path, int(i));
     const Finding finding = gravest(findings[i]);
     const bool root = i + 1 == findings.size() && i > 0;
     if (i > 0 && finding.verdict == Verdict::None) {
@@ -218,10 +220,12 @@ Revocation JudgeRevocation(const RevocationQuestion& question) {
     }
     if (root && finding.verdict != Verdict::Revoked) continue;  // trusted by decision, not by lists
     Revocation revocation{result_of(finding.verdict), finding.text, i > 0};
-    if (revocation.result == RevocationResult::NoList)
+    if (revocation.result == RevocationResult::NoList) {
       revocation.text = "none covers " + QuotedSubject(certificate) + reason_after(finding);
-    if (i > 0 || weight_of(revocation.result) == 3)
+    }
+    if (i > 0 || weight_of(revocation.result) == 3) {
       revocation.text = QuotedSubject(certificate) + ": " + revocation.text;
+    }
     if (i == 0 || weight_of(revocation.result) > weight_of(worst.result)) worst = revocation;
   }
   worst.text += uncovered + answers.unused;

@@ -63,13 +63,15 @@ void read_dates(RevocationList& list) {
   const ASN1_TIME* issued = X509_CRL_get0_lastUpdate(list.crl);
   const ASN1_TIME* end = X509_CRL_get0_nextUpdate(list.crl);
   list.issued = SecondsOf(issued).value_or(0);
-  if (!is_well_formed(issued) || (end != nullptr && !is_well_formed(end)))
+  if (!is_well_formed(issued) || (end != nullptr && !is_well_formed(end))) {
     list.fault = "its dates cannot be read";
+  }
 }
 
 void read_extensions(RevocationList& list) {
-  for (int i = 0; i < X509_CRL_get_ext_count(list.crl); ++i)
+  for (int i = 0; i < X509_CRL_get_ext_count(list.crl); ++i) {
     if (is_unknown_critical(X509_CRL_get_ext(list.crl, i), kKnownExtensions)) list.fault = kUnknownExtension;
+  }
   list.scope = extension_of<OwnedListScope>(list, NID_issuing_distribution_point);
   list.keyOfIssuer = extension_of<OwnedKeyIdentifier>(list, NID_authority_key_identifier);
   list.isDelta = X509_CRL_get_ext_by_NID(list.crl, NID_delta_crl, -1) >= 0;
@@ -91,7 +93,7 @@ bool holds_name(const GENERAL_NAMES* names, const X509_NAME* wanted) {
 class EntryReader {
  public:
   EntryReader(RevocationList& list, STACK_OF(X509) * path) : list_(list), path_(path) {
-    list_.entries.resize(static_cast<size_t>(sk_X509_num(path)));
+    list_.entries.resize(size_t(sk_X509_num(path)));
   }
 
   void Run() {
@@ -121,7 +123,7 @@ class EntryReader {
   void pick(X509_REVOKED* entry) {
     const ASN1_INTEGER* serial = X509_REVOKED_get0_serialNumber(entry);
     for (size_t i = 0; i < list_.entries.size(); ++i) {
-      const X509* certificate = sk_X509_value(path_, static_cast<int>(i));
+      const X509* certificate = sk_X509_value(path_, int(i));
       if (ASN1_INTEGER_cmp(serial, X509_get0_serialNumber(certificate)) != 0) continue;
       if (is_of(X509_get_issuer_name(certificate))) list_.entries[i].push_back(entry);
     }
@@ -148,8 +150,9 @@ bool share_a_name(const DIST_POINT_NAME* left, const DIST_POINT_NAME* right) {
   for (int i = 0; i < sk_GENERAL_NAME_num(left->name.fullname); ++i) {
     GENERAL_NAME* name = sk_GENERAL_NAME_value(left->name.fullname, i);
     if (name->type == GEN_DIRNAME && is_named(name->d.directoryName, right)) return true;
-    for (int j = 0; right->type == 0 && j < sk_GENERAL_NAME_num(right->name.fullname); ++j)
+    for (int j = 0; right->type == 0 && j < sk_GENERAL_NAME_num(right->name.fullname); ++j) {
       if (GENERAL_NAME_cmp(name, sk_GENERAL_NAME_value(right->name.fullname, j)) == 0) return true;
+    }
   }
   return false;
 }
@@ -164,8 +167,9 @@ bool names_point(X509* certificate, DIST_POINT_NAME* wanted) {
     const DIST_POINT* point = sk_DIST_POINT_value(points.get(), i);
     if (point->distpoint == nullptr || point->reasons != nullptr) continue;
     if (point->CRLissuer != nullptr && !holds_name(point->CRLissuer, issuer)) continue;
-    if (DIST_POINT_set_dpname(point->distpoint, issuer) == 1 && share_a_name(point->distpoint, wanted))
+    if (DIST_POINT_set_dpname(point->distpoint, issuer) == 1 && share_a_name(point->distpoint, wanted)) {
       return true;
+    }
   }
   return false;
 }
@@ -220,8 +224,9 @@ X509* IssuerOnPath(const RevocationList& list, STACK_OF(X509) * path, int place)
   for (int i = std::min(place + 1, root); i <= root; ++i) {
     X509* issuer = sk_X509_value(path, i);
     if (X509_NAME_cmp(name, X509_get_subject_name(issuer)) == 0 &&
-        X509_check_akid(issuer, list.keyOfIssuer.get()) == X509_V_OK)
+        X509_check_akid(issuer, list.keyOfIssuer.get()) == X509_V_OK) {
       return issuer;
+    }
   }
   ThrowIfMemoryFailed();
   return nullptr;
@@ -229,8 +234,9 @@ X509* IssuerOnPath(const RevocationList& list, STACK_OF(X509) * path, int place)
 
 const char* FaultOfList(const RevocationList& list, X509* issuer) {
   if (list.fault != nullptr) return list.fault;
-  if ((X509_get_key_usage(issuer) & KU_CRL_SIGN) == 0)
+  if ((X509_get_key_usage(issuer) & KU_CRL_SIGN) == 0) {
     return "the key usage of its issuer does not allow lists";
+  }
   EVP_PKEY* key = X509_get0_pubkey(issuer);
   const bool verified = key != nullptr && X509_CRL_verify(list.crl, key) == 1;
   ThrowIfMemoryFailed();
@@ -247,8 +253,9 @@ const char* GapOfList(const RevocationList& list, X509* certificate) {
   if (isOther || list.scope->onlyattr != 0) return "is of other certificates";
   if (list.IsOfSomeReasons()) return "is of some reasons only";
   if (list.IsIndirect()) return "may leave certificates of its own issuer to another";
-  if (list.scope->distpoint != nullptr && !names_point(certificate, list.scope->distpoint))
+  if (list.scope->distpoint != nullptr && !names_point(certificate, list.scope->distpoint)) {
     return "is of another distribution point";
+  }
   ThrowIfMemoryFailed();
   return nullptr;
 }

@@ -102,7 +102,7 @@ Scheme pss_scheme(const X509_ALGOR* algorithm) {
   // No modulus that is tried has room for a longer salt.
   if (!read || salt < 0 || salt > 1024) scheme.fault = "the salt length of rsassaPss cannot be";
   if (trailer != 1) scheme.unsupported = "the trailer field " + std::to_string(trailer) + " of rsassaPss";
-  scheme.saltLength = static_cast<int>(std::clamp<int64_t>(salt, 0, 1024));
+  scheme.saltLength = int(std::clamp<int64_t>(salt, 0, 1024));
   return scheme;
 }
 

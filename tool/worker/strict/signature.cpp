@@ -49,10 +49,12 @@ std::string protection_fault(const Token& token) {
   const auto digest = fields.next(kSequence);
   const auto signature = fields.next(kSignatureTag);
   if (!digest || !signature) return "the attribute algorithm-protection cannot be read";
-  if (contents_of(digest->whole) != contents_of(Encoded<i2d_X509_ALGOR>(token.digestAlgorithm)))
+  if (contents_of(digest->whole) != contents_of(Encoded<i2d_X509_ALGOR>(token.digestAlgorithm))) {
     return "the digest algorithm is not the one that algorithm-protection names";
-  if (contents_of(signature->whole) != contents_of(Encoded<i2d_X509_ALGOR>(token.signatureAlgorithm)))
+  }
+  if (contents_of(signature->whole) != contents_of(Encoded<i2d_X509_ALGOR>(token.signatureAlgorithm))) {
     return "the signature algorithm is not the one that algorithm-protection names";
+  }
   return "";
 }
 
@@ -62,8 +64,9 @@ std::string content_fault(const Token& token, const Digest& digest) {
   if (!HasAttributes(token)) return "";
   const ASN1_TYPE* value = FirstValue(token, NID_pkcs9_messageDigest);
   if (value == nullptr || value->type != V_ASN1_OCTET_STRING) return "there is no message digest";
-  if (!std::ranges::equal(OctetsOf(value->value.octet_string), DigestOf(digest, token.content)))
+  if (!std::ranges::equal(OctetsOf(value->value.octet_string), DigestOf(digest, token.content))) {
     return "the content is not the one that was signed";
+  }
   return "";
 }
 
@@ -78,8 +81,9 @@ bool set_pss(EVP_PKEY_CTX* context, const Scheme& scheme) {
 bool key_was_refused() {
   const unsigned long error = ERR_peek_error();
   const int reason = ERR_GET_REASON(error);
-  if (ERR_GET_LIB(error) == ERR_LIB_RSA)
+  if (ERR_GET_LIB(error) == ERR_LIB_RSA) {
     return reason == RSA_R_BAD_E_VALUE || reason == RSA_R_MODULUS_TOO_LARGE;
+  }
   return ERR_GET_LIB(error) == ERR_LIB_DSA &&
          (reason == DSA_R_BAD_Q_VALUE || reason == DSA_R_MODULUS_TOO_LARGE);
 }
@@ -88,15 +92,18 @@ void try_signature(StrictSignature& signature, const Token& token, const Scheme&
   const OwnedDigestContext context(Needed(EVP_MD_CTX_new()));
   EVP_PKEY_CTX* keyContext = nullptr;  // belongs to `context`
   const EVP_MD* digest = scheme.digest == nullptr ? nullptr : scheme.digest->routine.get();
-  if (EVP_DigestVerifyInit(context.get(), &keyContext, digest, nullptr, key) <= 0)
+  if (EVP_DigestVerifyInit(context.get(), &keyContext, digest, nullptr, key) <= 0) {
     return settle(signature, Result::Unsupported,
                   "the digest " + signature.digest + " with a key of this kind");
-  if (scheme.mask != nullptr && !set_pss(keyContext, scheme))
+  }
+  if (scheme.mask != nullptr && !set_pss(keyContext, scheme)) {
     return settle(signature, Result::Invalid, "the key does not allow these parameters of rsassaPss");
+  }
   const Bytes data = SignedOctets(token);
   const ByteView value = OctetsOf(CMS_SignerInfo_get0_signature(token.signer));
-  if (EVP_DigestVerify(context.get(), value.data(), value.size(), data.data(), data.size()) == 1)
+  if (EVP_DigestVerify(context.get(), value.data(), value.size(), data.data(), data.size()) == 1) {
     return settle(signature, Result::Valid, "");
+  }
   if (key_was_refused()) return settle(signature, Result::Unsupported, "a key of these sizes");
   settle(signature, Result::Invalid, "the signature does not verify with the signer's key");
 }

@@ -13,8 +13,9 @@ std::vector<X509*> candidates_of(const Token& token, const TrustStore& store) {
   const auto consider = [&](X509* certificate) {
     if (CMS_SignerInfo_cert_cmp(token.signer, certificate) == 0) candidates.push_back(certificate);
   };
-  for (int i = 0; i < sk_X509_num(token.certificates.get()); ++i)
+  for (int i = 0; i < sk_X509_num(token.certificates.get()); ++i) {
     consider(sk_X509_value(token.certificates.get(), i));
+  }
   for (const OwnedCertificate& certificate : store.signers) consider(certificate.get());
   for (const OwnedCertificate& certificate : store.untrusted) consider(certificate.get());
   ThrowIfMemoryFailed();

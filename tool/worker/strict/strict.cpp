@@ -24,8 +24,9 @@ std::vector<Bytes> critical_extensions(TS_TST_INFO* info) {
   std::vector<Bytes> critical;
   for (int i = 0; i < TS_TST_INFO_get_ext_count(info); ++i) {
     X509_EXTENSION* extension = TS_TST_INFO_get_ext(info, i);
-    if (X509_EXTENSION_get_critical(extension) != 0)
+    if (X509_EXTENSION_get_critical(extension) != 0) {
       critical.push_back(CopyOf(OctetsOf(X509_EXTENSION_get_object(extension))));
+    }
   }
   return critical;
 }
@@ -39,15 +40,15 @@ bool has_plain_imprint(TS_TST_INFO* info) {
 
 Structure structure_of(const Token& token, X509* certificate) {
   Structure structure;
-  structure.signers =
-      static_cast<uint64_t>(std::max(sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(token.message.get())), 0));
+  structure.signers = uint64_t(std::max(sk_CMS_SignerInfo_num(CMS_get0_SignerInfos(token.message.get())), 0));
   structure.contentType = CopyOf(OctetsOf(CMS_get0_eContentType(token.message.get())));
   structure.imprintParametersFit = has_plain_imprint(token.info.get());
   structure.unknownCritical = critical_extensions(token.info.get());
   if (token.signer == nullptr) return structure;
   const ASN1_TYPE* contentType = FirstValue(token, NID_pkcs9_contentType);
-  if (contentType != nullptr && contentType->type == V_ASN1_OBJECT)
+  if (contentType != nullptr && contentType->type == V_ASN1_OBJECT) {
     structure.contentTypeAttribute = CopyOf(OctetsOf(contentType->value.object));
+  }
   structure.messageDigestPresent = HasAttribute(token, NID_pkcs9_messageDigest);
   structure.repeatedAttributes = RepeatedAttributes(token);
   GENERAL_NAME* tsa = TS_TST_INFO_get_tsa(token.info.get());
@@ -68,7 +69,7 @@ std::optional<int64_t> judged_time(const Trust& trust, const std::optional<GenTi
 std::vector<X509*> untrusted_of(const Token& token, const TrustStore& store) {
   const int own = std::max(sk_X509_num(token.certificates.get()), 0);
   std::vector<X509*> certificates;
-  certificates.reserve(static_cast<size_t>(own) + store.untrusted.size() + store.signers.size());
+  certificates.reserve(size_t(own) + store.untrusted.size() + store.signers.size());
   for (int i = 0; i < own; ++i) certificates.push_back(sk_X509_value(token.certificates.get(), i));
   for (const OwnedCertificate& certificate : store.untrusted) certificates.push_back(certificate.get());
   for (const OwnedCertificate& certificate : store.signers) certificates.push_back(certificate.get());

@@ -50,8 +50,9 @@ void StopReading(const std::string& text) {
 Token OpenToken(ByteView octets) {
   Token token = decode_token(octets);
   if (!token.message) StopReading("the token does not decode as a CMS message");
-  if (OBJ_obj2nid(CMS_get0_type(token.message.get())) != NID_pkcs7_signed)
+  if (OBJ_obj2nid(CMS_get0_type(token.message.get())) != NID_pkcs7_signed) {
     StopReading("the token is not SignedData");
+  }
   ASN1_OCTET_STRING** content = CMS_get0_content(token.message.get());
   if (content == nullptr || *content == nullptr) StopReading("the token has no signed content");
   token.content = OctetsOf(*content);

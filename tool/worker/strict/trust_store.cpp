@@ -42,8 +42,9 @@ void add_root(STACK_OF(X509) * roots, OwnedCertificate certificate) {
 TrustStore decode_trust(const Trust& trust) {
   TrustStore store;
   store.signers = certificates_of(trust.signers);
-  for (const OwnedCertificate& signer : store.signers)
+  for (const OwnedCertificate& signer : store.signers) {
     store.signerEncodings.push_back(Encoded<i2d_X509>(signer.get()));
+  }
   store.untrusted = certificates_of(trust.untrusted);
   store.roots.reset(Needed(sk_X509_new_null()));
   for (OwnedCertificate& root : certificates_of(trust.roots)) add_root(store.roots.get(), std::move(root));
