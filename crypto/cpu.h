@@ -1,0 +1,26 @@
+// What the processor can do beyond the instructions that every one of its kind has.
+#pragma once
+
+#include <cstdint>
+
+namespace qex {
+
+// Feature is a group of instructions that a form of a routine needs, with the operating system's support for
+// the registers that they use. Values are bits of a set.
+enum Feature : uint32_t {
+  kFeatureSha = 1u << 0,        // x86-64: SHA-1 and SHA-256, SSSE3 and SSE4.1
+  kFeatureAvx2 = 1u << 1,       // x86-64: AVX2
+  kFeatureBmi2 = 1u << 2,       // x86-64: BMI1 and BMI2
+  kFeatureAdx = 1u << 3,        // x86-64: ADCX and ADOX
+  kFeatureAvx512 = 1u << 4,     // x86-64: AVX-512 F, BW, DQ and VL
+  kFeatureIfma = 1u << 5,       // x86-64: AVX-512 IFMA, products of 52-bit digits
+  kFeatureArmSha1 = 1u << 6,    // aarch64: SHA-1
+  kFeatureArmSha256 = 1u << 7,  // aarch64: SHA-256
+  kFeatureArmSha512 = 1u << 8,  // aarch64: SHA-512
+};
+
+// CpuFeatures returns the set of features of this processor. It asks the processor on each call; Forms
+// (crypto/forms.h) calls it once a routine.
+[[nodiscard]] uint32_t CpuFeatures();
+
+}  // namespace qex
