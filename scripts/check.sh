@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible fuzz)
+steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible bench fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -59,6 +59,10 @@ step_platforms() {  # the suite of the library on 32-bit, ARM and big-endian mac
   scripts/platforms.sh
 }
 
+step_bench() {  # the results of all rows of scripts/bench.sh, beside those of other libraries; no times
+  scripts/bench.sh --once
+}
+
 step_fuzz() {  # ten seconds for each fuzz target
   scripts/fuzz.sh 10
 }
@@ -81,6 +85,7 @@ done
 
 purposes=(check fuzz format)
 [[ " ${chosen[*]} " != *" platforms "* ]] || purposes+=(platforms)
+[[ " ${chosen[*]} " != *" bench "* ]] || purposes+=(bench)
 scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)

@@ -16,7 +16,9 @@ packages=(
 for purpose in "$@"; do
   case $purpose in
     coverage) packages+=(gcovr) ;;
-    bench) packages+=(libbenchmark-dev hyperfine) ;;
+    bench)
+      packages+=(libbenchmark-dev hyperfine valgrind)
+      packages+=(nettle-dev libgmp-dev libgcrypt20-dev libbotan-2-dev libgnutls28-dev libwolfssl-dev) ;;  # peers
     format) packages+=(clang-format-14 git) ;;
     sanitize | fuzz) packages+=(clang libclang-rt-14-dev) ;;
     check) packages+=(git clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;
