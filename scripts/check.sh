@@ -59,8 +59,9 @@ step_platforms() {  # the suite of the library on 32-bit, ARM and big-endian mac
   scripts/platforms.sh
 }
 
-step_bench() {  # the results of all rows of scripts/bench.sh, beside those of other libraries; no times
+step_bench() {  # results beside those of other libraries, and counts of instructions; no times
   scripts/bench.sh --once
+  scripts/instructions.sh
 }
 
 step_fuzz() {  # ten seconds for each fuzz target
