@@ -129,16 +129,34 @@ class InputTest(ToolTest):
                         return
             time.sleep(0.001)
 
-    def test_AFileThatShrinksEndsWhereItEnds(self):
-        with open(self.path("shrinking"), "wb") as file:
-            file.truncate(4 << 30)
-            process = subprocess.Popen([support.QEX, "digest", self.path("shrinking")], stdout=subprocess.PIPE,
-                                       stderr=subprocess.PIPE, env=environment())
-            self.wait_until_read(process.pid, self.path("shrinking"))
-            file.truncate(1 << 20)
-            out, err = process.communicate(timeout=120)
-        self.assertEqual((process.returncode, err), (0, b""))
-        self.assertEqual(out.count(b"\n"), 1)
+    def test_AFileThatShrinksIsAnError(self):
+        for input_ in ("a name", "standard input"):
+            with self.subTest(input_), open(self.path("shrinking"), "wb") as file:
+                file.truncate(4 << 30)
+                named = input_ == "a name"
+                with open(self.path("shrinking"), "rb") as reader:
+                    process = subprocess.Popen([support.QEX, "digest", self.path("shrinking") if named else "-"],
+                                               stdin=subprocess.DEVNULL if named else reader, stdout=subprocess.PIPE,
+                                               stderr=subprocess.PIPE, env=environment())
+                self.wait_until_read(process.pid, self.path("shrinking"))
+                file.truncate(1 << 20)
+                out, err = process.communicate(timeout=120)
+                self.assert_error(subprocess.CompletedProcess([], process.returncode, out, err), 3,
+                                  "became shorter while it was read")
+                self.assertEqual(out, b"")
+
+    def test_StandardInputMayBeginInTheMiddleOfAFile(self):
+        self.write(self.path("twice"), b"before" + b"abc")
+        with open(self.path("twice"), "rb") as reader:
+            os.lseek(reader.fileno(), 6, os.SEEK_SET)
+            done = subprocess.run([support.QEX, "digest"], stdin=reader, capture_output=True, env=environment(), check=True)
+        self.assertEqual(done.stdout.split()[0].decode(), hashlib.sha256(b"abc").hexdigest())
+
+    def test_AFileOfTheSystemMayHoldLessThanItAnnounces(self):
+        path = "/sys/kernel/mm/transparent_hugepage/enabled"
+        if not os.path.exists(path) or os.path.getsize(path) == len(self.read(path)):
+            self.skipTest("there is none")
+        self.assertEqual(run("digest", path, check=0).stdout.split()[0].decode(), hashlib.sha256(self.read(path)).hexdigest())
 
     def test_StandardInputMayBeClosed(self):
         for command in (("show", "-"), ("digest", "-"), ("request", "-"), ("verify", "--token", "-", "--digest", "00")):
