@@ -94,8 +94,8 @@ constexpr DigestRoutines kRoutines[] = {
 };
 static_assert(std::size(kRoutines) == std::size(kHashes));
 
-// Pieces stay in the processor's second cache from the read to the digest. Mapped files are slower: their octets come
-// from memory, and a file that shrinks would end the process.
+// Pieces stay in the processor's second cache from the read to the digest. Mapped files are slower: their
+// octets come from memory, and a file that shrinks would end the process.
 constexpr size_t kReadSize = size_t{256} << 10;
 
 // A descriptor that is closed on every path; standard input stays open.
