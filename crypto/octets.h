@@ -25,6 +25,10 @@ inline void StoreBE32(uint8_t* p, uint32_t v) {
   p[3] = uint8_t(v);
 }
 
+inline void StoreBE64(uint8_t* p, uint64_t v) {
+  for (int k = 0; k < 8; ++k) p[k] = uint8_t(v >> (56 - 8 * k));
+}
+
 inline void StoreLE32(uint8_t* p, uint32_t v) {
   p[0] = uint8_t(v);
   p[1] = uint8_t(v >> 8);

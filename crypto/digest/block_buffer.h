@@ -24,6 +24,15 @@ inline void AddByteCount(uint32_t* low, uint32_t* high, uint32_t length) {
   if (*low < length) ++*high;
 }
 
+// ClearBlock makes all octets zero. It does so in pieces for which compilers have a few stores, not a call or
+// a string instruction, which would cost a tenth of a short message.
+template <class Octet, size_t kBlock>
+void ClearBlock(Octet (&block)[kBlock]) {
+  constexpr size_t kPiece = 64 / sizeof(Octet);
+  static_assert(kBlock % kPiece == 0);
+  for (size_t at = 0; at < kBlock; at += kPiece) std::memset(block + at, 0, 64);
+}
+
 // AbsorbOctets adds `length` octets. Whole blocks go to `compress` straight from the caller's memory, at any
 // address; only parts of blocks are copied. `data` may be null when `length` is 0.
 template <size_t kBlock, class Compress>
@@ -49,21 +58,33 @@ void AbsorbOctets(uint8_t (&buffer)[kBlock], uint32_t* fill, const uint8_t* data
   *fill = uint32_t(rest);
 }
 
-// CloseLastBlock appends the octet 0x80, zeros, and the encoded message length at the end of a block: of this
-// block if the length still fits after the 0x80, otherwise of one more.
+// kPadding is the octet 0x80 and zeros, for any block. Compilers that saw its value would store it in pieces
+// smaller than the vectors in which forms load a block; the processor could not pass them on before they are
+// in the cache.
+extern const uint8_t kPadding[128];
+
+// CloseMessage appends the octet 0x80, zeros, and the encoded message length to the `fill` octets at `last`,
+// which become one block, or two if the length does not fit into the first. It returns their number. Copies
+// are of constant size, so that short messages do not pay for calls.
+template <size_t kBlock, size_t kLength>
+size_t CloseMessage(uint8_t* last, uint32_t fill, const uint8_t (&messageLength)[kLength]) {
+  static_assert(kBlock <= sizeof(kPadding));
+  const size_t blocks = fill + 1 + kLength <= kBlock ? 1 : 2;
+  // The padding reaches past a first block without room for the length, and up to the length in the second.
+  std::memcpy(last + fill, kPadding, kBlock);
+  std::memcpy(last + blocks * kBlock - kLength, messageLength, kLength);
+  return blocks;
+}
+
+// CloseLastBlock closes the message in this way; `buffer` then holds its last block.
 template <size_t kBlock, size_t kLength, class Compress>
 void CloseLastBlock(uint8_t (&buffer)[kBlock], uint32_t fill, const uint8_t (&messageLength)[kLength],
                     const Compress& compress) {
-  constexpr size_t kLengthAt = kBlock - kLength;
-  buffer[fill++] = 0x80;
-  if (fill > kLengthAt) {
-    std::memset(buffer + fill, 0, kBlock - fill);
-    compress(buffer, size_t{1});
-    fill = 0;
-  }
-  std::memset(buffer + fill, 0, kLengthAt - fill);
-  std::memcpy(buffer + kLengthAt, messageLength, kLength);
-  compress(buffer, size_t{1});
+  uint8_t last[2 * kBlock];
+  std::memcpy(last, buffer, kBlock);
+  const size_t blocks = CloseMessage<kBlock>(last, fill, messageLength);
+  std::memcpy(buffer, last + (blocks - 1) * kBlock, kBlock);
+  compress(last, blocks);
 }
 
 }  // namespace qex

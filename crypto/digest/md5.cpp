@@ -78,8 +78,11 @@ void MD5CompressBlocks(uint32_t (&state)[4], const uint8_t* data, size_t blocks)
 }
 
 void MD5Init(QEX_MD5_CTX* ctx) {
-  *ctx = {};
   for (size_t k = 0; k < 4; ++k) ctx->state[k] = kInitial[k];
+  ctx->bitCountLow = 0;
+  ctx->bitCountHigh = 0;
+  ClearBlock(ctx->buffer);
+  ctx->fill = 0;
 }
 
 void MD5Update(QEX_MD5_CTX* ctx, const uint8_t* data, uint32_t length) {

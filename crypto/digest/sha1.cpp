@@ -1,13 +1,13 @@
 // SHA-1 by the names and steps of FIPS 180-4, section 6.1.
 //
-// The unfinished block is held as sixteen words, not as octets. On a little-endian machine octet i of the
-// block is therefore octet i XOR 3 of the record; put_octet works by value, so that the words are right on
-// any machine.
+// The unfinished block is held as sixteen words, not as octets. Where octets are added to it, it becomes
+// octets and then words again.
 #include "crypto/digest/sha1.h"
 
 #include <bit>
 
 #include "crypto/digest/block_buffer.h"
+#include "crypto/digest/forms.h"
 #include "crypto/octets.h"
 
 namespace qex {
@@ -15,10 +15,6 @@ namespace {
 
 constexpr uint32_t kInitial[5] = {0x67452301, 0xefcdab89, 0x98badcfe, 0x10325476, 0xc3d2e1f0};
 constexpr uint32_t kK[4] = {0x5a827999, 0x6ed9eba1, 0x8f1bbcdc, 0xca62c1d6};
-
-// 0x80 and zeros, enough to fill any block up.
-constexpr uint8_t kPadding[64] = {0x80};
-constexpr uint32_t kLengthAt = 56;
 
 uint32_t ch(uint32_t x, uint32_t y, uint32_t z) {
   return z ^ (x & (y ^ z));
@@ -49,22 +45,21 @@ inline void run_quarter(Chain& v, uint32_t (&w)[16], Mix mix) {
   }
 }
 
-// put_octet stores octet `at` of the unfinished block and leaves the others of its word.
-void put_octet(QEX_SHA1_CTX* ctx, size_t at, uint8_t octet) {
-  const unsigned shift = 24 - 8 * unsigned(at % 4);
-  uint32_t& word = ctx->block[at / 4];
-  word = (word & ~(uint32_t{0xff} << shift)) | uint32_t{octet} << shift;
+void words_to_octets(uint8_t* octets, const uint32_t (&words)[16]) {
+  for (size_t k = 0; k < 16; ++k) StoreBE32(octets + 4 * k, words[k]);
 }
 
-void compress_own_block(QEX_SHA1_CTX* ctx) {
-  uint8_t octets[kSHA1Block];
-  for (size_t k = 0; k < 16; ++k) StoreBE32(octets + 4 * k, ctx->block[k]);
-  SHA1CompressBlocks(ctx->state, octets, 1);
+void octets_to_words(uint32_t (&words)[16], const uint8_t* octets) {
+  for (size_t k = 0; k < 16; ++k) words[k] = LoadBE32(octets + 4 * k);
+}
+
+auto compressor(QEX_SHA1_CTX* ctx) {
+  return [ctx](const uint8_t* data, size_t blocks) { SHA1CompressBlocks(ctx->state, data, blocks); };
 }
 
 }  // namespace
 
-void SHA1CompressBlocks(uint32_t (&state)[5], const uint8_t* data, size_t blocks) {
+void SHA1CompressBlocks_portable(uint32_t (&state)[5], const uint8_t* data, size_t blocks) {
   Chain v = {state[0], state[1], state[2], state[3], state[4]};
   for (; blocks != 0; --blocks, data += kSHA1Block) {
     uint32_t w[16];
@@ -83,42 +78,44 @@ void SHA1CompressBlocks(uint32_t (&state)[5], const uint8_t* data, size_t blocks
   state[4] = v.e;
 }
 
+void SHA1CompressBlocks(uint32_t (&state)[5], const uint8_t* data, size_t blocks) {
+  kSHA1Forms.best()(state, data, blocks);
+}
+
 void SHA1Init(QEX_SHA1_CTX* ctx) {
-  *ctx = {};
   for (size_t k = 0; k < 5; ++k) ctx->state[k] = kInitial[k];
+  ctx->bitCountLow = 0;
+  ctx->bitCountHigh = 0;
+  ClearBlock(ctx->block);
+  ctx->fill = 0;
 }
 
 void SHA1Update(QEX_SHA1_CTX* ctx, const uint8_t* data, uint32_t length) {
   AddBitCount(&ctx->bitCountLow, &ctx->bitCountHigh, length);
-  while (length != 0) {
-    if (ctx->fill == 0 && length >= kSHA1Block) {
-      const size_t blocks = length / kSHA1Block;
-      SHA1CompressBlocks(ctx->state, data, blocks);
-      data += blocks * kSHA1Block;
-      length %= kSHA1Block;
-      continue;
-    }
-    put_octet(ctx, ctx->fill, *data);
-    ++data;
-    --length;
-    if (++ctx->fill == kSHA1Block) {
-      compress_own_block(ctx);
-      ctx->fill = 0;
-    }
+  if (ctx->fill == 0 && length >= kSHA1Block) {
+    const size_t blocks = length / kSHA1Block;
+    SHA1CompressBlocks(ctx->state, data, blocks);
+    data += blocks * kSHA1Block;
+    length %= kSHA1Block;
   }
+  if (length == 0) return;
+  uint8_t octets[kSHA1Block];
+  words_to_octets(octets, ctx->block);
+  AbsorbOctets(octets, &ctx->fill, data, length, compressor(ctx));
+  octets_to_words(ctx->block, octets);
 }
 
 void SHA1Final(QEX_SHA1_CTX* ctx, uint8_t* out) {
-  uint8_t bits[8];  // taken before the padding, which SHA1Update counts as well
-  StoreBE32(bits, ctx->bitCountHigh);
-  StoreBE32(bits + 4, ctx->bitCountLow);
-  if (ctx->fill >= kLengthAt) {
-    SHA1Update(ctx, kPadding, uint32_t{kSHA1Block} - ctx->fill);
-    SHA1Update(ctx, kPadding + 1, kLengthAt);
-  } else {
-    SHA1Update(ctx, kPadding, kLengthAt - ctx->fill);
-  }
-  SHA1Update(ctx, bits, sizeof(bits));
+  uint8_t bits[8];
+  StoreBE64(bits, uint64_t{ctx->bitCountHigh} << 32 | ctx->bitCountLow);
+  uint8_t last[2 * kSHA1Block];
+  if (ctx->fill != 0) words_to_octets(last, ctx->block);
+  const size_t blocks = CloseMessage<kSHA1Block>(last, ctx->fill, bits);
+  SHA1CompressBlocks(ctx->state, last, blocks);
+  octets_to_words(ctx->block, last + (blocks - 1) * kSHA1Block);
+  // The padding is counted like a message, and leaves the block empty.
+  AddBitCount(&ctx->bitCountLow, &ctx->bitCountHigh, uint32_t(blocks * kSHA1Block) - ctx->fill);
+  ctx->fill = 0;
   for (size_t k = 0; k < 5; ++k) StoreBE32(out + 4 * k, ctx->state[k]);
 }
 

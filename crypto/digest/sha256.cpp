@@ -4,18 +4,13 @@
 #include <bit>
 
 #include "crypto/digest/block_buffer.h"
+#include "crypto/digest/forms.h"
 #include "crypto/octets.h"
 
 namespace qex {
-namespace {
 
-// The first 32 bits of the fractions of the square roots of the first eight primes.
-constexpr uint32_t kInitial[8] = {
-    0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a, 0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19,
-};
-
-// The same of the cube roots of the first sixty-four primes.
-constexpr uint32_t kK[64] = {
+// The first 32 bits of the fractions of the cube roots of the first sixty-four primes.
+const uint32_t kSHA256K[64] = {
     0x428a2f98, 0x71374491, 0xb5c0fbcf, 0xe9b5dba5, 0x3956c25b, 0x59f111f1, 0x923f82a4, 0xab1c5ed5,
     0xd807aa98, 0x12835b01, 0x243185be, 0x550c7dc3, 0x72be5d74, 0x80deb1fe, 0x9bdc06a7, 0xc19bf174,
     0xe49b69c1, 0xefbe4786, 0x0fc19dc6, 0x240ca1cc, 0x2de92c6f, 0x4a7484aa, 0x5cb0a9dc, 0x76f988da,
@@ -24,6 +19,13 @@ constexpr uint32_t kK[64] = {
     0xa2bfe8a1, 0xa81a664b, 0xc24b8b70, 0xc76c51a3, 0xd192e819, 0xd6990624, 0xf40e3585, 0x106aa070,
     0x19a4c116, 0x1e376c08, 0x2748774c, 0x34b0bcb5, 0x391c0cb3, 0x4ed8aa4a, 0x5b9cca4f, 0x682e6ff3,
     0x748f82ee, 0x78a5636f, 0x84c87814, 0x8cc70208, 0x90befffa, 0xa4506ceb, 0xbef9a3f7, 0xc67178f2,
+};
+
+namespace {
+
+// The first 32 bits of the fractions of the square roots of the first eight primes.
+constexpr uint32_t kInitial[8] = {
+    0x6a09e667, 0xbb67ae85, 0x3c6ef372, 0xa54ff53a, 0x510e527f, 0x9b05688c, 0x1f83d9ab, 0x5be0cd19,
 };
 
 uint32_t ch(uint32_t x, uint32_t y, uint32_t z) {
@@ -56,7 +58,7 @@ inline void run_rounds(Chain& v, uint32_t (&w)[16], size_t first) {
 #pragma GCC unroll 16
   for (size_t k = 0; k < 16; ++k) {
     if (kExtend) w[k] += sigma1(w[(k + 14) % 16]) + w[(k + 9) % 16] + sigma0(w[(k + 1) % 16]);
-    const uint32_t t1 = v.h + big_sigma1(v.e) + ch(v.e, v.f, v.g) + kK[first + k] + w[k];
+    const uint32_t t1 = v.h + big_sigma1(v.e) + ch(v.e, v.f, v.g) + kSHA256K[first + k] + w[k];
     const uint32_t t2 = big_sigma0(v.a) + maj(v.a, v.b, v.c);
     v = {t1 + t2, v.a, v.b, v.c, v.d + t1, v.e, v.f, v.g};
   }
@@ -68,7 +70,7 @@ auto compressor(QEX_SHA256_CTX* ctx) {
 
 }  // namespace
 
-void SHA256CompressBlocks(uint32_t (&state)[8], const uint8_t* data, size_t blocks) {
+void SHA256CompressBlocks_portable(uint32_t (&state)[8], const uint8_t* data, size_t blocks) {
   for (; blocks != 0; --blocks, data += kSHA256Block) {
     uint32_t w[16];
     for (size_t k = 0; k < 16; ++k) w[k] = LoadBE32(data + 4 * k);
@@ -80,9 +82,16 @@ void SHA256CompressBlocks(uint32_t (&state)[8], const uint8_t* data, size_t bloc
   }
 }
 
+void SHA256CompressBlocks(uint32_t (&state)[8], const uint8_t* data, size_t blocks) {
+  kSHA256Forms.best()(state, data, blocks);
+}
+
 void SHA256Init(QEX_SHA256_CTX* ctx) {
-  *ctx = {};
   for (size_t k = 0; k < 8; ++k) ctx->state[k] = kInitial[k];
+  ctx->byteCountLow = 0;
+  ctx->byteCountHigh = 0;
+  ctx->fill = 0;
+  ClearBlock(ctx->buffer);
 }
 
 void SHA256Update(QEX_SHA256_CTX* ctx, const uint8_t* data, uint32_t length) {
@@ -92,8 +101,7 @@ void SHA256Update(QEX_SHA256_CTX* ctx, const uint8_t* data, uint32_t length) {
 
 void SHA256Final(QEX_SHA256_CTX* ctx, uint8_t* out) {
   uint8_t bits[8];
-  StoreBE32(bits, ctx->byteCountHigh << 3 | ctx->byteCountLow >> 29);
-  StoreBE32(bits + 4, ctx->byteCountLow << 3);
+  StoreBE64(bits, uint64_t{ctx->byteCountHigh} << 35 | uint64_t{ctx->byteCountLow} << 3);
   CloseLastBlock(ctx->buffer, ctx->fill, bits, compressor(ctx));
   for (size_t k = 0; k < 8; ++k) StoreBE32(out + 4 * k, ctx->state[k]);
 }

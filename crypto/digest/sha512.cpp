@@ -81,11 +81,15 @@ inline void run_rounds(Chain& v, uint64_t (&w)[16], size_t first) {
 }
 
 void begin(QEX_SHA512_CTX* ctx, const uint64_t (&initial)[8]) {
-  *ctx = {};
   for (size_t k = 0; k < 8; ++k) {
     ctx->state[2 * k] = uint32_t(initial[k] >> 32);
     ctx->state[2 * k + 1] = uint32_t(initial[k]);
   }
+  ctx->byteCountLow = 0;
+  ctx->byteCountHigh = 0;
+  for (uint32_t& word : ctx->byteCountExt) word = 0;
+  ctx->fill = 0;
+  ClearBlock(ctx->buffer);
 }
 
 auto compressor(QEX_SHA512_CTX* ctx) {

@@ -43,6 +43,10 @@ TEST(MD5, EveryLengthToThreeHundred) {
   expect_every_length(kMD5);
 }
 
+TEST(MD5, EveryCutGivesTheSameDigest) {
+  expect_every_cut(kMD5);
+}
+
 TEST(MD5, PiecesGiveTheDigestOfTheWhole) {
   expect_pieces_to_agree(kMD5);
 }

@@ -37,6 +37,10 @@ TEST(SHA1, EveryLengthToThreeHundred) {
   expect_every_length(kSHA1);
 }
 
+TEST(SHA1, EveryCutGivesTheSameDigest) {
+  expect_every_cut(kSHA1);
+}
+
 TEST(SHA1, PiecesGiveTheDigestOfTheWhole) {
   expect_pieces_to_agree(kSHA1);
 }
@@ -68,6 +72,27 @@ TEST(SHA1, UnfinishedBlockIsHeldAsTheWordsOfTheStandard) {
   EXPECT_EQ(ctx.fill, 7u);
   EXPECT_EQ(ctx.block[0], 0x61626364u);
   EXPECT_EQ(ctx.block[1], 0x65666700u);
+}
+
+// Deliberate: Final counts its padding as a message and empties the block, whose last words remain.
+TEST(SHA1, FinalLeavesTheLastBlockAndCountsThePadding) {
+  const struct {
+    uint32_t length, bits, second, last;
+  } rows[] = {{7, 512, 0x65666780, 56}, {55, 512, 0x65666768, 440}, {56, 1024, 0, 448}, {64, 1024, 0, 512}};
+  std::string text = "abcdefgh";
+  while (text.size() < 64) text += text;
+  for (const auto& row : rows) {
+    QEX_SHA1_CTX ctx;
+    uint8_t out[20];
+    qex::SHA1Init(&ctx);
+    qex::SHA1Update(&ctx, reinterpret_cast<const uint8_t*>(text.data()), row.length);
+    qex::SHA1Final(&ctx, out);
+    EXPECT_EQ(ctx.bitCountLow, row.bits) << row.length;
+    EXPECT_EQ(ctx.bitCountHigh, 0u) << row.length;
+    EXPECT_EQ(ctx.fill, 0u) << row.length;
+    EXPECT_EQ(ctx.block[1], row.second) << row.length;
+    EXPECT_EQ(ctx.block[15], row.last) << row.length;
+  }
 }
 
 }  // namespace

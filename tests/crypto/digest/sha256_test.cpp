@@ -38,6 +38,10 @@ TEST(SHA256, EveryLengthToThreeHundred) {
   expect_every_length(kSHA256);
 }
 
+TEST(SHA256, EveryCutGivesTheSameDigest) {
+  expect_every_cut(kSHA256);
+}
+
 TEST(SHA256, PiecesGiveTheDigestOfTheWhole) {
   expect_pieces_to_agree(kSHA256);
 }
@@ -65,6 +69,18 @@ TEST(SHA256, OctetCountCarriesIntoTheHighWord) {
   qex::SHA256Update(&ctx, reinterpret_cast<const uint8_t*>("ab"), 2);
   EXPECT_EQ(ctx.byteCountLow, 1u);
   EXPECT_EQ(ctx.byteCountHigh, 1u);
+}
+
+// Final leaves the last block in the buffer, and count and fill as they were.
+TEST(SHA256, FinalLeavesTheLastBlock) {
+  QEX_SHA256_CTX ctx;
+  uint8_t out[32];
+  qex::SHA256Init(&ctx);
+  qex::SHA256Update(&ctx, reinterpret_cast<const uint8_t*>("abc"), 3);
+  qex::SHA256Final(&ctx, out);
+  EXPECT_EQ(digest_cases::hex(ctx.buffer, sizeof(ctx.buffer)), "61626380" + std::string(118, '0') + "18");
+  EXPECT_EQ(ctx.byteCountLow, 3u);
+  EXPECT_EQ(ctx.fill, 3u);
 }
 
 }  // namespace

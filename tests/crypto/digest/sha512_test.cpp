@@ -47,6 +47,10 @@ TEST(SHA384, EveryLengthToThreeHundred) {
   expect_every_length(kSHA384);
 }
 
+TEST(SHA384, EveryCutGivesTheSameDigest) {
+  expect_every_cut(kSHA384);
+}
+
 TEST(SHA384, PiecesGiveTheDigestOfTheWhole) {
   expect_pieces_to_agree(kSHA384);
 }
@@ -94,6 +98,10 @@ TEST(SHA512, EveryLengthToThreeHundred) {
   expect_every_length(kSHA512);
 }
 
+TEST(SHA512, EveryCutGivesTheSameDigest) {
+  expect_every_cut(kSHA512);
+}
+
 TEST(SHA512, PiecesGiveTheDigestOfTheWhole) {
   expect_pieces_to_agree(kSHA512);
 }
@@ -134,6 +142,18 @@ TEST(SHA512, CountExtensionNeverAdvances) {
   EXPECT_EQ(ctx.byteCountHigh, 0u);
   EXPECT_EQ(ctx.byteCountExt[0], 0u);
   EXPECT_EQ(ctx.byteCountExt[1], 0u);
+}
+
+// Final leaves the last block in the buffer, and count and fill as they were.
+TEST(SHA512, FinalLeavesTheLastBlock) {
+  QEX_SHA512_CTX ctx;
+  uint8_t out[64];
+  qex::SHA512Init(&ctx);
+  qex::SHA512Update(&ctx, reinterpret_cast<const uint8_t*>("abc"), 3);
+  qex::SHA512Final(&ctx, out);
+  EXPECT_EQ(digest_cases::hex(ctx.buffer, sizeof(ctx.buffer)), "61626380" + std::string(246, '0') + "18");
+  EXPECT_EQ(ctx.byteCountLow, 3u);
+  EXPECT_EQ(ctx.fill, 3u);
 }
 
 }  // namespace

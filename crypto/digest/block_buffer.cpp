@@ -1,0 +1,7 @@
+#include "crypto/digest/block_buffer.h"
+
+namespace qex {
+
+const uint8_t kPadding[128] = {0x80};
+
+}  // namespace qex

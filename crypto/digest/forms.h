@@ -1,0 +1,41 @@
+// The block functions of SHA-1 and SHA-2 in all their forms (crypto/forms.h).
+//
+// A form takes `blocks` blocks, at least one and at any address, into the chaining values of its digest.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "crypto/forms.h"
+
+namespace qex {
+
+using SHA1Blocks = void (*)(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
+using SHA256Blocks = void (*)(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
+
+// The constants of the rounds.
+extern const uint32_t kSHA256K[64];
+
+void SHA1CompressBlocks_portable(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
+void SHA256CompressBlocks_portable(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
+
+#if defined(__x86_64__)
+void SHA1CompressBlocks_sha(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
+void SHA256CompressBlocks_sha(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
+#endif
+
+inline constinit const Forms kSHA1Forms({
+#if defined(__x86_64__)
+  Form<SHA1Blocks>{"sha", kFeatureSha, SHA1CompressBlocks_sha},
+#endif
+      Form<SHA1Blocks>{"portable", 0, SHA1CompressBlocks_portable},
+});
+
+inline constinit const Forms kSHA256Forms({
+#if defined(__x86_64__)
+  Form<SHA256Blocks>{"sha", kFeatureSha, SHA256CompressBlocks_sha},
+#endif
+      Form<SHA256Blocks>{"portable", 0, SHA256CompressBlocks_portable},
+});
+
+}  // namespace qex
