@@ -7,7 +7,8 @@ import sys
 
 ALLOWED = 1.03
 HEAD = """\
-# Instructions of single calls, as callgrind counts them: scripts/instructions.sh compares, and updates with --update.
+# Instructions of single calls, as callgrind counts them, and their allocations: scripts/instructions.sh compares, and
+# updates with --update.
 # Columns: the call; its count; where it grew by more than 3 % since, the count that is accepted and why.
 """
 
@@ -67,7 +68,7 @@ def main(path, counts, *options):
     for name, (count, *_) in new.items():
         row = rows.get(name, [0])
         grown = count > bound(row)
-        print(f"{name:16} {count:>10}  {count / row[0] if row[0] else 0:.3f} of {row[0]}"
+        print(f"{name:28} {count:>10}  {count / row[0] if row[0] else 0:.3f} of {row[0]}"
               + ("  GREW by more than 3 %" if grown else ""))
         status |= grown
     if status:

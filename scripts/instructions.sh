@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
-# Counts the instructions of single calls with callgrind and compares them with bench/instructions.txt. A count that
-# is more than 3 % above the file's fails, unless the file says why. Counts vary with nothing but compiler, C library and
-# the processor that callgrind emulates, so where compiler or processor are not the file's, nothing is compared.
+# Counts the instructions of single calls with callgrind, and their allocations, and compares them with
+# bench/instructions.txt. A count that is more than 3 % above the file's fails, unless the file says why. Counts vary
+# with nothing but compiler, C library and the processor that callgrind emulates; where these are not the file's,
+# nothing is compared.
 #
 # callgrind's processor has no SHA and no AVX-512 instructions: forms of routines that need them are not counted.
 #
@@ -11,7 +12,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-[ $# -eq 0 ] || [ "$*" = --update ] || { sed -n '8,10s/^# \{0,1\}//p' "$0" >&2; exit 2; }
+[ $# -eq 0 ] || [ "$*" = --update ] || { sed -n '9,11s/^# \{0,1\}//p' "$0" >&2; exit 2; }
 scripts/setup.sh bench
 build=build/bench
 mkdir -p "$build"
@@ -25,8 +26,9 @@ trap 'rm -rf "$work"' EXIT
   valgrind -q --tool=none "$program" | grep ':'
   for name in $("$program" | grep -v ':'); do
     QEX_VERIFY_ESSCERTIDV2=1 valgrind -q --tool=callgrind --toggle-collect=counted --callgrind-out-file="$work/$name" \
-      "$program" tests/data/bouncycastle "$name" 2>"$work/log" || { cat "$work/log" >&2; exit 1; }
+      "$program" tests/data/bouncycastle "$name" >"$work/allocations" 2>"$work/log" || { cat "$work/log" >&2; exit 1; }
     echo "$name $(sed -n 's/^totals: //p' "$work/$name")"
+    echo "$name.allocations $(cat "$work/allocations")"
   done
 } >"$work/counts"
 
