@@ -183,6 +183,12 @@ PRIVATE_HEADERS = (
     ("crypto/bignum/internal.h", ("crypto/bignum/", "tests/crypto/bignum/")),
     ("crypto/bignum/words.h", ("crypto/bignum/", "tests/crypto/bignum/", "bench/bignum_bench.cpp")),
     ("crypto/bignum/digits.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/bignum/power.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/bignum/power_forms.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/bignum/power_steps.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/bignum/scale.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/bignum/ifma.h", ("crypto/bignum/", "tests/crypto/bignum/")),
+    ("crypto/bignum/adx.h", ("crypto/bignum/", "tests/crypto/bignum/")),
     ("crypto/digest/block_buffer.h", ("crypto/digest/", "tests/crypto/digest/")),
 )
 
