@@ -39,9 +39,12 @@ void power(benchmark::State& state, const std::vector<uint8_t>& exponent, uint32
   const Number m = number(octets(state.range(0), seed));
   const Number e = number(exponent);
   const Number input = number(octets(state.range(0) - 1, 4));
+  qex::RSAKey key{};
+  key.n = m;
+  key.e = e;
   for (auto _ : state) {
     KXBN* out = nullptr;
-    if (qex::rsa_exp(m, e, input, &out, nullptr) != qex::KXBN_OK) state.SkipWithError("rsa_exp");
+    if (qex::rsa_public(&key, input, &out, nullptr) != qex::KXBN_OK) state.SkipWithError("rsa_public");
     benchmark::DoNotOptimize(out->digits[0]);
     qex::KXBN_free(out);
   }

@@ -1,14 +1,12 @@
 """Writes docs/performance.md and its drawing from the figures of a run of qex_peers. scripts/bench.sh calls it.
 
-usage: bench_report.py FIGURES.json LIBQEX_SO DOCUMENT.md DRAWING.svg
+usage: bench_report.py FIGURES.json DOCUMENT.md DRAWING.svg
 """
 
 import datetime
 import json
 import os
-import subprocess
 import sys
-import tempfile
 from xml.sax.saxutils import escape
 
 TEXT = """\
@@ -26,7 +24,7 @@ same job on the same octets. Before a row is measured, the results are compared:
 another octet of a message fails the run, and so does a verification that accepts a damaged token. Then one way after
 the other runs for about a millisecond, round by round in changing order, so that changes of the processor's speed meet
 all of them. A figure is the median of all rounds, in processor time of the thread. The ratio is libqex's time to that of
-the fastest peer that does the whole job, in the same round, and again the median; below 1 libqex is faster.
+the fastest peer that does the whole job; below 1 libqex is faster.
 
 | | |
 |---|---|
@@ -34,7 +32,6 @@ the fastest peer that does the whole job, in the same round, and again the media
 | instructions | {instructions} |
 | system | {system} |
 | compiler of libqex | {compiler} |
-| size of libqex.so, stripped | {size} KiB |
 {makers}
 
 ```
@@ -75,13 +72,6 @@ def system():
             name, _, value = line.strip().partition("=")
             facts[name] = value.strip('"')
     return f"{facts.get('PRETTY_NAME', 'unknown')}, {os.uname().sysname} {os.uname().release}"
-
-
-def stripped_size(library):
-    with tempfile.TemporaryDirectory() as folder:
-        stripped = os.path.join(folder, "stripped")
-        subprocess.run(["strip", "-o", stripped, library], check=True)
-        return (os.path.getsize(stripped) + 1023) // 1024
 
 
 def groups_of(rows):
@@ -188,14 +178,14 @@ def drawing(figures):
     return "\n".join(out + ["</svg>", ""])
 
 
-def main(source, library, document, picture):
+def main(source, document, picture):
     with open(source, encoding="utf-8") as file:
         figures = json.load(file)
     machine, instructions = processor()
     makers = "\n".join(f"| {name} | {version} |" for name, version in figures["makers"].items())
     text = TEXT.format(date=datetime.date.today().strftime("%-d %B %Y"), drawing=os.path.basename(picture),
                        machine=machine, instructions=instructions, system=system(), compiler=figures["compiler"],
-                       makers=makers, size=stripped_size(library))
+                       makers=makers)
     with open(document, "w", encoding="utf-8") as file:
         file.write(text + "\n".join(sections(figures)).rstrip() + "\n")
     with open(picture, "w", encoding="utf-8") as file:
@@ -203,6 +193,6 @@ def main(source, library, document, picture):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 5:
+    if len(sys.argv) != 4:
         sys.exit(__doc__)
     main(*sys.argv[1:])

@@ -124,23 +124,16 @@ void take_samples(std::vector<Entrant>& entrants, const Row& row, const Subject&
   }
 }
 
-// The ratio of two ways round by round: what slows the processor for a while slows both.
-double ratio_of(const Entrant& one, const Entrant& other) {
-  std::vector<double> ratios;
-  for (size_t i = 0; i < one.processor.size(); ++i) ratios.push_back(one.processor[i] / other.processor[i]);
-  return median(ratios);
-}
-
-void compare_times(const std::vector<Entrant>& entrants, Measured& measured) {
-  const Entrant* fastest = nullptr;
-  const Entrant& own = entrants.front();
-  for (const Entrant& entrant : entrants) {
-    if (entrant.figure.maker == own.figure.maker || entrant.figure.share == Share::Part) continue;
-    if (fastest == nullptr || entrant.figure.processor < fastest->figure.processor) fastest = &entrant;
+void compare_times(Measured& measured) {
+  const Figure* fastest = nullptr;
+  const Figure& own = measured.figures.front();
+  for (const Figure& figure : measured.figures) {
+    if (figure.maker == own.maker || figure.share == Share::Part) continue;
+    if (fastest == nullptr || figure.processor < fastest->processor) fastest = &figure;
   }
   if (fastest == nullptr) return;
-  measured.ratio = ratio_of(own, *fastest);
-  measured.fastest = fastest->figure.maker;
+  measured.ratio = own.processor / fastest->processor;
+  measured.fastest = fastest->maker;
 }
 
 }  // namespace
@@ -158,7 +151,7 @@ Measured Measure(const Row& row, const Subject& subject, const std::vector<Maker
     }
     measured.figures.push_back(entrant.figure);
   }
-  if (!effort.once) compare_times(entrants, measured);
+  if (!effort.once) compare_times(measured);
   return measured;
 }
 

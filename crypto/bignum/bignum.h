@@ -162,10 +162,18 @@ enum KXBN_Kind : uint32_t {
 
 // KXBN_modexp computes r = base^exp mod m with the sign of m; 0^0 is 1. Codes: KXBN_DIVZERO when m is 0;
 // KXBN_BADARG when exp is negative, or when a product on the way has more than kMaxBits bits, as it has for
-// an odd m of more than about half of them; KXBN_NOMEM. The time is that of public values: it depends on the
-// operands.
+// an odd m of more than about half of them; KXBN_NOMEM. The time depends on the operands.
 [[nodiscard]] uint32_t KXBN_modexp(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m,
                                    KXBN_Pool* pool);
+
+// KXBN_modexp_public computes the same with the same codes, by the fastest instructions of the processor
+// where m is odd and of at most 8192 bits. For public values only.
+[[nodiscard]] uint32_t KXBN_modexp_public(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m,
+                                          KXBN_Pool* pool);
+
+// KXBN_modexp2_public computes r = base1^exp1 * base2^exp2 mod m likewise. Codes: as KXBN_modexp.
+[[nodiscard]] uint32_t KXBN_modexp2_public(KXBN* r, const KXBN* base1, const KXBN* exp1, const KXBN* base2,
+                                           const KXBN* exp2, const KXBN* m, KXBN_Pool* pool);
 
 // KXBN_xgcd stores in `*gcd` and `*coefficient` new numbers g and x: g is the greatest common divisor of a
 // and m, and a * x = g modulo m. g may be negative when an operand is. Codes: KXBN_BADARG, KXBN_NOMEM; both

@@ -6,19 +6,30 @@
 
 namespace qex {
 
-uint32_t rsa_exp(const KXBN* mod, const KXBN* exp, const KXBN* input, KXBN** out, KXBN_Pool* pool) {
+namespace {
+
+// exp_by is rsa_exp by `power`, an operation with the operands of KXBN_modexp.
+template <class Power>
+[[nodiscard]] uint32_t exp_by(Power power, const KXBN* mod, const KXBN* exp, const KXBN* input, KXBN** out,
+                              KXBN_Pool* pool) {
   QEX_ASSERT(mod != nullptr, Claim::ModulusIsPresent);
   QEX_ASSERT(exp != nullptr, Claim::ExponentIsPresent);
   *out = nullptr;
-  Number power;
-  if (const uint32_t rc = power.make(pool, KXBN_bits(mod) + 64)) return rc;
-  if (const uint32_t rc = KXBN_modexp(power, input, exp, mod, pool)) return rc;
-  *out = power.release();
+  Number result;
+  if (const uint32_t rc = result.make(pool, KXBN_bits(mod) + 64)) return rc;
+  if (const uint32_t rc = power(result, input, exp, mod, pool)) return rc;
+  *out = result.release();
   return KXBN_OK;
 }
 
+}  // namespace
+
+uint32_t rsa_exp(const KXBN* mod, const KXBN* exp, const KXBN* input, KXBN** out, KXBN_Pool* pool) {
+  return exp_by(KXBN_modexp, mod, exp, input, out, pool);
+}
+
 uint32_t rsa_public(const RSAKey* key, const KXBN* input, KXBN** out, KXBN_Pool* pool) {
-  return rsa_exp(key->n, key->e, input, out, pool);
+  return exp_by(KXBN_modexp_public, key->n, key->e, input, out, pool);
 }
 
 uint32_t rsa_verify_raw(const RSAKey* key, const KXBN* expected, const KXBN* signature, uint32_t* result) {

@@ -27,7 +27,8 @@ struct RSAKey {
 [[nodiscard]] uint32_t rsa_exp(const KXBN* mod, const KXBN* exp, const KXBN* input, KXBN** out,
                                KXBN_Pool* pool);
 
-// rsa_public is rsa_exp with the modulus and the public exponent of `key`.
+// rsa_public is rsa_exp with the modulus and the public exponent of `key`, by the fastest instructions of the
+// processor.
 [[nodiscard]] uint32_t rsa_public(const RSAKey* key, const KXBN* input, KXBN** out, KXBN_Pool* pool);
 
 // rsa_verify_raw sets `*result` to 1 when the public operation on `signature` gives `expected`, else
