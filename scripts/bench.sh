@@ -28,7 +28,8 @@ done
 
 scripts/setup.sh bench
 build=build/bench
-# Errors are the compiler's business here, not warnings: the peers' headers are not ours.
+mkdir -p "$build"
+# Warnings are no errors here, as the peers' headers may cause some.
 cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >"$build.log" 2>&1 || { cat "$build.log" >&2; exit 1; }
 cmake --build "$build" --target qex_peers
 

@@ -157,7 +157,7 @@ def drawing(figures):
     """Bars: one for each row, of the length of its ratio; a line marks the fastest peer."""
     rows = [row for row in figures["rows"] if row["fastest"] and row["threads"] == 1]
     left, width, height, top = 330, 440, 18, 46
-    longest = max(1.25, max(row["ratio"] for row in rows))
+    longest = max([1.25, *(row["ratio"] for row in rows)])
     scale = width / longest
     out = [f'<svg xmlns="http://www.w3.org/2000/svg" viewBox="0 0 {left + width + 70} {top + height * len(rows) + 16}" '
            'font-family="sans-serif" font-size="12">',
