@@ -1,12 +1,15 @@
 """Writes docs/performance.md and its drawing from the figures of a run of qex_peers. scripts/bench.sh calls it.
 
-usage: bench_report.py FIGURES.json DOCUMENT.md DRAWING.svg
+usage: bench_report.py FIGURES.json LIBQEX_SO DOCUMENT.md DRAWING.svg
 """
 
 import datetime
 import json
 import os
+import re
+import subprocess
 import sys
+import tempfile
 from xml.sax.saxutils import escape
 
 TEXT = """\
@@ -24,7 +27,7 @@ same job on the same octets. Before a row is measured, the results are compared:
 another octet of a message fails the run, and so does a verification that accepts a damaged token. Then one way after
 the other runs for about a millisecond, round by round in changing order, so that changes of the processor's speed meet
 all of them. A figure is the median of all rounds, in processor time of the thread. The ratio is libqex's time to that of
-the fastest peer that does the whole job; below 1 libqex is faster.
+the fastest peer that does the whole job, in the same round, and again the median; below 1 libqex is faster.
 
 | | |
 |---|---|
@@ -32,6 +35,7 @@ the fastest peer that does the whole job; below 1 libqex is faster.
 | instructions | {instructions} |
 | system | {system} |
 | compiler of libqex | {compiler} |
+| size of libqex.so, stripped | {size} KiB |
 {makers}
 
 ```
@@ -74,6 +78,13 @@ def system():
     return f"{facts.get('PRETTY_NAME', 'unknown')}, {os.uname().sysname} {os.uname().release}"
 
 
+def stripped_size(library):
+    with tempfile.TemporaryDirectory() as folder:
+        stripped = os.path.join(folder, "stripped")
+        subprocess.run(["strip", "-o", stripped, library], check=True)
+        return (os.path.getsize(stripped) + 1023) // 1024
+
+
 def groups_of(rows):
     groups = {}
     for row in rows:
@@ -99,10 +110,15 @@ def table(rows, makers):
     return lines
 
 
+def marked(text):
+    """Names of functions as code."""
+    return re.sub(r"\w+(?:_|::)\w+", r"`\g<0>`", text)
+
+
 def calls_of(row):
     """What each maker does in a row."""
     makers = list(dict.fromkeys(figure["maker"] for figure in row["figures"]))
-    return [f"- {maker}: " + "; or ".join(figure["does"] for figure in row["figures"] if figure["maker"] == maker)
+    return [f"- {maker}: " + "; or ".join(marked(figure["does"]) for figure in row["figures"] if figure["maker"] == maker)
             for maker in makers]
 
 
@@ -134,21 +150,11 @@ def threads_lines(rows):
 
 def sections(figures):
     lines = []
-    digests = ["MD5", "SHA-1", "SHA-256", "SHA-384", "SHA-512"]
     for group, rows in groups_of(figures["rows"]).items():
-        lines += [f"## {group}", ""]
-        lines += table(rows, list(figures["makers"]))
-        if group not in digests:
-            partial = any(not figure["whole"] for row in rows for figure in row["figures"])
-            if rows[0]["threads"] != rows[-1]["threads"]:
-                lines += threads_lines(rows)
-            else:
-                lines += [""] + calls(rows)
-            if partial:
-                lines += ["", "Times in parentheses are of a part of the job, the signature alone, and do not count."]
-        elif group == digests[-1]:
-            every = [row for row in figures["rows"] if row["group"] in digests[2:3]]
-            lines += ["", "Digests, here SHA-256, by:", ""] + calls(every)
+        lines += [f"## {group}", "", *table(rows, list(figures["makers"]))]
+        lines += threads_lines(rows) if rows[0]["threads"] != rows[-1]["threads"] else ["", *calls(rows)]
+        if any(not figure["whole"] for row in rows for figure in row["figures"]):
+            lines += ["", "Times in parentheses are of a part of the job, the signature alone, and do not count."]
         lines.append("")
     return lines
 
@@ -178,14 +184,14 @@ def drawing(figures):
     return "\n".join(out + ["</svg>", ""])
 
 
-def main(source, document, picture):
+def main(source, library, document, picture):
     with open(source, encoding="utf-8") as file:
         figures = json.load(file)
     machine, instructions = processor()
     makers = "\n".join(f"| {name} | {version} |" for name, version in figures["makers"].items())
     text = TEXT.format(date=datetime.date.today().strftime("%-d %B %Y"), drawing=os.path.basename(picture),
                        machine=machine, instructions=instructions, system=system(), compiler=figures["compiler"],
-                       makers=makers)
+                       makers=makers, size=stripped_size(library))
     with open(document, "w", encoding="utf-8") as file:
         file.write(text + "\n".join(sections(figures)).rstrip() + "\n")
     with open(picture, "w", encoding="utf-8") as file:
@@ -193,6 +199,6 @@ def main(source, document, picture):
 
 
 if __name__ == "__main__":
-    if len(sys.argv) != 4:
+    if len(sys.argv) != 5:
         sys.exit(__doc__)
     main(*sys.argv[1:])

@@ -13,12 +13,16 @@ std::vector<Row> DigestRows() {
                                  {"SHA-256", Job::Sha256},
                                  {"SHA-384", Job::Sha384},
                                  {"SHA-512", Job::Sha512}};
+  struct Size {
+    const char* name;
+    const char* octets;
+  };
+  constexpr Size kSizes[] = {
+      {"64 octets", "64"}, {"1 KiB", "1024"}, {"64 KiB", "65536"}, {"16 MiB", "16777216"}};
   std::vector<Row> rows;
   for (const Digest& digest : kDigests) {
-    rows.push_back({digest.name, "64 octets", digest.job, "64"});
-    rows.push_back({digest.name, "1 KiB", digest.job, "1024"});
-    rows.push_back({digest.name, "64 KiB", digest.job, "65536"});
-    rows.push_back({digest.name, "16 MiB", digest.job, "16777216"});
+    for (const Size& size : kSizes)
+      rows.push_back({"Digests", std::string(digest.name) + ", " + size.name, digest.job, size.octets});
   }
   return rows;
 }

@@ -111,15 +111,14 @@ bool decode_request(const Subject& subject, Octets* result) {
   return true;
 }
 
+constexpr const char* kDigest = "QEX_x_Init, QEX_x_Update, QEX_x_Final";
+
 constexpr Way kWays[] = {
-    {Job::Md5, "QEX_MD5_Init, _Update, _Final", digest<16, QEX_MD5_Init, QEX_MD5_Update, QEX_MD5_Final>},
-    {Job::Sha1, "QEX_SHA1_Init, _Update, _Final", digest<20, QEX_SHA1_Init, QEX_SHA1_Update, QEX_SHA1_Final>},
-    {Job::Sha256, "QEX_SHA256_Init, _Update, _Final",
-     digest<32, QEX_SHA256_Init, QEX_SHA256_Update, QEX_SHA256_Final>},
-    {Job::Sha384, "QEX_SHA384_Init, _Update, _Final",
-     digest<48, QEX_SHA384_Init, QEX_SHA384_Update, QEX_SHA384_Final>},
-    {Job::Sha512, "QEX_SHA512_Init, _Update, _Final",
-     digest<64, QEX_SHA512_Init, QEX_SHA512_Update, QEX_SHA512_Final>},
+    {Job::Md5, kDigest, digest<16, QEX_MD5_Init, QEX_MD5_Update, QEX_MD5_Final>},
+    {Job::Sha1, kDigest, digest<20, QEX_SHA1_Init, QEX_SHA1_Update, QEX_SHA1_Final>},
+    {Job::Sha256, kDigest, digest<32, QEX_SHA256_Init, QEX_SHA256_Update, QEX_SHA256_Final>},
+    {Job::Sha384, kDigest, digest<48, QEX_SHA384_Init, QEX_SHA384_Update, QEX_SHA384_Final>},
+    {Job::Sha512, kDigest, digest<64, QEX_SHA512_Init, QEX_SHA512_Update, QEX_SHA512_Final>},
     {Job::VerifyToken, "QEX_VerifyTST_Signature", verify_token},
     {Job::DecodeReply, "QEX_GetTSR_Status", decode_reply},
     {Job::DecodeToken, "QEX_GetTST_TSTInfoEx", decode_token},

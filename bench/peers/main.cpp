@@ -58,7 +58,7 @@ std::vector<Row> chosen_rows(const std::string& only) {
   std::vector<Row> rows;
   for (const auto& some : {DigestRows(), TokenRows(), RequestRows(), ScalingRows()}) {
     for (const Row& row : some) {
-      if ((std::string(row.group) + ": " + row.name).find(only) != std::string::npos) rows.push_back(row);
+      if ((row.group + ": " + row.name).find(only) != std::string::npos) rows.push_back(row);
     }
   }
   if (rows.empty()) throw std::runtime_error("no row contains " + only);

@@ -65,7 +65,7 @@ double median(std::vector<double> values) {
 }
 
 std::string place_of(const Row& row, const Maker& maker, const Way& way) {
-  return std::string(row.group) + ", " + row.name + ": " + maker.name + " (" + way.does + ")";
+  return row.group + ", " + row.name + ": " + maker.name + " (" + way.does + ")";
 }
 
 // The ways that can do the row's job, each with the same result as the first.
@@ -91,8 +91,7 @@ std::vector<Entrant> entrants_of(const Row& row, const Subject& subject, const s
       entrants.push_back({&way, {maker.name, way.does, way.share}});
     }
   }
-  if (entrants.empty())
-    throw std::runtime_error(std::string(row.group) + ", " + row.name + ": nobody does this");
+  if (entrants.empty()) throw std::runtime_error(row.group + ", " + row.name + ": nobody does this");
   return entrants;
 }
 
@@ -124,16 +123,23 @@ void take_samples(std::vector<Entrant>& entrants, const Row& row, const Subject&
   }
 }
 
-void compare_times(Measured& measured) {
-  const Figure* fastest = nullptr;
-  const Figure& own = measured.figures.front();
-  for (const Figure& figure : measured.figures) {
-    if (figure.maker == own.maker || figure.share == Share::Part) continue;
-    if (fastest == nullptr || figure.processor < fastest->processor) fastest = &figure;
+// The ratio of two ways round by round: what slows the processor for a while slows both.
+double ratio_of(const Entrant& one, const Entrant& other) {
+  std::vector<double> ratios;
+  for (size_t i = 0; i < one.processor.size(); ++i) ratios.push_back(one.processor[i] / other.processor[i]);
+  return median(ratios);
+}
+
+void compare_times(const std::vector<Entrant>& entrants, Measured& measured) {
+  const Entrant* fastest = nullptr;
+  const Entrant& own = entrants.front();
+  for (const Entrant& entrant : entrants) {
+    if (entrant.figure.maker == own.figure.maker || entrant.figure.share == Share::Part) continue;
+    if (fastest == nullptr || entrant.figure.processor < fastest->figure.processor) fastest = &entrant;
   }
   if (fastest == nullptr) return;
-  measured.ratio = own.processor / fastest->processor;
-  measured.fastest = fastest->maker;
+  measured.ratio = ratio_of(own, *fastest);
+  measured.fastest = fastest->figure.maker;
 }
 
 }  // namespace
@@ -151,7 +157,7 @@ Measured Measure(const Row& row, const Subject& subject, const std::vector<Maker
     }
     measured.figures.push_back(entrant.figure);
   }
-  if (!effort.once) compare_times(measured);
+  if (!effort.once) compare_times(entrants, measured);
   return measured;
 }
 

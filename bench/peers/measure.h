@@ -20,8 +20,8 @@ struct Measured {
   Row row;
   std::vector<Figure> figures = {};       // libqex first
   std::vector<std::string> notAble = {};  // peers that failed on this subject, as "wolfSSL: CALLS"
-  double ratio = 0;                       // libqex to the fastest that does the whole job; 0 without one
-  std::string fastest = {};               // who that is
+  double ratio = 0;  // libqex to the fastest that does the whole job, median of all rounds; 0 without one
+  std::string fastest = {};  // who that is
 };
 
 struct Effort {

@@ -195,7 +195,8 @@ bool decode_request(const Subject& subject, Octets* result) {
   return true;
 }
 
-constexpr const char* kDigest = "EVP_DigestInit_ex2, _Update, _Final_ex, context and method kept";
+constexpr const char* kDigest =
+    "EVP_DigestInit_ex2, EVP_DigestUpdate, EVP_DigestFinal_ex, context and method kept";
 
 constexpr Way kWays[] = {
     {Job::Md5, kDigest, md5},

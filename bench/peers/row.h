@@ -59,10 +59,10 @@ struct Maker {
 
 // Subjects are named by a number, which is as many octets of data, or by the file of a message.
 struct Row {
-  const char* group;
-  const char* name;
+  std::string group;
+  std::string name;
   Job job;
-  const char* subject;
+  std::string subject;
   int threads = 1;  // that do the job at the same time
 };
 

@@ -50,7 +50,7 @@ std::optional<Element> first_element(std::span<const uint8_t> data) {
 }  // namespace
 
 Subject ReadSubject(const std::string& folder, const Row& row) {
-  const std::string name = row.subject;
+  const std::string& name = row.subject;
   if (name.find_first_not_of("0123456789") != std::string::npos)
     return {read_file(folder + "/" + name), read_parts(folder + "/" + name + ".parts")};
   Subject subject;
