@@ -35,8 +35,10 @@ cmake --build "$build" --target qex_peers
 
 # The messages are made once: keys of DSA take their time.
 material=$build/material
-[ -e "$material/made" ] && [ "$material/made" -nt bench/peers/make_material.py ] ||
+if [ ! "$material/made" -nt bench/peers/make_material.py ]; then
   python3 -B bench/peers/make_material.py "$material"
+fi
 
 "$build/bench/peers/qex_peers" "$material" --json "$build/peers.json" ${arguments[@]+"${arguments[@]}"}
-[ "$document" = no ] || python3 -B scripts/bench_report.py "$build/peers.json" docs/performance.md docs/performance.svg
+[ "$document" = no ] ||
+  python3 -B scripts/bench_report.py "$build/peers.json" "$build/libqex.so" docs/performance.md docs/performance.svg
