@@ -1,39 +1,50 @@
-// Words from octets and back, by value: shifts say the byte order, so that the same
-// code holds on every machine and at every address. Compilers make one load or store of each.
+// Words from octets and back, at any address, in the byte order that the name says.
 #pragma once
 
+#include <bit>
 #include <cstdint>
+#include <cstring>
 
 namespace qex {
 
+// Ordered returns `v` with its octets in the order `kOrder` of memory, from that of this machine, or back.
+// The compiler's own byte swap, not shifts: where stores of octets adjoin, g++ 12 makes vectors of them, not
+// words.
+template <std::endian kOrder>
+constexpr uint32_t Ordered(uint32_t v) {
+  return std::endian::native == kOrder ? v : __builtin_bswap32(v);
+}
+template <std::endian kOrder>
+constexpr uint64_t Ordered(uint64_t v) {
+  return std::endian::native == kOrder ? v : __builtin_bswap64(v);
+}
+
+template <std::endian kOrder, class Word>
+Word LoadOrdered(const uint8_t* p) {
+  Word v;
+  std::memcpy(&v, p, sizeof(v));
+  return Ordered<kOrder>(v);
+}
+template <std::endian kOrder, class Word>
+void StoreOrdered(uint8_t* p, Word v) {
+  v = Ordered<kOrder>(v);
+  std::memcpy(p, &v, sizeof(v));
+}
+
 inline uint32_t LoadBE32(const uint8_t* p) {
-  return uint32_t{p[0]} << 24 | uint32_t{p[1]} << 16 | uint32_t{p[2]} << 8 | uint32_t{p[3]};
+  return LoadOrdered<std::endian::big, uint32_t>(p);
 }
-
 inline uint64_t LoadBE64(const uint8_t* p) {
-  return uint64_t{LoadBE32(p)} << 32 | LoadBE32(p + 4);
+  return LoadOrdered<std::endian::big, uint64_t>(p);
 }
-
 inline uint32_t LoadLE32(const uint8_t* p) {
-  return uint32_t{p[3]} << 24 | uint32_t{p[2]} << 16 | uint32_t{p[1]} << 8 | uint32_t{p[0]};
+  return LoadOrdered<std::endian::little, uint32_t>(p);
 }
-
 inline void StoreBE32(uint8_t* p, uint32_t v) {
-  p[0] = uint8_t(v >> 24);
-  p[1] = uint8_t(v >> 16);
-  p[2] = uint8_t(v >> 8);
-  p[3] = uint8_t(v);
+  StoreOrdered<std::endian::big>(p, v);
 }
-
-inline void StoreBE64(uint8_t* p, uint64_t v) {
-  for (int k = 0; k < 8; ++k) p[k] = uint8_t(v >> (56 - 8 * k));
-}
-
 inline void StoreLE32(uint8_t* p, uint32_t v) {
-  p[0] = uint8_t(v);
-  p[1] = uint8_t(v >> 8);
-  p[2] = uint8_t(v >> 16);
-  p[3] = uint8_t(v >> 24);
+  StoreOrdered<std::endian::little>(p, v);
 }
 
 }  // namespace qex

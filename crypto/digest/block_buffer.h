@@ -63,26 +63,28 @@ void AbsorbOctets(uint8_t (&buffer)[kBlock], uint32_t* fill, const uint8_t* data
 // in the cache.
 extern const uint8_t kPadding[128];
 
-// CloseMessage appends the octet 0x80, zeros, and the encoded message length to the `fill` octets at `last`,
-// which become one block, or two if the length does not fit into the first. It returns their number. Copies
-// are of constant size, so that short messages do not pay for calls.
-template <size_t kBlock, size_t kLength>
-size_t CloseMessage(uint8_t* last, uint32_t fill, const uint8_t (&messageLength)[kLength]) {
+// CloseMessage appends the octet 0x80, zeros, and the message length to the `fill` octets at `last`, which
+// become one block, or two if the length does not fit into the first. It returns their number. `length` has
+// the octets as they are stored. Copies are of constant size, so that short messages do not pay for calls.
+template <size_t kBlock, size_t kWords>
+size_t CloseMessage(uint8_t* last, uint32_t fill, const uint64_t (&length)[kWords]) {
   static_assert(kBlock <= sizeof(kPadding));
+  constexpr size_t kLength = sizeof(length);
   const size_t blocks = fill + 1 + kLength <= kBlock ? 1 : 2;
   // The padding reaches past a first block without room for the length, and up to the length in the second.
   std::memcpy(last + fill, kPadding, kBlock);
-  std::memcpy(last + blocks * kBlock - kLength, messageLength, kLength);
+  uint8_t* const end = last + blocks * kBlock;
+  for (size_t k = 0; k < kWords; ++k) std::memcpy(end - kLength + 8 * k, &length[k], 8);
   return blocks;
 }
 
 // CloseLastBlock closes the message in this way; `buffer` then holds its last block.
-template <size_t kBlock, size_t kLength, class Compress>
-void CloseLastBlock(uint8_t (&buffer)[kBlock], uint32_t fill, const uint8_t (&messageLength)[kLength],
+template <size_t kBlock, size_t kWords, class Compress>
+void CloseLastBlock(uint8_t (&buffer)[kBlock], uint32_t fill, const uint64_t (&length)[kWords],
                     const Compress& compress) {
   uint8_t last[2 * kBlock];
   std::memcpy(last, buffer, kBlock);
-  const size_t blocks = CloseMessage<kBlock>(last, fill, messageLength);
+  const size_t blocks = CloseMessage<kBlock>(last, fill, length);
   std::memcpy(buffer, last + (blocks - 1) * kBlock, kBlock);
   compress(last, blocks);
 }

@@ -12,16 +12,21 @@ namespace qex {
 
 using SHA1Blocks = void (*)(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
 using SHA256Blocks = void (*)(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
+using SHA512Blocks = void (*)(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
 
 // The constants of the rounds.
 extern const uint32_t kSHA256K[64];
+extern const uint64_t kSHA512K[80];
 
 void SHA1CompressBlocks_portable(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
 void SHA256CompressBlocks_portable(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
+void SHA512CompressBlocks_portable(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
 
 #if defined(__x86_64__)
 void SHA1CompressBlocks_sha(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
 void SHA256CompressBlocks_sha(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
+void SHA512CompressBlocks_avx2(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
+void SHA512CompressBlocks_avx512(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
 #endif
 
 inline constinit const Forms kSHA1Forms({
@@ -36,6 +41,14 @@ inline constinit const Forms kSHA256Forms({
   Form<SHA256Blocks>{"sha", kFeatureSha, SHA256CompressBlocks_sha},
 #endif
       Form<SHA256Blocks>{"portable", 0, SHA256CompressBlocks_portable},
+});
+
+inline constinit const Forms kSHA512Forms({
+#if defined(__x86_64__)
+  Form<SHA512Blocks>{"avx512", kFeatureAvx512 | kFeatureAvx2 | kFeatureBmi2, SHA512CompressBlocks_avx512},
+      Form<SHA512Blocks>{"avx2", kFeatureAvx2 | kFeatureBmi2, SHA512CompressBlocks_avx2},
+#endif
+      Form<SHA512Blocks>{"portable", 0, SHA512CompressBlocks_portable},
 });
 
 }  // namespace qex

@@ -91,10 +91,8 @@ void MD5Update(QEX_MD5_CTX* ctx, const uint8_t* data, uint32_t length) {
 }
 
 void MD5Final(QEX_MD5_CTX* ctx, uint8_t* out) {
-  uint8_t bits[8];
-  StoreLE32(bits, ctx->bitCountLow);
-  StoreLE32(bits + 4, ctx->bitCountHigh);
-  CloseLastBlock(ctx->buffer, ctx->fill, bits, compressor(ctx));
+  const uint64_t bits = uint64_t{ctx->bitCountHigh} << 32 | ctx->bitCountLow;
+  CloseLastBlock(ctx->buffer, ctx->fill, {Ordered<std::endian::little>(bits)}, compressor(ctx));
   for (size_t k = 0; k < 4; ++k) StoreLE32(out + 4 * k, ctx->state[k]);
 }
 

@@ -106,11 +106,10 @@ void SHA1Update(QEX_SHA1_CTX* ctx, const uint8_t* data, uint32_t length) {
 }
 
 void SHA1Final(QEX_SHA1_CTX* ctx, uint8_t* out) {
-  uint8_t bits[8];
-  StoreBE64(bits, uint64_t{ctx->bitCountHigh} << 32 | ctx->bitCountLow);
+  const uint64_t bits = uint64_t{ctx->bitCountHigh} << 32 | ctx->bitCountLow;
   uint8_t last[2 * kSHA1Block];
   if (ctx->fill != 0) words_to_octets(last, ctx->block);
-  const size_t blocks = CloseMessage<kSHA1Block>(last, ctx->fill, bits);
+  const size_t blocks = CloseMessage<kSHA1Block>(last, ctx->fill, {Ordered<std::endian::big>(bits)});
   SHA1CompressBlocks(ctx->state, last, blocks);
   octets_to_words(ctx->block, last + (blocks - 1) * kSHA1Block);
   // The padding is counted like a message, and leaves the block empty.

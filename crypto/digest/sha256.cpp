@@ -100,9 +100,8 @@ void SHA256Update(QEX_SHA256_CTX* ctx, const uint8_t* data, uint32_t length) {
 }
 
 void SHA256Final(QEX_SHA256_CTX* ctx, uint8_t* out) {
-  uint8_t bits[8];
-  StoreBE64(bits, uint64_t{ctx->byteCountHigh} << 35 | uint64_t{ctx->byteCountLow} << 3);
-  CloseLastBlock(ctx->buffer, ctx->fill, bits, compressor(ctx));
+  const uint64_t bits = uint64_t{ctx->byteCountHigh} << 35 | uint64_t{ctx->byteCountLow} << 3;
+  CloseLastBlock(ctx->buffer, ctx->fill, {Ordered<std::endian::big>(bits)}, compressor(ctx));
   for (size_t k = 0; k < 8; ++k) StoreBE32(out + 4 * k, ctx->state[k]);
 }
 

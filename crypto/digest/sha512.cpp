@@ -7,25 +7,13 @@
 #include <bit>
 
 #include "crypto/digest/block_buffer.h"
+#include "crypto/digest/forms.h"
 #include "crypto/octets.h"
 
 namespace qex {
-namespace {
 
-// The first 64 bits of the fractions of the square roots of the ninth to sixteenth prime.
-constexpr uint64_t kInitial384[8] = {
-    0xcbbb9d5dc1059ed8, 0x629a292a367cd507, 0x9159015a3070dd17, 0x152fecd8f70e5939,
-    0x67332667ffc00b31, 0x8eb44a8768581511, 0xdb0c2e0d64f98fa7, 0x47b5481dbefa4fa4,
-};
-
-// The same of the first eight primes.
-constexpr uint64_t kInitial512[8] = {
-    0x6a09e667f3bcc908, 0xbb67ae8584caa73b, 0x3c6ef372fe94f82b, 0xa54ff53a5f1d36f1,
-    0x510e527fade682d1, 0x9b05688c2b3e6c1f, 0x1f83d9abfb41bd6b, 0x5be0cd19137e2179,
-};
-
-// The same of the cube roots of the first eighty primes.
-constexpr uint64_t kK[80] = {
+// The first 64 bits of the fractions of the cube roots of the first eighty primes.
+const uint64_t kSHA512K[80] = {
     0x428a2f98d728ae22, 0x7137449123ef65cd, 0xb5c0fbcfec4d3b2f, 0xe9b5dba58189dbbc, 0x3956c25bf348b538,
     0x59f111f1b605d019, 0x923f82a4af194f9b, 0xab1c5ed5da6d8118, 0xd807aa98a3030242, 0x12835b0145706fbe,
     0x243185be4ee4b28c, 0x550c7dc3d5ffb4e2, 0x72be5d74f27b896f, 0x80deb1fe3b1696b1, 0x9bdc06a725c71235,
@@ -42,6 +30,20 @@ constexpr uint64_t kK[80] = {
     0xd186b8c721c0c207, 0xeada7dd6cde0eb1e, 0xf57d4f7fee6ed178, 0x06f067aa72176fba, 0x0a637dc5a2c898a6,
     0x113f9804bef90dae, 0x1b710b35131c471b, 0x28db77f523047d84, 0x32caab7b40c72493, 0x3c9ebe0a15c9bebc,
     0x431d67c49c100d4c, 0x4cc5d4becb3e42b6, 0x597f299cfc657e2a, 0x5fcb6fab3ad6faec, 0x6c44198c4a475817,
+};
+
+namespace {
+
+// The first 64 bits of the fractions of the square roots of the ninth to sixteenth prime.
+constexpr uint64_t kInitial384[8] = {
+    0xcbbb9d5dc1059ed8, 0x629a292a367cd507, 0x9159015a3070dd17, 0x152fecd8f70e5939,
+    0x67332667ffc00b31, 0x8eb44a8768581511, 0xdb0c2e0d64f98fa7, 0x47b5481dbefa4fa4,
+};
+
+// The same of the first eight primes.
+constexpr uint64_t kInitial512[8] = {
+    0x6a09e667f3bcc908, 0xbb67ae8584caa73b, 0x3c6ef372fe94f82b, 0xa54ff53a5f1d36f1,
+    0x510e527fade682d1, 0x9b05688c2b3e6c1f, 0x1f83d9abfb41bd6b, 0x5be0cd19137e2179,
 };
 
 uint64_t ch(uint64_t x, uint64_t y, uint64_t z) {
@@ -74,7 +76,7 @@ inline void run_rounds(Chain& v, uint64_t (&w)[16], size_t first) {
 #pragma GCC unroll 16
   for (size_t k = 0; k < 16; ++k) {
     if (kExtend) w[k] += sigma1(w[(k + 14) % 16]) + w[(k + 9) % 16] + sigma0(w[(k + 1) % 16]);
-    const uint64_t t1 = v.h + big_sigma1(v.e) + ch(v.e, v.f, v.g) + kK[first + k] + w[k];
+    const uint64_t t1 = v.h + big_sigma1(v.e) + ch(v.e, v.f, v.g) + kSHA512K[first + k] + w[k];
     const uint64_t t2 = big_sigma0(v.a) + maj(v.a, v.b, v.c);
     v = {t1 + t2, v.a, v.b, v.c, v.d + t1, v.e, v.f, v.g};
   }
@@ -105,21 +107,17 @@ auto compressor(QEX_SHA512_CTX* ctx) {
 }
 
 void finish(QEX_SHA512_CTX* ctx, uint8_t* out, size_t words) {
-  // The count of octets, most significant word first, leaves as a count of bits.
-  const uint32_t count[4] = {ctx->byteCountExt[1], ctx->byteCountExt[0], ctx->byteCountHigh,
-                             ctx->byteCountLow};
-  uint8_t bits[16];
-  for (size_t k = 0; k < 4; ++k) {
-    const uint32_t carried = k < 3 ? count[k + 1] >> 29 : 0;
-    StoreBE32(bits + 4 * k, count[k] << 3 | carried);
-  }
+  const uint64_t count = uint64_t{ctx->byteCountHigh} << 32 | ctx->byteCountLow;
+  const uint64_t above = uint64_t{ctx->byteCountExt[1]} << 32 | ctx->byteCountExt[0];
+  const uint64_t bits[2] = {Ordered<std::endian::big>(above << 3 | count >> 61),
+                            Ordered<std::endian::big>(count << 3)};
   CloseLastBlock(ctx->buffer, ctx->fill, bits, compressor(ctx));
   for (size_t k = 0; k < words; ++k) StoreBE32(out + 4 * k, ctx->state[k]);
 }
 
 }  // namespace
 
-void SHA512CompressBlocks(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
+void SHA512CompressBlocks_portable(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
   for (; blocks != 0; --blocks, data += kSHA512Block) {
     uint64_t w[16];
     for (size_t k = 0; k < 16; ++k) w[k] = LoadBE64(data + 8 * k);
@@ -129,6 +127,10 @@ void SHA512CompressBlocks(uint64_t (&state)[8], const uint8_t* data, size_t bloc
     const uint64_t sums[8] = {v.a, v.b, v.c, v.d, v.e, v.f, v.g, v.h};
     for (size_t k = 0; k < 8; ++k) state[k] += sums[k];
   }
+}
+
+void SHA512CompressBlocks(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
+  kSHA512Forms.best()(state, data, blocks);
 }
 
 void SHA384Init(QEX_SHA512_CTX* ctx) {

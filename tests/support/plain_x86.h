@@ -169,4 +169,106 @@ inline __m128i _mm_sha256msg2_epu32(__m128i mixed, __m128i before) {
   return vector(w);
 }
 
+// SSE2, AVX2 and AVX-512 on words of 64 bits. AVX2 treats the halves of a vector alike, except where it moves
+// them.
+
+struct __m256i {
+  __m128i half[2];
+};
+
+// each_word applies `f` to the words of one vector or of several.
+template <class F, class... Vectors>
+__m128i each_word(F f, __m128i first, Vectors... others) {
+  LongWords w = std::bit_cast<LongWords>(first);
+  for (size_t k = 0; k < 2; ++k) w[k] = f(w[k], std::bit_cast<LongWords>(others)[k]...);
+  return std::bit_cast<__m128i>(w);
+}
+template <class F, class... Vectors>
+__m256i each_half(F f, __m256i first, Vectors... others) {
+  return {{f(first.half[0], others.half[0]...), f(first.half[1], others.half[1]...)}};
+}
+
+inline __m128i _mm_add_epi64(__m128i a, __m128i b) {
+  return each_word([](uint64_t x, uint64_t y) { return x + y; }, a, b);
+}
+inline __m128i _mm_srli_epi64(__m128i v, int n) {
+  return each_word([n](uint64_t x) { return x >> n; }, v);
+}
+inline __m128i _mm_slli_epi64(__m128i v, int n) {
+  return each_word([n](uint64_t x) { return x << n; }, v);
+}
+inline __m128i _mm_ror_epi64(__m128i v, int n) {
+  return each_word([n](uint64_t x) { return std::rotr(x, n); }, v);
+}
+// Bit 4 a + 2 b + c of `table` is the result for the bits a, b and c.
+inline __m128i _mm_ternarylogic_epi64(__m128i a, __m128i b, __m128i c, int table) {
+  const auto look_up = [table](uint64_t x, uint64_t y, uint64_t z) {
+    uint64_t found = 0;
+    for (unsigned at = 0; at < 8; ++at) {
+      if ((table >> at & 1) != 0)
+        found |= ((at & 4) != 0 ? x : ~x) & ((at & 2) != 0 ? y : ~y) & ((at & 1) != 0 ? z : ~z);
+    }
+    return found;
+  };
+  return each_word(look_up, a, b, c);
+}
+
+inline __m256i _mm256_loadu_si256(const __m256i* p) {
+  __m256i v;
+  std::memcpy(&v, p, sizeof(v));
+  return v;
+}
+inline void _mm256_storeu_si256(__m256i* p, __m256i v) {
+  std::memcpy(p, &v, sizeof(v));
+}
+inline __m256i _mm256_set_epi64x(long long w3, long long w2, long long w1, long long w0) {
+  return {{_mm_set_epi64x(w1, w0), _mm_set_epi64x(w3, w2)}};
+}
+inline __m256i _mm256_castsi128_si256(__m128i low) {
+  return {{low, {}}};
+}
+inline __m128i _mm256_castsi256_si128(__m256i v) {
+  return v.half[0];
+}
+inline __m128i _mm256_extracti128_si256(__m256i v, int half) {
+  return v.half[half];
+}
+inline __m256i _mm256_inserti128_si256(__m256i v, __m128i half, int at) {
+  v.half[at] = half;
+  return v;
+}
+// Bits 0, 1 and 4, 5 of `choice` name one of four halves.
+inline __m256i _mm256_permute2x128_si256(__m256i a, __m256i b, int choice) {
+  const __m128i halves[4] = {a.half[0], a.half[1], b.half[0], b.half[1]};
+  return {{halves[choice & 3], halves[choice >> 4 & 3]}};
+}
+inline __m256i _mm256_shuffle_epi8(__m256i v, __m256i order) {
+  return each_half(_mm_shuffle_epi8, v, order);
+}
+inline __m256i _mm256_alignr_epi8(__m256i high, __m256i low, int octets) {
+  return each_half([octets](__m128i h, __m128i l) { return _mm_alignr_epi8(h, l, octets); }, high, low);
+}
+inline __m256i _mm256_alignr_epi64(__m256i high, __m256i low, int) {  // by one word
+  return {{_mm_alignr_epi8(low.half[1], low.half[0], 8), _mm_alignr_epi8(high.half[0], low.half[1], 8)}};
+}
+inline __m256i _mm256_add_epi64(__m256i a, __m256i b) {
+  return each_half(_mm_add_epi64, a, b);
+}
+inline __m256i _mm256_xor_si256(__m256i a, __m256i b) {
+  return each_half(_mm_xor_si128, a, b);
+}
+inline __m256i _mm256_srli_epi64(__m256i v, int n) {
+  return each_half([n](__m128i half) { return _mm_srli_epi64(half, n); }, v);
+}
+inline __m256i _mm256_slli_epi64(__m256i v, int n) {
+  return each_half([n](__m128i half) { return _mm_slli_epi64(half, n); }, v);
+}
+inline __m256i _mm256_ror_epi64(__m256i v, int n) {
+  return each_half([n](__m128i half) { return _mm_ror_epi64(half, n); }, v);
+}
+inline __m256i _mm256_ternarylogic_epi64(__m256i a, __m256i b, __m256i c, int table) {
+  return each_half(
+      [table](__m128i x, __m128i y, __m128i z) { return _mm_ternarylogic_epi64(x, y, z, table); }, a, b, c);
+}
+
 }  // namespace qex::plain_x86

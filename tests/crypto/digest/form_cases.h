@@ -46,6 +46,16 @@ inline constexpr Digest<uint32_t, 8> kSHA256 = {
     "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad",
     "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"};
 
+inline constexpr Digest<uint64_t, 8> kSHA512 = {
+    5,
+    qex::SHA512CompressBlocks_portable,
+    {0x6a09e667f3bcc908, 0xbb67ae8584caa73b, 0x3c6ef372fe94f82b, 0xa54ff53a5f1d36f1, 0x510e527fade682d1,
+     0x9b05688c2b3e6c1f, 0x1f83d9abfb41bd6b, 0x5be0cd19137e2179},
+    "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a"
+    "2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2a9ac94fa54ca49f",
+    "e718483d0ce769644e2e42c7bc15b4638e1f98b13b2044285632a803afa973eb"
+    "de0ff244877ea60a4cb0432ce577c31beb009c5c2c49aa2e4eadb217ad8cc09b"};
+
 // padded returns the message in whole blocks, by FIPS 180-4, section 5.1.
 template <class Word, size_t kWords>
 Octets padded(const Digest<Word, kWords>& d, Octets octets) {

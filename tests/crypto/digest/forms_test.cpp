@@ -22,4 +22,8 @@ TEST(DigestForms, OfSha256) {
   expect_forms("SHA-256", qex::kSHA256Forms, form_cases::kSHA256);
 }
 
+TEST(DigestForms, OfSha512) {
+  expect_forms("SHA-512", qex::kSHA512Forms, form_cases::kSHA512);
+}
+
 }  // namespace
