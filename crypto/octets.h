@@ -47,4 +47,15 @@ inline void StoreLE32(uint8_t* p, uint32_t v) {
   StoreOrdered<std::endian::little>(p, v);
 }
 
+// A value of 64 bits in two words of 32, the high word first, each in the order of this machine.
+inline uint64_t LoadPair(const uint32_t* p) {
+  uint64_t v;
+  std::memcpy(&v, p, sizeof(v));
+  return std::endian::native == std::endian::big ? v : std::rotl(v, 32);
+}
+inline void StorePair(uint32_t* p, uint64_t v) {
+  if (std::endian::native != std::endian::big) v = std::rotl(v, 32);
+  std::memcpy(p, &v, sizeof(v));
+}
+
 }  // namespace qex

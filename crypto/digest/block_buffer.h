@@ -63,29 +63,37 @@ void AbsorbOctets(uint8_t (&buffer)[kBlock], uint32_t* fill, const uint8_t* data
 // in the cache.
 extern const uint8_t kPadding[128];
 
+template <size_t kWords>
+void PutLength(uint8_t* at, const uint64_t (&length)[kWords]) {
+  for (size_t k = 0; k < kWords; ++k) std::memcpy(at + 8 * k, &length[k], 8);
+}
+
 // CloseMessage appends the octet 0x80, zeros, and the message length to the `fill` octets at `last`, which
 // become one block, or two if the length does not fit into the first. It returns their number. `length` has
 // the octets as they are stored. Copies are of constant size, so that short messages do not pay for calls.
 template <size_t kBlock, size_t kWords>
-size_t CloseMessage(uint8_t* last, uint32_t fill, const uint64_t (&length)[kWords]) {
+[[gnu::always_inline]] inline size_t CloseMessage(uint8_t* last, uint32_t fill,
+                                                  const uint64_t (&length)[kWords]) {
   static_assert(kBlock <= sizeof(kPadding));
   constexpr size_t kLength = sizeof(length);
   const size_t blocks = fill + 1 + kLength <= kBlock ? 1 : 2;
   // The padding reaches past a first block without room for the length, and up to the length in the second.
   std::memcpy(last + fill, kPadding, kBlock);
-  uint8_t* const end = last + blocks * kBlock;
-  for (size_t k = 0; k < kWords; ++k) std::memcpy(end - kLength + 8 * k, &length[k], 8);
+  PutLength(last + (blocks - 1) * kBlock + kBlock - kLength, length);
   return blocks;
 }
 
 // CloseLastBlock closes the message in this way; `buffer` then holds its last block.
 template <size_t kBlock, size_t kWords, class Compress>
-void CloseLastBlock(uint8_t (&buffer)[kBlock], uint32_t fill, const uint64_t (&length)[kWords],
-                    const Compress& compress) {
+[[gnu::always_inline]] inline void CloseLastBlock(uint8_t (&buffer)[kBlock], uint32_t fill,
+                                                  const uint64_t (&length)[kWords],
+                                                  const Compress& compress) {
   uint8_t last[2 * kBlock];
   std::memcpy(last, buffer, kBlock);
   const size_t blocks = CloseMessage<kBlock>(last, fill, length);
-  std::memcpy(buffer, last + (blocks - 1) * kBlock, kBlock);
+  // The length is stored twice, not copied: a load of it would wait until the words are in the cache.
+  std::memcpy(buffer, last + (blocks - 1) * kBlock, kBlock - sizeof(length));
+  PutLength(buffer + kBlock - sizeof(length), length);
   compress(last, blocks);
 }
 

@@ -10,9 +10,10 @@
 
 namespace qex {
 
+// SHA-512 has each value in two words, the high one first, as its context does.
 using SHA1Blocks = void (*)(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
 using SHA256Blocks = void (*)(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
-using SHA512Blocks = void (*)(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
+using SHA512Blocks = void (*)(uint32_t (&state)[16], const uint8_t* data, size_t blocks);
 
 // The constants of the rounds.
 extern const uint32_t kSHA256K[64];
@@ -20,13 +21,13 @@ extern const uint64_t kSHA512K[80];
 
 void SHA1CompressBlocks_portable(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
 void SHA256CompressBlocks_portable(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
-void SHA512CompressBlocks_portable(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
+void SHA512CompressBlocks_portable(uint32_t (&state)[16], const uint8_t* data, size_t blocks);
 
 #if defined(__x86_64__)
 void SHA1CompressBlocks_sha(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
 void SHA256CompressBlocks_sha(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
-void SHA512CompressBlocks_avx2(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
-void SHA512CompressBlocks_avx512(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
+void SHA512CompressBlocks_avx2(uint32_t (&state)[16], const uint8_t* data, size_t blocks);
+void SHA512CompressBlocks_avx512(uint32_t (&state)[16], const uint8_t* data, size_t blocks);
 #endif
 
 inline constinit const Forms kSHA1Forms({

@@ -110,11 +110,11 @@ void SHA1Final(QEX_SHA1_CTX* ctx, uint8_t* out) {
   uint8_t last[2 * kSHA1Block];
   if (ctx->fill != 0) words_to_octets(last, ctx->block);
   const size_t blocks = CloseMessage<kSHA1Block>(last, ctx->fill, {Ordered<std::endian::big>(bits)});
-  SHA1CompressBlocks(ctx->state, last, blocks);
   octets_to_words(ctx->block, last + (blocks - 1) * kSHA1Block);
   // The padding is counted like a message, and leaves the block empty.
   AddBitCount(&ctx->bitCountLow, &ctx->bitCountHigh, uint32_t(blocks * kSHA1Block) - ctx->fill);
   ctx->fill = 0;
+  SHA1CompressBlocks(ctx->state, last, blocks);
   for (size_t k = 0; k < 5; ++k) StoreBE32(out + 4 * k, ctx->state[k]);
 }
 

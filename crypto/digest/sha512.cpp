@@ -1,7 +1,6 @@
 // SHA-384 and SHA-512 by the names and steps of FIPS 180-4, sections 6.4 and 6.5.
 //
-// The record holds words of 32 bits, the arithmetic is done in 64. The state is converted
-// once for a run of blocks, not for each block.
+// The record holds words of 32 bits, the arithmetic is done in 64.
 #include "crypto/digest/sha512.h"
 
 #include <bit>
@@ -83,10 +82,7 @@ inline void run_rounds(Chain& v, uint64_t (&w)[16], size_t first) {
 }
 
 void begin(QEX_SHA512_CTX* ctx, const uint64_t (&initial)[8]) {
-  for (size_t k = 0; k < 8; ++k) {
-    ctx->state[2 * k] = uint32_t(initial[k] >> 32);
-    ctx->state[2 * k + 1] = uint32_t(initial[k]);
-  }
+  for (size_t k = 0; k < 8; ++k) StorePair(ctx->state + 2 * k, initial[k]);
   ctx->byteCountLow = 0;
   ctx->byteCountHigh = 0;
   for (uint32_t& word : ctx->byteCountExt) word = 0;
@@ -95,41 +91,35 @@ void begin(QEX_SHA512_CTX* ctx, const uint64_t (&initial)[8]) {
 }
 
 auto compressor(QEX_SHA512_CTX* ctx) {
-  return [ctx](const uint8_t* data, size_t blocks) {
-    uint64_t state[8];
-    for (size_t k = 0; k < 8; ++k) state[k] = uint64_t{ctx->state[2 * k]} << 32 | ctx->state[2 * k + 1];
-    SHA512CompressBlocks(state, data, blocks);
-    for (size_t k = 0; k < 8; ++k) {
-      ctx->state[2 * k] = uint32_t(state[k] >> 32);
-      ctx->state[2 * k + 1] = uint32_t(state[k]);
-    }
-  };
+  return [ctx](const uint8_t* data, size_t blocks) { SHA512CompressBlocks(ctx->state, data, blocks); };
 }
 
 void finish(QEX_SHA512_CTX* ctx, uint8_t* out, size_t words) {
-  const uint64_t count = uint64_t{ctx->byteCountHigh} << 32 | ctx->byteCountLow;
-  const uint64_t above = uint64_t{ctx->byteCountExt[1]} << 32 | ctx->byteCountExt[0];
-  const uint64_t bits[2] = {Ordered<std::endian::big>(above << 3 | count >> 61),
-                            Ordered<std::endian::big>(count << 3)};
+  // Shifts of words, not of pairs: the words of the count have just been stored one by one.
+  const uint64_t above = uint64_t{ctx->byteCountExt[1]} << 35 | uint64_t{ctx->byteCountExt[0]} << 3;
+  const uint64_t count = uint64_t{ctx->byteCountHigh} << 35 | uint64_t{ctx->byteCountLow} << 3;
+  const uint64_t bits[2] = {Ordered<std::endian::big>(above | ctx->byteCountHigh >> 29),
+                            Ordered<std::endian::big>(count)};
   CloseLastBlock(ctx->buffer, ctx->fill, bits, compressor(ctx));
   for (size_t k = 0; k < words; ++k) StoreBE32(out + 4 * k, ctx->state[k]);
 }
 
 }  // namespace
 
-void SHA512CompressBlocks_portable(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
+void SHA512CompressBlocks_portable(uint32_t (&state)[16], const uint8_t* data, size_t blocks) {
   for (; blocks != 0; --blocks, data += kSHA512Block) {
     uint64_t w[16];
     for (size_t k = 0; k < 16; ++k) w[k] = LoadBE64(data + 8 * k);
-    Chain v = {state[0], state[1], state[2], state[3], state[4], state[5], state[6], state[7]};
+    Chain v = {LoadPair(state),     LoadPair(state + 2),  LoadPair(state + 4),  LoadPair(state + 6),
+               LoadPair(state + 8), LoadPair(state + 10), LoadPair(state + 12), LoadPair(state + 14)};
     run_rounds<false>(v, w, 0);
     for (size_t first = 16; first < 80; first += 16) run_rounds<true>(v, w, first);
     const uint64_t sums[8] = {v.a, v.b, v.c, v.d, v.e, v.f, v.g, v.h};
-    for (size_t k = 0; k < 8; ++k) state[k] += sums[k];
+    for (size_t k = 0; k < 8; ++k) StorePair(state + 2 * k, LoadPair(state + 2 * k) + sums[k]);
   }
 }
 
-void SHA512CompressBlocks(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
+void SHA512CompressBlocks(uint32_t (&state)[16], const uint8_t* data, size_t blocks) {
   kSHA512Forms.best()(state, data, blocks);
 }
 

@@ -40,7 +40,7 @@ void SHA512Final(QEX_SHA512_CTX* ctx, uint8_t* out);
 void SHA384Digest(const uint8_t* data, uint32_t length, uint8_t* out);
 void SHA512Digest(const uint8_t* data, uint32_t length, uint8_t* out);
 
-// SHA512CompressBlocks takes `blocks` blocks of 128 octets into the chaining values.
-void SHA512CompressBlocks(uint64_t (&state)[8], const uint8_t* data, size_t blocks);
+// SHA512CompressBlocks takes `blocks` blocks of 128 octets into the chaining values, held as in the record.
+void SHA512CompressBlocks(uint32_t (&state)[16], const uint8_t* data, size_t blocks);
 
 }  // namespace qex

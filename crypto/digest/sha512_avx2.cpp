@@ -45,7 +45,7 @@ struct ScheduleAvx2 {
 
 }  // namespace
 
-QEX_FORM_TARGET void SHA512CompressBlocks_avx2(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
+QEX_FORM_TARGET void SHA512CompressBlocks_avx2(uint32_t (&state)[16], const uint8_t* data, size_t blocks) {
   compress<ScheduleAvx2>(state, data, blocks);
 }
 

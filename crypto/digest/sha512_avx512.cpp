@@ -39,7 +39,7 @@ struct ScheduleAvx512 {
 
 }  // namespace
 
-QEX_FORM_TARGET void SHA512CompressBlocks_avx512(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
+QEX_FORM_TARGET void SHA512CompressBlocks_avx512(uint32_t (&state)[16], const uint8_t* data, size_t blocks) {
   compress<ScheduleAvx512>(state, data, blocks);
 }
 

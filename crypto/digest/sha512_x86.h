@@ -12,6 +12,7 @@
 
 #include "crypto/digest/forms.h"
 #include "crypto/digest/sha512.h"
+#include "crypto/octets.h"
 
 #define QEX_IN_PLACE __attribute__((always_inline))  // or names of chaining values would not become registers
 
@@ -26,13 +27,20 @@ QEX_FORM_TARGET QEX_IN_PLACE inline void store(uint64_t* p, __m256i v) {
   _mm256_storeu_si256(reinterpret_cast<__m256i*>(p), v);
 }
 
-// load_pieces is for octets of which the latter half, the length of a message, may have just been stored. A
-// load of all 32 would wait until that store has reached the cache.
-QEX_FORM_TARGET QEX_IN_PLACE inline __m256i load_pieces(const uint8_t* p) {
-  long long word[2];
+// in_register returns `v`, which keeps compilers from a single load of several words. Such a load would wait
+// until all of them have reached the cache, where each may have just been stored.
+QEX_FORM_TARGET QEX_IN_PLACE inline uint64_t in_register(uint64_t v) {
+  __asm__("" : "+r"(v));
+  return v;
+}
+
+// load_last loads 32 octets, the last two words of which may be the length of a message.
+QEX_FORM_TARGET QEX_IN_PLACE inline __m256i load_last(const uint8_t* p) {
+  uint64_t word[2];
   std::memcpy(word, p + 16, sizeof(word));
   const __m128i front = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-  return _mm256_inserti128_si256(_mm256_castsi128_si256(front), _mm_set_epi64x(word[1], word[0]), 1);
+  const __m128i length = _mm_set_epi64x(int64_t(in_register(word[1])), int64_t(in_register(word[0])));
+  return _mm256_inserti128_si256(_mm256_castsi128_si256(front), length, 1);
 }
 
 // run_round runs round kRound of eight, after which all values are in their places again: the chaining value
@@ -76,18 +84,19 @@ QEX_FORM_TARGET QEX_IN_PLACE inline void run_and_extend(uint64_t (&v)[8], uint64
 // compress is the block function. `sums` holds K_t + W_t of sixteen rounds; those of sixteen rounds later
 // replace them as they are used.
 template <class Schedule>
-QEX_FORM_TARGET QEX_IN_PLACE inline void compress(uint64_t (&state)[8], const uint8_t* data, size_t blocks) {
+QEX_FORM_TARGET QEX_IN_PLACE inline void compress(uint32_t (&state)[16], const uint8_t* data, size_t blocks) {
   const __m256i bigEndian = _mm256_set_epi64x(0x08090a0b0c0d0e0f, 0x0001020304050607,  //
                                               0x08090a0b0c0d0e0f, 0x0001020304050607);
   uint64_t v[8];
-  for (size_t i = 0; i < 8; ++i) v[i] = state[i];
+  uint64_t before[8];
+  for (size_t i = 0; i < 8; ++i) before[i] = v[i] = in_register(qex::LoadPair(state + 2 * i));
   for (; blocks != 0; --blocks, data += qex::kSHA512Block) {
     const uint64_t* k = qex::kSHA512K;
     __asm__("" : "+r"(k));  // or compilers copy constants to the stack before the first block
     alignas(32) uint64_t sums[16];
     __m256i w[4];
     for (size_t i = 0; i < 4; ++i) {
-      w[i] = _mm256_shuffle_epi8(i < 3 ? load(data + 32 * i) : load_pieces(data + 96), bigEndian);
+      w[i] = _mm256_shuffle_epi8(i < 3 ? load(data + 32 * i) : load_last(data + 96), bigEndian);
       store(sums + 4 * i, _mm256_add_epi64(w[i], load(k + 4 * i)));
     }
     uint64_t bc = v[1] ^ v[2];
@@ -103,10 +112,11 @@ QEX_FORM_TARGET QEX_IN_PLACE inline void compress(uint64_t (&state)[8], const ui
     run_four<0>(v, bc, sums + 8);
     run_four<4>(v, bc, sums + 12);
     for (size_t i = 0; i < 8; ++i) {
-      v[i] += state[i];
-      state[i] = v[i];
+      v[i] += before[i];
+      before[i] = v[i];
     }
   }
+  for (size_t i = 0; i < 8; ++i) qex::StorePair(state + 2 * i, in_register(v[i]));
 }
 
 }  // namespace
