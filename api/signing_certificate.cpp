@@ -184,10 +184,11 @@ int32_t FindSigningCertificate(const ContentInfo& token, uint8_t* out, uint32_t*
   if (signedData == nullptr) return QEX_E_NOCERT;
   const uint32_t capacity = *outLength;  // *outLength itself changes with every certificate
   SigningCertificateIds ids(token);
+  ExpBufHolder buf(nullptr);
   for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
     if (element->choice != CertificateChoices::kX509Certificate) continue;
     const Certificate* candidate = element->certificate;
-    ExpBufHolder buf;
+    buf.empty();
     if (!EncodeInto(buf, [&](ExpBuf** b) { BEncCertificate(b, candidate); })) return QEX_E_NOMEM;
     if (EncodedLength(buf) == 0) return QEX_E_MISSING;
     *outLength = EncodedLength(buf);

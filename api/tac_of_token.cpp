@@ -61,9 +61,10 @@ int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8
 
   const uint32_t capacity = *outLen;  // *outLen itself changes with every certificate
   SigningCertificateIds ids(contentInfo.value);
+  ExpBufHolder buf(nullptr);
   for (const CertificateChoices* element : ElementsOf<CertificateChoices>(signedData->certificates)) {
     if (!IsAttributeCertificate(*element)) continue;
-    ExpBufHolder buf;
+    buf.empty();
     if (!encode_alone(*element, buf)) return QEX_E_NOMEM;
     if (EncodedLength(buf) == 0) return QEX_E_MISSING;
     *outLen = EncodedLength(buf);
@@ -73,7 +74,7 @@ int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8
   }
   const AttributeCertificate* certified = signer_attribute_certificate(contentInfo.value);
   if (certified == nullptr) return QEX_E_NOTAC;
-  ExpBufHolder buf;
+  buf.empty();
   const int32_t code = encode_certified(*certified, buf);
   return code == QEX_OK ? CopyOut(buf, out, capacity, outLen) : code;
 }

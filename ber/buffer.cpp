@@ -1,7 +1,7 @@
 // Expanding buffers: blocks and chains, reading forward, writing backward.
 //
-// Header and data block are two allocations of the C heap, never zeroed: every byte between
-// `first` and `end` has been written by a caller.
+// Header and data are one allocation of the C heap, never zeroed: every byte between `first` and `end` has
+// been written by a caller.
 #include "ber/buffer.h"
 
 #include <algorithm>
@@ -67,16 +67,12 @@ size_t ExpBufBlockSize() {
   return block_size.load(std::memory_order_relaxed);
 }
 
-ExpBuf* ExpBufNew() {
-  const size_t size = ExpBufBlockSize();
-  auto* block = static_cast<ExpBuf*>(std::malloc(sizeof(ExpBuf)));
+ExpBuf* ExpBufNew(size_t size) {
+  if (size > SIZE_MAX - sizeof(ExpBuf)) return nullptr;
+  auto* block = static_cast<ExpBuf*>(std::malloc(sizeof(ExpBuf) + size));
   if (block == nullptr) return nullptr;
-  auto* data = static_cast<uint8_t*>(std::malloc(size));
-  if (data == nullptr) {
-    std::free(block);
-    return nullptr;
-  }
   *block = ExpBuf{};
+  auto* data = reinterpret_cast<uint8_t*>(block + 1);
   block->blockStart = data;
   block->blockEnd = data + size;
   empty_for_writing(block);
@@ -99,7 +95,6 @@ void ExpBufWrapData(ExpBuf* buf, const uint8_t* data, size_t len) {
 void ExpBufFreeChain(ExpBuf* buf) {
   while (buf != nullptr) {
     ExpBuf* next = buf->nextBlock;
-    std::free(buf->blockStart);
     std::free(buf);
     buf = next;
   }
@@ -127,6 +122,17 @@ void ExpBufRewind(ExpBuf** b) {
   *b = front;
 }
 
+void ExpBufEmpty(ExpBuf** b) {
+  ExpBuf* block = ExpBufFirst(*b);
+  for (;; block = block->nextBlock) {
+    empty_for_writing(block);
+    block->readError = 0;
+    block->writeError = 0;
+    if (block->nextBlock == nullptr) break;
+  }
+  *b = block;
+}
+
 size_t ExpBufLength(const ExpBuf* buf) {
   while (buf->prevBlock != nullptr) buf = buf->prevBlock;
   size_t total = 0;
@@ -151,7 +157,7 @@ uint8_t ExpBufPeekByte(ExpBuf** b) {
   return *block->cursor;
 }
 
-size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n) {
+size_t ExpBufCopyAcross(uint8_t* dst, ExpBuf** b, size_t n) {
   size_t copied = 0;
   while (copied < n) {
     ExpBuf* block = *b;
@@ -179,7 +185,7 @@ const uint8_t* ExpBufGetSegment(ExpBuf** b, size_t* n) {
   return run;
 }
 
-bool ExpBufExpect(ExpBuf** b, size_t n) {
+bool ExpBufExpectAcross(ExpBuf** b, size_t n) {
   ExpBuf* block = *b;
   size_t left = unread(block);
   while (left < n && block->nextBlock != nullptr) {
@@ -200,7 +206,7 @@ bool ExpBufEnterPrevBlock(ExpBuf** b) {
   return true;
 }
 
-void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n) {
+void ExpBufPutAcrossRvs(ExpBuf** b, const uint8_t* data, size_t n) {
   QEX_EXPECT(data != nullptr || n == 0);
   while (n != 0 && (*b)->writeError == 0) {
     ExpBuf* block = *b;

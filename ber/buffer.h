@@ -9,6 +9,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 namespace qex {
 
@@ -32,8 +33,9 @@ inline constexpr size_t kLibraryBlockSize = 2048;  // in force once the library 
 void ExpBufSetBlockSize(size_t bytes);
 [[nodiscard]] size_t ExpBufBlockSize();
 
-// ExpBufNew returns one empty block, set for writing backward, or null when an allocation fails.
-[[nodiscard]] ExpBuf* ExpBufNew();
+// ExpBufNew returns one empty block of `size` bytes, set for writing backward, or null when an allocation
+// fails.
+[[nodiscard]] ExpBuf* ExpBufNew(size_t size = ExpBufBlockSize());
 
 // ExpBufWrapData makes `buf` describe `len` bytes of the caller for reading. Nothing is
 // copied; the bytes stay the caller's, are never written, and `buf` is not for ExpBufFreeChain.
@@ -49,6 +51,10 @@ void ExpBufFreeChain(ExpBuf* buf);
 // ExpBufRewind makes the chain readable from its start: the handle moves to the front-most
 // block that holds data, cursors return to the first byte and every readError is cleared.
 void ExpBufRewind(ExpBuf** b);
+
+// ExpBufEmpty makes the chain one for writing backward again, without data, and moves the handle to its last
+// block. The blocks stay.
+void ExpBufEmpty(ExpBuf** b);
 
 // ExpBufLength returns the number of data bytes in the whole chain of `buf`.
 [[nodiscard]] size_t ExpBufLength(const ExpBuf* buf);
@@ -71,13 +77,26 @@ inline uint8_t ExpBufGetByte(ExpBuf** b) {
   return byte;
 }
 
+// ExpBufIsAhead returns whether a byte can be read that is not the last of its block: reading it moves the
+// cursor and nothing else. No read has failed then.
+inline bool ExpBufIsAhead(const ExpBuf* block) {
+  return block->end - block->cursor > 1 && block->readError == 0;
+}
+
 // ExpBufPeekByte returns the next byte without advancing; at the end of the data it
 // sets readError and returns 0, and reads nothing.
 [[nodiscard]] uint8_t ExpBufPeekByte(ExpBuf** b);
 
 // ExpBufCopyOut copies up to `n` bytes to `dst`, crossing blocks, and returns how many.
 // Fewer than `n` set readError on the block where the handle ends.
-size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n);
+size_t ExpBufCopyAcross(uint8_t* dst, ExpBuf** b, size_t n);  // wherever they are
+inline size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n) {
+  ExpBuf* block = *b;
+  if (n >= size_t(block->end - block->cursor)) return ExpBufCopyAcross(dst, b, n);
+  std::memcpy(dst, block->cursor, n);
+  block->cursor += n;
+  return n;
+}
 
 // ExpBufGetSegment returns the next run of at most `*n` bytes inside the current block
 // without copying, sets `*n` to its length and advances as ExpBufGetByte does. At the end of
@@ -87,7 +106,11 @@ size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n);
 // ExpBufExpect returns whether `n` bytes can be read: as many remain, and no read has failed. Where
 // fewer remain it sets readError, as reading them would. It looks at no more blocks than the
 // bytes take up, so that asking before every value keeps decoding linear.
-[[nodiscard]] bool ExpBufExpect(ExpBuf** b, size_t n);
+[[nodiscard]] bool ExpBufExpectAcross(ExpBuf** b, size_t n);  // in whatever blocks
+[[nodiscard]] inline bool ExpBufExpect(ExpBuf** b, size_t n) {
+  const ExpBuf* block = *b;
+  return n <= size_t(block->end - block->cursor) ? block->readError == 0 : ExpBufExpectAcross(b, n);
+}
 
 // ExpBufEnterPrevBlock moves the handle from a full block to the one before it, emptied for
 // writing backward, or to a new one put before it. False when that cannot be allocated; the
@@ -108,22 +131,40 @@ inline void ExpBufPutByteRvs(ExpBuf** b, uint8_t byte) {
 // block. When the allocation of a block fails, writeError is set and the rest of the run, its head, is not
 // written.
 // Deliberate: it uses an existing previous block unchanged, where ExpBufPutByteRvs empties it first.
-void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n);
+void ExpBufPutAcrossRvs(ExpBuf** b, const uint8_t* data, size_t n);  // over as many blocks as it takes
+inline void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n) {
+  ExpBuf* block = *b;
+  if (block->writeError != 0 || n > size_t(block->first - block->blockStart)) {
+    return ExpBufPutAcrossRvs(b, data, n);
+  }
+  block->first -= n;
+  if (n != 0) std::memcpy(block->first, data, n);
+}
 
 // ExpBufCopyToFile writes the data of the whole chain to `file` and returns the result of the last write. A
 // short write is reported on the standard error stream, and the blocks after it are still written.
 size_t ExpBufCopyToFile(ExpBuf* buf, FILE* file);
 
-// ExpBufHolder owns the chain that an encoder builds, from its front block on.
+// ExpBufHolder owns the chain that an encoder builds, from its front block on. An encoder that knows how much
+// it writes at most asks for a first block of that size.
 class ExpBufHolder {
  public:
-  ExpBufHolder() : block_(ExpBufNew()) {}
+  explicit ExpBufHolder(size_t size = ExpBufBlockSize()) : block_(ExpBufNew(size)) {}
+  explicit ExpBufHolder(std::nullptr_t) : block_(nullptr) {}  // without a block until `empty` is called
   ~ExpBufHolder() { ExpBufFreeChain(block_ == nullptr ? nullptr : ExpBufFirst(block_)); }
   ExpBufHolder(const ExpBufHolder&) = delete;
   ExpBufHolder& operator=(const ExpBufHolder&) = delete;
 
   explicit operator bool() const { return block_ != nullptr; }
   [[nodiscard]] ExpBuf** handle() { return &block_; }
+  // empty prepares for an encoding, the first one or another.
+  void empty() {
+    if (block_ == nullptr) {
+      block_ = ExpBufNew();
+    } else {
+      ExpBufEmpty(&block_);
+    }
+  }
   [[nodiscard]] ExpBuf* block() const { return block_; }
   [[nodiscard]] bool failed() const { return block_ == nullptr || block_->writeError != 0; }
 

@@ -2,13 +2,14 @@
 // their primitive components are collected as segments of the input, which are copied once.
 //
 // Components may nest as deep as the input has octets, so nothing here recurses: the open strings are
-// kept on the heap, and memory is linear in the input.
+// kept on a stack of their own, and memory is linear in the input.
 #pragma once
 
 #include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
+#include <cstring>
 #include <type_traits>
 
 #include "ber/tag_length.h"
@@ -19,14 +20,18 @@ namespace qex {
 // constructed one in the process is refused with -1 at its first component. Tests set it to 0.
 extern std::atomic<uint16_t> lastUnusedBits;
 
-// DecoderStack is a stack of records on the C heap that is released when the decoder is left.
-// Growing raises kOutOfMemoryCode when an allocation fails; nothing is allocated before the first record.
+// DecoderStack is a stack of records that is released when the decoder is left. The first few are in it, more
+// on the C heap. Growing raises kOutOfMemoryCode when an allocation fails.
 template <class T>
 class DecoderStack {
  public:
   static_assert(std::is_trivially_copyable_v<T>);
+  static constexpr size_t kInside = 16;
+
   DecoderStack() = default;
-  ~DecoderStack() { std::free(items_); }
+  ~DecoderStack() {
+    if (items_ != inside_) std::free(items_);
+  }
   DecoderStack(const DecoderStack&) = delete;
   DecoderStack& operator=(const DecoderStack&) = delete;
 
@@ -37,23 +42,23 @@ class DecoderStack {
   }
   [[nodiscard]] T pop() { return items_[--count_]; }
   const T* begin() const { return items_; }
-  const T* end() const { return count_ == 0 ? items_ : items_ + count_; }
+  const T* end() const { return items_ + count_; }
 
  private:
-  static constexpr size_t kFirstCapacity = 128;
-
   void grow(AsnJmpEnv& env) {
     if (capacity_ > SIZE_MAX / sizeof(T) / 2) AsnRaise(env, kOutOfMemoryCode);
-    const size_t capacity = capacity_ == 0 ? kFirstCapacity : 2 * capacity_;
-    void* items = std::realloc(items_, capacity * sizeof(T));
+    const size_t bytes = 2 * capacity_ * sizeof(T);
+    void* items = items_ == inside_ ? std::malloc(bytes) : std::realloc(items_, bytes);
     if (items == nullptr) AsnRaise(env, kOutOfMemoryCode);
+    if (items_ == inside_) std::memcpy(items, inside_, sizeof inside_);
     items_ = static_cast<T*>(items);
-    capacity_ = capacity;
+    capacity_ *= 2;
   }
 
-  T* items_ = nullptr;
+  T inside_[kInside];
+  T* items_ = inside_;
   size_t count_ = 0;
-  size_t capacity_ = 0;
+  size_t capacity_ = kInside;
 };
 
 struct Segment {

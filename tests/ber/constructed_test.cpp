@@ -288,11 +288,16 @@ TEST_F(Constructed, ABitCountBeyond32BitsIsRefused) {
 }
 
 TEST_F(Constructed, EveryAllocationThatFailsRaisesMinus27AndLeavesNothing) {
-  for (const char* hex : {"24 80 24 80 04 01 61 00 00 00 00", "23 80 23 80 03 02 00 61 00 00 00 00"}) {
-    const bool octets = hex[1] == '4';
+  // One more of each than a stack holds without the heap.
+  constexpr size_t kMore = DecoderStack<Segment>::kInside + 1;
+  for (const bool octets : {true, false}) {
+    std::string hex;
+    for (size_t i = 0; i <= kMore; ++i) hex += octets ? "2480" : "2380";
+    for (size_t i = 0; i < kMore; ++i) hex += octets ? "040161" : "03020061";
+    for (size_t i = 0; i <= kMore; ++i) hex += "0000";
     size_t allowed = 0;
     for (;; ++allowed) {
-      Input in(hex);
+      Input in(hex.c_str());
       const long before = LiveBlocks();
       Outcome outcome;
       {
