@@ -3,7 +3,7 @@
 // Callers compare these texts and keep these octets, so oddities remain and are marked.
 #include "api/oid_text.h"
 
-#include <charconv>
+#include <algorithm>
 #include <cstring>
 #include <string_view>
 
@@ -18,16 +18,14 @@ size_t OidToText(const uint8_t* contents, size_t length, char* text, size_t size
   const uint32_t first = contents[0];
   const uint32_t root = first >= 80 ? 2 : first / 40;
   out.append(root);
-  out.append(".");
-  out.append(first - 40 * root);
+  out.append_arc(first - 40 * root);
   size_t i = 1;
   while (i < length && !out.cut()) {
     uint32_t arc = 0;
     while (i < length && (contents[i] & 0x80) != 0) arc = arc << 7 | (contents[i++] & 0x7F);
     if (i == length) return 0;
     arc = arc << 7 | contents[i++];
-    out.append(".");
-    out.append(arc);
+    out.append_arc(arc);
   }
   if (cut != nullptr) *cut = out.cut();
   return out.used();
@@ -36,25 +34,33 @@ size_t OidToText(const uint8_t* contents, size_t length, char* text, size_t size
 namespace {
 
 constexpr size_t kMaxOidText = 255;
-constexpr int32_t kMaxArc = 0x7FFFFFFF;
+constexpr int64_t kMaxArc = 0x7FFFFFFF;
 
+// is_dotted_text returns whether `text` consists of digits and of dots between two digits.
 bool is_dotted_text(std::string_view text) {
-  return !text.empty() && text.size() <= kMaxOidText && text.find_first_not_of("0123456789.") == text.npos &&
-         text.front() != '.' && text.back() != '.' && text.find("..") == text.npos;
+  bool afterDigit = false;
+  for (const char c : text) {
+    const bool digit = c >= '0' && c <= '9';
+    if (!digit && !(c == '.' && afterDigit)) return false;
+    afterDigit = digit;
+  }
+  return afterDigit;
 }
 
-// next_arc removes the first arc of `*rest` and the dot after it.
+// next_arc removes the first arc of `*rest` and the dot after it. Arcs are too short for a library's search.
 std::string_view next_arc(std::string_view* rest) {
-  const std::string_view arc = rest->substr(0, rest->find('.'));
-  rest->remove_prefix(std::min(rest->size(), arc.size() + 1));
+  size_t n = 0;
+  while (n < rest->size() && (*rest)[n] != '.') ++n;
+  const std::string_view arc = rest->substr(0, n);
+  rest->remove_prefix(std::min(rest->size(), n + 1));
   return arc;
 }
 
 // arc_value returns the number of a text of digits; above 2147483647 it is 2147483647.
 int32_t arc_value(std::string_view digits) {
-  int32_t value = 0;
-  const auto read = std::from_chars(digits.data(), digits.data() + digits.size(), value);
-  return read.ec == std::errc() ? value : kMaxArc;
+  int64_t value = 0;
+  for (const char digit : digits) value = std::min<int64_t>(value * 10 + (digit - '0'), kMaxArc);
+  return int32_t(value);
 }
 
 // append_arc writes `arc` base 128 and returns the octets written, 1 to 5.

@@ -32,6 +32,19 @@ class TextWriter {
     append({digits, size_t(std::to_chars(digits, std::end(digits), number).ptr - digits)});
   }
 
+  // append_arc appends a dot and the number. Where there is certainly room it is written in place.
+  void append_arc(uint32_t number) {
+    constexpr size_t kLongest = 11;
+    char apart[kLongest];
+    const bool fits = size_ > kLongest && used_ < size_ - kLongest;  // the terminator too
+    char* const text = fits ? text_ + used_ : apart;
+    text[0] = '.';
+    const size_t n = size_t(std::to_chars(text + 1, text + kLongest, number).ptr - text);
+    if (!fits) return append({text, n});
+    used_ += n;
+    text_[used_] = '\0';
+  }
+
   size_t used() const { return used_; }
   bool cut() const { return cut_; }
 
