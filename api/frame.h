@@ -1,9 +1,9 @@
 // The frame of every export: lazy initialisation, recovery point, last ASN.1 error, release, and the rules by
 // which caller records and output buffers are filled.
 //
-// An export checks its arguments, ensures the initialisation, decodes under AsnTry into a Decoded owner,
-// fills the caller's record or buffer, and returns; owners release on every path. Nothing here throws, and
-// nothing allocates except through AsnAlloc and the buffers.
+// An export checks its arguments, ensures the initialisation, decodes into a Decoded owner, fills the
+// caller's record or buffer, and returns; owners release on every path. Nothing here throws, and nothing
+// allocates except through arenas, AsnAlloc and the buffers.
 #pragma once
 
 #include <algorithm>
@@ -25,6 +25,13 @@ namespace qex {
 // The code of the most recent recovery point: 0 on the normal path, else the jump's code.
 extern std::atomic<int32_t> lastAsnError;
 
+// Succeeded makes the code of a recovery point the last ASN.1 error and returns whether it is 0. What does
+// not change is not written, so that threads whose calls all succeed share the word's cache line.
+[[nodiscard]] inline bool Succeeded(AsnInt code) {
+  if (lastAsnError.load(std::memory_order_relaxed) != code) lastAsnError = code;
+  return code == 0;
+}
+
 // EnsureAsnInit registers the open types and sets the block size, once per process; threads may call it at
 // the same time. False when an allocation fails: everything built so far is released, and the next call
 // builds it again.
@@ -33,29 +40,6 @@ extern std::atomic<int32_t> lastAsnError;
 // ProcessAttach is the library's entry point where the system has one: it does nothing and
 // returns true for every reason.
 bool ProcessAttach(void* module, uint32_t reason, void* reserved);
-
-// AsnTry runs `work` under a recovery point and returns whether it ran to its end. Either way
-// the code of the recovery point becomes the last ASN.1 error at once.
-template <std::invocable<AsnJmpEnv&> F>
-[[nodiscard]] bool AsnTry(F work) {
-  lastAsnError = 0;
-  const AsnInt code = AsnCatch(work);
-  if (code != 0) lastAsnError = code;
-  return code == 0;
-}
-
-// Decoded owns a value that a decoder fills: zeroed at first, released at the end, also when
-// the decoder was left half way.
-template <class T, void (*Free)(T*)>
-class Decoded {
- public:
-  Decoded() = default;
-  ~Decoded() { Free(&value); }
-  Decoded(const Decoded&) = delete;
-  Decoded& operator=(const Decoded&) = delete;
-
-  T value{};
-};
 
 // ScratchOctets is `size` octets of 0 that are released at the end of its block; none when allocation fails.
 class ScratchOctets {
@@ -72,11 +56,13 @@ class ScratchOctets {
   uint8_t* octets_;
 };
 
+template <class T>
+using Decoder = void (*)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&);
+
 // DecodeBytes runs a full decoder over `length` bytes of the caller, which are not copied, and returns the
 // number of octets read. Octets after them are ignored.
 template <class T>
-AsnLen DecodeBytes(void (*decode)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&), const uint8_t* data, size_t length,
-                   T* value, AsnJmpEnv& env) {
+AsnLen DecodeBytes(Decoder<T> decode, const uint8_t* data, size_t length, T* value, AsnJmpEnv& env) {
   ExpBuf block;
   ExpBufWrapData(&block, data, length);
   ExpBuf* buf = &block;
@@ -85,7 +71,34 @@ AsnLen DecodeBytes(void (*decode)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&), const uint
   return bytes;
 }
 
-// EncodeInto runs an encoder into the fresh buffer `buf` and rewinds it for reading. False when
+// Decoded owns a value and the arena of its parts: zeroed at first, released at the end, also when the
+// decoder was left half way. The Free routine of its type is not for it.
+template <class T>
+class Decoded {
+ public:
+  Decoded() = default;
+  Decoded(const Decoded&) = delete;
+  Decoded& operator=(const Decoded&) = delete;
+
+  // decode is DecodeBytes under a recovery point, whose code it returns. `*bytes`, unless null, becomes the
+  // number of octets read, if the value is complete.
+  [[nodiscard]] AsnInt decode(Decoder<T> decoder, const uint8_t* data, size_t length,
+                              AsnLen* bytes = nullptr) {
+    arena_.expect(length);
+    const auto work = [&](AsnJmpEnv& env) {
+      const AsnLen read = DecodeBytes<T>(decoder, data, length, &value, env);
+      if (bytes != nullptr) *bytes = read;
+    };
+    return AsnCatch(work, &arena_);
+  }
+
+  T value{};
+
+ private:
+  Arena arena_;
+};
+
+// EncodeInto runs an encoder into the empty buffer `buf` and rewinds it for reading. False when
 // an allocation fails, or when the encoding is longer than a 32-bit length can say.
 template <std::invocable<ExpBuf**> F>
 [[nodiscard]] bool EncodeInto(ExpBufHolder& buf, F encode) {

@@ -26,6 +26,9 @@ constexpr size_t kHttpHeadLength = sizeof(kHttpHead) - 1;
 constexpr size_t kHttpDigitsAt = 109;
 static_assert(kHttpHeadLength == 117);
 
+// No request is longer: two identifiers, the hash and the nonce have at most 128, 128, 128 and 40 octets.
+constexpr size_t kMostRequest = 512;
+
 constexpr uint32_t kHeadLength[] = {0, kSocketHeadLength, kHttpHeadLength};  // by transport mode
 
 bool has_null_parameters(const AsnOid& algorithm) {
@@ -69,9 +72,8 @@ bool encode_request(const QEX_TSQ_DATA_EX& req, ExpBufHolder& buf) {
   if (req.nonceLength != 0) value.nonce = borrowed(req.nonce, req.nonceLength);
   if (req.certReq != 0) value.certReq = &certReq;
 
-  return AsnTry([&](AsnJmpEnv& env) {
-    if (!EncodeInto(buf, [&](ExpBuf** b) { BEncTimeStampReq(b, &value); })) AsnRaise(env, kOutOfMemoryCode);
-  });
+  const bool encoded = EncodeInto(buf, [&](ExpBuf** b) { BEncTimeStampReq(b, &value); });
+  return Succeeded(encoded ? 0 : kOutOfMemoryCode);
 }
 
 // Deliberate: a digit of 0 before the last one stays a blank, also between other digits, and from 10000 on
@@ -128,7 +130,7 @@ int32_t QEX_EncodeTSQ_Ex(const QEX_TSQ_DATA_EX* req, uint8_t* out, uint32_t* out
   if (!IsTerminated(req->hashAlgorithm) || !IsTerminated(req->reqPolicy)) return QEX_E_ARG;
   if (!EnsureAsnInit()) return QEX_E_NOMEM;
 
-  ExpBufHolder buf;
+  ExpBufHolder buf(kMostRequest);
   if (!encode_request(*req, buf)) return QEX_E_DECODE;
 
   const uint32_t length = EncodedLength(buf);
@@ -171,12 +173,9 @@ int32_t QEX_DecodeTSQ_Ex(QEX_TSQ_DATA_EX* req, const uint8_t* data, uint32_t len
   if (!EnsureAsnInit()) return QEX_E_NOMEM;
 
   const size_t head = skip_head(data, length);
-  Decoded<TimeStampReq, FreeTimeStampReq> request;
+  Decoded<TimeStampReq> request;
   AsnLen bytes = 0;
-  const bool decoded = AsnTry([&](AsnJmpEnv& env) {
-    bytes = DecodeBytes(BDecTimeStampReq, data + head, length - head, &request.value, env);
-  });
-  if (!decoded) return QEX_E_DECODE;
+  if (!Succeeded(request.decode(BDecTimeStampReq, data + head, length - head, &bytes))) return QEX_E_DECODE;
 
   std::memset(req, 0, sizeof *req);
   req->size = sizeof *req;

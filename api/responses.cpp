@@ -148,10 +148,10 @@ int32_t unpack_http(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus
 
 // --- TimeStampResp ---------------------------------------------------------------
 
-using DecodedResponse = Decoded<TimeStampResp, FreeTimeStampResp>;
+using DecodedResponse = Decoded<TimeStampResp>;
 
 bool decode_response(const uint8_t* tsr, uint32_t length, DecodedResponse* response) {
-  return AsnTry([&](AsnJmpEnv& env) { DecodeBytes(BDecTimeStampResp, tsr, length, &response->value, env); });
+  return Succeeded(response->decode(BDecTimeStampResp, tsr, length));
 }
 
 // Deliberate: 8 bits yield the octet, any other number n the bit number n - 1, which is that of

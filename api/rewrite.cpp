@@ -8,34 +8,20 @@
 #include "api/signed_data_version.h"
 #include "api/token.h"
 #include "asn1/oids.h"
-#include "ber/memory.h"
 
 namespace qex {
 namespace {
 
-// set_content_type stores a copy of `type`, which the release of the token frees; false when an allocation
-// fails.
-bool set_content_type(EncapsulatedContentInfo* content, const AsnOid& type) {
-  auto* octets = static_cast<uint8_t*>(AsnAlloc(type.count));
-  if (octets == nullptr) return false;
-  std::memcpy(octets, type.octs, type.count);
-  FreeAsnOid(&content->eContentType);
-  content->eContentType = {type.count, octets};
-  return true;
-}
-
 // remove_attribute_certificates leaves the rest of the set in its order and returns whether there
-// were any.
+// were any. Those taken out stay in the arena of the token.
 bool remove_attribute_certificates(AsnList* certificates) {
   if (certificates == nullptr) return false;
   const int32_t before = certificates->count;
   auto* slot = static_cast<void**>(AsnListFirst(certificates));
   while (slot != nullptr) {
-    auto* element = static_cast<CertificateChoices*>(*slot);
+    const auto* element = static_cast<const CertificateChoices*>(*slot);
     if (IsAttributeCertificate(*element)) {
-      AsnListRemoveCurrent(certificates);
-      FreeCertificateChoices(element);
-      AsnFree(element);
+      AsnListUnlinkCurrent(certificates);
       slot = static_cast<void**>(AsnListCurr(certificates));
     } else {
       slot = static_cast<void**>(certificates->curr->next == nullptr ? nullptr : AsnListNext(certificates));
@@ -66,7 +52,7 @@ int32_t QEX_TSTInfoToIDData(const uint8_t* token, uint32_t tokenLength, uint8_t*
   // Deliberate: no size request; a null output is a missing one.
   if (out == nullptr) return QEX_E_MISSING;
   SignedData* signedData = SignedDataOf(contentInfo.value);
-  if (signedData != nullptr && !set_content_type(signedData->encapContentInfo, kIdData)) return QEX_E_NOMEM;
+  if (signedData != nullptr) signedData->encapContentInfo->eContentType = kIdData;
   return write_token(contentInfo.value, out, outLength);
 }
 

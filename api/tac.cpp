@@ -16,11 +16,10 @@
 namespace qex {
 namespace {
 
-using DecodedTac = Decoded<AttributeCertificate, FreeAttributeCertificate>;
+using DecodedTac = Decoded<AttributeCertificate>;
 
 bool decode_tac(const uint8_t* data, uint32_t length, DecodedTac* tac) {
-  return AsnTry(
-      [&](AsnJmpEnv& env) { DecodeBytes(BDecAttributeCertificate, data, length, &tac->value, env); });
+  return Succeeded(tac->decode(BDecAttributeCertificate, data, length));
 }
 
 // --- Identity --------------------------------------------------------------------

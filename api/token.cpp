@@ -6,7 +6,7 @@
 namespace qex {
 
 bool DecodeToken(const uint8_t* data, uint32_t length, DecodedToken* token) {
-  return AsnTry([&](AsnJmpEnv& env) { DecodeBytes(BDecContentInfo, data, length, &token->value, env); });
+  return Succeeded(token->decode(BDecContentInfo, data, length));
 }
 
 SignedData* SignedDataOf(const ContentInfo& token) {

@@ -8,7 +8,7 @@
 
 namespace qex {
 
-using DecodedToken = Decoded<ContentInfo, FreeContentInfo>;
+using DecodedToken = Decoded<ContentInfo>;
 
 // DecodeToken decodes a ContentInfo of `length` bytes under a recovery point; false with the last ASN.1 error
 // set. Then `token` owns the parts decoded so far.

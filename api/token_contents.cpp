@@ -68,10 +68,8 @@ int32_t QEX_GetTST_TSTInfoEx(QEX_TSTINFO_EX* info, const uint8_t* token, uint32_
   const AsnOcts* content = EContentOf(contentInfo.value);
   if (content == nullptr) return QEX_E_MISSING;
 
-  Decoded<TSTInfo, FreeTSTInfo> tstInfo;
-  const bool decoded = AsnTry(
-      [&](AsnJmpEnv& env) { DecodeBytes(BDecTSTInfo, content->octs, content->count, &tstInfo.value, env); });
-  if (!decoded) return QEX_E_DECODE;
+  Decoded<TSTInfo> tstInfo;
+  if (!Succeeded(tstInfo.decode(BDecTSTInfo, content->octs, content->count))) return QEX_E_DECODE;
   return fill_record(tstInfo.value, info) ? QEX_OK : QEX_E_SIZE;
 }
 

@@ -31,6 +31,8 @@ struct SignatureInput {
 
 // --- RSA (RFC 8017, 8.2.2) -------------------------------------------------------
 
+constexpr size_t kUsualDigestInfo = 128;
+
 // match_digest_info encodes the DigestInfo of `digest` and compares it with the tail of `block`.
 // Deliberate: the octets before it, block type and padding, are not examined.
 int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& digest, const uint8_t* block,
@@ -38,7 +40,7 @@ int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& dig
   DigestInfo info{};
   info.digestAlgorithm = &algorithm;
   info.digest = {digest.length, const_cast<uint8_t*>(digest.octets)};
-  ExpBufHolder buf;
+  ExpBufHolder buf(kUsualDigestInfo);
   if (!EncodeInto(buf, [&](ExpBuf** b) { BEncDigestInfo(b, &info); })) return QEX_E_NOMEM;
   const size_t tail = EncodedLength(buf);
   return tail <= length && EncodingEquals(buf, block + (length - tail), tail) ? QEX_OK : QEX_E_SIGNATURE;
@@ -48,11 +50,9 @@ int32_t check_rsa(const SignatureInput& in) {
   Number signature;
   if (!read_number(signature, in.signer.signature)) return QEX_E_NOMEM;
 
-  Decoded<RSAPublicKey, FreeRSAPublicKey> publicKey;
+  Decoded<RSAPublicKey> publicKey;
   const AsnBits& bits = in.key.subjectPublicKey;
-  const AsnInt code = AsnCatch([&](AsnJmpEnv& env) {
-    DecodeBytes(BDecRSAPublicKey, bits.octs, bits.count / 8, &publicKey.value, env);
-  });
+  const AsnInt code = publicKey.decode(BDecRSAPublicKey, bits.octs, bits.count / 8);
   const AsnOcts& modulus = publicKey.value.modulus;
   const AsnOcts& exponent = publicKey.value.publicExponent;
   if (code != 0 || modulus.octs == nullptr || exponent.octs == nullptr) return QEX_E_MISSING;
@@ -89,10 +89,9 @@ int32_t set_dsa_key(const SubjectPublicKeyInfo& info, Number& p, Number& q, Numb
   if (parms == nullptr || parms->p.octs == nullptr || parms->q.octs == nullptr || parms->g.octs == nullptr) {
     return QEX_E_MISSING;
   }
-  Decoded<AsnOcts, FreeBigIntegerStr> value;
+  Decoded<AsnOcts> value;
   const AsnBits& bits = info.subjectPublicKey;
-  const AsnInt code = AsnCatch(
-      [&](AsnJmpEnv& env) { DecodeBytes(BDecBigIntegerStr, bits.octs, bits.count / 8, &value.value, env); });
+  const AsnInt code = value.decode(BDecBigIntegerStr, bits.octs, bits.count / 8);
   if (code != 0 || value.value.octs == nullptr) return QEX_E_MISSING;
   const bool read = read_number(y, value.value) && read_number(p, parms->p) && read_number(q, parms->q) &&
                     read_number(g, parms->g);
@@ -107,11 +106,8 @@ int32_t set_dsa_signature(const AsnOcts& signature, Number& r, Number& s) {
         read_number(r, {kHalf, signature.octs}) && read_number(s, {kHalf, signature.octs + kHalf});
     return read ? QEX_OK : QEX_E_NOMEM;
   }
-  Decoded<Dss_Sig_Value, FreeDss_Sig_Value> pair;
-  const AsnInt code = AsnCatch([&](AsnJmpEnv& env) {
-    DecodeBytes(BDecDss_Sig_Value_BI, signature.octs, signature.count, &pair.value, env);
-  });
-  if (code != 0) return QEX_E_SIGNATURE;
+  Decoded<Dss_Sig_Value> pair;
+  if (pair.decode(BDecDss_Sig_Value_BI, signature.octs, signature.count) != 0) return QEX_E_SIGNATURE;
   return read_number(r, pair.value.r) && read_number(s, pair.value.s) ? QEX_OK : QEX_E_NOMEM;
 }
 
@@ -196,7 +192,7 @@ struct GivenCertificate {
   bool present() const { return data != nullptr && length != 0; }
 };
 
-using DecodedCertificate = Decoded<Certificate, FreeCertificate>;
+using DecodedCertificate = Decoded<Certificate>;
 
 // The parts of a token that the check needs; the token owns them all.
 struct TokenParts {
@@ -222,10 +218,7 @@ int32_t find_parts(const ContentInfo& token, TokenParts* parts) {
 int32_t find_certificate(const ContentInfo& token, const GivenCertificate& given, DecodedCertificate* decoded,
                          const Certificate** certificate) {
   if (given.present()) {
-    const bool decodes = AsnTry([&](AsnJmpEnv& env) {
-      DecodeBytes(BDecCertificate, given.data, given.length, &decoded->value, env);
-    });
-    if (!decodes) return QEX_E_ARG;
+    if (!Succeeded(decoded->decode(BDecCertificate, given.data, given.length))) return QEX_E_ARG;
     *certificate = &decoded->value;
   } else {
     uint8_t* const noCopy = nullptr;  // a certificate that is found does not fit: QEX_E_SIZE

@@ -26,10 +26,10 @@ namespace {
 
 bool starts_with_tag(const Type& t, AsnTag tag);
 
-bool matches(const Field& f, AsnTag tag) {
-  if (f.tagging == Tagging::None) return starts_with_tag(*f.type, tag);
-  if (tag == f.tag) return true;
-  return f.tagging == Tagging::Implicit && f.type->altTag != 0 && tag == (f.tag | kConstructedBit);
+// An untagged CHOICE has no tag in its row.
+inline bool matches(const Field& f, AsnTag tag) {
+  if (tag == f.firstTag || tag == f.secondTag) return true;
+  return f.firstTag == kNoTag && starts_with_tag(*f.type, tag);
 }
 
 // An untagged CHOICE is recognised by the tags of its alternatives.
@@ -46,17 +46,11 @@ bool reads_own_tag(const Field& f) {
   return f.type->kind == Kind::Any && f.tagging == Tagging::None;
 }
 
-void* new_value(const Type& t, AsnJmpEnv& env) {
-  void* v = AsnAlloc(t.size);
-  if (v == nullptr) AsnRaise(env, kOutOfMemoryCode);
-  return v;
-}
-
 // Where the field's value is to be decoded: in the record, or newly allocated and hung there.
 void* place_for(const Field& f, void* rec, AsnJmpEnv& env) {
   void* slot = SlotOf(rec, f);
   if (f.held == Held::Inline) return slot;
-  void* v = new_value(*f.type, env);
+  void* v = AsnNew(f.type->size, env);
   StorePointer(slot, v);
   return v;
 }
@@ -97,9 +91,8 @@ bool end_of_contents(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
 }
 
 AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
-  auto* slot = static_cast<void**>(AsnListAppend(list));
-  if (slot == nullptr) AsnRaise(env, kOutOfMemoryCode);
-  *slot = new_value(kAsnAny, env);
+  void** slot = AsnListAppendNew(list, env);
+  *slot = AsnNew(sizeof(AsnAny), env);
   return static_cast<AsnAny*>(*slot);
 }
 
@@ -112,7 +105,7 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
   if (const OpenShape* shape = shape_in_place(f, tag, rec)) {
     AsnAny* any = append_any(list, env);
     any->ai = shape->info;
-    any->value = new_value(*shape->type, env);
+    any->value = AsnNew(shape->type->size, env);
     DecodeContent(*shape->type, b, tag, len, any->value, bytes, env);
     return;
   }
@@ -142,9 +135,8 @@ void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv&
 }
 
 // Deliberate: a definite length of the EXPLICIT tag is not compared; the lengths around it decide.
-[[gnu::noinline]] void decode_explicit(const Type& t, size_t i, ExpBuf** b, AsnLen len, void* rec,
-                                       AsnLen* bytes, AsnJmpEnv& env) {
-  const Field& f = t.fields[i];
+[[gnu::noinline]] void decode_explicit(const Field& f, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
+                                       AsnJmpEnv& env) {
   if (f.type->kind == Kind::Any) {
     decode_any(f, b, rec, bytes, env);
   } else {
@@ -156,11 +148,10 @@ void decode_any(const Field& f, ExpBuf** b, void* rec, AsnLen* bytes, AsnJmpEnv&
   if (len == INDEFINITE_LEN) BDecEoc(b, bytes, env);
 }
 
-// Decodes the value of field i of a record of type t, whose tag and length have been read.
-void decode_field(const Type& t, size_t i, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
-                  AsnJmpEnv& env) {
-  const Field& f = t.fields[i];
-  if (f.tagging == Tagging::Explicit) return decode_explicit(t, i, b, len, rec, bytes, env);
+// Decodes the value of a field, whose tag and length have been read.
+inline void decode_field(const Field& f, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
+                         AsnJmpEnv& env) {
+  if (f.tagging == Tagging::Explicit) return decode_explicit(f, b, len, rec, bytes, env);
   if (f.type->kind == Kind::OpenList) return decode_open_list(f, b, tag, len, rec, bytes, env);
   DecodeContent(*f.type, b, tag, len, place_for(f, rec, env), bytes, env);
 }
@@ -222,7 +213,7 @@ void close_sequence(const Type& t, ExpBuf** b, AsnLen len, SequenceProgress* at,
     } else if (matches(f, at.tag) || shape_in_place(f, at.tag, rec) != nullptr) {
       at.tagIsPending = false;
       const AsnLen fieldLen = BDecLen(b, &at.used, env);
-      decode_field(t, i, b, at.tag, fieldLen, rec, &at.used, env);
+      decode_field(f, b, at.tag, fieldLen, rec, &at.used, env);
     } else if (f.need == Need::Mandatory) {
       AsnRaise(env, f.missingCode);
     }
@@ -250,6 +241,12 @@ void release_field(const Field& f, void* rec) {
   StorePointer(SlotOf(rec, f), nullptr);
 }
 
+// The value of a field that a SET repeats gives way to the later one. In an arena it is only forgotten.
+void drop_field(const Field& f, void* rec, const AsnJmpEnv& env) {
+  if (env.arena == nullptr) return release_field(f, rec);
+  std::memset(SlotOf(rec, f), 0, f.held == Held::Inline ? f.type->size : sizeof(void*));
+}
+
 [[gnu::noinline]] void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes,
                                   AsnJmpEnv& env) {
   AsnLen used = 0;
@@ -265,10 +262,10 @@ void release_field(const Field& f, void* rec) {
     if (i == t.fields.size()) {
       fail_named(env, t.unexpectedCode, t.name, "Content: ERROR - Unexpected tag in SET\n");
     }
-    if ((seen >> i & 1) != 0) release_field(t.fields[i], rec);  // of a repeated field the last one stays
+    if ((seen >> i & 1) != 0) drop_field(t.fields[i], rec, env);  // of a repeated field the last one stays
     seen |= uint32_t{1} << i;
     const AsnLen fieldLen = BDecLen(b, &used, env);
-    decode_field(t, i, b, tag, fieldLen, rec, &used, env);
+    decode_field(t.fields[i], b, tag, fieldLen, rec, &used, env);
   }
   for (size_t i = 0; i < t.fields.size(); ++i) {
     if (t.fields[i].need == Need::Mandatory && (seen >> i & 1) == 0) {
@@ -285,7 +282,7 @@ void release_field(const Field& f, void* rec) {
   for (size_t i = 0; i < t.fields.size(); ++i) {
     if (!matches(t.fields[i], tag)) continue;
     *static_cast<AsnInt*>(rec) = AsnInt(i);
-    return decode_field(t, i, b, tag, len, rec, bytes, env);
+    return decode_field(t.fields[i], b, tag, len, rec, bytes, env);
   }
   AsnFail(env, t.unexpectedCode, "ERROR - unexpected tag in CHOICE\n");
 }
@@ -305,9 +302,8 @@ void release_field(const Field& f, void* rec) {
     }
     if (!starts_with_tag(element, tag)) AsnFail(env, t.unexpectedCode, "Unexpected Tag\n");
     const AsnLen elementLen = BDecLen(b, &used, env);
-    auto* slot = static_cast<void**>(AsnListAppend(list));
-    if (slot == nullptr) AsnRaise(env, kOutOfMemoryCode);
-    *slot = new_value(element, env);
+    void** slot = AsnListAppendNew(list, env);
+    *slot = AsnNew(element.size, env);
     AsnLen elementUsed = 0;
     DecodeContent(element, b, tag, elementLen, *slot, &elementUsed, env);
     // An indefinite element has been closed by its own content decoder.

@@ -92,6 +92,17 @@ constexpr AsnTag tag_octets(Tag tag) {
   return tag.tagClass | (primitive ? 0 : kConstructedBit) | tag.number << 24;
 }
 
+// The tags that a value may start with: those of its type, or that of the row, which also has a constructed
+// form where the type has one.
+constexpr AsnTag first_tag(const Type& type, AsnTag ofRow, Tagging tagging) {
+  if (tagging != Tagging::None) return ofRow;
+  return type.kind == Kind::Choice ? kNoTag : type.tag;
+}
+constexpr AsnTag second_tag(const Type& type, AsnTag first, Tagging tagging) {
+  if (tagging == Tagging::Explicit || type.altTag == 0) return first;
+  return tagging == Tagging::None ? type.altTag : first | kConstructedBit;
+}
+
 template <class R, class M, class V>
 constexpr Row<R> row(Member<R, M> m, const TypeOf<V>& type, Need need, Tag tag) {
   static_assert(std::is_same_v<M, V> || std::is_same_v<M, V*>,
@@ -101,6 +112,8 @@ constexpr Row<R> row(Member<R, M> m, const TypeOf<V>& type, Need need, Tag tag) 
   made.type = &type;
   made.offset = m.offset;
   made.tag = tag_octets<V>(tag);
+  made.firstTag = first_tag(type, made.tag, tag.tagging);
+  made.secondTag = second_tag(type, made.firstTag, tag.tagging);
   made.definedBy = -1;
   made.tagging = tag.tagging;
   made.held = std::is_pointer_v<M> ? Held::Pointer : Held::Inline;

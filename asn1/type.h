@@ -29,12 +29,17 @@ struct Codec {
   bool (*absent)(const void* v);  // of an OPTIONAL value that is held inline
 };
 
+// No identifier octets are these: a first octet of 0 has none after it.
+inline constexpr AsnTag kNoTag = 1;
+
 // One field of a SEQUENCE or SET, or one alternative of a CHOICE.
 struct Field {
   const char* name;  // as Print writes it
   const Type* type;
   uint32_t offset;        // of the member in its record
   AsnTag tag;             // of an IMPLICIT or EXPLICIT field
+  AsnTag firstTag;        // with which its value starts; kNoTag: with one of an alternative
+  AsnTag secondTag;       // the other accepted tag, or the first one again
   int32_t definedBy;      // offset of the identifier of an open type; -1: none
   SiteCode missingCode;   // of its absence, where it is mandatory
   SiteCode innerTagCode;  // of another tag inside the EXPLICIT one

@@ -70,14 +70,18 @@ void* AsnListInsertBefore(AsnList* list) {
   return at == nullptr ? nullptr : link_new_node(list, at->prev, at);
 }
 
-void AsnListRemoveCurrent(AsnList* list) {
+AsnListNode* AsnListUnlinkCurrent(AsnList* list) {
   AsnListNode* node = list->curr;
-  if (node == nullptr) return;
+  if (node == nullptr) return nullptr;
   (node->prev == nullptr ? list->first : node->prev->next) = node->next;
   (node->next == nullptr ? list->last : node->next->prev) = node->prev;
   list->curr = node->next;
   --list->count;
-  AsnFree(node);
+  return node;
+}
+
+void AsnListRemoveCurrent(AsnList* list) {
+  AsnFree(AsnListUnlinkCurrent(list));
 }
 
 void* AsnListFirst(AsnList* list) {

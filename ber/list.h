@@ -6,6 +6,8 @@
 
 #include <cstdint>
 
+#include "ber/memory.h"
+
 namespace qex {
 
 struct AsnListNode {
@@ -34,8 +36,23 @@ void AsnListInit(AsnList* list, int32_t dataSize);
 [[nodiscard]] void* AsnListInsertAfter(AsnList* list);
 [[nodiscard]] void* AsnListInsertBefore(AsnList* list);
 
-// AsnListRemoveCurrent unlinks and frees the current node, but nothing that its element points to; the node
-// after it becomes current.
+// AsnListAppendNew appends a node that holds a pointer, null at first, to the list that a decoder builds and
+// returns its place. It is AsnListAppend for nodes of that size, allocates as AsnNew does, and raises
+// kOutOfMemoryCode where that returns null.
+[[nodiscard]] inline void** AsnListAppendNew(AsnList* list, AsnJmpEnv& env) {
+  if (list->count == INT32_MAX) AsnRaise(env, kOutOfMemoryCode);
+  auto* node = static_cast<AsnListNode*>(AsnNew(sizeof(AsnListNode), env));
+  node->prev = list->last;
+  (list->last == nullptr ? list->first : list->last->next) = node;
+  list->last = node;
+  list->curr = node;
+  ++list->count;
+  return node->data;
+}
+
+// AsnListUnlinkCurrent takes the current node out of the list and returns it, null when there is none; the
+// node after it becomes current. AsnListRemoveCurrent frees it too, but nothing that its element points to.
+AsnListNode* AsnListUnlinkCurrent(AsnList* list);
 void AsnListRemoveCurrent(AsnList* list);
 
 // Moving: each sets `curr` and returns its element space, or null. AsnListNext and

@@ -64,8 +64,7 @@ void BDecAsnOidContent(ExpBuf** b, AsnTag /*tag*/, AsnLen len, AsnOid* v, AsnLen
     AsnFail(env, -21, "BDecAsnOidContent: ERROR - decoded past end of data\n");
   }
   *bytes += len;
-  auto* octets = static_cast<uint8_t*>(AsnAlloc(len));
-  if (octets == nullptr) AsnRaise(env, kOutOfMemoryCode);
+  uint8_t* octets = AsnNewOctets(len, env);
   ExpBufCopyOut(octets, b, len);
   *v = {len, octets};
 }

@@ -181,8 +181,7 @@ void BDecAny(ExpBuf** b, AsnAny* any, AsnLen* bytes, AsnJmpEnv& env) {
   if (env.openTypeDepth >= kMaxOpenTypeDepth) {
     AsnFail(env, kOpenTypeDepthCode, "ERROR - open types nested too deep\n");
   }
-  any->value = AsnAlloc(any->ai->size);
-  if (any->value == nullptr) AsnRaise(env, kOutOfMemoryCode);
+  any->value = AsnNew(any->ai->size, env);
   // Not counted back when the decoder is left by a jump: the recovery point ends with it.
   ++env.openTypeDepth;
   any->ai->Decode(b, any->value, bytes, env);

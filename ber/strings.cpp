@@ -25,12 +25,6 @@ constexpr char kHexDigits[] = "0123456789abcdef";
   AsnFail(env, -20, "BDecOctetString: ERROR - decoded past end of data\n");
 }
 
-uint8_t* allocate(size_t n, AsnJmpEnv& env) {
-  auto* octets = static_cast<uint8_t*>(AsnAlloc(n));
-  if (octets == nullptr) AsnRaise(env, kOutOfMemoryCode);
-  return octets;
-}
-
 // bit_count is the number of bits of `octets` octets of which the last `unused` bits do not
 // count; none when these are more than there are.
 uint32_t bit_count(size_t octets, uint32_t unused, AsnJmpEnv& env) {
@@ -57,24 +51,36 @@ bool same_octets(const uint8_t* a, const uint8_t* b, size_t n) {
   return n == 0 || std::memcmp(a, b, n) == 0;
 }
 
+// The constructed forms are rare, and have stacks: out of line.
+[[gnu::noinline]] void constructed_bits(ExpBuf** b, AsnLen len, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env) {
+  SegmentStack stack;
+  const uint32_t unused = FillBitStringStk(b, len, &stack, bytes, env);
+  const uint32_t count = bit_count(stack.total, unused, env);
+  uint8_t* octets = AsnNewOctets(stack.total, env);
+  stack.copy_to(octets);
+  *v = {count, octets};
+}
+
+[[gnu::noinline]] void constructed_octs(ExpBuf** b, AsnLen len, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env) {
+  SegmentStack stack;
+  BDecConsOctetString(b, len, &stack, bytes, env);
+  if (stack.total >= UINT32_MAX) fail_octs(env);
+  uint8_t* octets = AsnNewOctets(stack.total + 1, env);
+  stack.copy_to(octets);
+  octets[stack.total] = 0;
+  *v = {uint32_t(stack.total), octets};
+}
+
 }  // namespace
 
 void BDecAsnBitsContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnBits* v, AsnLen* bytes, AsnJmpEnv& env) {
-  if ((tag & kConstructedBit) != 0) {
-    SegmentStack stack;
-    const uint32_t unused = FillBitStringStk(b, len, &stack, bytes, env);
-    const uint32_t count = bit_count(stack.total, unused, env);
-    uint8_t* octets = allocate(stack.total, env);
-    stack.copy_to(octets);
-    *v = {count, octets};
-    return;
-  }
+  if ((tag & kConstructedBit) != 0) return constructed_bits(b, len, v, bytes, env);
   if (len == 0 || !ExpBufExpect(b, len)) fail_bits(env);
   *bytes += len;
   const uint32_t unused = ExpBufGetByte(b);
   const size_t n = len - 1;
   const uint32_t count = bit_count(n, unused, env);
-  uint8_t* octets = allocate(n, env);
+  uint8_t* octets = AsnNewOctets(n, env);
   ExpBufCopyOut(octets, b, n);
   *v = {count, octets};
 }
@@ -109,20 +115,12 @@ void PrintAsnBits(FILE* f, const AsnBits* v, unsigned /*indent*/) {
 }
 
 void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env) {
-  if ((tag & kConstructedBit) != 0) {
-    SegmentStack stack;
-    BDecConsOctetString(b, len, &stack, bytes, env);
-    if (stack.total >= UINT32_MAX) fail_octs(env);
-    uint8_t* octets = allocate(stack.total + 1, env);
-    stack.copy_to(octets);
-    *v = {uint32_t(stack.total), octets};
-    return;
-  }
+  if ((tag & kConstructedBit) != 0) return constructed_octs(b, len, v, bytes, env);
   if (!ExpBufExpect(b, len)) fail_octs(env);
   *bytes += len;
-  // The octet after the content is AsnAlloc's zero.
-  uint8_t* octets = allocate(size_t{len} + 1, env);
+  uint8_t* octets = AsnNewOctets(size_t{len} + 1, env);
   ExpBufCopyOut(octets, b, len);
+  octets[len] = 0;
   *v = {len, octets};
 }
 

@@ -46,7 +46,7 @@ void AsnFail(AsnJmpEnv& env, AsnInt code, const char* text) {
   AsnRaise(env, code);
 }
 
-AsnTag BDecTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
+AsnTag BDecLongTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
   const uint32_t octet = ExpBufGetByte(b);
   *bytes += 1;
   AsnTag tag = octet << 24;
@@ -55,7 +55,7 @@ AsnTag BDecTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
   return tag;
 }
 
-AsnLen BDecLen(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
+AsnLen BDecLongLen(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
   const uint32_t octet = ExpBufGetByte(b);
   if ((*b)->readError != 0) AsnFail(env, -13, "BDecLen: ERROR - decoded past end of data\n");
   *bytes += 1;
@@ -109,6 +109,12 @@ AsnLen BEncTag(ExpBuf** b, AsnTag tag) {
 }
 
 AsnLen BEncLenAndTag(ExpBuf** b, AsnTag tag, AsnLen n) {
+  ExpBuf* block = *b;
+  if (n < kLongForm && block->writeError == 0 && block->first - block->blockStart >= 2) {
+    *--block->first = uint8_t(n);
+    *--block->first = uint8_t(tag >> 24);
+    return n + 2;
+  }
   n += BEncDefLen(b, n);
   return n + BEncTag(b, tag);
 }

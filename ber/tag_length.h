@@ -20,10 +20,13 @@ using AsnInt = int32_t;
 inline constexpr AsnLen INDEFINITE_LEN = 0xFFFFFFFF;
 inline constexpr AsnTag kConstructedBit = 0x20000000;
 
-// The recovery point in force, as every decoder receives it. It also counts how deep
-// open types nest, which is bounded (see BDecAny).
+class Arena;
+
+// The recovery point in force, as every decoder receives it. It also says where the parts of the value are
+// allocated (see AsnNew), and counts how deep open types nest, which is bounded (see BDecAny).
 struct AsnJmpEnv {
   uint32_t openTypeDepth = 0;
+  Arena* arena = nullptr;  // null: from the heap
 };
 
 // Raised without a text when an allocation fails inside a decoder.
@@ -34,18 +37,18 @@ struct AsnJump {
   AsnInt code;
 };
 
-// AsnRaise leaves the decoder with `code`. It frees nothing: the code that set the recovery point frees the
-// parts decoded so far.
+// AsnRaise leaves the decoder with `code`. It frees nothing: the code that set the recovery point releases
+// the parts decoded so far.
 [[noreturn, gnu::cold]] void AsnRaise(AsnJmpEnv& env, AsnInt code);
 
 // AsnFail reports `text`, then raises `code`.
 [[noreturn, gnu::cold]] void AsnFail(AsnJmpEnv& env, AsnInt code, const char* text);
 
-// AsnCatch runs `decode` under a recovery point of its own and returns the code of the
-// jump that left it, 0 when none did.
+// AsnCatch runs `decode` under a recovery point of its own and returns the code of the jump that left it, 0
+// when none did. Decoders allocate from `arena`, if there is one.
 template <std::invocable<AsnJmpEnv&> F>
-[[nodiscard]] AsnInt AsnCatch(F decode) {
-  AsnJmpEnv env;
+[[nodiscard]] AsnInt AsnCatch(F decode, Arena* arena = nullptr) {
+  AsnJmpEnv env{.arena = arena};
   try {
     decode(env);
     return 0;
@@ -57,13 +60,29 @@ template <std::invocable<AsnJmpEnv&> F>
 // BDecTag reads identifier octets (X.690 8.1.2), at most four of them, and adds their number to `*bytes`.
 // Deliberate: a fourth octet that announces another one is accepted as it is; what
 // follows is read as the length. Running out of data raises -26.
-AsnTag BDecTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
+AsnTag BDecLongTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);  // in any form
+inline AsnTag BDecTag(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
+  constexpr uint32_t kFurtherOctets = 0x1F;
+  const uint32_t octet = ExpBufIsAhead(*b) ? *(*b)->cursor : kFurtherOctets;
+  if ((octet & kFurtherOctets) == kFurtherOctets) return BDecLongTag(b, bytes, env);
+  ++(*b)->cursor;
+  *bytes += 1;
+  return octet << 24;
+}
 
 // BDecLen reads length octets (X.690 8.1.3), adds their number to `*bytes` and returns the length, or
 // INDEFINITE_LEN for the single octet 0x80. Running out of data raises -13 (first octet) or
 // -15 (long form), a long form of more than four octets -14. A length beyond the data left
 // is returned as it is: the content decoders compare it.
-AsnLen BDecLen(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);
+AsnLen BDecLongLen(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);  // in any form
+inline AsnLen BDecLen(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
+  constexpr uint32_t kLongForm = 0x80;
+  const uint32_t octet = ExpBufIsAhead(*b) ? *(*b)->cursor : kLongForm;
+  if (octet >= kLongForm) return BDecLongLen(b, bytes, env);
+  ++(*b)->cursor;
+  *bytes += 1;
+  return octet;
+}
 
 // BDecEoc reads the two zero octets that end an indefinite length (X.690 8.1.5); anything else raises -16.
 void BDecEoc(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env);

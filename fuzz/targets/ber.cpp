@@ -118,6 +118,18 @@ void check_end_of_contents(View in) {
   FUZZ_CHECK(o.code == (ends ? 0 : -16) && o.bytes == (ends ? 2 : 0), o.code);
 }
 
+// A value of the heap that its Free routine releases.
+template <class T, void (*Free)(T*)>
+class Freed {
+ public:
+  Freed() = default;
+  ~Freed() { Free(&value); }
+  Freed(const Freed&) = delete;
+  Freed& operator=(const Freed&) = delete;
+
+  T value{};
+};
+
 // --- Primitive types -------------------------------------------------------------
 
 // The result of a full decoder of a primitive type for a well-formed element: a code, else a value.
@@ -129,7 +141,7 @@ struct Verdict {
 template <class T, auto Decode, auto Encode, auto Free, auto Print>
 Outcome run_primitive(View in) {
   const auto decode = [](ExpBuf** b, Outcome* out, AsnJmpEnv& env) {
-    Decoded<T, Free> v;
+    Freed<T, Free> v;
     Decode(b, &v.value, &out->bytes, env);
     out->value = octets_of(v.value);
   };
@@ -137,7 +149,7 @@ Outcome run_primitive(View in) {
   if (o.code != 0) return o;
 
   // A decoded value is encoded, and the encoding decodes to the same value.
-  Decoded<T, Free> v;
+  Freed<T, Free> v;
   ResetProcess();
   const AsnInt code =
       AsnCatch([&](AsnJmpEnv& env) { DecodeBytes<T>(Decode, in.data(), in.size(), &v.value, env); });
@@ -276,7 +288,7 @@ void check_any(View in) {
     return out;
   };
   const auto round = [&](ExpBuf** b, Outcome* out, AsnJmpEnv& env) {
-    Decoded<AsnAny, FreeAny> any;
+    Freed<AsnAny, FreeAny> any;
     decode(&any.value, b, &out->bytes, env);
     out->value = encode(any.value);
   };
@@ -293,7 +305,7 @@ void check_any_by_number(View in) {
   int32_t number = 0;
   for (const uint8_t octet : in.first(std::min<size_t>(in.size(), 4))) number = number << 8 | octet;
   const Outcome o = run(in, [&](ExpBuf** b, Outcome* out, AsnJmpEnv& env) {
-    Decoded<AsnAny, FreeAny> any;
+    Freed<AsnAny, FreeAny> any;
     SetAnyTypeByInt(&any.value, number);
     BDecAny(b, &any.value, &out->bytes, env);
   });

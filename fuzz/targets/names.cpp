@@ -38,12 +38,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FUZZ_CHECK(EnsureAsnInit(), 0);
   const Input in({data + 2, size - 2});
   ResetProcess();
-  Decoded<AsnList, FreeDistinguishedName> name;
-  if (!AsnTry([&](AsnJmpEnv& env) {
-        DecodeBytes(BDecDistinguishedName, in.data(), in.size(), &name.value, env);
-      })) {
-    return 0;
-  }
+  Decoded<AsnList> name;
+  if (name.decode(BDecDistinguishedName, in.data(), in.size()) != 0) return 0;
   const auto tlv = SequenceIn(in.view());
   // The text just fits, and just does not.
   char text[4096];

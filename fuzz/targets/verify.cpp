@@ -47,14 +47,12 @@ size_t key_bits(const Certificate& certificate) {
       certificate.tbsCertificate == nullptr ? nullptr : certificate.tbsCertificate->subjectPublicKeyInfo;
   if (info == nullptr || info->algorithm == nullptr) return 0;
   const AsnBits& bits = info->subjectPublicKey;
-  Decoded<RSAPublicKey, FreeRSAPublicKey> rsa;
-  Decoded<AsnOcts, FreeBigIntegerStr> y;
+  Decoded<RSAPublicKey> rsa;
+  Decoded<AsnOcts> y;
   ResetProcess();
   // What does not decode is of no bits.
-  static_cast<void>(AsnCatch(
-      [&](AsnJmpEnv& env) { DecodeBytes(BDecRSAPublicKey, bits.octs, bits.count / 8, &rsa.value, env); }));
-  static_cast<void>(AsnCatch(
-      [&](AsnJmpEnv& env) { DecodeBytes(BDecBigIntegerStr, bits.octs, bits.count / 8, &y.value, env); }));
+  static_cast<void>(rsa.decode(BDecRSAPublicKey, bits.octs, bits.count / 8));
+  static_cast<void>(y.decode(BDecBigIntegerStr, bits.octs, bits.count / 8));
   const size_t most = most_bits({rsa.value.modulus, rsa.value.publicExponent, y.value});
   const auto* parms = ValueAs<Dss_Parms>(info->algorithm->parameters, kAnyDsa);
   return parms == nullptr ? most : std::max(most, most_bits({parms->p, parms->q, parms->g}));
@@ -76,11 +74,9 @@ bool is_left_out(View token, View certificate) {
       most = std::max(most, bits_of(signer->signature));
     }
   }
-  Decoded<Certificate, FreeCertificate> given;
+  Decoded<Certificate> given;
   ResetProcess();
-  static_cast<void>(AsnCatch([&](AsnJmpEnv& env) {
-    DecodeBytes(BDecCertificate, certificate.data(), certificate.size(), &given.value, env);
-  }));
+  static_cast<void>(given.decode(BDecCertificate, certificate.data(), certificate.size()));
   most = std::max(most, key_bits(given.value));
   return most > kMaxKeyBits;
 }

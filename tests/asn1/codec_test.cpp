@@ -237,12 +237,8 @@ TEST(SetCodec, EachOfSeveralMandatoryFieldsIsLookedFor) {
     AsnInt number;
     AsnBool truth;
   };
-  Field fields[2] = {};
-  fields[0].type = &kAsnInt;
-  fields[0].offset = offsetof(Record, number);
+  Field fields[] = {must(FIELD(Record, number), kAsnInt), must(FIELD(Record, truth), kAsnBool)};
   fields[0].missingCode = -1001;
-  fields[1].type = &kAsnBool;
-  fields[1].offset = offsetof(Record, truth);
   fields[1].missingCode = -1002;
   Type type{};
   type.name = "Record";

@@ -11,22 +11,19 @@ namespace qex::test {
 namespace {
 
 // rewritten decodes `encoding`, all of it, and returns the encoding of the value.
-template <class T, void (*Free)(T*)>
-Octets rewritten(void (*decode)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&), AsnLen (*encode)(ExpBuf**, const T*),
-                 const Octets& encoding) {
+template <class T>
+Octets rewritten(Decoder<T> decode, AsnLen (*encode)(ExpBuf**, const T*), const Octets& encoding) {
   EXPECT_TRUE(EnsureAsnInit());
-  Decoded<T, Free> decoded;
+  Decoded<T> decoded;
   AsnLen taken = 0;
-  const AsnInt code = AsnCatch([&](AsnJmpEnv& env) {
-    taken = DecodeBytes(decode, encoding.data(), encoding.size(), &decoded.value, env);
-  });
+  const AsnInt code = decoded.decode(decode, encoding.data(), encoding.size(), &taken);
   EXPECT_EQ(code, 0);
   EXPECT_EQ(taken, encoding.size());
   if (code != 0) return {};
   return Encoded([&](ExpBuf** b) { return encode(b, &decoded.value); });
 }
 
-#define REWRITTEN(Type, encoding) ToHex(rewritten<Type, Free##Type>(BDec##Type, BEnc##Type, encoding))
+#define REWRITTEN(Type, encoding) ToHex(rewritten<Type>(BDec##Type, BEnc##Type, encoding))
 
 TEST(Codec, WritesRequestsAsOpensslDid) {
   for (const Sample& sample : Samples("requests.txt", 20)) {

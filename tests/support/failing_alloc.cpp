@@ -19,9 +19,11 @@ thread_local size_t to_refuse = 0;
 thread_local size_t refusals = 0;
 thread_local long live = 0;
 thread_local size_t largest = 0;
+thread_local size_t requests = 0;
 
 bool allow(size_t n) {
   if (n > largest) largest = n;
+  ++requests;
   if (allowed == SIZE_MAX) return true;
   if (allowed != 0) {
     --allowed;
@@ -57,8 +59,12 @@ long LiveBlocks() {
 size_t LargestRequest() {
   return largest;
 }
+size_t Requests() {
+  return requests;
+}
 void ForgetRequests() {
   largest = 0;
+  requests = 0;
 }
 
 extern "C" {

@@ -25,8 +25,10 @@ class FailingAlloc {
 // LiveBlocks is the number of blocks this thread has allocated and not freed.
 long LiveBlocks();
 
-// LargestRequest is the size of the largest allocation of this thread since ForgetRequests.
+// LargestRequest is the size of the largest allocation of this thread since ForgetRequests, and Requests
+// their number.
 size_t LargestRequest();
+size_t Requests();
 void ForgetRequests();
 
 }  // namespace qex::test

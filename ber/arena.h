@@ -1,0 +1,76 @@
+// Memory of a decoded value: cut from a few chunks, and released as a whole.
+//
+// Every export decodes into arenas. A message of usual size then takes one allocation or two, however many
+// parts it has, and its release visits none of them. Callers without an arena use the heap and the Free
+// routines instead (ber/memory.h); what they decode is the same.
+//
+// Each chunk is twice as large as the one before it, up to kLargestChunk, and a part that would leave much of
+// a chunk unused has a chunk of its own. So an arena takes little more memory than its parts.
+//
+// Under AddressSanitizer every part has a chunk of its own, so that access beyond its end is found.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace qex {
+
+class Arena {
+ public:
+  static constexpr size_t kAlignment = alignof(void*);  // no record of a type asks for more
+  static constexpr size_t kSmallestChunk = 1000;        // with its head a size that the heap keeps at hand
+  static constexpr size_t kLargestChunk = 32768;
+
+  Arena() = default;
+  ~Arena() {
+    if (chunks_ != nullptr) release();
+  }
+  Arena(const Arena&) = delete;
+  Arena& operator=(const Arena&) = delete;
+
+  // expect chooses a first chunk that suits the value in `octets` octets of input. It allocates nothing.
+  void expect(size_t octets);
+
+  // take returns `bytes` bytes that hold anything, aligned to kAlignment; null when an allocation fails. A
+  // request of 0 bytes yields a pointer of its own.
+  [[nodiscard]] void* take(size_t bytes) {
+    bytes += bytes == 0 ? 1 : 0;
+    // The room is a multiple of the alignment: a part that fits does so rounded up too.
+    return bytes <= room_ ? cut(bytes) : take_from_new_chunk(bytes);
+  }
+
+  // take_zeroed does the same, and the bytes are 0.
+  [[nodiscard]] void* take_zeroed(size_t bytes) {
+    void* const p = take(bytes);
+    if (p != nullptr) std::memset(p, 0, bytes);
+    return p;
+  }
+
+ private:
+  struct Chunk {
+    Chunk* next;
+  };
+
+  static constexpr size_t rounded_up(size_t bytes) {
+    return (bytes + (kAlignment - 1)) / kAlignment * kAlignment;
+  }
+
+  void* cut(size_t bytes) {
+    void* const p = next_;
+    next_ += rounded_up(bytes);
+    room_ -= rounded_up(bytes);
+    return p;
+  }
+
+  void* take_from_new_chunk(size_t bytes);
+  uint8_t* add_chunk(size_t room);
+  void release();
+
+  uint8_t* next_ = nullptr;            // first unused byte of the current chunk
+  size_t room_ = 0;                    // unused bytes from there on
+  size_t chunkSize_ = kSmallestChunk;  // of the next chunk
+  Chunk* chunks_ = nullptr;
+};
+
+}  // namespace qex
