@@ -3,8 +3,8 @@
 // Lanes has the instructions: those of AVX-512 IFMA in power_ifma.cpp, a stand-in of plain C++ in the tests.
 // Its products read the low 52 bits of each factor and add the low or the high 52 bits of the 104.
 //
-// The modulus m has d digits' room: R = 2^(52d) >= 16m. Values lie in V = ceil(d / 8) vectors, the digits
-// from d upward 0. They are below 3m, not below m ("almost reduced"), and have digits of exactly 52 bits.
+// The modulus m has d digits' room: R = 2^(52d) >= 16m. Values lie in V >= d / 8 vectors, the digits from
+// d upward 0. They are below 3m, not below m ("almost reduced"), and have digits of exactly 52 bits.
 //
 // One row for each digit of b adds a * b[i] and a multiple of m that clears digit 0 of the sum, which then
 // moves down by a digit. Every row but the last adds q * N, N = m * v with v = -1/m modulo 2^52. As N is -1
@@ -72,7 +72,12 @@ class IfmaKernel {
   }
   template <size_t V>
   static void normalise(uint64_t* r, Vector (&sum)[V]);
-  void choose(size_t vectors);
+  void choose();
+  template <size_t V>
+  void use() {
+    vectors_ = V;
+    multiply_ = multiply<V>;
+  }
   void split(uint64_t* r, const uint32_t* x) const;
   static uint32_t* words(uint64_t* digits) { return reinterpret_cast<uint32_t*>(digits); }
 
@@ -90,8 +95,7 @@ template <class Lanes>
 IfmaKernel<Lanes>::IfmaKernel(const uint32_t* m, size_t n) : n_(n), wide_((n + 1) / 2) {
   const size_t bits = 32 * n - size_t(std::countl_zero(m[n - 1]));
   digits_ = (bits + 4 + 51) / 52;
-  vectors_ = (digits_ + 7) / 8;
-  choose(vectors_);
+  choose();
   modulus_[wide_ - 1] = 0;
   std::memcpy(modulus_, m, n * sizeof *m);
   split(m_, m);
@@ -109,18 +113,19 @@ IfmaKernel<Lanes>::IfmaKernel(const uint32_t* m, size_t n) : n_(n), wide_((n + 1
   M_[size() - 1] = uint64_t(t >> 52);
 }
 
-// choose sets the routine for this number of vectors.
+// choose sets the routine with the fewest vectors that suffice: moduli of 1024, 2048, 3072 and 4096 bits have
+// routines of their own.
 template <class Lanes>
-void IfmaKernel<Lanes>::choose(size_t vectors) {
-  switch (vectors) {
-    case 3: multiply_ = multiply<3>; break;
-    case 4: multiply_ = multiply<4>; break;
-    case 5: multiply_ = multiply<5>; break;
-    case 6: multiply_ = multiply<6>; break;
-    case 7: multiply_ = multiply<7>; break;
-    case 8: multiply_ = multiply<8>; break;
-    case 9: multiply_ = multiply<9>; break;
-    default: multiply_ = multiply<10>; break;
+void IfmaKernel<Lanes>::choose() {
+  const size_t needed = (digits_ + 7) / 8;
+  if (needed <= 3) {
+    use<3>();
+  } else if (needed <= 5) {
+    use<5>();
+  } else if (needed <= 8) {
+    use<8>();
+  } else {
+    use<10>();
   }
 }
 

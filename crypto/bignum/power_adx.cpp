@@ -96,6 +96,9 @@ void AdxKernel::square(uint64_t* r, const uint64_t* a) {
 }  // namespace
 
 void PowerAdx(uint32_t* r, const PowerTerm* terms, size_t count, const uint32_t* m, size_t n) {
+  // Rows of few digits cost more to start than they save.
+  constexpr size_t kLeastWords = 14;
+  if (n < kLeastWords) return PowerPortable(r, terms, count, m, n);
   PowerSteps<AdxKernel>(m, n).compute(r, terms, count);
 }
 

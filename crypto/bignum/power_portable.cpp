@@ -1,4 +1,4 @@
-// Products of powers with the kernels of digits.h.
+// Products of powers with the kernels of words.h.
 #include <cstring>
 
 #include "crypto/bignum/digits.h"
@@ -16,25 +16,24 @@ class PortableKernel {
   using Digit = uint32_t;  // values are vectors of words, as digits.h has them
   static constexpr size_t kMaxDigits = kPowerMaxWords;
 
-  PortableKernel(const uint32_t* m, size_t n) : n_(n), words_(MontWords(n)), d_(words_ / kStep) {
+  PortableKernel(const uint32_t* m, size_t n) : n_(n), words_(MontWords(n)), inverse_(MontInverse(m[0])) {
     plain(m_, m);
-    inverse_ = digits::mont_inverse<Wide>(digits::load<Wide>(m_, 0), MontInverse(m[0]));
   }
 
   [[nodiscard]] size_t size() const { return words_; }
 
   void enter(uint32_t* r, const uint32_t* x) {
     plain(r, x);
-    digits::scale<Wide>(r, r, words_ * 32, m_, d_, area_, digits::mul_add<Wide>);
+    digits::scale<Wide>(r, r, words_ * 32, m_, words_ / kStep, area_, digits::mul_add<Wide>);
   }
   void plain(uint32_t* r, const uint32_t* x) const {
     r[words_ - 1] = 0;
     std::memcpy(r, x, n_ * sizeof *r);
   }
   void product(uint32_t* r, const uint32_t* a, const uint32_t* b) {
-    digits::mont_product<Wide>(r, a, b, m_, d_, inverse_, area_);
+    MontProduct(r, a, b, m_, words_, inverse_, area_);
   }
-  void square(uint32_t* r, const uint32_t* a) { digits::mont_square<Wide>(r, a, m_, d_, inverse_, area_); }
+  void square(uint32_t* r, const uint32_t* a) { MontSquare(r, a, m_, words_, inverse_, area_); }
   void leave(uint32_t* r, const uint32_t* a) const { std::memcpy(r, a, n_ * sizeof *r); }
 
  private:
@@ -45,8 +44,8 @@ class PortableKernel {
 #endif
   static constexpr size_t kStep = digits::kWords<Wide>;
 
-  size_t n_, words_, d_;  // words of the modulus, of a value, and digits of a value
-  Wide inverse_;
+  size_t n_, words_;  // words of the modulus and of a value
+  uint32_t inverse_;
   uint32_t m_[kPowerMaxWords];
   uint32_t area_[digits::scale_digits<Wide>(kPowerMaxWords / kStep, kPowerMaxWords * 32) * kStep];
 };
