@@ -60,11 +60,18 @@ class Arithmetic {
   Arithmetic& modexp(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m) {
     return call(KXBN_modexp, r, base, exp, m, pool_);
   }
+  Arithmetic& modexp2_public(KXBN* r, const KXBN* base1, const KXBN* exp1, const KXBN* base2,
+                             const KXBN* exp2, const KXBN* m) {
+    return call(KXBN_modexp2_public, r, base1, exp1, base2, exp2, m, pool_);
+  }
   Arithmetic& xgcd(const KXBN* a, const KXBN* m, Number& coefficient, Number& gcd) {
     if (ok()) code_ = KXBN_xgcd(a, m, coefficient.out(), gcd.out(), pool_);
     return *this;
   }
   Arithmetic& modinv(KXBN* r, const KXBN* a, const KXBN* m) { return call(KXBN_modinv, r, a, m, pool_); }
+  Arithmetic& modinv_public(KXBN* r, const KXBN* a, const KXBN* m) {
+    return call(KXBN_modinv_public, r, a, m, pool_);
+  }
 
  private:
   void make_one(uint32_t bits, Number& number) {

@@ -185,4 +185,8 @@ enum KXBN_Kind : uint32_t {
 // no inverse, and for a negative m, which has no residues; KXBN_BADARG, KXBN_NOMEM.
 [[nodiscard]] uint32_t KXBN_modinv(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool);
 
+// KXBN_modinv_public computes the same with the same codes, faster where m is a prime of at most 512 bits.
+// For public values only.
+[[nodiscard]] uint32_t KXBN_modinv_public(KXBN* r, const KXBN* a, const KXBN* m, KXBN_Pool* pool);
+
 }  // namespace qex

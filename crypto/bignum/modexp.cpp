@@ -3,11 +3,8 @@
 // Montgomery's method needs an odd modulus and wants one whose top bit is the top bit of a
 // word. For another odd modulus m it runs modulo an odd multiple M of m: the residue
 // modulo M, reduced modulo m, is the residue modulo m.
-#include <algorithm>
-
 #include "crypto/bignum/arithmetic.h"
 #include "crypto/bignum/internal.h"
-#include "crypto/bignum/power.h"
 
 namespace qex {
 namespace {
@@ -41,49 +38,6 @@ constexpr bool whole_words(uint32_t bits) {
   return compute.modexp(power, base, exp, magnitude).mod(r, power, m).code();
 }
 
-// PublicPower is a product of powers as PowerOdd (power.h) computes it.
-class PublicPower {
- public:
-  // takes returns whether PowerOdd takes the modulus.
-  [[nodiscard]] static bool takes(const KXBN* m) {
-    return !is_negative(m) && KXBN_testbit(m, 0) != 0 && KXBN_getsize(m) <= kPowerMaxWords && !is_one(m);
-  }
-
-  explicit PublicPower(const KXBN* m) : m_(m), n_(KXBN_getsize(m)) {}
-
-  // add adds a factor; false, and nothing is added, when PowerOdd does not take it.
-  [[nodiscard]] bool add(const KXBN* base, const KXBN* exp) {
-    if (is_negative(exp) || KXBN_getsize(exp) > kPowerMaxWords) return false;
-    if (is_negative(base) || KXBN_cmp(base, m_) >= 0) return false;
-    const uint32_t size = KXBN_getsize(base);
-    uint32_t* const padded = bases_[count_];
-    std::copy_n(base->digits, size, padded);
-    std::fill(padded + size, padded + n_, 0);
-    terms_[count_++] = {padded, exp->digits, KXBN_bits(exp)};
-    return true;
-  }
-
-  // store computes the product into r. Codes: KXBN_NOMEM.
-  [[nodiscard]] uint32_t store(KXBN* r) {
-    uint32_t words[kPowerMaxWords];
-    PowerOdd(words, terms_, count_, m_->digits, n_);
-    size_t size = n_;
-    while (size > 1 && words[size - 1] == 0) --size;
-    if (const uint32_t rc = KXBN_reserve(r, size)) return rc;
-    std::copy_n(words, size, r->digits);
-    r->used = uint32_t(size);
-    r->sign = 0;
-    return KXBN_OK;
-  }
-
- private:
-  const KXBN* m_;
-  size_t n_;
-  size_t count_ = 0;
-  PowerTerm terms_[kPowerMaxTerms];
-  uint32_t bases_[kPowerMaxTerms][kPowerMaxWords];
-};
-
 }  // namespace
 
 uint32_t KXBN_modexp(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, KXBN_Pool* pool) {
@@ -98,27 +52,6 @@ uint32_t KXBN_modexp(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, 
   }
   if (KXBN_testbit(m, 0) == 0) return KXBN_modexp_binary(r, base, exp, m, pool);
   return modexp_odd(r, base, exp, m, pool);
-}
-
-uint32_t KXBN_modexp_public(KXBN* r, const KXBN* base, const KXBN* exp, const KXBN* m, KXBN_Pool* pool) {
-  if (PublicPower::takes(m)) {
-    PublicPower power(m);
-    if (power.add(base, exp)) return power.store(r);
-  }
-  return KXBN_modexp(r, base, exp, m, pool);
-}
-
-uint32_t KXBN_modexp2_public(KXBN* r, const KXBN* base1, const KXBN* exp1, const KXBN* base2,
-                             const KXBN* exp2, const KXBN* m, KXBN_Pool* pool) {
-  if (PublicPower::takes(m)) {
-    PublicPower power(m);
-    if (power.add(base1, exp1) && power.add(base2, exp2)) return power.store(r);
-  }
-  Arithmetic compute(pool);
-  Number power1, power2, product;
-  compute.make(KXBN_bits(m), power1, power2, product);
-  compute.modexp(power1, base1, exp1, m).modexp(power2, base2, exp2, m);
-  return compute.mul(product, power1, power2).mod(r, product, m).code();
 }
 
 uint32_t KXBN_odd_multiple(KXBN* M, const KXBN* m, int* candidate) {

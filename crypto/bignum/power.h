@@ -12,11 +12,11 @@ namespace qex {
 inline constexpr size_t kPowerMaxWords = 256;  // words of the largest modulus: 8192 bits
 inline constexpr size_t kPowerMaxTerms = 2;
 
-// PowerTerm is one factor of the product, base^exponent; 0^0 is 1.
+// PowerTerm is one factor of the product, base^exponent; 0^0 is 1. The exponent may have zeros at its top.
 struct PowerTerm {
   const uint32_t* base;      // as many words as the modulus has, and below it
   const uint32_t* exponent;  // words
-  uint32_t exponentBits;     // the bit length of the exponent, 0 for zero
+  uint32_t exponentBits;     // 0 for an exponent of 0
 };
 
 // PowerOdd computes r[0..n) = the product of `count` terms modulo m[0..n), for an odd m above 1 whose top

@@ -87,7 +87,7 @@ class PowerSteps {
       for (size_t t = 0; t < count; ++t) {
         const int entry = windows[t].entry_at(position);
         if (entry < 0) continue;
-        if (count == 1 && position == 0 && entry == 0 && bits > 1) {
+        if (count == 1 && position == 0 && entry == 0 && started_) {
           return multiply_plain(r, terms[0].base);
         }
         multiply(entry_of(t, size_t(entry)));

@@ -64,13 +64,12 @@ uint32_t dsa_verify_int(const KXBN* z, const DSAKey* key, const DSASig* sig, KXB
   }
 
   Arithmetic compute(pool);
-  Number w, u1, u2, v, t1, t2;
-  compute.make(KXBN_bits(key->p), w, u1, u2, v, t1, t2).modinv(w, sig->s, key->q);
-  compute.mul(t2, z, w).mod(u1, t2, key->q);
-  compute.mul(t1, sig->r, w).mod(u2, t1, key->q);
+  Number w, u1, u2, v, product;
+  compute.make(KXBN_bits(key->p), w, u1, u2, v, product).modinv_public(w, sig->s, key->q);
+  compute.mul(product, z, w).mod(u1, product, key->q);
+  compute.mul(product, sig->r, w).mod(u2, product, key->q);
   // v = (g^u1 * y^u2 mod p) mod q
-  compute.modexp(t1, key->g, u1, key->p).modexp(t2, key->y, u2, key->p);
-  compute.mul(v, t1, t2).mod(v, v, key->p).mod(v, v, key->q);
+  compute.modexp2_public(v, key->g, u1, key->y, u2, key->p).mod(v, v, key->q);
   if (!compute.ok()) return compute.code();
   *result = KXBN_cmp(v, sig->r) == 0 ? DSA_VALID : DSA_INVALID;
   return KXBN_OK;

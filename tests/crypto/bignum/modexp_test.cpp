@@ -143,58 +143,6 @@ TEST(BignumModexpBinary, BinaryMethodTakesOddAndEvenModuli) {
   }
 }
 
-// What KXBN_modexp_public hands to PowerOdd, and what it leaves to KXBN_modexp, ends alike.
-TEST(BignumModexpPublic, AnswersLikeModexp) {
-  const std::string large = ones(8192), larger = ones(8224);
-  const std::string moduli[] = {
-      "0", "1", "2", "3", "-7", "64", "65", "ffffffff", large, larger, power_of_two(300)};
-  const std::string bases[] = {"0", "1", "2", "-5", "64", ones(300), large};
-  const std::string exponents[] = {"0", "1", "-1", "3", "10001"};
-  for (const std::string& m : moduli) {
-    for (const std::string& b : bases) {
-      for (const std::string& e : exponents) {
-        Big slow, fast;
-        const uint32_t rc = KXBN_modexp(slow, Big(b), Big(e), Big(m), nullptr);
-        ASSERT_EQ(KXBN_modexp_public(fast, Big(b), Big(e), Big(m), nullptr), rc) << b << ' ' << e << ' ' << m;
-        if (rc == KXBN_OK) {
-          EXPECT_EQ(fast.hex(), slow.hex()) << b << " ^ " << e << " mod " << m;
-        }
-      }
-    }
-  }
-}
-
-TEST(BignumModexpPublic, ExponentBeyondAllModuliIsTaken) {
-  Big slow, fast;
-  const Big e(ones(8193)), m(ones(521));
-  ASSERT_EQ(KXBN_modexp(slow, Big("3"), e, m, nullptr), KXBN_OK);
-  ASSERT_EQ(KXBN_modexp_public(fast, Big("3"), e, m, nullptr), KXBN_OK);
-  EXPECT_EQ(fast.hex(), slow.hex());
-}
-
-TEST(BignumModexpPublic, ProductOfTwoAnswersLikeItsSteps) {
-  const std::string moduli[] = {"0", "1", "2", "3", "-7", "64", "65", ones(1024), ones(8224)};
-  const std::string bases[] = {"0", "1", "-5", "64", ones(1023), ones(1025)};
-  const std::string exponents[] = {"0", "-1", "10001", ones(160)};
-  for (const std::string& m : moduli) {
-    for (const std::string& b : bases) {
-      for (const std::string& e : exponents) {
-        Big first, second, slow, fast;
-        const Big base1("2"), exp1("7"), base2(b), exp2(e), modulus(m);
-        uint32_t rc = KXBN_modexp(first, base1, exp1, modulus, nullptr);
-        if (rc == KXBN_OK) rc = KXBN_modexp(second, base2, exp2, modulus, nullptr);
-        if (rc == KXBN_OK) rc = KXBN_mul(slow, first, second, nullptr);
-        if (rc == KXBN_OK) rc = KXBN_mod(slow, slow, modulus, nullptr);
-        ASSERT_EQ(KXBN_modexp2_public(fast, base1, exp1, base2, exp2, modulus, nullptr), rc)
-            << b << ' ' << e << ' ' << m;
-        if (rc == KXBN_OK) {
-          EXPECT_EQ(fast.hex(), slow.hex()) << b << " ^ " << e << " mod " << m;
-        }
-      }
-    }
-  }
-}
-
 TEST(BignumModexpMemory, AllocationFailureIsReportedAndNothingLeaks) {
   const Big base(ones(700)), negative(negated(ones(300))), small("3"), e17("10001"), e300(ones(300));
   // Montgomery, odd multiple, even, negative modulus.
