@@ -62,6 +62,7 @@ auto compressor(QEX_MD5_CTX* ctx) {
 void MD5CompressBlocks(uint32_t (&state)[4], const uint8_t* data, size_t blocks) {
   Chain v = {state[0], state[1], state[2], state[3]};
   for (; blocks != 0; --blocks, data += kMD5Block) {
+    PrefetchBlock<kMD5Block>(data, blocks);
     uint32_t x[16];
     for (size_t k = 0; k < 16; ++k) x[k] = LoadLE32(data + 4 * k);
     const Chain before = v;

@@ -62,6 +62,7 @@ auto compressor(QEX_SHA1_CTX* ctx) {
 void SHA1CompressBlocks_portable(uint32_t (&state)[5], const uint8_t* data, size_t blocks) {
   Chain v = {state[0], state[1], state[2], state[3], state[4]};
   for (; blocks != 0; --blocks, data += kSHA1Block) {
+    PrefetchBlock<kSHA1Block>(data, blocks);
     uint32_t w[16];
     for (size_t k = 0; k < 16; ++k) w[k] = LoadBE32(data + 4 * k);
     const Chain before = v;

@@ -15,6 +15,7 @@
 
 #include "crypto/digest/forms.h"
 #include "crypto/digest/sha1.h"
+#include "crypto/octets.h"
 
 namespace QEX_FORM_NAMESPACE {
 namespace {
@@ -57,6 +58,7 @@ QEX_FORM_TARGET void SHA1CompressBlocks_sha(uint32_t (&state)[5], const uint8_t*
   __m128i abcd = _mm_shuffle_epi32(load(state), kReverse);
   __m128i e = _mm_set_epi32(int(state[4]), 0, 0, 0);
   for (; blocks != 0; --blocks, data += qex::kSHA1Block) {
+    qex::PrefetchBlock<qex::kSHA1Block>(data, blocks);
     __m128i w[4];
     for (size_t k = 0; k < 4; ++k)
       w[k] = _mm_shuffle_epi8(k < 3 ? load(data + 16 * k) : load_halves(data + 48), firstOctetHighest);

@@ -72,6 +72,7 @@ auto compressor(QEX_SHA256_CTX* ctx) {
 
 void SHA256CompressBlocks_portable(uint32_t (&state)[8], const uint8_t* data, size_t blocks) {
   for (; blocks != 0; --blocks, data += kSHA256Block) {
+    PrefetchBlock<kSHA256Block>(data, blocks);
     uint32_t w[16];
     for (size_t k = 0; k < 16; ++k) w[k] = LoadBE32(data + 4 * k);
     Chain v = {state[0], state[1], state[2], state[3], state[4], state[5], state[6], state[7]};

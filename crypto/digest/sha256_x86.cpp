@@ -15,6 +15,7 @@
 
 #include "crypto/digest/forms.h"
 #include "crypto/digest/sha256.h"
+#include "crypto/octets.h"
 
 namespace QEX_FORM_NAMESPACE {
 namespace {
@@ -64,6 +65,7 @@ QEX_FORM_TARGET void SHA256CompressBlocks_sha(uint32_t (&state)[8], const uint8_
   __m128i abef = _mm_alignr_epi8(badc, hgfe, 8);
   __m128i cdgh = _mm_blend_epi16(hgfe, badc, kUpperHalf);
   for (; blocks != 0; --blocks, data += qex::kSHA256Block) {
+    qex::PrefetchBlock<qex::kSHA256Block>(data, blocks);
     __m128i w[4];
     for (size_t k = 0; k < 4; ++k)
       w[k] = _mm_shuffle_epi8(k < 3 ? load(data + 16 * k) : load_halves(data + 48), bigEndian);

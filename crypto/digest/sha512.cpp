@@ -108,6 +108,7 @@ void finish(QEX_SHA512_CTX* ctx, uint8_t* out, size_t words) {
 
 void SHA512CompressBlocks_portable(uint32_t (&state)[16], const uint8_t* data, size_t blocks) {
   for (; blocks != 0; --blocks, data += kSHA512Block) {
+    PrefetchBlock<kSHA512Block>(data, blocks);
     uint64_t w[16];
     for (size_t k = 0; k < 16; ++k) w[k] = LoadBE64(data + 8 * k);
     Chain v = {LoadPair(state),     LoadPair(state + 2),  LoadPair(state + 4),  LoadPair(state + 6),

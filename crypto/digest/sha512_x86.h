@@ -91,6 +91,7 @@ QEX_FORM_TARGET QEX_IN_PLACE inline void compress(uint32_t (&state)[16], const u
   uint64_t before[8];
   for (size_t i = 0; i < 8; ++i) before[i] = v[i] = in_register(qex::LoadPair(state + 2 * i));
   for (; blocks != 0; --blocks, data += qex::kSHA512Block) {
+    qex::PrefetchBlock<qex::kSHA512Block>(data, blocks);
     const uint64_t* k = qex::kSHA512K;
     __asm__("" : "+r"(k));  // or compilers copy constants to the stack before the first block
     alignas(32) uint64_t sums[16];
