@@ -8,6 +8,12 @@
 
 #include "crypto/forms.h"
 
+// Forms by ARMv8 instructions. clang before version 16 offers their intrinsics only where they are compiled
+// for every function of a source.
+#if defined(__AARCH64EL__) && defined(__GNUC__) && !defined(__clang__)
+#define QEX_ARM_FORMS
+#endif
+
 namespace qex {
 
 // SHA-512 has each value in two words, the high one first, as its context does.
@@ -30,9 +36,18 @@ void SHA512CompressBlocks_avx2(uint32_t (&state)[16], const uint8_t* data, size_
 void SHA512CompressBlocks_avx512(uint32_t (&state)[16], const uint8_t* data, size_t blocks);
 #endif
 
+#if defined(QEX_ARM_FORMS)
+void SHA1CompressBlocks_arm(uint32_t (&state)[5], const uint8_t* data, size_t blocks);
+void SHA256CompressBlocks_arm(uint32_t (&state)[8], const uint8_t* data, size_t blocks);
+void SHA512CompressBlocks_arm(uint32_t (&state)[16], const uint8_t* data, size_t blocks);
+#endif
+
 inline constinit const Forms kSHA1Forms({
 #if defined(__x86_64__)
   Form<SHA1Blocks>{"sha", kFeatureSha, SHA1CompressBlocks_sha},
+#endif
+#if defined(QEX_ARM_FORMS)
+      Form<SHA1Blocks>{"arm", kFeatureArmSha1, SHA1CompressBlocks_arm},
 #endif
       Form<SHA1Blocks>{"portable", 0, SHA1CompressBlocks_portable},
 });
@@ -41,6 +56,9 @@ inline constinit const Forms kSHA256Forms({
 #if defined(__x86_64__)
   Form<SHA256Blocks>{"sha", kFeatureSha, SHA256CompressBlocks_sha},
 #endif
+#if defined(QEX_ARM_FORMS)
+      Form<SHA256Blocks>{"arm", kFeatureArmSha256, SHA256CompressBlocks_arm},
+#endif
       Form<SHA256Blocks>{"portable", 0, SHA256CompressBlocks_portable},
 });
 
@@ -48,6 +66,9 @@ inline constinit const Forms kSHA512Forms({
 #if defined(__x86_64__)
   Form<SHA512Blocks>{"avx512", kFeatureAvx512 | kFeatureAvx2 | kFeatureBmi2, SHA512CompressBlocks_avx512},
       Form<SHA512Blocks>{"avx2", kFeatureAvx2 | kFeatureBmi2, SHA512CompressBlocks_avx2},
+#endif
+#if defined(QEX_ARM_FORMS)
+      Form<SHA512Blocks>{"arm", kFeatureArmSha512, SHA512CompressBlocks_arm},
 #endif
       Form<SHA512Blocks>{"portable", 0, SHA512CompressBlocks_portable},
 });

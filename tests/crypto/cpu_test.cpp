@@ -17,6 +17,13 @@ struct NamedFeature {
   const char* flags;  // in /proc/cpuinfo, all of which it needs
 };
 
+// Other processors have no features.
+#if defined(__x86_64__) || defined(__aarch64__)
+constexpr bool kHasFeatures = true;
+#else
+constexpr bool kHasFeatures = false;
+#endif
+
 #if defined(__x86_64__)
 constexpr const char* kFlagsLine = "flags";
 constexpr NamedFeature kNamedFeatures[] = {
@@ -54,7 +61,10 @@ std::set<std::string> flags_here() {
 }
 
 TEST(Cpu, FeaturesAreThoseThatTheSystemLists) {
-#if defined(__x86_64__) || defined(__aarch64__)
+  if (!kHasFeatures) {
+    EXPECT_EQ(qex::CpuFeatures(), 0u);
+    return;
+  }
   if (qex::test::Emulated() || qex::test::UnderValgrind())
     GTEST_SKIP() << "the list is that of another processor";
   const std::set<std::string> flags = flags_here();
@@ -65,9 +75,6 @@ TEST(Cpu, FeaturesAreThoseThatTheSystemLists) {
     for (const std::string& flag : words_of(text)) listed = listed && flags.count(flag) != 0;
     EXPECT_EQ((qex::CpuFeatures() & named.feature) != 0, listed) << named.flags;
   }
-#else
-  EXPECT_EQ(qex::CpuFeatures(), 0u);
-#endif
 }
 
 TEST(Cpu, FeaturesDoNotChange) {
