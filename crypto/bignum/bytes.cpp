@@ -1,6 +1,6 @@
 // Big numbers from and to octets, in either order.
 #include "crypto/bignum/internal.h"
-#include "crypto/bignum/words.h"
+#include "crypto/octets.h"
 
 namespace qex {
 namespace {
@@ -12,17 +12,23 @@ size_t position(size_t i, size_t length, Order order) {
   return order == Order::kBigEndian ? length - 1 - i : i;
 }
 
+// word_at returns the word of weight 2^(32i), of which all four octets are there.
+uint32_t word_at(const uint8_t* octets, size_t i, size_t length, Order order) {
+  return order == Order::kBigEndian ? LoadBE32(octets + length - 4 * i - 4) : LoadLE32(octets + 4 * i);
+}
+
 [[nodiscard]] uint32_t from_octets(KXBN** out, const uint8_t* octets, size_t length, KXBN_Pool* pool,
                                    Order order) {
   *out = nullptr;
   if (length > kMaxOctets) return KXBN_BADARG;
   if (const uint32_t rc = KXBN_new(pool, int32_t(length * 8 + 64), out)) return rc;
   KXBN* const n = *out;
-  n->used = uint32_t(length / 4 + 1);
-  ClearWords(n->digits, n->used);
-  for (size_t i = 0; i < length; ++i) {
-    n->digits[i / 4] |= uint32_t{octets[position(i, length, order)]} << 8 * (i % 4);
-  }
+  const size_t whole = length / 4;
+  for (size_t i = 0; i < whole; ++i) n->digits[i] = word_at(octets, i, length, order);
+  uint32_t top = 0;
+  for (size_t i = length; i-- > 4 * whole;) top = top << 8 | octets[position(i, length, order)];
+  n->digits[whole] = top;
+  n->used = uint32_t(whole + 1);
   KXBN_trim(n);
   return KXBN_OK;
 }
@@ -30,7 +36,16 @@ size_t position(size_t i, size_t length, Order order) {
 [[nodiscard]] uint32_t to_octets(const KXBN* n, uint8_t* buffer, size_t length, Order order) {
   const size_t needed = (size_t{KXBN_bits(n)} + 7) / 8;
   if (length > kMaxOctets || length < 1 || length < needed) return KXBN_BADARG;
-  for (size_t i = 0; i < length; ++i) {
+  const size_t whole = needed / 4;
+  for (size_t i = 0; i < whole; ++i) {
+    const uint32_t word = n->digits[i];
+    if (order == Order::kBigEndian) {
+      StoreBE32(buffer + length - 4 * i - 4, word);
+    } else {
+      StoreLE32(buffer + 4 * i, word);
+    }
+  }
+  for (size_t i = 4 * whole; i < length; ++i) {
     const uint32_t word = i < needed ? n->digits[i / 4] : 0;
     buffer[position(i, length, order)] = uint8_t(word >> 8 * (i % 4));
   }
