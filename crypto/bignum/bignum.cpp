@@ -1,10 +1,12 @@
 // Big numbers: allocation, bits and comparison.
 //
-// A record of the heap is two blocks, the record and its digits; one of a pool is a slot (pool.cpp).
+// A record of the heap is one block with its digits after it, until they need more room: they are then a
+// block of their own. One of a pool is a slot (pool.cpp).
 #include "crypto/bignum/bignum.h"
 
 #include <algorithm>
 #include <bit>
+#include <cstddef>
 #include <cstdlib>
 
 #include "crypto/assertion.h"
@@ -19,18 +21,29 @@ constexpr uint32_t words_for(uint32_t bits) {
   return bits / 32 + (bits % 32 != 0);
 }
 
+// HeapNumber is a record and, in the same block, the digits that it is made with.
+struct HeapNumber {
+  KXBN record;
+  uint32_t digits[1];  // as many as there is room for
+};
+
+// first_digits returns the digits in the block of a record of the heap.
+uint32_t* first_digits(KXBN* n) {
+  return reinterpret_cast<uint32_t*>(reinterpret_cast<std::byte*>(n) + offsetof(HeapNumber, digits));
+}
+
 [[nodiscard]] uint32_t new_on_heap(uint32_t words, KXBN** out) {
-  auto* const n = static_cast<KXBN*>(std::malloc(sizeof(KXBN)));
+  auto* const n = static_cast<KXBN*>(std::malloc(offsetof(HeapNumber, digits) + words * sizeof(uint32_t)));
   if (n == nullptr) return KXBN_NOMEM;
-  auto* const digits = static_cast<uint32_t*>(std::malloc(words * sizeof(uint32_t)));
-  if (digits == nullptr) {
-    std::free(n);
-    return KXBN_NOMEM;
-  }
-  *n = KXBN{nullptr, digits, 1, words, 0};
-  digits[0] = 0;
+  *n = KXBN{nullptr, first_digits(n), 1, words, 0};
+  n->digits[0] = 0;
   *out = n;
   return KXBN_OK;
+}
+
+// is_first returns whether n still has the digits that it was made with. A slot of a pool never has.
+bool is_first(KXBN* n) {
+  return n->pool == nullptr && n->digits == first_digits(n);
 }
 
 }  // namespace
@@ -71,7 +84,7 @@ void KXBN_free(KXBN* n) {
     n->pool->freeMask |= uint32_t{1} << (n - n->pool->slots);
     return;
   }
-  std::free(n->digits);
+  if (!is_first(n)) std::free(n->digits);
   std::free(n);
 }
 
@@ -85,8 +98,11 @@ void KXBN_free4(KXBN* a, KXBN* b, KXBN* c, KXBN* d) {
 uint32_t KXBN_reserve(KXBN* n, size_t words) {
   if (words <= n->capacity) return KXBN_OK;
   if (words > kMaxWords + kSlackWords) return KXBN_BADARG;
-  auto* const digits = static_cast<uint32_t*>(std::realloc(n->digits, words * sizeof(uint32_t)));
+  const bool first = is_first(n);
+  void* const old = first ? nullptr : n->digits;
+  auto* const digits = static_cast<uint32_t*>(std::realloc(old, words * sizeof(uint32_t)));
   if (digits == nullptr) return KXBN_NOMEM;
+  if (first) std::copy_n(n->digits, n->used, digits);
   n->digits = digits;
   n->capacity = uint32_t(words);
   return KXBN_OK;

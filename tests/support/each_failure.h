@@ -46,7 +46,7 @@ void EachAllocationFailsAsItGrows(Operation operation) {
     KXBN_setword(n, UINT32_MAX);
     return operation(n);
   };
-  EachAllocationFails(call, {.least = 3});
+  EachAllocationFails(call, {.least = 2});
 }
 
 }  // namespace qex::test

@@ -104,7 +104,7 @@ TEST(BignumBytes, AllocationFailuresAreReportedAndLeaveNothing) {
         KXBN_free(n);
         return rc;
       },
-      {.least = 2});
+      {.least = 1});
 }
 
 }  // namespace
