@@ -50,7 +50,7 @@ void words_to_octets(uint8_t* octets, const uint32_t (&words)[16]) {
 }
 
 void octets_to_words(uint32_t (&words)[16], const uint8_t* octets) {
-  for (size_t k = 0; k < 16; ++k) words[k] = LoadBE32(octets + 4 * k);
+  for (size_t k = 0; k < 8; ++k) StorePair(words + 2 * k, LoadBE64(octets + 8 * k));
 }
 
 auto compressor(QEX_SHA1_CTX* ctx) {

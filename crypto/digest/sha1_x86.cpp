@@ -9,6 +9,7 @@
 #include <immintrin.h>
 #define QEX_FORM_NAMESPACE qex
 #define QEX_FORM_TARGET    __attribute__((target("sha,sse4.1")))
+#define QEX_FORM_APART(v)  __asm__("" : "+x"(v))  // not the register of another variable of the same value
 #endif
 
 #include <cstring>
@@ -42,6 +43,7 @@ QEX_FORM_TARGET inline void run_quarter(__m128i& abcd, __m128i& e, __m128i (&w)[
     __m128i& words = w[group % 4];
     const __m128i sum = group == 0 ? _mm_add_epi32(e, words) : _mm_sha1nexte_epu32(e, words);
     e = abcd;
+    QEX_FORM_APART(e);  // so that steps wait for steps alone, and not for copies
     abcd = _mm_sha1rnds4_epu32(abcd, sum, kQuarter);
     if (group < 16) {  // the words of the group after the next three
       const __m128i mixed = _mm_sha1msg1_epu32(words, w[(group + 1) % 4]);

@@ -12,6 +12,7 @@
 #include <cstring>
 
 #define QEX_FORM_TARGET
+#define QEX_FORM_APART(v)
 
 namespace qex::plain_x86 {
 
