@@ -39,7 +39,9 @@ class TextWriter {
     const bool fits = size_ > kLongest && used_ < size_ - kLongest;  // the terminator too
     char* const text = fits ? text_ + used_ : apart;
     text[0] = '.';
-    const size_t n = size_t(std::to_chars(text + 1, text + kLongest, number).ptr - text);
+    size_t n = 2;
+    text[1] = char('0' + number % 10);  // all of it, mostly
+    if (number > 9) n = size_t(std::to_chars(text + 1, text + kLongest, number).ptr - text);
     if (!fits) return append({text, n});
     used_ += n;
     text_[used_] = '\0';

@@ -24,6 +24,25 @@ namespace {
 // receives it: the end-of-contents octets count as content, and no caller looks for them. A definite one is
 // compared with `used` by decode_sequence and decode_set; a list ends where `used` reaches it.
 
+void decode_sequence(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes, AsnJmpEnv& env);
+void decode_set(const Type& t, ExpBuf** b, AsnLen len, void* rec, AsnLen* bytes, AsnJmpEnv& env);
+void decode_choice(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* rec, AsnLen* bytes,
+                   AsnJmpEnv& env);
+void decode_list(const Type& t, ExpBuf** b, AsnLen len, void* v, AsnLen* bytes, AsnJmpEnv& env);
+
+inline void decode_content(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, AsnLen* bytes,
+                           AsnJmpEnv& env) {
+  switch (t.kind) {
+    case Kind::Primitive: return t.codec->decode(b, tag, len, v, bytes, env);
+    case Kind::Sequence: return decode_sequence(t, b, len, v, bytes, env);
+    case Kind::Set: return decode_set(t, b, len, v, bytes, env);
+    case Kind::Choice: return decode_choice(t, b, tag, len, v, bytes, env);
+    case Kind::ListOf: return decode_list(t, b, len, v, bytes, env);
+    case Kind::Any:
+    case Kind::OpenList: break;  // reached through the field that names their type
+  }
+}
+
 bool starts_with_tag(const Type& t, AsnTag tag);
 
 // An untagged CHOICE has no tag in its row.
@@ -153,7 +172,7 @@ inline void decode_field(const Field& f, ExpBuf** b, AsnTag tag, AsnLen len, voi
                          AsnJmpEnv& env) {
   if (f.tagging == Tagging::Explicit) return decode_explicit(f, b, len, rec, bytes, env);
   if (f.type->kind == Kind::OpenList) return decode_open_list(f, b, tag, len, rec, bytes, env);
-  DecodeContent(*f.type, b, tag, len, place_for(f, rec, env), bytes, env);
+  decode_content(*f.type, b, tag, len, place_for(f, rec, env), bytes, env);
 }
 
 // How far the content of a SEQUENCE has been read.
@@ -305,7 +324,7 @@ void drop_field(const Field& f, void* rec, const AsnJmpEnv& env) {
     void** slot = AsnListAppendNew(list, env);
     *slot = AsnNew(element.size, env);
     AsnLen elementUsed = 0;
-    DecodeContent(element, b, tag, elementLen, *slot, &elementUsed, env);
+    decode_content(element, b, tag, elementLen, *slot, &elementUsed, env);
     // An indefinite element has been closed by its own content decoder.
     if (elementLen != INDEFINITE_LEN && elementUsed != elementLen) AsnRaise(env, t.lengthCode);
     used += elementUsed;
@@ -351,15 +370,7 @@ bool is_in_place(const Type& t, const AsnList* list) {
 
 void DecodeContent(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, void* v, AsnLen* bytes,
                    AsnJmpEnv& env) {
-  switch (t.kind) {
-    case Kind::Primitive: return t.codec->decode(b, tag, len, v, bytes, env);
-    case Kind::Sequence: return decode_sequence(t, b, len, v, bytes, env);
-    case Kind::Set: return decode_set(t, b, len, v, bytes, env);
-    case Kind::Choice: return decode_choice(t, b, tag, len, v, bytes, env);
-    case Kind::ListOf: return decode_list(t, b, len, v, bytes, env);
-    case Kind::Any:
-    case Kind::OpenList: break;  // reached through the field that names their type
-  }
+  decode_content(t, b, tag, len, v, bytes, env);
 }
 
 void DecodeFull(const Type& t, ExpBuf** b, void* v, AsnLen* bytes, AsnJmpEnv& env) {

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <cstring>
 
 namespace qex {
 
@@ -35,11 +36,14 @@ void Arena::expect(size_t octets) {
                    : std::max(kSmallestChunk, rounded_up(octets * kBytesPerOctet));
 }
 
-void* Arena::take_from_new_chunk(size_t bytes) {
+// A chunk that parts share is zeroed at once, which is faster than one part after the other.
+void* Arena::take_from_new_chunk(size_t bytes, Content content) {
   const bool alone = QEX_EACH_PART_ALONE || bytes > chunkSize_ / kShareOfChunk;
   const size_t room = alone ? bytes : chunkSize_;
   uint8_t* const start = add_chunk(room);
-  if (start == nullptr || alone) return start;
+  if (start == nullptr) return nullptr;
+  if (!alone || content == Content::Zeroes) std::memset(start, 0, room);
+  if (alone) return start;
   next_ = start;
   room_ = room;
   return cut(bytes);

@@ -12,7 +12,6 @@
 
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
 
 namespace qex {
 
@@ -34,26 +33,25 @@ class Arena {
 
   // take returns `bytes` bytes that hold anything, aligned to kAlignment; null when an allocation fails. A
   // request of 0 bytes yields a pointer of its own.
-  [[nodiscard]] void* take(size_t bytes) {
-    bytes += bytes == 0 ? 1 : 0;
-    // The room is a multiple of the alignment: a part that fits does so rounded up too.
-    return bytes <= room_ ? cut(bytes) : take_from_new_chunk(bytes);
-  }
+  [[nodiscard]] void* take(size_t bytes) { return take_part(bytes, Content::Any); }
 
   // take_zeroed does the same, and the bytes are 0.
-  [[nodiscard]] void* take_zeroed(size_t bytes) {
-    void* const p = take(bytes);
-    if (p != nullptr) std::memset(p, 0, bytes);
-    return p;
-  }
+  [[nodiscard]] void* take_zeroed(size_t bytes) { return take_part(bytes, Content::Zeroes); }
 
  private:
+  enum class Content : bool { Any, Zeroes };
   struct Chunk {
     Chunk* next;
   };
 
   static constexpr size_t rounded_up(size_t bytes) {
     return (bytes + (kAlignment - 1)) / kAlignment * kAlignment;
+  }
+
+  // The room is a multiple of the alignment: a part that fits does so rounded up too.
+  void* take_part(size_t bytes, Content content) {
+    bytes += bytes == 0 ? 1 : 0;
+    return bytes <= room_ ? cut(bytes) : take_from_new_chunk(bytes, content);
   }
 
   void* cut(size_t bytes) {
@@ -63,11 +61,11 @@ class Arena {
     return p;
   }
 
-  void* take_from_new_chunk(size_t bytes);
+  void* take_from_new_chunk(size_t bytes, Content content);
   uint8_t* add_chunk(size_t room);
   void release();
 
-  uint8_t* next_ = nullptr;            // first unused byte of the current chunk
+  uint8_t* next_ = nullptr;            // first unused byte of the current chunk; it and those after it are 0
   size_t room_ = 0;                    // unused bytes from there on
   size_t chunkSize_ = kSmallestChunk;  // of the next chunk
   Chunk* chunks_ = nullptr;
