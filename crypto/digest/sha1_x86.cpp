@@ -62,8 +62,9 @@ QEX_FORM_TARGET void SHA1CompressBlocks_sha(uint32_t (&state)[5], const uint8_t*
   for (; blocks != 0; --blocks, data += qex::kSHA1Block) {
     qex::PrefetchBlock<qex::kSHA1Block>(data, blocks);
     __m128i w[4];
-    for (size_t k = 0; k < 4; ++k)
+    for (size_t k = 0; k < 4; ++k) {
       w[k] = _mm_shuffle_epi8(k < 3 ? load(data + 16 * k) : load_halves(data + 48), firstOctetHighest);
+    }
     const __m128i abcdBefore = abcd;
     const __m128i eBefore = e;
     run_quarter<0>(abcd, e, w);

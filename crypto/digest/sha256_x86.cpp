@@ -67,8 +67,9 @@ QEX_FORM_TARGET void SHA256CompressBlocks_sha(uint32_t (&state)[8], const uint8_
   for (; blocks != 0; --blocks, data += qex::kSHA256Block) {
     qex::PrefetchBlock<qex::kSHA256Block>(data, blocks);
     __m128i w[4];
-    for (size_t k = 0; k < 4; ++k)
+    for (size_t k = 0; k < 4; ++k) {
       w[k] = _mm_shuffle_epi8(k < 3 ? load(data + 16 * k) : load_halves(data + 48), bigEndian);
+    }
     const __m128i abefBefore = abef;
     const __m128i cdghBefore = cdgh;
     const uint32_t* k = qex::kSHA256K;

@@ -42,7 +42,8 @@ double with_overhead(size_t n) {
   return double(HeapSize(n));
 }
 double in_arena(size_t n) {
-  return double((std::max<size_t>(n, 1) + Arena::kAlignment - 1) / Arena::kAlignment * Arena::kAlignment);
+  const size_t parts = (std::max<size_t>(n, 1) + Arena::kAlignment - 1) / Arena::kAlignment;
+  return double(parts * Arena::kAlignment);
 }
 
 class Bound {
@@ -83,8 +84,9 @@ class Bound {
     std::set<std::string> names;
     for (const Type* type : types_) {
       if (type->kind != Kind::Set) continue;
-      for (const Field& f : type->fields)
+      for (const Field& f : type->fields) {
         if (field(f) > 0) names.insert(type->name);
+      }
     }
     return names;
   }

@@ -65,8 +65,9 @@ TEST(Cpu, FeaturesAreThoseThatTheSystemLists) {
     EXPECT_EQ(qex::CpuFeatures(), 0u);
     return;
   }
-  if (qex::test::Emulated() || qex::test::UnderValgrind())
+  if (qex::test::Emulated() || qex::test::UnderValgrind()) {
     GTEST_SKIP() << "the list is that of another processor";
+  }
   const std::set<std::string> flags = flags_here();
   if (flags.empty()) GTEST_SKIP() << "no list";
   for (const NamedFeature& named : kNamedFeatures) {

@@ -64,8 +64,9 @@ static int print_callers(struct dl_phdr_info* image, size_t size, void* name) {
   for (size_t i = 0; i < count; ++i) {
     for (int j = 0; j < image->dlpi_phnum; ++j) {
       const uintptr_t start = image->dlpi_addr + image->dlpi_phdr[j].p_vaddr;
-      if (image->dlpi_phdr[j].p_type != PT_LOAD || callers[i] - start >= image->dlpi_phdr[j].p_memsz)
+      if (image->dlpi_phdr[j].p_type != PT_LOAD || callers[i] - start >= image->dlpi_phdr[j].p_memsz) {
         continue;
+      }
       printf("%lx\n", (unsigned long)(callers[i] - image->dlpi_addr));
     }
   }

@@ -19,11 +19,11 @@ thread_local size_t to_refuse = 0;
 thread_local size_t refusals = 0;
 thread_local long live = 0;
 thread_local size_t largest = 0;
-thread_local size_t requests = 0;
+thread_local size_t requested = 0;
 
 bool allow(size_t n) {
   if (n > largest) largest = n;
-  ++requests;
+  ++requested;
   if (allowed == SIZE_MAX) return true;
   if (allowed != 0) {
     --allowed;
@@ -60,11 +60,11 @@ size_t LargestRequest() {
   return largest;
 }
 size_t Requests() {
-  return requests;
+  return requested;
 }
 void ForgetRequests() {
   largest = 0;
-  requests = 0;
+  requested = 0;
 }
 
 extern "C" {

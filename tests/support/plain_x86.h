@@ -157,8 +157,9 @@ inline __m128i _mm_sha256msg1_epu32(__m128i first, __m128i second) {
   const Words w = words(first);
   const uint32_t following[4] = {w[1], w[2], w[3], words(second)[0]};
   Words sums = w;
-  for (size_t k = 0; k < 4; ++k)
+  for (size_t k = 0; k < 4; ++k) {
     sums[k] += std::rotr(following[k], 7) ^ std::rotr(following[k], 18) ^ (following[k] >> 3);
+  }
   return vector(sums);
 }
 inline __m128i _mm_sha256msg2_epu32(__m128i mixed, __m128i before) {
@@ -206,8 +207,9 @@ inline __m128i _mm_ternarylogic_epi64(__m128i a, __m128i b, __m128i c, int table
   const auto look_up = [table](uint64_t x, uint64_t y, uint64_t z) {
     uint64_t found = 0;
     for (unsigned at = 0; at < 8; ++at) {
-      if ((table >> at & 1) != 0)
+      if ((table >> at & 1) != 0) {
         found |= ((at & 4) != 0 ? x : ~x) & ((at & 2) != 0 ? y : ~y) & ((at & 1) != 0 ? z : ~z);
+      }
     }
     return found;
   };
