@@ -12,9 +12,6 @@ jobs=$(nproc)
 log=$(mktemp)
 trap 'rm -f "$log"' EXIT
 
-# Where a core is dumped, qemu adds a line to the messages of assertions, which tests compare.
-ulimit -c 0
-
 scripts/setup.sh platforms || exit 1
 
 # built_for prints the class, byte order and machine of a file, from its ELF header.
