@@ -5,32 +5,13 @@
 // the latency of SHA256RNDS2; everything else runs beside it.
 #if defined(__x86_64__) || defined(QEX_FORM_NAMESPACE)
 
-#ifndef QEX_FORM_NAMESPACE  // a test compiles this source over intrinsics in plain C++, under another name
-#include <immintrin.h>
-#define QEX_FORM_NAMESPACE qex
-#define QEX_FORM_TARGET    __attribute__((target("sha,sse4.1")))
-#endif
-
-#include <cstring>
-
 #include "crypto/digest/forms.h"
 #include "crypto/digest/sha256.h"
+#include "crypto/digest/sha_x86.h"
 #include "crypto/octets.h"
 
 namespace QEX_FORM_NAMESPACE {
 namespace {
-
-QEX_FORM_TARGET inline __m128i load(const void* p) {
-  return _mm_loadu_si128(static_cast<const __m128i*>(p));
-}
-
-// load_halves is for octets of which the latter half, the length of a message, may have just been stored. A
-// load of all sixteen would wait until that store has reached the cache.
-QEX_FORM_TARGET inline __m128i load_halves(const uint8_t* p) {
-  long long upper = 0;
-  std::memcpy(&upper, p + 8, sizeof(upper));
-  return _mm_insert_epi64(_mm_loadl_epi64(reinterpret_cast<const __m128i*>(p)), upper, 1);
-}
 
 // run_groups runs four groups of four rounds, of which `k` holds the constants. With kExtend the words of
 // each group are then replaced by those of sixteen rounds later.
