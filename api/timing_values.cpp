@@ -1,8 +1,8 @@
 // Conversion of time values, with the civil calendar.
 #include "api/timing_values.h"
 
+#include <cstddef>
 #include <cstdint>
-#include <cstdio>
 
 #include "api/frame.h"
 
@@ -39,6 +39,13 @@ constexpr CivilDate civil_date(int32_t days) {
   return date;
 }
 
+// Writes the last N decimal digits of `value`; returns what follows them.
+template <size_t N>
+char* put_digits(char* text, int32_t value) {
+  for (size_t i = N; i-- > 0; value /= 10) text[i] = char('0' + value % 10);
+  return text + N;
+}
+
 }  // namespace
 
 bool DurationSeconds(const TimeValue& value, float* seconds) {
@@ -69,8 +76,12 @@ bool TimeToText(const TimeValue& value, char* text) {
     --days;
   }
   const CivilDate date = civil_date(days);
-  std::snprintf(text, kTimeTextSize, "%04d%02d%02d%02d%02d%02dZ", date.year, date.month, date.day,
-                rest / 3600, rest / 60 % 60, rest % 60);
+  text = put_digits<4>(text, date.year);
+  for (const int32_t part : {date.month, date.day, rest / 3600, rest / 60 % 60, rest % 60}) {
+    text = put_digits<2>(text, part);
+  }
+  text[0] = 'Z';
+  text[1] = '\0';
   return true;
 }
 
