@@ -64,11 +64,13 @@ uint32_t dsa_verify_int(const KXBN* z, const DSAKey* key, const DSASig* sig, KXB
   }
 
   Arithmetic compute(pool);
-  Number w, u1, u2, v, product;
-  compute.make(KXBN_bits(key->p), w, u1, u2, v, product).modinv_public(w, sig->s, key->q);
+  Number w, u1, product;
+  compute.make(KXBN_bits(key->p), w, u1, product).modinv_public(w, sig->s, key->q);
   compute.mul(product, z, w).mod(u1, product, key->q);
+  Number& u2 = w;
   compute.mul(product, sig->r, w).mod(u2, product, key->q);
   // v = (g^u1 * y^u2 mod p) mod q
+  Number& v = product;
   compute.modexp2_public(v, key->g, u1, key->y, u2, key->p).mod(v, v, key->q);
   if (!compute.ok()) return compute.code();
   *result = KXBN_cmp(v, sig->r) == 0 ? DSA_VALID : DSA_INVALID;
