@@ -45,6 +45,13 @@ class ScriptTest(ToolTest):
         document = run_json("completion", "bash", check=0)
         self.assertEqual(document["script"], run("completion", "bash", check=0).stdout.decode())
 
+    def test_TheSpecificationsOfZshAreThoseOfEachCommand(self):
+        script = run("completion", "zsh", check=0).stdout.decode()
+        for command in commands():
+            with self.subTest(command=command):
+                part = re.search(rf"^      {command}\) _arguments -s(.*?) ;;$", script, flags=re.M | re.S)[1]
+                self.assertEqual(set(re.findall(r"(?m)^ +'\*?(--?[\w-]+)\[", part)), options_of(command))
+
     def test_AnotherShellIsRefused(self):
         self.assert_error(run("completion", "tcsh"), 2, "tcsh")
         self.assert_error(run("completion"), 2)
@@ -111,6 +118,25 @@ class BashTest(ToolTest):
             with self.subTest(words=words):
                 self.assertEqual(self.complete(*words), [])
 
+    def test_FilesOfTheKindMeantComeAlone(self):
+        for name in ("a.tsr", "a.token", "roots.pem", "list.sha256", "stop.crl"):
+            self.write(self.path(name), b"")
+        os.mkdir(self.path("folder"))
+        for words, files in ((("verify", "--token", ""), ["a.token", "a.tsr", "folder"]),
+                             (("cert", ""), ["a.token", "a.tsr", "folder"]), (("tac", "get", ""), ["a.token", "a.tsr", "folder"]),
+                             (("verify", "--ca-file", ""), ["folder", "roots.pem"]),
+                             (("verify", "--crl", ""), ["folder", "roots.pem", "stop.crl"]),
+                             (("digest", "--check", ""), ["folder", "list.sha256"]),
+                             (("verify", "--ca-path", ""), ["folder"]), (("stamp", "--dir", ""), ["folder"]),
+                             (("digest", "l"), ["list.sha256"]),
+                             # No file here is a request: all are offered.
+                             (("verify", "--request", "r"), ["report.txt", "roots.pem"])):
+            with self.subTest(words=words):
+                self.assertEqual(sorted(self.complete(*words)), files)
+
+    def test_NamesWithASpecialMeaningAreOffered(self):
+        self.assertEqual(self.complete("verify", "--at", ""), ["gentime", "now"])
+
 
 @needs("fish")
 class FishTest(ToolTest):
@@ -127,6 +153,25 @@ class FishTest(ToolTest):
         self.assertEqual(self.complete("qex verify --ess "), ["auto", "v1", "v2"])
         self.assertIn("report.txt", self.complete("qex verify rep"))
         self.assertNotIn("report.txt", self.complete("qex stamp --tsa rep"))
+        self.assertIn("sha384", self.complete("qex digest --hash "))
+        self.assertEqual(self.complete("qex request --frame "), ["http", "raw", "socket"])
+
+    def test_OptionsOfEveryCommandAreCompleted(self):
+        for command in commands():
+            with self.subTest(command=command):
+                self.assertEqual(set(self.complete(f"qex {command} --")),
+                                 {option for option in options_of(command) if option.startswith("--")})
+
+    def test_FilesOfTheKindMeantComeAlone(self):
+        for name in ("a.tsr", "a.token", "roots.pem"):
+            self.write(self.path(name), b"")
+        os.mkdir(self.path("folder"))
+        for line, files in (("qex verify --token ", ["a.token", "a.tsr", "folder/"]),
+                            ("qex cert ", ["a.token", "a.tsr", "folder/"]),
+                            ("qex verify --ca-file ", ["folder/", "roots.pem"]), ("qex stamp --dir ", ["folder/"]),
+                            ("qex verify --request r", ["report.txt", "roots.pem"])):
+            with self.subTest(line=line):
+                self.assertEqual(sorted(self.complete(line)), files)
 
 
 @needs("zsh")
@@ -157,8 +202,13 @@ class ZshTest(ToolTest):
         return screen
 
     def test_CommandsOptionsAndChoicesAreCompleted(self):
-        for keys, expected in (("qex veri\t", "qex verify "), ("qex verify --tsa-f\t", "--tsa-fingerprint "),
-                               ("qex verify --ess au\t", "--ess auto "), ("qex verify rep\t", "report.txt"),
+        for name in ("rep.tsr", "roots.pem"):
+            self.write(self.path(name), b"")
+        for keys, expected in (("qex veri\t", "qex verify "), ("qex cert r\t", "cert rep.tsr"),
+                               ("qex verify --ca-file r\t", "--ca-file roots.pem"),
+                               ("qex digest --hash sha38\t", "--hash sha384 "), ("qex request --frame so\t", "--frame socket "),
+                               ("qex verify --tsa-f\t", "--tsa-fingerprint "),
+                               ("qex verify --ess au\t", "--ess auto "), ("qex verify repo\t", "report.txt"),
                                ("qex tac che\t", "tac check "), ("qex help exp\t", "help explain ")):
             with self.subTest(keys=keys):
                 self.assertIn(expected, self.typed(keys, expected))

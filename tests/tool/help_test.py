@@ -43,6 +43,35 @@ class HelpTest(ToolTest):
                 self.assertEqual(run("--help", command, check=0).stdout.decode(), text)
                 self.assertEqual(run_json("help", command, check=0)["text"], text)
 
+    def test_ThePartsInJsonAreThoseOfTheText(self):
+        whole = run_json("help", check=0)
+        self.assertEqual(tuple(command["name"] for command in whole["commands"]), COMMANDS)
+        for command in COMMANDS:
+            with self.subTest(command=command):
+                document = run_json("help", command, check=0)
+                text = document["text"]
+                parts = sections(text)
+                self.assertEqual(document["common_options"], whole["common_options"])
+                self.assertEqual(text.splitlines()[0], f"qex {command}: {document['summary']}")
+
+                def in_help(row):
+                    name = ", ".join(row["names"]) + (" " if row["names"] and row["value"] else "") + (row["value"] or "")
+                    return name + ("..." if row["repeated"] and not row["names"] else "")
+
+                def shown(*titles):
+                    return [name for title in titles
+                            for name in re.findall(r"(?m)^  (\S.*?)(?:  .*)?$", parts.get(title, ""))]
+
+                self.assertEqual([in_help(row) for row in document["arguments"]], shown("arguments"))
+                self.assertEqual(sorted(map(in_help, document["options"])), sorted(shown("options", "whom to trust")))
+                self.assertEqual([in_help(row) for row in document["common_options"]], shown("options of every command"))
+                for row in document["arguments"] + document["options"] + document["common_options"]:
+                    self.assertIn(row["text"], " ".join(text.split()))
+                self.assertEqual([example["line"] for example in document["examples"]],
+                                 re.findall(r"(?m)^  (\S.*)$", parts["examples"]))
+                self.assertEqual([str(row["number"]) for row in document["exit_statuses"]],
+                                 re.findall(r"(?m)^  (\d+) ", parts["exit status"]))
+
     def test_ExamplesUseOptionsThatThereAre(self):
         for command in COMMANDS:
             text = run("help", command, check=0).stdout.decode()

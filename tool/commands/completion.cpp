@@ -5,151 +5,100 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
-#include "tool/base/hash.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
-#include "tool/commands/program.h"
+#include "tool/commands/grammar.h"
 
 namespace qex::tool {
 namespace {
 
-using Words = std::vector<std::string>;
-
-// Types of values that are not files; every other value is completed as a file name.
-constexpr std::string_view kNoFiles[] = {"URL",        "HEX", "ALG:HEX", "[ALG:]HEX",
-                                         "sha256:HEX", "OID", "NAME",    "NAME[:PASSWORD]",
-                                         "TIME",       "N",   "CODE",    "HOST:PORT"};
-
-enum class Values { None, Choices, Files, Unknown };
-
-struct Item {
-  Words names;  // -o, --hash; of a positional none
-  std::string text;
-  std::string label;  // how help calls the value
-  Values values;
-  Words choices;
-  bool repeated;
-};
-
-Words command_names() {
-  Words names;
-  for (const Command& command : Commands()) names.emplace_back(command.name);
-  return names;
-}
-
-// The choices for a value: the set that a check allows, or a list that the tool has.
-Words choices_of(const CLI::Option& option) {
-  if (ValueLabel(option) == "COMMAND") return command_names();
-  if (!option.check_lname("hash")) return ValueChoices(option);
-  Words names;
-  for (const HashAlgorithm& hash : HashAlgorithms()) names.emplace_back(hash.name);
-  return names;
-}
-
-Item item_of(const CLI::Option& option) {
-  Item item{{}, option.get_description(), ValueLabel(option), Values::None, choices_of(option), false};
-  for (const std::string& name : option.get_snames()) item.names.push_back("-" + name);
-  for (const std::string& name : option.get_lnames()) item.names.push_back("--" + name);
-  if (option.get_positional()) item.label = option.get_name(true, false);
-  item.repeated = option.get_items_expected_max() > 1;
-  if (option.get_items_expected_max() == 0) return item;
-  const bool unknown =
-      std::find(std::begin(kNoFiles), std::end(kNoFiles), ValueLabel(option)) != std::end(kNoFiles);
-  item.values = !item.choices.empty() ? Values::Choices : unknown ? Values::Unknown : Values::Files;
-  return item;
-}
-
-std::vector<Item> items_of(const CLI::App& app, bool positional) {
-  std::vector<Item> items;
-  for (const CLI::Option* option : app.get_options()) {
-    if (option->get_positional() == positional) items.push_back(item_of(*option));
-  }
-  return items;
-}
-
 // A command with all that it takes, the options of every command among it.
-struct Grammar {
-  std::string command;
-  std::string summary;
-  std::vector<Item> options;
-  std::vector<Item> positionals;
-};
-
-std::vector<Grammar> grammars() {
+std::vector<Grammar> whole_grammars() {
   const Program program;
-  const std::vector<Item> common = items_of(program.app, false);
+  const std::vector<Parameter> common = ParametersOf(program.app, false);
   std::vector<Grammar> all;
   for (const Program::Entry& entry : program.entries) {
-    Grammar grammar{entry.command->name, entry.command->summary, items_of(*entry.app, false),
-                    items_of(*entry.app, true)};
-    for (const Item& item : common) {
-      const auto is_same = [&](const Item& own) { return own.names == item.names; };
-      if (std::none_of(grammar.options.begin(), grammar.options.end(), is_same)) {
-        grammar.options.push_back(item);
-      }
-    }
+    Grammar grammar = GrammarOf(entry);
+    grammar.options.insert(grammar.options.end(), common.begin(), common.end());
     all.push_back(std::move(grammar));
   }
   return all;
 }
 
-std::string joined(const Words& words, std::string_view between = " ") {
-  std::string text;
-  for (const std::string& word : words) text += (text.empty() ? "" : std::string(between)) + word;
-  return text;
-}
-
-Words option_names(const std::vector<Item>& items) {
+Words option_names(const std::vector<Parameter>& parameters) {
   Words names;
-  for (const Item& item : items) names.insert(names.end(), item.names.begin(), item.names.end());
+  for (const Parameter& parameter : parameters)
+    names.insert(names.end(), parameter.names.begin(), parameter.names.end());
   return names;
 }
 
-bool takes_files(const Grammar& grammar) {
-  return std::any_of(grammar.positionals.begin(), grammar.positionals.end(),
-                     [](const Item& item) { return item.values == Values::Files; });
+// The first argument that is a file, null when there is none.
+const Parameter* file_argument(const Grammar& grammar) {
+  for (const Parameter& parameter : grammar.arguments) {
+    if (parameter.kind == ValueKind::Files) return &parameter;
+  }
+  return nullptr;
 }
 
-// The words that follow an option, or a command itself.
-std::string bash_case(const std::string& pattern, const Item& item) {
-  const std::string head = "    '" + pattern + "') ";
-  switch (item.values) {
-    case Values::Choices: return head + "_qex_words '" + joined(item.choices) + "'; return ;;\n";
-    case Values::Files: return head + "_qex_files; return ;;\n";
-    case Values::Unknown: return head + "return ;;\n";
-    case Values::None: break;
+// What offers the values of an option or an argument.
+std::string bash_values(const Parameter& parameter) {
+  switch (parameter.kind) {
+    case ValueKind::Choices: return "_qex_words '" + Joined(parameter.choices) + "'; ";
+    case ValueKind::Files: return "_qex_files " + Joined(parameter.suffixes) + "; ";
+    case ValueKind::Folders: return "_qex_folders; ";
+    case ValueKind::Free:
+    case ValueKind::None: break;
   }
   return "";
 }
 
+// The words that follow an option, or a command itself.
+std::string bash_case(const std::string& pattern, const Parameter& parameter) {
+  if (parameter.kind == ValueKind::None) return "";
+  return "    '" + pattern + "') " + bash_values(parameter) + "return ;;\n";
+}
+
 std::string bash_script() {
   const Program program;
-  const std::vector<Item> common = items_of(program.app, false);
+  const std::vector<Parameter> common = ParametersOf(program.app, false);
   std::string values;
   std::string options;
   std::string arguments;
-  for (const Item& item : common) {
-    for (const std::string& name : item.names) values += bash_case(" " + name, item);
+  for (const Parameter& parameter : common) {
+    for (const std::string& name : parameter.names) values += bash_case(" " + name, parameter);
   }
-  for (const Grammar& grammar : grammars()) {
-    for (const Item& item : grammar.options) {
-      for (const std::string& name : item.names) values += bash_case(grammar.command + " " + name, item);
+  for (const Grammar& grammar : whole_grammars()) {
+    const std::string command = grammar.command->name;
+    for (const Parameter& parameter : grammar.options) {
+      for (const std::string& name : parameter.names) values += bash_case(command + " " + name, parameter);
     }
-    options +=
-        "    '" + grammar.command + "') _qex_words '" + joined(option_names(grammar.options)) + "' ;;\n";
-    const std::vector<Item>& positionals = grammar.positionals;
-    if (!positionals.empty() && positionals[0].values == Values::Choices) {
-      arguments += bash_case(grammar.command + " " + grammar.command, positionals[0]);
+    options += "    '" + command + "') _qex_words '" + Joined(option_names(grammar.options)) + "' ;;\n";
+    if (!grammar.arguments.empty() && grammar.arguments[0].kind == ValueKind::Choices) {
+      arguments += bash_case(command + " " + command, grammar.arguments[0]);
     }
-    if (takes_files(grammar)) arguments += "    '" + grammar.command + " '*) _qex_files ;;\n";
+    if (const Parameter* file = file_argument(grammar)) {
+      arguments += "    '" + command + " '*) " + bash_values(*file) + ";;\n";
+    }
   }
   return R"(# Completion of qex for bash 4 and later: source <(qex completion bash)
 _qex_words() { mapfile -t COMPREPLY < <(compgen -W "$1" -- "$cur"); }
+# Files with one of the suffixes, and folders; all files where no file has one.
 _qex_files() {
+  local suffix
   compopt -o filenames 2>/dev/null
-  mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+  mapfile -t COMPREPLY < <(for suffix; do compgen -f -X "!*.$suffix" -- "$cur"; done)
+  if [[ ${#COMPREPLY[@]} -gt 0 ]]; then
+    mapfile -t -O ${#COMPREPLY[@]} COMPREPLY < <(compgen -d -- "$cur")
+  else
+    mapfile -t COMPREPLY < <(compgen -f -- "$cur")
+  fi
+}
+_qex_folders() {
+  compopt -o filenames 2>/dev/null
+  mapfile -t COMPREPLY < <(compgen -d -- "$cur")
 }
 _qex() {
   local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD-1]} command='' i
@@ -162,7 +111,7 @@ _qex() {
   fi
   for ((i = 1; i < COMP_CWORD; ++i)); do
     case ${COMP_WORDS[i]} in
-    )" + joined(command_names(), "|") +
+    )" + Joined(CommandNames(), "|") +
          R"() command=${COMP_WORDS[i]}; break ;;
     esac
   done
@@ -172,12 +121,12 @@ _qex() {
   if [[ $cur == -* ]]; then
     case $command in
     '') _qex_words ')" +
-         joined(option_names(common)) + "' ;;\n" + options + R"(    esac
+         Joined(option_names(common)) + "' ;;\n" + options + R"(    esac
     return
   fi
   case "$command $prev" in
     ' '*) _qex_words ')" +
-         joined(command_names()) + "' ;;\n" + arguments + R"(  esac
+         Joined(CommandNames()) + "' ;;\n" + arguments + R"(  esac
 }
 complete -F _qex qex
 )";
@@ -198,27 +147,30 @@ std::string zsh_text(std::string text) {
   return replaced(text, "'", "'\\''");
 }
 
-std::string zsh_values(const Item& item) {
-  const std::string label = ":" + zsh_text(item.label) + ":";
-  switch (item.values) {
-    case Values::Choices: return label + "(" + joined(item.choices) + ")";
-    case Values::Files: return label + "_files";
-    case Values::Unknown: return label + " ";
-    case Values::None: break;
+std::string zsh_values(const Parameter& parameter) {
+  const std::string label = ":" + zsh_text(parameter.label) + ":";
+  switch (parameter.kind) {
+    case ValueKind::Choices: return label + "(" + Joined(parameter.choices) + ")";
+    case ValueKind::Files:
+      if (parameter.suffixes.empty()) return label + "_files";
+      return label + "_files -g \"*.(" + Joined(parameter.suffixes, "|") + ")\"";
+    case ValueKind::Folders: return label + "_files -/";
+    case ValueKind::Free: return label + " ";
+    case ValueKind::None: break;
   }
   return "";
 }
 
 std::string zsh_arguments(const Grammar& grammar) {
   std::string text;
-  for (const Item& item : grammar.options) {
-    for (const std::string& name : item.names) {
-      text += std::string(" \\\n        '") + (item.repeated ? "*" : "") + name + "[" + zsh_text(item.text) +
-              "]" + zsh_values(item) + "'";
+  for (const Parameter& parameter : grammar.options) {
+    for (const std::string& name : parameter.names) {
+      text += std::string(" \\\n        '") + (parameter.repeated ? "*" : "") + name + "[" +
+              zsh_text(parameter.text) + "]" + zsh_values(parameter) + "'";
     }
   }
-  for (const Item& item : grammar.positionals) {
-    text += std::string(" \\\n        '") + (item.repeated ? "*" : "") + zsh_values(item) + "'";
+  for (const Parameter& parameter : grammar.arguments) {
+    text += std::string(" \\\n        '") + (parameter.repeated ? "*" : "") + zsh_values(parameter) + "'";
   }
   return text;
 }
@@ -226,13 +178,13 @@ std::string zsh_arguments(const Grammar& grammar) {
 std::string zsh_script() {
   std::string commands;
   std::string cases;
-  for (const Grammar& grammar : grammars()) {
-    commands += "    '" + grammar.command + ":" + zsh_text(grammar.summary) + "'\n";
-    cases += "      " + grammar.command + ") _arguments -s" + zsh_arguments(grammar) + " ;;\n";
+  for (const Grammar& grammar : whole_grammars()) {
+    const std::string command = grammar.command->name;
+    commands += "    '" + command + ":" + zsh_text(grammar.command->summary) + "'\n";
+    cases += "      " + command + ") _arguments -s" + zsh_arguments(grammar) + " ;;\n";
   }
-  Grammar common{"", "", {}, {}};
   const Program program;
-  common.options = items_of(program.app, false);
+  const Grammar common{nullptr, ParametersOf(program.app, false), {}};
   return "#compdef qex\n"
          "# Completion of qex for zsh: source <(qex completion zsh), or keep it as _qex in a folder of "
          "$fpath\n"
@@ -261,44 +213,60 @@ std::string fish_text(std::string text) {
   return "'" + replaced(replaced(std::move(text), "\\", "\\\\"), "'", "\\'") + "'";
 }
 
-std::string fish_values(const Item& item) {
-  switch (item.values) {
-    case Values::Choices: return " -x -a '" + joined(item.choices) + "'";
-    case Values::Files: return " -r -F";
-    case Values::Unknown: return " -x";
-    case Values::None: break;
+std::string fish_files(const Parameter& parameter) {
+  return " -k -a '(__qex_files " + Joined(parameter.suffixes) + ")'";
+}
+
+std::string fish_values(const Parameter& parameter) {
+  switch (parameter.kind) {
+    case ValueKind::Choices: return " -x -a '" + Joined(parameter.choices) + "'";
+    case ValueKind::Files: return parameter.suffixes.empty() ? " -r -F" : " -x" + fish_files(parameter);
+    case ValueKind::Folders: return " -x -a '(__fish_complete_directories)'";
+    case ValueKind::Free: return " -x";
+    case ValueKind::None: break;
   }
   return "";
 }
 
-std::string fish_option(const std::string& condition, const Item& item) {
+std::string fish_option(const std::string& condition, const Parameter& parameter) {
   std::string line = "complete -c qex" + condition;
-  for (const std::string& name : item.names) {
+  for (const std::string& name : parameter.names) {
     line += name.starts_with("--") ? " -l " + name.substr(2) : " -s " + name.substr(1);
   }
-  return line + fish_values(item) + " -d " + fish_text(item.text) + "\n";
+  return line + fish_values(parameter) + " -d " + fish_text(parameter.text) + "\n";
 }
 
 std::string fish_script() {
   const Program program;
   std::string text =
       "# Completion of qex for fish: qex completion fish > ~/.config/fish/completions/qex.fish\n"
+      "# Files with one of the suffixes, and folders; all files where no file has one.\n"
+      "function __qex_files\n"
+      "    set -l files (complete -C\"__fish_command_without_completions \"(commandline -ct))\n"
+      "    set -l meant (string match -r -- '^.*\\.(?:'(string join '|' $argv)')$' $files)\n"
+      "    if set -q meant[1]\n"
+      "        set files $meant (string match -r -- '^.*/$' $files)\n"
+      "    end\n"
+      "    printf '%s\\n' $files\n"
+      "end\n"
       "complete -c qex -f\n";
-  for (const Item& item : items_of(program.app, false)) text += fish_option("", item);
-  for (const Grammar& grammar : grammars()) {
-    text += "complete -c qex -n __fish_use_subcommand -a " + grammar.command + " -d " +
-            fish_text(grammar.summary) + "\n";
+  for (const Parameter& parameter : ParametersOf(program.app, false)) text += fish_option("", parameter);
+  for (const Command& command : Commands()) {
+    text += std::string("complete -c qex -n __fish_use_subcommand -a ") + command.name + " -d " +
+            fish_text(command.summary) + "\n";
   }
   for (const Program::Entry& entry : program.entries) {
-    const std::string condition = " -n '__fish_seen_subcommand_from " + entry.app->get_name() + "'";
-    for (const Item& item : items_of(*entry.app, false)) {
-      if (item.names != Words{"-h", "--help"}) text += fish_option(condition, item);
-    }
-    for (const Item& item : items_of(*entry.app, true)) {
-      if (item.values == Values::Choices) {
-        text += "complete -c qex" + condition + " -a '" + joined(item.choices) + "'\n";
+    const Grammar grammar = GrammarOf(entry);
+    const std::string condition =
+        std::string(" -n '__fish_seen_subcommand_from ") + entry.command->name + "'";
+    for (const Parameter& parameter : grammar.options) text += fish_option(condition, parameter);
+    for (const Parameter& parameter : grammar.arguments) {
+      if (parameter.kind == ValueKind::Choices) {
+        text += "complete -c qex" + condition + " -a '" + Joined(parameter.choices) + "'\n";
+      } else if (parameter.kind == ValueKind::Files) {
+        text += "complete -c qex" + condition;
+        text += (parameter.suffixes.empty() ? " -F" : fish_files(parameter)) + "\n";
       }
-      if (item.values == Values::Files) text += "complete -c qex" + condition + " -F\n";
     }
   }
   return text;

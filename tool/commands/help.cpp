@@ -7,7 +7,7 @@
 
 #include "tool/base/json.h"
 #include "tool/base/output.h"
-#include "tool/commands/program.h"
+#include "tool/commands/grammar.h"
 #include "tool/commands/usage.h"
 
 namespace qex::tool {
@@ -132,23 +132,61 @@ std::string program_help(const Program& program) {
          "\n'qex help COMMAND' explains one of them, 'qex explain' the exit statuses.\n";
 }
 
-std::string help_text(const std::string& command) {
-  // A parser that has read a command line holds its values; a fresh one shows the possible words.
-  const Program fresh;
-  if (command.empty()) return program_help(fresh);
-  for (const Program::Entry& entry : fresh.entries) {
-    if (command == entry.command->name) return command_help(fresh, entry);
+// The row of a command's name, null for the empty name.
+const Program::Entry* entry_of(const Program& program, const std::string& command) {
+  if (command.empty()) return nullptr;
+  for (const Program::Entry& entry : program.entries) {
+    if (command == entry.command->name) return &entry;
   }
   throw UnknownCommand(command);
+}
+
+Json parameter_rows(const std::vector<Parameter>& parameters) {
+  Json rows = Json::array();
+  for (const Parameter& parameter : parameters) {
+    rows.push_back({{"names", parameter.names},
+                    {"value", parameter.value.empty() ? Json() : Json(parameter.value)},
+                    {"text", parameter.text},
+                    {"group", parameter.group},
+                    {"repeated", parameter.repeated},
+                    {"required", parameter.required}});
+  }
+  return rows;
+}
+
+// The help in parts, for programs.
+void add_parts(Json& document, const Program& program, const Program::Entry* entry) {
+  document["common_options"] = parameter_rows(ParametersOf(program.app, false));
+  if (entry == nullptr) {
+    for (const Command& command : Commands()) {
+      document["commands"].push_back({{"name", command.name}, {"summary", command.summary}});
+    }
+    return;
+  }
+  const Grammar grammar = GrammarOf(*entry);
+  document["summary"] = entry->command->summary;
+  document["arguments"] = parameter_rows(grammar.arguments);
+  document["options"] = parameter_rows(grammar.options);
+  for (const Example& example : entry->command->examples) {
+    document["examples"].push_back({{"line", example.line}, {"text", example.text}});
+  }
+  for (const ExitText& text : ExitTexts()) {
+    if (std::ranges::find(entry->command->exits, text.status) == entry->command->exits.end()) continue;
+    document["exit_statuses"].push_back({{"number", int(text.status)}, {"meaning", text.text}});
+  }
 }
 
 }  // namespace
 
 ExitStatus PrintHelp(const std::string& command, const Options& options) {
-  const std::string text = help_text(command);
+  // A parser that has read a command line holds its values; a fresh one shows the possible words.
+  const Program fresh;
+  const Program::Entry* entry = entry_of(fresh, command);
+  const std::string text = entry == nullptr ? program_help(fresh) : command_help(fresh, *entry);
   if (options.json) {
     Json document = NewDocument("help", command);
     document["text"] = text;
+    add_parts(document, fresh, entry);
     WriteJson(document);
   } else {
     WriteText(text);
