@@ -382,7 +382,8 @@ QEX_EXPORT int32_t QEX_DecodeTSQ(QEX_TSQ_DATA* req, const uint8_t* data, uint32_
  * Result codes:
  *   QEX_OK
  *   QEX_E_ARG          transport negative or above 3; a pointer null; fewer than 5 bytes (socket) or 6
- * (HTTP); no HTTP/ at the start, no end of the head, or no status in the status line. `buffer` is unchanged.
+ *                      (HTTP); no HTTP/ at the start, no end of the head, or no status in the status line.
+ *                      `buffer` is unchanged.
  *   QEX_E_UNSUPPORTED  transport 3; nothing is changed
  *   QEX_E_NOMEM        an allocation failed; `buffer` is unchanged
  *   QEX_E_LENGTH       the announced length differs from *length, which is set to the announced total, head
@@ -441,9 +442,11 @@ QEX_EXPORT int32_t QEX_GetTSR_EncodedToken(uint8_t* out, uint32_t* outLength, co
  * and verifies nothing: see QEX_VerifyTST_Signature.
  *
  *   info         receives the TSTInfo. Set size to 1044 before every call: it holds 880 on return. Only the
- *                first 880 bytes of the record are cleared: when the token names no authority, tsaName holds
- * a terminator, and its last 164 bytes keep their previous value. A part of the name that does not fit into
- * tsaName is left out without a report. token        the token tokenLength  its length in bytes
+ *                first 880 bytes of the record are cleared: when the token names no authority, tsaName
+ *                holds a terminator, and its last 164 bytes keep their previous value. A part of the name
+ *                that does not fit into tsaName is left out without a report.
+ *   token        the token
+ *   tokenLength  its length in bytes
  *
  * Result codes:
  *   QEX_OK
@@ -451,8 +454,9 @@ QEX_EXPORT int32_t QEX_GetTSR_EncodedToken(uint8_t* out, uint32_t* outLength, co
  *   QEX_E_NOMEM    the ASN.1 tables could not be built; `info` is unchanged
  *   QEX_E_DECODE   the token, or its TSTInfo, does not decode; `info` is unchanged
  *   QEX_E_MISSING  the token has no content, or its signed data has none; `info` is unchanged
- *   QEX_E_SIZE     a serial number of more than 40 bytes, a hash of more than 128, a nonce of more than 40,
- * or an identifier whose text is longer than its field; `info` is filled as far as values fit
+ *   QEX_E_SIZE     a serial number of more than 40 bytes, a hash of more than 128, a nonce of more than
+ *                  40, or an identifier whose text is longer than its field; `info` is filled as far as
+ *                  values fit
  */
 QEX_EXPORT int32_t QEX_GetTST_TSTInfoEx(QEX_TSTINFO_EX* info, const uint8_t* token,
                                         uint32_t tokenLength) QEX_NOEXCEPT;
@@ -602,7 +606,8 @@ QEX_EXPORT int32_t QEX_RemoveAttrCerts(const uint8_t* token, uint32_t tokenLengt
  *   QEX_E_DECODE   the token does not decode
  *   QEX_E_MISSING  it has no signed data, or a certificate could not be encoded
  *   QEX_E_NOTAC    it carries none; *outLen is the length of the last attribute certificate that was
- * examined, and unchanged when there was none QEX_E_SIZE     `out` null or too small
+ *                  examined, and unchanged when there was none
+ *   QEX_E_SIZE     `out` null or too small
  */
 QEX_EXPORT int32_t QEX_GetTST_TimeAttributeCert(uint8_t* out, uint32_t* outLen, const uint8_t* token,
                                                 uint32_t tokenLen) QEX_NOEXCEPT;
