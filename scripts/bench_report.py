@@ -169,6 +169,9 @@ def drawing(figures):
            'font-family="sans-serif" font-size="12">',
            '<rect width="100%" height="100%" fill="white"/>',
            '<text x="12" y="20" font-size="14">Time of libqex, as a share of the fastest peer\'s time</text>']
+    one = left + scale
+    out.append(f'<line x1="{one:.1f}" y1="{top - 4}" x2="{one:.1f}" y2="{top + height * len(rows) + 4}" '
+               'stroke="#444" stroke-dasharray="4 3"/>')
     for i, row in enumerate(rows):
         y = top + i * height
         length = max(1.0, row["ratio"] * scale)
@@ -176,10 +179,9 @@ def drawing(figures):
         out.append(f'<text x="{left - 8}" y="{y + 13}" text-anchor="end">'
                    f'{escape(row["group"])}: {escape(row["row"])}</text>')
         out.append(f'<rect x="{left}" y="{y + 3}" width="{length:.1f}" height="{height - 6}" fill="{colour}"/>')
-        out.append(f'<text x="{left + length + 5:.1f}" y="{y + 13}">{row["ratio"]:.2f}</text>')
-    one = left + scale
-    out.append(f'<line x1="{one:.1f}" y1="{top - 4}" x2="{one:.1f}" y2="{top + height * len(rows) + 4}" '
-               'stroke="#444" stroke-dasharray="4 3"/>')
+        # White around the figure, where the line of the fastest peer crosses it.
+        out.append(f'<text x="{left + length + 5:.1f}" y="{y + 13}" paint-order="stroke" stroke="white" '
+                   f'stroke-width="4">{row["ratio"]:.2f}</text>')
     out.append(f'<text x="{one:.1f}" y="{top - 8}" text-anchor="middle">1: the fastest peer</text>')
     return "\n".join(out + ["</svg>", ""])
 
