@@ -39,6 +39,12 @@
 
 #include <stdint.h>
 
+/* The version of this header, by semantic versioning. A program compiled with it runs with every library of
+   the same major version that is not older. */
+#define QEX_VERSION_MAJOR 1
+#define QEX_VERSION_MINOR 0
+#define QEX_VERSION_PATCH 0
+
 #if defined(_WIN32) && defined(QEX_BUILDING)
 #define QEX_EXPORT __declspec(dllexport)
 #elif defined(_WIN32)

@@ -1,6 +1,6 @@
 # Compiler settings shared by all targets, and the list of parts left out.
 
-if(NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
+if(PROJECT_IS_TOP_LEVEL AND NOT CMAKE_BUILD_TYPE AND NOT CMAKE_CONFIGURATION_TYPES)
   set(CMAKE_BUILD_TYPE Release CACHE STRING "Build type" FORCE)
 endif()
 
@@ -13,7 +13,9 @@ set(CMAKE_C_EXTENSIONS OFF)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_C_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
-set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+if(PROJECT_IS_TOP_LEVEL)
+  set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+endif()
 
 # Options that instrumentation adds to a compile or link line, as lists.
 set(QEX_INSTRUMENT_COMPILE "")
@@ -137,6 +139,6 @@ function(qex_report_left_out)
     message(STATUS "Left out - ${line}")
   endforeach()
   if(NOT list)
-    message(STATUS "Nothing left out: library, tool, tests and benchmarks are built")
+    message(STATUS "Nothing left out of what was asked for: ${QEX_PARTS}")
   endif()
 endfunction()

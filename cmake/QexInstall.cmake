@@ -1,11 +1,20 @@
-# `cmake --install` copies the library and its header, the tool, and the files by
-# which CMake (find_package(qex)) and pkg-config (qex.pc) find them.
+# `cmake --install` copies library, header and tool, and the files by which CMake (find_package(qex)) and pkg-config
+# (qex.pc) find them. `--component` takes a part of that: runtime, development, tool or documentation.
 include(CMakePackageConfigHelpers)
 
 set(QEX_PACKAGE_DIR "${CMAKE_INSTALL_LIBDIR}/cmake/qex")
-install(TARGETS qex EXPORT qexTargets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
-install(FILES "${PROJECT_SOURCE_DIR}/api/qex.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
-install(EXPORT qexTargets NAMESPACE qex:: DESTINATION ${QEX_PACKAGE_DIR})
+set(development DESTINATION ${QEX_PACKAGE_DIR} COMPONENT development)
+
+# One export for each kind, so that the package describes those that are there.
+if(TARGET qex)
+  install(TARGETS qex EXPORT qexShared
+          LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
+  install(EXPORT qexShared NAMESPACE qex:: ${development})
+endif()
+install(TARGETS qex_static EXPORT qexStatic
+        ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
+install(EXPORT qexStatic NAMESPACE qex:: ${development})
+install(FILES "${PROJECT_SOURCE_DIR}/api/qex.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/qexConfig.cmake.in"
                               "${PROJECT_BINARY_DIR}/qexConfig.cmake"
@@ -13,12 +22,16 @@ configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/qexConfig.cmake.in"
                               NO_SET_AND_CHECK_MACRO)
 write_basic_package_version_file("${PROJECT_BINARY_DIR}/qexConfigVersion.cmake"
                                  COMPATIBILITY SameMajorVersion)
-install(FILES "${PROJECT_BINARY_DIR}/qexConfig.cmake" "${PROJECT_BINARY_DIR}/qexConfigVersion.cmake"
-        DESTINATION ${QEX_PACKAGE_DIR})
+install(FILES "${PROJECT_BINARY_DIR}/qexConfig.cmake" "${PROJECT_BINARY_DIR}/qexConfigVersion.cmake" ${development})
 
 # The paths of qex.pc are relative to its own folder, so the installed tree can be
 # moved, and DESTDIR works.
 file(RELATIVE_PATH QEX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
 string(REGEX REPLACE "/$" "" QEX_PC_PREFIX "${QEX_PC_PREFIX}")
+list(JOIN QEX_STATIC_NEEDS " " QEX_PC_LIBS_PRIVATE)
+set(QEX_PC_LIBS "-lqex")
+if(NOT TARGET qex)
+  string(APPEND QEX_PC_LIBS " ${QEX_PC_LIBS_PRIVATE}")
+endif()
 configure_file("${PROJECT_SOURCE_DIR}/cmake/qex.pc.in" "${PROJECT_BINARY_DIR}/qex.pc" @ONLY)
-install(FILES "${PROJECT_BINARY_DIR}/qex.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES "${PROJECT_BINARY_DIR}/qex.pc" DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)

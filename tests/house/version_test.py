@@ -1,0 +1,28 @@
+"""Every place that states the version of the project states the same one.
+
+usage: version_test.py SOURCE_FOLDER
+"""
+
+import re
+import sys
+import unittest
+
+
+class VersionTest(unittest.TestCase):
+    root = ""
+
+    def find(self, path, pattern):
+        with open(f"{self.root}/{path}", encoding="utf-8") as file:
+            found = re.search(pattern, file.read(), re.MULTILINE)
+        self.assertIsNotNone(found, f"{path} states no version")
+        return found[1]
+
+    def test_HeaderStatesTheVersionOfTheProject(self):
+        project = self.find("CMakeLists.txt", r"^project\(qex VERSION ([\d.]+)")
+        header = [self.find("api/qex.h", rf"^#define QEX_VERSION_{part} (\d+)$") for part in ("MAJOR", "MINOR", "PATCH")]
+        self.assertEqual(".".join(header), project)
+
+
+if __name__ == "__main__":
+    VersionTest.root = sys.argv.pop(1)
+    unittest.main()
