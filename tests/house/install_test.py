@@ -195,6 +195,17 @@ class InstallTest(unittest.TestCase):
         self.assertEqual([os.path.basename(file) for file in parts["runtime"]], ["libqex.so.1", "libqex.so.1.0.0"])
         self.assertIn("include/qex.h", parts["development"])
 
+    def test_PagesAndCompletionsAreInTheirPlaces(self):
+        if not os.path.exists(os.path.join(self.build, "docs", "man", "made")):
+            self.skipTest("the manual pages were not made")
+        share = os.path.join(self.prefix, "share")
+        for page in ("man3/libqex.3", *(f"man3/{name}.3" for name in self.exports)):
+            self.assertTrue(os.path.exists(f"{share}/man/{page}"), page)
+        if os.path.exists(os.path.join(self.prefix, "bin", "qex")):
+            for file in ("man/man1/qex.1", "man/man1/qex-verify.1", "bash-completion/completions/qex",
+                         "zsh/site-functions/_qex", "fish/vendor_completions.d/qex.fish"):
+                self.assertTrue(os.path.exists(f"{share}/{file}"), file)
+
     def test_TheInstalledToolFindsItsLibrary(self):
         tool = os.path.join(self.prefix, "bin", "qex")
         if not os.path.exists(tool):
