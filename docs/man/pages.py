@@ -25,7 +25,7 @@ SECTIONS = {
     "request": ["Requests for other programs"],
     "reply": ["Replies"],
     "verify": ["Verifying", "The checks", "Trust", "Many at once", "One token for a folder", "For other programs", "Indications"],
-    "show": ["Showing", "For other programs"],
+    "show": ["Showing", "Reports", "For other programs"],
     "cert": ["Certificates"],
     "tac": ["Time attribute certificates"],
     "rewrite": ["Rewriting"],

@@ -47,6 +47,7 @@ ROOMS = (
     ("tool/worker/strict/", ("tool/base/", "tool/message/", "tool/worker/inspect/", "tool/worker/strict/")),
     ("tool/worker/", ("tool/base/", "tool/message/", "tool/worker/")),
     ("tool/judge/", ("tool/base/", "tool/message/", "tool/judge/")),
+    ("tool/report/", ("tool/base/", "tool/message/", "tool/report/")),
 )
 # Folders of small programs on the public header: of the tree they include it, and what lies beside them, and
 # nothing else.
@@ -120,7 +121,7 @@ class RulesTest(unittest.TestCase):
         "crypto/bignum/bignum.h": "", "crypto/prime/lucas.h": "", "crypto/pk/rsa.h": "", "tool/base/options.h": "", "tests/support/hex.h": "",
         "examples/support.h": "",
         "tool/message/facts.h": "", "tool/worker/worker.h": "", "tool/worker/inspect/describe.h": "",
-        "tool/judge/judge.h": "", "tool/exchange/http.h": "", "tool/commands/command.h": "",
+        "tool/judge/judge.h": "", "tool/report/page.h": "", "tool/exchange/http.h": "", "tool/commands/command.h": "",
     }
 
     def broken_by(self, path, include):
@@ -158,6 +159,7 @@ class RulesTest(unittest.TestCase):
                               ("crypto/a.cpp", "<qex.h>"), ("api/a.cpp", '"tool/base/options.h"'),
                               ("tool/base/a.cpp", '"tool/message/facts.h"'), ("tool/message/a.cpp", '"tool/judge/judge.h"'),
                               ("tool/judge/a.cpp", '"tool/worker/worker.h"'), ("tool/judge/a.cpp", '"tool/exchange/http.h"'),
+                              ("tool/report/a.cpp", '"tool/judge/judge.h"'), ("tool/judge/a.cpp", '"tool/report/page.h"'),
                               ("tool/worker/a.cpp", '"tool/judge/judge.h"'), ("tool/exchange/a.cpp", '"tool/worker/worker.h"'),
                               ("tool/worker/inspect/a.cpp", '"tool/worker/worker.h"'), ("tool/worker/a.cpp", '"tool/commands/command.h"'),
                               ("tool/judge/a.cpp", '"tool/worker/inspect/describe.h"'), ("tool/worker/strict/a.cpp", '"tool/worker/worker.h"'),

@@ -169,21 +169,22 @@ bool HoldsPem(ByteView data) {
   return text_of(data).find(kBegin) != std::string_view::npos;
 }
 
-std::string ToPem(ByteView der, const std::string& label) {
-  std::string text = std::string(kBegin) + label + "-----\n";
-  size_t column = 0;
-  for (size_t i = 0; i < der.size(); i += 3) {
-    const size_t count = der.size() - i < 3 ? der.size() - i : 3;
+std::string ToBase64(ByteView octets) {
+  std::string text;
+  for (size_t i = 0; i < octets.size(); i += 3) {
+    const size_t count = octets.size() - i < 3 ? octets.size() - i : 3;
     uint32_t group = 0;
-    for (size_t j = 0; j < 3; ++j) group = group << 8 | (j < count ? der[i + j] : 0u);
+    for (size_t j = 0; j < 3; ++j) group = group << 8 | (j < count ? octets[i + j] : 0u);
     for (size_t j = 0; j < 4; ++j) text += j <= count ? kAlphabet[group >> (18 - 6 * j) & 63] : '=';
-    column += 4;
-    if (column == 64) {
-      text += '\n';
-      column = 0;
-    }
   }
-  if (column != 0) text += '\n';
+  return text;
+}
+
+std::string ToPem(ByteView der, const std::string& label) {
+  constexpr size_t kLine = 64;
+  std::string text = std::string(kBegin) + label + "-----\n";
+  const std::string body = ToBase64(der);
+  for (size_t i = 0; i < body.size(); i += kLine) text += body.substr(i, kLine) + '\n';
   return text + std::string(kEnd) + label + "-----\n";
 }
 

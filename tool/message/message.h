@@ -52,6 +52,9 @@ std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> la
 // HoldsPem returns whether a PEM block begins somewhere in `data`.
 bool HoldsPem(ByteView data);
 
+// ToBase64 renders octets as base64, without line feeds.
+std::string ToBase64(ByteView octets);
+
 // ToPem renders DER under a label such as CERTIFICATE.
 std::string ToPem(ByteView der, const std::string& label);
 

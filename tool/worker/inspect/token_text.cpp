@@ -1,4 +1,6 @@
 // Tokens for people, element by element, so that those are shown too that no decoder of the library reads.
+#include "tool/base/bytes.h"
+#include "tool/base/hash.h"
 #include "tool/base/json.h"
 #include "tool/message/oid_text.h"
 #include "tool/message/tags.h"
@@ -114,6 +116,7 @@ void describe_certificates(Json& description, const Element& set, const Extensio
                : v2                      ? DescribeAttributeCertificate(as_sequence(*element))
                                          : Json();
     if (one.is_null()) one = {{"form", element->tag & 31}};
+    if (element->tag == kSequence) one["sha256"] = tool::ToHex(tool::Sha256(element->whole));
     (v1 || v2 ? attributeCertificates : certificates).push_back(std::move(one));
   }
   description["certificates"] = std::move(certificates);
