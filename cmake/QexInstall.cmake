@@ -14,7 +14,8 @@ endif()
 install(TARGETS qex_static EXPORT qexStatic
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 install(EXPORT qexStatic NAMESPACE qex:: ${development})
-install(FILES "${PROJECT_SOURCE_DIR}/api/qex.h" DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
+install(FILES "${PROJECT_SOURCE_DIR}/api/qex.h" "${PROJECT_SOURCE_DIR}/include/qex.hpp"
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/qexConfig.cmake.in"
                               "${PROJECT_BINARY_DIR}/qexConfig.cmake"

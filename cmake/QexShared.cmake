@@ -20,6 +20,7 @@ if(NOT QEX_SANITIZE)
 endif()
 target_include_directories(qex INTERFACE
                            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
+                           $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 target_link_libraries(qex PRIVATE Threads::Threads)
 qex_link_options(qex PUBLIC)

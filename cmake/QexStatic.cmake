@@ -52,5 +52,6 @@ set_target_properties(qex_static PROPERTIES OUTPUT_NAME qex LINKER_LANGUAGE C)
 target_link_libraries(qex_static INTERFACE ${QEX_STATIC_NEEDS})
 target_include_directories(qex_static INTERFACE
                            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
+                           $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/include>
                            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
 qex_link_options(qex_static INTERFACE)

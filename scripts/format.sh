@@ -17,4 +17,4 @@ fi
 
 mode=(--dry-run -Werror)
 [ "${1:-}" != --fix ] || mode=(-i)
-git ls-files -z --cached --others --exclude-standard '*.h' '*.c' '*.cpp' | xargs -0 -r "$formatter" "${mode[@]}"
+git ls-files -z --cached --others --exclude-standard '*.h' '*.hpp' '*.c' '*.cpp' | xargs -0 -r "$formatter" "${mode[@]}"

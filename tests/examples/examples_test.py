@@ -1,7 +1,7 @@
 """The examples do what they say, on samples that openssl made and against the test authority. What is expected is
 what the openssl command reads from the same message.
 
-usage: examples_test.py MAKE_REQUEST VERIFY_REPLY READ_TOKEN
+usage: examples_test.py MAKE_REQUEST VERIFY_REPLY READ_TOKEN STAMP_FILE
 """
 
 import hashlib
@@ -23,7 +23,7 @@ from authority_test import Running  # noqa: E402
 STAMPED = b"the data to be stamped\n"
 OK, REFUSED, USAGE = 0, 1, 2
 SHA256 = "2.16.840.1.101.3.4.2.1"
-MAKE_REQUEST = VERIFY_REPLY = READ_TOKEN = None
+MAKE_REQUEST = VERIFY_REPLY = READ_TOKEN = STAMP_FILE = None
 
 
 def sample(name):
@@ -234,8 +234,48 @@ class ExamplesTest(unittest.TestCase):
                                          self.path("another")))
         self.expect_read(reply)
 
+    # --- stamp_file, the whole job in C++ -----------------------------------------
+
+    def with_authority(self, *options):
+        """A running authority, whose certificates are files of this test."""
+        keys = self.path("keys")
+        os.makedirs(keys, exist_ok=True)
+        authority = Running(keys, *options)
+        self.addCleanup(authority.__exit__)
+        for name in ("tsa", "ca"):
+            openssl("x509", "-in", authority.ready[name], "-outform", "DER", "-out", self.path(name + ".der"))
+        return authority
+
+    def stamp(self, status, authority, certificate="tsa.der"):
+        return self.ends(status, STAMP_FILE, self.data, "127.0.0.1", str(authority.ready["socket_port"]),
+                         self.path(certificate))
+
+    def test_FileIsStampedAndChecked(self):
+        text = self.stamp(OK, self.with_authority())
+        self.assertRegex(text, r"^.*data: stamped at 20\d{12}Z \+/- 1500100 us\n$")
+
+    def test_OtherCertificateIsRefused(self):
+        authority = self.with_authority()
+        self.assertIn("QEX_E_SIGNATURE", self.stamp(REFUSED, authority, "ca.der"))
+        self.file("empty", b"")
+        self.assertIn("QEX_E_ARG", self.stamp(REFUSED, authority, "empty"))
+
+    def test_RefusalAndHalfAReplyAreReported(self):
+        text = self.stamp(REFUSED, self.with_authority("--reject", "timeNotAvailable", "--status-text", "no clock"))
+        self.assertIn("the TSA says: no clock", text)
+        self.assertIn("QEX_E_REJECTED", text)
+        self.assertIn("QEX_E_LENGTH", self.stamp(REFUSED, self.with_authority("--truncate", "100")))
+
+    def test_MissingAuthorityAndFilesAreNamed(self):
+        with self.with_authority() as authority:
+            pass
+        self.assertIn("no connection to port", self.stamp(USAGE, authority))
+        self.assertIn("absent: cannot be read", self.ends(USAGE, STAMP_FILE, self.path("absent"), "127.0.0.1", "1",
+                                                          self.path("tsa.der")))
+        self.assertIn("usage: stamp_file", self.ends(USAGE, STAMP_FILE))
+
 
 if __name__ == "__main__":
-    MAKE_REQUEST, VERIFY_REPLY, READ_TOKEN = sys.argv[1:4]
-    del sys.argv[1:4]
+    MAKE_REQUEST, VERIFY_REPLY, READ_TOKEN, STAMP_FILE = sys.argv[1:5]
+    del sys.argv[1:5]
     unittest.main()

@@ -14,6 +14,7 @@ import unittest
 
 LAYERS = ("api", "asn1", "ber", "crypto", "ground")
 PUBLIC_HEADER = "api/qex.h"
+PUBLIC_HEADERS = (PUBLIC_HEADER, "include/qex.hpp")
 
 # What each folder may include of the library: folders end in a slash, the rest are patterns of files. The
 # first row that a file's path begins with counts; other folders (unit tests, benchmarks, fuzz targets) see
@@ -27,8 +28,10 @@ ALLOWED = (
     # Besides the public header, the table of result texts is the only part of api/.
     ("tool/worker/inspect/", (r"api/qex\.h$", r"api/result_texts\.h$", r"asn1/", r"ber/")),
     ("tool/", (r"api/qex\.h$",)),
+    ("include/", (r"api/qex\.h$",)),
     ("examples/", (r"api/qex\.h$",)),
     ("tests/abi/", (r"api/qex\.h$",)),
+    ("tests/hpp/", (r"api/qex\.h$",)),
 )
 # All rooms of crypto/ may include these.
 CRYPTO_GROUND = ("crypto/assertion.h", "crypto/cpu.h", "crypto/forms.h", "crypto/octets.h")
@@ -49,9 +52,9 @@ ROOMS = (
     ("tool/judge/", ("tool/base/", "tool/message/", "tool/judge/")),
     ("tool/report/", ("tool/base/", "tool/message/", "tool/report/")),
 )
-# Folders of small programs on the public header: of the tree they include it, and what lies beside them, and
-# nothing else.
-ALONE = ("examples/", "tests/abi/")
+# The C++ header, and folders of small programs on the public headers: of the tree they include these, and what lies
+# beside them, and nothing else. The library, its tool and their tests are written without the C++ header.
+ALONE = ("include/", "examples/", "tests/abi/", "tests/hpp/")
 INCLUDE = re.compile(r'^[ \t]*#[ \t]*include[ \t]*(?:"([^"]+)"|<([^>]+)>)', re.MULTILINE)
 SOURCE = re.compile(r"\.(c|cc|cpp|h|hpp|inc)$")
 
@@ -76,7 +79,7 @@ def find_target(sources, includer, name):
     for candidate in (name, beside, os.path.normpath(name).replace(os.sep, "/")):
         if candidate in sources:
             return candidate
-    return PUBLIC_HEADER if name == "qex.h" else None
+    return next((header for header in PUBLIC_HEADERS if name == header.split("/")[1]), None)
 
 
 def broken_arrows(sources):
@@ -98,7 +101,9 @@ def broken_arrows(sources):
             if target.startswith("examples/") and not path.startswith("examples/"):
                 found.append(f"{path}: examples are for nobody else")
             alone = next((start for start in ALONE if path.startswith(start)), None)
-            if alone is not None and target != PUBLIC_HEADER and not target.startswith(alone):
+            if alone is not None and target not in PUBLIC_HEADERS and not target.startswith(alone):
+                found.append(f"{path}: may not include {target}")
+            if alone is None and target == PUBLIC_HEADERS[1]:
                 found.append(f"{path}: may not include {target}")
             if rooms is not None and target.startswith(folder) and not target.startswith(rooms):
                 found.append(f"{path}: may not include {target}")
@@ -119,7 +124,7 @@ class RulesTest(unittest.TestCase):
         "ground/expect.h": "", "api/qex.h": "", "api/frame.h": "", "api/result_texts.h": "", "asn1/codec.h": "",
         "ber/buffer.h": "", "crypto/octets.h": "", "crypto/digest/sha1.h": "",
         "crypto/bignum/bignum.h": "", "crypto/prime/lucas.h": "", "crypto/pk/rsa.h": "", "tool/base/options.h": "", "tests/support/hex.h": "",
-        "examples/support.h": "",
+        "examples/support.h": "", "include/qex.hpp": "",
         "tool/message/facts.h": "", "tool/worker/worker.h": "", "tool/worker/inspect/describe.h": "",
         "tool/judge/judge.h": "", "tool/report/page.h": "", "tool/exchange/http.h": "", "tool/commands/command.h": "",
     }
@@ -139,6 +144,8 @@ class RulesTest(unittest.TestCase):
                               ("tool/worker/inspect/a.cpp", '"api/result_texts.h"'),
                               ("examples/a.c", "<qex.h>"), ("examples/a.c", '"api/qex.h"'), ("examples/a.c", '"support.h"'),
                               ("examples/a.c", "<stdio.h>"), ("tests/abi/a.c", '"qex.h"'),
+                              ("include/qex.hpp", '"qex.h"'), ("examples/a.cpp", "<qex.hpp>"),
+                              ("tests/hpp/a.cpp", '"qex.hpp"'), ("tests/hpp/a.cpp", '"support.h"'),
                               ("crypto/digest/a.cpp", '"crypto/octets.h"'), ("crypto/prime/a.cpp", '"crypto/bignum/bignum.h"'),
                               ("crypto/pk/a.cpp", '"crypto/digest/sha1.h"'), ("crypto/pk/a.cpp", '"crypto/prime/lucas.h"'),
                               ("tests/api/a.cpp", '"crypto/pk/rsa.h"'), ("fuzz/a.cpp", '"ber/buffer.h"'),
@@ -171,6 +178,10 @@ class RulesTest(unittest.TestCase):
                               ("tests/api/a.cpp", '"../../examples/support.h"'), ("tool/a.cpp", '"examples/support.h"'),
                               ("examples/b/a.c", '"../../ber/buffer.h"'), ("tests/abi/a.c", '"api/frame.h"'),
                               ("ground/a.h", '"ber/buffer.h"'), ("ground/a.h", '"crypto/octets.h"'),
+                              ("include/qex.hpp", '"ber/buffer.h"'), ("include/qex.hpp", '"api/frame.h"'),
+                              ("tests/hpp/a.cpp", '"api/frame.h"'), ("tests/hpp/a.cpp", '"tests/support/hex.h"'),
+                              ("api/a.cpp", '"include/qex.hpp"'), ("tool/a.cpp", "<qex.hpp>"),
+                              ("tests/api/a.cpp", '"qex.hpp"'),
                               ("ground/a.h", '"expect.h"'), ("tool/a.cpp", '"ground/expect.h"')):
             with self.subTest(path=path, include=include):
                 self.assertNotEqual(self.broken_by(path, include), [])
