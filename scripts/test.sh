@@ -12,7 +12,7 @@ jobs=$(nproc)
 logs=$(mktemp -d)
 trap 'rm -rf "$logs"' EXIT
 
-scripts/setup.sh sanitize docs || exit 1
+scripts/setup.sh sanitize docs bindings || exit 1
 
 failed=()
 for preset in "${presets[@]}"; do
