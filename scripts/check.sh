@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible bench fuzz)
+steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible packages bench fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -59,6 +59,14 @@ step_platforms() {  # the suite of the library on 32-bit, ARM and big-endian mac
   scripts/platforms.sh
 }
 
+step_packages() {  # the Debian packages build, and lintian finds nothing
+  scripts/packages.sh
+}
+
+step_packages_root() {  # the packages in a clean root: a program built, a file stamped; in 'all'
+  scripts/packages.sh --root
+}
+
 step_bench() {  # results beside those of other libraries, and counts of instructions; no times
   scripts/bench.sh --once
   scripts/instructions.sh
@@ -76,7 +84,10 @@ usage() {
 
 chosen=("$@")
 [ ${#chosen[@]} -gt 0 ] || chosen=("${steps[@]}")
-[ "${chosen[*]}" != all ] || chosen=("${steps[@]/#includes/includes_all}")
+if [ "${chosen[*]}" = all ]; then
+  chosen=("${steps[@]/#includes/includes_all}")
+  chosen=("${chosen[@]/#packages/packages_root}")
+fi
 for step in "${chosen[@]}"; do
   if ! declare -F "step_$step" >/dev/null; then
     usage >&2
@@ -87,6 +98,7 @@ done
 purposes=(check fuzz format)
 [[ " ${chosen[*]} " != *" platforms "* ]] || purposes+=(platforms)
 [[ " ${chosen[*]} " != *" bench "* ]] || purposes+=(bench)
+[[ " ${chosen[*]} " != *" packages"* ]] || purposes+=(package)
 scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)

@@ -1,4 +1,4 @@
-"""The shared library exports what the version script lists and the header declares.
+"""The shared library exports what the version script and the symbols file of its package list, and the header declares.
 
 usage: exports_test.py SOURCE_FOLDER LIBQEX_SO NM
 """
@@ -47,6 +47,11 @@ class ExportsTest(unittest.TestCase):
         # Some nm print a node's own symbol as NODE, others as NODE@@NODE.
         found = [f"{kind} {name.split('@@')[0] if kind == 'A' else name}" for _, kind, name in self.symbols]
         self.assertEqual(sorted(found), sorted(wanted))
+
+    def test_TheSymbolsFileOfDebianHasTheExports(self):
+        with open(f"{self.root}/debian/libqex1.symbols", encoding="utf-8") as file:
+            listed = re.findall(r"^ (\w+@QEX_[\d.]+) [\d.]+$", file.read(), re.MULTILINE)
+        self.assertEqual(sorted(listed), sorted(f"{name}@{node}" for name, node in self.node_of.items()))
 
     def test_BothUpdatesOfTheSha512FamilyAreOneEntry(self):
         address = {name.split("@@")[0]: value for value, _, name in self.symbols}

@@ -17,10 +17,11 @@ class VersionTest(unittest.TestCase):
         self.assertIsNotNone(found, f"{path} states no version")
         return found[1]
 
-    def test_HeaderStatesTheVersionOfTheProject(self):
+    def test_HeaderAndPackagesStateTheVersionOfTheProject(self):
         project = self.find("CMakeLists.txt", r"^project\(qex VERSION ([\d.]+)")
         header = [self.find("api/qex.h", rf"^#define QEX_VERSION_{part} (\d+)$") for part in ("MAJOR", "MINOR", "PATCH")]
         self.assertEqual(".".join(header), project)
+        self.assertEqual(self.find("debian/changelog", r"\Aqex \(([\d.]+)\)"), project)
 
 
 if __name__ == "__main__":
