@@ -48,6 +48,7 @@ class Record:
 
     c_name: str
     name: str
+    text: str  # one sentence or two about it
     fields: tuple[Field, ...]
     size: int
     alignment: int
@@ -115,7 +116,7 @@ def _record(c_name: str, described: dict, known: dict[str, Record]) -> Record:
         offset, widest = offset + size, max(widest, alignment)
     if offset % widest:
         raise DescriptionError(f"{c_name} would need padding at its end")
-    return Record(c_name, described["name"], tuple(fields), offset, widest)
+    return Record(c_name, described["name"], described["text"], tuple(fields), offset, widest)
 
 
 def load(path: str) -> Interface:

@@ -53,7 +53,7 @@ def _python_type(field: Field) -> str:
 def _dataclass(record: Record) -> list[str]:
     """The size of a record is its structure's; what is left are values. A QEX_U64 is a number."""
     lines = ["", "", "@dataclasses.dataclass(frozen=True, kw_only=True)", f"class {record.name}(Record):",
-             f'    """{record.c_name}"""', ""]
+             f'    """{record.c_name}: {record.text[0].lower()}{record.text[1:]}"""', ""]
     fields = [field for field in record.fields if field.name != "size"]
     lines += [f"    {_snake(field.name)}: {_python_type(field)}" for field in fields]
     lines += ["", f"    STRUCTURE = {record.c_name}", f"    SIZED = {record.sized}", "    FIELDS = ("]

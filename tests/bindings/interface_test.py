@@ -102,6 +102,13 @@ class InterfaceTest(unittest.TestCase):
             names = [] if listed.strip() == "void" else re.findall(r"(\w+)\s*(?:,|$)", listed)
             self.assertEqual([name for name, _ in function.parameters], names, function.c_name)
 
+    def test_TextsOfRecordsAreThoseOfTheHeader(self):
+        with open(f"{self.root}/api/qex.h", encoding="utf-8") as file:
+            comments = dict((name, " ".join(text.split())) for text, name in re.findall(
+                r"/\* ((?:(?!\*/).)*?)\*/\ntypedef struct (QEX_\w+) {", file.read(), re.DOTALL))
+        for record in self.interface.records:
+            self.assertEqual(record.text, comments[record.c_name].removesuffix(f" {record.size} bytes."))
+
     def test_ResultTextsAreThoseOfTheLibrary(self):
         with open(f"{self.root}/api/result_texts.cpp", encoding="utf-8") as file:
             table = dict(re.findall(r'\{(QEX_\w+),\s*"QEX_\w+",\s*"([^"]*)"\}', file.read()))

@@ -336,7 +336,7 @@ class QEX_TIMING_POLICY(ctypes.Structure):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TsqDataEx(Record):
-    """QEX_TSQ_DATA_EX"""
+    """QEX_TSQ_DATA_EX: a time-stamp request (RFC 3161, 2.4.1)."""
 
     hash_algorithm: str = ""
     hashed_message: bytes = b""
@@ -361,7 +361,7 @@ class TsqDataEx(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TsqData(Record):
-    """QEX_TSQ_DATA"""
+    """QEX_TSQ_DATA: a time-stamp request, short form."""
 
     hash_algorithm: str = ""
     hashed_message: bytes = b""
@@ -384,7 +384,7 @@ class TsqData(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TsrStatus(Record):
-    """QEX_TSR_STATUS"""
+    """QEX_TSR_STATUS: the status of a response (RFC 3161, 2.4.2)."""
 
     status: int = 0
     status_text: str = ""
@@ -401,7 +401,7 @@ class TsrStatus(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TstInfoEx(Record):
-    """QEX_TSTINFO_EX"""
+    """QEX_TSTINFO_EX: the content of a time-stamp token (RFC 3161, 2.4.2, TSTInfo)."""
 
     version: int = 0
     policy: str = ""
@@ -442,7 +442,7 @@ class TstInfoEx(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TstInfo(Record):
-    """QEX_TSTINFO"""
+    """QEX_TSTINFO: the content of a time-stamp token, short form."""
 
     version: int = 0
     policy: str = ""
@@ -479,7 +479,7 @@ class TstInfo(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TacInfoEx(Record):
-    """QEX_TACINFO_EX"""
+    """QEX_TACINFO_EX: who a time attribute certificate is for and from (RFC 3281, 4.1)."""
 
     version: int = 0
     holder_name: str = ""
@@ -516,7 +516,7 @@ class TacInfoEx(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TacInfo(Record):
-    """QEX_TACINFO"""
+    """QEX_TACINFO: who a time attribute certificate is for and from, short form."""
 
     version: int = 0
     holder_name: str = ""
@@ -551,7 +551,7 @@ class TacInfo(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TimingMetricsEx(Record):
-    """QEX_TIMING_METRICS_EX"""
+    """QEX_TIMING_METRICS_EX: the authority's timing metrics. Times are UTC, YYYYMMDDhhmmssZ; durations are in seconds."""
 
     ntp_time: str = ""
     offset: float = 0.0
@@ -574,7 +574,7 @@ class TimingMetricsEx(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TimingMetrics(Record):
-    """QEX_TIMING_METRICS"""
+    """QEX_TIMING_METRICS: the authority's timing metrics without the leap event."""
 
     ntp_time: str = ""
     offset: float = 0.0
@@ -593,7 +593,7 @@ class TimingMetrics(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TimingPolicy(Record):
-    """QEX_TIMING_POLICY"""
+    """QEX_TIMING_POLICY: the authority's timing policy."""
 
     policy_id: str = ""
     max_offset: float = 0.0

@@ -5,6 +5,7 @@ import concurrent.futures
 import hashlib
 import os
 import pathlib
+import pickle
 import signal
 import stat
 import sys
@@ -148,6 +149,13 @@ def test_nobody_is_trusted_by_default():
     for trust in ({}, {"untrusted": "x"}, {"crl": ["x"]}, {"allow_weak": True}):
         with pytest.raises(ValueError, match="nobody is trusted"):
             qex.Trust(**trust)
+
+
+def test_jobs_trust_and_answers_can_be_sent_to_other_processes(trust):
+    job, kept = pickle.loads(pickle.dumps((qex.Job(token=GOOD), trust)))
+    assert kept == trust and hash(kept) == hash(trust) and job == qex.Job(token=GOOD)
+    answer = next(qex.check_many([job], trust=kept))
+    assert pickle.loads(pickle.dumps(answer)) == answer and answer
 
 
 # --- Many --------------------------------------------------------------------------

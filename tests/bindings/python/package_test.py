@@ -1,6 +1,7 @@
 """The package as it is delivered: its types, its wheel, the example with the test authority."""
 
 import os
+import re
 import shutil
 import subprocess
 import sys
@@ -31,6 +32,25 @@ def test_every_public_name_is_documented():
     for kind in (qex.Checker, qex.Answer):
         for name, thing in vars(kind).items():
             assert name.startswith("_") or not callable(thing) or thing.__doc__, name
+
+
+def test_programs_of_the_readme_run(tmp_path, monkeypatch, capsys, root_pem):
+    blocks = re.findall(r"```python\n(.*?)```", (PACKAGE / "README.md").read_text(), re.DOTALL)
+    monkeypatch.chdir(tmp_path)
+    shutil.copy(root_pem, "roots.pem")
+    shutil.copy(SAMPLES / "reply_sha256_v2_cert.der", "report.pdf.tsr")
+    (tmp_path / "report.pdf").write_bytes(STAMPED)
+    reply = (SAMPLES / "reply_sha256_v2_cert.der").read_bytes()
+    names = {"data": STAMPED, "reply": reply, "paths": ["report.pdf.tsr", "report.pdf", "report.pdf.tsr"]}
+    for block in blocks:
+        exec(block, names)  # the later ones go on from the earlier ones
+    text = openssl("ts", "-reply", "-in", "report.pdf.tsr", "-text").decode()
+    lines = capsys.readouterr().out.splitlines()
+    assert len(blocks) == 3 and lines[0].startswith("stamped at 20") and lines[0].endswith("+00:00")
+    assert names["refused"] == [str(tmp_path / "report.pdf")]
+    assert int(lines[1].split()[1]) == int(field(text, "Serial number"), 16)
+    asked = openssl("ts", "-query", "-in", "/dev/stdin", "-text", octets=names["request"]).decode()
+    assert int(field(asked, "Nonce"), 16) == int.from_bytes(names["nonce"], "big")
 
 
 # --- The wheel -------------------------------------------------------------------
