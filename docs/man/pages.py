@@ -119,7 +119,7 @@ def command_page(name, document, markdown):
         section("SEE ALSO", page_reference("qex", 1) + "\n")])
 
 
-def program_page(document, statuses, markdown):
+def program_page(document, rows, statuses, markdown):
     commands = document["commands"]
     return "\n".join([
         section("NAME", "qex - time-stamping by RFC 3161\n"),
@@ -130,6 +130,7 @@ def program_page(document, statuses, markdown):
         section("EXIT STATUS", *(term(bold(str(row["number"])), escaped(row["meaning"]), escaped(row["what_to_do"]))
                                  for row in statuses)),
         sections_of(markdown, ["JSON", "Environment", "Worker processes"]),
+        examples(rows),
         section("SEE ALSO", ", ".join([page_reference("qex-" + row["name"], 1) for row in commands]
                                       + [page_reference("libqex", 3)]) + "\n")])
 
@@ -139,7 +140,8 @@ def pages_of_the_tool(qex, markdown):
         return json.loads(subprocess.run([qex, *arguments, "--json"], check=True, capture_output=True).stdout)
 
     whole = ask("help")
-    pages = {"qex": program_page(whole, ask("explain")["exit_statuses"], markdown)}
+    first = [ask("help", name)["examples"][0] for name in ("stamp", "verify", "show", "digest")]
+    pages = {"qex": program_page(whole, first, ask("explain")["exit_statuses"], markdown)}
     for row in whole["commands"]:
         if row["name"] not in SECTIONS:
             raise SystemExit(f"man: docs/man/pages.py names no section of docs/qex.md for the command {row['name']}")
@@ -242,7 +244,7 @@ def family_page(name, header, example):
                                       ["libqex", *("libqex-" + other for other in also)]) + "\n")])
 
 
-def library_page(header):
+def library_page(header, example):
     families = []
     for name, (title, part, names, _) in FAMILIES.items():
         functions = [function.name for function in header.section(part).functions if not names or function.name in names]
@@ -254,15 +256,17 @@ def library_page(header):
         section("SYNOPSIS", literal("#include <qex.h>\n\ncc program.c -lqex")),
         section("DESCRIPTION", blocks_text(header.preamble[1:])),
         section("FUNCTIONS", *families),
+        section("EXAMPLES", literal(example)),
         section("SEE ALSO", page_reference("qex", 1) + "\n")])
 
 
 def pages_of_the_library(header, folder):
-    pages = {"libqex": library_page(header)}
-    for name in FAMILIES:
+    def example(name):
         with open(os.path.join(folder, name + ".c"), encoding="utf-8") as file:
-            pages["libqex-" + name] = family_page(name, header, file.read())
-    return pages
+            return file.read()
+
+    pages = {"libqex-" + name: family_page(name, header, example(name)) for name in FAMILIES}
+    return {"libqex": library_page(header, example("libqex")), **pages}
 
 
 def links(header):

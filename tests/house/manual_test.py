@@ -7,6 +7,7 @@ Options are taken from the text of the help, functions and codes from cmake/qex.
 this test's own.
 """
 
+import functools
 import glob
 import hashlib
 import os
@@ -26,6 +27,7 @@ def read(*path):
         return file.read()
 
 
+@functools.lru_cache(maxsize=None)
 def rendered(page):
     """A page as text of 80 columns, without backspaces and escapes."""
     return subprocess.run([GROFF, "-t", "-man", "-Tascii", "-P-cbou", "-rLL=78n", page], check=True, capture_output=True,
@@ -120,6 +122,16 @@ class ToolTest(unittest.TestCase):
                         self.assertEqual(self.names(part(text, title.upper()), 7), self.names(rows, 2))
                         self.assertEqual(one_line(part(text, title.upper())), one_line(rows))
 
+    def test_EverySectionOfTheDocumentIsOnAPage(self):
+        text = one_line(" ".join(map(rendered, pages(1))))
+        # The page has the statuses from the tool.
+        sections = re.findall(r"^###? (.*)\n((?:.|\n)*?)(?=^##|\Z)", read(SOURCE, "docs", "qex.md"), flags=re.M)
+        for title, body in sections:
+            first = next((part for part in body.split("\n\n") if re.match(r"\s*[\w`]", part) and "```" not in part), "")
+            plain = one_line(re.sub(r"`|\*\*|\[([^]]*)\]\([^)]*\)", r"\1", first))
+            with self.subTest(section=title):
+                self.assertTrue(plain[:40] in text or title == "Exit status", plain)
+
     def test_TheFirstPageHasTheCommandsAndTheOptionsOfAll(self):
         text = rendered(f"{MANUAL}/man1/qex.1")
         parts = self.help()
@@ -179,7 +191,8 @@ class ExampleTest(unittest.TestCase):
 
     def program(self, name):
         """The example of a page, as its section shows it, compiled."""
-        lines = part(rendered(f"{MANUAL}/man3/libqex-{name}.3"), "EXAMPLES").splitlines()
+        page = "libqex" if name == "libqex" else "libqex-" + name
+        lines = part(rendered(f"{MANUAL}/man3/{page}.3"), "EXAMPLES").splitlines()
         source = "\n".join(line[11:] for line in lines)
         path = os.path.join(self.scratch.name, name)
         with open(path + ".c", "w", encoding="utf-8") as file:
@@ -240,12 +253,20 @@ class ExampleTest(unittest.TestCase):
     def test_Errors(self):
         self.assertRegex(self.run_example("errors", b""), rb"^code -6, ASN\.1 error -\d+\n$")
 
-    def test_EveryFamilyHasAnExample(self):
-        for page in families():
-            name = os.path.basename(page)[len("libqex-"):-2]
-            if name:
-                self.assertTrue(os.path.exists(os.path.join(SOURCE, "docs", "man", "examples", name + ".c")))
-                self.assertIn("main(", part(rendered(page), "EXAMPLES"))
+    def test_TheWholeWay(self):
+        folder = os.path.join(SOURCE, "tests", "data", "samples")
+        for data, certificate, code in ((b"the data to be stamped\n", "tsa", 0), (b"other", "tsa", 1),
+                                        (b"the data to be stamped\n", "root", 1), (b"other", "none", 2)):
+            path = os.path.join(self.scratch.name, "data")
+            with open(path, "wb") as file:
+                file.write(data)
+            with self.subTest(data=data, certificate=certificate):
+                self.run_example("libqex", b"", path, os.path.join(folder, "reply_sha256_v2_cert.der"),
+                                 os.path.join(folder, f"certificate_{certificate}.der"), check=code)
+
+    def test_EveryPageHasAnExample(self):
+        for page in pages(1) + families():
+            self.assertTrue(part(rendered(page), "EXAMPLES"), page)
 
 
 if __name__ == "__main__":
