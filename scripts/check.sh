@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible packages bench fuzz)
+steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -59,6 +59,10 @@ step_platforms() {  # the suite of the library on 32-bit, ARM and big-endian mac
   scripts/platforms.sh
 }
 
+step_abi() {  # the binary interface of the library is the recorded one
+  scripts/abi.sh
+}
+
 step_packages() {  # the Debian packages build, and lintian finds nothing
   scripts/packages.sh
 }
@@ -99,6 +103,7 @@ purposes=(check fuzz format)
 [[ " ${chosen[*]} " != *" platforms "* ]] || purposes+=(platforms)
 [[ " ${chosen[*]} " != *" bench "* ]] || purposes+=(bench)
 [[ " ${chosen[*]} " != *" packages"* ]] || purposes+=(package)
+[[ " ${chosen[*]} " != *" abi "* ]] || purposes+=(abi)
 scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)

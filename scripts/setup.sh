@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages for building and testing, on Debian 12 and its relatives: only those that are missing.
 #
-# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [docs] [bindings] [package]     each adds packages for that purpose
+# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [docs] [bindings] [abi] [package]     each adds packages for that purpose
 set -euo pipefail
 
 packages=(
@@ -24,10 +24,11 @@ for purpose in "$@"; do
     check) packages+=(git clang libclang-rt-14-dev clang-tidy-14 cppcheck valgrind) ;;
     platforms)
       packages+=(g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest) ;;
+    abi) packages+=(abigail-tools) ;;                                 # the binary interface
     package) packages+=(debhelper dpkg-dev lintian mmdebstrap scdoc) ;;  # Debian packages, and a root to install them in
     docs) packages+=(scdoc man-db fish zsh) ;;                        # manual pages, and the shells that complete
     bindings) packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel) ;;  # the Python package
-    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, docs, bindings, package)" >&2; exit 2 ;;
+    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, docs, bindings, abi, package)" >&2; exit 2 ;;
   esac
 done
 
