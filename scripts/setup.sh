@@ -27,7 +27,9 @@ for purpose in "$@"; do
     abi) packages+=(abigail-tools) ;;                                 # the binary interface
     package) packages+=(debhelper dpkg-dev lintian mmdebstrap scdoc) ;;  # Debian packages, and a root to install them in
     docs) packages+=(scdoc man-db fish zsh) ;;                        # manual pages, and the shells that complete
-    bindings) packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel) ;;  # the Python package
+    bindings)
+      packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel)  # the Python package
+      packages+=(golang-go) ;;
     *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, docs, bindings, abi, package)" >&2; exit 2 ;;
   esac
 done

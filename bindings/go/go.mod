@@ -1,0 +1,3 @@
+module example.invalid/qex
+
+go 1.19
