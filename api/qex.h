@@ -112,8 +112,8 @@ enum {
 
 /* A 64-bit unsigned number: high * 2^32 + low. */
 typedef struct QEX_U64 {
-  uint32_t high;
-  uint32_t low;
+  uint32_t high; /* its upper 32 bits */
+  uint32_t low;  /* its lower 32 bits */
 } QEX_U64;
 
 /* A time-stamp request (RFC 3161, 2.4.1). 440 bytes. */
@@ -236,10 +236,10 @@ typedef struct QEX_TIMING_METRICS_EX {
 
 /* The authority's timing metrics without the leap event. 72 bytes. */
 typedef struct QEX_TIMING_METRICS {
-  char ntpTime[32];
-  float offset;
-  float delay;
-  char expiration[32];
+  char ntpTime[32];    /* as above */
+  float offset;        /* as above */
+  float delay;         /* as above */
+  char expiration[32]; /* as above */
 } QEX_TIMING_METRICS;
 
 /* The authority's timing policy. 136 bytes. */
@@ -259,10 +259,10 @@ typedef struct QEX_TIMING_POLICY {
  * Pointers are not checked. Contexts are independent: threads may use different ones at once.
  */
 
-typedef struct QEX_MD5_CTX QEX_MD5_CTX;
-typedef struct QEX_SHA1_CTX QEX_SHA1_CTX;
-typedef struct QEX_SHA256_CTX QEX_SHA256_CTX;
-typedef struct QEX_SHA512_CTX QEX_SHA512_CTX; /* also for SHA-384 */
+typedef struct QEX_MD5_CTX QEX_MD5_CTX;       /* a context of MD5 */
+typedef struct QEX_SHA1_CTX QEX_SHA1_CTX;     /* a context of SHA-1 */
+typedef struct QEX_SHA256_CTX QEX_SHA256_CTX; /* a context of SHA-256 */
+typedef struct QEX_SHA512_CTX QEX_SHA512_CTX; /* a context of SHA-512 or SHA-384 */
 
 /* MD5: 16 bytes. Collisions are known; use it only to check old stamps. */
 QEX_EXPORT QEX_MD5_CTX* QEX_MD5_Init(void) QEX_NOEXCEPT;

@@ -227,6 +227,18 @@ class bad_result_access : public std::exception {
 };
 #endif
 
+template <class T>
+class result;
+
+namespace detail {
+
+// Whether a T can be made of a U that is neither a result nor a failure.
+template <class U, class T>
+concept makes = std::is_constructible_v<T, U> && !std::is_same_v<std::remove_cvref_t<U>, result<T>> &&
+                !std::is_same_v<std::remove_cvref_t<U>, unexpected>;
+
+}  // namespace detail
+
 /// A value or the failure to make it: a subset of std::expected<T, failure> with the same names and meanings.
 /// `*r`, `r->` and `error()` need the state that they ask for.
 template <class T>
@@ -238,11 +250,9 @@ class [[nodiscard]] result {
   /// Holds a value made by default.
   constexpr result() = default;
   /// Holds the value.
-  template <class U = T>
-  requires(
-      std::is_constructible_v<T, U&&> && !std::is_same_v<std::remove_cvref_t<U>, result> &&
-      !std::is_same_v<std::remove_cvref_t<U>, unexpected>) constexpr explicit(!std::is_convertible_v<U, T>)
-      result(U&& value)
+  template <detail::makes<T> U = T>
+  // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): the concept leaves copies and moves alone
+  constexpr explicit(!std::is_convertible_v<U, T>) result(U&& value)
       : state_(std::in_place_index<0>, std::forward<U>(value)) {}
   /// Holds the failure.
   constexpr result(unexpected why) noexcept : state_(std::in_place_index<1>, why.error()) {}
@@ -376,8 +386,16 @@ template <class Range, class... Octet>
 inline constexpr bool spans = (std::is_constructible_v<std::span<Octet>, Range> || ...);
 
 template <class Range>
-inline constexpr bool is_array_of_char =
-    std::is_array_v<Range>&& std::is_same_v<std::remove_cv_t<std::remove_extent_t<Range>>, char>;
+concept array_of_char =
+    std::is_array_v<Range> && std::is_same_v < std::remove_cv_t<std::remove_extent_t<Range>>,
+char > ;
+
+template <class Range>
+concept readable =
+    spans<const Range&, const std::uint8_t, const std::byte, const char> && !array_of_char<Range>;
+
+template <class Range>
+concept writable = spans<Range, std::uint8_t, std::byte, char>;
 
 }  // namespace detail
 
@@ -391,10 +409,9 @@ class bytes_in {
   /// `size` octets from `data` on.
   constexpr bytes_in(const std::uint8_t* data, std::size_t size) noexcept : data_(data), size_(size) {}
   /// The octets of a range.
-  template <class Range>
-  requires(detail::spans<const Range&, const std::uint8_t, const std::byte, const char> &&
-           !detail::is_array_of_char<Range>) bytes_in(const Range& range)
-  noexcept : data_(reinterpret_cast<const std::uint8_t*>(std::data(range))), size_(std::size(range)) {}
+  template <detail::readable Range>
+  bytes_in(const Range& range) noexcept
+      : data_(reinterpret_cast<const std::uint8_t*>(std::data(range))), size_(std::size(range)) {}
 
   /// data returns the first octet; never null.
   [[nodiscard]] const std::uint8_t* data() const noexcept { return data_ == nullptr ? &kNone : data_; }
@@ -418,9 +435,10 @@ class bytes_out {
   /// `size` octets from `data` on.
   constexpr bytes_out(std::uint8_t* data, std::size_t size) noexcept : data_(data), size_(size) {}
   /// The elements of a range.
-  template <class Range>
-  requires(detail::spans<Range&&, std::uint8_t, std::byte, char>) bytes_out(Range&& range)
-  noexcept : data_(reinterpret_cast<std::uint8_t*>(std::data(range))), size_(std::size(range)) {}
+  template <detail::writable Range>
+  // NOLINTNEXTLINE(bugprone-forwarding-reference-overload): the concept leaves copies and moves alone
+  bytes_out(Range&& range) noexcept
+      : data_(reinterpret_cast<std::uint8_t*>(std::data(range))), size_(std::size(range)) {}
 
   /// data returns the first octet; null when there are none.
   [[nodiscard]] constexpr std::uint8_t* data() const noexcept { return size_ == 0 ? nullptr : data_; }
@@ -707,9 +725,8 @@ struct basic_request {
   /// set_nonce sets the contents octets of the nonce: big-endian two's complement, used as given;
   /// result_code::argument when there are more than 40.
   result<void> set_nonce(bytes_in nonce) noexcept requires(!is_short) {
-    if (!detail::set_octets(record.nonce, record.nonceLength, nonce))
-      return unexpected(result_code::argument);
-    return {};
+    const bool fits = detail::set_octets(record.nonce, record.nonceLength, nonce);
+    return fits ? result<void>() : unexpected(result_code::argument);
   }
   /// set_nonce sets the nonce; 0 is none.
   void set_nonce(std::uint64_t nonce) noexcept requires(is_short) {
@@ -730,10 +747,11 @@ struct basic_request {
   [[nodiscard]] std::string_view policy() const noexcept { return detail::text(record.reqPolicy); }
   /// The nonce: its contents octets, none when there is none; in the short record a number, 0 for none.
   [[nodiscard]] auto nonce() const noexcept {
-    if constexpr (is_short)
+    if constexpr (is_short) {
       return detail::number(record.nonce);
-    else
+    } else {
       return detail::octets(record.nonce, record.nonceLength);
+    }
   }
   /// Whether the authority shall include its certificate.
   [[nodiscard]] bool certificate_wanted() const noexcept { return record.certReq != 0; }
@@ -784,10 +802,11 @@ struct basic_tst_info {
   }
   /// The serial number: its contents octets; in the short record a number.
   [[nodiscard]] auto serial_number() const noexcept {
-    if constexpr (is_short)
+    if constexpr (is_short) {
       return detail::number(record.serialNumber);
-    else
+    } else {
       return detail::octets(record.serialNumber, record.serialNumberLength);
+    }
   }
   /// The GeneralizedTime as encoded.
   [[nodiscard]] std::string_view time() const noexcept { return detail::text(record.genTime); }
@@ -800,10 +819,11 @@ struct basic_tst_info {
   [[nodiscard]] bool ordering() const noexcept { return record.ordering != 0; }
   /// The nonce: its contents octets, none when there is none; in the short record a number, 0 for none.
   [[nodiscard]] auto nonce() const noexcept {
-    if constexpr (is_short)
+    if constexpr (is_short) {
       return detail::number(record.nonce);
-    else
+    } else {
       return detail::octets(record.nonce, record.nonceLength);
+    }
   }
   /// The authority's directory name, as CN=...;O=...; empty when absent or of another form.
   [[nodiscard]] std::string_view tsa_name() const noexcept { return detail::text(record.tsaName); }
@@ -835,10 +855,11 @@ struct basic_tac_info {
   [[nodiscard]] std::string_view issuer_name() const noexcept { return detail::text(record.issuerName); }
   /// The serial number: its contents octets; in the short record a number, 0 when it has more than 64 bits.
   [[nodiscard]] auto serial_number() const noexcept {
-    if constexpr (is_short)
+    if constexpr (is_short) {
       return detail::number(record.serialNumber);
-    else
+    } else {
       return detail::octets(record.serialNumber, record.serialNumberLen);
+    }
   }
   /// Start of its validity, a GeneralizedTime as encoded.
   [[nodiscard]] std::string_view not_before() const noexcept { return detail::text(record.notBefore); }
@@ -1117,7 +1138,7 @@ inline result<void> read_timing_metrics(bytes_in tac, short_timing_metrics& metr
   return detail::read(tac, metrics, QEX_GetTAC_TimingMetrics);
 }
 
-/// read_timing_metrics returns the timing metrics, or with <short_timing_metrics> those without leap event.
+/// read_timing_metrics returns the timing metrics, or as short_timing_metrics those without leap event.
 template <class Metrics = timing_metrics>
 result<Metrics> read_timing_metrics(bytes_in tac) noexcept {
   result<Metrics> metrics;

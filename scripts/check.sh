@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects platforms valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench fuzz)
+steps=(format subjects reference platforms valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -16,6 +16,10 @@ step_format() {  # the format of the sources
 
 step_subjects() {  # the subjects of commits
   scripts/subjects.sh
+}
+
+step_reference() {  # the reference of qex.h and qex.hpp: all of it is documented
+  scripts/reference.sh
 }
 
 step_cppcheck() {  # cppcheck over all sources; a list with reasons suppresses false positives
@@ -104,6 +108,7 @@ purposes=(check fuzz format)
 [[ " ${chosen[*]} " != *" bench "* ]] || purposes+=(bench)
 [[ " ${chosen[*]} " != *" packages"* ]] || purposes+=(package)
 [[ " ${chosen[*]} " != *" abi "* ]] || purposes+=(abi)
+[[ " ${chosen[*]} " != *" reference "* ]] || purposes+=(reference)
 scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages for building and testing, on Debian 12 and its relatives: only those that are missing.
 #
-# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [docs] [bindings] [abi] [package]     each adds packages for that purpose
+# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [docs] [bindings] [abi] [package] [reference] [reference]     each adds packages for that purpose
 set -euo pipefail
 
 packages=(
@@ -30,7 +30,8 @@ for purpose in "$@"; do
     bindings)
       packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel)  # the Python package
       packages+=(golang-go) ;;
-    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, docs, bindings, abi, package)" >&2; exit 2 ;;
+    reference) packages+=(doxygen) ;;                                 # the reference of qex.h and qex.hpp
+    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, docs, bindings, abi, package, reference)" >&2; exit 2 ;;
   esac
 done
 

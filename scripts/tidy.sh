@@ -28,8 +28,9 @@ groups = defaultdict(list)
 for name in sorted(entries):
     if chosen and name not in chosen or not name.startswith(FOLDERS):
         continue
-    # Each example and fuzz target is a program of its own; the algorithms of crypto/ share names.
-    alone = chosen or name.endswith(".c") or name.startswith(("crypto/", "examples/", "fuzz/"))
+    # Each example and fuzz target is a program of its own; the algorithms of crypto/ share names, and the units of
+    # tests/hpp/ must not see each other.
+    alone = chosen or name.endswith(".c") or name.startswith(("crypto/", "examples/", "fuzz/", "tests/hpp/"))
     groups[name if alone else os.path.dirname(name)].append(name)
 if missing := set(chosen) - set(entries):
     sys.exit(f"tidy: not built by the preset release: {' '.join(sorted(missing))}")
