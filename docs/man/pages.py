@@ -294,7 +294,7 @@ def write(path, text):
 def typeset(text):
     """The page that scdoc makes, without hyphens in names. Its date is SOURCE_DATE_EPOCH's or none, so that two builds
     make the same page."""
-    page = subprocess.run(["scdoc"], input=text, check=True, capture_output=True, text=True).stdout
+    page = subprocess.run(["scdoc"], input=text, check=True, capture_output=True, encoding="utf-8").stdout
     page = re.sub(r"^(\.TH .*\n)", r"\1.nh\n", page, flags=re.M)
     page = re.sub(r"^'", r"\\&'", page, flags=re.M)  # else a request of roff
     if "SOURCE_DATE_EPOCH" in os.environ:
@@ -320,7 +320,7 @@ def main(source, folder, version, qex=None):
     with open(os.path.join(source, "docs", "qex.md"), encoding="utf-8") as file:
         write_pages(pages_of_the_tool(qex, file.read()), 1, folder, version)
     for shell, name in (("bash", "qex"), ("zsh", "_qex"), ("fish", "qex.fish")):
-        script = subprocess.run([qex, "completion", shell], check=True, capture_output=True, text=True).stdout
+        script = subprocess.run([qex, "completion", shell], check=True, capture_output=True, encoding="utf-8").stdout
         write(os.path.join(folder, "completions", shell, name), script)
 
 

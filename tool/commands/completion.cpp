@@ -30,8 +30,9 @@ std::vector<Grammar> whole_grammars() {
 
 Words option_names(const std::vector<Parameter>& parameters) {
   Words names;
-  for (const Parameter& parameter : parameters)
+  for (const Parameter& parameter : parameters) {
     names.insert(names.end(), parameter.names.begin(), parameter.names.end());
+  }
   return names;
 }
 
@@ -72,12 +73,13 @@ std::string bash_script() {
   }
   for (const Grammar& grammar : whole_grammars()) {
     const std::string command = grammar.command->name;
+    const std::string after = command + " ";
     for (const Parameter& parameter : grammar.options) {
-      for (const std::string& name : parameter.names) values += bash_case(command + " " + name, parameter);
+      for (const std::string& name : parameter.names) values += bash_case(after + name, parameter);
     }
     options += "    '" + command + "') _qex_words '" + Joined(option_names(grammar.options)) + "' ;;\n";
     if (!grammar.arguments.empty() && grammar.arguments[0].kind == ValueKind::Choices) {
-      arguments += bash_case(command + " " + command, grammar.arguments[0]);
+      arguments += bash_case(after + command, grammar.arguments[0]);
     }
     if (const Parameter* file = file_argument(grammar)) {
       arguments += "    '" + command + " '*) " + bash_values(*file) + ";;\n";
