@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages for building and testing, on Debian 12 and its relatives: only those that are missing.
 #
-# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [docs] [bindings] [abi] [package] [reference] [reference]     each adds packages for that purpose
+# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [docs] [bindings] [abi] [package] [reference]     each adds packages for that purpose
 set -euo pipefail
 
 packages=(

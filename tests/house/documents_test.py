@@ -14,7 +14,7 @@ import unittest
 # Folders of the tree, as paths in the documents begin.
 FOLDERS = r"(?:api|asn1|ber|bench|bindings|cmake|crypto|debian|docs|examples|fuzz|ground|include|scripts|tests|tool)"
 # Options are looked for where programs of the tree declare them; these belong to other programs.
-FOREIGN_OPTIONS = re.compile(r"--(benchmark|gtest)_\w+|--(build|preset|install|component|target|static|end-with-parent)$")
+FOREIGN_OPTIONS = re.compile(r"--(benchmark|gtest)_\w+|--(build|preset|install|component|target|static|end-with-parent|cflags|libs)$")
 
 
 def heading_anchor(heading):
