@@ -12,7 +12,7 @@ quietly() {
 cd /mnt/debs
 echo '$ apt-get install ./*.deb'
 quietly apt-get install -y --no-install-recommends ./*.deb
-dpkg-query -W -f '${db:Status-Abbrev} ${Package} ${Version}\n' 'libqex*' qex
+dpkg-query -W -f '${db:Status-Abbrev} ${Package} ${Version}\n' 'libqex*' qex python3-qex
 
 cd /mnt/qex-*/
 while read -r field value; do

@@ -25,7 +25,7 @@ for purpose in "$@"; do
     platforms)
       packages+=(g++-i686-linux-gnu g++-aarch64-linux-gnu g++-s390x-linux-gnu qemu-user-static googletest) ;;
     abi) packages+=(abigail-tools) ;;                                 # the binary interface
-    package) packages+=(debhelper dpkg-dev lintian mmdebstrap scdoc) ;;  # Debian packages, and a root to install them in
+    package) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap python3-setuptools scdoc) ;;  # Debian packages, and a root to install them in
     docs) packages+=(scdoc man-db fish zsh) ;;                        # manual pages, and the shells that complete
     bindings)
       packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel)  # the Python package

@@ -7,7 +7,6 @@ import shutil
 
 from setuptools import Distribution, setup
 from setuptools.command.build_py import build_py
-from wheel.bdist_wheel import bdist_wheel
 
 LIBRARY = os.environ.get("QEX_WHEEL_LIBRARY", "")
 
@@ -17,25 +16,27 @@ class BuildWithLibrary(build_py):
 
     def run(self):
         super().run()
-        if LIBRARY:
-            folder = pathlib.Path(self.build_lib, "qex", "_native")
-            folder.mkdir(parents=True, exist_ok=True)
-            shutil.copyfile(LIBRARY, folder / "libqex.so.1")
+        folder = pathlib.Path(self.build_lib, "qex", "_native")
+        folder.mkdir(parents=True, exist_ok=True)
+        shutil.copyfile(LIBRARY, folder / "libqex.so.1")
 
 
-class WheelOfPlatform(bdist_wheel):
-    """Any Python 3, but one platform."""
-
-    def get_tag(self):
-        python, abi, platform = super().get_tag()
-        return ("py3", "none", platform) if LIBRARY else (python, abi, platform)
-
-
-class Qex(Distribution):
+class OfPlatform(Distribution):
     """The library makes it a package of one platform."""
 
     def has_ext_modules(self):
-        return bool(LIBRARY)
+        return True
 
 
-setup(distclass=Qex, cmdclass={"build_py": BuildWithLibrary, "bdist_wheel": WheelOfPlatform})
+if LIBRARY:
+    from wheel.bdist_wheel import bdist_wheel
+
+    class AnyPython(bdist_wheel):
+        """Any Python 3, but one platform."""
+
+        def get_tag(self):
+            return ("py3", "none", super().get_tag()[2])
+
+    setup(distclass=OfPlatform, cmdclass={"build_py": BuildWithLibrary, "bdist_wheel": AnyPython})
+else:
+    setup()

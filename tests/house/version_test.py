@@ -21,6 +21,7 @@ class VersionTest(unittest.TestCase):
         project = self.find("CMakeLists.txt", r"^project\(qex VERSION ([\d.]+)")
         header = [self.find("api/qex.h", rf"^#define QEX_VERSION_{part} (\d+)$") for part in ("MAJOR", "MINOR", "PATCH")]
         self.assertEqual(".".join(header), project)
+        self.assertEqual(self.find("bindings/python/qex/_version.py", r'^VERSION = "(.*)"$'), project)
         self.assertEqual(self.find("debian/changelog", r"\Aqex \(([\d.]+)\)"), project)
 
 
