@@ -89,6 +89,8 @@ def _answer(submitted: _Future) -> Answer:
 
 
 _lock = threading.Lock()
+# The child of a fork gets the lock free, whatever other threads were doing.
+os.register_at_fork(before=_lock.acquire, after_in_parent=_lock.release, after_in_child=_lock.release)
 _checkers: dict[Trust, Checker] = {}
 
 

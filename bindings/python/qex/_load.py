@@ -67,6 +67,8 @@ def load(name: str) -> Any:
 
 
 _lock = threading.Lock()
+# The child of a fork gets the lock free, whatever other threads were doing.
+os.register_at_fork(before=_lock.acquire, after_in_parent=_lock.release, after_in_child=_lock.release)
 _loaded: Any = None
 
 

@@ -151,7 +151,8 @@ class Program:
         """Hands a document to its job; returns what is wrong with it."""
         try:
             document = json.loads(line)
-            number = document["id"]
+            number = int(document["id"])
+            int(document["exit"])  # what decides must be there
             if document["schema"] != 1:
                 return f"documents of schema {document['schema']}, where 1 is known"
         except (ValueError, KeyError, TypeError):

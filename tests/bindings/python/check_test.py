@@ -271,6 +271,18 @@ def test_child_of_a_fork_has_a_program_of_its_own(trust):
         assert checker.check(GOOD) and process_of(checker) is first
 
 
+def test_fork_waits_for_locks_that_other_threads_hold(trust):
+    from qex import _check, _load
+    for lock in (_check._lock, _load._lock):
+        lock.acquire()
+        threading.Timer(0.2, lock.release).start()
+        child = os.fork()
+        if child == 0:
+            os._exit(0 if lock.acquire(timeout=5) else 1)
+        assert os.waitpid(child, 0)[1] == 0 and lock.acquire(timeout=5)
+        lock.release()
+
+
 def test_child_of_a_fork_does_not_keep_the_program_open(trust):
     checker = qex.Checker(trust)
     assert checker.check(GOOD)
@@ -335,6 +347,8 @@ def test_trust_that_the_program_refuses(tmp_path):
     ("    print('garbage', flush=True)", "a line that is no document of qex"),
     ("    say(job, schema=2)", "documents of schema 2"),
     ("    say(job, id=77)", "a document for job 77"),
+    ("    say(job, id=[1])", "a line that is no document of qex"),
+    ("    say(job, exit=None)", "a line that is no document of qex"),
     ("    sys.exit('usage: other')", "exit status 1: usage: other"),
 ])
 def test_another_program(trust, tmp_path, monkeypatch, body, said):
