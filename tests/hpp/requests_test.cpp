@@ -104,7 +104,7 @@ TEST(Requests, ValuesThatDoNotFitTheRecordAreRefusedAndChangeNothing) {
   EXPECT_EQ(asked.set_policy(std::string(128, '1')).error(), result_code::argument);
   EXPECT_EQ(asked.set_policy(std::string_view("1.2\0.3", 6)).error(), result_code::argument);
   EXPECT_EQ(asked.set_nonce(qex::bytes(41)).error(), result_code::argument);
-  EXPECT_EQ(asked.set_imprint(qex::sha256::oid, qex::bytes(129)).error(), result_code::argument);
+  EXPECT_EQ(asked.set_imprint("1.2.3", qex::bytes(129)).error(), result_code::argument);
   EXPECT_EQ(asked.set_imprint(std::string(128, '1'), qex::bytes(32)).error(), result_code::argument);
   EXPECT_EQ(std::memcmp(&asked.record, &before.record, sizeof asked.record), 0);
   EXPECT_TRUE(asked.set_policy(std::string(127, '1')));

@@ -173,7 +173,7 @@ TEST(OutputBuffers, ThatAreTooSmallStayAndNameTheLength) {
 TEST(OutputBuffers, OfTheCallerMayBeLargerThanTheCInterfaceCanSay) {
   if constexpr (sizeof(std::size_t) > 4) {
     qex::bytes out(4096);
-    const std::size_t more = std::size_t{1} << 33;
+    const auto more = static_cast<std::size_t>(std::uint64_t{1} << 33);
     EXPECT_TRUE(
         qex::extract_token(sample("samples/reply_sha256_v2_cert.der"), qex::bytes_out(out.data(), more)));
   }
@@ -184,7 +184,7 @@ TEST(Input, LongerThanTheCInterfaceCanSayIsRefused) {
     // The octets after the first are never looked at.
     const std::uint8_t octet = 0x30;
     std::uint8_t out = 0;
-    const qex::bytes_in in(&octet, std::size_t{1} << 32);
+    const qex::bytes_in in(&octet, static_cast<std::size_t>(std::uint64_t{1} << 32));
     for (const auto& row : kWriters) {
       EXPECT_EQ(row.write(in, {}).error(), result_code::argument) << row.name;
       EXPECT_EQ(row.make(in).error(), result_code::argument) << row.name;
@@ -194,7 +194,9 @@ TEST(Input, LongerThanTheCInterfaceCanSayIsRefused) {
     EXPECT_EQ(qex::verify_consistency(in).error(), result_code::argument);
     EXPECT_EQ(qex::check_tac(in, sample(kNone)).error(), result_code::argument);
     EXPECT_EQ(qex::read_token(in).error(), result_code::argument);
-    EXPECT_EQ(qex::unpack_reply(qex::bytes_out(&out, std::size_t{1} << 32), qex::transport::raw).error(),
+    EXPECT_EQ(qex::unpack_reply(qex::bytes_out(&out, static_cast<std::size_t>(std::uint64_t{1} << 32)),
+                                qex::transport::raw)
+                  .error(),
               result_code::argument);
   }
 }
