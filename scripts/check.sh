@@ -75,6 +75,10 @@ step_packages_root() {  # the packages in a clean root: a program built, a file 
   scripts/packages.sh --root
 }
 
+step_archives() {  # the archives of a release: the sources build without git, the others work elsewhere; in 'all'
+  scripts/archives.sh
+}
+
 step_bench() {  # results beside those of other libraries, and counts of instructions; no times
   scripts/bench.sh --once
   scripts/instructions.sh
@@ -94,7 +98,7 @@ chosen=("$@")
 [ ${#chosen[@]} -gt 0 ] || chosen=("${steps[@]}")
 if [ "${chosen[*]}" = all ]; then
   chosen=("${steps[@]/#includes/includes_all}")
-  chosen=("${chosen[@]/#packages/packages_root}")
+  chosen=("${chosen[@]/#packages/packages_root}" archives)
 fi
 for step in "${chosen[@]}"; do
   if ! declare -F "step_$step" >/dev/null; then
@@ -104,9 +108,9 @@ for step in "${chosen[@]}"; do
 done
 
 purposes=(check fuzz format)
-[[ " ${chosen[*]} " != *" platforms "* ]] || purposes+=(platforms)
+[[ " ${chosen[*]} " != *" platforms "* && " ${chosen[*]} " != *" archives "* ]] || purposes+=(platforms)
 [[ " ${chosen[*]} " != *" bench "* ]] || purposes+=(bench)
-[[ " ${chosen[*]} " != *" packages"* ]] || purposes+=(package)
+[[ " ${chosen[*]} " != *" packages"* && " ${chosen[*]} " != *" archives "* ]] || purposes+=(package)
 [[ " ${chosen[*]} " != *" abi "* ]] || purposes+=(abi)
 [[ " ${chosen[*]} " != *" reference "* ]] || purposes+=(reference)
 scripts/setup.sh "${purposes[@]}" || exit 1
