@@ -83,7 +83,8 @@ class SubprojectTest(unittest.TestCase):
             inside = os.path.relpath(command["file"], self.source)
             if command["file"] == self.folder + "/main.c":
                 words = [word for word in shlex.split(command["command"])[1:] if word.startswith("-")]
-                self.assertEqual(sorted(words), sorted([f"-I{self.source}/api", "-o", "-c"]))
+                self.assertEqual(sorted(words),
+                                 sorted([f"-I{self.source}/api", f"-I{self.source}/include", "-o", "-c"]))
             else:
                 self.assertRegex(inside, r"^(api|asn1|ber|crypto|cmake)/")
         self.run_(self.cmake, "--install", self.build, "--prefix", self.folder + "/installed")
