@@ -45,8 +45,10 @@
 #define QEX_VERSION_MINOR 0
 #define QEX_VERSION_PATCH 0
 
-#if defined(_WIN32) && defined(QEX_BUILDING)
-#define QEX_EXPORT __declspec(dllexport)
+/* On Windows a module definition file lists the exports, and a program that links the static library defines
+ * QEX_STATIC. */
+#if defined(_WIN32) && (defined(QEX_BUILDING) || defined(QEX_STATIC))
+#define QEX_EXPORT
 #elif defined(_WIN32)
 #define QEX_EXPORT __declspec(dllimport)
 #elif defined(__GNUC__)

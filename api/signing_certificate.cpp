@@ -13,15 +13,37 @@
 #include "asn1/oids.h"
 #include "ber/memory.h"
 
+#ifdef _WIN32
+#define WIN32_LEAN_AND_MEAN
+#include <windows.h>
+#endif
+
 namespace qex {
+namespace {
+
+// environment_says_1 returns whether the variable `name` is "1".
+#ifdef _WIN32
+// getenv sees the variables of the library's C runtime. The program may have another one; both tell the
+// system.
+bool environment_says_1(const char* name) {
+  char value[2] = {};
+  return GetEnvironmentVariableA(name, value, sizeof value) == 1 && value[0] == '1';
+}
+#else
+bool environment_says_1(const char* name) {
+  const char* value = std::getenv(name);
+  return value != nullptr && std::strcmp(value, "1") == 0;
+}
+#endif
+
+}  // namespace
 
 std::atomic<uint32_t> essCertIdV2Switch{kEssCertIdV2Unread};
 
 uint32_t UseEssCertIdV2() {
   uint32_t use = essCertIdV2Switch;
   if (use == kEssCertIdV2Unread) {
-    const char* value = std::getenv("QEX_VERIFY_ESSCERTIDV2");
-    use = value != nullptr && std::strcmp(value, "1") == 0 ? 1 : 0;
+    use = environment_says_1("QEX_VERIFY_ESSCERTIDV2") ? 1 : 0;
     essCertIdV2Switch = use;
   }
   return use;

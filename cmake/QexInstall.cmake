@@ -8,8 +8,13 @@ set(development DESTINATION ${QEX_PACKAGE_DIR} COMPONENT development)
 # One export for each kind, so that the package describes those that are there.
 if(TARGET qex)
   install(TARGETS qex EXPORT qexShared
+          RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT runtime  # a DLL, and the library to link with it
+          ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development
           LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT runtime NAMELINK_COMPONENT development)
   install(EXPORT qexShared NAMESPACE qex:: ${development})
+endif()
+if(WIN32 AND TARGET qex)
+  install(FILES "${PROJECT_BINARY_DIR}/libqex.def" DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 endif()
 install(TARGETS qex_static EXPORT qexStatic
         ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)

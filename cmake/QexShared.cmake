@@ -1,14 +1,11 @@
-# libqex.so. The version script lists the exports; the linker drops code that none of them reaches (signing, key
-# generation, primality).
+# libqex.so, or libqex.dll. The linker drops code that no export reaches (signing, key generation, primality).
 if(NOT BUILD_SHARED_LIBS)
   return()
 endif()
 add_library(qex SHARED $<TARGET_OBJECTS:qex_objects>)
-set_target_properties(qex PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR}
-                      LINK_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/qex.map")
-target_link_options(qex PRIVATE
-                    "LINKER:--version-script=${PROJECT_SOURCE_DIR}/cmake/qex.map"
-                    "LINKER:--gc-sections")
+set_target_properties(qex PROPERTIES VERSION ${PROJECT_VERSION} SOVERSION ${PROJECT_VERSION_MAJOR})
+target_link_options(qex PRIVATE "LINKER:--gc-sections")
+qex_exports(qex)
 qex_harden(qex)
 qex_static_runtime(qex)
 if(QEX_RUNTIME_IS_STATIC)

@@ -4,10 +4,6 @@
 # are in namespace qex.
 include(CheckLinkerFlag)
 
-file(STRINGS cmake/qex.map QEX_EXPORTS REGEX "^ *QEX_[A-Za-z0-9_]+;")
-list(TRANSFORM QEX_EXPORTS REPLACE "^ *(QEX_[A-Za-z0-9_]+).*" "\\1")
-set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS "${PROJECT_SOURCE_DIR}/cmake/qex.map")
-
 # Inline functions are in groups, of which a link keeps the first of each name; it must not take those of other objects
 # for names that are local here.
 set(QEX_JOIN -r -nostdlib "LINKER:--gc-sections,--force-group-allocation,-u,main")
@@ -49,6 +45,7 @@ list(REMOVE_ITEM QEX_STATIC_NEEDS ${CMAKE_C_IMPLICIT_LINK_LIBRARIES})
 list(REMOVE_DUPLICATES QEX_STATIC_NEEDS)
 list(TRANSFORM QEX_STATIC_NEEDS PREPEND -l REGEX "^[^-/]")
 set_target_properties(qex_static PROPERTIES OUTPUT_NAME qex LINKER_LANGUAGE C)
+target_compile_definitions(qex_static INTERFACE QEX_STATIC)
 target_link_libraries(qex_static INTERFACE ${QEX_STATIC_NEEDS})
 target_include_directories(qex_static INTERFACE
                            $<BUILD_INTERFACE:${PROJECT_SOURCE_DIR}/api>
