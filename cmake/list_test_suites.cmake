@@ -8,6 +8,8 @@ if(NOT status EQUAL 0)
   message(FATAL_ERROR "${PROGRAM} does not list its tests: ${status}\n${listed}")
 endif()
 
+string(REPLACE "\r" "" listed "${listed}")  # the ends of lines on Windows
+
 # A suite is a line that ends with a dot; its tests follow, indented. Both may have a comment.
 string(REGEX REPLACE " *#[^\n]*" "" listed "${listed}")
 string(REPLACE "\n" ";" lines "${listed}")

@@ -5,6 +5,7 @@
  * Send the request by HTTP POST as application/timestamp-query, and keep it: verify_reply compares the reply
  * with it.
  */
+#define _CRT_RAND_S /* rand_s, on Windows */
 #include "support.h"
 
 static const char usage[] =
@@ -12,16 +13,29 @@ static const char usage[] =
     "\n"
     "Writes a time-stamp request (DER) for the file DATA to the file REQUEST.\n";
 
-/* set_nonce sets eight random bytes, of which the first makes the INTEGER positive and of full length. */
-static void set_nonce(QEX_TSQ_DATA_EX* request) {
+/* set_random sets bytes that nobody can foresee. */
+#ifdef _WIN32
+static void set_random(uint8_t* bytes, uint32_t length) {
+  for (uint32_t i = 0; i < length; ++i) {
+    unsigned value;
+    if ((errno = rand_s(&value)) != 0) end_with_file_error("rand_s");
+    bytes[i] = (uint8_t)value;
+  }
+}
+#else
+static void set_random(uint8_t* bytes, uint32_t length) {
   const char* source = "/dev/urandom";
   FILE* file = fopen(source, "rb");
   if (file == NULL) end_with_file_error(source);
-  request->nonceLength = 8;
-  if (fread(request->nonce, 1, request->nonceLength, file) != request->nonceLength) {
-    end_with_file_error(source);
-  }
+  if (fread(bytes, 1, length, file) != length) end_with_file_error(source);
   fclose(file);
+}
+#endif
+
+/* set_nonce sets eight random bytes, of which the first makes the INTEGER positive and of full length. */
+static void set_nonce(QEX_TSQ_DATA_EX* request) {
+  request->nonceLength = 8;
+  set_random(request->nonce, request->nonceLength);
   request->nonce[0] = (uint8_t)((request->nonce[0] & 0x7F) | 0x40);
 }
 

@@ -8,6 +8,10 @@
 #define _POSIX_C_SOURCE 200112L /* setenv */
 #include "support.h"
 
+#ifdef _WIN32
+#define setenv(name, value, replace) _putenv_s(name, value)
+#endif
+
 static const char usage[] =
     "usage: verify_reply DATA REPLY CERTIFICATE [REQUEST]\n"
     "\n"

@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects reference platforms valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench fuzz)
+steps=(format subjects reference platforms windows valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -77,6 +77,10 @@ step_packages_root() {  # the packages in a clean root: a program built, a file 
 
 step_archives() {  # the archives of a release: the sources build without git, the others work elsewhere; in 'all'
   scripts/archives.sh
+}
+
+step_windows() {  # the library as a DLL, and its suite, under wine
+  scripts/windows.sh
 }
 
 step_bench() {  # results beside those of other libraries, and counts of instructions; no times

@@ -18,7 +18,11 @@ char emulator[] = "";
 }  // namespace
 
 bool qex::test::Emulated() {
-  return emulator[0] != '\0';
+#ifdef QEX_EMULATED
+  return true;
+#else
+  return false;
+#endif
 }
 
 int main(int argc, char** argv) {

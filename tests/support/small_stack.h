@@ -4,8 +4,10 @@
 #pragma once
 
 #include <gtest/gtest.h>
+#ifndef _WIN32
 #include <pthread.h>
 #include <sys/mman.h>
+#endif
 
 #include <algorithm>
 #include <cstddef>
@@ -28,7 +30,15 @@ inline constexpr size_t kSmallStack = 256 * 1024;
 inline constexpr size_t kStackBound = kSmallStack / 4 * 3;
 
 // OnSmallStack returns how many octets of the stack were touched, including those of the thread itself; 0
-// under valgrind, which does not count abandoned stack as memory. Below the stack is an inaccessible page.
+// under valgrind, which does not count abandoned stack as memory, and on Windows, where the system makes the
+// stack. Below the stack is an inaccessible page.
+#ifdef _WIN32
+inline size_t OnSmallStack(std::function<void()> work) {
+  const auto run = [](void* p) { (*static_cast<std::function<void()>*>(p))(); };
+  EXPECT_TRUE(RunOnStack(kSmallStack, run, &work));
+  return 0;
+}
+#else
 inline size_t OnSmallStack(std::function<void()> work) {
   constexpr size_t kGuard = 64 * 1024;  // a page of any machine
   constexpr uint8_t kPaint = 0xA5;
@@ -62,6 +72,7 @@ inline size_t OnSmallStack(std::function<void()> work) {
   munmap(memory, kGuard + kSmallStack);
   return used;
 }
+#endif
 
 // OnReleaseStack is OnSmallStack where the frames are those of a release; other builds run it on the current
 // stack, and return 0.

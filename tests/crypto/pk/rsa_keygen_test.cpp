@@ -10,6 +10,7 @@
 #include "tests/support/big.h"
 #include "tests/support/der.h"
 #include "tests/support/each_failure.h"
+#include "tests/support/files.h"
 #include "tests/support/random_source.h"
 
 namespace qex {
@@ -18,6 +19,7 @@ namespace {
 using test::Big;
 using test::ConstantSource;
 using test::EachAllocationFails;
+using test::HaveProgram;
 using test::Octets;
 using test::SeededSource;
 namespace der = test::der;
@@ -67,6 +69,7 @@ std::string openssl_check(const RSAKey& key, const std::string& path) {
 }
 
 TEST(RsaKeygen, OpensslFindsNothingWrongWithTheKeys) {
+  if (!HaveProgram("openssl")) GTEST_SKIP() << "openssl is not installed";
   const std::string path = testing::TempDir() + "qex_rsa_keygen_test.der";
   const struct {
     uint32_t bits;

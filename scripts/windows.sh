@@ -1,0 +1,37 @@
+#!/usr/bin/env bash
+# Builds the library for Windows, as a DLL with an import library and a module definition file, and runs its tests
+# and the examples under wine. Everything is in build/windows, wine's settings included. Ends with a line of results.
+#
+# usage: scripts/windows.sh
+set -uo pipefail
+cd "$(dirname "$0")/.." || exit 1
+
+scripts/setup.sh windows || exit 1
+jobs=$(nproc)
+build=$PWD/build/windows
+
+cmake --preset windows || exit 1
+wine=$(sed -n 's/^QEX_WINE:[A-Z]*=//p' "$build/CMakeCache.txt")
+if [ ! -x "$wine" ]; then
+  echo "windows: wine64 was not found, so nothing can be run; install it and configure again" >&2
+  exit 1
+fi
+
+# The first program that runs starts the services of Windows, which keep its output open until the last program has
+# ended. This one takes that part, and waits.
+export WINEPREFIX=$build/wine WINEDEBUG=-all WINEDLLOVERRIDES=mscoree,mshtml=
+mkdir -p "$WINEPREFIX"
+exec 3> >(exec env -u DISPLAY "$wine" cmd > "$build/wine.log" 2>&1)
+waiting=$!
+trap 'exec 3>&-; wait "$waiting"' EXIT
+
+cmake --build --preset windows -j "$jobs" || exit 1
+verdict=passed
+ctest --preset windows -j "$jobs" || verdict=FAILED
+
+# An entry of ctest is a test suite; its log has the number of tests in it, and those skipped.
+said=$build/Testing/Temporary/LastTest.log
+tests=$(sed -n 's/^\[=*\] \([0-9]*\) tests\{0,1\} from .* ran.*/\1/p' "$said" | awk '{ n += $1 } END { print n + 0 }')
+echo
+echo "windows: $verdict, $tests unit tests, of them $(grep -c ': Skipped' "$said") skipped, in $SECONDS s"
+[ "$verdict" = passed ]
