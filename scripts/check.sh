@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects reference platforms windows valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench fuzz)
+steps=(format subjects reference platforms windows valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench browser fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -88,6 +88,10 @@ step_bench() {  # results beside those of other libraries, and counts of instruc
   scripts/instructions.sh
 }
 
+step_browser() {  # reports in headless Chromium
+  scripts/browser.sh
+}
+
 step_fuzz() {  # ten seconds for each fuzz target
   scripts/fuzz.sh 10
 }
@@ -117,6 +121,7 @@ purposes=(check fuzz format)
 [[ " ${chosen[*]} " != *" packages"* && " ${chosen[*]} " != *" archives "* ]] || purposes+=(package)
 [[ " ${chosen[*]} " != *" abi "* ]] || purposes+=(abi)
 [[ " ${chosen[*]} " != *" reference "* ]] || purposes+=(reference)
+[[ " ${chosen[*]} " != *" browser "* ]] || purposes+=(browser)
 scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)

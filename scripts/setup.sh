@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages for building and testing, on Debian 12 and its relatives: only those that are missing.
 #
-# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [windows] [docs] [bindings] [abi] [package] [reference]     each adds packages for that purpose
+# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [windows] [docs] [bindings] [abi] [package] [reference] [browser]     each adds packages for that purpose
 set -euo pipefail
 
 packages=(
@@ -32,7 +32,8 @@ for purpose in "$@"; do
       packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel)  # the Python package
       packages+=(golang-go) ;;
     reference) packages+=(doxygen) ;;                                 # the reference of qex.h and qex.hpp
-    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, windows, docs, bindings, abi, package, reference)" >&2; exit 2 ;;
+    browser) packages+=(chromium fonts-dejavu-core) ;;                # reports as a reader sees them
+    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, windows, docs, bindings, abi, package, reference, browser)" >&2; exit 2 ;;
   esac
 done
 

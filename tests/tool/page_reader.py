@@ -17,7 +17,7 @@ ATTRIBUTES = {
     "table": {"class": WORD}, "thead": {}, "tbody": {}, "tr": {}, "details": {"class": WORD, "open": None}, "summary": {},
     "th": {"scope": WORD, "colspan": "2"}, "td": {"id": REFERENCE, "colspan": "2"},
     "svg": {"class": WORD, "role": "img", "width": NUMBER, "height": NUMBER, "x": NUMBER, "y": NUMBER,
-            "viewbox": r"0 0 \d+ \d+", "aria-labelledby": REFERENCE},
+            "viewbox": r"0 0 \d+ \d+", "aria-labelledby": REFERENCE, "aria-describedby": REFERENCE},
     "g": {"class": WORD}, "rect": {"x": NUMBER, "y": NUMBER, "width": NUMBER, "height": NUMBER, "rx": NUMBER, "class": WORD},
     "path": {"class": WORD, "d": r"[MVlhz0-9 .-]+"},
     "line": {"x1": NUMBER, "x2": NUMBER, "y1": NUMBER, "y2": NUMBER, "class": WORD},
@@ -67,7 +67,8 @@ class Page(html.parser.HTMLParser):
             self.ids[attributes["id"]] = ""
         if tag == "a":
             self.links.append(attributes["href"][1:])
-        self.labels += attributes.get("aria-labelledby", "").split()
+        for label in ("aria-labelledby", "aria-describedby"):
+            self.labels += attributes.get(label, "").split()
         if tag not in VOID:
             self.open.append((tag, attributes))
         if tag in ROWS:
@@ -96,8 +97,6 @@ class Page(html.parser.HTMLParser):
         for tag, attributes in self.open:
             if "id" in attributes:
                 self.ids[attributes["id"]] += data
-            if tag in ("td", "th") and self.row:
-                pass
         if any(tag in ("td", "th") for tag, _ in self.open) and not any(tag == "small" for tag, _ in self.open):
             self.row[-1] += data
         if any(tag == "text" for tag, _ in self.open):

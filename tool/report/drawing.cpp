@@ -251,7 +251,8 @@ std::string DrawingOf(const Json& shown, const Json& verified, size_t number) {
   const std::string id = "f" + std::to_string(number) + "-drawing";
   std::string svg = "<svg class=\"drawing\" role=\"img\"" + attribute("width", kWidth) +
                     attribute("height", height) + " viewBox=\"0 0 " + std::to_string(kWidth) + " " +
-                    std::to_string(height) + "\" aria-labelledby=\"" + id + "-title " + id + "-desc\">\n";
+                    std::to_string(height) + "\" aria-labelledby=\"" + id + "-title\" aria-describedby=\"" +
+                    id + "-desc\">\n";
   svg += "<title id=\"" + id + "-title\">Who signed what</title>\n<desc id=\"" + id + "-desc\">" +
          Markup(description_of(row), 5000) + "</desc>\n";
   int y = 0;

@@ -91,6 +91,7 @@ summary { cursor: pointer; }
 .tree { margin-top: 8px; font: 12px/1.6 ui-monospace, "DejaVu Sans Mono", Menlo, Consolas, monospace; }
 .tree details { padding-left: 12px; border-left: 1px solid var(--rule); }
 .tree details > div { padding-left: 14px; }
+@media screen { section.file { content-visibility: auto; contain-intrinsic-size: auto 3000px; } }
 @media (min-width: 900px) {
   .sides { display: grid; grid-template-columns: 352px minmax(0, 1fr); column-gap: 40px; }
 }

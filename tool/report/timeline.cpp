@@ -70,6 +70,17 @@ std::string level(int from, int to, int y, const char* style) {
          "\" y2=\"" + std::to_string(y) + "\" class=\"" + style + "\"/>";
 }
 
+// A name that is too wide loses its first attributes: the last one tells it from others of the same maker.
+std::string short_name(std::string name) {
+  bool cut = false;
+  for (size_t at = name.find(", "); at != std::string::npos && name.size() > kPeriodColumns;
+       at = name.find(", ")) {
+    name.erase(0, at + 2);
+    cut = true;
+  }
+  return Abridged((cut ? "… " : "") + name, kPeriodColumns);
+}
+
 void add_period(std::vector<Period>& periods, const Json& holder, const std::string& name) {
   const std::string from = TextOf(holder, "not_before");
   const std::string until = TextOf(holder, "not_after");
@@ -118,7 +129,7 @@ std::string relation(const Period& period, std::optional<int64_t> time) {
 std::string drawn_period(const Period& period, const Scale& scale, std::optional<int64_t> time, int y) {
   const bool covers = !time || (*time >= period.start && *time <= period.end);
   const std::string dates = period.from.substr(0, 10) + " to " + period.until.substr(0, 10);
-  std::string svg = words("0", y + 14, "name", "start", Abridged(period.name, kPeriodColumns));
+  std::string svg = words("0", y + 14, "name", "start", short_name(period.name));
   svg += words("0", y + 31, "line", "start", dates + relation(period, time));
   int from = scale.place(period.start);
   int to = scale.place(period.end);
@@ -150,9 +161,9 @@ std::string figure(const std::string& name, size_t number, int height, const std
                    const std::string& description, const std::string& parts) {
   const std::string id = "f" + std::to_string(number) + "-" + name;
   return "<svg class=\"times\" role=\"img\" width=\"100%\" height=\"" + std::to_string(height) +
-         "\" aria-labelledby=\"" + id + "-title " + id + "-desc\">\n<title id=\"" + id + "-title\">" + title +
-         "</title>\n<desc id=\"" + id + "-desc\">" + Markup(description, 5000) + "</desc>\n" + parts +
-         "</svg>\n";
+         "\" aria-labelledby=\"" + id + "-title\" aria-describedby=\"" + id + "-desc\">\n<title id=\"" + id +
+         "-title\">" + title + "</title>\n<desc id=\"" + id + "-desc\">" + Markup(description, 5000) +
+         "</desc>\n" + parts + "</svg>\n";
 }
 
 std::string drawn_periods(const Json& shown, std::optional<int64_t> time, int64_t now, size_t number) {
@@ -179,7 +190,7 @@ std::string drawn_periods(const Json& shown, std::optional<int64_t> time, int64_
   }
   for (size_t i = 0; i < periods.size(); ++i) {
     svg += drawn_period(periods[i], scale, time, top + int(i) * kPeriod);
-    description += " " + Abridged(periods[i].name, kPeriodColumns) + ": " + periods[i].from + " to " +
+    description += " " + Abridged(periods[i].name, kLongestText) + ": " + periods[i].from + " to " +
                    periods[i].until + relation(periods[i], time) + ".";
   }
   svg += drawn_axis(scale, bottom);
