@@ -68,6 +68,8 @@ class Filter:
             if after.lstrip().startswith("enum {"):
                 self.out.append(f"/** {self.family[1]}. */")
         elif not code or not code[1]:
+            if not self.family:
+                raise SystemExit(f"reference: qex.h: a comment that belongs to nothing: {one_line(comment)[:80]}")
             self.out.append(f"/** @}} */\n/** @addtogroup {self.family[0]}\n{self.body_of(comment)}\n@{{ */")
         else:
             text = f"/** {self.body_of(comment)} */\n"
@@ -93,7 +95,8 @@ def main(name):
         text = file.read()
     if os.path.basename(name) == "qex.h":
         # What compilers need and readers do not.
-        text = re.sub(r"#if defined\(_WIN32\).*?QEX_NOEXCEPT\n#endif\n", "", text, flags=re.DOTALL)
+        comment = r"(?:/\*(?:(?!\*/).)*\*/\n)?"
+        text = re.sub(comment + r"#if defined\(_WIN32\).*?QEX_NOEXCEPT\n#endif\n", "", text, flags=re.DOTALL)
         text = Filter(text).run()
         text = re.sub(r"#ifdef __cplusplus\n\}\n#endif\n", "/** @} */\n", text)
     sys.stdout.write(text)

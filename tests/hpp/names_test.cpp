@@ -18,7 +18,7 @@ std::set<std::string> named(const std::string& text, const char* pattern) {
   return found;
 }
 
-TEST(Names, EveryExportIsCalledByTheLayerAndByItsTests) {
+TEST(Names, EveryExportIsCalledByTheLayer) {
   const std::string comment = "//[^\n]*";
   const auto code_of = [&](const std::string& path) {
     return std::regex_replace(read_text(QEX_SOURCE_DIR "/" + path), std::regex(comment), "");
