@@ -78,7 +78,7 @@ Json verification_of(const Message& message, const Options& options, Worker& wor
 Outcome add_file(ReportPage& page, const std::string& file, const Options& options, Worker& worker) {
   try {
     const Message message = message_of(file);
-    const Outcome outcome = show_message_of(message, options, worker);
+    Outcome outcome = show_message_of(message, options, worker);
     ReportSubject subject{document_in(outcome), nullptr, message.octets};
     const bool token = message.kind == inspect::Kind::Token || message.kind == inspect::Kind::Reply;
     if (token && outcome.exit == ExitStatus::Ok) {

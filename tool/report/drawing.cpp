@@ -88,7 +88,7 @@ Arrow arrow_of(const char* label, const Json& verified, const char* name) {
 
 std::string digest_line(const Json& fields) {
   std::string digest = TextOf(fields, "imprint");
-  if (digest.size() > 28) digest = digest.substr(0, 12) + "…" + digest.substr(digest.size() - 12);
+  if (digest.size() > 28) digest.replace(12, digest.size() - 24, "…");
   return Abridged(TextOf(fields, "hash") + " " + digest, kColumns);
 }
 

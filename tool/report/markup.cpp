@@ -35,7 +35,7 @@ bool is_in(const Block (&blocks)[N], uint32_t c) {
 
 // One character of well-formed UTF-8, taken off the front of `text`.
 std::string_view take_character(std::string_view& text, uint32_t& value) {
-  const uint8_t lead = uint8_t(text[0]);
+  const uint8_t lead = uint8_t(*text.begin());
   const size_t length = std::min<size_t>(lead < 0x80   ? 1
                                          : lead < 0xE0 ? 2
                                          : lead < 0xF0 ? 3

@@ -96,6 +96,11 @@ class Rows {
   }
 
  private:
+  static std::string below(const std::string& id, const std::string& name) {
+    std::string path = id;
+    return path.append("-").append(name);
+  }
+
   bool is_full() const { return rows_ >= kMostRows; }
 
   void add_group(const std::string& title, const std::string& id, const Json& object,
@@ -103,7 +108,7 @@ class Rows {
     std::string rows;
     for (const auto& [name, value] : object.items()) {
       if (is_group(value) || std::ranges::find(without, std::string_view(name)) != without.end()) continue;
-      rows += row(name, id + "-" + name, value);
+      rows += row(name, below(id, name), value);
     }
     if (!rows.empty()) {
       html_ += "<tbody>\n";
@@ -113,7 +118,7 @@ class Rows {
     for (const auto& [name, value] : object.items()) {
       if (!is_group(value) || std::ranges::find(without, std::string_view(name)) != without.end()) continue;
       const std::string inner = (title.empty() ? "" : title + " › ") + Markup(LabelOf(name));
-      add_groups(inner, id + "-" + name, value, depth + 1);
+      add_groups(inner, below(id, name), value, depth + 1);
     }
   }
 

@@ -16,6 +16,7 @@ namespace {
 
 constexpr size_t kMostPeriods = 12;
 constexpr size_t kPeriodColumns = 38;
+constexpr int64_t kDay = 86400;
 constexpr int64_t kYear = 31556952;        // seconds
 constexpr int64_t kFarthest = 50 * kYear;  // from genTime; what is beyond ends in an arrow
 constexpr int kTop = 44;                   // the label of genTime
@@ -93,8 +94,9 @@ void add_period(std::vector<Period>& periods, const Json& holder, const std::str
 std::vector<Period> periods_of(const Json& shown) {
   std::vector<Period> periods;
   const CertificatePath path = PathOf(shown);
-  for (const Json* certificate : path.certificates)
+  for (const Json* certificate : path.certificates) {
     add_period(periods, *certificate, SubjectName(*certificate));
+  }
   if (const Json* others = PartOf(shown, "certificates")) {
     for (const Json& certificate : *others) {
       const bool drawn = std::ranges::find(path.certificates, &certificate) != path.certificates.end();
@@ -141,7 +143,7 @@ std::string drawn_period(const Period& period, const Scale& scale, std::optional
 }
 
 std::string drawn_axis(const Scale& scale, int y) {
-  const bool short_ = scale.last - scale.first < 4 * 86400;
+  const bool clock = scale.last - scale.first < 4 * kDay;
   std::string svg = level(scale.place(scale.first), scale.place(scale.last), y, "axis");
   for (int i = 0; i < 4; ++i) {
     const int64_t time = scale.first + (scale.last - scale.first) / 3 * i;
@@ -152,7 +154,7 @@ std::string drawn_axis(const Scale& scale, int y) {
                  i == 0   ? "start"
                  : i == 3 ? "end"
                           : "middle",
-                 short_ ? iso.substr(5, 11) : iso.substr(0, 7));
+                 clock ? iso.substr(5, 11) : iso.substr(0, 7));
   }
   return svg + "\n";
 }
