@@ -11,10 +11,10 @@ import sys
 sys.dont_write_bytecode = True
 BINDINGS = os.path.join(os.path.dirname(os.path.dirname(os.path.abspath(__file__))), "bindings")
 sys.path.insert(0, BINDINGS)
-from generate import go, model, python  # noqa: E402
+from generate import go, model, python, rust, rust_sys  # noqa: E402
 
 # Each has PATH, below bindings/, and write(interface), which returns the text of that file.
-LANGUAGES = (python, go)
+LANGUAGES = (python, go, rust_sys, rust)
 
 
 def main() -> int:

@@ -30,7 +30,7 @@ for purpose in "$@"; do
     windows) packages+=(g++-mingw-w64-x86-64-posix wine64 googletest) ;;
     bindings)
       packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel)  # the Python package
-      packages+=(golang-go) ;;
+      packages+=(golang-go cargo rustc) ;;
     reference) packages+=(doxygen) ;;                                 # the reference of qex.h and qex.hpp
     browser) packages+=(chromium fonts-dejavu-core) ;;                # reports as a reader sees them
     *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, windows, docs, bindings, abi, package, reference, browser)" >&2; exit 2 ;;
