@@ -8,7 +8,7 @@ namespace qex {
 const Attribute* FindAttribute(const AsnList* attributes, std::initializer_list<AsnOid> types) {
   for (const Attribute* attribute : ElementsOf<Attribute>(attributes)) {
     const auto is_wanted = [&](const AsnOid& type) { return AsnOidEqual(attribute->type, type); };
-    if (std::ranges::any_of(types, is_wanted)) return attribute;
+    if (std::any_of(types.begin(), types.end(), is_wanted)) return attribute;
   }
   return nullptr;
 }

@@ -14,8 +14,9 @@ constexpr size_t kLargestContext = sizeof(QEX_SHA512_CTX);
 }  // namespace
 
 const DigestAlgorithm* FindDigestAlgorithm(const AsnOid& identifier) {
-  const auto* row = std::ranges::find_if(
-      kDigestAlgorithms, [&](const DigestAlgorithm& r) { return AsnOidEqual(r.identifier, identifier); });
+  const auto* row =
+      std::find_if(std::begin(kDigestAlgorithms), std::end(kDigestAlgorithms),
+                   [&](const DigestAlgorithm& r) { return AsnOidEqual(r.identifier, identifier); });
   return row == std::end(kDigestAlgorithms) ? nullptr : row;
 }
 

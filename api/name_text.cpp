@@ -77,7 +77,8 @@ bool matches(const NameRow& row, const AsnOid& type) {
 }
 
 const NameRow* find_row(const AsnOid& type) {
-  const auto* row = std::ranges::find_if(kNameRows, [&](const NameRow& r) { return matches(r, type); });
+  const auto* row = std::find_if(std::begin(kNameRows), std::end(kNameRows),
+                                 [&](const NameRow& r) { return matches(r, type); });
   return row == std::end(kNameRows) ? nullptr : row;
 }
 
@@ -136,7 +137,7 @@ int32_t NameToText(char* text, size_t size, const AsnList* name) {
       result = -1;
       continue;
     }
-    char* end = std::ranges::copy(label, text + used).out;
+    char* end = std::copy(label.begin(), label.end(), text + used);
     std::memcpy(end, "=", 2);
     // Deliberate: a zero byte inside the value ends the text there, and the next text is written in its
     // place. No terminator follows the value, so leftover bytes of the earlier value remain visible after a

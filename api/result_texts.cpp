@@ -31,7 +31,8 @@ constexpr ResultText kResults[] = {
 };
 // clang-format on
 
-static_assert(std::ranges::is_sorted(kResults, std::ranges::greater{}, &ResultText::code));
+static_assert(std::is_sorted(std::begin(kResults), std::end(kResults),
+                             [](const ResultText& a, const ResultText& b) { return a.code > b.code; }));
 
 }  // namespace
 
@@ -40,7 +41,8 @@ std::span<const ResultText> ResultTexts() {
 }
 
 const ResultText* FindResultText(int32_t code) {
-  const auto* row = std::ranges::find(kResults, code, &ResultText::code);
+  const auto* row = std::find_if(std::begin(kResults), std::end(kResults),
+                                 [&](const ResultText& r) { return r.code == code; });
   return row == std::end(kResults) ? nullptr : row;
 }
 
