@@ -83,6 +83,10 @@ step_windows() {  # the library as a DLL, and its suite, under wine
   scripts/windows.sh
 }
 
+step_toolchains() {  # the suite with libc++ and unoptimized, callers in C without exceptions; in 'all'
+  scripts/toolchains.sh
+}
+
 step_bench() {  # results beside those of other libraries, and counts of instructions; no times
   scripts/bench.sh --once
   scripts/instructions.sh
@@ -106,7 +110,7 @@ chosen=("$@")
 [ ${#chosen[@]} -gt 0 ] || chosen=("${steps[@]}")
 if [ "${chosen[*]}" = all ]; then
   chosen=("${steps[@]/#includes/includes_all}")
-  chosen=("${chosen[@]/#packages/packages_root}" archives)
+  chosen=("${chosen[@]/#packages/packages_root}" archives toolchains)
 fi
 for step in "${chosen[@]}"; do
   if ! declare -F "step_$step" >/dev/null; then

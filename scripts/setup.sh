@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages for building and testing, on Debian 12 and its relatives: only those that are missing.
 #
-# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [windows] [docs] [bindings] [abi] [package] [reference] [browser]     each adds packages for that purpose
+# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [toolchains] [windows] [docs] [bindings] [abi] [package] [reference] [browser]     each adds packages for that purpose
 set -euo pipefail
 
 packages=(
@@ -27,13 +27,14 @@ for purpose in "$@"; do
     abi) packages+=(abigail-tools) ;;                                 # the binary interface
     package) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap python3-setuptools scdoc) ;;  # Debian packages, and a root to install them in
     docs) packages+=(scdoc man-db fish zsh) ;;                        # manual pages, and the shells that complete
+    toolchains) packages+=(clang libc++-14-dev libc++abi-14-dev musl-tools googletest) ;;
     windows) packages+=(g++-mingw-w64-x86-64-posix wine64 googletest) ;;
     bindings)
       packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel)  # the Python package
       packages+=(golang-go cargo rustc) ;;
     reference) packages+=(doxygen) ;;                                 # the reference of qex.h and qex.hpp
     browser) packages+=(chromium fonts-dejavu-core) ;;                # reports as a reader sees them
-    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, windows, docs, bindings, abi, package, reference, browser)" >&2; exit 2 ;;
+    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, toolchains, windows, docs, bindings, abi, package, reference, browser)" >&2; exit 2 ;;
   esac
 done
 
