@@ -3,6 +3,7 @@
 usage: interface_test.py SOURCE_FOLDER C_COMPILER
 """
 
+import glob
 import json
 import os
 import re
@@ -120,6 +121,22 @@ class InterfaceTest(unittest.TestCase):
         self.assertEqual(self.interface.soname, f"libqex.so.{major}")
         with open(f"{self.root}/cmake/qex.map", encoding="utf-8") as file:
             self.assertRegex(file.read(), rf"(?m)^{re.escape(self.interface.version_node)} \{{")
+
+    def test_EveryFunctionIsCalledByEachBinding(self):
+        """What is generated can be called; this sees that something does."""
+        for pattern, name in (
+            ("python/qex/*.py", lambda function: rf"\b{function.c_name}\b|\"{function.c_name.rpartition('_')[0]}\""),  # digests by families
+            ("go/lib/*.go", lambda function: rf"\bcall{function.c_name.removeprefix('QEX_').replace('_', '')}\b"),
+            ("rust/*/src/*.rs", lambda function: rf"\b{function.c_name}\b"),
+        ):
+            text = ""
+            for path in glob.glob(f"{self.root}/bindings/{pattern}"):
+                if not re.search(r"_test\.go$|interface\.\w+$", path):
+                    with open(path, encoding="utf-8") as file:
+                        text += file.read()
+            text = re.sub(r"(?m)^\s*(//|#).*|\"\"\".*", "", text)  # a comment is no call
+            missing = [function.c_name for function in self.interface.functions if not re.search(name(function), text)]
+            self.assertEqual(missing, [], pattern)
 
     def test_GeneratedFilesAreCurrent(self):
         done = subprocess.run([sys.executable, f"{self.root}/scripts/bindings.py", "--check"], capture_output=True, text=True,

@@ -16,7 +16,8 @@ use std::sync::{Arc, Mutex, PoisonError};
 const AHEAD: usize = 1024;
 
 /// Checks tokens by one [`Trust`] with one program, which starts at the first check and ends when this is dropped. Threads
-/// may share it. A program that is killed is started again and loses nothing.
+/// may share it. A program that is killed is started again and loses nothing; so is one that Ctrl-C at the terminal ends,
+/// if this process goes on.
 pub struct Checker(Program);
 
 impl Checker {
