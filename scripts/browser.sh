@@ -9,6 +9,6 @@ folder=()
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh browser
-cmake --preset release -B build/browser -DQEX_BY_FOLDER=ON
-cmake --build build/browser -j "$(nproc)" --target qex_tool
-python3 -B tests/browser/browser_test.py build/browser/tool/qex "${folder[@]}"
+[ -d build/release ] || cmake --preset release -DQEX_BY_FOLDER=ON
+cmake --build --preset release -j "$(nproc)" --target qex_tool
+python3 -B tests/browser/browser_test.py build/release/tool/qex "${folder[@]}"
