@@ -7,7 +7,7 @@
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
 
-steps=(format subjects reference platforms windows valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench browser fuzz)
+steps=(format subjects reference platforms windows valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench browser archive fuzz)
 jobs=$(nproc)
 
 step_format() {  # the format of the sources
@@ -96,6 +96,10 @@ step_browser() {  # reports in headless Chromium
   scripts/browser.sh
 }
 
+step_archive() {  # an archive that several processes check, one of which is killed
+  scripts/archive.sh
+}
+
 step_fuzz() {  # ten seconds for each fuzz target
   scripts/fuzz.sh 10
 }
@@ -119,13 +123,16 @@ for step in "${chosen[@]}"; do
   fi
 done
 
+# Installed before steps run side by side, since two of them cannot install at a time.
+declare -A needs=(
+  [platforms]=platforms [windows]=windows [toolchains]=toolchains [bench]=bench [abi]=abi [reference]=reference
+  [browser]=browser [archive]=archive [packages]=package [packages_root]=package [archives]='package platforms'
+)
 purposes=(check fuzz format)
-[[ " ${chosen[*]} " != *" platforms "* && " ${chosen[*]} " != *" archives "* ]] || purposes+=(platforms)
-[[ " ${chosen[*]} " != *" bench "* ]] || purposes+=(bench)
-[[ " ${chosen[*]} " != *" packages"* && " ${chosen[*]} " != *" archives "* ]] || purposes+=(package)
-[[ " ${chosen[*]} " != *" abi "* ]] || purposes+=(abi)
-[[ " ${chosen[*]} " != *" reference "* ]] || purposes+=(reference)
-[[ " ${chosen[*]} " != *" browser "* ]] || purposes+=(browser)
+for step in "${chosen[@]}"; do
+  # shellcheck disable=SC2206  # words
+  purposes+=(${needs[$step]-})
+done
 scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)

@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # Installs the packages for building and testing, on Debian 12 and its relatives: only those that are missing.
 #
-# usage: scripts/setup.sh [sanitize] [coverage] [bench] [format] [fuzz] [check] [platforms] [toolchains] [windows] [docs] [bindings] [abi] [package] [reference] [browser]     each adds packages for that purpose
+# usage: scripts/setup.sh [PURPOSE...]     each purpose below adds packages
 set -euo pipefail
 
 packages=(
@@ -34,7 +34,11 @@ for purpose in "$@"; do
       packages+=(golang-go cargo rustc) ;;
     reference) packages+=(doxygen) ;;                                 # the reference of qex.h and qex.hpp
     browser) packages+=(chromium fonts-dejavu-core) ;;                # reports as a reader sees them
-    *) echo "setup: unknown purpose '$purpose' (sanitize, coverage, bench, format, fuzz, check, platforms, toolchains, windows, docs, bindings, abi, package, reference, browser)" >&2; exit 2 ;;
+    archive) packages+=(python3-distributed) ;;                       # an archive that several machines check
+    *)
+      purposes=$(sed -n 's/^    \([a-z][a-z |]*\)).*/\1/p' "$0")
+      echo "setup: unknown purpose '$purpose' (${purposes//$'\n'/, })" >&2
+      exit 2 ;;
   esac
 done
 

@@ -14,7 +14,7 @@ import unittest
 # Folders of the tree, as paths in the documents begin.
 FOLDERS = r"(?:api|asn1|ber|bench|bindings|cmake|crypto|debian|docs|examples|fuzz|ground|include|scripts|tests|tool)"
 # Options are looked for where programs of the tree declare them; these belong to other programs.
-FOREIGN_OPTIONS = re.compile(r"--(benchmark|gtest)_\w+|--(build|preset|install|component|target|static|end-with-parent|cflags|libs)$")
+FOREIGN_OPTIONS = re.compile(r"--(benchmark|gtest)_\w+|--(build|preset|install|component|target|static|end-with-parent|cflags|libs|nthreads)$")
 
 
 def heading_anchor(heading):
@@ -87,7 +87,7 @@ class DocumentsTest(unittest.TestCase):
                         self.assertTrue(fnmatch.filter(tests, part))
 
     def test_OptionsNamedAreRead(self):
-        sources = self.read_all("tool/**/*.cpp", "bench/*.cpp", "scripts/*.sh")
+        sources = self.read_all("tool/**/*.cpp", "bench/*.cpp", "scripts/*.sh", "examples/**/*.py")
         for name, text in self.texts.items():
             for option in sorted(set(re.findall(r"(?<![\w-])--[a-z][\w-]*\w", text))):
                 if not FOREIGN_OPTIONS.match(option):
