@@ -42,8 +42,9 @@ constexpr CivilDate civil_date(int32_t days) {
 // Writes the last N decimal digits of `value`; returns what follows them.
 template <size_t N>
 char* put_digits(char* text, int32_t value) {
-  for (size_t i = N; i-- > 0; value /= 10) text[i] = char('0' + value % 10);
-  return text + N;
+  char* const end = text + N;
+  for (char* at = end; at != text; value /= 10) *--at = char('0' + value % 10);
+  return end;
 }
 
 }  // namespace
