@@ -25,7 +25,7 @@ static uint32_t load(const char* name, uint8_t* octets) {
 }
 int main(int argc, char** argv) {
   static const uint8_t nonce[8] = {0x41, 2, 3, 4, 5, 6, 7, 8};
-  uint8_t digest[32], *token, out[512];
+  uint8_t digest[32], *token = NULL, out[512];
   QEX_TSQ_DATA_EX request = {.size = sizeof request};
   QEX_TSTINFO_EX info;
   if (argc == 2) {
@@ -42,6 +42,7 @@ int main(int argc, char** argv) {
   if (code == QEX_OK) code = token_of(files[1], sizes[1], &token, &length);
   if (code == QEX_OK) code = check_token(token, length, files[2], sizes[2], &request, &info);
   printf("%d %s", (int)code, code == QEX_OK ? info.genTime : "");
+  free(token);
   return 0;
 }
 """

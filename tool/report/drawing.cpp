@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tool/base/files.h"
 #include "tool/base/json.h"
 #include "tool/report/facts.h"
 #include "tool/report/markup.h"
@@ -96,7 +97,7 @@ Box data_box(const Json& verified) {
   const std::string file = TextOf(verified, "subject");
   const bool held = FindCheck(verified, "imprint") != nullptr && file != TextOf(verified, "token_file");
   Box box{"Stamped data", {}, held ? "held" : "lacking"};
-  append_name(box, held ? file.substr(file.rfind('/') + 1) : "not at hand, only the digest is");
+  append_name(box, held ? BaseName(file) : "not at hand, only the digest is");
   return box;
 }
 
