@@ -45,7 +45,8 @@ for group, names in groups.items():
         with open(source, "w", encoding="utf-8") as file:
             file.writelines(f'#include "{os.path.join(root, name)}"\n' for name in names)
     entry = entries[names[0]]
-    command = entry["command"].replace(entry["file"], source)
+    # An option of GNU's compiler alone.
+    command = entry["command"].replace(entry["file"], source).replace(" -fno-gnu-unique", "")
     planned.append({"directory": entry["directory"], "command": command, "file": source})
 os.makedirs(target, exist_ok=True)
 with open(os.path.join(target, "compile_commands.json"), "w", encoding="utf-8") as file:
