@@ -6,6 +6,7 @@ import hashlib
 import json
 import os
 import re
+import threading
 import time
 
 import support
@@ -277,6 +278,18 @@ class HtmlTest(TokenTest):
         self.write(self.answer, reply(token(self.parties.signer, certificates=[self.parties.signer.certificate, extra])))
         self.bounded(self.answer, exits=(0, 4))
 
+    def test_AFullPage(self):
+        # Longer than what is printed, so the tree has the elements: each text takes its line as six times its length.
+        self.write(self.answer, reply(token(self.parties.signer), status_info(0, texts=['"' * 400] * 4000)))
+        done = run("show", "--html", *[self.answer] * 12, check=0)
+        sections, rows = done.stdout.count(b'<section class="file"'), done.stdout.count(b'<tr><th scope="row"><a href="#f')
+        self.assertEqual(rows, sections)
+        self.assertLess(sections, 12)
+        self.assertGreater(len(done.stdout), 64 << 20)
+        self.assertLess(len(done.stdout), 80 << 20)  # the section that fills it is whole
+        left = f"{12 - sections} files left out below, as the page is full; show fewer files on one page.".encode()
+        self.assertTrue(left in done.stdout, done.stdout[-2000:])
+
     # --- Files ---------------------------------------------------------------------------------------------------
 
     def test_SeveralFilesHaveContents(self):
@@ -321,6 +334,22 @@ class HtmlTest(TokenTest):
         page = Page(run("show", "--html", "-", stdin=self.read(self.answer), check=0).stdout)
         self.assertEqual(page.ids["f1-subject"], "-")
         self.assert_holds("Nobody to trust was named", page.text)
+
+    def test_FromAPipeWithAName(self):
+        # A pipe was read a second time to verify it: the page said that the token is empty, or qex waited for ever.
+        self.write_stamp()
+        pipe = self.path("pipe.tsr")
+        os.mkfifo(pipe)
+        message = self.read(self.answer)
+        writer = threading.Thread(target=lambda: self.write(pipe, message), daemon=True)
+        writer.start()
+        self.assert_holds("Nobody to trust was named", self.page_of(pipe).text)
+        writer.join(timeout=10)
+
+    def test_JobsHaveNoPage(self):
+        # The page was left out without a word.
+        for options in (("--html", ), ("-o", self.path("report.html")), ("--html", "-o", self.path("report.html"))):
+            self.assert_error(run("show", "--jobs", "-", *options, stdin=b""), 2, "--jobs writes JSON")
 
 
 if __name__ == "__main__":

@@ -64,6 +64,9 @@ Run AddShow(CLI::App& app) {
   AddJobsOption(app, arguments->jobs);
   AddLanesOption(app, arguments->jobsAtOnce);
   return [arguments](const Options& options) {
+    if (!arguments->jobs.empty() && (arguments->html || !arguments->output.empty())) {
+      throw UsageFailure("--jobs writes JSON, no page", "leave --html and -o out, or name the messages");
+    }
     if (!arguments->jobs.empty()) return show_jobs(*arguments, options);
     if (arguments->html && (arguments->asn1 || options.json)) {
       throw UsageFailure("--html is a form of its own, beside --json and --asn1", "leave one of them out");

@@ -66,10 +66,10 @@ Outcome show_message_of(const Message& message, const Options& options, Worker& 
 }
 
 Json verification_of(const Message& message, const Options& options, Worker& worker) {
-  const bool named = !IsStandardStream(message.path);
+  const bool stays = IsRegularFile(message.path);  // a pipe can be read once
   VerifyArguments arguments;
-  arguments.file = named ? data_beside(message.path) : "";
-  arguments.token = named ? Source(message.path) : Source(message.path, message.octets);
+  arguments.file = stays ? data_beside(message.path) : "";
+  arguments.token = stays ? Source(message.path) : Source(message.path, message.octets);
   static const Trust kNobodyIsTrusted;
   return document_in(VerifyOne(arguments, worker, kNobodyIsTrusted, options));
 }
