@@ -31,9 +31,16 @@ write_basic_package_version_file("${PROJECT_BINARY_DIR}/qexConfigVersion.cmake"
 install(FILES "${PROJECT_BINARY_DIR}/qexConfig.cmake" "${PROJECT_BINARY_DIR}/qexConfigVersion.cmake" ${development})
 
 # The paths of qex.pc are relative to its own folder, so the installed tree can be
-# moved, and DESTDIR works.
-file(RELATIVE_PATH QEX_PC_PREFIX "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
-string(REGEX REPLACE "/$" "" QEX_PC_PREFIX "${QEX_PC_PREFIX}")
+# moved, and DESTDIR works; unless the folders are set to absolute ones.
+file(RELATIVE_PATH up "/${CMAKE_INSTALL_LIBDIR}/pkgconfig" "/")
+string(REGEX REPLACE "/$" "" up "${up}")
+set(QEX_PC_PREFIX "\${pcfiledir}/${up}")
+if(IS_ABSOLUTE "${CMAKE_INSTALL_LIBDIR}")
+  set(QEX_PC_PREFIX "${CMAKE_INSTALL_PREFIX}")
+endif()
+foreach(folder LIBDIR INCLUDEDIR)
+  cmake_path(ABSOLUTE_PATH CMAKE_INSTALL_${folder} BASE_DIRECTORY "\${prefix}" OUTPUT_VARIABLE QEX_PC_${folder})
+endforeach()
 list(JOIN QEX_STATIC_NEEDS " " QEX_PC_LIBS_PRIVATE)
 set(QEX_PC_LIBS "-lqex")
 if(NOT TARGET qex)

@@ -151,6 +151,21 @@ class InstallTest(unittest.TestCase):
         self.assertEqual(run(folder + "/consumer", env={**os.environ, "LD_LIBRARY_PATH": self.lib}),
                          SHA256_OF_ABC)
 
+    def test_FoldersMayBeAbsolute(self):
+        # qex.pc had its own folder before them, and the tool looked for its library there.
+        if not self.pkg_config:
+            self.skipTest("pkg-config is not installed")
+        place, its = (os.path.join(self.scratch.name, name) for name in ("absolute", "its"))
+        run(self.cmake, "-G", self.generator, "-S", self.source, "-B", place, f"-DCMAKE_C_COMPILER={self.compiler}",
+            f"-DCMAKE_CXX_COMPILER={self.cxx_compiler}", f"-DCMAKE_INSTALL_LIBDIR={its}/lib",
+            f"-DCMAKE_INSTALL_INCLUDEDIR={its}/include", "-DQEX_BUILD_TESTS=OFF", "-DQEX_BUILD_BENCH=OFF")
+        flags = run(self.pkg_config, "--cflags", "--libs", "qex", env={**os.environ, "PKG_CONFIG_PATH": place}).split()
+        self.assertEqual(flags, [f"-I{its}/include", f"-L{its}/lib", "-lqex"])
+        if os.path.exists(place + "/tool/cmake_install.cmake"):
+            with open(place + "/tool/cmake_install.cmake", encoding="utf-8") as file:
+                paths = re.findall(r'^ +(?:NEW_)?RPATH "(.*)"\)?$', file.read(), re.MULTILINE)
+            self.assertEqual(set(paths), {its + "/lib"})
+
     def test_PkgConfigLinksAStaticProgram(self):
         flags = self.pkg_config_flags("--static")
         with open(os.path.join(self.source, "README.md"), encoding="utf-8") as file:
