@@ -2,7 +2,7 @@
  * qex.h: the interface of libqex, time-stamping by RFC 3161.
  *
  * Functions take and fill byte buffers and records of fixed layout. The caller owns all of them: the
- * library keeps no pointer after a call and returns no memory (digest contexts, below, are the one
+ * library keeps no pointer after a call and returns no memory (the contexts of digests are the one
  * exception). It opens no file and no connection; the caller carries bytes to and from the authority.
  *
  * A usual exchange:
@@ -16,15 +16,15 @@
  *      nonce and policy with the request.
  *
  * Conventions of every function that returns a code:
- * - The code is 0 (QEX_OK) or one of the negative QEX_E_ values below. Its comment lists every code that
- *   it returns.
+ * - The code is 0 (QEX_OK) or one of the negative QEX_E_ values. Its description lists every code that it
+ *   returns.
  * - Lengths are in bytes, from 0 to 4294967295 unless a range is given. Input is read up to its length and
  *   no further. It is DER or BER, and whatever follows its first value is ignored.
  * - Output buffers: on entry *outLength is the capacity of `out`, on return the length of the complete
  *   output. When `out` is null or too small, nothing is written to it, *outLength is set to the length
  *   needed, and the function returns QEX_E_SIZE. So a call with a null `out` asks for the length.
  * - Text fields of records are zero-terminated. A value longer than its field is cut to the field, the
- *   rest of the record is filled, and the function returns QEX_E_SIZE unless its comment says otherwise.
+ *   rest of the record is filled, and the function returns QEX_E_SIZE unless its description says otherwise.
  *   A ...Length field always holds the full length of its value.
  * - An allocation that fails is QEX_E_NOMEM, or the failure of the step that needed it: QEX_E_DECODE, and a
  *   last ASN.1 error of -27, while input is decoded. It never ends in QEX_OK.
@@ -306,7 +306,7 @@ QEX_EXPORT int32_t QEX_GetLastAsnError(void) QEX_NOEXCEPT;
 
 /*
  * QEX_EncodeTSQ_Ex writes a TimeStampReq (RFC 3161, 2.4.1), framed for `transport`, to `out` under the
- * output-buffer rule above. The request has version 1 and no extensions. Its nonce is used as given, without
+ * output-buffer rule. The request has version 1 and no extensions. Its nonce is used as given, without
  * adding or removing a sign byte; certReq is encoded only when set. The algorithm's parameters are absent for
  * SHA-1, SHA-256, SHA-384 and SHA-512, and NULL for MD5 and any other algorithm.
  *
@@ -480,7 +480,7 @@ QEX_EXPORT int32_t QEX_GetTST_TSTInfo(QEX_TSTINFO* info, const uint8_t* token,
 /*
  * QEX_GetTST_TSACert writes the authority's certificate to `out` under the output-buffer rule: the
  * certificate of the token that the first identifier of its signing-certificate attribute names (RFC
- * 2634, 5.4; RFC 5035 under QEX_VERIFY_ESSCERTIDV2, below). It encodes the certificate again.
+ * 2634, 5.4; RFC 5035 where QEX_VERIFY_ESSCERTIDV2 selects it). It encodes the certificate again.
  *
  *   out          receives the certificate; may be null to ask for the length
  *   outLength    capacity of `out` in bytes, then the length of the certificate

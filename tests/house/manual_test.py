@@ -168,6 +168,12 @@ class LibraryTest(unittest.TestCase):
                     with self.subTest(record=name, field=field, page=page):
                         self.assertRegex(part(rendered(page), "RECORDS"), rf"(?m)^       {re.escape(field)}$")
 
+    def test_NothingPointsToAnotherPlaceOfTheHeader(self):
+        # "The output-buffer rule above" is on another page.
+        for page in families():
+            with self.subTest(page=page):
+                self.assertNotRegex(one_line(part(rendered(page), "DESCRIPTION")), "rule above|values below|, below|comment says")
+
     def test_EveryCodeIsExplained(self):
         text = part(rendered(f"{MANUAL}/man3/libqex-errors.3"), "RESULT CODES")
         codes = re.findall(r"^  (QEX_(?:OK|E_\w+)) = (-?\d+)", self.header, flags=re.M)
