@@ -63,6 +63,7 @@ class Record:
     def to_c(self) -> Any:
         """The structure with these values, its size included; ValueError when one does not fit into its field."""
         structure = empty(type(self))
+        octets = b""
         for name, c_name, kind in self.FIELDS:
             value = getattr(self, name)
             room = getattr(self.STRUCTURE, c_name).size
@@ -71,17 +72,20 @@ class Record:
                 if len(value) >= room or 0 in value:
                     raise ValueError(f"{name}: at most {room - 1} octets, and no NUL, fit into this field")
             elif kind == "octets":
-                if len(value) > room:
-                    raise ValueError(f"{name}: at most {room} octets fit into this field, not {len(value)}")
-                ctypes.memmove(ctypes.addressof(structure) + getattr(self.STRUCTURE, c_name).offset, value, len(value))
+                octets = memoryview(value).tobytes()  # of a str, ctypes would copy the memory
+                if len(octets) > room:
+                    raise ValueError(f"{name}: at most {room} octets fit into this field, not {len(octets)}")
+                ctypes.memmove(ctypes.addressof(structure) + getattr(self.STRUCTURE, c_name).offset, octets, len(octets))
                 continue
+            elif kind == "length" and value != len(octets):
+                raise ValueError(f"{name}: {value}, but the octets are {len(octets)}")
             elif kind == "u64":
                 if not 0 <= value < 1 << 64:
                     raise ValueError(f"{name}: 0 to 2^64 - 1 fit into this field")
                 number = getattr(structure, c_name)
                 number.high, number.low = value >> 32, value & 0xFFFFFFFF
                 continue
-            elif kind == "number" and isinstance(value, int) and not -(1 << 31) <= value < 1 << 32:
+            elif isinstance(value, int) and not -(1 << 31) <= value < 1 << 32:
                 raise ValueError(f"{name}: 32 bits fit into this field")
             setattr(structure, c_name, value)
         return structure

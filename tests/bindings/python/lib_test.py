@@ -104,6 +104,18 @@ def test_numbers_of_64_bits_are_one_number():
 def test_lengths_follow_the_octets():
     assert a_request().hashed_message_length == 32
     assert a_request().nonce_length == 8
+    for length in (33, 1 << 32, (1 << 32) + 32):
+        with pytest.raises(ValueError, match=f"hashed_message_length: {length}, but the octets are 32"):
+            lib.encode_tsq_ex(a_request(hashed_message_length=length))
+
+
+def test_octets_are_not_text():
+    kept = lib.encode_tsq_ex(request := a_request())
+    for octets in (bytearray(request.nonce), memoryview(request.nonce)):
+        assert lib.encode_tsq_ex(a_request(nonce=octets)) == kept
+    for other in ("12345678", 8):
+        with pytest.raises(TypeError):
+            lib.encode_tsq_ex(a_request(nonce=other))
 
 
 # --- Replies ---------------------------------------------------------------------
