@@ -46,6 +46,8 @@ class Trust:
     def __post_init__(self) -> None:
         for name in ("tsa_cert", "ca_file", "ca_path", "untrusted", "crl"):
             paths = tuple(os.path.abspath(path) for path in _several(getattr(self, name)))
+            if any("\0" in path for path in paths):
+                raise ValueError(f"{name}: a path holds a NUL; name the file")
             object.__setattr__(self, name, paths)
         if not (self.tsa_cert or self.tsa_fingerprint or self.ca_file or self.ca_path or self.system_ca
                 or self.insecure_any_signer):
@@ -81,7 +83,7 @@ class Job:
 
     def members(self) -> dict[str, str]:
         """The job as the program takes it; Refusal when it cannot be said."""
-        said = {"digest": self.digest, "policy": self.policy}
+        said = {name: value for name, value in (("digest", self.digest), ("policy", self.policy)) if value}
         if self.nonce is not None:
             said["nonce"] = f"{self.nonce:x}" if isinstance(self.nonce, int) else self.nonce
         if self.file is not None:
@@ -92,7 +94,7 @@ class Job:
                 said[name] = _message(name, bytes(value))
             elif value is not None:
                 said[name] = _path(name, value)
-        return {name: value for name, value in said.items() if value}
+        return said
 
 
 class Refusal(Exception):
@@ -108,6 +110,8 @@ class Refusal(Exception):
 def _path(name: str, value: StrPath) -> str:
     """An absolute path: the program keeps the folder that it was started in, and no such path reads as base64."""
     path = os.path.abspath(value)
+    if not isinstance(path, str):
+        raise TypeError(f"{name}: a path is a str or of pathlib, not bytes")
     try:
         path.encode()
     except UnicodeEncodeError:
@@ -177,7 +181,7 @@ class Answer:
         """The time in the token, in UTC; None without a readable one. It counts only if `passed`."""
         try:
             return datetime.datetime.fromisoformat(self.document["token"]["time"])
-        except (KeyError, ValueError):
+        except (KeyError, TypeError, ValueError):
             return None
 
     @property

@@ -7,12 +7,12 @@ import concurrent.futures
 import os
 import shutil
 import threading
-from typing import Any, Iterable, Iterator, Union
+from typing import Iterable, Iterator, Union
 
 from ._answer import Answer, Job, Octets, Refusal, StrPath, Trust, answer_from
 from ._program import Ended, Program, ToolError
 
-_Future = concurrent.futures.Future[dict[str, Any]]  # of a document
+_Future = concurrent.futures.Future[Answer]
 _AHEAD = 1024  # jobs that check_many hands out before it waits for the oldest answer
 
 
@@ -50,19 +50,26 @@ class Checker:
     def check_many(self, jobs: Iterable[Job]) -> Iterator[Answer]:
         """The answers in the order of the jobs, on all cores. It takes at most 1024 jobs ahead of the answers."""
         ahead: collections.deque[_Future] = collections.deque()
+        process = os.getpid()
+
+        def oldest() -> Answer:
+            if os.getpid() != process:
+                raise ToolError("these answers go to the process that asked for them; call check_many again after a fork")
+            return _answer(ahead.popleft())
+
         for job in jobs:
             ahead.append(self._submit(job))
             while ahead and (len(ahead) >= _AHEAD or ahead[0].done()):
-                yield _answer(ahead.popleft())
+                yield oldest()
         while ahead:
-            yield _answer(ahead.popleft())
+            yield oldest()
 
     def _submit(self, job: Job) -> _Future:
         try:
             return self._program.submit(job.members())
         except Refusal as refusal:
             answered: _Future = concurrent.futures.Future()
-            answered.set_result(refusal.document())
+            answered.set_result(answer_from(refusal.document()))
             return answered
 
     def close(self) -> None:
@@ -82,10 +89,9 @@ class Checker:
 
 def _answer(submitted: _Future) -> Answer:
     try:
-        document = submitted.result()
+        return submitted.result()
     except Ended as error:
-        document = Refusal(70, str(error), "nothing is known about this one, so do not rely on it").document()
-    return answer_from(document)
+        return answer_from(Refusal(70, str(error), "nothing is known about this one, so do not rely on it").document())
 
 
 _lock = threading.Lock()

@@ -18,10 +18,12 @@ import threading
 import weakref
 from typing import IO, Any, Iterable
 
+from ._answer import Answer, answer_from
 from ._record import QexError
 
 _TRIES = 3
 _STEP = 1 << 16
+_LONGEST = 256 << 20  # octets of a document; those of qex are far shorter, whatever the token
 
 
 class ToolError(QexError):
@@ -37,27 +39,30 @@ class _Waiting:
 
     def __init__(self, line: bytes) -> None:
         self.line, self.ends = line, 0
-        self.future: concurrent.futures.Future[dict[str, Any]] = concurrent.futures.Future()
+        self.future: concurrent.futures.Future[Answer] = concurrent.futures.Future()
 
 
 class _Run:
     """One run of the program, from its start to its end."""
 
     def __init__(self, command: list[str], lines: Iterable[bytes]) -> None:
-        self.errors: IO[bytes] = tempfile.TemporaryFile()
-        inner_in, self.input = os.pipe()
-        self.output, inner_out = os.pipe()
+        self.input = self.output = inner_in = inner_out = -1
         try:
+            self.errors: IO[bytes] = tempfile.TemporaryFile()
+            inner_in, self.input = os.pipe()
+            self.output, inner_out = os.pipe()
             # A process group of its own: Ctrl-C at the terminal is for the caller to act on.
             self.process = subprocess.Popen(command, stdin=inner_in, stdout=inner_out, stderr=self.errors, process_group=0)
         except OSError as error:
-            os.close(self.input)
-            os.close(self.output)
-            raise ToolError(f"{command[0]} cannot be started: {error.strerror}; install the package qex, or name the "
-                            "program in the environment variable QEX_TOOL") from None
+            self.close_input()
+            self.close_output()
+            step = ("install the package qex, or name the program in the environment variable QEX_TOOL"
+                    if error.filename == command[0] else "this process lacks what that takes; the next check tries again")
+            raise ToolError(f"{command[0]} cannot be started: {error.strerror}; {step}") from None
         finally:
-            os.close(inner_in)
-            os.close(inner_out)
+            for end in (inner_in, inner_out):
+                if end >= 0:
+                    os.close(end)
         self.to_send = collections.deque(lines)
         self.answered = 0
         self.finished = False
@@ -90,8 +95,8 @@ class Program:
         self._waiting: dict[int, _Waiting] = {}  # by their numbers, the oldest first
         self._run: _Run | None = None
 
-    def submit(self, job: dict[str, Any]) -> concurrent.futures.Future[dict[str, Any]]:
-        """The document to come for a job; starts the program when none runs."""
+    def submit(self, job: dict[str, Any]) -> concurrent.futures.Future[Answer]:
+        """The answer to come for a job; starts the program when none runs."""
         with self._changed:
             if self._closing:
                 raise ToolError("this checker is closed; make another")
@@ -113,9 +118,21 @@ class Program:
                 self._changed.wait_for(lambda: self._run is None)
 
     def _start(self) -> _Run:
-        self._run = run = _Run(self._command, (waiting.line for waiting in self._waiting.values()))
-        for serve in (self._write, self._read):
-            threading.Thread(target=serve, args=(run,), daemon=True, name="qex").start()
+        with _starting:
+            self._run = run = _Run(self._command, (waiting.line for waiting in self._waiting.values()))
+        threads = [threading.Thread(target=serve, args=(run,), daemon=True, name="qex") for serve in (self._write, self._read)]
+        try:
+            for thread in threads:
+                thread.start()
+        except RuntimeError as error:
+            self._run, run.finished = None, True  # for the writer, if there is one
+            self._changed.notify_all()
+            run.process.kill()
+            run.process.wait()
+            run.close_output()
+            if not threads[0].is_alive():
+                run.close_input()
+            raise ToolError(f"{self._command[0]} cannot be served: {error}; the next check tries again") from None
         return run
 
     def _write(self, run: _Run) -> None:
@@ -134,14 +151,21 @@ class Program:
         run.close_input()
 
     def _read(self, run: _Run) -> None:
-        held, fault = b"", ""
+        held: list[bytes] = []  # the pieces of a line that is not whole
+        size, fault = 0, ""
         while not fault:
             piece = os.read(run.output, _STEP)
             if not piece:
                 break
-            *lines, held = (held + piece).split(b"\n")
+            *lines, rest = piece.split(b"\n")
             for line in lines:
-                fault = fault or self._answer(run, line)
+                fault = fault or self._answer(run, b"".join((*held, line)))
+                held.clear()
+                size = 0
+            held.append(rest)
+            size += len(rest)
+            if size > _LONGEST:
+                fault = fault or f"a line of more than {_LONGEST} octets"
         run.close_output()
         if fault:
             run.process.kill()
@@ -151,18 +175,19 @@ class Program:
         """Hands a document to its job; returns what is wrong with it."""
         try:
             document = json.loads(line)
-            number = int(document["id"])
-            int(document["exit"])  # what decides must be there
             if document["schema"] != 1:
                 return f"documents of schema {document['schema']}, where 1 is known"
-        except (ValueError, KeyError, TypeError):
+            number, answer = document["id"], answer_from(document)
+            if type(number) is not int or type(answer.exit) is not int:  # what decides must be there
+                raise TypeError
+        except (ValueError, KeyError, TypeError, AttributeError, RecursionError):
             return "a line that is no document of qex"
         with self._changed:
             waiting = self._waiting.pop(number, None)
             if waiting is None:
                 return f"a document for job {number}, which does not wait for one"
             run.answered += 1
-        _set(waiting.future, document)
+        _set(waiting.future, answer)
         return ""
 
     def _end(self, run: _Run, status: int, fault: str) -> None:
@@ -205,7 +230,7 @@ class Program:
         self._reset()
 
 
-def _set(future: concurrent.futures.Future[dict[str, Any]], result: dict[str, Any] | ToolError) -> None:
+def _set(future: concurrent.futures.Future[Answer], result: Answer | ToolError) -> None:
     if not future.set_running_or_notify_cancel():
         return
     if isinstance(result, ToolError):
@@ -215,11 +240,14 @@ def _set(future: concurrent.futures.Future[dict[str, Any]], result: dict[str, An
 
 
 _programs: weakref.WeakSet[Program] = weakref.WeakSet()
+# Held while a program starts: the child of a fork at that moment would keep the ends of its pipes, which nobody knows yet.
+_starting = threading.Lock()
 
 
 def _forget_all() -> None:
+    _starting.release()
     for program in list(_programs):
         program.forget()
 
 
-os.register_at_fork(after_in_child=_forget_all)
+os.register_at_fork(before=_starting.acquire, after_in_parent=_starting.release, after_in_child=_forget_all)

@@ -2,6 +2,7 @@
 
 import base64
 import concurrent.futures
+import errno
 import hashlib
 import os
 import pathlib
@@ -9,6 +10,7 @@ import pickle
 import signal
 import stat
 import sys
+import tempfile
 import threading
 import time
 
@@ -87,6 +89,7 @@ def test_tokens_are_taken_as_octets_pem_and_paths(trust, tmp_path, monkeypatch):
     (dict(token=GOOD, request=sample("request_sha512_cert.der")), 1, "request"),
     (dict(token=GOOD, nonce=1), 1, "nonce"),
     (dict(token=GOOD, nonce="zz"), 2, None),
+    (dict(token=GOOD, nonce=""), 2, None),
     (dict(token=GOOD, policy="1.2.3"), 1, "policy"),
     (dict(token=damaged(sample("reply_sha256_v2_cert.der"))), 1, "signature"),
     (dict(token=peer("token_rsa2048_sha256_v2.der")), 1, "chain"),
@@ -149,6 +152,13 @@ def test_nobody_is_trusted_by_default():
     for trust in ({}, {"untrusted": "x"}, {"crl": ["x"]}, {"allow_weak": True}):
         with pytest.raises(ValueError, match="nobody is trusted"):
             qex.Trust(**trust)
+
+
+def test_paths_that_no_program_can_be_told_are_refused(trust):
+    with pytest.raises(ValueError, match="ca_file: a path holds a NUL"):
+        qex.Trust(ca_file="roots\0.pem")
+    with pytest.raises(TypeError, match="file: a path is a str"):
+        qex.check(GOOD, file=b"/etc/hostname", trust=trust)
 
 
 def test_jobs_trust_and_answers_can_be_sent_to_other_processes(trust):
@@ -271,9 +281,25 @@ def test_child_of_a_fork_has_a_program_of_its_own(trust):
         assert checker.check(GOOD) and process_of(checker) is first
 
 
+def test_child_of_a_fork_does_not_wait_for_the_answers_of_its_parent(trust):
+    with qex.Checker(trust) as checker:
+        answers = checker.check_many(qex.Job(token=GOOD) for _ in range(3000))
+        assert next(answers)
+        child = os.fork()
+        if child == 0:
+            signal.alarm(20)
+            try:
+                list(answers)
+            except qex.ToolError as error:
+                os._exit(0 if "after a fork" in str(error) else 1)
+            os._exit(2)
+        assert os.waitpid(child, 0)[1] == 0
+        assert all(answers)
+
+
 def test_fork_waits_for_locks_that_other_threads_hold(trust):
-    from qex import _check, _load
-    for lock in (_check._lock, _load._lock):
+    from qex import _check, _load, _program
+    for lock in (_check._lock, _load._lock, _program._starting):
         lock.acquire()
         threading.Timer(0.2, lock.release).start()
         child = os.fork()
@@ -300,6 +326,16 @@ def test_child_of_a_fork_does_not_keep_the_program_open(trust):
     os.close(ended)
     os.waitpid(child, 0)
     assert closed
+
+
+def test_no_fork_comes_between_while_a_program_starts(trust, monkeypatch):
+    from qex import _program
+    held = []
+    start = _program._Run.__init__
+    monkeypatch.setattr(_program._Run, "__init__", lambda *given: held.append(_program._starting.locked()) or start(*given))
+    with qex.Checker(trust) as checker:
+        assert checker.check(GOOD)
+    assert held == [True]
 
 
 def test_program_does_not_outlive_its_python(root_pem):
@@ -349,11 +385,84 @@ def test_trust_that_the_program_refuses(tmp_path):
     ("    say(job, id=77)", "a document for job 77"),
     ("    say(job, id=[1])", "a line that is no document of qex"),
     ("    say(job, exit=None)", "a line that is no document of qex"),
+    ("    say(job, exit=False)", "a line that is no document of qex"),
+    ("    say(job, exit='0')", "a line that is no document of qex"),
+    ("    say(job, exit=float('inf'))", "a line that is no document of qex"),
+    ("    say(job, id=float('inf'))", "a line that is no document of qex"),
+    ("    say(job, checks=[1])", "a line that is no document of qex"),
+    ("    print(json.dumps({'id': job['id'], 'schema': 1, 'exit': 0}), flush=True)", "a line that is no document of qex"),
+    ("    print('[' * 100000, flush=True)", "a line that is no document of qex"),
     ("    sys.exit('usage: other')", "exit status 1: usage: other"),
 ])
 def test_another_program(trust, tmp_path, monkeypatch, body, said):
     monkeypatch.setenv("QEX_TOOL", a_tool(tmp_path, body))
     assert said in complaint(trust)
+
+
+def test_answer_without_a_readable_time_has_none(trust, tmp_path, monkeypatch):
+    monkeypatch.setenv("QEX_TOOL", a_tool(tmp_path, """    say(job, token=json.loads(job["digest"]))"""))
+    with qex.Checker(trust) as checker:
+        for token in ("null", "{}", '{"time": null}', '{"time": 5}', '{"time": "soon"}'):
+            assert checker.check(digest=token).time is None
+
+
+def test_line_that_does_not_end_is_no_document(trust, tmp_path, monkeypatch):
+    from qex import _program
+    monkeypatch.setattr(_program, "_LONGEST", 1 << 20)
+    monkeypatch.setenv("QEX_TOOL", a_tool(tmp_path, """    say(job, hint=" " * 1000000)"""))
+    with qex.Checker(trust) as checker:
+        assert len(checker.check(GOOD).hint) == 1000000
+    monkeypatch.setenv("QEX_TOOL", a_tool(tmp_path, """
+    while True: print(" " * 65536, end="", flush=True)"""))
+    assert "a line of more than 1048576 octets" in complaint(trust)
+
+
+# --- What the machine lacks ------------------------------------------------------
+
+
+def no_descriptor(monkeypatch):
+    def fail():
+        raise OSError(errno.EMFILE, os.strerror(errno.EMFILE))
+    monkeypatch.setattr(os, "pipe", fail)
+
+
+def no_room_for_files(monkeypatch):
+    monkeypatch.setattr(tempfile, "tempdir", "/absent")
+
+
+def no_thread(monkeypatch):
+    def fail(thread):
+        raise RuntimeError("can't start new thread")
+    monkeypatch.setattr(threading.Thread, "start", fail)
+
+
+def second_thread(monkeypatch):
+    start, begun = threading.Thread.start, []
+
+    def one(thread):
+        if begun:
+            raise RuntimeError("can't start new thread")
+        begun.append(start(thread))
+    monkeypatch.setattr(threading.Thread, "start", one)
+
+
+@pytest.mark.parametrize("take", [no_descriptor, no_room_for_files, no_thread, second_thread])
+def test_program_that_cannot_start_for_now_is_an_error_and_the_next_check_starts_it(trust, monkeypatch, take):
+    with qex.Checker(trust) as checker:
+        with monkeypatch.context() as lack:
+            take(lack)
+            with pytest.raises(qex.ToolError, match="the next check tries again"):
+                checker.check(GOOD)
+        assert checker.check(GOOD)
+        first = process_of(checker)
+        first.send_signal(signal.SIGSTOP)  # it leaves the job undone
+        waiting = checker._submit(qex.Job(token=GOOD))
+        with monkeypatch.context() as lack:
+            take(lack)
+            first.kill()
+            with pytest.raises(qex.ToolError, match="the next check tries again"):
+                waiting.result(timeout=20)
+        assert checker.check(GOOD)
 
 
 def test_many_threads_wait_while_the_program_is_replaced(trust):
