@@ -139,6 +139,20 @@ func TestNobodyIsTrustedByDefault(t *testing.T) {
 	if _, err := Check(Trust{}, Job{}); err == nil {
 		t.Error("an empty Trust is taken")
 	}
+	if _, err := NewChecker(Trust{CaFile: []string{"roots\x00.pem"}}, 0); err == nil || !strings.Contains(err.Error(), "--ca-file holds a NUL") {
+		t.Errorf("%v", err)
+	}
+}
+
+func TestNumberOfJobsIsNotGuessed(t *testing.T) {
+	c, err := NewChecker(roots(t), -1)
+	if err != nil {
+		t.Fatal(err)
+	}
+	defer c.Close()
+	if _, err := c.Check(Job{Digest: "x"}); err == nil || !strings.Contains(err.Error(), "not in range") {
+		t.Errorf("%v", err)
+	}
 }
 
 // many gives jobs of which every hundredth is for other data.
@@ -194,6 +208,8 @@ func TestClosedCheckerSaysSo(t *testing.T) {
 }
 
 func TestProgramsThatDoNotDoTheirWorkAreNamed(t *testing.T) {
+	defer func(before int) { longest = before }(longest)
+	longest = 1 << 20
 	token := base64.StdEncoding.EncodeToString([]byte("x"))
 	for _, row := range []struct{ script, says string }{
 		{"", "QEX_TOOL"}, // no such program
@@ -201,6 +217,7 @@ func TestProgramsThatDoNotDoTheirWorkAreNamed(t *testing.T) {
 		{"read job; echo nonsense", "no document"},
 		{`read job; echo '{"id":99,"schema":1,"exit":0}'; read job`, "job 99"},
 		{`read job; echo '{"id":1,"schema":7,"exit":0}'; read job`, "schema"},
+		{`read job; while :; do printf %65536s; done`, "too long for a document"},
 	} {
 		tool := "/absent/qex"
 		if row.script != "" {
@@ -217,6 +234,18 @@ func TestProgramsThatDoNotDoTheirWorkAreNamed(t *testing.T) {
 	t.Setenv("PATH", t.TempDir())
 	if _, err := NewChecker(roots(t), 0); err == nil || !strings.Contains(err.Error(), "no program qex is in PATH") {
 		t.Errorf("%v", err)
+	}
+}
+
+func TestNextCheckTriesAgain(t *testing.T) {
+	c := checker(t, roots(t))
+	t.Setenv("TMPDIR", "/absent")
+	if _, err := c.Check(Job{Digest: "x"}); err == nil || !strings.Contains(err.Error(), "the next check tries again") {
+		t.Errorf("%v", err)
+	}
+	t.Setenv("TMPDIR", "")
+	if answer, err := c.Check(Job{Token: octets(t, "reply_sha256_v2_cert.der")}); err != nil || !answer.Passed() {
+		t.Errorf("%v, %s", err, answer.Document)
 	}
 }
 

@@ -15,6 +15,9 @@ import (
 // A job at which the program ends that often fails: it may be the cause.
 const tries = 3
 
+// The octets of a document; those of qex are far shorter, whatever the token.
+var longest = 256 << 20
+
 // ToolError says that the program qex cannot be started or does not do its work, and what to do.
 type ToolError struct{ text string }
 
@@ -106,8 +109,11 @@ func (p *program) start() error {
 	// A process group of its own: Ctrl-C at the terminal is for the caller to act on.
 	r.process.SysProcAttr = &syscall.SysProcAttr{Setpgid: true}
 	if err := r.begin(); err != nil {
-		return &ToolError{fmt.Sprintf("%s cannot be started: %v; install the package qex, or name the program in the "+
-			"environment variable QEX_TOOL", p.command[0], err)}
+		step := "this process lacks what that takes; the next check tries again"
+		if at := (*os.PathError)(nil); errors.As(err, &at) && at.Path == p.command[0] {
+			step = "install the package qex, or name the program in the environment variable QEX_TOOL"
+		}
+		return &ToolError{fmt.Sprintf("%s cannot be started: %v; %s", p.command[0], err, step)}
 	}
 	for _, one := range p.waiting {
 		r.toSend = append(r.toSend, one.line)
@@ -164,16 +170,35 @@ func (p *program) write(r *run) {
 func (p *program) read(r *run) {
 	var fault error
 	for fault == nil {
-		line, err := r.output.ReadBytes('\n')
-		if err != nil {
+		line, err := readLine(r.output)
+		if err == errLongLine {
+			fault = err
+		} else if err != nil {
 			break
+		} else {
+			fault = p.answer(r, line)
 		}
-		fault = p.answer(r, line)
 	}
 	if fault != nil {
 		r.process.Process.Kill()
 	}
 	p.end(r, r.process.Wait(), fault)
+}
+
+var errLongLine = errors.New("a line that is too long for a document")
+
+// readLine reads up to a line feed, but not without end.
+func readLine(from *bufio.Reader) ([]byte, error) {
+	var line []byte
+	for {
+		piece, err := from.ReadSlice('\n')
+		if line = append(line, piece...); err != bufio.ErrBufferFull {
+			return line, err
+		}
+		if len(line) > longest {
+			return nil, errLongLine
+		}
+	}
 }
 
 // answer hands a document to its job, or says what is wrong with it.

@@ -39,7 +39,7 @@ func NewChecker(trust Trust, jobs int) (*Checker, error) {
 		return nil, err
 	}
 	command := []string{tool, "verify", "--jobs", "-"}
-	if jobs > 0 {
+	if jobs != 0 { // the program refuses what is no number of jobs
 		command = append(command, "-j", strconv.Itoa(jobs))
 	}
 	return &Checker{newProgram(append(command, options...))}, nil

@@ -3,6 +3,7 @@ package qex
 import (
 	"errors"
 	"path/filepath"
+	"strings"
 )
 
 // Trust says whom to trust, as the options of `qex verify` of the same names do. One of the first six is needed. Files are
@@ -36,6 +37,9 @@ func (t Trust) options() ([]string, error) {
 		paths  []string
 	}{{"tsa-cert", t.TsaCert}, {"ca-file", t.CaFile}, {"ca-path", t.CaPath}, {"untrusted", t.Untrusted}, {"crl", t.Crl}} {
 		for _, path := range files.paths {
+			if strings.ContainsRune(path, 0) {
+				return nil, errors.New("qex: a path of --" + files.option + " holds a NUL; name the file")
+			}
 			absolute, err := filepath.Abs(path)
 			if err != nil {
 				return nil, err
