@@ -34,6 +34,9 @@ impl Checker {
             ));
         }
         let options = trust.options().map_err(|error| ToolError(format!("the paths of this Trust: {error}")))?;
+        if options.iter().any(|option| option.to_string_lossy().contains('\0')) {
+            return Err(ToolError("an option of this Trust holds a NUL; name the file".into()));
+        }
         let mut command = vec![tool()?.into_os_string()];
         command.extend(["verify", "--jobs", "-"].map(OsString::from));
         if let Some(jobs) = jobs {

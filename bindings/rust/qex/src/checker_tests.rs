@@ -92,6 +92,7 @@ fn programs_that_do_not_do_their_work_are_named() {
         (r#"read job; echo '{"id":99,"schema":1,"exit":0}'; read job"#, "job 99"),
         (r#"read job; echo '{"id":1,"schema":7,"exit":0}'; read job"#, "schema"),
         (r#"read job; echo '{"id":1,"schema":1}'; read job"#, "no document"),
+        ("read job; while :; do printf %65536s; done", "too long for a document"),
     ]
     .iter()
     .enumerate()
@@ -109,4 +110,29 @@ fn programs_that_do_not_do_their_work_are_named() {
 fn nobody_is_trusted_by_default() {
     let refused: ToolError = Checker::new(&Trust { allow_weak: true, ..Trust::default() }, None).expect_err("no trust");
     assert!(refused.to_string().contains("nobody is trusted"), "{refused}");
+    let refused = Checker::new(&Trust { ca_file: vec!["a\0b".into()], ..Trust::default() }, None).expect_err("no file");
+    assert!(refused.to_string().contains("holds a NUL"), "{refused}");
+}
+
+#[test]
+fn next_check_tries_again_to_get_threads() {
+    let script = Script::new(
+        "threads",
+        r#"while read -r job; do
+             case $job in *last*) kill -9 $$;; esac
+             id=${job#*\"id\":}; echo "{\"id\":${id%%,*},\"schema\":1,\"exit\":0,\"error\":null}"
+           done"#,
+    );
+    let program = script.program();
+    for count in [0, 1] {
+        program.have_threads(count);
+        let refused = program.submit(&digest("a")).err().expect("an error");
+        assert!(refused.to_string().contains("no thread; this process lacks what that takes; the next check tries again"), "{refused}");
+        program.have_threads(2);
+        let answers = ["a", "last"].map(|text| program.submit(&digest(text)).expect("a program"));
+        // It dies at the last one, and another one cannot be served.
+        let [first, last] = answers.map(|answer| answer.recv().expect("an outcome"));
+        assert_eq!(first.map(|answer| answer.exit), Ok(0));
+        assert!(last.expect_err("no thread").to_string().contains("no thread"));
+    }
 }

@@ -19,6 +19,8 @@ use std::thread;
 
 /// A job at which the program ends that often fails: it may be the cause.
 const TRIES: u32 = 3;
+/// The octets of a document; those of `qex` are far shorter, whatever the token.
+const LONGEST: u64 = if cfg!(test) { 1 << 20 } else { 256 << 20 };
 
 /// The program `qex` cannot be started, or does not do its work. The text says what to do.
 #[derive(Clone, Debug, Eq, PartialEq)]
@@ -58,13 +60,21 @@ struct Shared {
     command: Vec<OsString>,
     state: Mutex<State>,
     changed: Condvar,
+    #[cfg(test)]
+    threads: AtomicU32, // that can be had
 }
 
 pub(crate) struct Program(Arc<Shared>);
 
 impl Program {
     pub(crate) fn new(command: Vec<OsString>) -> Self {
-        Self(Arc::new(Shared { command, state: Mutex::default(), changed: Condvar::new() }))
+        Self(Arc::new(Shared {
+            command,
+            state: Mutex::default(),
+            changed: Condvar::new(),
+            #[cfg(test)]
+            threads: AtomicU32::new(u32::MAX),
+        }))
     }
 
     /// Hands a job to the program, which it starts when none runs. The answer comes through the channel.
@@ -105,6 +115,12 @@ impl Program {
     pub(crate) fn process(&self) -> Option<u32> {
         self.0.lock().run
     }
+
+    /// Has that many more threads to be had.
+    #[cfg(test)]
+    pub(crate) fn have_threads(&self, count: u32) {
+        self.0.threads.store(count, Ordering::SeqCst);
+    }
 }
 
 impl Shared {
@@ -118,28 +134,51 @@ impl Shared {
 
     /// Begins a run with all that waits.
     fn start(self: &Arc<Self>, state: &mut State) -> Result<(), ToolError> {
-        let begin = || -> io::Result<(Child, File)> {
-            let said = unnamed_file()?;
-            let mut command = Command::new(&self.command[0]);
-            command.args(&self.command[1..]).stdin(Stdio::piped()).stdout(Stdio::piped()).stderr(said.try_clone()?);
-            Ok((command.spawn()?, said))
-        };
-        let (mut process, said) = begin().map_err(|error| {
+        let lacks = |error: io::Error| {
             let name = self.name();
-            ToolError(format!(
-                "{name} cannot be started: {error}; install the package qex, or name the program in the environment variable \
-                 QEX_TOOL"
-            ))
+            ToolError(format!("{name} cannot be started: {error}; this process lacks what that takes; the next check tries again"))
+        };
+        let said = unnamed_file().map_err(lacks)?;
+        let mut command = Command::new(&self.command[0]);
+        command.args(&self.command[1..]).stdin(Stdio::piped()).stdout(Stdio::piped());
+        command.stderr(said.try_clone().map_err(lacks)?);
+        let mut process = command.spawn().map_err(|error| match error.kind() {
+            io::ErrorKind::NotFound | io::ErrorKind::PermissionDenied => ToolError(format!(
+                "{} cannot be started: {error}; install the package qex, or name the program in the environment variable QEX_TOOL",
+                self.name()
+            )),
+            _ => lacks(error),
         })?;
-        state.to_send = state.waiting.iter().map(|one| Arc::clone(&one.line)).collect();
-        state.run = Some(process.id());
         state.runs += 1;
-        state.answered = 0;
-        let (run, input) = (state.runs, process.stdin.take());
+        let (run, input, id) = (state.runs, process.stdin.take(), process.id());
+        let (hand_over, taken_over) = channel();
         let (writer, reader) = (Arc::clone(self), Arc::clone(self));
-        thread::spawn(move || writer.write(run, input.expect("the pipe of stdin")));
-        thread::spawn(move || reader.read(process, said));
+        // The writer ends at once while no run is on; the reader gets the process when both are there.
+        let threads = self.thread(move || writer.write(run, input.expect("the pipe of stdin"))).and_then(|()| {
+            self.thread(move || {
+                if let Ok((process, said)) = taken_over.recv() {
+                    reader.read(process, said);
+                }
+            })
+        });
+        if let Err(error) = threads {
+            let _ = process.kill(); // it may have ended already
+            let _ = process.wait();
+            return Err(lacks(error));
+        }
+        state.to_send = state.waiting.iter().map(|one| Arc::clone(&one.line)).collect();
+        state.run = Some(id);
+        state.answered = 0;
+        hand_over.send((process, said)).expect("the reader waits");
         Ok(())
+    }
+
+    fn thread(&self, serve: impl FnOnce() + Send + 'static) -> io::Result<()> {
+        #[cfg(test)]
+        if self.threads.fetch_update(Ordering::SeqCst, Ordering::SeqCst, |left| left.checked_sub(1)).is_err() {
+            return Err(io::Error::new(io::ErrorKind::WouldBlock, "no thread"));
+        }
+        thread::Builder::new().spawn(serve).map(drop)
     }
 
     fn write(&self, run: u64, mut input: ChildStdin) {
@@ -168,8 +207,9 @@ impl Shared {
         let mut line = Vec::new();
         while fault.is_none() {
             line.clear();
-            match output.read_until(b'\n', &mut line) {
+            match output.by_ref().take(LONGEST).read_until(b'\n', &mut line) {
                 Ok(_) if line.ends_with(b"\n") => fault = self.answer(&line).err(),
+                Ok(length) if length as u64 == LONGEST => fault = Some("a line that is too long for a document".into()),
                 _ => break,
             }
         }
