@@ -10,38 +10,18 @@ cd "$(dirname "$0")/.."
 build=build/includes
 cmake --preset release -B "$build" > /dev/null
 
+sources=$(git ls-files --cached --others --exclude-standard 'tool/*.cpp' 'tests/*.cpp')
+[ $# -eq 0 ] || sources=$(scripts/concerned.py "$1" <<< "$sources")
+
 # A line for each source: its folder and its command.
-commands=$(python3 - "$build/compile_commands.json" "$PWD" "${1-}" <<'PY'
-import functools, json, os, re, shlex, subprocess, sys
+commands=$(python3 - "$build/compile_commands.json" "$PWD" "$sources" <<'PY'
+import json, os, re, shlex, sys
 
-def git(*arguments):
-    return subprocess.run(["git", *arguments], capture_output=True, text=True, check=True).stdout.split()
-
-commands, root, commits = sys.argv[1:]
-changed = None
-if commits:
-    changed = {*git("log", f"-{commits}", "--format=", "--name-only"), *git("diff", "--name-only", "HEAD"),
-               *git("ls-files", "--others", "--exclude-standard")}
-
-@functools.cache
-def included(name):
-    with open(name, encoding="utf-8") as file:
-        direct = re.findall(r'^#include "(.*)"', file.read(), re.MULTILINE)
-    return [path for path in direct if os.path.isfile(path)]
-
-def concerned(name):
-    seen, waiting = set(), [name]
-    while waiting:
-        path = waiting.pop()
-        if path not in seen:
-            seen.add(path)
-            waiting += included(path)
-    return changed is None or not changed.isdisjoint(seen)
-
+commands, root, sources = sys.argv[1:]
+chosen = set(sources.split())
 with open(commands, encoding="utf-8") as file:
     for entry in json.load(file):
-        name = os.path.relpath(entry["file"], root)
-        if name.startswith(("tool/", "tests/")) and name.endswith(".cpp") and concerned(name):
+        if os.path.relpath(entry["file"], root) in chosen:
             command = re.sub(r" -o \S+", " -fsyntax-only -w", entry["command"])
             print(f"cd {shlex.quote(entry['directory'])} && {command}")
 PY

@@ -3,7 +3,8 @@
 # tests/.clang-tidy and fuzz/.clang-tidy the differences there. The C++ sources of a folder are read as one, since
 # most of the time goes into the headers that they include.
 #
-# usage: scripts/tidy.sh [FILE...]     default: all of the library, the tool, examples, tests and fuzz targets; FILE:
+# usage: scripts/tidy.sh [--last COMMITS | FILE...]     default: all of the library, the tool, examples, tests and fuzz
+# targets; COMMITS: the folders with a source that so many last commits changed, or a header that it includes; FILE:
 # these alone, each by itself
 set -euo pipefail
 cd "$(dirname "$0")/.."
@@ -12,15 +13,22 @@ scripts/setup.sh check
 export build=build/tidy
 cmake --preset release -B "$build" > /dev/null
 
-# plan writes a compile_commands.json to the folder $1 whose sources stand for the files that follow, or for all, and
-# prints their paths, those that take longest first.
+concerned=$(git ls-files --cached --others --exclude-standard '*.c' '*.cpp')
+if [ "${1-}" = --last ]; then
+  concerned=$(scripts/concerned.py "$2" .clang-tidy tests/.clang-tidy fuzz/.clang-tidy scripts/tidy.sh <<< "$concerned")
+  shift 2
+fi
+
+# plan writes a compile_commands.json to the folder $1 whose sources stand for the files that follow, or for the
+# folders of $concerned, and prints their paths, those that take longest first.
 plan() {
-  python3 - "$build/compile_commands.json" "$PWD" "$@" <<'PY'
+  python3 - "$build/compile_commands.json" "$PWD" "$concerned" "$@" <<'PY'
 import json, os, sys
 from collections import defaultdict
 
 FOLDERS = ("tool/", "tests/", "api/", "asn1/", "ber/", "crypto/", "ground/", "examples/", "fuzz/")
-commands, root, target, *chosen = sys.argv[1:]
+commands, root, concerned, target, *chosen = sys.argv[1:]
+concerned = set(concerned.split())
 with open(commands, encoding="utf-8") as file:
     entries = {os.path.relpath(entry["file"], root): entry for entry in json.load(file)}
 
@@ -34,6 +42,8 @@ for name in sorted(entries):
     groups[name if alone else os.path.dirname(name)].append(name)
 if missing := set(chosen) - set(entries):
     sys.exit(f"tidy: not built by the preset release: {' '.join(sorted(missing))}")
+
+groups = {group: names for group, names in groups.items() if chosen or not concerned.isdisjoint(names)}
 
 planned = []
 for group, names in groups.items():
@@ -71,5 +81,5 @@ check() {
 export -f check
 
 planned=$(plan "$build/folders" "$@")
-xargs -P "$(nproc)" -I '{}' bash -c "check '{}'" <<< "$planned"
-echo "tidy: no finding"
+xargs -r -P "$(nproc)" -I '{}' bash -c "check '{}'" <<< "$planned"
+echo "tidy: $(grep -c . <<< "$planned") folders and files read, no finding"

@@ -2,9 +2,12 @@
 # Runs the test programs of the preset release and the seeds of the fuzz targets under valgrind, in a few
 # processes instead of one per test. An error or a lost block fails. The tool runs under the sanitizers only.
 #
-# usage: scripts/valgrind.sh
+# usage: scripts/valgrind.sh [PROGRAM...]     default: api_exhaustive api crypto asn1 ber, those of tests/
 set -uo pipefail
 cd "$(dirname "$0")/.." || exit 1
+
+programs=("$@")
+[ ${#programs[@]} -gt 0 ] || programs=(api_exhaustive api crypto asn1 ber)
 
 scripts/setup.sh check || exit 1
 export build=build/release
@@ -45,7 +48,7 @@ export -f check part
 
 # The longest first.
 {
-  for program in api_exhaustive api crypto asn1 ber; do printf "some $program %d\n" {0..7}; done
+  for program in "${programs[@]}"; do printf "some $program %d\n" {0..7}; done
   echo 'switched interop 0 *'
   echo 'switched interop 1 Verification.*:DamagedToken.*'
   echo 'program abi'
