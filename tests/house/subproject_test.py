@@ -102,6 +102,13 @@ class SubprojectTest(unittest.TestCase):
         self.check_nothing_is_forced()
         self.assertNotIn("-Dqex_EXPORTS", " ".join(command["command"] for command in self.commands()))
 
+    def test_TheParentMayJoinItsSources(self):
+        # Those of the library were joined too, and did not compile.
+        self.configure(f'add_subdirectory("{self.source}" qex)', "-DCMAKE_UNITY_BUILD=ON")
+        joined = [command["file"] for command in self.commands() if "/Unity/" in command["file"]]
+        self.assertNotEqual(joined, [])
+        self.assertEqual([file for file in joined if "/qex_objects.dir/" in file], [])
+
     def test_TheParentMayAskForMore(self):
         self.configure(f'set(QEX_INSTALL ON)\nset(QEX_BUILD_EXAMPLES ON)\nadd_subdirectory("{self.source}" qex)')
         self.assertIn("make_request.c", [os.path.basename(command["file"]) for command in self.commands()])
