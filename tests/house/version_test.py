@@ -23,6 +23,10 @@ class VersionTest(unittest.TestCase):
         self.assertEqual(".".join(header), project)
         self.assertEqual(self.find("bindings/python/qex/_version.py", r'^VERSION = "(.*)"$'), project)
         self.assertEqual(self.find("debian/changelog", r"\Aqex \(([\d.]+)\)"), project)
+        for crate in ("qex", "qex-sys"):
+            self.assertEqual(self.find(f"bindings/rust/{crate}/Cargo.toml", r'^version = "(.*)"$'), project)
+        self.assertEqual(self.find("bindings/go/README.md", r"-require=\S+@v([\d.]+) "), project)
+        self.assertEqual(self.find("README.md", r"qex-([\d.]+)-linux"), project)
 
 
 if __name__ == "__main__":
