@@ -19,7 +19,8 @@ import sys
 import time
 
 import qex
-from distributed import Client, KilledWorker, WorkerPlugin, get_worker
+from distributed import CancelledError, Client, KilledWorker, WorkerPlugin, get_worker
+from distributed.comm import CommClosedError
 
 AHEAD = 4      # batches for each thread of the workers: enough to keep it busy, and memory stays bounded
 
@@ -84,11 +85,16 @@ def one_line(text):
     return "".join(c if c.isprintable() else c.encode("unicode_escape", "surrogatepass").decode() for c in text or "")
 
 
-def connect(address, trust, patience):
+def connect(address, patience):
     client = Client(address, timeout=patience)
     client.wait_for_workers(1, timeout=patience)
-    client.register_worker_plugin(KeepChecker(trust))
     return client
+
+
+def complain(*lines):
+    for line in lines:
+        print(f"verify_archive: {one_line(line)}", file=sys.stderr)
+    return 3
 
 
 def verify(client, options):
@@ -121,19 +127,23 @@ def main():
     options = parser.parse_args()
     if options.batch < 1:
         parser.error("--batch: at least 1")
+    trust = qex.Trust(ca_file=options.ca_file, crl=options.crl)
     try:
-        client = connect(options.scheduler, qex.Trust(ca_file=options.ca_file, crl=options.crl), options.patience)
-    except (OSError, TimeoutError) as error:
-        print(f"verify_archive: {options.scheduler}: no scheduler with a worker answers: {one_line(str(error))}\n"
-              "verify_archive: start them with `dask-scheduler` and, on each machine, `dask-worker HOST:PORT`",
-              file=sys.stderr)
-        return 3
+        client = connect(options.scheduler, options.patience)
+    except (OSError, TimeoutError, ValueError) as error:
+        return complain(f"{options.scheduler}: no scheduler with a worker answers: {error}",
+                        "start them with `dask-scheduler` and, on each machine, `dask-worker HOST:PORT`")
     with client:
         try:
+            client.register_worker_plugin(KeepChecker(trust))
+        except Exception as error:  # whatever a worker says
+            return complain(f"a worker cannot be prepared: {error}", "install qex and python3-qex on each machine")
+        try:
             return verify(client, options)
+        except (CancelledError, CommClosedError):
+            return complain(f"{options.scheduler}: the scheduler has ended", "start it and the workers again, and then this")
         except (OSError, qex.QexError) as error:
-            print(f"verify_archive: {one_line(str(error))}", file=sys.stderr)
-            return 3
+            return complain(str(error))
 
 
 if __name__ == "__main__":

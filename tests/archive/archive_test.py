@@ -75,7 +75,8 @@ def break_some(paths):
 class Cluster:
     """A scheduler and workers with one thread each, as processes of this machine."""
 
-    def __init__(self, folder, workers):
+    def __init__(self, folder, workers, **environment):
+        self.environment = {**os.environ, **environment}
         self.folder = tempfile.mkdtemp(dir=folder)
         self.processes = []
         self.log = open(os.path.join(self.folder, "log"), "w")
@@ -95,7 +96,7 @@ class Cluster:
     def start(self, program, *arguments):
         # Debian's programs, with Debian's Python, whatever else is in PATH.
         process = subprocess.Popen(["/usr/bin/python3", f"/usr/bin/{program}", "--host", "127.0.0.1", *arguments],
-                                   stdout=subprocess.DEVNULL, stderr=self.log)
+                                   stdout=subprocess.DEVNULL, stderr=self.log, env=self.environment)
         self.processes.append(process)
         return process
 
@@ -106,7 +107,11 @@ class Cluster:
         for process in reversed(self.processes):
             process.terminate()
         for process in self.processes:
-            process.wait()
+            try:
+                process.wait(timeout=20)
+            except subprocess.TimeoutExpired:  # a worker may wait for a scheduler that has gone
+                process.kill()
+                process.wait()
         self.log.close()
 
 
@@ -162,11 +167,31 @@ class ArchiveTest(unittest.TestCase):
         self.check_everything_is_found(process.returncode, output, "two workers, one of them killed")
 
     def test_NoScheduler(self):
-        process = self.start("tcp://127.0.0.1:1", "--patience", "1")
-        output, errors = process.communicate()
+        for address in ("tcp://127.0.0.1:1", "no address", "other://127.0.0.1:1"):
+            with self.subTest(address):
+                process = self.start(address, "--patience", "1")
+                output, errors = process.communicate()
+                self.assertEqual((process.returncode, output), (3, ""))
+                self.assertIn(f"verify_archive: {address}: no scheduler with a worker answers", errors)
+                self.assertIn("dask-scheduler", errors)
+                self.assertEqual(len(errors.splitlines()), 2)
+
+    def test_AKilledSchedulerEndsTheRun(self):
+        with Cluster(self.work, 1) as cluster:
+            process = self.start(cluster.address, "--progress")
+            process.stderr.readline()
+            cluster.processes[0].send_signal(signal.SIGKILL)
+            _, errors = process.communicate()
+        self.assertEqual(process.returncode, 3)
+        self.assertIn("the scheduler has ended\nverify_archive: start it", errors)
+
+    def test_AWorkerWithoutThePackage(self):
+        with Cluster(self.work, 1, PYTHONPATH="") as cluster:
+            process = self.start(cluster.address)
+            output, errors = process.communicate()
         self.assertEqual((process.returncode, output), (3, ""))
-        self.assertIn("no scheduler with a worker answers", errors)
-        self.assertIn("dask-scheduler", errors)
+        self.assertIn("No module named 'qex'", errors)
+        self.assertIn("verify_archive: install qex and python3-qex on each machine\n", errors)
 
     def test_NoWorker(self):
         with Cluster(self.work, 0) as cluster:
