@@ -6,6 +6,7 @@ package main
 
 import (
 	"crypto/rand"
+	"encoding/binary"
 	"fmt"
 	"io"
 	"log"
@@ -45,11 +46,12 @@ func send(request []byte, address string) []byte {
 	defer connection.Close()
 	must(0, connection.SetDeadline(time.Now().Add(30*time.Second)))
 	must(connection.Write(request))
-	reply, _ := must2(lib.UnpackTSR(must(io.ReadAll(io.LimitReader(connection, 1<<20))), lib.TransportSocket))
-	return reply
+	head := make([]byte, 4) // the length of the rest; the authority may leave the connection open
+	must(io.ReadFull(connection, head))
+	limited := io.LimitReader(io.LimitReader(connection, 1<<20), int64(binary.BigEndian.Uint32(head)))
+	reply, _, err := lib.UnpackTSR(append(head, must(io.ReadAll(limited))...), lib.TransportSocket)
+	return must(reply, err)
 }
-
-func must2[T, U any](value T, more U, err error) (T, U) { return must(value, err), more }
 
 func main() {
 	log.SetFlags(0)

@@ -30,8 +30,10 @@ fn send(request: &[u8], address: &str) -> Result<Vec<u8>, Box<dyn Error>> {
     let mut connection = TcpStream::connect(address)?;
     connection.set_read_timeout(Some(Duration::from_secs(30)))?;
     connection.write_all(request)?;
-    let mut reply = Vec::new();
-    connection.take(1 << 20).read_to_end(&mut reply)?;
+    let mut head = [0; 4]; // the length of the rest; the authority may leave the connection open
+    connection.read_exact(&mut head)?;
+    let mut reply = head.to_vec();
+    connection.take(u32::from_be_bytes(head).min(1 << 20).into()).read_to_end(&mut reply)?;
     Ok(lib::unpack_tsr(&reply, Transport::Socket)?.0)
 }
 

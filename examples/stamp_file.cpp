@@ -24,10 +24,13 @@ static qex::bytes ask(const std::string& host, const char* port, const qex::byte
   addrinfo wanted{}, *found = nullptr;
   wanted.ai_socktype = SOCK_STREAM;
   if (getaddrinfo(host.c_str(), port, &wanted, &found) != 0) throw std::runtime_error(host + ": not known");
-  const int fd = socket(found->ai_family, found->ai_socktype, found->ai_protocol);
-  const bool connected = fd >= 0 && connect(fd, found->ai_addr, found->ai_addrlen) == 0;
+  int fd = -1;
+  for (const addrinfo* at = found; fd < 0 && at != nullptr; at = at->ai_next) {
+    fd = socket(at->ai_family, at->ai_socktype, at->ai_protocol);
+    if (fd >= 0 && connect(fd, at->ai_addr, at->ai_addrlen) != 0) close(std::exchange(fd, -1));
+  }
   freeaddrinfo(found);
-  if (!connected) throw std::runtime_error(host + ": no connection to port " + port);
+  if (fd < 0) throw std::runtime_error(host + ": no connection to port " + port);
   (void)send(fd, request.data(), request.size(), MSG_NOSIGNAL);  // where it fails, no reply comes
   qex::bytes reply;
   std::array<std::uint8_t, 4096> piece;
@@ -47,7 +50,6 @@ static int stamp(const char* data, const char* host, const char* port, const cha
   for (std::random_device random; auto& octet : nonce) octet = std::uint8_t(random());
   nonce[0] = std::uint8_t((nonce[0] & 0x7F) | 0x40);  // a positive INTEGER of full length
   request.set_nonce(nonce).value();
-
   const auto reply = ask(host, port, qex::encode_request(request, qex::transport::socket).value());
   const auto status = qex::read_status(reply).value();
   if (!status.granted()) std::cerr << "the TSA says: " << status.text() << '\n';

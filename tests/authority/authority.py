@@ -69,6 +69,7 @@ def parse(arguments):
 
     faults = parser.add_argument_group("refusals and faults")
     faults.add_argument("--reject", choices=sorted(FAILURES), help="refuse every query so")
+    faults.add_argument("--stay-open", action="store_true", help="leave it to the client to close the socket")
     faults.add_argument("--status-text", help="text that goes with --reject")
     faults.add_argument("--http-status", type=int, default=200, help="answer every query so")
     faults.add_argument("--content-type", default=REPLY_TYPE, help="of replies")

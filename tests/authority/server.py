@@ -219,3 +219,5 @@ class SocketService:
         if self._options.truncate is not None:
             framed = framed[:5 + self._options.truncate]
         connection.sendall(framed)
+        if self._options.stay_open:
+            connection.recv(1)  # until the client closes

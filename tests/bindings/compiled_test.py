@@ -8,6 +8,7 @@ import os
 import re
 import subprocess
 import sys
+import time
 import unittest
 
 sys.dont_write_bytecode = True
@@ -117,6 +118,10 @@ class CompiledTest(unittest.TestCase):
             os.remove(f"{data}.tsr")
             self.assertIn("stamp: ", self.example(authority, data, f"{self.source}/tests/data/samples/certificate_root.der", 1))
             self.assertFalse(os.path.exists(f"{data}.tsr"))
+        with self.running(keys, "--stay-open") as authority:
+            begun = time.monotonic()
+            self.assertIn("stamped at", self.example(authority, data, authority.ready["ca"], 0))
+            self.assertLess(time.monotonic() - begun, 20)  # it does not wait for the end of the connection
         with self.running(keys, "--reject", "timeNotAvailable", "--status-text", "no clock") as authority:
             self.assertIn("stamp: the authority refused: no clock (status 2)", self.example(authority, data, authority.ready["ca"], 1))
 

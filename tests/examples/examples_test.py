@@ -259,6 +259,9 @@ class ExamplesTest(unittest.TestCase):
         text = self.stamp(OK, self.with_authority())
         self.assertRegex(text, r"^.*data: stamped at 20\d{12}Z \+/- 1500100 us\n$")
 
+    def test_AuthorityMayLeaveTheConnectionOpen(self):
+        self.assertIn("stamped at", self.stamp(OK, self.with_authority("--stay-open")))
+
     def test_OtherCertificateIsRefused(self):
         authority = self.with_authority()
         self.assertIn("QEX_E_SIGNATURE", self.stamp(REFUSED, authority, "ca.der"))
