@@ -22,6 +22,17 @@ install(EXPORT qexStatic NAMESPACE qex:: ${development})
 install(FILES "${PROJECT_SOURCE_DIR}/api/qex.h" "${PROJECT_SOURCE_DIR}/include/qex.hpp"
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR} COMPONENT development)
 
+# Whoever gets the library gets its licence, and documents whose links lead to each other.
+set(documentation DESTINATION ${CMAKE_INSTALL_DATAROOTDIR}/doc/qex COMPONENT documentation)
+foreach(file LICENSE README.md CHANGELOG.md SECURITY.md)
+  install(FILES "${PROJECT_SOURCE_DIR}/${file}" ${documentation})
+endforeach()
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/docs" ${documentation}
+        FILES_MATCHING PATTERN "docs/*.md" PATTERN "docs/*.svg" PATTERN "docs/*.json"
+        PATTERN man EXCLUDE PATTERN reference EXCLUDE)
+install(DIRECTORY "${PROJECT_SOURCE_DIR}/examples" ${documentation}
+        PATTERN CMakeLists.txt EXCLUDE PATTERN __pycache__ EXCLUDE)
+
 configure_package_config_file("${PROJECT_SOURCE_DIR}/cmake/qexConfig.cmake.in"
                               "${PROJECT_BINARY_DIR}/qexConfig.cmake"
                               INSTALL_DESTINATION ${QEX_PACKAGE_DIR}

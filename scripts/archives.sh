@@ -67,7 +67,9 @@ here=$out/tried/$sources-linux-$(uname -m)
 try_example "$here" cc
 try_example "$out/tried/$sources-linux-aarch64" aarch64-linux-gnu-gcc qemu-aarch64-static -L /usr/aarch64-linux-gnu
 "$here/bin/qex" version
-[ -s "$here/share/man/man1/qex.1" ] || { echo "archives: no manual in $here" >&2; exit 1; }
+for file in man/man1/qex.1 doc/qex/LICENSE; do
+  [ -s "$here/share/$file" ] || { echo "archives: no $file in $here" >&2; exit 1; }
+done
 
 echo
 for archive in "$out"/*.tar.gz; do printf '%8d octets  %s\n' "$(stat -c %s "$archive")" "$(basename "$archive")"; done

@@ -77,6 +77,12 @@ class DocumentsTest(unittest.TestCase):
                 with self.subTest(document=name):
                     self.assertEqual(set(targets.split()) - defined, set())
 
+    def test_OptionsOfTheBuildAreListed(self):
+        build = self.read_all("CMakeLists.txt", "docs/CMakeLists.txt")
+        declared = re.findall(r"^option\((QEX_\w+)", build, re.MULTILINE) + re.findall(r"^set\((QEX_\w+) .* CACHE STRING", build, re.MULTILINE)
+        listed = re.findall(r"`(QEX_[A-Z_]+)`", "\n".join(re.findall(r"^\| `QEX_.*", self.texts["CONTRIBUTING.md"], re.MULTILINE)))
+        self.assertEqual(sorted(listed), sorted(declared))
+
     def test_FiltersNamedSelectTests(self):
         tests = [".".join(pair) for pair in re.findall(r"^TEST(?:_F|_P)?\((\w+), *(\w+)\)",
                                                        self.read_all("tests/**/*.cpp"), re.MULTILINE)]

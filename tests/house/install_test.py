@@ -189,7 +189,7 @@ class InstallTest(unittest.TestCase):
 
     def test_OnlyPublicHeadersAreInstalled(self):
         headers = {file: folder for folder, _, files in os.walk(self.prefix) for file in files
-                   if re.search(r"\.h(pp)?$", file)}
+                   if re.search(r"\.h(pp)?$", file) and not folder.endswith("doc/qex/examples")}
         self.assertEqual(sorted(headers), ["qex.h", "qex.hpp"])
         self.assertEqual(len(set(headers.values())), 1, "qex.hpp finds qex.h beside it")
 
@@ -211,6 +211,10 @@ class InstallTest(unittest.TestCase):
         self.assertEqual(sorted(sum(parts.values(), [])), whole)
         self.assertEqual([os.path.basename(file) for file in parts["runtime"]], ["libqex.so.1", "libqex.so.1.0.0"])
         self.assertIn("include/qex.h", parts["development"])
+        # It was named, and empty.
+        for file in ("LICENSE", "README.md", "docs/qex.md", "docs/qex.schema.json", "docs/exchange.svg", "examples/read_token.c"):
+            self.assertIn("share/doc/qex/" + file, parts["documentation"])
+        self.assertEqual([file for file in parts["documentation"] if "CMakeLists" in file or "/man/" in file], [])
 
     def test_PagesAndCompletionsAreInTheirPlaces(self):
         if not os.path.exists(os.path.join(self.build, "docs", "man", "made")):
