@@ -35,7 +35,7 @@ else()
   add_library(qex_static STATIC $<TARGET_OBJECTS:qex_objects>)
 endif()
 add_library(qex::qex_static ALIAS qex_static)
-if(BUILD_SHARED_LIBS AND NOT PROJECT_IS_TOP_LEVEL)
+if(BUILD_SHARED_LIBS AND NOT PROJECT_IS_TOP_LEVEL AND NOT QEX_INSTALL)
   set_target_properties(qex_static PROPERTIES EXCLUDE_FROM_ALL ON)
 endif()
 

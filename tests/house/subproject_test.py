@@ -27,6 +27,7 @@ target_link_libraries(parent PRIVATE qex::qex)
 add_executable(parent_static main.c)
 target_link_libraries(parent_static PRIVATE qex::qex_static)
 """
+SHARED_ALONE = PROJECT[:PROJECT.index("add_executable(parent_static")]
 
 FETCH = """\
 include(FetchContent)
@@ -51,11 +52,11 @@ class SubprojectTest(unittest.TestCase):
         self.assertEqual(ran.returncode, 0, ran.stdout + ran.stderr)
         return ran.stdout
 
-    def configure(self, inclusion, *settings):
+    def configure(self, inclusion, *settings, project=PROJECT):
         with open(self.folder + "/main.c", "w", encoding="ascii") as file:
             file.write(PROGRAM)
         with open(self.folder + "/CMakeLists.txt", "w", encoding="utf-8") as file:
-            file.write(PROJECT % inclusion)
+            file.write(project % inclusion)
         self.run_(self.cmake, "-G", self.generator, "-S", self.folder, "-B", self.build,
                   f"-DCMAKE_C_COMPILER={self.compiler}", f"-DCMAKE_CXX_COMPILER={self.cxx_compiler}",
                   f"-DCMAKE_CXX_COMPILER_LAUNCHER={self.launcher}", "-DCMAKE_EXPORT_COMPILE_COMMANDS=ON", *settings)
@@ -96,6 +97,13 @@ class SubprojectTest(unittest.TestCase):
         self.build_and_run()
         self.check_nothing_is_forced()
         self.assertEqual(len(self.files("libqex.so.1")), 1)
+        # An installation needs the static library too, which only programs of the parent had built.
+        for library in self.files("libqex.a"):
+            os.remove(library)
+        self.configure(FETCH % self.source, "-DQEX_INSTALL=ON", project=SHARED_ALONE)
+        self.run_(self.cmake, "--build", self.build, "--parallel", "2")
+        self.run_(self.cmake, "--install", self.build, "--prefix", self.build + "/installed")
+        self.assertEqual(len([file for file in self.files("libqex.a") if "/installed/" in file]), 1)
 
     def test_AddSubdirectory(self):
         self.configure(f'add_subdirectory("{self.source}" qex)', "-DBUILD_SHARED_LIBS=OFF")
