@@ -158,6 +158,15 @@ class OutputsTest(ToolTest):
                     self.assertEqual(self.files(), before)
             self.assertEqual(server.served, 0)
 
+    def test_ALinkToAPipeWithoutANameIsWrittenThrough(self):
+        # As /dev/stdout is: it "existed already", and --force put a file in its place.
+        link = self.path("out")
+        os.symlink("/proc/self/fd/1", link)
+        for force in ((), ("--force", )):
+            done = run("request", "--digest", "sha256:" + 32 * "00", "-o", link, *force, check=0)
+            self.assertEqual(done.stdout[:1], b"\x30")
+            self.assertTrue(os.path.islink(link))
+
     def test_AFullDiskIsFoundBeforeTheAuthorityIsAsked(self):
         os.mkdir(self.path("disk"))
         small = ["mount", "-t", "tmpfs", "-o", "size=8k", "tmpfs", self.path("disk")]

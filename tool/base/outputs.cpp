@@ -94,6 +94,9 @@ class OutputFile {
     struct stat status {};
     there_ = ::lstat(path_.c_str(), &status) == 0;
     if (!there_ && errno != ENOENT) throw FileFailure(target_, "cannot be written", errno);
+    // A link to a pipe without a name, such as /dev/stdout.
+    struct stat opened {};
+    if (there_ && S_ISLNK(status.st_mode) && ::stat(path_.c_str(), &opened) == 0) status = opened;
     if (!there_ || S_ISREG(status.st_mode) || S_ISLNK(status.st_mode)) return;
     if (S_ISDIR(status.st_mode)) throw FileFailure(target_, "cannot be written", EISDIR);
     if (output.found) {
