@@ -27,6 +27,7 @@ fi
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 cp -r bindings/python "$work/python"
+cp LICENSE "$work/python/"
 find "$work" -name __pycache__ -prune -exec rm -r {} +
 mkdir -p "$folder"
 QEX_WHEEL_LIBRARY=$library SOURCE_DATE_EPOCH=${SOURCE_DATE_EPOCH:-1767225600} "$python" -m pip --disable-pip-version-check \

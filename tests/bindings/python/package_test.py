@@ -71,6 +71,7 @@ def test_wheel_holds_the_library_for_this_platform(wheel):
         with open(os.environ["QEX_LIBRARY"], "rb") as library:
             assert archive.read("qex/_native/libqex.so.1") == library.read()
         sources = {f"qex/{path.name}" for path in (PACKAGE / "qex").iterdir() if path.suffix in (".py", ".typed")}
+        assert archive.read(f"qex-{qex.__version__}.dist-info/LICENSE") == (ROOT / "LICENSE").read_bytes()
         assert {name for name in archive.namelist() if ".dist-info/" not in name} == sources | {"qex/_native/libqex.so.1"}
 
 
