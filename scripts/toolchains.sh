@@ -38,7 +38,7 @@ built_and_tested() {
 
 suite="qex qex_abi_test qex_crypto_test qex_ber_test qex_asn1_test qex_api_test"
 suite_tests='^(abi|(crypto|ber|asn1|api)\..*)$'
-examples="qex_example_stamp_file qex_example_make_request qex_example_verify_reply qex_example_read_token"
+examples="qex_example_stamp qex_example_stamp_file qex_example_make_request qex_example_verify_reply qex_example_read_token"
 
 variant_libcxx() {
   # The package of GoogleTest is built with libstdc++. libc++ 14 takes the counts of std::rotl as unsigned, not as the

@@ -1,17 +1,19 @@
 """The examples do what they say, on samples that openssl made and against the test authority. What is expected is
 what the openssl command reads from the same message.
 
-usage: examples_test.py MAKE_REQUEST VERIFY_REPLY READ_TOKEN STAMP_FILE [EMULATOR...]
+usage: examples_test.py MAKE_REQUEST VERIFY_REPLY READ_TOKEN STAMP STAMP_FILE [EMULATOR...]
 
-STAMP_FILE is `-` where it cannot be built. EMULATOR is the command that runs a program for another machine.
+STAMP and STAMP_FILE are `-` where they cannot be built. EMULATOR is the command that runs a program for another machine.
 """
 
 import hashlib
 import os
 import re
+import socket
 import subprocess
 import sys
 import tempfile
+import threading
 import unittest
 
 sys.dont_write_bytecode = True
@@ -25,7 +27,7 @@ from authority_test import Running  # noqa: E402
 STAMPED = b"the data to be stamped\n"
 OK, REFUSED, USAGE = 0, 1, 2
 SHA256 = "2.16.840.1.101.3.4.2.1"
-MAKE_REQUEST = VERIFY_REPLY = READ_TOKEN = STAMP_FILE = None
+MAKE_REQUEST = VERIFY_REPLY = READ_TOKEN = STAMP = STAMP_FILE = None
 EMULATOR = []
 
 
@@ -237,12 +239,12 @@ class ExamplesTest(unittest.TestCase):
                                          self.path("another")))
         self.expect_read(reply)
 
-    # --- stamp_file, the whole job in C++ -----------------------------------------
+    # --- stamp and stamp_file, the whole job in C and in C++ ----------------------
 
     def with_authority(self, *options):
         """A running authority, whose certificates are files of this test."""
         if STAMP_FILE == "-":
-            self.skipTest("stamp_file was not built")
+            self.skipTest("stamp and stamp_file were not built")
         keys = self.path("keys")
         os.makedirs(keys, exist_ok=True)
         authority = Running(keys, *options)
@@ -282,8 +284,49 @@ class ExamplesTest(unittest.TestCase):
                                                           self.path("tsa.der")))
         self.assertIn("usage: stamp_file", self.ends(USAGE, STAMP_FILE))
 
+    def stamp_in_c(self, status, authority, certificate="tsa.der"):
+        return self.ends(status, STAMP, self.data, "127.0.0.1", str(authority.ready["socket_port"]), self.path(certificate))
+
+    def test_FileIsStampedAndCheckedInC(self):
+        with self.with_authority("--stay-open") as authority:
+            self.assertRegex(self.stamp_in_c(OK, authority), r"^.*data: stamped at 20\d{12}Z\n$")
+            self.assertIn("the signature does not verify", self.stamp_in_c(REFUSED, authority, "ca.der"))
+            self.file("empty", b"")
+            self.assertIn("empty: empty", self.stamp_in_c(REFUSED, authority, "empty"))
+        self.assertIn("no connection", self.stamp_in_c(REFUSED, authority))
+        self.assertIn("usage: stamp DATA", self.ends(USAGE, STAMP))
+        with self.with_authority("--reject", "timeNotAvailable", "--status-text", "no clock") as authority:
+            self.assertRegex(self.stamp_in_c(REFUSED, authority), r"^no clock\nthe reply: .* \(code -9,")
+        with self.with_authority("--truncate", "100") as authority:
+            self.assertIn("code -11,", self.stamp_in_c(REFUSED, authority))
+
+    def test_ReplyToAnotherRequestIsRefused(self):
+        """The token of an earlier exchange, from an authority that answers whatever it is asked."""
+        with self.with_authority() as authority:
+            self.ends(OK, MAKE_REQUEST, self.data, self.path("request"))
+            reply = authority.post(self.octets(self.path("request")))[2]
+        framed = (len(reply) + 1).to_bytes(4, "big") + b"\5" + reply
+        for program, said in ((STAMP, "for other data, or the answer to another request"),
+                              (STAMP_FILE, "is for other data or answers another request")):
+            with self.subTest(program), socket.create_server(("127.0.0.1", 0)) as server:
+                def answer():
+                    connection = server.accept()[0]
+                    with connection:
+                        connection.recv(1000)
+                        connection.sendall(framed)
+                thread = threading.Thread(target=answer)
+                thread.start()
+                self.assertIn(said, self.ends(REFUSED, program, self.data, "127.0.0.1", str(server.getsockname()[1]),
+                                              self.path("tsa.der")))
+                thread.join()
+
+    def test_ExamplesAreShort(self):
+        for name in ("stamp.c", "stamp_file.cpp"):
+            with open(os.path.join(ROOT, "examples", name)) as file:
+                self.assertLess(len(file.readlines()), 80)
+
 
 if __name__ == "__main__":
-    MAKE_REQUEST, VERIFY_REPLY, READ_TOKEN, STAMP_FILE, *EMULATOR = sys.argv[1:]
+    MAKE_REQUEST, VERIFY_REPLY, READ_TOKEN, STAMP, STAMP_FILE, *EMULATOR = sys.argv[1:]
     del sys.argv[1:]
     unittest.main()
