@@ -168,6 +168,9 @@ class InstallTest(unittest.TestCase):
 
     def test_PkgConfigLinksAStaticProgram(self):
         flags = self.pkg_config_flags("--static")
+        # On Windows the header would declare the functions as those of the DLL.
+        self.assertIn("-DQEX_STATIC", flags)
+        self.assertNotIn("-DQEX_STATIC", self.pkg_config_flags())
         with open(os.path.join(self.source, "README.md"), encoding="utf-8") as file:
             example = re.search(r"^```c\n(.*?)^```", file.read(), re.MULTILINE | re.DOTALL)[1]
         folder = self.consumer("static-by-pkg-config", example)
