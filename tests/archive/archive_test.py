@@ -166,6 +166,22 @@ class ArchiveTest(unittest.TestCase):
         self.assertEqual(cluster.workers[0].returncode, -signal.SIGKILL)
         self.check_everything_is_found(process.returncode, output, "two workers, one of them killed")
 
+    def test_ABatchThatItsWorkersDoNotSurviveIsReported(self):
+        # The scheduler gives a batch up at the first worker that dies with it, not at the fourth.
+        with Cluster(self.work, 2, DASK_DISTRIBUTED__SCHEDULER__ALLOWED_FAILURES="0") as cluster:
+            process = self.start(cluster.address, "--progress")
+            for line in process.stderr:
+                if int(re.fullmatch(r"(\d+) checked\n", line)[1]) >= TOKENS // 4:
+                    break
+            cluster.workers[0].send_signal(signal.SIGKILL)
+            output, errors = process.communicate()
+        self.assertEqual(process.returncode, 1, errors)
+        *lines, summary = output.splitlines()
+        lost = [line for line in lines if line.startswith("70  ")]
+        self.assertTrue(lost and len(lost) % 200 == 0, lines)
+        self.assertTrue(all("  the workers that had this batch died: " in line for line in lost), lost[0])
+        self.assertRegex(summary, f"^{TOKENS} tokens, {TOKENS - len(lines)} pass, {len(lines)} do not; ")
+
     def test_NoScheduler(self):
         for address in ("tcp://127.0.0.1:1", "no address", "other://127.0.0.1:1"):
             with self.subTest(address):
