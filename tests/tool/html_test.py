@@ -281,13 +281,13 @@ class HtmlTest(TokenTest):
     def test_AFullPage(self):
         # Longer than what is printed, so the tree has the elements: each text takes its line as six times its length.
         self.write(self.answer, reply(token(self.parties.signer), status_info(0, texts=['"' * 400] * 4000)))
-        done = run("show", "--html", *[self.answer] * 12, check=0)
+        done = run("show", "--html", *[self.answer] * 10, check=0)
         sections, rows = done.stdout.count(b'<section class="file"'), done.stdout.count(b'<tr><th scope="row"><a href="#f')
         self.assertEqual(rows, sections)
-        self.assertLess(sections, 12)
+        self.assertLess(sections, 9)
         self.assertGreater(len(done.stdout), 64 << 20)
         self.assertLess(len(done.stdout), 80 << 20)  # the section that fills it is whole
-        left = f"{12 - sections} files left out below, as the page is full; show fewer files on one page.".encode()
+        left = f"{10 - sections} files left out below, as the page is full; show fewer files on one page.".encode()
         self.assertTrue(left in done.stdout, done.stdout[-2000:])
 
     # --- Files ---------------------------------------------------------------------------------------------------
