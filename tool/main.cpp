@@ -1,19 +1,17 @@
 // The command line program qex: reads the command line, runs one command, and turns its end into an exit
 // status and a line for people.
-#include <fcntl.h>
-#include <unistd.h>
-
-#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <exception>
 #include <new>
+#include <optional>
 #include <string>
 
 #include <CLI/CLI.hpp>
 
 #include "tool/base/json.h"
 #include "tool/base/output.h"
+#include "tool/base/startup.h"
 #include "tool/commands/arguments.h"
 #include "tool/commands/program.h"
 #include "tool/commands/usage.h"
@@ -60,31 +58,9 @@ ExitStatus report(const Failure& failure, const Program& program) {
   return failure.exit;
 }
 
-// If a standard stream is closed at the start, the next file, pipe or connection would get its number and
-// receive texts. Occupy it with a descriptor that cannot be read or written, so that using it still fails.
-void occupy_standard_streams() {
-  for (const int fd : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
-    // The lowest free descriptor, which is this one.
-    if (::fcntl(fd, F_GETFD) < 0) ::open("/dev/null", fd == STDIN_FILENO ? O_WRONLY : O_RDONLY);
-  }
-}
-
-// Ends the process as the signal does that a reader's end sends to other programs: without a line, and with a
-// status that no script takes for a pass.
-int end_by_broken_pipe() {
-  std::signal(SIGPIPE, SIG_DFL);
-  std::raise(SIGPIPE);
-  return 128 + SIGPIPE;  // where the signal is blocked
-}
-
 int tool_main(int count, char** words) {
-  occupy_standard_streams();
-  // A closed reader appears as a failed write, here and in the worker's pipes, so that unfinished outputs are
-  // cleaned up.
-  std::signal(SIGPIPE, SIG_IGN);
-  // A file that grows beyond the limit, too, shows as a failed write.
-  std::signal(SIGXFSZ, SIG_IGN);
-  if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return RunWorker();
+  PrepareProcess(count, words);
+  if (const std::optional<int> status = RunAsWorker(count, words)) return *status;
   Program program(count > 1 ? words[1] : "");
   for (int i = 1; i < count; ++i) {
     if (std::strcmp(words[i], "--json") == 0) program.options.json = true;  // for usage failures too
@@ -93,7 +69,7 @@ int tool_main(int count, char** words) {
   try {
     status = run_command(program, count, words);
   } catch (const ReaderGone&) {
-    return end_by_broken_pipe();
+    return EndByBrokenPipe();
   } catch (const Failure& failure) {
     status = report(failure, program);
   } catch (const std::bad_alloc&) {

@@ -247,7 +247,7 @@ class DoorsTest(unittest.TestCase):
 PACKAGES = (
     ("nlohmann/json.hpp", r"tool/base/json\.h$"),
     ("nlohmann/", r"tool/base/json(_fwd)?\.h$"),
-    ("openssl/", r"tool/worker/strict/|tool/base/hash\.cpp$"),
+    ("openssl/", r"tool/worker/strict/|tool/base/hash_libcrypto\.cpp$"),
     ("curl/", r"tool/exchange/curl"),
     ("CLI/", r"tool/commands/\w+\.(cpp|h)$|tool/main\.cpp$"),
 )

@@ -1,8 +1,6 @@
 // Reading files, and the errors of the system in words.
 #include "tool/base/files.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -11,6 +9,7 @@
 
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
+#include "tool/base/system.h"
 
 namespace qex::tool {
 
@@ -24,8 +23,6 @@ Failure FileFailure(const std::string& path, const char* what, int error) {
     case ENOENT: hint = "look at the path: there is no such file or folder"; break;
     case EACCES:
     case EPERM: hint = "look at the permissions of the file and of the folders above it"; break;
-    case ENOSPC:
-    case EDQUOT: hint = "make room on the disk, then run the command again"; break;
     case EMFILE:
     case ENFILE: hint = "too many files are open at once; a larger limit is set with 'ulimit -n'"; break;
     case EFBIG: hint = "files are limited in size here; a larger limit is set with 'ulimit -f'"; break;
@@ -33,6 +30,7 @@ Failure FileFailure(const std::string& path, const char* what, int error) {
     case EISDIR: hint = "name a file, not a folder"; break;
     default: hint = "look at the path and at the file system that it is on"; break;
   }
+  if (HasNoRoom(error)) hint = "make room on the disk, then run the command again";
   return {ExitStatus::File, ShownPath(path) + ": " + what + ": " + std::strerror(error), hint};
 }
 
@@ -40,50 +38,30 @@ namespace {
 
 constexpr size_t kStep = 65536;
 
-// The size that a regular file says it has; 0 where that says nothing.
-size_t size_of(int fd) {
-  struct stat status {};
-  const bool regular = ::fstat(fd, &status) == 0 && S_ISREG(status.st_mode);
-  return regular ? size_t(status.st_size) : 0;
-}
-
 // Reads a whole file; false when it is longer than `most`, and not all of it was read.
 template <typename Octets>
 bool read_up_to(const std::string& path, size_t most, Octets& data) {
   const bool standard = IsStandardStream(path);
-  const int fd = standard ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+  const int fd = standard ? STDIN_FILENO : OpenToRead(path);
   if (fd < 0) throw FileFailure(path, "cannot be opened", errno);
   int error = 0;
-  const size_t size = size_of(fd);
+  const auto size = size_t(SizeOfRegular(fd));
   // One read is enough for a small file: it asks for one octet more, whose absence shows the end.
   size_t step = size > 0 && size < kStep ? size + 1 : kStep;
   for (; data.size() <= most; step = kStep) {
     const size_t held = data.size();
     data.resize(held + step);
-    const ssize_t n = ::read(fd, data.data() + held, step);
+    const ptrdiff_t n = ReadSome(fd, data.data() + held, step);
     data.resize(held + (n > 0 ? size_t(n) : 0));
-    if (n < 0 && errno == EINTR) continue;
     if (n < 0) error = errno;
     if (n <= 0 || (size_t(n) < step && size > 0 && data.size() >= size)) break;
   }
-  if (!standard) ::close(fd);
+  if (!standard) CloseDescriptor(fd);
   if (error != 0) throw FileFailure(path, "cannot be read", error);
   return data.size() <= most;
 }
 
 }  // namespace
-
-bool WriteAll(int fd, ByteView data) {
-  while (!data.empty()) {
-    const ssize_t n = ::write(fd, data.data(), data.size());
-    if (n < 0) {
-      if (errno == EINTR) continue;
-      return false;
-    }
-    data = data.subspan(size_t(n));
-  }
-  return true;
-}
 
 Bytes ReadMessage(const std::string& path) {
   Bytes data;
@@ -106,20 +84,6 @@ std::string ReadText(const std::string& path, size_t most) {
   throw Failure{ExitStatus::Input,
                 ShownPath(path) + ": longer than " + std::to_string(most >> 20) + " MiB, so no list of names",
                 "name a list, or split it"};
-}
-
-bool FileExists(const std::string& path) {
-  return ::access(path.c_str(), F_OK) == 0;
-}
-
-bool IsRegularFile(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && S_ISREG(status.st_mode);
-}
-
-bool IsDirectory(const std::string& path) {
-  struct stat status {};
-  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
 }
 
 std::string BaseName(const std::string& path) {

@@ -25,9 +25,6 @@ std::string ShownPath(std::string_view path);
 // FileFailure describes a system error (errno) for a file, and the next step.
 Failure FileFailure(const std::string& path, const char* what, int error);
 
-// WriteAll writes all octets to a descriptor; false with errno set.
-bool WriteAll(int fd, ByteView data);
-
 // ReadMessage reads a whole file of at most kMaxMessage octets; throws a Failure.
 Bytes ReadMessage(const std::string& path);
 
@@ -37,6 +34,7 @@ Bytes ReadRevocationFile(const std::string& path);
 // ReadText reads a whole file of at most `most` octets; throws a Failure.
 std::string ReadText(const std::string& path, size_t most);
 
+// These three are in system_*.cpp.
 bool FileExists(const std::string& path);
 bool IsDirectory(const std::string& path);
 // IsRegularFile follows links.

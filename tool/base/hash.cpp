@@ -1,8 +1,6 @@
 // Digests by the library's exports, and the digest of a file.
 #include "tool/base/hash.h"
 
-#include <fcntl.h>
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -12,21 +10,14 @@
 #include <new>
 #include <utility>
 
-#include <openssl/crypto.h>
-#include <openssl/evp.h>
-
 #include "api/qex.h"
 #include "tool/base/failure.h"
 #include "tool/base/files.h"
+#include "tool/base/hash_routines.h"
 #include "tool/base/progress.h"
+#include "tool/base/system.h"
 
 namespace qex::tool {
-
-struct DigestRoutines {
-  void* (*init)();
-  void (*update)(void* context, const uint8_t* data, uint32_t length);
-  void (*final)(void* context, uint8_t* digest);
-};
 
 namespace {
 
@@ -37,25 +28,6 @@ constexpr DigestRoutines routines() {
             kUpdate(static_cast<Context*>(context), data, length);
           },
           [](void* context, uint8_t* digest) { kFinal(static_cast<Context*>(context), digest); }};
-}
-
-// Digests that the library does not export are libcrypto's.
-template <const EVP_MD* (*kDigest)()>
-constexpr DigestRoutines routines_of_libcrypto() {
-  return {[] {
-            EVP_MD_CTX* context = EVP_MD_CTX_new();
-            if (context == nullptr || EVP_DigestInit_ex(context, kDigest(), nullptr) != 1) {
-              throw std::bad_alloc();
-            }
-            return static_cast<void*>(context);
-          },
-          [](void* context, const uint8_t* data, uint32_t length) {
-            EVP_DigestUpdate(static_cast<EVP_MD_CTX*>(context), data, length);
-          },
-          [](void* context, uint8_t* digest) {
-            EVP_DigestFinal_ex(static_cast<EVP_MD_CTX*>(context), digest, nullptr);
-            EVP_MD_CTX_free(static_cast<EVP_MD_CTX*>(context));
-          }};
 }
 
 using namespace std::string_view_literals;
@@ -85,14 +57,13 @@ constexpr DigestRoutines kRoutines[] = {
     routines<QEX_SHA512_CTX, QEX_SHA512_Init, QEX_SHA512_Update, QEX_SHA512_Final>(),
     routines<QEX_SHA1_CTX, QEX_SHA1_Init, QEX_SHA1_Update, QEX_SHA1_Final>(),
     routines<QEX_MD5_CTX, QEX_MD5_Init, QEX_MD5_Update, QEX_MD5_Final>(),
-    routines_of_libcrypto<EVP_sha224>(),
-    routines_of_libcrypto<EVP_sha512_256>(),
-    routines_of_libcrypto<EVP_sha3_224>(),
-    routines_of_libcrypto<EVP_sha3_256>(),
-    routines_of_libcrypto<EVP_sha3_384>(),
-    routines_of_libcrypto<EVP_sha3_512>(),
 };
-static_assert(std::size(kRoutines) == std::size(kHashes));
+
+// An algorithm that the library does not export is libcrypto's.
+const DigestRoutines& routines_for(const HashAlgorithm& hash) {
+  const auto row = size_t(&hash - kHashes);
+  return row < std::size(kRoutines) ? kRoutines[row] : RoutinesOfLibcrypto(hash);
+}
 
 // Pieces stay in the processor's second cache from the read to the digest. Mapped files are slower: their
 // octets come from memory, and a file that shrinks would end the process.
@@ -102,27 +73,22 @@ constexpr size_t kReadSize = size_t{256} << 10;
 class InputFile {
  public:
   explicit InputFile(const std::string& path) : path_(path) {
-    fd_ = IsStandardStream(path) ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    fd_ = IsStandardStream(path) ? STDIN_FILENO : OpenToRead(path);
     if (fd_ < 0) fail("cannot be opened");
   }
   ~InputFile() {
-    if (!IsStandardStream(path_)) ::close(fd_);
+    if (!IsStandardStream(path_)) CloseDescriptor(fd_);
   }
   InputFile(const InputFile&) = delete;
   InputFile& operator=(const InputFile&) = delete;
 
   // Octets of a regular file, 0 for another.
-  uint64_t size() const {
-    struct stat status {};
-    return ::fstat(fd_, &status) == 0 && S_ISREG(status.st_mode) ? uint64_t(status.st_size) : 0;
-  }
+  uint64_t size() const { return SizeOfRegular(fd_); }
 
   size_t read(std::span<uint8_t> buffer) {
-    for (;;) {
-      const ssize_t n = ::read(fd_, buffer.data(), buffer.size());
-      if (n >= 0) return size_t(n);
-      if (errno != EINTR) fail("cannot be read");
-    }
+    const ptrdiff_t n = ReadSome(fd_, buffer.data(), buffer.size());
+    if (n < 0) fail("cannot be read");
+    return size_t(n);
   }
 
  private:
@@ -180,7 +146,7 @@ void RefuseWeakHash(const HashAlgorithm& hash, const Options& options) {
 }
 
 Hasher::Hasher(const HashAlgorithm& hash)
-    : hash_(hash), routines_(kRoutines[&hash - kHashes]), context_(routines_.init()) {}
+    : hash_(hash), routines_(routines_for(hash)), context_(routines_.init()) {}
 
 Hasher::~Hasher() {
   // Ending it is how a context is released.
@@ -222,10 +188,6 @@ Bytes HashFile(const std::string& path, const HashAlgorithm& hash, const Options
   // Not the size alone: standard input may begin in the middle, and /sys announces more than its files hold.
   if (done < size && file.size() < size) throw shortened(path);
   return hasher.Final();
-}
-
-std::string CryptoLibraryVersion() {
-  return OpenSSL_version(OPENSSL_VERSION);
 }
 
 }  // namespace qex::tool

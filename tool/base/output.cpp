@@ -11,6 +11,7 @@
 #include "tool/base/escape.h"
 #include "tool/base/files.h"
 #include "tool/base/json.h"
+#include "tool/base/system.h"
 
 namespace qex::tool {
 namespace {
@@ -26,7 +27,7 @@ bool environment_forbids_color() {
 bool takes_color(const Options& options) {
   if (options.color == "always") return true;
   if (options.color == "never") return false;
-  return ::isatty(STDOUT_FILENO) != 0 && !environment_forbids_color();
+  return IsTerminal(STDOUT_FILENO) && !environment_forbids_color();
 }
 
 constexpr size_t kWidestScalar = 600;  // wider than any digest or number that is shown

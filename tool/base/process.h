@@ -1,24 +1,17 @@
-// A child process that answers frames: a length of four octets, then as many octets. Whatever it reads, it
-// cannot harm its parent.
+// A child process that answers frames. Whatever it reads, it cannot harm its parent.
 #pragma once
 
 #include <sys/types.h>
 
+#include <cstdint>
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
 
+#include "tool/base/frame.h"
+
 namespace qex::tool {
-
-// The child's side: one frame from a descriptor; nothing at the end of input. False when writing fails.
-std::optional<std::string> ReadFrame(int fd);
-bool WriteFrame(int fd, std::string_view frame);
-
-// A frame of several parts, each after its length. TakePart takes the first one off; nothing when there is
-// none, or not the whole of it.
-void AppendPart(std::string& frame, std::string_view part);
-std::optional<std::string_view> TakePart(std::string_view& frame);
 
 class ChildProcess {
  public:
@@ -29,6 +22,10 @@ class ChildProcess {
   // descriptor closed, and exits with the status that `main` returns. Throws a Failure when the system has no
   // processes or descriptors left.
   ChildProcess(Errors errors, const std::function<int()>& main);
+
+  // Where the system does not fork, starts this program again with `words`, and with at most that many octets
+  // of memory; standard error is kept.
+  ChildProcess(const std::string& words, uint64_t memory);
   ~ChildProcess();  // closes its input, and waits for its end
   ChildProcess(const ChildProcess&) = delete;
   ChildProcess& operator=(const ChildProcess&) = delete;
@@ -42,18 +39,18 @@ class ChildProcess {
 
   // CloseInput lets the child end after its last answer.
   void CloseInput();
-  // Terminate has it ended by SIGTERM, whatever it is at.
+  // Terminate has it ended, by SIGTERM where there are signals, whatever it is at.
   void Terminate();
 
   // TakeMessages returns its output to standard error since the last call, at most 64 KiB.
   std::string TakeMessages();
-  // Wait closes its input and waits for its end; returns the status as waitpid gives it.
+  // Wait closes its input and waits for its end; returns the status as the system gives it.
   int Wait();
 
  private:
   void gather_errors();
 
-  pid_t pid_ = -1;
+  pid_t pid_ = -1;  // a handle where the system has those
   int input_ = -1;
   int output_ = -1;
   int errors_ = -1;

@@ -7,6 +7,8 @@
 #include <cstdio>
 #include <utility>
 
+#include "tool/base/system.h"
+
 namespace qex::tool {
 namespace {
 
@@ -22,7 +24,7 @@ Progress::Progress(std::string subject, uint64_t total, bool wanted, Unit unit)
     : subject_(std::move(subject)),
       total_(total),
       unit_(unit),
-      possible_(wanted && ::isatty(STDERR_FILENO) != 0),
+      possible_(wanted && IsTerminal(STDERR_FILENO)),
       begin_(Clock::now()),
       next_(begin_ + kPatience) {}
 

@@ -14,6 +14,7 @@
 #include "tool/base/hash.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
+#include "tool/base/system.h"
 #include "tool/commands/command.h"
 
 namespace qex::tool {
@@ -56,7 +57,7 @@ ExitStatus print_digests(const DigestArguments& arguments, const HashAlgorithm& 
 // device may never end.
 void refuse_special_file(const std::string& name) {
   std::error_code none;  // a missing file is reported when it is opened
-  const std::filesystem::file_status status = std::filesystem::status(name, none);
+  const std::filesystem::file_status status = std::filesystem::status(PathOf(name), none);
   if (IsStandardStream(name) || !std::filesystem::is_other(status)) return;
   throw Failure{ExitStatus::File,
                 ShownPath(name) + ": is a pipe, socket or device, and is not read for a list",

@@ -114,19 +114,22 @@ std::string exit_rows(const Command& command) {
 
 std::string command_help(const Program& program, const Program::Entry& entry) {
   const Command& command = *entry.command;
+  const std::string title = std::string("qex ") + command.name + ": " + command.summary + "\n\n";
+  if (!entry.app->get_footer().empty()) return title + entry.app->get_footer() + "\n";  // it is left out
   std::string examples;
   for (const Example& example : command.examples) {
     examples += std::string("  ") + example.line + "\n      " + example.text + "\n";
   }
-  return std::string("qex ") + command.name + ": " + command.summary + "\n\n" + usage_line(*entry.app) +
-         section("arguments", argument_rows(*entry.app)) + option_sections(*entry.app, "options") +
-         option_sections(program.app, "options of every command") + section("examples", examples) +
-         section("exit status", exit_rows(command));
+  return title + usage_line(*entry.app) + section("arguments", argument_rows(*entry.app)) +
+         option_sections(*entry.app, "options") + option_sections(program.app, "options of every command") +
+         section("examples", examples) + section("exit status", exit_rows(command));
 }
 
 std::string program_help(const Program& program) {
   std::string commands;
-  for (const Command& command : Commands()) commands += row(command.name, command.summary);
+  for (const auto& [command, app, run] : program.entries) {
+    commands += row(command->name, app->get_footer().empty() ? command->summary : app->get_footer());
+  }
   return "qex: time-stamping by RFC 3161\n\nusage: qex COMMAND [OPTION...] [ARGUMENT...]\n" +
          section("commands", commands) + option_sections(program.app, "options of every command") +
          "\n'qex help COMMAND' explains one of them, 'qex explain' the exit statuses.\n";

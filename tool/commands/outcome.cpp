@@ -3,9 +3,12 @@
 #include "tool/commands/outcome.h"
 
 #include <cstdio>
+#include <utility>
 
 #include "tool/base/files.h"
-#include "tool/base/process.h"
+#include "tool/base/frame.h"
+#include "tool/base/json.h"
+#include "tool/base/output.h"
 
 namespace qex::tool {
 namespace {
@@ -19,6 +22,23 @@ ExitStatus Emit(const Outcome& outcome) {
   if (!outcome.output.empty()) WriteData(outcome.output);
   if (!outcome.errors.empty()) std::fputs(outcome.errors.c_str(), stderr);
   return outcome.exit;
+}
+
+Outcome OutcomeOf(const Failure& failure, const char* command, const std::string& subject,
+                  const Options& options) {
+  Outcome outcome;
+  outcome.exit = failure.exit;
+  outcome.reason = ReasonOf(failure.exit);
+  outcome.errors = LibraryMessagesText(failure.libraryMessages, options) + FailureText(failure);
+  const std::string name = ShownPath(subject);
+  const size_t repeated = failure.message.starts_with(name + ": ") ? name.size() + 2 : 0;
+  outcome.line = "fail  " + name + "   " + failure.message.substr(repeated);
+  if (options.json) {
+    Json document = NewDocument(command, subject);
+    SetFailure(document, failure);
+    outcome.output = JsonLine(std::move(document));
+  }
+  return outcome;
 }
 
 const char* ReasonOf(ExitStatus exit) {

@@ -5,7 +5,8 @@
 #include <string>
 #include <string_view>
 
-#include "tool/base/exit_status.h"
+#include "tool/base/failure.h"
+#include "tool/base/options.h"
 
 namespace qex::tool {
 
@@ -20,6 +21,10 @@ struct Outcome {
 
 // Emit writes an outcome and returns its exit status.
 ExitStatus Emit(const Outcome& outcome);
+
+// OutcomeOf renders a failure of a subject that has no checks to show.
+Outcome OutcomeOf(const Failure& failure, const char* command, const std::string& subject,
+                  const Options& options);
 
 // ReasonOf is the word for a failure that no check found.
 const char* ReasonOf(ExitStatus exit);

@@ -107,6 +107,7 @@ const Command* FindCommand(const std::string& name) {
 Program::Program(std::string_view only) {
   add_common_options(app, options);
   app.require_subcommand(1);
+  app.allow_windows_style_options(false);  // a word with a slash is a path everywhere
   const bool one = FindCommand(std::string(only)) != nullptr;
   for (const Command& command : table()) {
     if (one && only != command.name) continue;

@@ -9,9 +9,10 @@
 #include "tool/base/files.h"
 #include "tool/base/json.h"
 #include "tool/base/output.h"
-#include "tool/commands/verify_one.h"
 #include "tool/judge/fields.h"
 #include "tool/judge/judge.h"
+#include "tool/worker/strict/strict.h"
+#include "tool/worker/worker.h"
 
 namespace qex::tool {
 namespace {
@@ -39,6 +40,12 @@ void add_token(Json& fields, const Facts& facts) {
   if (Json readers = readers_of(facts); !readers.empty()) fields["readers"] = std::move(readers);
 }
 
+// What a build without the strict reader does not say about a token or certificate.
+constexpr const char* kWithoutStrictReader =
+    "the strict reader's findings, the values of extensions, and keys other than RSA and DSA: this qex is "
+    "without "
+    "libcrypto";
+
 // The parts of the facts that are for people.
 Json shown_fields(const Facts& facts) {
   Json fields;
@@ -60,6 +67,7 @@ Json shown_fields(const Facts& facts) {
       fields.update(certificate);
     }
   }
+  if ((token || facts.certificate) && !HasStrictReader()) fields["left_out"] = kWithoutStrictReader;
   return fields;
 }
 

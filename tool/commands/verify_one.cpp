@@ -147,10 +147,6 @@ const std::string& subject_of(const VerifyArguments& arguments) {
   return arguments.file.empty() ? arguments.token.path : arguments.file;
 }
 
-std::string errors_of(const Failure& failure, const Options& options) {
-  return LibraryMessagesText(failure.libraryMessages, options) + FailureText(failure);
-}
-
 Json document_of(const VerifyArguments& arguments, const Answer& answer, const Report& report) {
   Json document = NewDocument("verify", subject_of(arguments));
   if (!arguments.token.data) document["token_file"] = arguments.token.path;
@@ -253,23 +249,6 @@ std::optional<Failure> SetVerdict(Json& document, const Report& report, const Tr
   Failure failure = UsageFailure(name + ": " + kUnpinned, kPinHint);
   SetFailure(document, failure);
   return failure;
-}
-
-Outcome OutcomeOf(const Failure& failure, const char* command, const std::string& subject,
-                  const Options& options) {
-  Outcome outcome;
-  outcome.exit = failure.exit;
-  outcome.reason = ReasonOf(failure.exit);
-  outcome.errors = errors_of(failure, options);
-  const std::string name = ShownPath(subject);
-  const size_t repeated = failure.message.starts_with(name + ": ") ? name.size() + 2 : 0;
-  outcome.line = "fail  " + name + "   " + failure.message.substr(repeated);
-  if (options.json) {
-    Json document = NewDocument(command, subject);
-    SetFailure(document, failure);
-    outcome.output = JsonLine(std::move(document));
-  }
-  return outcome;
 }
 
 Outcome VerifyOne(const VerifyArguments& arguments, Worker& worker, const Trust& trust,

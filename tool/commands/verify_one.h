@@ -33,10 +33,6 @@ struct VerifyArguments {
 Outcome VerifyOne(const VerifyArguments& arguments, Worker& worker, const Trust& trust,
                   const Options& options);
 
-// OutcomeOf renders a failure of a subject that has no checks to show.
-Outcome OutcomeOf(const Failure& failure, const char* command, const std::string& subject,
-                  const Options& options);
-
 // ExpectDigest reads the text of --digest against the token's own algorithm: HEX, or ALG:HEX. Throws a
 // Failure.
 Imprint ExpectedDigest(const std::string& text, const Facts& facts);

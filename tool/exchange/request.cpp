@@ -1,8 +1,6 @@
 // Requests: nonce, policy, encoding, and the comparison of the encoding with the intended values.
 #include "tool/exchange/request.h"
 
-#include <sys/random.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -11,6 +9,7 @@
 #include "tool/base/escape.h"
 #include "tool/base/failure.h"
 #include "tool/base/json.h"
+#include "tool/base/system.h"
 #include "tool/message/oid_text.h"
 #include "tool/message/structure.h"
 #include "tool/message/tags.h"
@@ -24,16 +23,10 @@ constexpr size_t kNonceLength = 8;
 Bytes random_nonce() {
   Bytes nonce(kNonceLength);
   do {
-    size_t filled = 0;
-    while (filled < nonce.size()) {
-      const ssize_t n = ::getrandom(nonce.data() + filled, nonce.size() - filled, 0);
-      if (n < 0 && errno == EINTR) continue;
-      if (n < 0) {
-        throw Failure{ExitStatus::Internal,
-                      std::string("the system gives no random octets: ") + std::strerror(errno),
-                      "a nonce of your own can be given to 'qex request' with --nonce"};
-      }
-      filled += size_t(n);
+    if (!FillRandom(nonce)) {
+      throw Failure{ExitStatus::Internal,
+                    std::string("the system gives no random octets: ") + std::strerror(errno),
+                    "a nonce of your own can be given to 'qex request' with --nonce"};
     }
     nonce[0] &= 0x7F;
   } while (nonce[0] == 0);

@@ -74,13 +74,21 @@ Stop stop_of_both(const Facts& facts) {
   return stop;
 }
 
+// A type that the library does not know stops no strict reader that is to describe the token.
+Failure failure_of_both(const Facts& facts, const Job& job) {
+  Failure failure = FailureOf(stop_of_both(facts));
+  const bool strictWould = job.describe && !facts.libraryStop->identifier.empty();
+  if (strictWould && !HasStrictReader()) failure.hint = "the strict reader of qex on Linux may read it";
+  return failure;
+}
+
 void examine_token(Facts& facts, Bytes token, const Job& job, const Trust& trust, const std::string& serves) {
   // The strict reader gets one element; octets after it are for the structure check.
   const ByteView whole(token);
   const ByteView one = whole.first(whole.size() - inspect::TrailingOctets(whole));
-  if (!job.libraryOnly) read_strictly(facts, one, job, trust);
+  if (!job.libraryOnly && HasStrictReader()) read_strictly(facts, one, job, trust);
   read_by_library(facts, whole, job, trust, serves);
-  if (!facts.library && !facts.strict) throw FailureOf(stop_of_both(facts));
+  if (!facts.library && !facts.strict) throw failure_of_both(facts, job);
   use_library(facts, whole, job, serves);
   facts.tsaName = inspect::TsaName(whole);
   if (job.describe) facts.description = text_of(inspect::DescribeToken(whole, printer_for(job)));

@@ -1,14 +1,10 @@
 // Workers: limits, questions and answers, and the report on one that died.
 #include "tool/worker/worker.h"
 
-#include <sys/resource.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <iterator>
 #include <new>
@@ -16,49 +12,17 @@
 #include "api/qex.h"
 #include "tool/base/failure.h"
 #include "tool/base/json.h"
-#include "tool/base/sanitized.h"
+#include "tool/base/system.h"
 #include "tool/message/facts_json.h"
 #include "tool/message/wire.h"
 #include "tool/worker/examine.h"
+#include "tool/worker/isolation.h"
 #include "tool/worker/strict/strict.h"
 
 namespace qex::tool {
 namespace {
 
-constexpr rlim_t kMaxMemory = rlim_t{1} << 30;
-constexpr rlim_t kMaxSeconds = 20;  // of processor time, for one message
-
 constexpr const char* kVersionNames[] = {"v1", "v2"};
-
-struct rlimit limit_of(decltype(RLIMIT_CPU) resource) {
-  struct rlimit now {};
-  ::getrlimit(resource, &now);
-  return now;
-}
-
-// A lower limit that the caller has set stays.
-void set_limit(decltype(RLIMIT_CPU) resource, rlim_t soft, rlim_t hard) {
-  const struct rlimit now = limit_of(resource);
-  const struct rlimit wanted { std::min(now.rlim_cur, soft), std::min(now.rlim_max, hard) };
-  ::setrlimit(resource, &wanted);
-}
-
-// Every message has the same time, however many came before it.
-class Clock {
- public:
-  Clock() : callers_(limit_of(RLIMIT_CPU)) {}
-  void Restart() const {
-    struct rusage used {};
-    ::getrusage(RUSAGE_SELF, &used);
-    const auto spent = rlim_t(used.ru_utime.tv_sec + used.ru_stime.tv_sec + 1);
-    const rlim_t allowed = std::min(kMaxSeconds, callers_.rlim_cur);
-    const struct rlimit wanted { std::min(spent + allowed - 1, callers_.rlim_max), callers_.rlim_max };
-    ::setrlimit(RLIMIT_CPU, &wanted);
-  }
-
- private:
-  struct rlimit callers_;
-};
 
 const std::string& out_of_memory_answer() {
   static const std::string frame = [] {
@@ -77,8 +41,7 @@ const std::string& out_of_memory_answer() {
 // process when memory runs out while they are built or released.
 [[noreturn]] void end_without_memory() {
   const std::string& frame = out_of_memory_answer();
-  const bool written = ::write(STDOUT_FILENO, frame.data(), frame.size()) == ssize_t(frame.size());
-  ::_exit(written ? 0 : 1);
+  ::_exit(WriteAll(STDOUT_FILENO, OctetsOf(frame)) ? 0 : 1);
 }
 
 // The answer to a question, whole before any of it crosses the pipe.
@@ -95,22 +58,13 @@ std::string answer_to(const std::string& question, const Trust& trust, bool& tru
   }
 }
 
-void set_limits() {
-  set_limit(RLIMIT_CORE, 0, 0);
-  // A sanitizer's shadow memory alone is beyond any limit.
-  if (!kSanitized) set_limit(RLIMIT_AS, kMaxMemory, kMaxMemory);
-}
-
 // The worker's side: answers questions until there are no more.
 int serve(const Trust& trust, const char* version) {
-  set_limits();
-  if (version != nullptr &&
-      ::setenv("QEX_VERIFY_ESSCERTIDV2", std::strcmp(version, "v2") == 0 ? "1" : "0", 1) != 0) {
-    return 1;
-  }
+  LimitWorker();
+  if (!SetVariable("QEX_VERIFY_ESSCERTIDV2", std::strcmp(version, "v2") == 0 ? "1" : "0")) return 1;
   out_of_memory_answer();
   std::set_new_handler(end_without_memory);
-  const Clock clock;
+  const MessageClock clock;
   bool trustChecked = false;
   try {
     while (const auto question = ReadFrame(STDIN_FILENO)) {
@@ -126,19 +80,10 @@ int serve(const Trust& trust, const char* version) {
   return 0;
 }
 
-std::string end_in_words(int status) {
-  if (!WIFSIGNALED(status)) return "it ended with status " + std::to_string(WEXITSTATUS(status));
-  const int number = WTERMSIG(status);
-  if (number == SIGXCPU) return "it was stopped for taking too much time";
-  // By the system, which does not say why.
-  if (number == SIGKILL) return "it was killed, for taking too much time or memory or by somebody";
-  return "it was ended by signal " + std::to_string(number) + " (" + ::strsignal(number) + ")";
-}
-
 Failure ended(int status, const std::string& name, const std::string& messages) {
   return {
       ExitStatus::Internal,
-      name + ": the worker process that reads it gave no answer: " + end_in_words(status),
+      name + ": the worker process that reads it gave no answer: " + EndInWords(status),
       "nothing is known about the message, so do not rely on it; run again with -v, and report what it shows",
       0,
       0,
@@ -161,8 +106,8 @@ std::string Worker::exchange(Version version, const std::string& question, const
   std::unique_ptr<ChildProcess>& process = processes_[version];
   bool sent = process != nullptr && process->Send(question);
   if (!sent) {  // there is no process yet, or it ended while idle
-    process = std::make_unique<ChildProcess>(
-        ChildProcess::Errors::Capture, [this, version] { return serve(trust_, kVersionNames[version]); });
+    process = StartWorker(kVersionNames[version],
+                          [this, version] { return serve(trust_, kVersionNames[version]); });
     sent = process->Send(question);
   }
   if (then_ == Then::Nothing) process->CloseInput();
@@ -246,13 +191,15 @@ Answer AskOnce(const Job& job) {
   return Worker(kNobody).Ask(job);
 }
 
-int RunWorker() {
-  set_limits();
+namespace {
+
+int do_one_job() {
+  LimitWorker();
   out_of_memory_answer();
   std::set_new_handler(end_without_memory);
   std::string question;
   char buffer[65536];
-  for (ssize_t n; (n = ::read(STDIN_FILENO, buffer, sizeof buffer)) > 0;) {
+  for (ptrdiff_t n; (n = ReadSome(STDIN_FILENO, buffer, sizeof buffer)) > 0;) {
     question.append(buffer, size_t(n));
   }
   bool trustChecked = false;
@@ -264,6 +211,14 @@ int RunWorker() {
     std::fprintf(stderr, "worker: %s\n", error.what());
     return 1;
   }
+}
+
+}  // namespace
+
+std::optional<int> RunAsWorker(int count, char** words) {
+  if (const char* version = VersionOfStartedWorker(count, words)) return serve(Trust{}, version);
+  if (count == 2 && std::strcmp(words[1], kWorkerArgument) == 0) return do_one_job();
+  return std::nullopt;
 }
 
 }  // namespace qex::tool

@@ -8,6 +8,7 @@
 
 #include <array>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -17,8 +18,9 @@
 
 namespace qex::tool {
 
-// The single command line word that makes the tool read one job from standard input and write its answer to
-// standard output, both in the form that crosses the pipe. It is not a command: memory tests use it.
+// The command line word that makes the tool read one job from standard input and write its answer to
+// standard output, both in the form that crosses the pipe. It is not a command: memory tests use it. On
+// systems that do not fork, workers are started with it and the version of the attribute that they serve.
 inline constexpr const char* kWorkerArgument = "--worker-process";
 
 class Worker {
@@ -53,7 +55,8 @@ class Worker {
 // AskOnce has a worker without trust options run one job, and ends it.
 Answer AskOnce(const Job& job);
 
-// RunWorker does one job of standard input; see kWorkerArgument.
-int RunWorker();
+// RunAsWorker does the job of a process that was started with kWorkerArgument, and returns its exit status;
+// nothing for any other command line.
+std::optional<int> RunAsWorker(int count, char** words);
 
 }  // namespace qex::tool

@@ -1,38 +1,24 @@
 // Whole messages by the library's print routines.
 #include <cstdio>
-#include <new>
 
 #include "asn1/attrcert.h"
 #include "asn1/cms.h"
 #include "asn1/oids.h"
 #include "asn1/timestamp.h"
+#include "tool/base/system.h"
 #include "tool/worker/inspect/decoded.h"
 #include "tool/worker/inspect/describe.h"
 
 namespace qex::inspect {
 namespace {
 
-ssize_t append(void* text, const char* data, size_t length) {
-  try {
-    static_cast<std::string*>(text)->append(data, length);
-  } catch (const std::bad_alloc&) {
-    return 0;  // an error of the stream
-  }
-  return ssize_t(length);
-}
-
-// The output of `print` to a stream. A memory stream of the C library does not remember an allocation failure
-// in the middle of a text.
+// The output of `print`, and a line feed.
 template <class Print>
 std::string printed(Print print) {
-  std::string text;
-  FILE* stream = ::fopencookie(&text, "w", {nullptr, append, nullptr, nullptr});
-  if (stream == nullptr) throw std::bad_alloc();
-  print(stream);
-  std::fputc('\n', stream);
-  const bool failed = std::ferror(stream) != 0;
-  if (std::fclose(stream) != 0 || failed) throw std::bad_alloc();
-  return text;
+  return tool::WrittenText([&](FILE* stream) {
+    print(stream);
+    std::fputc('\n', stream);
+  });
 }
 
 template <class T, auto kDecode, auto kFree>

@@ -125,6 +125,10 @@ StrictReading read(ByteView octets, const Trust& trust, bool allowWeak) {
 
 }  // namespace
 
+bool HasStrictReader() {
+  return true;
+}
+
 StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak) {
   Start();
   try {

@@ -26,7 +26,6 @@
 namespace qex::tool {
 namespace {
 
-constexpr size_t kMaxFrame = size_t{512} << 20;
 constexpr size_t kMaxMessages = size_t{64} << 10;  // further output is dropped
 
 [[noreturn]] void fail_to_start(int error) {
@@ -58,30 +57,6 @@ struct Pipe {
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
 };
-
-bool read_all(int fd, void* data, size_t length) {
-  auto* at = static_cast<char*>(data);
-  while (length > 0) {
-    const ssize_t n = ::read(fd, at, length);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    at += n;
-    length -= size_t(n);
-  }
-  return true;
-}
-
-bool write_all(int fd, const void* data, size_t length) {
-  const auto* at = static_cast<const char*>(data);
-  while (length > 0) {
-    const ssize_t n = ::write(fd, at, length);
-    if (n < 0 && errno == EINTR) continue;
-    if (n <= 0) return false;
-    at += n;
-    length -= size_t(n);
-  }
-  return true;
-}
 
 // The handlers are the parent's and would clean up the parent's files.
 void drop_handlers() {
@@ -116,40 +91,6 @@ void end_with_parent(pid_t parent) {
 }
 
 }  // namespace
-
-std::optional<std::string> ReadFrame(int fd) {
-  uint32_t length = 0;
-  if (!read_all(fd, &length, sizeof length) || length > kMaxFrame) return std::nullopt;
-  std::string frame(length, '\0');
-  if (!read_all(fd, frame.data(), frame.size())) return std::nullopt;
-  return frame;
-}
-
-bool WriteFrame(int fd, std::string_view frame) {
-  if (frame.size() > kMaxFrame) return false;
-  const auto length = uint32_t(frame.size());
-  std::string whole(sizeof length, '\0');
-  std::memcpy(whole.data(), &length, sizeof length);
-  whole += frame;
-  return write_all(fd, whole.data(), whole.size());
-}
-
-void AppendPart(std::string& frame, std::string_view part) {
-  const uint64_t length = part.size();
-  char octets[sizeof length];
-  std::memcpy(octets, &length, sizeof length);
-  frame.append(octets, sizeof octets) += part;
-}
-
-std::optional<std::string_view> TakePart(std::string_view& frame) {
-  uint64_t length = 0;
-  if (frame.size() < sizeof length) return std::nullopt;
-  std::memcpy(&length, frame.data(), sizeof length);
-  if (frame.size() - sizeof length < length) return std::nullopt;
-  const std::string_view part = frame.substr(sizeof length, length);
-  frame.remove_prefix(sizeof length + length);
-  return part;
-}
 
 ChildProcess::ChildProcess(Errors errors, const std::function<int()>& main) {
   Pipe in;

@@ -2,7 +2,6 @@
 #include "tool/base/temporary_file.h"
 
 #include <fcntl.h>
-#include <sys/random.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -11,6 +10,7 @@
 #include <utility>
 
 #include "tool/base/files.h"
+#include "tool/base/system.h"
 
 namespace qex::tool {
 namespace {
@@ -21,7 +21,7 @@ constexpr mode_t kNewFileMode = 0666;  // less the bits of the caller's mask
 // takes the output's own.
 std::string temporary_name(const std::string& path) {
   uint64_t random = 0;
-  if (::getrandom(&random, sizeof random, 0) != ssize_t{sizeof random}) {
+  if (!FillRandom({reinterpret_cast<uint8_t*>(&random), sizeof random})) {
     random = uint64_t(std::chrono::steady_clock::now().time_since_epoch().count());
   }
   char name[32];
