@@ -28,7 +28,7 @@ for purpose in "$@"; do
     package) packages+=(debhelper dh-python dpkg-dev lintian mmdebstrap python3-setuptools scdoc) ;;  # Debian packages, and a root to install them in
     docs) packages+=(scdoc man-db fish zsh) ;;                        # manual pages, and the shells that complete
     toolchains) packages+=(clang libc++-14-dev libc++abi-14-dev musl-tools googletest) ;;
-    windows) packages+=(g++-mingw-w64-x86-64-posix wine64 googletest) ;;
+    windows) packages+=(g++-mingw-w64-x86-64-posix wine64 googletest) ;;  # with the headers of the tool, above
     bindings)
       packages+=(python3-pytest mypy python3-pip python3-setuptools python3-wheel)  # the Python package
       packages+=(golang-go cargo rustc) ;;

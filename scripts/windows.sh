@@ -1,6 +1,8 @@
 #!/usr/bin/env bash
-# Builds the library for Windows, as a DLL with an import library and a module definition file, and runs its tests
-# and the examples under wine. Everything is in build/windows, wine's settings included. Ends with a line of results.
+# Builds the library for Windows, as a DLL with an import library and a module definition file, and qex.exe. Runs the
+# tests of both and the examples under wine. Everything is in build/windows, wine's settings included. The tool for this
+# machine, with which qex.exe is compared, is that of build/release, or else in build/windows_peer. Ends with a line of
+# results.
 #
 # usage: scripts/windows.sh
 set -uo pipefail
@@ -10,7 +12,16 @@ scripts/setup.sh windows || exit 1
 jobs=$(nproc)
 build=$PWD/build/windows
 
-cmake --preset windows || exit 1
+peer=$PWD/build/release
+folders=(api asn1 ber crypto tool)
+if [ ! -x "$peer/tool/qex" ] || [ -n "$(find "${folders[@]}" -newer "$peer/tool/qex" -name '*.[ch]*' -print -quit)" ]; then
+  peer=$PWD/build/windows_peer
+  cmake -S . -B "$peer" -DCMAKE_BUILD_TYPE=Release -DQEX_BY_FOLDER=ON -DQEX_BUILD_TESTS=OFF -DQEX_BUILD_DOCS=OFF \
+    -DQEX_BUILD_EXAMPLES=OFF -DQEX_BUILD_BENCH=OFF -DQEX_INSTALL=OFF || exit 1
+  cmake --build "$peer" -j "$jobs" --target qex_tool || exit 1
+fi
+
+cmake --preset windows -DQEX_PEER="$peer/tool/qex" || exit 1
 wine=$(sed -n 's/^QEX_WINE:[A-Z]*=//p' "$build/CMakeCache.txt")
 if [ ! -x "$wine" ]; then
   echo "windows: wine64 was not found, so nothing can be run; install it and configure again" >&2
