@@ -7,6 +7,7 @@
 #include <string>
 
 #include "tool/base/bytes.h"
+#include "tool/base/failure.h"
 #include "tool/base/outputs.h"
 #include "tool/base/system.h"
 #include "tool/base/temporary_file.h"

@@ -33,7 +33,9 @@ int32_t QEX_GetTST_TSTInfoEx(QEX_TSTINFO_EX* info, const uint8_t* token, uint32_
   }
   if (is("memory")) {
     for (i = 0; i < 64; ++i) {
-      if (malloc((size_t)64 << 20) == NULL) return QEX_E_NOMEM;
+      void* kept = malloc((size_t)64 << 20); /* until the process ends */
+      if (kept == NULL) return QEX_E_NOMEM;
+      *(volatile char*)kept = 1;
     }
   }
   return QEX_E_DECODE;
