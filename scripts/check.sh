@@ -106,7 +106,11 @@ step_archives() {  # the archives of a release: the sources build without git, t
   scripts/archives.sh
 }
 
-step_windows() {  # the library as a DLL, and its suite, under wine
+step_windows() {  # the DLL, the C examples and qex.exe under wine
+  scripts/windows.sh product
+}
+
+step_windows_all() {  # the same, and the suite of the library; in 'all'
   scripts/windows.sh
 }
 
@@ -161,7 +165,7 @@ done
 
 # Installed before steps run side by side, since two of them cannot install at a time.
 declare -A needs=(
-  [platforms]=platforms [platforms_all]=platforms [windows]=windows [toolchains]=toolchains [bench]=bench [abi]=abi [reference]=reference
+  [platforms]=platforms [platforms_all]=platforms [windows]=windows [windows_all]=windows [toolchains]=toolchains [bench]=bench [abi]=abi [reference]=reference
   [browser]=browser [archive]=archive [packages]=package [packages_all]=package [archives]='package platforms'
 )
 purposes=(check fuzz format)
