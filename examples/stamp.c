@@ -63,10 +63,10 @@ int main(int argc, char** argv) {
     fputc('\n', stderr);
   }
   end_unless_ok("the reply", QEX_GetTSR_EncodedToken(token, &token_length, reply, length));
-  const uint8_t* certificate = read_message(argv[4], &certificate_length);
+  uint8_t* certificate = read_message(argv[4], &certificate_length);
   if (certificate_length == 0) refuse(argv[4], "empty"); /* the library would accept any signer */
   end_unless_ok("the token", QEX_VerifyTST_Signature(token, token_length, certificate, certificate_length));
-
+  free(certificate);
   QEX_TSTINFO_EX info = {.size = sizeof info};
   end_unless_ok("the token", QEX_GetTST_TSTInfoEx(&info, token, token_length));
   if (strcmp(info.hashAlgorithm, SHA256) != 0 || info.hashedMessageLength != SHA256_BYTES ||
