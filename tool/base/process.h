@@ -58,4 +58,7 @@ class ChildProcess {
   std::string messages_;
 };
 
+// CloseEnd closes the end of a pipe, if it is open.
+void CloseEnd(int& fd);
+
 }  // namespace qex::tool

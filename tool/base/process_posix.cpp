@@ -35,11 +35,6 @@ constexpr size_t kMaxMessages = size_t{64} << 10;  // further output is dropped
                             : "the system is out of processes or memory; try again"};
 }
 
-void close_end(int& fd) {
-  if (fd >= 0) ::close(fd);
-  fd = -1;
-}
-
 struct Pipe {
   int read = -1;
   int write = -1;
@@ -51,8 +46,8 @@ struct Pipe {
     write = ends[1];
   }
   ~Pipe() {
-    close_end(read);
-    close_end(write);
+    CloseEnd(read);
+    CloseEnd(write);
   }
   Pipe(const Pipe&) = delete;
   Pipe& operator=(const Pipe&) = delete;
@@ -110,16 +105,6 @@ ChildProcess::ChildProcess(Errors errors, const std::function<int()>& main) {
   }
 }
 
-ChildProcess::~ChildProcess() {
-  Wait();
-  close_end(output_);
-  close_end(errors_);
-}
-
-bool ChildProcess::Send(std::string_view frame) {
-  return input_ >= 0 && WriteFrame(input_, frame);
-}
-
 // Errors are read meanwhile, so that the child never waits for room in their pipe.
 std::optional<std::string> ChildProcess::Receive() {
   struct pollfd ends[] = {{output_, POLLIN, 0}, {errors_, POLLIN, 0}};
@@ -144,20 +129,11 @@ void ChildProcess::gather_errors() {
     if (n < 0 && errno == EINTR) continue;
     if (n < 0 && errno == EAGAIN) return;
     if (n <= 0) {
-      close_end(errors_);
+      CloseEnd(errors_);
       return;
     }
     messages_.append(buffer.data(), std::min(size_t(n), kMaxMessages - messages_.size()));
   }
-}
-
-std::string ChildProcess::TakeMessages() {
-  gather_errors();
-  return std::exchange(messages_, {});
-}
-
-void ChildProcess::CloseInput() {
-  close_end(input_);
 }
 
 void ChildProcess::Terminate() {
@@ -165,7 +141,7 @@ void ChildProcess::Terminate() {
 }
 
 int ChildProcess::Wait() {
-  close_end(input_);
+  CloseEnd(input_);
   if (pid_ < 0) return status_;
   while (::waitpid(pid_, &status_, 0) < 0 && errno == EINTR) {
   }

@@ -66,11 +66,6 @@ HANDLE handle_of_process(pid_t process) {
   return reinterpret_cast<HANDLE>(intptr_t{process});
 }
 
-void close_end(int& fd) {
-  if (fd >= 0) ::_close(fd);
-  fd = -1;
-}
-
 // Octets that a pipe holds; nothing when it is at its end.
 std::optional<size_t> waiting_in(int fd) {
   DWORD count = 0;
@@ -171,16 +166,6 @@ ChildProcess::ChildProcess(const std::string& words, uint64_t memory) {
   pid_ = reinterpret_cast<intptr_t>(process.release());
 }
 
-ChildProcess::~ChildProcess() {
-  Wait();
-  close_end(output_);
-  close_end(errors_);
-}
-
-bool ChildProcess::Send(std::string_view frame) {
-  return input_ >= 0 && WriteFrame(input_, frame);
-}
-
 // Nothing waits for several pipes, so they are looked at in turn, with pauses that end with the process.
 // Errors are read meanwhile, so that the child never waits for room in their pipe.
 std::optional<std::string> ChildProcess::Receive() {
@@ -206,21 +191,12 @@ void ChildProcess::gather_errors() {
   }
 }
 
-std::string ChildProcess::TakeMessages() {
-  gather_errors();
-  return std::exchange(messages_, {});
-}
-
-void ChildProcess::CloseInput() {
-  close_end(input_);
-}
-
 void ChildProcess::Terminate() {
   if (pid_ > 0) ::TerminateProcess(handle_of_process(pid_), 1);
 }
 
 int ChildProcess::Wait() {
-  close_end(input_);
+  CloseEnd(input_);
   if (pid_ < 0) return status_;
   const HANDLE process = handle_of_process(std::exchange(pid_, -1));
   ::WaitForSingleObject(process, INFINITE);
