@@ -9,7 +9,7 @@ cd "$(dirname "$0")/.." || exit 1
 
 steps=(format subjects reference platforms windows valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench browser archive fuzz)
 jobs=$(nproc)
-lately=40  # commits: more than one landing has
+lately=40  # commits; a landing of more needs tidy_all, cppcheck_all and includes_all
 
 step_format() {  # the format of the sources
   scripts/format.sh
