@@ -133,6 +133,19 @@ function(qex_check_integers target)
   endif()
 endfunction()
 
+# qex_unoptimized(TARGET): for tests, which check results and not how fast they are: most of the time that they take is
+# the compiler's. What they test is as fast as ever: of an inline function that several objects have, the linker keeps
+# the first, and here that is the library's.
+function(qex_unoptimized target)
+  # Fortified functions are for optimized code alone.
+  target_compile_options(${target} PRIVATE $<$<CONFIG:Release,RelWithDebInfo>:-O0 -U_FORTIFY_SOURCE>)
+  get_target_property(type ${target} TYPE)
+  get_target_property(libraries ${target} LINK_LIBRARIES)
+  if(type STREQUAL "EXECUTABLE" AND "qex_core" IN_LIST libraries)
+    target_link_options(${target} PRIVATE "LINKER:--whole-archive,$<TARGET_FILE:qex_core>,--no-whole-archive")
+  endif()
+endfunction()
+
 # qex_by_folder(TARGET): where QEX_BY_FOLDER is on, compiles the target's sources of one folder as one, in a quarter of
 # the time. Names that are local to a file must then be unique in its folder.
 function(qex_by_folder target)

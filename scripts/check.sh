@@ -185,11 +185,11 @@ keep() {
 
 # run_step NAME leaves the output of the step in $logs/NAME and its line of the table in $logs/NAME.row.
 run_step() {
-  local started=$SECONDS verdict=passed
+  local started=$SECONDS verdict=passed TIMEFORMAT='%U %S'
   # Not inside a condition: set -e has no effect there.
-  (set -e; "step_$1") 2>&1 | keep "$logs/$1"
-  [ "${PIPESTATUS[0]}" -eq 0 ] || verdict=FAILED
-  printf '%-14s %-6s %6d s\n' "$1" "$verdict" $((SECONDS - started)) > "$logs/$1.row"
+  { time (set -e; "step_$1") 2>&1 | keep "$logs/$1"; [ "${PIPESTATUS[0]}" -eq 0 ] || verdict=FAILED; } 2> "$logs/$1.cpu"
+  printf '%-14s %-6s %6d s %6.0f s\n' "$1" "$verdict" $((SECONDS - started)) \
+    "$(awk '{ print $1 + $2 }' "$logs/$1.cpu")" > "$logs/$1.row"
   [ ${#chosen[@]} -eq 1 ] || { printf '\n== %s\n' "$1"; cat "$logs/$1" "$logs/$1.row"; } | flock "$logs" cat
 }
 

@@ -19,8 +19,9 @@ inline constexpr bool kSanitized = true;
 inline constexpr bool kSanitized = false;
 #endif
 
-// Frames of unoptimised and of instrumented builds are several times as large as those of a release.
-#if defined(__OPTIMIZE__)
+// Frames of unoptimised and of instrumented builds are several times as large as those of a release. QEX_OPTIMIZED says
+// that the library is optimized; the tests themselves need not be.
+#if defined(QEX_OPTIMIZED)
 inline constexpr bool kSmallFrames = !kSanitized;
 #else
 inline constexpr bool kSmallFrames = false;
