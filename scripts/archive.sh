@@ -7,6 +7,5 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh archive
-[ -d build/release ] || cmake --preset release -DQEX_BY_FOLDER=ON
-cmake --build --preset release -j "$(nproc)" --target qex qex_tool
+scripts/release.sh qex qex_tool
 python3 -B tests/archive/archive_test.py build/release/libqex.so build/release/tool/qex "$@"

@@ -11,8 +11,7 @@ cd "$(dirname "$0")/.."
 count=${1:-10000}
 
 scripts/setup.sh bench
-[ -d build/release ] || cmake --preset release
-cmake --build --preset release --target qex qex_tool qex_in_process
+scripts/release.sh qex qex_tool qex_in_process
 work=$(mktemp -d)
 authority=
 trap '[ -z "$authority" ] || kill "$authority"; rm -rf "$work"' EXIT

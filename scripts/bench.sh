@@ -1,6 +1,6 @@
 #!/usr/bin/env bash
 # Measures libqex beside other libraries, in one process (bench/peers/), prints a line for each row and writes
-# docs/performance.md and docs/performance.svg. Builds in build/bench.
+# docs/performance.md and docs/performance.svg. Keeps the messages that it makes in build/bench.
 #
 # usage: scripts/bench.sh [--once] [--only TEXT] [--seconds N]
 #   --once     compares the results of every row, measures nothing and writes no document
@@ -27,18 +27,16 @@ while [ $# -gt 0 ]; do
 done
 
 scripts/setup.sh bench
-build=build/bench
-mkdir -p "$build"
-# Warnings are no errors here, as the peers' headers may cause some.
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >"$build.log" 2>&1 || { cat "$build.log" >&2; exit 1; }
-cmake --build "$build" --target qex_peers
+scripts/release.sh qex_peers
+kept=build/bench
+mkdir -p "$kept"
 
 # The messages are made once: keys of DSA take their time.
-material=$build/material
+material=$kept/material
 if [ ! "$material/made" -nt bench/peers/make_material.py ]; then
   python3 -B bench/peers/make_material.py "$material"
 fi
 
-"$build/bench/peers/qex_peers" "$material" --json "$build/peers.json" ${arguments[@]+"${arguments[@]}"}
+build/release/bench/peers/qex_peers "$material" --json "$kept/peers.json" ${arguments[@]+"${arguments[@]}"}
 [ "$document" = no ] ||
-  python3 -B scripts/bench_report.py "$build/peers.json" "$build/libqex.so" docs/performance.md docs/performance.svg
+  python3 -B scripts/bench_report.py "$kept/peers.json" build/release/libqex.so docs/performance.md docs/performance.svg

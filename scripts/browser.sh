@@ -9,6 +9,5 @@ folder=()
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh browser
-[ -d build/release ] || cmake --preset release -DQEX_BY_FOLDER=ON
-cmake --build --preset release -j "$(nproc)" --target qex_tool
+scripts/release.sh qex_tool
 python3 -B tests/browser/browser_test.py build/release/tool/qex "${folder[@]}"

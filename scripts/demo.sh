@@ -7,8 +7,7 @@ set -euo pipefail
 cd "$(dirname "$0")/.."
 
 scripts/setup.sh
-cmake --preset release
-cmake --build --preset release -j "$(nproc)" --target qex_tool
+scripts/release.sh qex_tool
 qex=$PWD/build/release/tool/qex
 
 # The authority is on the loopback interface: use no proxy and none of the user's settings.

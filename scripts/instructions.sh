@@ -14,11 +14,8 @@ cd "$(dirname "$0")/.."
 
 [ $# -eq 0 ] || [ "$*" = --update ] || { sed -n '9,11s/^# \{0,1\}//p' "$0" >&2; exit 2; }
 scripts/setup.sh bench
-build=build/bench
-mkdir -p "$build"
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Release >"$build.log" 2>&1 || { cat "$build.log" >&2; exit 1; }
-cmake --build "$build" --target qex_instructions >"$build.log" 2>&1 || { cat "$build.log" >&2; exit 1; }
-program=$build/bench/qex_instructions
+scripts/release.sh qex_instructions
+program=build/release/bench/qex_instructions
 work=$(mktemp -d)
 trap 'rm -rf "$work"' EXIT
 

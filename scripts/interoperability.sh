@@ -3,8 +3,7 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
-cmake --preset release > /dev/null
-cmake --build --preset release -j "$(nproc)" --target qex_tool
+scripts/release.sh qex_tool
 if python3 -B tests/tool/interoperability_test.py --update build/release/tool/qex - - - 2> /dev/null; then
   echo "docs/interoperability.md was current"
 else

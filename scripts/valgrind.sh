@@ -11,7 +11,8 @@ programs=("$@")
 
 scripts/setup.sh check || exit 1
 export build=build/release
-{ cmake --preset release && cmake --build --preset release -j "$(nproc)"; } > /dev/null || exit 1
+# shellcheck disable=SC2086  # words
+scripts/release.sh $(printf 'qex_%s_test ' "${programs[@]}" interop abi) fuzz_targets || exit 1
 
 # Half a gigabyte through a digest, moduli of every length and the primes of DSA take minutes here, and only repeat the
 # loops that other tests run.
