@@ -9,7 +9,6 @@ cd "$(dirname "$0")/.." || exit 1
 
 steps=(format subjects reference platforms windows valgrind tidy cppcheck one_definition includes threads reproducible packages abi bench browser archive fuzz)
 jobs=$(nproc)
-lately=40  # commits; a landing of more needs tidy_all, cppcheck_all and includes_all
 
 step_format() {  # the format of the sources
   scripts/format.sh
@@ -34,12 +33,12 @@ cppcheck_reads() {
     echo "cppcheck: $(grep -c . <<< "$sources") sources, no finding"
 }
 
-step_cppcheck() {  # cppcheck over the sources that changed lately
-  cppcheck_reads scripts/concerned.py "$lately" scripts/cppcheck_suppressions.txt
+step_cppcheck() {  # cppcheck over the sources that changed since it read all
+  cppcheck_reads scripts/concerned.py cppcheck scripts/cppcheck_suppressions.txt
 }
 
 step_cppcheck_all() {  # cppcheck over all sources; in 'all'
-  cppcheck_reads cat
+  cppcheck_reads cat && scripts/concerned.py --read cppcheck
 }
 
 step_one_definition() {  # no name has two definitions in library or tool, as the linker sees them together
@@ -53,20 +52,20 @@ step_reproducible() {  # two builds in different folders give the same library
   scripts/reproducible.sh
 }
 
-step_tidy() {  # clang-tidy over the folders that changed lately
-  scripts/tidy.sh --last "$lately"
+step_tidy() {  # clang-tidy over the folders that changed since it read all
+  scripts/tidy.sh --changed
 }
 
 step_tidy_all() {  # clang-tidy over all sources; in 'all'
-  scripts/tidy.sh
+  scripts/tidy.sh && scripts/concerned.py --read tidy
 }
 
-step_includes() {  # sources that changed lately compile by themselves
-  scripts/includes.sh "$lately"
+step_includes() {  # sources that changed since all were read compile by themselves
+  scripts/includes.sh --changed
 }
 
 step_includes_all() {  # all sources of tool and tests compile by themselves; in 'all'
-  scripts/includes.sh
+  scripts/includes.sh && scripts/concerned.py --read includes
 }
 
 step_threads() {  # ThreadSanitizer, eight threads over all exports

@@ -2,8 +2,8 @@
 # Compiles sources of tool and tests by themselves, as far as errors show, so that one that relies on another's
 # includes fails: where a whole folder is compiled as one, the sources before it hide that.
 #
-# usage: scripts/includes.sh [COMMITS]     default: all; COMMITS: only sources that so many last commits changed, or a
-# header that they include at any depth
+# usage: scripts/includes.sh [--changed]     default: all; --changed: only sources that changed since all were read
+# (scripts/concerned.py), or a header that they include at any depth
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -11,7 +11,7 @@ build=build/includes
 cmake --preset release -B "$build" > /dev/null
 
 sources=$(git ls-files --cached --others --exclude-standard 'tool/*.cpp' 'tests/*.cpp')
-[ $# -eq 0 ] || sources=$(scripts/concerned.py "$1" <<< "$sources")
+[ $# -eq 0 ] || sources=$(scripts/concerned.py includes scripts/includes.sh <<< "$sources")
 
 # A line for each source: its folder and its command.
 commands=$(python3 - "$build/compile_commands.json" "$PWD" "$sources" <<'PY'

@@ -3,9 +3,9 @@
 # tests/.clang-tidy and fuzz/.clang-tidy the differences there. The C++ sources of a folder are read as one, since
 # most of the time goes into the headers that they include.
 #
-# usage: scripts/tidy.sh [--last COMMITS | FILE...]     default: all of the library, the tool, examples, tests and fuzz
-# targets; COMMITS: the folders with a source that so many last commits changed, or a header that it includes; FILE:
-# these alone, each by itself
+# usage: scripts/tidy.sh [--changed | FILE...]     default: all of the library, the tool, examples, tests and fuzz
+# targets; --changed: the folders with a source that changed since all were read (scripts/concerned.py), or a header
+# that it includes; FILE: these alone, each by itself
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -14,9 +14,9 @@ export build=build/tidy
 cmake --preset release -B "$build" > /dev/null
 
 concerned=$(git ls-files --cached --others --exclude-standard '*.c' '*.cpp')
-if [ "${1-}" = --last ]; then
-  concerned=$(scripts/concerned.py "$2" .clang-tidy tests/.clang-tidy fuzz/.clang-tidy scripts/tidy.sh <<< "$concerned")
-  shift 2
+if [ "${1-}" = --changed ]; then
+  concerned=$(scripts/concerned.py tidy .clang-tidy tests/.clang-tidy fuzz/.clang-tidy scripts/tidy.sh <<< "$concerned")
+  shift
 fi
 
 # plan writes a compile_commands.json to the folder $1 whose sources stand for the files that follow, or for the

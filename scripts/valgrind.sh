@@ -11,7 +11,7 @@ programs=("$@")
 
 scripts/setup.sh check || exit 1
 export build=build/release
-# shellcheck disable=SC2086  # words
+# shellcheck disable=SC2046  # words
 scripts/release.sh $(printf 'qex_%s_test ' "${programs[@]}" interop abi) fuzz_targets || exit 1
 
 # Half a gigabyte through a digest, moduli of every length and the primes of DSA take minutes here, and only repeat the
