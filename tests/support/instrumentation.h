@@ -19,8 +19,8 @@ inline constexpr bool kSanitized = true;
 inline constexpr bool kSanitized = false;
 #endif
 
-// Frames of unoptimised and of instrumented builds are several times as large as those of a release. QEX_OPTIMIZED says
-// that the library is optimized; the tests themselves need not be.
+// Frames of unoptimised and of instrumented builds are several times as large as those of a release.
+// QEX_OPTIMIZED says that the library is optimized; the tests need not be.
 #if defined(QEX_OPTIMIZED)
 inline constexpr bool kSmallFrames = !kSanitized;
 #else
