@@ -40,9 +40,9 @@ with open("signing_keys.txt", "w", encoding="ascii") as out:
         while at < len(content):
             number, at = element(content, at)
             numbers.append(int.from_bytes(number, "big"))
-        for letter, number in zip("ned", numbers[1:4]):
+        for field, number in zip(("n", "e", "d", "p", "q", "dp", "dq", "qinv"), numbers[1:]):
             octets = number.to_bytes((number.bit_length() + 7) // 8, "big")
-            print(f"{name}.{letter} = {octets.hex()}", file=out)
+            print(f"{name}.{field} = {octets.hex()}", file=out)
         for digest in DIGESTS:
             signature = openssl("dgst", "-" + digest, "-sign", "key.pem", data=b"abc")
             print(f"{name}.{digest} = {signature.hex()}", file=out)

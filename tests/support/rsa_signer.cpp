@@ -1,4 +1,3 @@
-// Montgomery exponentiation in words of 32 bits (HAC 14.36), least significant first.
 #include "tests/support/rsa_signer.h"
 
 #include <cstdio>
@@ -10,91 +9,6 @@
 
 namespace qex::test {
 namespace {
-
-using Words = std::vector<uint32_t>;
-
-Words to_words(const Octets& big_endian, size_t count) {
-  Words words(count);
-  for (size_t i = 0; i < big_endian.size(); ++i) {
-    const size_t place = big_endian.size() - 1 - i;
-    if (place / 4 < count) words[place / 4] |= uint32_t{big_endian[i]} << (place % 4 * 8);
-  }
-  return words;
-}
-
-Octets to_octets(const Words& words, size_t size) {
-  Octets octets(size);
-  for (size_t i = 0; i < size; ++i) octets[size - 1 - i] = uint8_t(words[i / 4] >> (i % 4 * 8));
-  return octets;
-}
-
-// subtract_if_not_less computes a -= n when a, with `carry` above it, is n or more.
-void subtract_if_not_less(Words* a, uint32_t carry, const Words& n) {
-  bool less = carry == 0;
-  if (less) {
-    size_t i = n.size();
-    while (i > 0 && (*a)[i - 1] == n[i - 1]) --i;
-    less = i > 0 && (*a)[i - 1] < n[i - 1];
-  }
-  if (less) return;
-  uint64_t borrow = 0;
-  for (size_t i = 0; i < n.size(); ++i) {
-    const uint64_t difference = uint64_t{(*a)[i]} - n[i] - borrow;
-    (*a)[i] = uint32_t(difference);
-    borrow = difference >> 63;
-  }
-}
-
-struct Montgomery {
-  Words n;
-  uint32_t inverse;  // -1/n mod 2^32
-
-  explicit Montgomery(Words modulus) : n(std::move(modulus)), inverse(1) {
-    for (int i = 0; i < 5; ++i) inverse *= 2 + n[0] * inverse;
-  }
-
-  // times returns a * b / 2^(32 * words) mod n.
-  Words times(const Words& a, const Words& b) const {
-    const size_t k = n.size();
-    Words t(k + 2);
-    for (size_t i = 0; i < k; ++i) {
-      add_product(&t, b, a[i]);
-      add_product(&t, n, t[0] * inverse);
-      t.erase(t.begin());
-      t.push_back(0);
-    }
-    const uint32_t carry = t[k];
-    t.resize(k);
-    subtract_if_not_less(&t, carry, n);
-    return t;
-  }
-
-  static void add_product(Words* t, const Words& a, uint32_t w) {
-    uint64_t carry = 0;
-    for (size_t i = 0; i < a.size(); ++i) {
-      carry += uint64_t{a[i]} * w + (*t)[i];
-      (*t)[i] = uint32_t(carry);
-      carry >>= 32;
-    }
-    for (size_t i = a.size(); i < t->size(); ++i) {
-      carry += (*t)[i];
-      (*t)[i] = uint32_t(carry);
-      carry >>= 32;
-    }
-  }
-
-  // doubled returns 2a mod n.
-  Words doubled(Words a) const {
-    uint32_t carry = 0;
-    for (uint32_t& word : a) {
-      const uint32_t out = word >> 31;
-      word = word << 1 | carry;
-      carry = out;
-    }
-    subtract_if_not_less(&a, carry, n);
-    return a;
-  }
-};
 
 Octets from_hex(std::string_view text) {
   const auto digit = [](char c) { return unsigned(c <= '9' ? c - '0' : c - 'a' + 10); };
@@ -145,7 +59,9 @@ const RsaKey& TestKey(const std::string& name) {
   static std::map<std::string, RsaKey> keys;
   const auto found = keys.find(name);
   if (found != keys.end()) return found->second;
-  return keys[name] = {TestValue(name + ".n"), TestValue(name + ".e"), TestValue(name + ".d")};
+  const auto value = [&](const char* field) { return TestValue(name + "." + field); };
+  return keys[name] = {value("n"), value("e"),  value("d"),  value("p"),
+                       value("q"), value("dp"), value("dq"), value("qinv")};
 }
 
 // The library's digests have vectors of their own; here they are assumed right.
@@ -177,22 +93,8 @@ Octets Padded(const Octets& tail, size_t size) {
   return block;
 }
 
-Octets RsaPower(const Octets& base, const Octets& exponent, const Octets& modulus) {
-  const size_t k = (modulus.size() + 3) / 4;
-  const Montgomery m(to_words(modulus, k));
-  Words square(k);  // 1, doubled to R^2 mod n
-  square[0] = 1;
-  for (size_t i = 0; i < 64 * k; ++i) square = m.doubled(std::move(square));
-  const Words one = to_words({1}, k);
-  const Words b = m.times(to_words(base, k), square);
-  Words power = m.times(one, square);
-  for (const uint8_t octet : exponent) {
-    for (int bit = 7; bit >= 0; --bit) {
-      power = m.times(power, power);
-      if ((octet >> bit & 1) != 0) power = m.times(power, b);
-    }
-  }
-  return to_octets(m.times(power, one), modulus.size());
+Octets RsaSignature(const RsaKey& key, std::string_view algorithm, const Octets& digest) {
+  return RsaPrivate(key, Padded(DigestInfo(algorithm, der::null(), digest), key.n.size()));
 }
 
 Octets RsaPublicKeyInfo(const RsaKey& key) {

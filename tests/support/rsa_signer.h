@@ -1,11 +1,11 @@
-// RSA keys for tests and signatures made with them: PKCS #1 v1.5 by arithmetic of its own, so that
-// the library's is not asked to agree with itself.
+// RSA keys for tests and signatures made with them (PKCS #1 v1.5).
 #pragma once
 
 #include <string>
 #include <string_view>
 
 #include "tests/support/der.h"
+#include "tests/support/rsa_arithmetic.h"
 
 namespace qex::test {
 
@@ -22,12 +22,6 @@ inline constexpr const char* kSha256WithRsa = "1.2.840.113549.1.1.11";
 inline constexpr const char* kSha384WithRsa = "1.2.840.113549.1.1.12";
 inline constexpr const char* kSha512WithRsa = "1.2.840.113549.1.1.13";
 
-struct RsaKey {
-  Octets n;
-  Octets e;
-  Octets d;
-};
-
 // TestKey returns a key of tests/data/signing_keys.txt: "authority", "other" or "long". TestValue
 // returns any value of that file; a name that is not there ends the test program.
 const RsaKey& TestKey(const std::string& name);
@@ -42,8 +36,8 @@ Octets DigestInfo(std::string_view algorithm, const Octets& parameters, const Oc
 // Padded returns the block 00 01 FF ... FF 00 `tail` of `size` octets (RFC 8017, 9.2).
 Octets Padded(const Octets& tail, size_t size);
 
-// RsaPower returns base ^ exponent mod modulus, as long as the modulus, which is odd.
-Octets RsaPower(const Octets& base, const Octets& exponent, const Octets& modulus);
+// RsaSignature returns the signature over a digest (RFC 8017, 8.2.1).
+Octets RsaSignature(const RsaKey& key, std::string_view algorithm, const Octets& digest);
 
 // RsaPublicKeyInfo returns the SubjectPublicKeyInfo of `key`.
 Octets RsaPublicKeyInfo(const RsaKey& key);

@@ -12,10 +12,6 @@ Octets joined(const std::vector<Octets>& parts) {
   return all;
 }
 
-Octets rsa_signature(const RsaKey& key, const Octets& block) {
-  return RsaPower(block, key.d, key.n);
-}
-
 // by_encoding is the order of a SET OF in DER (X.690 11.6).
 bool by_encoding(const Octets& a, const Octets& b) {
   const auto [in_a, in_b] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
@@ -66,8 +62,7 @@ Octets CertificateMaker::encode() const {
                     der::octet_string(der::sequence(der::oid("1.3.6.1.5.5.7.3.8"))));
   const Octets body = der::sequence(der::context(0, der::integer(2)), serial, algorithm, subject, validity,
                                     subject, key_info, der::context(3, der::sequence(time_stamping_only)));
-  const Octets info = DigestInfo(kSha256, der::null(), Digest(kSha256, body));
-  return der::sequence(body, algorithm, der::bit_string(rsa_signature(key, Padded(info, key.n.size()))));
+  return der::sequence(body, algorithm, der::bit_string(RsaSignature(key, kSha256, Digest(kSha256, body))));
 }
 
 const Octets& AuthorityCertificate() {
@@ -118,7 +113,7 @@ Octets SignerMaker::encode(const Octets& content) const {
   const Octets hash = Digest(digest, hashed_attributes.value_or(der::set(all)));
   const auto with_rsa = [this](const Octets& octets) {
     const Octets info = DigestInfo(digest, signed_digest_parameters, octets);
-    return rsa_signature(key, block(info, key.n.size()));
+    return RsaPrivate(key, block(info, key.n.size()));
   };
   const Octets name = CertificateMaker().subject;
   return der::sequence(

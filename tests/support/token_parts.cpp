@@ -98,9 +98,7 @@ std::vector<CertificateParts> CertificatesOf(const std::vector<CertificateParts:
 }
 
 Signature SignedWithRsa(const RsaKey& key) {
-  return [key](const std::string& digest, const Octets& hash) {
-    return RsaPower(Padded(DigestInfo(digest, der::null(), hash), key.n.size()), key.d, key.n);
-  };
+  return [key](const std::string& digest, const Octets& hash) { return RsaSignature(key, digest, hash); };
 }
 
 Octets StandaloneOctets(const CertificateParts& parts) {
