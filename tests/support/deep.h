@@ -18,24 +18,7 @@ struct Wrap {
 };
 
 // Nested returns `innermost` inside `levels` levels, each of these wraps, the outermost one first.
-inline Octets Nested(size_t levels, const std::vector<Wrap>& level, const Octets& innermost,
-                     Lengths lengths) {
-  Octets reversed(innermost.rbegin(), innermost.rend());  // grows at its end, which is the front
-  size_t ends = 0;                                        // octets of end-of-contents after all that
-  for (size_t i = 0; i < levels; ++i) {
-    for (auto wrap = level.rbegin(); wrap != level.rend(); ++wrap) {
-      reversed.insert(reversed.end(), wrap->before.rbegin(), wrap->before.rend());
-      Octets head = {0x80};
-      if (lengths == Lengths::kDefinite) head = der::length(reversed.size());
-      reversed.insert(reversed.end(), head.rbegin(), head.rend());
-      reversed.push_back(wrap->tag);
-      if (lengths == Lengths::kIndefinite) ends += 2;
-    }
-  }
-  std::reverse(reversed.begin(), reversed.end());
-  reversed.insert(reversed.end(), ends, 0);
-  return reversed;
-}
+Octets Nested(size_t levels, const std::vector<Wrap>& level, const Octets& innermost, Lengths lengths);
 
 // The identifier of an open type that holds a ContentInfo, which may hold the next.
 inline constexpr const char* kSelfContaining = "1.3.6.1.4.1.311.3.2.1";

@@ -6,6 +6,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <iterator>
 #include <string_view>
 #include <vector>
 
@@ -30,10 +31,12 @@ inline Octets octets(std::string_view text) {
 // length returns the length octets of the definite form, as few as possible.
 inline Octets length(size_t n) {
   if (n < 128) return {uint8_t(n)};
-  Octets digits;
-  for (; n != 0; n >>= 8) digits.insert(digits.begin(), uint8_t(n));
-  digits.insert(digits.begin(), uint8_t(0x80 | digits.size()));
-  return digits;
+  uint8_t octets[1 + sizeof n];
+  uint8_t* first = std::end(octets);
+  for (; n != 0; n >>= 8) *--first = uint8_t(n);
+  --first;
+  *first = uint8_t(0x80 | (std::end(octets) - first - 1));
+  return Octets(first, std::end(octets));
 }
 
 // element has one identifier octet.
