@@ -28,7 +28,8 @@ const std::vector<PowerCase>& PowerCases();
 Words PowerOf(PowerFunction function, const Words& modulus, const std::vector<Words>& bases,
               const std::vector<Words>& exponents);
 
-// ExpectPowers checks the cases whose modulus has from `least` to `most` bits, and returns their number.
+// ExpectPowers checks the cases whose modulus has from `least` to `most` bits, under valgrind and emulators
+// every seventh of them, and returns how many there are.
 size_t ExpectPowers(const char* name, PowerFunction function, uint32_t least, uint32_t most);
 
 }  // namespace qex::test
