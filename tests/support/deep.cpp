@@ -1,3 +1,4 @@
+// Elements inside each other, made from the innermost outwards.
 #include "tests/support/deep.h"
 
 namespace qex::test {

@@ -134,8 +134,8 @@ Words PowerOf(PowerFunction function, const Words& modulus, const std::vector<Wo
 }
 
 size_t ExpectPowers(const char* name, PowerFunction function, uint32_t least, uint32_t most) {
-  // Elsewhere a case takes many times as long; the seventh lengths still have words and digits of every
-  // number of bits.
+  // There a case takes many times as long. Every seventh length still ends at each bit of a word and of a
+  // digit.
   const size_t step = UnderValgrind() || Emulated() ? 7 : 1;
   size_t found = 0;
   for (const PowerCase& c : PowerCases()) {
