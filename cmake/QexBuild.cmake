@@ -146,14 +146,17 @@ function(qex_unoptimized target)
   endif()
 endfunction()
 
-# qex_by_folder(TARGET): where QEX_BY_FOLDER is on, compiles the target's sources of one folder as one, in a quarter of
-# the time. Names that are local to a file must then be unique in its folder.
+# qex_by_folder(TARGET [SOURCE...]): where QEX_BY_FOLDER is on, compiles the target's sources of one folder as one, in a
+# quarter of the time; with SOURCE, only of these. Names that are local to a file must then be unique in its folder.
 function(qex_by_folder target)
   if(NOT QEX_BY_FOLDER)
     return()
   endif()
   set_target_properties(${target} PROPERTIES UNITY_BUILD ON UNITY_BUILD_MODE GROUP)
-  get_target_property(sources ${target} SOURCES)
+  set(sources ${ARGN})
+  if(NOT sources)
+    get_target_property(sources ${target} SOURCES)
+  endif()
   foreach(source IN LISTS sources)
     get_filename_component(folder "${source}" DIRECTORY)
     file(RELATIVE_PATH folder "${PROJECT_SOURCE_DIR}" "${folder}")

@@ -17,7 +17,7 @@ scripts/setup.sh abi
 recorded=tests/abi/libqex.abi
 build=build/abi
 # The interface comes from debug information, and is the same however the code is optimized.
-cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQEX_BUILD_TOOL=OFF -DQEX_BUILD_DOCS=OFF \
+cmake -S . -B "$build" -G Ninja -DCMAKE_BUILD_TYPE=Debug -DQEX_BY_FOLDER=ALL -DQEX_BUILD_TOOL=OFF -DQEX_BUILD_DOCS=OFF \
   -DQEX_BUILD_EXAMPLES=OFF -DQEX_BUILD_TESTS=OFF -DQEX_BUILD_BENCH=OFF > /dev/null
 cmake --build "$build" -j "$(nproc)" --target qex > "$build/log" || { tail -n 40 "$build/log" >&2; exit 1; }
 

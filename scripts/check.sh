@@ -44,7 +44,7 @@ step_cppcheck_all() {  # cppcheck over all sources; in 'all'
 step_one_definition() {  # no name has two definitions in library or tool, as the linker sees them together
   # Types are compared whatever the optimization.
   cmake --preset release -B build/one_definition -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-DNDEBUG \
-    -DQEX_BY_FOLDER=ON -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
+    -DQEX_BY_FOLDER=ALL -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
     cmake --build build/one_definition -j "$jobs" --target qex qex_tool
 }
 

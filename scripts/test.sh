@@ -19,7 +19,7 @@ for preset in "${presets[@]}"; do
   echo "== $preset: build"
   # A build folder that exists keeps its settings; in a new one everything is compiled, by folder for speed.
   settings=()
-  [ -e "build/$preset" ] || settings=(-DQEX_BY_FOLDER=ON)
+  [ -e "build/$preset" ] || settings=(-DQEX_BY_FOLDER=ALL)
   if ! cmake --preset "$preset" "${settings[@]}" || ! cmake --build --preset "$preset" -j "$jobs"; then
     echo "the build failed" > "$logs/$preset"
     failed+=("$preset")
