@@ -13,7 +13,7 @@ foreach(need CLI/CLI.hpp nlohmann/json.hpp)
 endforeach()
 
 # base/stop_request.cpp is for commands that are left out.
-set(commands arguments completion digest explain grammar help left_out_windows outcome program reply request
+set(commands arguments command_line completion digest explain grammar help left_out_windows outcome program reply request
     request_options rewrite show show_one tac usage version)
 list(TRANSFORM commands PREPEND commands/)
 list(TRANSFORM commands APPEND .cpp)
