@@ -44,6 +44,7 @@ step_cppcheck_all() {  # cppcheck over all sources; in 'all'
 step_one_definition() {  # no name has two definitions in library or tool, as the linker sees them together
   # Types are compared whatever the optimization.
   cmake --preset release -B build/one_definition -DCMAKE_BUILD_TYPE=Debug -DCMAKE_CXX_FLAGS_DEBUG=-DNDEBUG \
+    -DQEX_BUILD_TESTS=OFF -DQEX_BUILD_BENCH=OFF -DQEX_BUILD_EXAMPLES=OFF -DQEX_BUILD_DOCS=OFF \
     -DQEX_BY_FOLDER=ALL -DCMAKE_CXX_FLAGS='-flto=auto -Wodr -Wlto-type-mismatch -Werror' &&
     cmake --build build/one_definition -j "$jobs" --target qex qex_tool
 }
@@ -172,7 +173,6 @@ for step in "${chosen[@]}"; do
   # shellcheck disable=SC2206  # words
   purposes+=(${needs[$step]-})
 done
-scripts/setup.sh "${purposes[@]}" || exit 1
 
 logs=$(mktemp -d)
 trap 'rm -rf "$logs"' EXIT
@@ -192,7 +192,18 @@ run_step() {
   [ ${#chosen[@]} -eq 1 ] || { printf '\n== %s\n' "$1"; cat "$logs/$1" "$logs/$1.row"; } | flock "$logs" cat
 }
 
+# Packages are unpacked by one core. Meanwhile the other one does a step that needs none of them.
+early=one_definition
+if [ ${#chosen[@]} -gt 1 ] && [[ " ${chosen[*]} " = *" $early "* ]]; then
+  scripts/setup.sh || exit 1
+  run_step "$early" &
+else
+  early=
+fi
+scripts/setup.sh "${purposes[@]}" || exit 1
+
 for step in "${chosen[@]}"; do
+  [ "$step" != "$early" ] || continue
   # The time of fuzzing is fixed: only a machine of its own gives it the usual number of inputs.
   [[ $step != fuzz* ]] || wait
   while [ "$(jobs -rp | wc -l)" -ge 2 ]; do wait -n; done
