@@ -1,7 +1,7 @@
 # qex_test_suites(PROGRAM PREFIX FILTER [NAME VALUE]...): a ctest entry for each test suite of a GoogleTest program, named
 # PREFIX and the suite, with the tests that FILTER admits. A process for each test would spend more time starting
-# than testing, above all under sanitizers and emulators. The names and values are properties of the entries. The
-# suites in QEX_LONG_SUITES begin first.
+# than testing, above all under sanitizers and emulators; under an emulator several suites share an entry. The names and
+# values are properties of the entries. The suites in QEX_LONG_SUITES begin first.
 function(qex_test_suites program prefix filter)
   get_property(number TARGET ${program} PROPERTY QEX_SUITE_LISTS)
   math(EXPR number "0${number} + 1")
