@@ -14,7 +14,7 @@ namespace qex {
 // The parameters that a request writes after the identifier of a digest.
 enum class Parameters : uint8_t { Null, Absent };
 
-// The version of the signing-certificate attribute that takes a digest for the hash of a certificate.
+// The version of the signing-certificate attribute that accepts a digest as the hash of a certificate.
 enum class EssVersion : uint8_t { None, V1, V2 };
 
 struct DigestAlgorithm {

@@ -72,7 +72,7 @@ AsnLen DecodeBytes(Decoder<T> decode, const uint8_t* data, size_t length, T* val
 }
 
 // Decoded owns a value and the arena of its parts: zeroed at first, released at the end, also when the
-// decoder was left half way. The Free routine of its type is not for it.
+// decoder was left half way. Do not pass it to its type's Free routine.
 template <class T>
 class Decoded {
  public:

@@ -8,7 +8,7 @@ size_t HttpHeadLength(const uint8_t* data, size_t length) {
   for (;;) {
     while (i < length && data[i] != '\n') ++i;
     if (i == length) return 0;
-    // Onto the first byte of the next line, over a CR; the last byte of the data is not left.
+    // Moves to the next line, past a CR, but never beyond the last byte.
     if (i + 1 < length) {
       ++i;
       if (data[i] == '\r' && i + 1 < length) ++i;

@@ -47,7 +47,7 @@ bool is_dotted_text(std::string_view text) {
   return afterDigit;
 }
 
-// next_arc removes the first arc of `*rest` and the dot after it. Arcs are too short for a library's search.
+// next_arc removes the first arc of `*rest` and the dot after it. Arcs are too short for memchr to pay.
 std::string_view next_arc(std::string_view* rest) {
   size_t n = 0;
   while (n < rest->size() && (*rest)[n] != '.') ++n;

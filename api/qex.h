@@ -17,7 +17,7 @@
  *
  * Conventions of every function that returns a code:
  * - The code is 0 (QEX_OK) or one of the negative QEX_E_ values. Its description lists every code that it
- *   returns.
+ *   returns, or names the function whose codes it shares.
  * - Lengths are in bytes, from 0 to 4294967295 unless a range is given. Input is read up to its length and
  *   no further. It is DER or BER, and whatever follows its first value is ignored.
  * - Output buffers: on entry *outLength is the capacity of `out`, on return the length of the complete
@@ -26,8 +26,8 @@
  * - Text fields of records are zero-terminated. A value longer than its field is cut to the field, the
  *   rest of the record is filled, and the function returns QEX_E_SIZE unless its description says otherwise.
  *   A ...Length field always holds the full length of its value.
- * - An allocation that fails is QEX_E_NOMEM, or the failure of the step that needed it: QEX_E_DECODE, and a
- *   last ASN.1 error of -27, while input is decoded. It never ends in QEX_OK.
+ * - A failed allocation returns QEX_E_NOMEM or the code of the step that needed it: while decoding,
+ *   QEX_E_DECODE with last ASN.1 error -27. It never returns QEX_OK.
  * - No exception leaves a function. On malformed input the library may write a line to the standard error
  *   stream; QEX_GetLastAsnError returns the code of the failure.
  *
@@ -191,7 +191,7 @@ typedef struct QEX_TSTINFO {
   char tsaName[512];            /* as above */
 } QEX_TSTINFO;
 
-/* Who a time attribute certificate is for and from (RFC 3281, 4.1). 2556 bytes. */
+/* Holder, issuer and signature of a time attribute certificate (RFC 3281, 4.1). 2556 bytes. */
 typedef struct QEX_TACINFO_EX {
   uint32_t size;                /* 2556, set by the caller before the call; kept */
   int32_t version;              /* of the certificate; 1 is v2 */
@@ -210,7 +210,7 @@ typedef struct QEX_TACINFO_EX {
   int32_t signatureValueLen;    /* its full length */
 } QEX_TACINFO_EX;
 
-/* Who a time attribute certificate is for and from, short form. 2428 bytes. */
+/* Holder, issuer and signature of a time attribute certificate, short form. 2428 bytes. */
 typedef struct QEX_TACINFO {
   int32_t version;              /* as above */
   char holderName[512];         /* as above */

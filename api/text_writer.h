@@ -40,7 +40,7 @@ class TextWriter {
     char* const text = fits ? text_ + used_ : apart;
     text[0] = '.';
     size_t n = 2;
-    text[1] = char('0' + number % 10);  // all of it, mostly
+    text[1] = char('0' + number % 10);  // usually all of it
     if (number > 9) n = size_t(std::to_chars(text + 1, text + kLongest, number).ptr - text);
     if (!fits) return append({text, n});
     used_ += n;

@@ -1,6 +1,6 @@
 // Every type that has error codes, in the order of kCodeRuns.
 //
-// What goes over all types, as tests and fuzz targets do, takes them from here.
+// Tests and fuzz targets that iterate over all types use this list.
 #pragma once
 
 #include "asn1/attrcert.h"

@@ -6,8 +6,8 @@
 
 namespace qex {
 
-// The attribute values that are decoded as another type than the registered one. Which attributes have such
-// values is no matter of this header: asn1/timing_shapes.cpp lists them.
+// The attribute values that are decoded as another type than the registered one. asn1/timing_shapes.cpp
+// lists these attributes.
 extern const OpenShape kAttributeShapes[3];
 
 // AttributeValues ::= SET OF AttributeValue  (in Attribute)  -- here: more shapes

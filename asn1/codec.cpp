@@ -260,7 +260,7 @@ void release_field(const Field& f, void* rec) {
   StorePointer(SlotOf(rec, f), nullptr);
 }
 
-// The value of a field that a SET repeats gives way to the later one. In an arena it is only forgotten.
+// The value of a field that a SET repeats is replaced by the later one; in an arena it is just abandoned.
 void drop_field(const Field& f, void* rec, const AsnJmpEnv& env) {
   if (env.arena == nullptr) return release_field(f, rec);
   std::memset(SlotOf(rec, f), 0, f.held == Held::Inline ? f.type->size : sizeof(void*));

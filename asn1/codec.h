@@ -38,7 +38,7 @@ struct OpenRoutines {
   static void print(FILE* f, const void* v, unsigned indent) { PrintValue(T, f, v, indent); }
 };
 
-// What the routines of a type take: its record, and AsnList for a list of whatever elements.
+// The argument of a type's routines: its record, or AsnList for any list.
 template <class V>
 struct RoutineRecord {
   using Record = V;

@@ -172,7 +172,7 @@ inline constexpr CodeRun kCodeRuns[] = {
     {"TSTInfo", -659, "wrongTag version policy messageImprint serialNumber genTime length trailing"},
 };
 
-// The arguments of the functions below are what the compiler shows of a table that it refuses.
+// When the compiler rejects a table, it shows the arguments of these functions.
 
 constexpr void check_code_run(std::string_view type, AsnInt first, AsnInt last, AsnInt highestFree) {
   if (type.empty()) throw "a row of kCodeRuns names no type";
@@ -232,7 +232,7 @@ class SiteCodes {
  private:
   static constexpr size_t kMostRows = 4;
 
-  // What has not been asked for of a row.
+  // The part of a row not yet consumed.
   struct Rest {
     std::string_view names;
     SiteCode code;

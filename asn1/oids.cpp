@@ -191,7 +191,7 @@ bool RegisterOpenTypes() {
 
 OctetsView OpenValueOctets(const AsnAny& any) {
   if (any.ai == nullptr || any.value == nullptr) return {};
-  // A value in another shape than the registered one is of no row.
+  // A value in another shape than the registered one matches no row.
   const auto row = size_t(any.ai->anyId);
   if (row >= std::size(kRegistrations) || kRegistrations[row].octets == nullptr) return {};
   return kRegistrations[row].octets(any.value);

@@ -209,7 +209,7 @@ constexpr void check_open_type([[maybe_unused]] const char* type, [[maybe_unused
     throw "an open type after an OPTIONAL field has a tag of its own";
   }
 }
-// What the engine could not decode or encode is refused where it is declared.
+// Declarations that the engine could not handle do not compile.
 constexpr void check_fields(const char* type, Kind kind, std::span<const Field> fields) {
   for (size_t i = 0; i < fields.size(); ++i) {
     const Field& f = fields[i];

@@ -1,4 +1,4 @@
-// The shapes in which timing attributes are met beside the registered ones.
+// Other shapes that timing attributes occur in.
 //
 // Some values of attributes are no elements of the registered type: the metrics or policies of a timing
 // attribute directly in the SET, and a single TimingMetrics in place of the SET. The descriptor of an AsnAny

@@ -2,7 +2,7 @@
 //
 // Every export decodes into arenas. A message of usual size then takes one allocation or two, however many
 // parts it has, and its release visits none of them. Callers without an arena use the heap and the Free
-// routines instead (ber/memory.h); what they decode is the same.
+// routines instead (ber/memory.h); they decode the same values.
 //
 // Each chunk is twice as large as the one before it, up to kLargestChunk, and a part that would leave much of
 // a chunk unused has a chunk of its own. So an arena takes little more memory than its parts.
@@ -18,7 +18,7 @@ namespace qex {
 class Arena {
  public:
   static constexpr size_t kAlignment = alignof(void*);  // no record of a type asks for more
-  static constexpr size_t kSmallestChunk = 1000;        // with its head a size that the heap keeps at hand
+  static constexpr size_t kSmallestChunk = 1000;        // with its head, a size that malloc serves quickly
   static constexpr size_t kLargestChunk = 32768;
 
   Arena() = default;

@@ -36,7 +36,7 @@ size_t held(const ExpBuf* block) {
 }
 
 // put_block_in_front allocates a block before the front-most block `*b` and moves the handle
-// to it; without memory it marks the block in hand.
+// to it; without memory it marks the current block.
 bool put_block_in_front(ExpBuf** b) {
   ExpBuf* current = *b;
   ExpBuf* fresh = ExpBufNew();
@@ -50,7 +50,7 @@ bool put_block_in_front(ExpBuf** b) {
   return true;
 }
 
-// advance moves past `n` bytes of the block in hand, and out of it when it is used up.
+// advance moves past `n` bytes of the current block, and out of it when it is used up.
 void advance(ExpBuf** b, size_t n) {
   ExpBuf* block = *b;
   block->cursor += n;

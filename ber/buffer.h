@@ -38,7 +38,8 @@ void ExpBufSetBlockSize(size_t bytes);
 [[nodiscard]] ExpBuf* ExpBufNew(size_t size = ExpBufBlockSize());
 
 // ExpBufWrapData makes `buf` describe `len` bytes of the caller for reading. Nothing is
-// copied; the bytes stay the caller's, are never written, and `buf` is not for ExpBufFreeChain.
+// copied; the bytes stay the caller's, are never written, and `buf` must not be passed to
+// ExpBufFreeChain.
 void ExpBufWrapData(ExpBuf* buf, const uint8_t* data, size_t len);
 
 // ExpBufFreeChain frees `buf` and every block after it. Null is allowed.
@@ -114,7 +115,7 @@ inline size_t ExpBufCopyOut(uint8_t* dst, ExpBuf** b, size_t n) {
 
 // ExpBufEnterPrevBlock moves the handle from a full block to the one before it, emptied for
 // writing backward, or to a new one put before it. False when that cannot be allocated; the
-// block in hand then carries writeError.
+// current block then carries writeError.
 [[nodiscard]] bool ExpBufEnterPrevBlock(ExpBuf** b);
 
 // ExpBufPutByteRvs puts a byte before the data. A full block is preceded by a new

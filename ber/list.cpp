@@ -12,7 +12,7 @@ namespace qex {
 
 namespace {
 
-// In place of a neighbour: there is none, at an end of the list.
+// Means "no neighbour", at an end of the list.
 constexpr AsnListNode* kNoNode = nullptr;
 
 // link_new_node puts a zeroed node between `prev` and `next`, either of which may be kNoNode, and makes it

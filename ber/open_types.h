@@ -4,7 +4,7 @@
 // Deliberate: tables hash their keys and compare nothing but the hashes, so that two keys of the
 // same 32-bit hash are one key, and the first registration wins. Code that reads a value as a type
 // asks for the descriptor, not for the key.
-// Registration is a one-time affair that the caller serialises; looking up changes nothing.
+// The caller serialises registration, which happens once; lookups change nothing.
 #pragma once
 
 #include <cstdint>

@@ -90,7 +90,7 @@ void PrintAsnBits(FILE* f, const AsnBits* v, unsigned indent);
 // OCTET STRING, the base of every character string and time type and of large INTEGERs.
 // BDecOctetString is the content decoder: the constructed bit of `tag` chooses the form
 // (ber/constructed.h). Data that end early raise -20 in the primitive form. A character string
-// is an OCTET STRING under another tag (X.690 8.23); which characters it holds is not looked at.
+// is an OCTET STRING under another tag (X.690 8.23); its characters are not checked.
 void BDecOctetString(ExpBuf** b, AsnTag tag, AsnLen len, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnOcts(ExpBuf** b, AsnOcts* v, AsnLen* bytes, AsnJmpEnv& env);
 AsnLen BEncAsnOctsContent(ExpBuf** b, const AsnOcts* v);
@@ -107,7 +107,7 @@ AsnLen BEncAsnNull(ExpBuf** b, const AsnNull* v);
 void FreeAsnNull(AsnNull* v);
 void PrintAsnNull(FILE* f, const AsnNull* v, unsigned indent);
 
-// OBJECT IDENTIFIER. Data that end early raise -21; the arcs are not looked at. Print takes
+// OBJECT IDENTIFIER. Data that end early raise -21; the arcs are not checked. Print takes
 // a last sub-identifier that is cut off as far as it goes; without octets it prints "{}".
 void BDecAsnOidContent(ExpBuf** b, AsnTag tag, AsnLen len, AsnOid* v, AsnLen* bytes, AsnJmpEnv& env);
 void BDecAsnOid(ExpBuf** b, AsnOid* v, AsnLen* bytes, AsnJmpEnv& env);

@@ -48,7 +48,7 @@ function(qex_compile_options target)
   target_compile_options(${target} PRIVATE -Wall -Wextra -Wconversion -Wshadow
                          ${QEX_STACK_GUARD} ${QEX_INSTRUMENT_COMPILE})
   target_link_options(${target} PRIVATE ${QEX_STACK_GUARD})
-  # MinGW's g++ takes the stack for aligned to 32 octets and more where it is to 16 (GCC bug 54412). The assembler
+  # MinGW's g++ assumes a stack aligned to 32 octets and more; it is aligned to 16 (GCC bug 54412). The assembler
   # replaces the moves that would fault.
   target_compile_options(${target} PRIVATE $<$<PLATFORM_ID:Windows>:-Wa,-muse-unaligned-vector-move>)
   # GCC 12 sees overlapping copies inside std::string's operator+ that are not there (GCC bug 105651).

@@ -1,7 +1,7 @@
 // The output of an assertion.
 //
-// Texts, files and lines are part of the library's interface: they have always been the same, wherever the
-// code is today, and none of them changes.
+// Texts, files and lines are part of the library's interface: they are fixed, wherever the
+// code is.
 #include "crypto/assertion.h"
 
 #include <cstddef>

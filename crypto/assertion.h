@@ -7,7 +7,7 @@
 
 namespace qex {
 
-// Claim is a condition that must hold, by the file that its message names.
+// Claim is a condition that must hold. They are grouped by the file that the message names.
 enum class Claim : uint32_t {
   PoolHasSlot,
   QuotientIsOneWord,

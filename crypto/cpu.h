@@ -1,4 +1,4 @@
-// What the processor can do beyond the instructions that every one of its kind has.
+// Processor features beyond the baseline of its architecture.
 #pragma once
 
 #include <cstdint>

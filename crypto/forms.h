@@ -12,7 +12,7 @@
 
 namespace qex {
 
-// Form is one way to compute what a routine computes.
+// Form is one implementation of a routine.
 template <class Function>
 struct Form {
   const char* name;  // for tests and benchmarks: "portable", "sha", "avx2"

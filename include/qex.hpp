@@ -8,7 +8,7 @@
 ///   into a new vector (bytes).
 /// - Records are types around the C records, with texts, octets and numbers as views and values.
 ///
-/// What a function does and which codes it fails with is documented at the C function that its comment names.
+/// Each comment names the C function that documents behaviour and codes.
 /// Differences from the C interface: a record is cleared before every call and its size member is set; a null
 /// buffer is a buffer of no octets, so every function with output answers a question for the length in the
 /// same way; verify_signature needs a certificate, and verify_consistency goes without.
@@ -16,9 +16,9 @@
 /// No function here throws, except that the forms that return a vector may throw std::bad_alloc, and
 /// result<T>::value() throws bad_result_access. The header compiles with -fno-exceptions, without value().
 ///
-/// Everything is in the inline namespace qex::v1. The library's own names lie beside it, in qex itself, so
-/// the two never meet in a link, not even with the static library. The header is for programs that see
-/// nothing else of the library than qex.h.
+/// Everything is in the inline namespace qex::v1. The library's own names are in qex itself, so the two
+/// never clash at link time, not even with the static library. The header is for programs that use no other
+/// header of the library but qex.h.
 #ifndef QEX_HPP
 #define QEX_HPP
 
@@ -421,7 +421,7 @@ class bytes_in {
   [[nodiscard]] constexpr bool empty() const noexcept { return size_ == 0; }
 
  private:
-  static constexpr std::uint8_t kNone = 0;  // the C functions take a null pointer for a mistake
+  static constexpr std::uint8_t kNone = 0;  // the C functions treat a null pointer as an error
   const std::uint8_t* data_ = nullptr;
   std::size_t size_ = 0;
 };
@@ -464,7 +464,7 @@ inline result<void> outcome(std::int32_t code) noexcept {
 template <class Call>
 result<std::size_t> write(bytes_in in, bytes_out out, Call call) noexcept {
   if (in.size() > kMost) return unexpected(result_code::argument);
-  std::uint8_t none = 0;  // two of the C functions take a null buffer for a mistake
+  std::uint8_t none = 0;  // two of the C functions treat a null pointer as an error
   auto length = static_cast<std::uint32_t>(std::min(out.size(), kMost));
   const result_code code{call(out.data() == nullptr ? &none : out.data(), &length)};
   if (code == result_code::ok) return length;
@@ -472,7 +472,7 @@ result<std::size_t> write(bytes_in in, bytes_out out, Call call) noexcept {
 }
 
 // make has the call of `write` write to a vector. The output is seldom longer than the input, so that the
-// first call usually suffices; what follows a message in its input is no measure, so the first guess is
+// first call usually suffices; trailing input says nothing about the output's length, so the first guess is
 // limited.
 template <class Call>
 result<bytes> make(bytes_in in, std::size_t guess, Call call) {
@@ -613,8 +613,8 @@ struct sha512 {
 
 // --- Digests ---------------------------------------------------------------------
 
-/// A digest that grows with its data; use it as md5, sha1, sha256, sha384 or sha512. It stands for the octets
-/// given to it since it was made, finished or moved from, so every object can be used at any time. It owns a
+/// A digest that grows with its data; use it as md5, sha1, sha256, sha384 or sha512. It covers the octets
+/// added since it was made, finished or moved from, so every object can be used at any time. It owns a
 /// context of the library from its first octets to its end (see QEX_SHA256_Init).
 template <class Algorithm>
 class digest {
@@ -770,7 +770,7 @@ struct reply_status {
   [[nodiscard]] bool granted() const noexcept {
     return status() == pki_status::granted || status() == pki_status::granted_with_mods;
   }
-  /// What the authority says; empty when it says nothing.
+  /// The authority's status text; empty when there is none.
   [[nodiscard]] std::string_view text() const noexcept { return detail::text(record.statusText); }
   /// The failure, as QEX_TSR_STATUS::failInfo describes. It means something only for a rejection, and reads
   /// as pki_failure::bad_algorithm when the authority names none.

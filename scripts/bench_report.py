@@ -15,7 +15,7 @@ from xml.sax.saxutils import escape
 TEXT = """\
 # Performance
 
-libqex beside other libraries that do the same: digests, and the way of a token from its octets to a verdict. The
+libqex compared with other libraries at the same jobs: digests, and the way of a token from its octets to a verdict. The
 figures are of one run of `scripts/bench.sh` on {date}, which wrote this page.
 
 ![Time of libqex as a share of the fastest peer's time]({drawing})
@@ -24,9 +24,9 @@ figures are of one run of `scripts/bench.sh` on {date}, which wrote this page.
 
 One process contains libqex, called through its exports, and every peer ([bench/peers/](../bench/peers/)). All do the
 same job on the same octets. Before a row is measured, the results are compared: another digest, another field or
-another octet of a message fails the run, and so does a verification that accepts a damaged token. Then one way after
-the other runs for about a millisecond, round by round in changing order, so that changes of the processor's speed meet
-all of them. A figure is the median of all rounds, in processor time of the thread. The ratio is libqex's time to that of
+another octet of a message fails the run, and so does a verification that accepts a damaged token. Each
+implementation then runs for about a millisecond per round, in changing order, so that changes of processor speed affect
+all alike. A figure is the median of all rounds, in processor time of the thread. The ratio is libqex's time to that of
 the fastest peer that does the whole job, in the same round, and again the median; below 1 libqex is faster.
 
 | | |
@@ -137,7 +137,7 @@ def calls(rows):
 
 def threads_lines(rows):
     """Verifications on several threads, by the clock too: waiting for each other takes no processor time."""
-    lines = ["", "The same by the clock, where threads that wait for each other would show; the smallest of all rounds, as",
+    lines = ["", "Wall-clock time, which would show threads waiting for each other; the smallest of all rounds, as",
              "other programs use the processors too:", ""]
     makers = [figure["maker"] for figure in rows[0]["figures"] if figure["whole"]]
     makers = list(dict.fromkeys(makers))
@@ -154,7 +154,7 @@ def sections(figures):
         lines += [f"## {group}", "", *table(rows, list(figures["makers"]))]
         lines += threads_lines(rows) if rows[0]["threads"] != rows[-1]["threads"] else ["", *calls(rows)]
         if any(not figure["whole"] for row in rows for figure in row["figures"]):
-            lines += ["", "Times in parentheses are of a part of the job, the signature alone, and do not count."]
+            lines += ["", "Times in parentheses cover only the signature and are not counted."]
         lines.append("")
     return lines
 

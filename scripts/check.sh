@@ -1,7 +1,7 @@
 #!/usr/bin/env bash
 # The slow checks, to run after scripts/test.sh: ThreadSanitizer, valgrind, static analysis, reproducible builds.
 # Goes on after a failure; ends with the last lines of each step that failed, and a table. Two steps run at a time,
-# since each has parts that one core does; what a step prints comes when it ends, unless it is the only one.
+# since each has parts that one core does; a step's output appears when it ends, or at once if it runs alone.
 #
 # usage: scripts/check.sh [all | STEP...]     default: the steps of CI; all: also those that take too long for CI
 set -uo pipefail

@@ -37,7 +37,7 @@ tar -xzf "$out"/archive/qex-*.tar.gz -C "$out"
 )
 
 echo "packages: lintian"
-# What an override hides stands in debian/*.lintian-overrides, with its reason.
+# Overrides are in debian/*.lintian-overrides, with their reasons.
 lintian --allow-root --info --pedantic --fail-on error,warning,info,pedantic "$out"/*.changes
 
 if [ -n "$root" ]; then

@@ -19,7 +19,7 @@ if [ "${1-}" = --changed ]; then
   shift
 fi
 
-# plan writes a compile_commands.json to the folder $1 whose sources stand for the files that follow, or for the
+# plan writes a compile_commands.json to the folder $1 whose sources represent the files that follow, or the
 # folders of $concerned, and prints their paths, those that take longest first.
 plan() {
   python3 - "$build/compile_commands.json" "$PWD" "$concerned" "$@" <<'PY'

@@ -89,7 +89,7 @@ class Interface:
 def _once(pairs: list[tuple[str, object]]) -> dict[str, object]:
     names = dict(pairs)
     if len(names) != len(pairs):
-        raise DescriptionError(f"a name stands twice among {', '.join(name for name, _ in pairs)}")
+        raise DescriptionError(f"a name occurs twice among {', '.join(name for name, _ in pairs)}")
     return names
 
 

@@ -80,7 +80,7 @@ func path(name, value string) (string, *Answer) {
 	return absolute, nil
 }
 
-// message is octets as a text that the program can only read as a message. What is none would be taken for a path.
+// message is octets as a text that the program can only read as a message. Anything else would be read as a path.
 func message(name string, octets []byte) (string, *Answer) {
 	if len(octets) > mostOctets {
 		answer := refusal(4, fmt.Sprintf("%s: %d octets, where at most %d are read", name, len(octets), mostOctets),

@@ -14,7 +14,7 @@ namespace qex {
 
 enum KXBN_Code : uint32_t {
   KXBN_OK = 0,
-  KXBN_BADARG = 1,    // a size out of range, operands that must not be one, an output too small
+  KXBN_BADARG = 1,    // a size out of range, operands that must be distinct, an output too small
   KXBN_NOMEM = 3,     // out of memory; what had been made is freed
   KXBN_DIVZERO = 4,   // division by zero, or a modulus of zero
   KXBN_NONPRIME = 5,  // composite; from KXBN_modinv: no inverse

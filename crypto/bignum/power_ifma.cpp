@@ -14,7 +14,7 @@
 #pragma GCC diagnostic ignored "-Wmaybe-uninitialized"
 #endif
 
-// The pragma holds for what follows, which has only names that are local to this file: of a function that
+// The pragma applies to the rest of the file, which has only names that are local to it: of a function that
 // several files share, the linker may keep the copy of this one.
 #if defined(__clang__)
 #pragma clang attribute push(__attribute__((target("avx512f,avx512bw,avx512dq,avx512vl,avx512ifma"))), \

@@ -1,7 +1,7 @@
 // Big numbers: operations on public values, which a verification consists of.
 //
-// Where PowerOdd (power.h) takes the operands, it computes, and nothing is allocated. The general operations
-// answer for all others, with their codes.
+// Operands that PowerOdd (power.h) takes go there, and nothing is allocated. All others go to the general
+// operations, with their codes.
 #include <algorithm>
 
 #include "crypto/bignum/arithmetic.h"

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// QEX_MD5_CTX is a digest under way. Its size is fixed: callers of the library hold it by pointer,
+// QEX_MD5_CTX is a digest in progress. Its size is fixed: callers of the library hold it by pointer,
 // and the descriptor of crypto/digest/hashinfo.h promises it.
 struct QEX_MD5_CTX {
   uint32_t state[4];      // A, B, C, D

@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// QEX_SHA1_CTX is a digest under way. Its size is fixed, as that of QEX_MD5_CTX is.
+// QEX_SHA1_CTX is a digest in progress. Its size is fixed, as that of QEX_MD5_CTX is.
 struct QEX_SHA1_CTX {
   uint32_t state[5];      // H0 to H4
   uint32_t bitCountLow;   // message bits, modulo 2^64

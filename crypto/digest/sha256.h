@@ -4,7 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// QEX_SHA256_CTX is a digest under way. Its size is fixed, as that of QEX_MD5_CTX is.
+// QEX_SHA256_CTX is a digest in progress. Its size is fixed, as that of QEX_MD5_CTX is.
 struct QEX_SHA256_CTX {
   uint32_t state[8];       // H0 to H7
   uint32_t byteCountLow;   // message octets, modulo 2^64

@@ -5,7 +5,7 @@
 #include <cstddef>
 #include <cstdint>
 
-// QEX_SHA512_CTX is a digest under way, of SHA-384 as well. Its size is fixed, as that of
+// QEX_SHA512_CTX is a digest in progress, of SHA-384 as well. Its size is fixed, as that of
 // QEX_MD5_CTX is. 64-bit values are held as words of 32 bits.
 struct QEX_SHA512_CTX {
   uint32_t state[16];        // H0 to H7, the high word of each before its low word

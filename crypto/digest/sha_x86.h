@@ -1,4 +1,4 @@
-// What the forms of SHA-1 and SHA-256 by the SHA instructions of x86-64 share: the instructions that they may
+// Shared by the forms of SHA-1 and SHA-256 for the SHA instructions of x86-64: the instructions that they may
 // use, and loads.
 //
 // There is no guard against a second inclusion: each form has its own copy.

@@ -22,7 +22,7 @@ constexpr uint32_t kMaxH = 0x7fffffff;
 constexpr uint32_t kMaxDigest = 64;
 constexpr uint32_t kQBits[] = {160, 224, 256, 384, 512};
 
-// Seeds drawn, and searches for p begun, after which a source of random numbers is taken to be stuck. One
+// Seeds drawn, and searches for p begun, after which a source of random numbers is assumed to be stuck. One
 // seed in some 200 gives a prime q, and with p of up to 3072 bits 49 of 50 searches end well.
 constexpr uint32_t kMaxSeeds = 16384;
 constexpr uint32_t kMaxSearches = 64;

@@ -12,7 +12,7 @@ namespace {
 
 constexpr uint32_t kMaxExponentBits = 256;  // FIPS 186-4 B.3.1
 
-// Draws of one number after which a source of random numbers is taken to be stuck. With a good
+// Draws of one number after which a source of random numbers is assumed to be stuck. With a good
 // one a draw that has to be repeated is a matter of chance, seldom of more than two or three.
 constexpr int kMaxDraws = 64;
 

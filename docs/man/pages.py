@@ -19,7 +19,7 @@ sys.dont_write_bytecode = True
 from header import Header, Rows  # noqa: E402
 from scdoc import bold, escaped, from_markdown, inline, literal, markdown_section, section, term  # noqa: E402
 
-# The sections of docs/qex.md that belong to a command, in their order; the first one's text stands without its heading.
+# The sections of docs/qex.md that belong to a command, in their order; the first one's text has no heading.
 SECTIONS = {
     "stamp": ["Stamping", "Trust", "Many at once"],
     "request": ["Requests for other programs"],
@@ -184,7 +184,7 @@ def blocks_text(blocks):
 
 
 def functions_text(functions):
-    """Each function with its comment; functions that share one stand together."""
+    """Each function with its comment; functions that share one come together."""
     text = []
     for index, function in enumerate(functions):
         following = functions[index + 1].blocks if index + 1 < len(functions) else None

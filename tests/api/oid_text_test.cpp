@@ -159,7 +159,7 @@ TEST(TextToOid, EncodesItsArcs) {
   for (const auto& row : rows) EXPECT_EQ(octets_of(row.text), row.contents) << row.text;
 }
 
-TEST(TextToOid, RefusesWhatIsNotAnIdentifier) {
+TEST(TextToOid, RefusesMalformedText) {
   EXPECT_EQ(TextToOid(nullptr, nullptr), 0u);
   const char* const rejected[] = {
       "",

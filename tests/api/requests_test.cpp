@@ -443,7 +443,7 @@ TEST(UnframeRequest, SocketHeadIsSkippedWhateverLengthItHas) {
   }
 }
 
-TEST(UnframeRequest, OtherSocketHeadsAreNone) {
+TEST(UnframeRequest, OtherSocketHeadsAreNotRecognised) {
   const ErrorCapture quiet;
   for (const Octets& head : {Octets{1, 0, 0, 0, 0}, Octets{0, 0, 0, 0, 5}, Octets{0, 0, 0, 0, 1}}) {
     GuardedRecord<QEX_TSQ_DATA_EX> record;

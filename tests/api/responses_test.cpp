@@ -90,7 +90,7 @@ Octets socket_reply(uint32_t announced, uint8_t flag, const Octets& body) {
                      body);
 }
 
-TEST(UnpackSocket, BodyComesToTheStart) {
+TEST(UnpackSocket, BodyMovesToTheStart) {
   const Unpacked unpacked = unpack(socket_reply(10, 5, kBody), QEX_TRANSPORT_SOCKET);
   EXPECT_EQ(unpacked.code, QEX_OK);
   EXPECT_EQ(unpacked.length, 9u);
@@ -174,7 +174,7 @@ void expect_refusal(const std::string& head, int32_t code, uint32_t status) {
       << head;
 }
 
-TEST(UnpackHttp, BodyComesToTheStart) {
+TEST(UnpackHttp, BodyMovesToTheStart) {
   expect_body(kStatusLine + kType + "Content-Length: 9\r\n\r\n");
 }
 

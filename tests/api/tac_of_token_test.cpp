@@ -548,7 +548,7 @@ TEST(VersionOfTheAttribute, TwoDoesNotConsultTheFirst) {
   });
 }
 
-TEST(VersionOfTheAttribute, TwoPassesOverTheFirstIdentifierToo) {
+TEST(VersionOfTheAttribute, VersionTwoAlsoSkipsTheFirstIdentifier) {
   InFreshProcess("1", [] {
     const Octets tac = ByHand(tac_of(1));
     TokenParts parts;

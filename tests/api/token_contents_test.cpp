@@ -318,7 +318,7 @@ TEST(TstInfo, IdentifierTextThatIsCutIsReportedWithAFullRecord) {
   EXPECT_EQ(record->nonceLength, 1u);
 }
 
-TEST(TstInfo, CodeOfTheFullRecordLeavesTheShortOneAsItWas) {
+TEST(TstInfo, FailureLeavesTheShortRecordUnchanged) {
   TstInfoMaker info;
   info.serial = der::big_integer(Octets(41, 1));
   ShortRecord record;

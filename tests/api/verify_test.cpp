@@ -44,7 +44,7 @@ TEST(Verify, CertificateOfTheCallerNeedsNoneInTheToken) {
   EXPECT_EQ(VerdictOn(maker.encode()), (Verdict{QEX_E_NOCERT, kLacksAPart}));
 }
 
-TEST(Verify, CertificateOfLength0IsNone) {
+TEST(Verify, CertificateOfLength0CountsAsAbsent) {
   const Guarded token(TokenMaker().encode());
   const Guarded empty(0);
   EXPECT_EQ(QEX_VerifyTST_Signature(token.data(), token.size(), empty.data(), 0), QEX_OK);
@@ -695,7 +695,7 @@ TEST(VerifyKey, ModulusShorterThanTheDigestInfoNeverMatches) {
   }
 }
 
-TEST(VerifyKey, EvenModulusIsRefusedAsAnyOther) {
+TEST(VerifyKey, EvenModulusIsRefusedLikeAnyOther) {
   expect_key(rsa_key_info(der::sequence(der::big_integer(Octets(128, 0x7E)), der::integer(65537))),
              {QEX_E_SIGNATURE, 0});
 }

@@ -46,7 +46,7 @@ class SubprojectTest(unittest.TestCase):
         self.build = self.folder + "/build"
 
     def run_(self, *command):
-        # Flags of the environment would be taken for those that the library leaks.
+        # Flags of the environment would look like those that the library leaks.
         environment = {k: v for k, v in os.environ.items() if not re.fullmatch(r"(C|CXX|CPP|LD)FLAGS", k)}
         ran = subprocess.run(command, capture_output=True, text=True, check=False, env=environment)
         self.assertEqual(ran.returncode, 0, ran.stdout + ran.stderr)

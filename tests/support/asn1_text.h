@@ -8,7 +8,7 @@
 //   // SubjectKeyIdentifier ::= OCTET STRING  (RFC 5652, 12.1)
 //   struct SignerIdentifier {
 //
-// The notation is X.680 without constraints. In parentheses stands the source: a standard, "in TYPE" for
+// The notation is X.680 without constraints. The source is in parentheses: a standard, "in TYPE" for
 // a type that the standard writes inline, or "of this library"; "; EXPLICIT TAGS" follows where the module
 // has another default than the header's first comment says. Where the library deviates, "-- here:" names it:
 //

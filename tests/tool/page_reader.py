@@ -140,7 +140,7 @@ def scalar(value):
 
 
 def leaves(value, path):
-    """The cells that a JSON value stands in: (identifier, text)."""
+    """The cells that hold a JSON value: (identifier, text)."""
     if isinstance(value, dict):
         for name, part in value.items():
             yield from leaves(part, f"{path}-{name}")

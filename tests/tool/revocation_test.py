@@ -162,7 +162,7 @@ class RevocationTest(ChainTest):
             Useless("not yet valid", lambda: self.list_file(last=NOW + DAY), 11, (1,)),
             Useless("with an unknown critical extension", lambda: self.list_file(
                 extensions={"1.3.6.1.4.1.32473.9": "critical,ASN1:NULL"}), 36),
-            # openssl takes a delta for a complete list.
+            # openssl treats a delta as a complete list.
             Useless("of changes to another", lambda: self.list_file(extensions={"2.5.29.27": "critical,DER:020101"}), 0),
         ]
         for name, (section, error) in SCOPES.items():

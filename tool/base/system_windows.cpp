@@ -81,7 +81,7 @@ uint64_t SizeOfRegular(int fd) {
   return known ? uint64_t(size.QuadPart) : 0;
 }
 
-// The C runtime takes every device for a terminal, NUL too.
+// The C runtime treats every device as a terminal, NUL too.
 bool IsTerminal(int fd) {
   DWORD mode = 0;
   return ::GetConsoleMode(handle_of(fd), &mode) != 0;

@@ -1,5 +1,5 @@
 // Commands and options that need the network, libcrypto or processes that fork. qex for Windows has none of
-// these; each says so, and where it is to be had.
+// these; each says so, and where to get it.
 #include <string>
 
 #include <CLI/CLI.hpp>

@@ -32,8 +32,8 @@ std::string StatusName(const Status& status);
 // TacFields returns the fields shown of an attribute certificate, with its digest.
 Json TacFields(const TacFacts& tac);
 
-// MissingTiming returns the failure that a certificate without timing metrics or timing policy is; nothing
-// when it states both.
+// MissingTiming returns the failure for a certificate without timing metrics or timing policy; nothing when
+// it states both.
 std::optional<Failure> MissingTiming(const TacFacts& tac, const std::string& subject);
 
 // TimeLine is the last line about a token: time, accuracy, serial number, policy.

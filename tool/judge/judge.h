@@ -48,7 +48,7 @@ const SignerCertificate* SignerOf(const Facts& facts);
 // AttributeName names the signing-certificate attribute that counts: "signing-certificate-v2".
 std::string AttributeName(const Facts& facts, const Manner& manner);
 
-// RefusalOf returns the failure that a refused request is; nothing for a granted one or a bare token.
+// RefusalOf returns the failure for a refused request; nothing for a granted one or a bare token.
 std::optional<Failure> RefusalOf(const Facts& facts, const std::string& subject);
 
 // The parts of JudgeToken in sources of their own.

@@ -71,7 +71,8 @@ std::string level(int from, int to, int y, const char* style) {
          "\" y2=\"" + std::to_string(y) + "\" class=\"" + style + "\"/>";
 }
 
-// A name that is too wide loses its first attributes: the last one tells it from others of the same maker.
+// A name that is too wide loses its first attributes: the last one distinguishes it from others of the same
+// maker.
 std::string short_name(std::string name) {
   bool cut = false;
   for (size_t at = name.find(", "); at != std::string::npos && name.size() > kPeriodColumns;

@@ -19,7 +19,7 @@ using inspect::Element;
 using inspect::Elements;
 
 constexpr size_t kMostLines = 4000;
-constexpr size_t kDeepestFold = 32;  // deeper lines stand at this depth
+constexpr size_t kDeepestFold = 32;  // deeper lines are drawn at this depth
 constexpr size_t kLongestLine = 400;
 constexpr size_t kIndent = 4;       // of the library's print routines
 constexpr size_t kMostOctets = 64;  // of a value

@@ -1,5 +1,5 @@
 // The build for Windows is without libcrypto, and so without the strict reader of tokens: what it would find
-// is left out, and nothing stands in for it. A reply's own fields need no libcrypto (strict/reply.cpp).
+// is left out, and nothing replaces it. A reply's own fields need no libcrypto (strict/reply.cpp).
 #include "tool/worker/inspect/describe.h"
 #include "tool/worker/strict/strict.h"
 

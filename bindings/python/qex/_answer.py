@@ -124,7 +124,7 @@ def _path(name: str, value: StrPath) -> str:
 
 
 def _message(name: str, octets: bytes) -> str:
-    """Octets as a text that the program can only read as a message. What is none would be taken for a path."""
+    """Octets as a text that the program can only read as a message. Anything else would be read as a path."""
     if len(octets) > _MOST:
         raise Refusal(4, f"{name}: {len(octets)} octets, where at most {_MOST} are read", "is it the stamped file itself?")
     block = re.search(rb"-----BEGIN [^-\r\n]+-----\r?\n(.*?)-----END ", octets, re.DOTALL)

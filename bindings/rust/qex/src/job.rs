@@ -77,7 +77,7 @@ fn absolute(path: &Path) -> Result<String, Box<Answer>> {
     }
 }
 
-/// Octets as a text that the program can only read as a message. What is none would be taken for a path.
+/// Octets as a text that the program can only read as a message. Anything else would be read as a path.
 fn message(name: &str, octets: &[u8]) -> Result<String, Box<Answer>> {
     if octets.len() > MOST {
         let error = format!("{name}: {} octets, where at most {MOST} are read", octets.len());
