@@ -309,6 +309,10 @@ TEST(VerifyDsa, PublicValueThatDoesNotDecodeIsMissing) {
   DsaToken(key160(), key_info(parameters, {})).expect(QEX_E_MISSING, kLacksAPart);
 }
 
+TEST(VerifyDsa, PublicValueOfNoOctetsIsZero) {
+  DsaToken(key160(), key_info(DssParms(key160()), {0x02, 0x00})).expect(QEX_E_SIGNATURE);
+}
+
 TEST(VerifyDsa, PublicValueIsReadFromWholeOctets) {
   const Octets bits = der::bit_string(der::concat(y_of_key160(), Octets{0xF0}), 4);
   DsaToken(key160(), der::sequence(der::algorithm(kDsa, DssParms(key160())), bits)).expect(QEX_OK);
