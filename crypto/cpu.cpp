@@ -31,24 +31,31 @@ uint64_t saved_registers() {
 
 }  // namespace
 
-uint32_t CpuFeatures() {
-  constexpr uint32_t kSsse3 = 1u << 9, kSse41 = 1u << 19, kOsxsave = 1u << 27;  // leaf 1, ecx
-  constexpr uint64_t kYmm = 0x6, kZmm = 0xe6;                                   // XCR0
+uint32_t FeaturesOf(const CpuRegisters& cpu) {
+  constexpr uint32_t kSsse3 = 1u << 9, kSse41 = 1u << 19;  // leaf 1, ecx
+  constexpr uint64_t kYmm = 0x6, kZmm = 0xe6;              // XCR0
   // leaf 7, ebx
   constexpr uint32_t kBmi1 = 1u << 3, kAvx2 = 1u << 5, kBmi2 = 1u << 8, kF = 1u << 16, kDq = 1u << 17,
                      kAdx = 1u << 19, kIfma = 1u << 21, kSha = 1u << 29, kBw = 1u << 30, kVl = 1u << 31;
+  constexpr uint32_t kAvx512 = kF | kDq | kBw | kVl;
 
-  uint32_t a = 0, b = 0, c = 0, d = 0, one = 0;
-  if (__get_cpuid(1, &a, &b, &one, &d) == 0 || __get_cpuid_count(7, 0, &a, &b, &c, &d) == 0) return 0;
-  uint32_t features = set_of(kFeatureBmi2, b, kBmi1 | kBmi2) | set_of(kFeatureAdx, b, kAdx);
-  if ((one & (kSsse3 | kSse41)) == (kSsse3 | kSse41)) features |= set_of(kFeatureSha, b, kSha);
-  const uint64_t saved = (one & kOsxsave) != 0 ? saved_registers() : 0;
-  if ((saved & kYmm) == kYmm) features |= set_of(kFeatureAvx2, b, kAvx2);
-  if ((saved & kZmm) == kZmm) {
-    constexpr uint32_t kAll = kF | kDq | kBw | kVl;
-    features |= set_of(kFeatureAvx512, b, kAll) | set_of(kFeatureIfma, b, kAll | kIfma);
+  uint32_t features = set_of(kFeatureBmi2, cpu.ebx7, kBmi1 | kBmi2) | set_of(kFeatureAdx, cpu.ebx7, kAdx);
+  if ((cpu.ecx1 & (kSsse3 | kSse41)) == (kSsse3 | kSse41)) features |= set_of(kFeatureSha, cpu.ebx7, kSha);
+  if ((cpu.xcr0 & kYmm) == kYmm) features |= set_of(kFeatureAvx2, cpu.ebx7, kAvx2);
+  if ((cpu.xcr0 & kZmm) == kZmm) {
+    features |= set_of(kFeatureAvx512, cpu.ebx7, kAvx512) | set_of(kFeatureIfma, cpu.ebx7, kAvx512 | kIfma);
   }
   return features;
+}
+
+uint32_t CpuFeatures() {
+  constexpr uint32_t kOsxsave = 1u << 27;  // leaf 1, ecx
+  CpuRegisters cpu{};
+  uint32_t a = 0, b = 0, c = 0, d = 0;
+  if (__get_cpuid(1, &a, &b, &cpu.ecx1, &d) == 0 || __get_cpuid_count(7, 0, &a, &cpu.ebx7, &c, &d) == 0)
+    return 0;
+  if ((cpu.ecx1 & kOsxsave) != 0) cpu.xcr0 = saved_registers();
+  return FeaturesOf(cpu);
 }
 
 #elif defined(__aarch64__) && defined(__linux__)

@@ -23,4 +23,17 @@ enum Feature : uint32_t {
 // (crypto/forms.h) calls it once a routine.
 [[nodiscard]] uint32_t CpuFeatures();
 
+#if defined(__x86_64__)
+// CpuRegisters is what an x86-64 processor says of itself: registers after CPUID of the leaf that ends their
+// name, and the register sets that the operating system saves for each thread (0: unknown).
+struct CpuRegisters {
+  uint32_t ecx1;
+  uint32_t ebx7;
+  uint64_t xcr0;
+};
+
+// FeaturesOf returns the set of features of a processor that says so.
+[[nodiscard]] uint32_t FeaturesOf(const CpuRegisters& cpu);
+#endif
+
 }  // namespace qex

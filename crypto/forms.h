@@ -25,6 +25,7 @@ template <class Function, size_t kCount>
 class Forms {
  public:
   explicit constexpr Forms(const Form<Function> (&rows)[kCount]) {
+    if (rows[kCount - 1].needs != 0) throw "the last form serves every processor";
     for (size_t i = 0; i < kCount; ++i) rows_[i] = rows[i];
   }
 

@@ -7,6 +7,7 @@
 #include <set>
 #include <sstream>
 #include <string>
+#include <vector>
 
 #include "tests/support/instrumentation.h"
 
@@ -81,5 +82,48 @@ TEST(Cpu, FeaturesAreThoseThatTheSystemLists) {
 TEST(Cpu, FeaturesDoNotChange) {
   EXPECT_EQ(qex::CpuFeatures(), qex::CpuFeatures());
 }
+
+#if defined(__x86_64__)
+// What a feature needs of each register, as the manual of the instruction CPUID has it.
+struct NeededBits {
+  qex::Feature feature;
+  std::vector<unsigned> ecx1;
+  std::vector<unsigned> ebx7;
+  std::vector<unsigned> xcr0;
+};
+
+const NeededBits kNeededBits[] = {
+    {qex::kFeatureSha, {9, 19}, {29}, {}},
+    {qex::kFeatureAvx2, {}, {5}, {1, 2}},
+    {qex::kFeatureBmi2, {}, {3, 8}, {}},
+    {qex::kFeatureAdx, {}, {19}, {}},
+    {qex::kFeatureAvx512, {}, {16, 17, 30, 31}, {1, 2, 5, 6, 7}},
+    {qex::kFeatureIfma, {}, {16, 17, 21, 30, 31}, {1, 2, 5, 6, 7}},
+};
+
+TEST(Cpu, FeatureNeedsNothingButItsBits) {
+  for (const NeededBits& needed : kNeededBits) {
+    qex::CpuRegisters cpu{};
+    for (const unsigned bit : needed.ecx1) cpu.ecx1 |= 1u << bit;
+    for (const unsigned bit : needed.ebx7) cpu.ebx7 |= 1u << bit;
+    for (const unsigned bit : needed.xcr0) cpu.xcr0 |= uint64_t{1} << bit;
+    EXPECT_NE(qex::FeaturesOf(cpu) & needed.feature, 0u) << "feature " << needed.feature;
+  }
+}
+
+TEST(Cpu, FeatureNeedsEachOfItsBits) {
+  const qex::CpuRegisters all = {UINT32_MAX, UINT32_MAX, UINT64_MAX};
+  for (const NeededBits& needed : kNeededBits) {
+    const auto has_it = [&](const qex::CpuRegisters& cpu) {
+      return (qex::FeaturesOf(cpu) & needed.feature) != 0;
+    };
+    EXPECT_TRUE(has_it(all));
+    for (const unsigned bit : needed.ecx1) EXPECT_FALSE(has_it({~(1u << bit), all.ebx7, all.xcr0})) << bit;
+    for (const unsigned bit : needed.ebx7) EXPECT_FALSE(has_it({all.ecx1, ~(1u << bit), all.xcr0})) << bit;
+    for (const unsigned bit : needed.xcr0)
+      EXPECT_FALSE(has_it({all.ecx1, all.ebx7, ~(uint64_t{1} << bit)})) << bit;
+  }
+}
+#endif
 
 }  // namespace

@@ -102,6 +102,13 @@ TEST(BignumPool, FirstSlotWithRoomEnoughIsTaken) {
   EXPECT_EQ(take(pool, 200), slots[2]);
 }
 
+TEST(BignumPool, SlotWithExactlyTheRoomIsTaken) {
+  Pool pool(32);
+  KXBN* slots[] = {take(pool, 32), take(pool, 256)};
+  for (KXBN* n : slots) KXBN_free(n);
+  EXPECT_EQ(take(pool, int32_t(32 * slots[1]->capacity)), slots[1]);
+}
+
 TEST(BignumPool, ElseTheFirstSlotWithDigitsIsEnlarged) {
   Pool pool(32);
   KXBN* slots[] = {take(pool, 64), take(pool, 128), take(pool, 64)};
