@@ -39,7 +39,7 @@ extern std::atomic<int32_t> lastAsnError;
 
 // ProcessAttach is the library's entry point where the system has one: it does nothing and
 // returns true for every reason.
-bool ProcessAttach(void* module, uint32_t reason, void* reserved);
+[[nodiscard]] bool ProcessAttach(void* module, uint32_t reason, void* reserved);
 
 // ScratchOctets is `size` octets of 0 that are released at the end of its block; none when allocation fails.
 class ScratchOctets {

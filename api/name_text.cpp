@@ -68,7 +68,7 @@ constexpr NameRow kNameRows[] = {
 // clang-format on
 
 // Deliberate: under 2.5.4 the third octet alone is compared, so that 2.5.4.3.1 is a "CN" too.
-bool matches(const NameRow& row, const AsnOid& type) {
+[[nodiscard]] bool matches(const NameRow& row, const AsnOid& type) {
   const auto under = [&](const AsnOid& oid) {
     return oid.count > kIdAt.count && std::memcmp(oid.octs, kIdAt.octs, kIdAt.count) == 0;
   };

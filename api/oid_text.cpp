@@ -37,7 +37,7 @@ constexpr size_t kMaxOidText = 255;
 constexpr int64_t kMaxArc = 0x7FFFFFFF;
 
 // is_dotted_text returns whether `text` consists of digits and of dots between two digits.
-bool is_dotted_text(std::string_view text) {
+[[nodiscard]] bool is_dotted_text(std::string_view text) {
   bool afterDigit = false;
   for (const char c : text) {
     const bool digit = c >= '0' && c <= '9';
@@ -57,7 +57,7 @@ std::string_view next_arc(std::string_view* rest) {
 }
 
 // arc_value returns the number of a text of digits; above 2147483647 it is 2147483647.
-int32_t arc_value(std::string_view digits) {
+[[nodiscard]] int32_t arc_value(std::string_view digits) {
   int64_t value = 0;
   for (const char digit : digits) value = std::min<int64_t>(value * 10 + (digit - '0'), kMaxArc);
   return int32_t(value);

@@ -31,7 +31,7 @@ constexpr size_t kMostRequest = 512;
 
 constexpr uint32_t kHeadLength[] = {0, kSocketHeadLength, kHttpHeadLength};  // by transport mode
 
-bool has_null_parameters(const AsnOid& algorithm) {
+[[nodiscard]] bool has_null_parameters(const AsnOid& algorithm) {
   const DigestAlgorithm* known = FindDigestAlgorithm(algorithm);
   return known == nullptr || known->parameters == Parameters::Null;
 }
@@ -53,7 +53,7 @@ AsnOcts borrowed(const uint8_t* data, uint32_t length) {
 
 // encode_request encodes the request that `req` describes into `buf`; false with the last ASN.1 error set.
 // The values are on the stack and point into `req`, so nothing needs to be freed.
-bool encode_request(const QEX_TSQ_DATA_EX& req, ExpBufHolder& buf) {
+[[nodiscard]] bool encode_request(const QEX_TSQ_DATA_EX& req, ExpBufHolder& buf) {
   const TextOid hash(req.hashAlgorithm);
   const TextOid policy(req.reqPolicy);
 
@@ -97,7 +97,7 @@ size_t skip_head(const uint8_t* data, size_t length) {
 }
 
 // fill_record writes `value` into the cleared record; false when something did not fit.
-bool fill_record(const TimeStampReq& value, QEX_TSQ_DATA_EX* req) {
+[[nodiscard]] bool fill_record(const TimeStampReq& value, QEX_TSQ_DATA_EX* req) {
   bool fits = true;
   if (const MessageImprint* imprint = value.messageImprint) {
     fits &= CopyOctets(req->hashedMessage, imprint->hashedMessage);

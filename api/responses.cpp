@@ -22,7 +22,7 @@ uint32_t saturated(uint64_t n) {
   return uint32_t(std::min<uint64_t>(n, UINT32_MAX));
 }
 
-int32_t unpack_socket(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus) {
+[[nodiscard]] int32_t unpack_socket(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus) {
   if (*length < kSocketHeadLength) return QEX_E_ARG;
   *transportStatus = buffer[4];
   const uint64_t announced = uint64_t{LoadBE32(buffer)} + 4;  // it counts from the flag byte on
@@ -47,7 +47,7 @@ class HttpLines {
   std::string_view line() const { return rest_.substr(0, rest_.find('\0')); }
 
   // next moves to the next line, over empty ones; false at the end of the head.
-  bool next() {
+  [[nodiscard]] bool next() {
     rest_.remove_prefix(line().size());
     rest_.remove_prefix(std::min(rest_.find_first_not_of('\0'), rest_.size()));
     return !rest_.empty();
@@ -66,18 +66,18 @@ std::string_view without_blanks_in_front(std::string_view s) {
 
 // signed_number reads the number at the start of `s`, which may have a minus sign; no digits are 0. A number
 // outside 32 bits becomes the nearest value inside.
-int32_t signed_number(std::string_view s) {
+[[nodiscard]] int32_t signed_number(std::string_view s) {
   int32_t value = 0;
   const auto read = std::from_chars(s.data(), s.data() + s.size(), value);
   if (read.ec == std::errc::result_out_of_range) return s.starts_with('-') ? INT32_MIN : INT32_MAX;
   return value;
 }
 
-int32_t unsigned_number(std::string_view s) {
+[[nodiscard]] int32_t unsigned_number(std::string_view s) {
   return s.starts_with('-') ? 0 : signed_number(s);
 }
 
-int32_t content_length(std::string_view s) {
+[[nodiscard]] int32_t content_length(std::string_view s) {
   s = without_blanks_in_front(s);
   return s.starts_with('+') ? unsigned_number(s.substr(1)) : signed_number(s);
 }
@@ -89,7 +89,7 @@ struct HttpHead {
 };
 
 // status_line reads the status code; false when the line ends before it.
-bool status_line(HttpLines lines, HttpHead* head) {
+[[nodiscard]] bool status_line(HttpLines lines, HttpHead* head) {
   constexpr size_t kVersionAt = 5;  // after "HTTP/"
   lines.skip(kVersionAt);
   std::string_view line = lines.line();
@@ -119,7 +119,7 @@ char lower_cased(uint8_t c) {
   return char(c >= 'A' && c <= 'Z' ? c - 'A' + 'a' : c);
 }
 
-int32_t unpack_http(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus) {
+[[nodiscard]] int32_t unpack_http(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus) {
   if (*length < 6 || std::memcmp(buffer, "HTTP/", 5) != 0) return QEX_E_ARG;
   const size_t headLength = HttpHeadLength(buffer, *length);
   if (headLength == 0) return QEX_E_ARG;
@@ -150,7 +150,7 @@ int32_t unpack_http(uint8_t* buffer, uint32_t* length, uint32_t* transportStatus
 
 using DecodedResponse = Decoded<TimeStampResp>;
 
-bool decode_response(const uint8_t* tsr, uint32_t length, DecodedResponse* response) {
+[[nodiscard]] bool decode_response(const uint8_t* tsr, uint32_t length, DecodedResponse* response) {
   return Succeeded(response->decode(BDecTimeStampResp, tsr, length));
 }
 

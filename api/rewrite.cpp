@@ -14,7 +14,7 @@ namespace {
 
 // remove_attribute_certificates leaves the rest of the set in its order and returns whether there
 // were any. Those taken out stay in the arena of the token.
-bool remove_attribute_certificates(AsnList* certificates) {
+[[nodiscard]] bool remove_attribute_certificates(AsnList* certificates) {
   if (certificates == nullptr) return false;
   const int32_t before = certificates->count;
   auto* slot = static_cast<void**>(AsnListFirst(certificates));
@@ -30,7 +30,7 @@ bool remove_attribute_certificates(AsnList* certificates) {
   return certificates->count != before;
 }
 
-int32_t write_token(const ContentInfo& token, uint8_t* out, uint32_t* outLength) {
+[[nodiscard]] int32_t write_token(const ContentInfo& token, uint8_t* out, uint32_t* outLength) {
   RecomputeSignedDataVersion(token);
   ExpBufHolder buf;
   if (!EncodeInto(buf, [&](ExpBuf** b) { BEncContentInfo(b, &token); })) return QEX_E_NOMEM;

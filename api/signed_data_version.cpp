@@ -20,7 +20,7 @@ AsnInt version_of_certificates(const AsnList* certificates) {
   return version;
 }
 
-bool all_signers_are_plain(const AsnList* signerInfos) {
+[[nodiscard]] bool all_signers_are_plain(const AsnList* signerInfos) {
   for (const SignerInfo* signer : ElementsOf<SignerInfo>(signerInfos)) {
     if (signer->version != kPlainVersion) return false;
   }

@@ -25,12 +25,12 @@ namespace {
 #ifdef _WIN32
 // getenv sees the variables of the library's C runtime. The program may have another one; both tell the
 // system.
-bool environment_says_1(const char* name) {
+[[nodiscard]] bool environment_says_1(const char* name) {
   char value[2] = {};
   return GetEnvironmentVariableA(name, value, sizeof value) == 1 && value[0] == '1';
 }
 #else
-bool environment_says_1(const char* name) {
+[[nodiscard]] bool environment_says_1(const char* name) {
   const char* value = std::getenv(name);
   return value != nullptr && std::strcmp(value, "1") == 0;
 }
@@ -78,7 +78,7 @@ CertHash hash_of(const AsnListNode* node, EssVersion version) {
   return hash_v2(id.certHash, id.hashAlgorithm);
 }
 
-bool can_match(const CertHash& hash) {
+[[nodiscard]] bool can_match(const CertHash& hash) {
   return hash.algorithm != nullptr && hash.octets->count == hash.algorithm->hash->hashsz;
 }
 
@@ -97,7 +97,7 @@ class CertificateDigests {
     return digest;
   }
 
-  bool match(const CertHash& hash) {
+  [[nodiscard]] bool match(const CertHash& hash) {
     return can_match(hash) && DigestEquals(of(*hash.algorithm), *hash.octets);
   }
 

@@ -51,7 +51,7 @@ class SigningCertificateIds {
 
  private:
   void find();
-  bool sort_others();
+  [[nodiscard]] bool sort_others();
 
   const ContentInfo& token_;
   EssVersion version_ = EssVersion::None;  // until the attribute has been looked up

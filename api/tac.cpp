@@ -18,7 +18,7 @@ namespace {
 
 using DecodedTac = Decoded<AttributeCertificate>;
 
-bool decode_tac(const uint8_t* data, uint32_t length, DecodedTac* tac) {
+[[nodiscard]] bool decode_tac(const uint8_t* data, uint32_t length, DecodedTac* tac) {
   return Succeeded(tac->decode(BDecAttributeCertificate, data, length));
 }
 
@@ -48,7 +48,7 @@ AsnOcts whole_octets(const AsnBits& bits) {
 
 // fill_identity writes the certificate's identity into the cleared record; false when something did
 // not fit.
-bool fill_identity(const AttributeCertificate& tac, QEX_TACINFO_EX* record) {
+[[nodiscard]] bool fill_identity(const AttributeCertificate& tac, QEX_TACINFO_EX* record) {
   const AttributeCertificateInfo& info = *tac.acinfo;
   bool fits = true;
   record->version = info.version;
@@ -111,7 +111,7 @@ const TimingPolicy* find_policy(const AsnList* attributes) {
 }
 
 // fill_metrics writes into a record that is not cleared first; false when a value did not fit.
-bool fill_metrics(const TimingMetrics& metrics, QEX_TIMING_METRICS_EX* record) {
+[[nodiscard]] bool fill_metrics(const TimingMetrics& metrics, QEX_TIMING_METRICS_EX* record) {
   bool fits = DurationSeconds(*metrics.delay, &record->delay);
   fits &= DurationSeconds(*metrics.offset, &record->offset);
   fits &= TimeToText(*metrics.expiration, record->expiration);

@@ -28,14 +28,14 @@ const AttributeCertificate* signer_attribute_certificate(const ContentInfo& toke
 }
 
 // encode_certified encodes it again into `buf`. It needs no identifier that names it.
-int32_t encode_certified(const AttributeCertificate& certificate, ExpBufHolder& buf) {
+[[nodiscard]] int32_t encode_certified(const AttributeCertificate& certificate, ExpBufHolder& buf) {
   if (!EncodeInto(buf, [&](ExpBuf** b) { BEncAttributeCertificate(b, &certificate); })) return QEX_E_NOMEM;
   return EncodedLength(buf) == 0 ? QEX_E_MISSING : QEX_OK;
 }
 
 // encode_alone encodes an attribute certificate of the set as a message of its own, a SEQUENCE, whatever tag
 // it has in the set.
-bool encode_alone(const CertificateChoices& element, ExpBufHolder& buf) {
+[[nodiscard]] bool encode_alone(const CertificateChoices& element, ExpBufHolder& buf) {
   return EncodeInto(buf, [&](ExpBuf** b) {
     if (element.choice == CertificateChoices::kV1AttrCert) {
       BEncAttributeCertificateV1(b, element.v1AttrCert);

@@ -48,7 +48,7 @@ class TextWriter {
   }
 
   size_t used() const { return used_; }
-  bool cut() const { return cut_; }
+  [[nodiscard]] bool cut() const { return cut_; }
 
  private:
   char* text_;

@@ -20,11 +20,11 @@ struct CivilDate {
   int32_t day;
 };
 
-constexpr bool is_leap(int32_t year) {
+[[nodiscard]] constexpr bool is_leap(int32_t year) {
   return (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
 }
 
-constexpr int32_t days_in_month(int32_t year, int32_t month) {
+[[nodiscard]] constexpr int32_t days_in_month(int32_t year, int32_t month) {
   constexpr int32_t kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   return kDays[month - 1] + (month == 2 && is_leap(year) ? 1 : 0);
 }

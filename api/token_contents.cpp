@@ -19,7 +19,7 @@ uint32_t or_zero(const AsnInt* value) {
 }
 
 // fill_record writes `value` into the record; false when something did not fit.
-bool fill_record(const TSTInfo& value, QEX_TSTINFO_EX* info) {
+[[nodiscard]] bool fill_record(const TSTInfo& value, QEX_TSTINFO_EX* info) {
   // Deliberate: the record is longer than the part that is cleared and than the size that it now holds. So
   // `size` must be set before every call, and only NameToText writes the end of tsaName.
   std::memset(info, 0, kClearedSize);

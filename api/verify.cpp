@@ -35,8 +35,8 @@ constexpr size_t kUsualDigestInfo = 128;
 
 // match_digest_info encodes the DigestInfo of `digest` and compares it with the tail of `block`.
 // Deliberate: the octets before it, block type and padding, are not examined.
-int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& digest, const uint8_t* block,
-                          size_t length) {
+[[nodiscard]] int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& digest,
+                                        const uint8_t* block, size_t length) {
   DigestInfo info{};
   info.digestAlgorithm = &algorithm;
   info.digest = {digest.length, const_cast<uint8_t*>(digest.octets)};
@@ -46,7 +46,7 @@ int32_t match_digest_info(AlgorithmIdentifier& algorithm, const DigestValue& dig
   return tail <= length && EncodingEquals(buf, block + (length - tail), tail) ? QEX_OK : QEX_E_SIGNATURE;
 }
 
-int32_t check_rsa(const SignatureInput& in) {
+[[nodiscard]] int32_t check_rsa(const SignatureInput& in) {
   Number signature;
   if (!read_number(signature, in.signer.signature)) return QEX_E_NOMEM;
 
@@ -84,7 +84,8 @@ int32_t check_rsa(const SignatureInput& in) {
 constexpr uint32_t kDsaDigestOctets = 20;
 
 // set_dsa_key fills `p` to `y` from the certificate's key.
-int32_t set_dsa_key(const SubjectPublicKeyInfo& info, Number& p, Number& q, Number& g, Number& y) {
+[[nodiscard]] int32_t set_dsa_key(const SubjectPublicKeyInfo& info, Number& p, Number& q, Number& g,
+                                  Number& y) {
   const auto* parms = ValueAs<Dss_Parms>(info.algorithm->parameters, kAnyDsa);
   if (parms == nullptr || parms->p.octs == nullptr || parms->q.octs == nullptr || parms->g.octs == nullptr) {
     return QEX_E_MISSING;
@@ -99,7 +100,7 @@ int32_t set_dsa_key(const SubjectPublicKeyInfo& info, Number& p, Number& q, Numb
 }
 
 // set_dsa_signature fills r and s. Forty octets are the two raw numbers, never an encoding.
-int32_t set_dsa_signature(const AsnOcts& signature, Number& r, Number& s) {
+[[nodiscard]] int32_t set_dsa_signature(const AsnOcts& signature, Number& r, Number& s) {
   constexpr uint32_t kHalf = 20;
   if (signature.count == 2 * kHalf) {
     const bool read =
@@ -111,7 +112,7 @@ int32_t set_dsa_signature(const AsnOcts& signature, Number& r, Number& s) {
   return read_number(r, pair.value.r) && read_number(s, pair.value.s) ? QEX_OK : QEX_E_NOMEM;
 }
 
-int32_t check_dsa(const SignatureInput& in) {
+[[nodiscard]] int32_t check_dsa(const SignatureInput& in) {
   Number p, q, g, y, r, s;
   if (const int32_t code = set_dsa_key(in.key, p, q, g, y); code != QEX_OK) return code;
   if (const int32_t code = set_dsa_signature(in.signer.signature, r, s); code != QEX_OK) return code;
@@ -162,22 +163,22 @@ const KeyRow* find_key(const AsnOid& key, const AsnOid& digest, const AsnOid& si
 // --- The parts of token and certificate ------------------------------------------
 
 // lacking sets the last ASN.1 error of a well-formed value that lacks a part, and returns `code`.
-int32_t lacking(int32_t code) {
+[[nodiscard]] int32_t lacking(int32_t code) {
   constexpr AsnInt kStructureCode = 100;
   lastAsnError = kStructureCode;
   return code;
 }
 
-bool has_algorithm(const AlgorithmIdentifier* algorithm) {
+[[nodiscard]] bool has_algorithm(const AlgorithmIdentifier* algorithm) {
   return algorithm != nullptr && algorithm->algorithm.octs != nullptr && algorithm->algorithm.count != 0;
 }
 
-bool is_usable(const SignerInfo* signer) {
+[[nodiscard]] bool is_usable(const SignerInfo* signer) {
   return signer != nullptr && has_algorithm(signer->digestAlgorithm) && signer->signedAttrs != nullptr &&
          has_algorithm(signer->signatureAlgorithm) && signer->signature.octs != nullptr;
 }
 
-bool has_public_key(const Certificate& certificate) {
+[[nodiscard]] bool has_public_key(const Certificate& certificate) {
   if (certificate.tbsCertificate == nullptr) return false;
   const SubjectPublicKeyInfo* key = certificate.tbsCertificate->subjectPublicKeyInfo;
   return key != nullptr && has_algorithm(key->algorithm) && key->subjectPublicKey.octs != nullptr &&
@@ -189,7 +190,7 @@ struct GivenCertificate {
   const uint8_t* data;
   uint32_t length;
 
-  bool present() const { return data != nullptr && length != 0; }
+  [[nodiscard]] bool present() const { return data != nullptr && length != 0; }
 };
 
 using DecodedCertificate = Decoded<Certificate>;
@@ -201,7 +202,7 @@ struct TokenParts {
   const AsnOcts* messageDigest = nullptr;
 };
 
-int32_t find_parts(const ContentInfo& token, TokenParts* parts) {
+[[nodiscard]] int32_t find_parts(const ContentInfo& token, TokenParts* parts) {
   if (!AsnOidEqual(token.contentType, kIdSignedData)) return lacking(QEX_E_BADTOKEN);
   parts->content = EContentOf(token);
   parts->signer = FirstSignerInfo(token);
@@ -215,8 +216,8 @@ int32_t find_parts(const ContentInfo& token, TokenParts* parts) {
 
 // find_certificate points `*certificate` at the authority's: the given one, decoded into `decoded`, or else
 // the one of the token that its signing-certificate attribute names.
-int32_t find_certificate(const ContentInfo& token, const GivenCertificate& given, DecodedCertificate* decoded,
-                         const Certificate** certificate) {
+[[nodiscard]] int32_t find_certificate(const ContentInfo& token, const GivenCertificate& given,
+                                       DecodedCertificate* decoded, const Certificate** certificate) {
   if (given.present()) {
     if (!Succeeded(decoded->decode(BDecCertificate, given.data, given.length))) return QEX_E_ARG;
     *certificate = &decoded->value;
@@ -229,7 +230,7 @@ int32_t find_certificate(const ContentInfo& token, const GivenCertificate& given
   return has_public_key(**certificate) ? QEX_OK : lacking(QEX_E_MISSING);
 }
 
-bool matches_content(const TokenParts& parts) {
+[[nodiscard]] bool matches_content(const TokenParts& parts) {
   ExpBuf content;
   ExpBufWrapData(&content, parts.content->octs, parts.content->count);
   DigestValue digest;
@@ -240,13 +241,13 @@ bool matches_content(const TokenParts& parts) {
 // compare_given compares the given certificate with the first identifier of the token's signing-certificate
 // attribute.
 // Deliberate: the bytes as given; any bytes after the certificate are included.
-int32_t compare_given(const ContentInfo& token, const GivenCertificate& given) {
+[[nodiscard]] int32_t compare_given(const ContentInfo& token, const GivenCertificate& given) {
   ExpBuf bytes;
   ExpBufWrapData(&bytes, given.data, given.length);
   return CheckSigningCertificate(token, &bytes, Identifiers::First);
 }
 
-int32_t verify(const uint8_t* data, uint32_t length, const GivenCertificate& given) {
+[[nodiscard]] int32_t verify(const uint8_t* data, uint32_t length, const GivenCertificate& given) {
   DecodedToken token;
   if (!DecodeToken(data, length, &token)) return QEX_E_BADTOKEN;
   TokenParts parts;

@@ -152,7 +152,7 @@ constexpr void check_listed(std::string_view row, std::string_view listed, bool 
     throw "kAllTypes has another type, or none, where kCodeRuns names this one";
   }
 }
-constexpr bool all_types_are_listed(std::span<const Type* const> types) {
+[[nodiscard]] constexpr bool all_types_are_listed(std::span<const Type* const> types) {
   size_t i = 0;
   for (const CodeRun& run : kCodeRuns) {
     const std::string_view listed = i == types.size() ? "" : types[i]->name;

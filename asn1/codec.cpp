@@ -43,10 +43,10 @@ inline void decode_content(const Type& t, ExpBuf** b, AsnTag tag, AsnLen len, vo
   }
 }
 
-bool starts_with_tag(const Type& t, AsnTag tag);
+[[nodiscard]] bool starts_with_tag(const Type& t, AsnTag tag);
 
 // An untagged CHOICE has no tag in its row.
-inline bool matches(const Field& f, AsnTag tag) {
+[[nodiscard]] inline bool matches(const Field& f, AsnTag tag) {
   if (tag == f.firstTag || tag == f.secondTag) return true;
   return f.firstTag == kNoTag && starts_with_tag(*f.type, tag);
 }
@@ -61,7 +61,7 @@ bool starts_with_tag(const Type& t, AsnTag tag) {
 }
 
 // An open type that is not wrapped in an EXPLICIT tag: the registered decoder reads the tag.
-bool reads_own_tag(const Field& f) {
+[[nodiscard]] bool reads_own_tag(const Field& f) {
   return f.type->kind == Kind::Any && f.tagging == Tagging::None;
 }
 
@@ -102,7 +102,7 @@ const OpenShape* shape_in_place(const Field& f, AsnTag tag, const void* rec) {
 
 // Reads the end of an indefinite length if it comes next. The end of the data is left to the
 // tag decoder, which reports it.
-bool end_of_contents(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
+[[nodiscard]] bool end_of_contents(ExpBuf** b, AsnLen* bytes, AsnJmpEnv& env) {
   if (ExpBufPeekByte(b) != 0) return false;
   BDecTag(b, bytes, env);
   BDecSecondEocOctet(b, bytes, env);
@@ -335,7 +335,7 @@ void drop_field(const Field& f, void* rec, const AsnJmpEnv& env) {
 // --- Encoding ------------------------------------------------------------------
 
 // Deliberate: a DEFAULT value that is there is written, also when it equals the default.
-bool is_absent(const Field& f, const void* v) {
+[[nodiscard]] bool is_absent(const Field& f, const void* v) {
   if (v == nullptr) return true;
   if (f.held == Held::Pointer || f.need == Need::Mandatory) return false;
   if (f.type->kind == Kind::Any) return static_cast<const AsnAny*>(v)->value == nullptr;
@@ -357,7 +357,7 @@ AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
 }
 
 // Whether the list holds the single value that replaces its SET.
-bool is_in_place(const Type& t, const AsnList* list) {
+[[nodiscard]] bool is_in_place(const Type& t, const AsnList* list) {
   const auto* any = FirstOf<const AsnAny>(list);
   if (any == nullptr) return false;
   for (const OpenShape& s : t.shapes) {

@@ -179,7 +179,7 @@ constexpr void check_code_run(std::string_view type, AsnInt first, AsnInt last, 
   if (first > highestFree) throw "the rows of kCodeRuns must fall and must not overlap";
   if (last < kLastTypeCode) throw "a row of kCodeRuns leaves the range of the codes of types";
 }
-constexpr bool check_code_runs(std::span<const CodeRun> runs) {
+[[nodiscard]] constexpr bool check_code_runs(std::span<const CodeRun> runs) {
   AsnInt highestFree = kFirstTypeCode;
   for (const CodeRun& run : runs) {
     const AsnInt last = run.first - run.count() + 1;
@@ -238,7 +238,7 @@ class SiteCodes {
     SiteCode code;
 
     constexpr std::string_view name() const { return names.substr(0, names.find(' ')); }
-    constexpr bool starts_with(std::string_view site, std::string_view suffix) const {
+    [[nodiscard]] constexpr bool starts_with(std::string_view site, std::string_view suffix) const {
       const std::string_view word = name();
       return word.size() == site.size() + suffix.size() && word.starts_with(site) && word.ends_with(suffix);
     }

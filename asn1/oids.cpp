@@ -163,12 +163,12 @@ static_assert(std::size(kRegistrations) == kOpenTypeRows, "kOpenTypeRows is the 
 
 // rows_in_place fails to compile, and names the row, when one is not where its first column says.
 template <OpenTypeRow kRow>
-constexpr bool row_in_place() {
+[[nodiscard]] constexpr bool row_in_place() {
   static_assert(kRegistrations[kRow].row == kRow, "this row of kRegistrations is not at its place");
   return true;
 }
 template <size_t... kRows>
-constexpr bool rows_in_place(std::index_sequence<kRows...>) {
+[[nodiscard]] constexpr bool rows_in_place(std::index_sequence<kRows...>) {
   return (row_in_place<OpenTypeRow(kRows)>() && ...);
 }
 static_assert(rows_in_place(std::make_index_sequence<kOpenTypeRows>()),

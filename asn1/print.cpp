@@ -9,7 +9,7 @@ namespace {
 constexpr unsigned kIndentStep = 4;
 
 // An inline open type is always printed: its absence shows as a malformed value.
-bool is_printed(const Field& f, const void* v) {
+[[nodiscard]] bool is_printed(const Field& f, const void* v) {
   if (v == nullptr) return false;
   if (f.held == Held::Pointer || f.need == Need::Mandatory || f.type->kind == Kind::Any) return true;
   return !f.type->codec->absent(v);

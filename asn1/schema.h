@@ -188,7 +188,7 @@ constexpr void give_codes(Type& t, std::span<Field> fields) {
   codes.finish();
 }
 
-constexpr bool is_open(const Field& f) {
+[[nodiscard]] constexpr bool is_open(const Field& f) {
   return f.type->kind == Kind::Any || f.type->kind == Kind::OpenList;
 }
 

@@ -61,7 +61,7 @@ HostileInput certificate_and_identifiers(size_t size) {
   return input;
 }
 
-int32_t find_certificate(HostileInput& input, uint32_t v2) {
+[[nodiscard]] int32_t find_certificate(HostileInput& input, uint32_t v2) {
   essCertIdV2Switch = v2;
   uint32_t length = length_of(input.out);
   const int32_t code =
@@ -69,13 +69,13 @@ int32_t find_certificate(HostileInput& input, uint32_t v2) {
   essCertIdV2Switch = 0;
   return code;
 }
-int32_t find_certificate_v1(HostileInput& input) {
+[[nodiscard]] int32_t find_certificate_v1(HostileInput& input) {
   return find_certificate(input, 0);
 }
-int32_t find_certificate_v2(HostileInput& input) {
+[[nodiscard]] int32_t find_certificate_v2(HostileInput& input) {
   return find_certificate(input, 1);
 }
-int32_t match_certificate(HostileInput& input) {
+[[nodiscard]] int32_t match_certificate(HostileInput& input) {
   return QEX_CheckTAC_MatchesTST(input.other.data(), length_of(input.other), input.main.data(),
                                  length_of(input.main));
 }
@@ -152,24 +152,24 @@ HostileInput policy_of_identifiers(size_t size) {
   return with_attributes(attribute(kPolicy, policy));
 }
 
-int32_t read_identity(HostileInput& input) {
+[[nodiscard]] int32_t read_identity(HostileInput& input) {
   QEX_TACINFO_EX record{};
   record.size = sizeof record;
   return QEX_GetTAC_CertInfoEx(&record, input.main.data(), length_of(input.main));
 }
-int32_t read_short_identity(HostileInput& input) {
+[[nodiscard]] int32_t read_short_identity(HostileInput& input) {
   QEX_TACINFO record{};
   return QEX_GetTAC_CertInfo(&record, input.main.data(), length_of(input.main));
 }
-int32_t read_metrics(HostileInput& input) {
+[[nodiscard]] int32_t read_metrics(HostileInput& input) {
   QEX_TIMING_METRICS_EX record{};
   return QEX_GetTAC_TimingMetricsEx(&record, input.main.data(), length_of(input.main));
 }
-int32_t read_short_metrics(HostileInput& input) {
+[[nodiscard]] int32_t read_short_metrics(HostileInput& input) {
   QEX_TIMING_METRICS record{};
   return QEX_GetTAC_TimingMetrics(&record, input.main.data(), length_of(input.main));
 }
-int32_t read_policy(HostileInput& input) {
+[[nodiscard]] int32_t read_policy(HostileInput& input) {
   QEX_TIMING_POLICY record{};
   return QEX_GetTAC_TimingPolicy(&record, input.main.data(), length_of(input.main));
 }

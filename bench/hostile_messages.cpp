@@ -16,7 +16,7 @@ HostileInput octets(size_t size) {
 
 // digest updates a fresh context with all of the input, `step` octets at a time.
 template <auto Init, auto Update, auto Final>
-int32_t digest(HostileInput& input, uint32_t step) {
+[[nodiscard]] int32_t digest(HostileInput& input, uint32_t step) {
   auto* const context = Init();
   const uint8_t* at = input.main.data();
   for (uint32_t left = length_of(input.main); left > 0;) {
@@ -30,18 +30,18 @@ int32_t digest(HostileInput& input, uint32_t step) {
 }
 
 template <auto Init, auto Update, auto Final>
-int32_t at_once(HostileInput& input) {
+[[nodiscard]] int32_t at_once(HostileInput& input) {
   return digest<Init, Update, Final>(input, UINT32_MAX);
 }
 template <auto Init, auto Update, auto Final>
-int32_t by_octets(HostileInput& input) {
+[[nodiscard]] int32_t by_octets(HostileInput& input) {
   return digest<Init, Update, Final>(input, 1);
 }
 
 // --- Requests ----------------------------------------------------------------------
 
 // Requests are encoded from records of one size: here as many as fill the input.
-int32_t encode_requests(HostileInput& input) {
+[[nodiscard]] int32_t encode_requests(HostileInput& input) {
   QEX_TSQ_DATA_EX request{};
   request.size = sizeof request;
   std::strcpy(request.hashAlgorithm, kSha256Digest);
@@ -58,7 +58,7 @@ int32_t encode_requests(HostileInput& input) {
   return code;
 }
 
-int32_t encode_short_requests(HostileInput& input) {
+[[nodiscard]] int32_t encode_short_requests(HostileInput& input) {
   QEX_TSQ_DATA request{};
   std::strcpy(request.hashAlgorithm, kSha256Digest);
   request.hashedMessageLength = sizeof request.hashedMessage;
@@ -96,12 +96,12 @@ HostileInput request_in_pieces(size_t size) {
   return input_of(request({}, pieces(0x24, {0x04, 0x01, 0x5A}, size), {}));
 }
 
-int32_t decode_request(HostileInput& input) {
+[[nodiscard]] int32_t decode_request(HostileInput& input) {
   QEX_TSQ_DATA_EX record{};
   record.size = sizeof record;
   return QEX_DecodeTSQ_Ex(&record, input.main.data(), length_of(input.main));
 }
-int32_t decode_short_request(HostileInput& input) {
+[[nodiscard]] int32_t decode_short_request(HostileInput& input) {
   QEX_TSQ_DATA record{};
   return QEX_DecodeTSQ(&record, input.main.data(), length_of(input.main));
 }
@@ -132,16 +132,16 @@ HostileInput reply_in_a_frame(size_t size) {
   return input;
 }
 
-int32_t unpack(HostileInput& input, int32_t transport) {
+[[nodiscard]] int32_t unpack(HostileInput& input, int32_t transport) {
   std::copy(input.out.begin(), input.out.end(), input.main.begin());
   uint32_t length = length_of(input.main);
   uint32_t status = 0;
   return QEX_UnpackTSR(input.main.data(), &length, &status, transport);
 }
-int32_t unpack_http(HostileInput& input) {
+[[nodiscard]] int32_t unpack_http(HostileInput& input) {
   return unpack(input, QEX_TRANSPORT_HTTP);
 }
-int32_t unpack_socket(HostileInput& input) {
+[[nodiscard]] int32_t unpack_socket(HostileInput& input) {
   return unpack(input, QEX_TRANSPORT_SOCKET);
 }
 
@@ -165,16 +165,16 @@ HostileInput reply_of_open_ends(size_t size) {
   return input_of(reply({}, {}, token.encode()));
 }
 
-int32_t read_status(HostileInput& input) {
+[[nodiscard]] int32_t read_status(HostileInput& input) {
   QEX_TSR_STATUS record;
   return QEX_GetTSR_Status(&record, input.main.data(), length_of(input.main));
 }
-int32_t take_token(HostileInput& input) {
+[[nodiscard]] int32_t take_token(HostileInput& input) {
   uint32_t length = length_of(input.out);
   return QEX_GetTSR_EncodedToken(input.out.data(), &length, input.main.data(), length_of(input.main));
 }
 
-int32_t last_errors(HostileInput& input) {
+[[nodiscard]] int32_t last_errors(HostileInput& input) {
   int32_t all = 0;
   for (size_t n = input.main.size() / sizeof all; n > 0; --n) all |= QEX_GetLastAsnError();
   return all;

@@ -49,12 +49,12 @@ HostileInput content_in_pieces(size_t size) {
   return token_of(token);
 }
 
-int32_t read_info(HostileInput& input) {
+[[nodiscard]] int32_t read_info(HostileInput& input) {
   QEX_TSTINFO_EX record{};
   record.size = sizeof record;
   return QEX_GetTST_TSTInfoEx(&record, input.main.data(), length_of(input.main));
 }
-int32_t read_short_info(HostileInput& input) {
+[[nodiscard]] int32_t read_short_info(HostileInput& input) {
   QEX_TSTINFO record{};
   return QEX_GetTST_TSTInfo(&record, input.main.data(), length_of(input.main));
 }
@@ -167,11 +167,11 @@ HostileInput large_dsa_key(size_t) {
   return input_of(token.encode(), certificate(der::integer(1), info));
 }
 
-int32_t find_authority(HostileInput& input) {
+[[nodiscard]] int32_t find_authority(HostileInput& input) {
   uint32_t length = length_of(input.out);
   return QEX_GetTST_TSACert(input.out.data(), &length, input.main.data(), length_of(input.main));
 }
-int32_t verify(HostileInput& input) {
+[[nodiscard]] int32_t verify(HostileInput& input) {
   return QEX_VerifyTST_Signature(input.main.data(), length_of(input.main),
                                  input.other.empty() ? nullptr : input.other.data(), length_of(input.other));
 }
@@ -213,11 +213,11 @@ HostileInput cut_off(size_t size) {
   return input;
 }
 
-int32_t write_as_data(HostileInput& input) {
+[[nodiscard]] int32_t write_as_data(HostileInput& input) {
   uint32_t length = length_of(input.out);
   return QEX_TSTInfoToIDData(input.main.data(), length_of(input.main), input.out.data(), &length);
 }
-int32_t remove_certificates(HostileInput& input) {
+[[nodiscard]] int32_t remove_certificates(HostileInput& input) {
   uint32_t length = length_of(input.out);
   return QEX_RemoveAttrCerts(input.main.data(), length_of(input.main), input.out.data(), &length);
 }

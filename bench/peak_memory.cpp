@@ -112,7 +112,7 @@ void operator delete(void* p, size_t) noexcept {
 namespace {
 
 // measure makes the call and prints its row; false when something is not as it shall be.
-bool measure(const qex::bench::HostileCase& one, size_t size) {
+[[nodiscard]] bool measure(const qex::bench::HostileCase& one, size_t size) {
   qex::bench::HostileInput input = one.build(size);
   const size_t before = asked.live, heap_before = heap.live;
   asked.peak = before;

@@ -44,25 +44,25 @@ class Arena {
     Chunk* next;
   };
 
-  static constexpr size_t rounded_up(size_t bytes) {
+  [[nodiscard]] static constexpr size_t rounded_up(size_t bytes) {
     return (bytes + (kAlignment - 1)) / kAlignment * kAlignment;
   }
 
   // The room is a multiple of the alignment: a part that fits does so rounded up too.
-  void* take_part(size_t bytes, Content content) {
+  [[nodiscard]] void* take_part(size_t bytes, Content content) {
     bytes += bytes == 0 ? 1 : 0;
     return bytes <= room_ ? cut(bytes) : take_from_new_chunk(bytes, content);
   }
 
-  void* cut(size_t bytes) {
+  [[nodiscard]] void* cut(size_t bytes) {
     void* const p = next_;
     next_ += rounded_up(bytes);
     room_ -= rounded_up(bytes);
     return p;
   }
 
-  void* take_from_new_chunk(size_t bytes, Content content);
-  uint8_t* add_chunk(size_t room);
+  [[nodiscard]] void* take_from_new_chunk(size_t bytes, Content content);
+  [[nodiscard]] uint8_t* add_chunk(size_t room);
   void release();
 
   uint8_t* next_ = nullptr;            // first unused byte of the current chunk; it and those after it are 0

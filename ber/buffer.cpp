@@ -37,7 +37,7 @@ size_t held(const ExpBuf* block) {
 
 // put_block_in_front allocates a block before the front-most block `*b` and moves the handle
 // to it; without memory it marks the current block.
-bool put_block_in_front(ExpBuf** b) {
+[[nodiscard]] bool put_block_in_front(ExpBuf** b) {
   ExpBuf* current = *b;
   ExpBuf* fresh = ExpBufNew();
   if (fresh == nullptr) {

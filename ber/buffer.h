@@ -80,7 +80,7 @@ inline uint8_t ExpBufGetByte(ExpBuf** b) {
 
 // ExpBufIsAhead returns whether a byte can be read that is not the last of its block: reading it moves the
 // cursor and nothing else. No read has failed then.
-inline bool ExpBufIsAhead(const ExpBuf* block) {
+[[nodiscard]] inline bool ExpBufIsAhead(const ExpBuf* block) {
   return block->end - block->cursor > 1 && block->readError == 0;
 }
 
@@ -144,7 +144,7 @@ inline void ExpBufPutSegRvs(ExpBuf** b, const uint8_t* data, size_t n) {
 
 // ExpBufCopyToFile writes the data of the whole chain to `file` and returns the result of the last write. A
 // short write is reported on the standard error stream, and the blocks after it are still written.
-size_t ExpBufCopyToFile(ExpBuf* buf, FILE* file);
+[[nodiscard]] size_t ExpBufCopyToFile(ExpBuf* buf, FILE* file);
 
 // ExpBufHolder owns the chain that an encoder builds, from its front block on. An encoder that knows how much
 // it writes at most asks for a first block of that size.

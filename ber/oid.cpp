@@ -26,7 +26,7 @@ uint64_t next_subidentifier(const uint8_t** p, const uint8_t* end) {
 // for_each_arc calls `visit` for each arc, as long as it returns true. The first
 // sub-identifier holds two arcs, 40 * first + second, and the first one is at most 2.
 template <class Visit>
-bool for_each_arc(const AsnOid& oid, Visit visit) {
+[[nodiscard]] bool for_each_arc(const AsnOid& oid, Visit visit) {
   if (oid.count == 0) return true;
   const uint8_t* p = oid.octs;
   const uint8_t* end = p + oid.count;
@@ -93,7 +93,7 @@ void FreeAsnOid(AsnOid* v) {
 void PrintAsnOid(FILE* f, const AsnOid* v, unsigned /*indent*/) {
   const char* format = "%u";
   std::fputc('{', f);
-  for_each_arc(*v, [&](uint32_t number) {
+  (void)for_each_arc(*v, [&](uint32_t number) {
     std::fprintf(f, format, number);
     format = " %u";
     return true;

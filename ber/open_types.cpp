@@ -112,7 +112,7 @@ uint32_t hash_of(int32_t intId) {
 }
 
 // install stores a copy of `info` in `*table`, which it creates when it is the first.
-bool install(Table** table, uint32_t hash, const AnyInfo& info) {
+[[nodiscard]] bool install(Table** table, uint32_t hash, const AnyInfo& info) {
   static const bool released_at_exit = std::atexit(FreeAnyTables) == 0;
   static_cast<void>(released_at_exit);
   if (*table == nullptr) *table = static_cast<Table*>(AsnAlloc(sizeof(Table)));

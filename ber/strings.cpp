@@ -47,7 +47,7 @@ constexpr uint8_t mask_of(uint32_t bit) {
   return uint8_t(0x80u >> bit % 8);
 }
 
-bool same_octets(const uint8_t* a, const uint8_t* b, size_t n) {
+[[nodiscard]] bool same_octets(const uint8_t* a, const uint8_t* b, size_t n) {
   return n == 0 || std::memcmp(a, b, n) == 0;
 }
 

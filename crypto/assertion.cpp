@@ -43,7 +43,7 @@ constexpr ClaimRow kClaims[] = {
 };
 // clang-format on
 
-constexpr bool each_row_is_at_its_claim() {
+[[nodiscard]] constexpr bool each_row_is_at_its_claim() {
   for (size_t i = 0; i < std::size(kClaims); ++i) {
     if (kClaims[i].claim != Claim(i)) return false;
   }

@@ -12,7 +12,7 @@
 namespace qex::bench {
 namespace {
 
-bool digest(Botan::HashFunction& hash, const Subject& subject, Octets* result) {
+[[nodiscard]] bool digest(Botan::HashFunction& hash, const Subject& subject, Octets* result) {
   uint8_t digest[64];
   hash.update(subject.octets.data(), subject.octets.size());
   hash.final(digest);
@@ -32,7 +32,7 @@ DIGEST(sha384, "SHA-384")
 DIGEST(sha512, "SHA-512")
 #undef DIGEST
 
-bool verify_rsa(const std::map<std::string, Octets>& parts) {
+[[nodiscard]] bool verify_rsa(const std::map<std::string, Octets>& parts) {
   const Botan::RSA_PublicKey key(Botan::BigInt(parts.at("n")), Botan::BigInt(parts.at("e")));
   Botan::PK_Verifier verifier(key, "EMSA3(Raw,SHA-256)");
   const Octets& signature = parts.at("signature");
@@ -51,7 +51,7 @@ Octets joined(const std::map<std::string, Octets>& parts) {
   return both;
 }
 
-bool verify_dsa(const std::map<std::string, Octets>& parts) {
+[[nodiscard]] bool verify_dsa(const std::map<std::string, Octets>& parts) {
   const Botan::DL_Group group(Botan::BigInt(parts.at("p")), Botan::BigInt(parts.at("q")),
                               Botan::BigInt(parts.at("g")));
   const Botan::DSA_PublicKey key(group, Botan::BigInt(parts.at("y")));
@@ -61,7 +61,7 @@ bool verify_dsa(const std::map<std::string, Octets>& parts) {
                                  signature.size());
 }
 
-bool verify_signature(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_signature(const Subject& subject, Octets*) {
   if (subject.parts.contains("n")) return verify_rsa(subject.parts);
   return subject.parts.contains("y") && verify_dsa(subject.parts);
 }

@@ -7,7 +7,7 @@ namespace qex::bench {
 namespace {
 
 template <int kAlgorithm, size_t kLength>
-bool digest(const Subject& subject, Octets* result) {
+[[nodiscard]] bool digest(const Subject& subject, Octets* result) {
   uint8_t digest[kLength];
   gcry_md_hash_buffer(kAlgorithm, digest, subject.octets.data(), subject.octets.size());
   if (result != nullptr) result->assign(digest, digest + kLength);
@@ -40,7 +40,7 @@ struct Expressions {
   }
 };
 
-bool build_rsa(Expressions& made, const std::map<std::string, Octets>& parts) {
+[[nodiscard]] bool build_rsa(Expressions& made, const std::map<std::string, Octets>& parts) {
   const Number n(parts.at("n"));
   const Number e(parts.at("e"));
   const Number signature(parts.at("signature"));
@@ -51,7 +51,7 @@ bool build_rsa(Expressions& made, const std::map<std::string, Octets>& parts) {
          gcry_sexp_build(&made.signature, nullptr, "(sig-val (rsa (s %m)))", signature.value()) == 0;
 }
 
-bool build_dsa(Expressions& made, const std::map<std::string, Octets>& parts) {
+[[nodiscard]] bool build_dsa(Expressions& made, const std::map<std::string, Octets>& parts) {
   const Number p(parts.at("p"));
   const Number q(parts.at("q"));
   const Number g(parts.at("g"));
@@ -66,7 +66,7 @@ bool build_dsa(Expressions& made, const std::map<std::string, Octets>& parts) {
              0;
 }
 
-bool verify_signature(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_signature(const Subject& subject, Octets*) {
   Expressions made;
   const bool rsa = subject.parts.contains("n");
   if (!rsa && !subject.parts.contains("y")) return false;

@@ -13,7 +13,7 @@ namespace qex::bench {
 namespace {
 
 template <gnutls_digest_algorithm_t kAlgorithm, size_t kLength>
-bool digest(const Subject& subject, Octets* result) {
+[[nodiscard]] bool digest(const Subject& subject, Octets* result) {
   uint8_t digest[kLength];
   if (gnutls_hash_fast(kAlgorithm, subject.octets.data(), subject.octets.size(), digest) != 0) return false;
   if (result != nullptr) result->assign(digest, digest + kLength);
@@ -35,7 +35,7 @@ class Token {
   ~Token() { gnutls_pkcs7_deinit(token_); }
   Token(const Token&) = delete;
   Token& operator=(const Token&) = delete;
-  bool good() const { return good_; }
+  [[nodiscard]] bool good() const { return good_; }
   operator gnutls_pkcs7_t() const { return token_; }
 
  private:
@@ -56,7 +56,7 @@ class Certificate {
   ~Certificate() { gnutls_x509_crt_deinit(certificate_); }
   Certificate(const Certificate&) = delete;
   Certificate& operator=(const Certificate&) = delete;
-  bool good() const { return good_; }
+  [[nodiscard]] bool good() const { return good_; }
   operator gnutls_x509_crt_t() const { return certificate_; }
 
  private:
@@ -64,12 +64,13 @@ class Certificate {
   bool good_ = false;
 };
 
-bool same(const gnutls_datum_t& a, const uint8_t* data, size_t size) {
+[[nodiscard]] bool same(const gnutls_datum_t& a, const uint8_t* data, size_t size) {
   return a.size == size && std::memcmp(a.data, data, size) == 0;
 }
 
 // Whether a certificate has the issuer and the serial number that the signature names.
-bool is_signer(const Certificate& certificate, const gnutls_pkcs7_signature_info_st& signature) {
+[[nodiscard]] bool is_signer(const Certificate& certificate,
+                             const gnutls_pkcs7_signature_info_st& signature) {
   uint8_t serial[128];
   size_t length = sizeof serial;
   gnutls_datum_t issuer{};
@@ -83,7 +84,7 @@ bool is_signer(const Certificate& certificate, const gnutls_pkcs7_signature_info
 
 // Gives the signer's certificate to `use`, and returns what that returns; false when the token has none.
 template <class Use>
-bool with_signer(const Token& token, Use use) {
+[[nodiscard]] bool with_signer(const Token& token, Use use) {
   gnutls_pkcs7_signature_info_st signature{};
   if (!token.good() || gnutls_pkcs7_get_signature_info(token, 0, &signature) != 0) return false;
   bool done = false;
@@ -98,7 +99,7 @@ bool with_signer(const Token& token, Use use) {
   return good;
 }
 
-bool verify_token(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_token(const Subject& subject, Octets*) {
   const Token token(subject.octets);
   return with_signer(token, [&](const Certificate& signer) {
     return gnutls_pkcs7_verify_direct(token, signer, 0, nullptr,
@@ -106,7 +107,7 @@ bool verify_token(const Subject& subject, Octets*) {
   });
 }
 
-bool put_token(const Token& token, Octets* result) {
+[[nodiscard]] bool put_token(const Token& token, Octets* result) {
   gnutls_datum_t der{};
   if (gnutls_pkcs7_export2(token, GNUTLS_X509_FMT_DER, &der) != 0) return false;
   if (result != nullptr) result->assign(der.data, der.data + der.size);
@@ -114,7 +115,7 @@ bool put_token(const Token& token, Octets* result) {
   return true;
 }
 
-bool decode_reply(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_reply(const Subject& subject, Octets* result) {
   const Token token(subject.parts.at("token"));
   const int count = token.good() ? gnutls_pkcs7_get_crt_count(token) : 0;
   for (int i = 0; i < count; ++i) {
@@ -123,7 +124,7 @@ bool decode_reply(const Subject& subject, Octets* result) {
   return count > 0 && (result == nullptr || put_token(token, result));
 }
 
-bool decode_token(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_token(const Subject& subject, Octets* result) {
   const Token token(subject.octets);
   gnutls_datum_t content{};
   if (!token.good() || gnutls_pkcs7_get_embedded_data(token, 0, &content) != 0) return false;
@@ -133,7 +134,7 @@ bool decode_token(const Subject& subject, Octets* result) {
   return true;
 }
 
-bool read_certificate(const Subject& subject, Octets* result) {
+[[nodiscard]] bool read_certificate(const Subject& subject, Octets* result) {
   const Token token(subject.octets);
   return with_signer(token, [&](const Certificate& signer) {
     gnutls_datum_t der{};
@@ -144,7 +145,7 @@ bool read_certificate(const Subject& subject, Octets* result) {
   });
 }
 
-bool encode_token(const Subject& subject, Octets* result) {
+[[nodiscard]] bool encode_token(const Subject& subject, Octets* result) {
   const Token token(subject.parts.at("token"));
   return token.good() && put_token(token, result);
 }

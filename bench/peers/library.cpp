@@ -12,7 +12,7 @@ uint32_t length_of(const Octets& octets) {
 }
 
 template <size_t kLength, auto kInit, auto kUpdate, auto kFinal>
-bool digest(const Subject& subject, Octets* result) {
+[[nodiscard]] bool digest(const Subject& subject, Octets* result) {
   uint8_t digest[kLength];
   auto* context = kInit();
   kUpdate(context, subject.octets.data(), length_of(subject.octets));
@@ -21,11 +21,11 @@ bool digest(const Subject& subject, Octets* result) {
   return true;
 }
 
-bool verify_token(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_token(const Subject& subject, Octets*) {
   return QEX_VerifyTST_Signature(subject.octets.data(), length_of(subject.octets), nullptr, 0) == QEX_OK;
 }
 
-bool encode_token(const Subject& subject, Octets* result) {
+[[nodiscard]] bool encode_token(const Subject& subject, Octets* result) {
   uint8_t token[65536];
   uint32_t length = sizeof token;
   if (QEX_GetTSR_EncodedToken(token, &length, subject.octets.data(), length_of(subject.octets)) != QEX_OK)
@@ -34,7 +34,7 @@ bool encode_token(const Subject& subject, Octets* result) {
   return true;
 }
 
-bool decode_reply(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_reply(const Subject& subject, Octets* result) {
   QEX_TSR_STATUS status;
   const int32_t code = QEX_GetTSR_Status(&status, subject.octets.data(), length_of(subject.octets));
   if (code != QEX_OK || status.status != 0) return false;
@@ -47,20 +47,20 @@ void put_number(const uint8_t* octets, size_t length, Octets* result) {
   result->insert(result->end(), octets + sign, octets + length);
 }
 
-bool read_info(const Subject& subject, QEX_TSTINFO_EX& info) {
+[[nodiscard]] bool read_info(const Subject& subject, QEX_TSTINFO_EX& info) {
   info.size = sizeof info;
   info.tsaName[0] = '\0';
   return QEX_GetTST_TSTInfoEx(&info, subject.octets.data(), length_of(subject.octets)) == QEX_OK;
 }
 
-bool decode_token(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_token(const Subject& subject, Octets* result) {
   QEX_TSTINFO_EX info;
   if (!read_info(subject, info)) return false;
   if (result != nullptr) result->assign(info.hashedMessage, info.hashedMessage + info.hashedMessageLength);
   return true;
 }
 
-bool read_fields(const Subject& subject, Octets* result) {
+[[nodiscard]] bool read_fields(const Subject& subject, Octets* result) {
   QEX_TSTINFO_EX info;
   if (!read_info(subject, info)) return false;
   if (result != nullptr) {
@@ -72,7 +72,7 @@ bool read_fields(const Subject& subject, Octets* result) {
   return true;
 }
 
-bool read_certificate(const Subject& subject, Octets* result) {
+[[nodiscard]] bool read_certificate(const Subject& subject, Octets* result) {
   uint8_t certificate[16384];
   uint32_t length = sizeof certificate;
   if (QEX_GetTST_TSACert(certificate, &length, subject.octets.data(), length_of(subject.octets)) != QEX_OK)
@@ -81,7 +81,7 @@ bool read_certificate(const Subject& subject, Octets* result) {
   return true;
 }
 
-bool build_request(const Subject& subject, Octets* result) {
+[[nodiscard]] bool build_request(const Subject& subject, Octets* result) {
   const Octets& imprint = subject.parts.at("imprint");
   const Octets& nonce = subject.parts.at("nonce");
   QEX_TSQ_DATA_EX request;
@@ -100,7 +100,7 @@ bool build_request(const Subject& subject, Octets* result) {
   return true;
 }
 
-bool decode_request(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_request(const Subject& subject, Octets* result) {
   QEX_TSQ_DATA_EX request;
   request.size = sizeof request;
   if (QEX_DecodeTSQ_Ex(&request, subject.octets.data(), length_of(subject.octets)) != QEX_OK) return false;

@@ -12,7 +12,7 @@ namespace qex::bench {
 namespace {
 
 template <class Context, auto kInit, auto kUpdate, auto kDigest, size_t kLength>
-bool digest(const Subject& subject, Octets* result) {
+[[nodiscard]] bool digest(const Subject& subject, Octets* result) {
   Context context;
   uint8_t digest[kLength];
   kInit(&context);
@@ -38,7 +38,7 @@ class Number {
   mpz_t value_;
 };
 
-bool verify_rsa(const Subject& subject) {
+[[nodiscard]] bool verify_rsa(const Subject& subject) {
   const auto& parts = subject.parts;
   rsa_public_key key;
   rsa_public_key_init(&key);
@@ -51,7 +51,7 @@ bool verify_rsa(const Subject& subject) {
   return good;
 }
 
-bool verify_dsa(const Subject& subject) {
+[[nodiscard]] bool verify_dsa(const Subject& subject) {
   const auto& parts = subject.parts;
   dsa_params params;
   dsa_signature signature;
@@ -69,7 +69,7 @@ bool verify_dsa(const Subject& subject) {
   return good;
 }
 
-bool verify_signature(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_signature(const Subject& subject, Octets*) {
   if (subject.parts.contains("n")) return verify_rsa(subject);
   return subject.parts.contains("y") && verify_dsa(subject);
 }

@@ -29,7 +29,7 @@ using Owned = std::unique_ptr<Value, Freer<kFree>>;
 
 // Values are decoded from octets by their d2i_ functions.
 template <class Value, auto kDecode, auto kFree>
-Owned<Value, kFree> decoded(const Octets& octets) {
+[[nodiscard]] Owned<Value, kFree> decoded(const Octets& octets) {
   const uint8_t* at = octets.data();
   return Owned<Value, kFree>(kDecode(nullptr, &at, static_cast<long>(octets.size())));
 }
@@ -44,7 +44,8 @@ auto token_of(const Subject& subject) {
 
 // Fetched once, as the manual recommends; so is the context.
 template <int kLength>
-bool digest(const char* name, const Subject& subject, Octets* result, EVP_MD*& method, EVP_MD_CTX*& context) {
+[[nodiscard]] bool digest(const char* name, const Subject& subject, Octets* result, EVP_MD*& method,
+                          EVP_MD_CTX*& context) {
   if (method == nullptr) {
     method = EVP_MD_fetch(nullptr, name, nullptr);
     context = EVP_MD_CTX_new();
@@ -70,7 +71,7 @@ DIGEST(sha384, "SHA384", 48)
 DIGEST(sha512, "SHA512", 64)
 #undef DIGEST
 
-bool verify_cms(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_cms(const Subject& subject, Octets*) {
   const auto message = decoded<CMS_ContentInfo, d2i_CMS_ContentInfo, CMS_ContentInfo_free>(subject.octets);
   const bool good = message != nullptr && CMS_verify(message.get(), nullptr, nullptr, nullptr, nullptr,
                                                      CMS_BINARY | CMS_NO_SIGNER_CERT_VERIFY) == 1;
@@ -78,7 +79,7 @@ bool verify_cms(const Subject& subject, Octets*) {
   return good;
 }
 
-bool verify_pkcs7(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_pkcs7(const Subject& subject, Octets*) {
   const auto message = token_of(subject);
   const bool good = message != nullptr && PKCS7_verify(message.get(), nullptr, nullptr, nullptr, nullptr,
                                                        PKCS7_BINARY | PKCS7_NOVERIFY) == 1;
@@ -86,7 +87,7 @@ bool verify_pkcs7(const Subject& subject, Octets*) {
   return good;
 }
 
-bool put_token(PKCS7* token, Octets* result) {
+[[nodiscard]] bool put_token(PKCS7* token, Octets* result) {
   uint8_t* der = nullptr;
   const int length = i2d_PKCS7(token, &der);
   if (length <= 0) return false;
@@ -95,7 +96,7 @@ bool put_token(PKCS7* token, Octets* result) {
   return true;
 }
 
-bool decode_reply(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_reply(const Subject& subject, Octets* result) {
   const auto reply = reply_of(subject);
   if (reply == nullptr) return false;
   const bool granted =
@@ -103,7 +104,7 @@ bool decode_reply(const Subject& subject, Octets* result) {
   return granted && (result == nullptr || put_token(TS_RESP_get_token(reply.get()), result));
 }
 
-bool encode_token(const Subject& subject, Octets* result) {
+[[nodiscard]] bool encode_token(const Subject& subject, Octets* result) {
   const auto reply = reply_of(subject);
   return reply != nullptr && put_token(TS_RESP_get_token(reply.get()), result);
 }
@@ -120,7 +121,7 @@ Info info_of(const Subject& subject) {
   return Info(token == nullptr ? nullptr : PKCS7_to_TS_TST_INFO(token.get()));
 }
 
-bool decode_token(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_token(const Subject& subject, Octets* result) {
   const Info info = info_of(subject);
   if (info == nullptr) return false;
   if (result != nullptr) put(TS_MSG_IMPRINT_get_msg(TS_TST_INFO_get_msg_imprint(info.get())), result);
@@ -128,7 +129,7 @@ bool decode_token(const Subject& subject, Octets* result) {
 }
 
 // The fields in the forms that libqex has them in.
-bool read_fields(const Subject& subject, Octets* result) {
+[[nodiscard]] bool read_fields(const Subject& subject, Octets* result) {
   const Info info = info_of(subject);
   if (info == nullptr) return false;
   char policy[128];
@@ -145,7 +146,7 @@ bool read_fields(const Subject& subject, Octets* result) {
   return true;
 }
 
-bool read_certificate(const Subject& subject, Octets* result) {
+[[nodiscard]] bool read_certificate(const Subject& subject, Octets* result) {
   const auto token = token_of(subject);
   if (token == nullptr) return false;
   STACK_OF(X509)* signers = PKCS7_get0_signers(token.get(), nullptr, 0);
@@ -157,7 +158,7 @@ bool read_certificate(const Subject& subject, Octets* result) {
   return length > 0;
 }
 
-bool build_request(const Subject& subject, Octets* result) {
+[[nodiscard]] bool build_request(const Subject& subject, Octets* result) {
   const Octets& digest = subject.parts.at("imprint");
   const Octets& number = subject.parts.at("nonce");
   const Owned<TS_REQ, TS_REQ_free> request(TS_REQ_new());
@@ -181,7 +182,7 @@ bool build_request(const Subject& subject, Octets* result) {
   return length > 0;
 }
 
-bool decode_request(const Subject& subject, Octets* result) {
+[[nodiscard]] bool decode_request(const Subject& subject, Octets* result) {
   const auto request = decoded<TS_REQ, d2i_TS_REQ, TS_REQ_free>(subject.octets);
   if (request == nullptr) return false;
   char algorithm[128];

@@ -33,7 +33,7 @@ struct Element {
   std::span<const uint8_t> rest;  // after the element
 };
 
-std::optional<Element> first_element(std::span<const uint8_t> data) {
+[[nodiscard]] std::optional<Element> first_element(std::span<const uint8_t> data) {
   if (data.size() < 2) return std::nullopt;
   size_t length = data[1];
   size_t head = 2;

@@ -16,6 +16,6 @@ Subject Damaged(const Subject& subject);
 
 // Imprint returns the hashed message of a TSTInfo in DER, for peers that stop at the octets of the content.
 // Nothing when the octets have another shape.
-std::optional<Octets> ImprintOf(std::span<const uint8_t> info);
+[[nodiscard]] std::optional<Octets> ImprintOf(std::span<const uint8_t> info);
 
 }  // namespace qex::bench

@@ -14,7 +14,7 @@ namespace qex::bench {
 namespace {
 
 template <class Context, auto kInit, auto kUpdate, auto kFinal, size_t kLength>
-bool digest(const Subject& subject, Octets* result) {
+[[nodiscard]] bool digest(const Subject& subject, Octets* result) {
   Context context;
   uint8_t digest[kLength];
   if (kInit(&context) != 0 ||
@@ -26,7 +26,7 @@ bool digest(const Subject& subject, Octets* result) {
 }
 
 // It takes the signer's certificate from the token.
-bool verify_token(const Subject& subject, Octets*) {
+[[nodiscard]] bool verify_token(const Subject& subject, Octets*) {
   PKCS7* token = wc_PKCS7_New(nullptr, INVALID_DEVID);
   const bool good = token != nullptr && wc_PKCS7_InitWithCert(token, nullptr, 0) == 0 &&
                     wc_PKCS7_VerifySignedData(token, const_cast<uint8_t*>(subject.octets.data()),

@@ -14,7 +14,7 @@
 namespace qex {
 namespace {
 
-int compare_magnitudes(const KXBN* a, const KXBN* b) {
+[[nodiscard]] int compare_magnitudes(const KXBN* a, const KXBN* b) {
   const uint32_t la = KXBN_getsize(a);
   const uint32_t lb = KXBN_getsize(b);
   if (la != lb) return la < lb ? -1 : 1;
@@ -75,7 +75,7 @@ uint32_t KXBN_addword(KXBN* r, uint32_t w) {
   if (top > UINT32_MAX - w) {  // only here can w, or a carry of 1, leave the top word
     if (const uint32_t rc = KXBN_pad(r, r->used + 1)) return rc;
   }
-  AddWord(r->digits, r->used, w);
+  (void)AddWord(r->digits, r->used, w);
   return KXBN_finish(r);
 }
 

@@ -17,7 +17,7 @@
 namespace qex {
 namespace {
 
-constexpr uint32_t words_for(uint32_t bits) {
+[[nodiscard]] constexpr uint32_t words_for(uint32_t bits) {
   return bits / 32 + (bits % 32 != 0);
 }
 
@@ -42,7 +42,7 @@ uint32_t* first_digits(KXBN* n) {
 }
 
 // is_first returns whether n still has the digits that it was made with. A slot of a pool never has.
-bool is_first(KXBN* n) {
+[[nodiscard]] bool is_first(KXBN* n) {
   return n->pool == nullptr && n->digits == first_digits(n);
 }
 

@@ -13,7 +13,7 @@ size_t position(size_t i, size_t length, Order order) {
 }
 
 // word_at returns the word of weight 2^(32i), of which all four octets are there.
-uint32_t word_at(const uint8_t* octets, size_t i, size_t length, Order order) {
+[[nodiscard]] uint32_t word_at(const uint8_t* octets, size_t i, size_t length, Order order) {
   return order == Order::kBigEndian ? LoadBE32(octets + length - 4 * i - 4) : LoadLE32(octets + 4 * i);
 }
 

@@ -32,7 +32,7 @@ Divisor normalise(const KXBN* d) {
 // estimate returns a quotient word for the dividend words u2:u1:u0, where u2 is one place above the divisor's
 // top word and no greater than it. It is at most 2 too large; where the true quotient is more than a word it
 // is the largest word.
-uint32_t estimate(const Divisor& d, uint32_t u2, uint32_t u1, uint32_t u0) {
+[[nodiscard]] uint32_t estimate(const Divisor& d, uint32_t u2, uint32_t u1, uint32_t u0) {
   const auto hi = uint32_t((uint64_t{u2} << 32 | u1) << d.shift >> 32);
   const auto lo = uint32_t((uint64_t{u1} << 32 | u0) << d.shift >> 32);
   if (hi >= d.value) return UINT32_MAX;
@@ -43,7 +43,7 @@ uint32_t estimate(const Divisor& d, uint32_t u2, uint32_t u1, uint32_t u0) {
 // subtract_multiple: a[0..d.length) and the word above it, `*above`, -= word * d. A word
 // that was too large is lowered until the difference is not negative; returns the
 // word that was subtracted.
-uint32_t subtract_multiple(uint32_t* a, uint32_t* above, const Divisor& d, uint32_t word) {
+[[nodiscard]] uint32_t subtract_multiple(uint32_t* a, uint32_t* above, const Divisor& d, uint32_t word) {
   int64_t top = int64_t{*above} - MulSubWords(a, d.words, d.length, word);
   for (; top < 0; --word) top += AddWords(a, a, d.words, d.length);
   *above = uint32_t(top);
@@ -75,15 +75,15 @@ void divide_words(uint32_t* q, uint32_t lq, uint32_t* a, uint32_t la, const Divi
       word = subtract_multiple(a + place, &a[top - 1], d, word);
     } else {
       if (CompareWords(a, d.words, d.length) < 0) break;
-      SubWords(a, a, d.words, d.length);
+      (void)SubWords(a, a, d.words, d.length);
     }
-    if (q != nullptr) AddWord(q + place, lq - place, word);
+    if (q != nullptr) (void)AddWord(q + place, lq - place, word);
   }
 }
 
 // quotient_words returns the words of the largest |a| / |d| + 1. The 1 comes with a
 // remainder: a divisor of one word is then at least 2, and the sum has la words.
-uint32_t quotient_words(uint32_t la, uint32_t ld) {
+[[nodiscard]] uint32_t quotient_words(uint32_t la, uint32_t ld) {
   return la < ld ? 1 : std::min(la - ld + 2, la);
 }
 
@@ -114,9 +114,9 @@ uint32_t KXBN_divrem(KXBN* q, KXBN* a, const KXBN* d) {
     // Rounding down: one more multiple of d, and the remainder changes sides.
     const uint32_t rest = a->used;
     ClearWords(a->digits + rest, divisor.length - rest);
-    SubWords(a->digits, divisor.words, a->digits, divisor.length);
+    (void)SubWords(a->digits, divisor.words, a->digits, divisor.length);
     a->used = divisor.length;
-    if (q != nullptr) AddWord(q->digits, lq, 1);
+    if (q != nullptr) (void)AddWord(q->digits, lq, 1);
   }
   a->sign = negative_d;
   KXBN_trim(a);

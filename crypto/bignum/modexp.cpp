@@ -9,7 +9,7 @@
 namespace qex {
 namespace {
 
-constexpr bool whole_words(uint32_t bits) {
+[[nodiscard]] constexpr bool whole_words(uint32_t bits) {
   return bits % 32 == 0;
 }
 

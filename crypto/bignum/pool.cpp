@@ -12,7 +12,7 @@ namespace qex {
 namespace {
 
 // slot_for returns the index of the free slot to take, or kPoolSlots when none is free.
-uint32_t slot_for(const KXBN_Pool* pool, uint32_t words) {
+[[nodiscard]] uint32_t slot_for(const KXBN_Pool* pool, uint32_t words) {
   uint32_t with_digits = kPoolSlots;
   for (uint32_t mask = pool->freeMask; mask != 0; mask &= mask - 1) {
     const auto k = uint32_t(std::countr_zero(mask));

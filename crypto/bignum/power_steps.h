@@ -40,7 +40,7 @@ class PowerWindows {
 
   // entry_at returns the entry to multiply by after the square of bit `position`, or -1. Every position is
   // asked once, from the top down.
-  int entry_at(uint32_t position) {
+  [[nodiscard]] int entry_at(uint32_t position) {
     if (entry_ < 0) open(position);
     if (entry_ < 0 || position != end_) return -1;
     return std::exchange(entry_, -1);

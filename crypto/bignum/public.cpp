@@ -65,7 +65,7 @@ constexpr size_t kMaxFermatWords = 16;
 // fermat computes inverse[0..n) = a^(m-2) mod m, which is 1/a when m is prime; false when it is not 1/a.
 [[nodiscard]] bool fermat(uint32_t* inverse, const uint32_t* a, const KXBN* m, uint32_t n) {
   uint32_t exponent[kMaxFermatWords], two[kMaxFermatWords] = {2}, product[kMaxFermatWords];
-  SubWords(exponent, m->digits, two, n);
+  (void)SubWords(exponent, m->digits, two, n);
   const PowerTerm power = {a, exponent, 32 * n};
   PowerOdd(inverse, &power, 1, m->digits, n);
 

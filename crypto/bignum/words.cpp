@@ -31,30 +31,30 @@ constexpr size_t wide_part(size_t n) {
 
 // The Montgomery kernels clear whole digits, so R is the same for both widths only
 // when the words are even in number.
-constexpr bool mont_wide(size_t n) {
+[[nodiscard]] constexpr bool mont_wide(size_t n) {
   return kWide && n % 2 == 0;
 }
 
 // apart returns whether a[0..la) and b[0..lb) do not overlap.
-[[maybe_unused]] bool apart(const uint32_t* a, size_t la, const uint32_t* b, size_t lb) {
+[[nodiscard, maybe_unused]] bool apart(const uint32_t* a, size_t la, const uint32_t* b, size_t lb) {
   const std::less_equal<> not_above;  // holds for addresses of different blocks, too
   return not_above(a + la, b) || not_above(b + lb, a);
 }
 
-[[maybe_unused]] bool same_or_apart(const uint32_t* r, const uint32_t* a, size_t n) {
+[[nodiscard, maybe_unused]] bool same_or_apart(const uint32_t* r, const uint32_t* a, size_t n) {
   return r == a || apart(r, n, a, n);
 }
 
 // is_montgomery returns whether m, mPrime and work are as the Montgomery kernels want them for the result r.
-[[maybe_unused]] bool is_montgomery(const uint32_t* r, const uint32_t* m, size_t n, uint32_t mPrime,
-                                    const uint32_t* work) {
+[[nodiscard, maybe_unused]] bool is_montgomery(const uint32_t* r, const uint32_t* m, size_t n,
+                                               uint32_t mPrime, const uint32_t* work) {
   return n >= 1 && (m[0] & 1) != 0 && uint32_t(m[0] * mPrime) == UINT32_MAX && apart(r, n, m, n) &&
          apart(work, MontWorkWords(n), r, n) && apart(work, MontWorkWords(n), m, n);
 }
 
 // is_operand returns whether a may be an operand of them.
-[[maybe_unused]] bool is_operand(const uint32_t* a, const uint32_t* r, const uint32_t* m, size_t n,
-                                 const uint32_t* work) {
+[[nodiscard, maybe_unused]] bool is_operand(const uint32_t* a, const uint32_t* r, const uint32_t* m, size_t n,
+                                            const uint32_t* work) {
   return CompareWords(a, m, n) < 0 && same_or_apart(r, a, n) && apart(work, MontWorkWords(n), a, n);
 }
 

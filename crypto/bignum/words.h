@@ -16,23 +16,23 @@ void ClearWords(uint32_t* r, size_t n);
 [[nodiscard]] int CompareWords(const uint32_t* a, const uint32_t* b, size_t n);
 
 // AddWord computes r[0..n) += w and returns the carry: 0 or 1, or w when n is 0.
-uint32_t AddWord(uint32_t* r, size_t n, uint32_t w);
+[[nodiscard]] uint32_t AddWord(uint32_t* r, size_t n, uint32_t w);
 
 // AddWords computes r[0..n) = a[0..n) + b[0..n) and returns the carry. Each operand is r, or apart.
-uint32_t AddWords(uint32_t* r, const uint32_t* a, const uint32_t* b, size_t n);
+[[nodiscard]] uint32_t AddWords(uint32_t* r, const uint32_t* a, const uint32_t* b, size_t n);
 
 // SubWords computes r[0..n) = a[0..n) - b[0..n) and returns the borrow. Each operand is r, or apart.
-uint32_t SubWords(uint32_t* r, const uint32_t* a, const uint32_t* b, size_t n);
+[[nodiscard]] uint32_t SubWords(uint32_t* r, const uint32_t* a, const uint32_t* b, size_t n);
 
 // MulWords computes r[0..n) = a[0..n) * w and returns the word carried out. r is a, or apart.
-uint32_t MulWords(uint32_t* r, const uint32_t* a, size_t n, uint32_t w);
+[[nodiscard]] uint32_t MulWords(uint32_t* r, const uint32_t* a, size_t n, uint32_t w);
 
 // MulAddWords computes r[0..n) += a[0..n) * w and returns the word carried out. r is a, or apart.
-uint32_t MulAddWords(uint32_t* r, const uint32_t* a, size_t n, uint32_t w);
+[[nodiscard]] uint32_t MulAddWords(uint32_t* r, const uint32_t* a, size_t n, uint32_t w);
 
 // MulSubWords computes r[0..n) -= a[0..n) * w and returns the word still to be
 // taken from r[n]. r is a, or apart.
-uint32_t MulSubWords(uint32_t* r, const uint32_t* a, size_t n, uint32_t w);
+[[nodiscard]] uint32_t MulSubWords(uint32_t* r, const uint32_t* a, size_t n, uint32_t w);
 
 // DivWords returns thi:tlo / b and stores the remainder in `*remainder`. Asserts "thi < b",
 // which says that the quotient is one word and b is not 0.

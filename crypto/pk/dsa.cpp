@@ -24,7 +24,7 @@ constexpr uint32_t kExtraBits = 64;
 }
 
 // in_range returns whether 0 < n < bound.
-bool in_range(const KXBN* n, const KXBN* bound) {
+[[nodiscard]] bool in_range(const KXBN* n, const KXBN* bound) {
   return KXBN_test(n, KXBN_IS_POSITIVE) != 0 && KXBN_cmp(n, bound) < 0;
 }
 

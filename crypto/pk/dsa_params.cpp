@@ -27,10 +27,10 @@ constexpr uint32_t kQBits[] = {160, 224, 256, 384, 512};
 constexpr uint32_t kMaxSeeds = 16384;
 constexpr uint32_t kMaxSearches = 64;
 
-constexpr uint32_t p_bound(uint32_t bits) {
+[[nodiscard]] constexpr uint32_t p_bound(uint32_t bits) {
   return bits >= 3072 ? 2 : bits >= 2048 ? 1 : 0;
 }
-constexpr uint32_t q_bound(uint32_t bits) {
+[[nodiscard]] constexpr uint32_t q_bound(uint32_t bits) {
   return bits >= 256 ? 2 : bits >= 224 ? 1 : 0;
 }
 

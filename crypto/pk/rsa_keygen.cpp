@@ -18,14 +18,14 @@ constexpr int kMaxDraws = 64;
 
 // aux_prime_bits returns the length of the auxiliary primes (FIPS 186-4 table B.1) for a prime of `bits`
 // bits.
-uint32_t aux_prime_bits(uint32_t bits) {
+[[nodiscard]] uint32_t aux_prime_bits(uint32_t bits) {
   if (bits >= 1536) return 171;
   if (bits >= 1024) return 141;
   QEX_ASSERT(bits >= 512, Claim::PrimeSizeIsKnown);
   return 101;
 }
 
-constexpr uint32_t error_bound(uint32_t prime_bits) {
+[[nodiscard]] constexpr uint32_t error_bound(uint32_t prime_bits) {
   return prime_bits >= 1536 ? 2 : 1;
 }
 
@@ -37,7 +37,7 @@ struct Setting {
   KXBN_Pool* pool;
 
   // room is for any number on the way: a product of two primes.
-  uint32_t room() const { return 2 * bits; }
+  [[nodiscard]] uint32_t room() const { return 2 * bits; }
   [[nodiscard]] uint32_t prime(const KXBN* n) const {
     return bigprime_test(n, error_bound(bits), random, pool);
   }

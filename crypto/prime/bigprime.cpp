@@ -39,7 +39,7 @@ constexpr RoundsRow kRounds[] = {
 static_assert(std::size(kRounds) == 14 && std::end(kRounds)[-1].minBits == 0);
 
 // residue returns |n| mod d.
-uint32_t residue(const KXBN* n, uint32_t d) {
+[[nodiscard]] uint32_t residue(const KXBN* n, uint32_t d) {
   uint64_t rest = 0;
   for (uint32_t i = n->used; i-- > 0;) rest = (rest << 32 | n->digits[i]) % d;
   return uint32_t(rest);
@@ -47,7 +47,7 @@ uint32_t residue(const KXBN* n, uint32_t d) {
 
 // is_small_prime is exact for numbers of one word: when no divisor up to the square root
 // was in the table, the odd numbers above it are tried.
-bool is_small_prime(uint32_t n) {
+[[nodiscard]] bool is_small_prime(uint32_t n) {
   if (n < 2) return false;
   for (const uint32_t p : kSmallPrimes) {
     if (p * p > n) return true;  // p * p < 2^24

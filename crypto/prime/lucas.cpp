@@ -11,19 +11,19 @@ namespace {
 
 constexpr int kCandidates = 29;  // values of Q that are tried
 
-constexpr bool is_odd(uint32_t word) {
+[[nodiscard]] constexpr bool is_odd(uint32_t word) {
   return (word & 1) != 0;
 }
 
 // symbol_of_two returns (2/n) for an odd n with the low word `lsw`: +1 for n = 1 or 7 modulo 8.
-int symbol_of_two(uint32_t lsw) {
+[[nodiscard]] int symbol_of_two(uint32_t lsw) {
   QEX_ASSERT(is_odd(lsw), Claim::SymbolModulusIsOdd);
   return lsw % 8 == 1 || lsw % 8 == 7 ? 1 : -1;
 }
 
 // reciprocity returns (m/n)(n/m) for odd m and n without a common factor, given their low words:
 // -1 when both are 3 modulo 4.
-int reciprocity(uint32_t m, uint32_t n) {
+[[nodiscard]] int reciprocity(uint32_t m, uint32_t n) {
   uint32_t lsw = m % 4;
   QEX_ASSERT(lsw == 1 || lsw == 3, Claim::UpperNumberIsOdd);
   if (lsw == 1) return 1;

@@ -37,7 +37,7 @@ class ParagraphReader {
   ParagraphReader(std::string text, std::string path, int firstLine)
       : text_(std::move(text)), path_(std::move(path)), line_(firstLine) {}
 
-  bool at_end() {
+  [[nodiscard]] bool at_end() {
     skip_space();
     return at_ == text_.size();
   }
@@ -65,11 +65,11 @@ class ParagraphReader {
   void skip_space() {
     for (; at_ < text_.size() && std::isspace(uint8_t(text_[at_])) != 0; ++at_) line_ += text_[at_] == '\n';
   }
-  bool looking_at(const std::string& token) {
+  [[nodiscard]] bool looking_at(const std::string& token) {
     skip_space();
     return text_.compare(at_, token.size(), token) == 0;
   }
-  bool accept(const std::string& token) {
+  [[nodiscard]] bool accept(const std::string& token) {
     if (!looking_at(token)) return false;
     at_ += token.size();
     return true;
@@ -92,7 +92,7 @@ class ParagraphReader {
     at_ += w.size();
     return w;
   }
-  bool accept_word(const std::string& w) {
+  [[nodiscard]] bool accept_word(const std::string& w) {
     if (peek_word() != w) return false;
     at_ += w.size();
     return true;
@@ -121,7 +121,7 @@ class ParagraphReader {
     return all;
   }
 
-  std::optional<TextTag> tag() {
+  [[nodiscard]] std::optional<TextTag> tag() {
     if (!accept("[")) return std::nullopt;
     TextTag t;
     t.tagClass = accept_word("APPLICATION") ? kApplicationClass : kContextClass;
@@ -142,7 +142,7 @@ class ParagraphReader {
     if (accept_word("SEQUENCE")) return record_or_list(Kind::Sequence, kSequenceTag);
     if (accept_word("SET")) return record_or_list(Kind::Set, kSetTag);
     if (accept_word("ANY")) {
-      accept("--");  // the 1988 modules hide what defines an ANY in a comment
+      (void)accept("--");  // the 1988 modules hide what defines an ANY in a comment
       if (!accept_word("DEFINED") || !accept_word("BY")) fail("expected DEFINED BY");
       t.form = TextType::Form::Any;
       t.kind = Kind::Any;

@@ -20,7 +20,7 @@ std::string need_word(Need need) {
 std::string tagging_word(Tagging tagging) {
   return tagging == Tagging::None ? "none" : tagging == Tagging::Implicit ? "IMPLICIT" : "EXPLICIT";
 }
-bool is_marked(const Marks& m) {
+[[nodiscard]] bool is_marked(const Marks& m) {
   return m.optional || m.moreShapes || !(m.named.empty() && m.widened.empty() && m.elements.empty());
 }
 std::string hex(AsnTag tag) {
@@ -146,7 +146,7 @@ class Comparison {
 
   // Whether a comparison finds nothing; what it finds is dropped.
   template <class F>
-  bool agrees(const F& comparison) {
+  [[nodiscard]] bool agrees(const F& comparison) {
     Problems kept;
     kept.swap(problems_);
     comparison();

@@ -14,7 +14,7 @@ enum class Form {
   kConstructedStrings  // strings of a universal tag are cut into parts
 };
 
-inline bool is_universal_string(uint8_t tag) {
+[[nodiscard]] inline bool is_universal_string(uint8_t tag) {
   return tag == 0x04 || tag == 0x0C || (tag >= 0x12 && tag <= 0x14) || (tag >= 0x16 && tag <= 0x18) ||
          tag == 0x1C || tag == 0x1E;
 }

@@ -85,7 +85,7 @@ class Decoded {
 
   const R* operator->() const { return &value; }
   R* operator->() { return &value; }
-  bool ok() const { return outcome == kDecoded; }
+  [[nodiscard]] bool ok() const { return outcome == kDecoded; }
 
   Octets encoded() const {
     AsnLen written = 0;
@@ -184,7 +184,7 @@ Octets with_length(uint8_t tag, uint8_t length, const Parts&... parts) {
 }
 
 // RowOf returns the row of the open-type table by which a value was decoded.
-inline int32_t RowOf(const AsnAny& any) {
+[[nodiscard]] inline int32_t RowOf(const AsnAny& any) {
   return any.ai == nullptr ? -1 : any.ai->anyId;
 }
 

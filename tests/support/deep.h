@@ -65,7 +65,7 @@ inline size_t FirstPart(const Place& place) {
 }
 
 // HoldsElements returns whether the content of `place` is a row of elements, judged by their heads.
-inline bool HoldsElements(const Octets& message, const Place& place) {
+[[nodiscard]] inline bool HoldsElements(const Octets& message, const Place& place) {
   size_t at = FirstPart(place);
   if (at >= place.end) return false;
   try {
@@ -93,7 +93,7 @@ inline std::vector<Place> PlacesIn(const Octets& message, const Place& place) {
 
 // IsInString returns whether a primitive string among `places` surrounds `place`, which is then decoded
 // separately or not at all.
-inline bool IsInString(const std::vector<Place>& places, const Place& place) {
+[[nodiscard]] inline bool IsInString(const std::vector<Place>& places, const Place& place) {
   return std::any_of(places.begin(), places.end(), [&](const Place& around) {
     return (around.tag & kConstructed) == 0 && around.content <= place.start && place.end <= around.end;
   });

@@ -17,7 +17,7 @@ struct Element {
   std::vector<Element> parts;
 
   const Element& operator[](size_t i) const { return parts.at(i); }
-  bool constructed() const { return (tag & 0x20) != 0; }
+  [[nodiscard]] bool constructed() const { return (tag & 0x20) != 0; }
 };
 
 // ParseDer reads the one element at `at`; the encoding has to be DER with identifiers of one octet.

@@ -28,7 +28,7 @@ class ErrorCapture {
     return all;
   }
   size_t count() const { return reports().size(); }
-  int severity() const { return reports().empty() ? 0 : reports().back().severity; }
+  [[nodiscard]] int severity() const { return reports().empty() ? 0 : reports().back().severity; }
 
  private:
   struct Report {

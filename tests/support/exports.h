@@ -101,11 +101,11 @@ class EncodedShortRequest {
 };
 
 // Verify runs QEX_VerifyTST_Signature; without a certificate its pointer is null.
-inline int32_t Verify(const Octets& token) {
+[[nodiscard]] inline int32_t Verify(const Octets& token) {
   const Guarded input(token);
   return QEX_VerifyTST_Signature(input.data(), input.size(), nullptr, 0);
 }
-inline int32_t Verify(const Octets& token, const Octets& certificate) {
+[[nodiscard]] inline int32_t Verify(const Octets& token, const Octets& certificate) {
   const Guarded input(token);
   const Guarded given(certificate);
   return QEX_VerifyTST_Signature(input.data(), input.size(), given.data(), given.size());

@@ -21,7 +21,7 @@ thread_local long live = 0;
 thread_local size_t largest = 0;
 thread_local size_t requested = 0;
 
-bool allow(size_t n) {
+[[nodiscard]] bool allow(size_t n) {
   if (n > largest) largest = n;
   ++requested;
   if (allowed == SIZE_MAX) return true;

@@ -62,13 +62,13 @@ inline std::vector<std::vector<std::string>> LinesOf(const std::string& name) {
 }
 
 // HaveProgram returns whether the shell finds `name`.
-inline bool HaveProgram(const std::string& name) {
+[[nodiscard]] inline bool HaveProgram(const std::string& name) {
   return std::system(("command -v " + name + " >/dev/null 2>&1").c_str()) == 0;
 }
 
 // RunShell runs a command line and returns its exit status; `*output`, if not null, receives its output to
 // both streams.
-inline int RunShell(const std::string& command, std::string* output = nullptr) {
+[[nodiscard]] inline int RunShell(const std::string& command, std::string* output = nullptr) {
   FILE* const pipe = popen((command + " 2>&1").c_str(), "r");
   if (pipe == nullptr) return -1;
   std::string all;

@@ -47,7 +47,7 @@ class Guarded {
   std::vector<uint8_t> octets() const { return std::vector<uint8_t>(data_, data_ + size_); }
 
   // untouched returns whether every octet still holds kFill.
-  bool untouched() const {
+  [[nodiscard]] bool untouched() const {
     for (size_t i = 0; i < size_; ++i) {
       if (data_[i] != kFill) return false;
     }
@@ -74,7 +74,7 @@ class GuardedRecord {
   const Record* get() const { return reinterpret_cast<const Record*>(memory_.data()); }
   Record* operator->() { return get(); }
   Record& operator*() { return *get(); }
-  bool untouched() const { return memory_.untouched(); }
+  [[nodiscard]] bool untouched() const { return memory_.untouched(); }
   std::vector<uint8_t> octets() const { return memory_.octets(); }
 
  private:

@@ -28,12 +28,12 @@ inline constexpr bool kSmallFrames = false;
 #endif
 
 // UnderValgrind returns whether valgrind runs the program; it loads a library of its own into it.
-inline bool UnderValgrind() {
+[[nodiscard]] inline bool UnderValgrind() {
   const char* const preloaded = std::getenv("LD_PRELOAD");
   return preloaded != nullptr && std::strstr(preloaded, "vgpreload") != nullptr;
 }
 
 // Emulated returns whether an emulator runs the program, as configured in the build.
-bool Emulated();
+[[nodiscard]] bool Emulated();
 
 }  // namespace qex::test

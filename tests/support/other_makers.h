@@ -24,18 +24,18 @@ struct PeerSample {
   Vector words;
 
   const std::string& operator[](const char* word) const { return words.at(word); }
-  bool is(const char* word, const std::string& value) const {
+  [[nodiscard]] bool is(const char* word, const std::string& value) const {
     const auto found = words.find(word);
     return found != words.end() && found->second == value;
   }
-  bool has(const char* word) const { return words.count(word) != 0 && !is(word, "none"); }
+  [[nodiscard]] bool has(const char* word) const { return words.count(word) != 0 && !is(word, "none"); }
   Octets file(const std::string& name) const {
     const Octets octets = ReadFile(QEX_TEST_DATA "/" + folder + "/" + name);
     EXPECT_FALSE(octets.empty()) << folder << "/" << name;
     return octets;
   }
   Octets octets() const { return file((*this)["Name"]); }
-  bool in_ber() const { return (*this)["Name"].find(".ber") != std::string::npos; }
+  [[nodiscard]] bool in_ber() const { return (*this)["Name"].find(".ber") != std::string::npos; }
   // The token in DER, in its original encoding.
   Octets der() const {
     std::string name = (*this)["Name"];
@@ -43,9 +43,9 @@ struct PeerSample {
     return file(name);
   }
   Octets certificate() const { return file("certificate_" + (*this)["Key"] + ".der"); }
-  bool second_version() const { return is("Version", "2"); }
-  bool with_certificate() const { return !is("Certificate", "no"); }
-  bool with_protection() const { return is("Protection", "yes"); }
+  [[nodiscard]] bool second_version() const { return is("Version", "2"); }
+  [[nodiscard]] bool with_certificate() const { return !is("Certificate", "no"); }
+  [[nodiscard]] bool with_protection() const { return is("Protection", "yes"); }
 };
 
 // PeerSamples returns the records of a folder whose names begin with `kind`, and expects `count` of them.
@@ -83,7 +83,7 @@ inline Output TacOf(const Octets& token) {
   });
 }
 
-inline int32_t CheckTac(const Octets& tac, const Octets& token) {
+[[nodiscard]] inline int32_t CheckTac(const Octets& tac, const Octets& token) {
   const Guarded certificate(tac), input(token);
   return QEX_CheckTAC_MatchesTST(certificate.data(), certificate.size(), input.data(), input.size());
 }

@@ -25,7 +25,7 @@ class Reading {
   }
   const Record* operator->() const { return record_.get(); }
   const Record& operator*() const { return *record_.get(); }
-  bool untouched() const { return record_.untouched(); }
+  [[nodiscard]] bool untouched() const { return record_.untouched(); }
 
   int32_t code;
 

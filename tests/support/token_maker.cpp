@@ -13,7 +13,7 @@ Octets joined(const std::vector<Octets>& parts) {
 }
 
 // by_encoding is the order of a SET OF in DER (X.690 11.6).
-bool by_encoding(const Octets& a, const Octets& b) {
+[[nodiscard]] bool by_encoding(const Octets& a, const Octets& b) {
   const auto [in_a, in_b] = std::mismatch(a.begin(), a.end(), b.begin(), b.end());
   return in_b != b.end() && (in_a == a.end() || *in_a < *in_b);
 }
