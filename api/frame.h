@@ -41,21 +41,6 @@ extern std::atomic<int32_t> lastAsnError;
 // returns true for every reason.
 [[nodiscard]] bool ProcessAttach(void* module, uint32_t reason, void* reserved);
 
-// ScratchOctets is `size` octets of 0 that are released at the end of its block; none when allocation fails.
-class ScratchOctets {
- public:
-  explicit ScratchOctets(size_t size) : octets_(static_cast<uint8_t*>(AsnAlloc(size))) {}
-  ~ScratchOctets() { AsnFree(octets_); }
-  ScratchOctets(const ScratchOctets&) = delete;
-  ScratchOctets& operator=(const ScratchOctets&) = delete;
-
-  explicit operator bool() const { return octets_ != nullptr; }
-  uint8_t* octets() const { return octets_; }
-
- private:
-  uint8_t* octets_;
-};
-
 template <class T>
 using Decoder = void (*)(ExpBuf**, T*, AsnLen*, AsnJmpEnv&);
 

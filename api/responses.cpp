@@ -10,6 +10,7 @@
 #include "asn1/cms.h"
 #include "asn1/timestamp.h"
 #include "crypto/octets.h"
+#include "ground/scratch_octets.h"
 
 namespace qex {
 namespace {

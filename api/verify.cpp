@@ -13,6 +13,7 @@
 #include "crypto/bignum/number.h"
 #include "crypto/pk/dsa.h"
 #include "crypto/pk/rsa.h"
+#include "ground/scratch_octets.h"
 
 namespace qex {
 namespace {

@@ -5,13 +5,12 @@
 #include "crypto/pk/dsa_params.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <memory>
 #include <utility>
 
 #include "crypto/assertion.h"
 #include "crypto/bignum/arithmetic.h"
 #include "crypto/prime/bigprime.h"
+#include "ground/scratch_octets.h"
 
 namespace qex {
 namespace {
@@ -34,16 +33,6 @@ constexpr uint32_t kMaxSearches = 64;
   return bits >= 256 ? 2 : bits >= 224 ? 1 : 0;
 }
 
-struct FreeBlock {
-  void operator()(uint8_t* block) const { std::free(block); }
-};
-using Block = std::unique_ptr<uint8_t, FreeBlock>;
-
-[[nodiscard]] uint32_t make_block(Block* block, size_t size) {
-  block->reset(static_cast<uint8_t*>(std::malloc(size)));
-  return *block == nullptr ? KXBN_NOMEM : KXBN_OK;
-}
-
 void hash(const HashInfo* hi, const uint8_t* data, uint32_t length, uint8_t* out) {
   alignas(uint64_t) uint8_t hashctx[250];
   QEX_ASSERT(sizeof(hashctx) >= hi->ctxsz, Claim::DigestContextFits);
@@ -63,27 +52,26 @@ struct Setting {
 // The digests of a seed and of the numbers after it, modulo 2^seedBits.
 class SeedDigests {
  public:
-  [[nodiscard]] uint32_t start(const Setting& set, const KXBN* seed) {
-    qhf_ = set.qhf;
-    length_ = set.seedBits / 8;
-    if (const uint32_t rc = make_block(&number_, length_)) return rc;
-    return KXBN_tobytes(seed, number_.get(), length_);
+  explicit SeedDigests(const Setting& set) : qhf_(set.qhf), length_(set.seedBits / 8), number_(length_) {}
+
+  [[nodiscard]] uint32_t start(const KXBN* seed) {
+    return number_ ? KXBN_tobytes(seed, number_.octets(), length_) : uint32_t{KXBN_NOMEM};
   }
 
   // next writes the digest of the number, and goes on to the one after it.
   void next(uint8_t* out) {
-    hash(qhf_, number_.get(), length_, out);
+    hash(qhf_, number_.octets(), length_, out);
     for (uint32_t i = length_; i-- > 0;) {
-      uint8_t& octet = number_.get()[i];
+      uint8_t& octet = number_.octets()[i];
       octet = uint8_t(octet + 1);
       if (octet != 0) break;  // no carry into the next one
     }
   }
 
  private:
-  const HashInfo* qhf_ = nullptr;
-  Block number_;
-  uint32_t length_ = 0;
+  const HashInfo* qhf_;
+  uint32_t length_;
+  ScratchOctets number_;
 };
 
 // resolve checks the demand, replaces 0 by its default, and sets `*set`.
@@ -136,17 +124,19 @@ class SeedDigests {
   const uint32_t Lbytes = set.L / 8;
   const uint32_t count = (set.L - 1) / (hashsz * 8) + 1;
   const size_t size = size_t{count} * hashsz;
-  Block octets;
+  const ScratchOctets scratch(size);
+  if (!scratch) return KXBN_NOMEM;
+  uint8_t* const octets = scratch.octets();
   Arithmetic compute(set.pool);
   Number twice_q, remainder;
-  compute.call(make_block, &octets, size).make(set.L, twice_q, remainder).add(twice_q, q, q);
+  compute.make(set.L, twice_q, remainder).add(twice_q, q, q);
   if (!compute.ok()) return compute.code();
 
   uint32_t rc = KXBN_NONPRIME;
   for (*counter = 0; *counter <= set.counterLimit; ++*counter) {
     // p = X - (X mod 2q) + 1. X is the digests, the first one lowest, cut to L bits with the top one set.
-    for (uint32_t i = 0; i < count; ++i) digests->next(octets.get() + size - size_t{i + 1} * hashsz);
-    uint8_t* const top = octets.get() + size - Lbytes;
+    for (uint32_t i = 0; i < count; ++i) digests->next(octets + size - size_t{i + 1} * hashsz);
+    uint8_t* const top = octets + size - Lbytes;
     *top |= 0x80;
     Number x;
     compute.frombytes(x, top, Lbytes).mod(remainder, x, twice_q).sub(p, x, remainder).addword(p, 1);
@@ -181,9 +171,9 @@ struct Found {
 
 // try_seed goes all the way with found->seed. `*searches` counts the seeds that had a prime q.
 [[nodiscard]] uint32_t try_seed(const Setting& set, Found* found, uint32_t* searches) {
-  SeedDigests digests;
+  SeedDigests digests(set);
   Number q;
-  if (const uint32_t rc = digests.start(set, found->seed)) return rc;
+  if (const uint32_t rc = digests.start(found->seed)) return rc;
   if (const uint32_t rc = make_q(set, &digests, q.out())) return rc;
   ++*searches;
   if (const uint32_t rc = find_p(set, &digests, q, found->p, &found->counter)) return rc;
