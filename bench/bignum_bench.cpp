@@ -14,7 +14,6 @@
 
 namespace {
 
-using qex::KXBN;
 using qex::Number;
 
 // octets returns the same pseudo-random number of `bits` bits on every call, odd when `seed` is.
@@ -43,10 +42,9 @@ void power(benchmark::State& state, const std::vector<uint8_t>& exponent, uint32
   key.n = m;
   key.e = e;
   for (auto _ : state) {
-    KXBN* out = nullptr;
-    if (qex::rsa_public(&key, input, &out, nullptr) != qex::KXBN_OK) state.SkipWithError("rsa_public");
+    Number out;
+    if (qex::rsa_public(&key, input, out.out(), nullptr) != qex::KXBN_OK) state.SkipWithError("rsa_public");
     benchmark::DoNotOptimize(out->digits[0]);
-    qex::KXBN_free(out);
   }
 }
 

@@ -5,6 +5,7 @@
 
 #include "tests/support/big.h"
 #include "tests/support/each_failure.h"
+#include "tests/support/pool.h"
 
 namespace qex {
 namespace {
@@ -12,6 +13,7 @@ namespace {
 using test::Big;
 using test::FailingAlloc;
 using test::LiveBlocks;
+using test::Pool;
 
 TEST(Arithmetic, StepsAreCarriedOutInTheirOrder) {
   const Big a("64"), b("7"), m("1f");  // 100, 7, 31
@@ -54,8 +56,7 @@ TEST(Arithmetic, NothingFollowsAFailure) {
 }
 
 TEST(Arithmetic, NumbersAreMadeInTheirOrderFromThePool) {
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(64, &pool), KXBN_OK);
+  const Pool pool(64);
   {
     Number a, b, c;
     Arithmetic compute(pool);
@@ -68,7 +69,6 @@ TEST(Arithmetic, NumbersAreMadeInTheirOrderFromThePool) {
     EXPECT_EQ(c->capacity, 2u);
   }
   EXPECT_EQ(pool->freeMask, UINT32_MAX);
-  KXBN_pool_free(pool);
 }
 
 TEST(Arithmetic, AllocationFailuresEndTheComputation) {

@@ -99,10 +99,8 @@ TEST(BignumBytes, AllocationFailuresAreReportedAndLeaveNothing) {
   const uint8_t octets[40] = {1};
   EachAllocationFails(
       [&] {
-        KXBN* n = nullptr;
-        const uint32_t rc = KXBN_frombytes(&n, octets, sizeof octets, nullptr);
-        KXBN_free(n);
-        return rc;
+        Number n;
+        return KXBN_frombytes(n.out(), octets, sizeof octets, nullptr);
       },
       {.least = 1});
 }

@@ -56,8 +56,8 @@ TEST(BignumXgcd, CoefficientAndDivisorFulfilTheLaw) {
     Big m(test::random_hex(random, 1 + random() % 300));
     ASSERT_EQ(KXBN_mul(a, a, common, nullptr), KXBN_OK);
     ASSERT_EQ(KXBN_mul(m, m, common, nullptr), KXBN_OK);
-    KXBN *x = nullptr, *g = nullptr;
-    ASSERT_EQ(KXBN_xgcd(a, m, &x, &g, nullptr), KXBN_OK);
+    Number x, g;
+    ASSERT_EQ(KXBN_xgcd(a, m, x.out(), g.out(), nullptr), KXBN_OK);
     Big law;
     ASSERT_EQ(KXBN_mul(law, a, x, nullptr), KXBN_OK);
     ASSERT_EQ(KXBN_sub(law, law, g), KXBN_OK);
@@ -69,18 +69,15 @@ TEST(BignumXgcd, CoefficientAndDivisorFulfilTheLaw) {
     EXPECT_EQ(law.hex(), "0");
     ASSERT_EQ(KXBN_mod(law, g, common, nullptr), KXBN_OK);
     EXPECT_EQ(law.hex(), "0");
-    KXBN_free4(x, g, nullptr, nullptr);
   }
 }
 
 TEST(BignumXgcd, ZeroOperandsEnd) {
-  KXBN *x = nullptr, *g = nullptr;
-  ASSERT_EQ(KXBN_xgcd(Big("0"), Big("0"), &x, &g, nullptr), KXBN_OK);
+  Number x, g;
+  ASSERT_EQ(KXBN_xgcd(Big("0"), Big("0"), x.out(), g.out(), nullptr), KXBN_OK);
   EXPECT_EQ(test::hex_of(g), "0");
-  KXBN_free4(x, g, nullptr, nullptr);
-  ASSERT_EQ(KXBN_xgcd(Big("0"), Big("c"), &x, &g, nullptr), KXBN_OK);
+  ASSERT_EQ(KXBN_xgcd(Big("0"), Big("c"), x.out(), g.out(), nullptr), KXBN_OK);
   EXPECT_EQ(test::hex_of(g), "c");
-  KXBN_free4(x, g, nullptr, nullptr);
 }
 
 TEST(BignumModinv, AllocationFailuresAreReportedAndLeaveNothing) {

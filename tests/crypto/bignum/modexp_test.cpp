@@ -3,23 +3,24 @@
 
 #include "crypto/bignum/internal.h"
 #include "tests/support/big.h"
+#include "tests/support/each_failure.h"
 #include "tests/support/failing_alloc.h"
+#include "tests/support/pool.h"
 
 namespace qex {
 namespace {
 
 using test::Big;
 using test::FailingAlloc;
-using test::LiveBlocks;
 using test::negated;
 using test::ones;
+using test::Pool;
 using test::power_of_two;
 
 TEST(BignumModexp, AgreesWithPythonsPow) {
   const auto vectors = test::read_vectors("bignum_modexp.txt");
   ASSERT_GT(vectors.size(), 900u);
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(512, &pool), KXBN_OK);
+  const Pool pool(512);
   for (const auto& v : vectors) {
     const Big a(v.at("A")), e(v.at("E")), m(v.at("M"));
     Big r;
@@ -29,7 +30,6 @@ TEST(BignumModexp, AgreesWithPythonsPow) {
     EXPECT_EQ(r.hex(), v.at("ModExp")) << "from a pool";
   }
   EXPECT_EQ(pool->freeMask, 0xFFFFFFFFu);  // every working number went back
-  KXBN_pool_free(pool);
 }
 
 TEST(BignumModexp, BaseNotBelowTheModulusIsReduced) {
@@ -150,17 +150,11 @@ TEST(BignumModexpMemory, AllocationFailureIsReportedAndNothingLeaks) {
   for (const Big& m : moduli) {
     for (const Big* b : {&base, &negative, &small}) {
       for (const Big* e : {&e17, &e300}) {
-        for (size_t nth = 0;; ++nth) {
-          const long before = LiveBlocks();
-          FailingAlloc memory(nth);
-          KXBN* r = nullptr;
-          uint32_t rc = KXBN_new(nullptr, 32, &r);
-          if (rc == KXBN_OK) rc = KXBN_modexp(r, *b, *e, m, nullptr);
-          KXBN_free(r);
-          EXPECT_EQ(LiveBlocks(), before) << nth;
-          ASSERT_EQ(rc, memory.refused() != 0 ? KXBN_NOMEM : KXBN_OK) << nth;
-          if (memory.refused() == 0) break;
-        }
+        test::EachAllocationFails([&]() -> uint32_t {
+          Number r;
+          if (const uint32_t rc = r.make(nullptr, 32)) return rc;
+          return KXBN_modexp(r, *b, *e, m, nullptr);
+        });
       }
     }
   }
@@ -169,8 +163,7 @@ TEST(BignumModexpMemory, AllocationFailureIsReportedAndNothingLeaks) {
 TEST(BignumModexpMemory, AllocationFailureGivesEveryPoolSlotBack) {
   const Big base(ones(700)), e(ones(300)), m(ones(630));
   for (size_t nth = 0;; ++nth) {
-    KXBN_Pool* pool = nullptr;
-    ASSERT_EQ(KXBN_pool_new(64, &pool), KXBN_OK);
+    const Pool pool(64);
     Big r;
     uint32_t rc;
     bool failed;
@@ -181,7 +174,6 @@ TEST(BignumModexpMemory, AllocationFailureGivesEveryPoolSlotBack) {
     }
     EXPECT_EQ(rc, failed ? KXBN_NOMEM : KXBN_OK);
     EXPECT_EQ(pool->freeMask, 0xFFFFFFFFu) << nth;
-    KXBN_pool_free(pool);
     if (!failed) break;
   }
 }

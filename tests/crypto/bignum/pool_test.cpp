@@ -6,20 +6,14 @@
 #include "crypto/bignum/bignum.h"
 #include "crypto/bignum/internal.h"
 #include "tests/support/failing_alloc.h"
+#include "tests/support/pool.h"
 
 namespace qex {
 namespace {
 
 using test::FailingAlloc;
 using test::LiveBlocks;
-
-struct Pool {
-  KXBN_Pool* p = nullptr;
-  explicit Pool(int32_t bits) { EXPECT_EQ(KXBN_pool_new(bits, &p), KXBN_OK); }
-  ~Pool() { KXBN_pool_free(p); }
-  operator KXBN_Pool*() const { return p; }
-  KXBN_Pool* operator->() const { return p; }
-};
+using test::Pool;
 
 KXBN* take(KXBN_Pool* pool, int32_t bits) {
   KXBN* n = nullptr;
@@ -46,7 +40,7 @@ TEST(BignumPool, NumberHasAtLeastThePoolsSize) {
   Pool pool(1024);
   const KXBN* small = take(pool, 1);
   EXPECT_EQ(small->capacity, 32u);
-  EXPECT_EQ(small->pool, pool.p);
+  EXPECT_EQ(small->pool, pool);
   EXPECT_EQ(take(pool, 2048)->capacity, 64u);
   EXPECT_EQ(take(pool, 0)->capacity, 32u);
   Pool tiny(1);

@@ -6,6 +6,7 @@
 #include "crypto/prime/bigprime.h"
 #include "tests/support/big.h"
 #include "tests/support/each_failure.h"
+#include "tests/support/pool.h"
 #include "tests/support/random_source.h"
 
 namespace qex {
@@ -15,6 +16,7 @@ using test::Big;
 using test::ConstantSource;
 using test::EachAllocationFails;
 using test::ListSource;
+using test::Pool;
 using test::SeededSource;
 using test::Vector;
 
@@ -52,8 +54,19 @@ Demand fips_demand() {
   return Demand(dsa_parameters().at(0));
 }
 
-// Result owns the output of a generation.
-struct Result {
+// Output owns what a generation makes.
+struct Output {
+  Output() = default;
+  Output(const Output&) = delete;
+  Output& operator=(const Output&) = delete;
+  ~Output() { KXBN_free4(key.p, key.q, key.g, evidence.seed); }
+
+  DSAKey key{};
+  DSAEvidence evidence{};
+};
+
+// Result is the output of a generation, and its code.
+struct Result : Output {
   Result(const DSAParams& params, const RandomSource* random, KXBN_Pool* pool = nullptr) {
     const Big rubbish("7");
     key = {rubbish, rubbish, rubbish, rubbish, rubbish};  // earlier contents are not read
@@ -63,14 +76,11 @@ struct Result {
   Result(const Result&) = delete;
   Result& operator=(const Result&) = delete;
   ~Result() {
-    KXBN_free4(key.p, key.q, key.g, evidence.seed);
     EXPECT_EQ(key.x, nullptr);
     EXPECT_EQ(key.y, nullptr);
   }
   bool is_empty() const { return !key.p && !key.q && !key.g && !evidence.seed; }
 
-  DSAKey key;
-  DSAEvidence evidence;
   uint32_t code;
 };
 
@@ -186,12 +196,12 @@ TEST(DsaParams, GeneratedParametersMakeAKeyThatSigns) {
   DigestBuf digest{};
   digest.octets[0] = 0xa9;
   digest.length = 20;
-  DSASig sig{};
+  const Big r, s;
+  DSASig sig{r, s};
   ASSERT_EQ(dsa_sign(&digest, &key, &random, nullptr, &sig), KXBN_OK);
   uint32_t result = 99;
   EXPECT_EQ(dsa_verify(&digest, &key, &sig, nullptr, &result), KXBN_OK);
   EXPECT_EQ(result, DSA_VALID);
-  KXBN_free4(sig.r, sig.s, nullptr, nullptr);
 }
 
 TEST(DsaParams, GIsAPowerOfTheHAskedFor) {
@@ -310,8 +320,7 @@ TEST(DsaParamsDeathTest, ContextThatDoesNotFitIsABrokenPrecondition) {
 }
 
 TEST(DsaParams, NumbersComeFromThePool) {
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(1024, &pool), KXBN_OK);
+  const Pool pool(1024);
   SeededSource random(16);
   {
     const Result made(fips_demand().params, &random, pool);
@@ -319,17 +328,17 @@ TEST(DsaParams, NumbersComeFromThePool) {
     EXPECT_EQ(made.key.p->pool, pool);
     EXPECT_EQ(made.evidence.seed->pool, pool);
   }
-  for (KXBN_Pool* each = pool; each != nullptr; each = each->next) EXPECT_EQ(each->freeMask, UINT32_MAX);
-  KXBN_pool_free(pool);
+  EXPECT_TRUE(pool.all_free());
 }
 
 TEST(DsaParams, EvidenceMayBeLeftOut) {
   SeededSource random(17);
   const Demand demand = fips_demand();
-  DSAKey key;
   const long before = test::LiveBlocks();
-  ASSERT_EQ(dsa_generate_params(&key, nullptr, &demand.params, &random, nullptr), KXBN_OK);
-  KXBN_free4(key.p, key.q, key.g, nullptr);
+  {
+    Output made;
+    ASSERT_EQ(dsa_generate_params(&made.key, nullptr, &demand.params, &random, nullptr), KXBN_OK);
+  }
   EXPECT_EQ(test::LiveBlocks(), before);
 }
 
@@ -338,12 +347,10 @@ TEST(DsaParams, AllocationFailuresAreReportedAndLeaveNothing) {
   EachAllocationFails(
       [&] {
         SeededSource random(18);
-        DSAKey key;
-        DSAEvidence evidence;
-        const uint32_t rc = dsa_generate_params(&key, &evidence, &demand.params, &random, nullptr);
-        EXPECT_EQ(key.p == nullptr, rc != KXBN_OK);
-        EXPECT_EQ(evidence.seed == nullptr, rc != KXBN_OK);
-        KXBN_free4(key.p, key.q, key.g, evidence.seed);
+        Output made;
+        const uint32_t rc = dsa_generate_params(&made.key, &made.evidence, &demand.params, &random, nullptr);
+        EXPECT_EQ(made.key.p == nullptr, rc != KXBN_OK);
+        EXPECT_EQ(made.evidence.seed == nullptr, rc != KXBN_OK);
         return rc;
       },
       {.stride = 3});

@@ -8,6 +8,7 @@
 
 #include "tests/support/big.h"
 #include "tests/support/each_failure.h"
+#include "tests/support/pool.h"
 #include "tests/support/random_source.h"
 
 namespace qex {
@@ -17,6 +18,7 @@ using test::Big;
 using test::EachAllocationFails;
 using test::ListSource;
 using test::ones;
+using test::Pool;
 using test::power_of_two;
 using test::SeededSource;
 using test::Vector;
@@ -65,6 +67,14 @@ struct Case {
   DigestBuf digest;
 };
 
+// A signature that owns the numbers that signing stores in it.
+struct OwnedSig : DSASig {
+  OwnedSig() : DSASig{} {}
+  OwnedSig(const OwnedSig&) = delete;
+  OwnedSig& operator=(const OwnedSig&) = delete;
+  ~OwnedSig() { KXBN_free4(r, s, nullptr, nullptr); }
+};
+
 constexpr uint32_t kValid = 0;
 constexpr uint32_t kInvalid = 1;
 constexpr uint32_t kCode(uint32_t rc) {
@@ -95,8 +105,7 @@ TEST(DsaVerify, SignaturesOfOtherImplementationsAreValid) {
 }
 
 TEST(DsaVerify, APoolServesAllWorkingNumbersAndGetsThemBack) {
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(2048, &pool), KXBN_OK);
+  const Pool pool(2048);
   for (const Vector& v : dsa_signatures()) {
     uint32_t result;
     ASSERT_EQ(Case(v).verify(&result, pool), KXBN_OK);
@@ -104,7 +113,6 @@ TEST(DsaVerify, APoolServesAllWorkingNumbersAndGetsThemBack) {
     EXPECT_EQ(pool->freeMask, UINT32_MAX);
     EXPECT_EQ(pool->next, nullptr);
   }
-  KXBN_pool_free(pool);
 }
 
 TEST(DsaVerify, OneBitOfTheDigestMakesItInvalid) {
@@ -158,7 +166,7 @@ TEST(DsaVerify, EmptyDigestIsTheNumberZero) {
   const DSASig sig = c.sig();
   const Big z("0");
   SeededSource random(1);
-  DSASig made{};
+  OwnedSig made;
   c.digest.length = 0;
   ASSERT_EQ(dsa_sign(&c.digest, &key, &random, nullptr, &made), KXBN_OK);
   uint32_t result = 99;
@@ -166,7 +174,6 @@ TEST(DsaVerify, EmptyDigestIsTheNumberZero) {
   EXPECT_EQ(result, DSA_VALID);
   EXPECT_EQ(dsa_verify_int(z, &key, &sig, nullptr, &result), KXBN_OK);
   EXPECT_EQ(result, DSA_INVALID);
-  KXBN_free4(made.r, made.s, nullptr, nullptr);
 }
 
 TEST(DsaVerify, WrongLengthOfADigestIsThatOfItsArray) {
@@ -282,11 +289,10 @@ TEST(DsaSign, GivenKGivesTheSignatureOfTheStandard) {
     const Case c(v);
     const Big k(v.at("K")), z(v.at("Digest").substr(0, 40));
     const DSAKey key = c.key();
-    DSASig sig{};
+    OwnedSig sig;
     ASSERT_EQ(dsa_sign_int(z, &key, k, nullptr, &sig), KXBN_OK);
     EXPECT_EQ(test::hex_of(sig.r), v.at("R"));
     EXPECT_EQ(test::hex_of(sig.s), v.at("S"));
-    KXBN_free4(sig.r, sig.s, nullptr, nullptr);
   }
 }
 
@@ -308,14 +314,13 @@ TEST(DsaSign, SignedDigestsVerifyForEveryKey) {
   for (const Vector& v : dsa_signatures()) {
     Case c(v);
     const DSAKey key = c.key();
-    DSASig sig{};
+    OwnedSig sig;
     ASSERT_EQ(dsa_sign(&c.digest, &key, &random, nullptr, &sig), KXBN_OK);
     EXPECT_EQ(random.lastBits, KXBN_bits(c.q) + 64);
     EXPECT_NE(test::hex_of(sig.r), v.at("R"));
     uint32_t result = 99;
     EXPECT_EQ(dsa_verify(&c.digest, &key, &sig, nullptr, &result), KXBN_OK);
     EXPECT_EQ(result, DSA_VALID) << v.at("Name");
-    KXBN_free4(sig.r, sig.s, nullptr, nullptr);
   }
 }
 
@@ -330,11 +335,10 @@ TEST(DsaSign, DrawnNumberIsReducedToOneToQMinusOne) {
   ASSERT_EQ(KXBN_add(drawn, drawn, Big(v.at("K"))), KXBN_OK);
   ASSERT_EQ(KXBN_sub(drawn, drawn, one), KXBN_OK);
   ListSource random({drawn.hex()});
-  DSASig sig{};
+  OwnedSig sig;
   ASSERT_EQ(dsa_sign(&c.digest, &key, &random, nullptr, &sig), KXBN_OK);
   EXPECT_EQ(test::hex_of(sig.r), v.at("R"));
   EXPECT_EQ(test::hex_of(sig.s), v.at("S"));
-  KXBN_free4(sig.r, sig.s, nullptr, nullptr);
 }
 
 TEST(DsaSign, KOutOfRangeOrNoPrivateKeyIsRefused) {
@@ -342,7 +346,7 @@ TEST(DsaSign, KOutOfRangeOrNoPrivateKeyIsRefused) {
   const DSAKey key = c.key();
   const DSAKey without_x = c.public_key();
   const Big z("1");
-  DSASig sig{};
+  OwnedSig sig;
   for (const std::string& k : {std::string("0"), std::string("-1"), c.q.hex(), power_of_two(200)}) {
     EXPECT_EQ(dsa_sign_int(z, &key, Big(k), nullptr, &sig), KXBN_BADARG) << k;
   }
@@ -355,7 +359,7 @@ TEST(DsaSign, SignatureOfZeroIsNeverGiven) {
   // 2 has order 11 modulo 23. With x = 3 and k = 4: r = 16 mod 11 = 5, and z = -15 makes s = 0.
   const Big p("17"), q("b"), g("2"), x("3"), k("4"), z("-f");
   DSAKey key{p, q, g, x, nullptr};
-  DSASig sig{};
+  OwnedSig sig;
   EXPECT_EQ(dsa_sign_int(z, &key, k, nullptr, &sig), KXBN_NONPRIME);
   // g = 0 makes r = 0.
   const Big nothing("0");
@@ -370,7 +374,7 @@ TEST(DsaSign, KeyThatGivesNoSignatureEndsTheDraws) {
   const DSAKey key{p, q, g, x, nullptr};
   SeededSource random(3);
   const DigestBuf digest = digest_of("a9");
-  DSASig sig{};
+  OwnedSig sig;
   EXPECT_EQ(dsa_sign(&digest, &key, &random, nullptr, &sig), KXBN_NONPRIME);
   EXPECT_GT(random.calls, 1);
   EXPECT_EQ(sig.r, nullptr);
@@ -378,7 +382,7 @@ TEST(DsaSign, KeyThatGivesNoSignatureEndsTheDraws) {
 
 TEST(DsaSign, UnusableQOrNoSourceIsRefusedAndTheSourcesCodePassedUp) {
   Case c = fips_signature();
-  DSASig sig{};
+  OwnedSig sig;
   DSAKey key = c.key();
   EXPECT_EQ(dsa_sign(&c.digest, &key, nullptr, nullptr, &sig), KXBN_BADARG);
   ListSource empty({}, 77);
@@ -398,12 +402,11 @@ TEST(DsaSign, QOfTwoBitsIsLargeEnough) {
   const DSAKey key{p, q, g, x, y};
   const DigestBuf digest = digest_of("a9");
   ListSource numbers({"0", "1"});
-  DSASig sig{};
+  OwnedSig sig;
   ASSERT_EQ(dsa_sign(&digest, &key, &numbers, nullptr, &sig), KXBN_OK);
   uint32_t result = DSA_PENDING;
   EXPECT_EQ(dsa_verify(&digest, &key, &sig, nullptr, &result), KXBN_OK);
   EXPECT_EQ(result, uint32_t{DSA_VALID});
-  KXBN_free4(sig.r, sig.s, nullptr, nullptr);
 }
 
 TEST(DsaSign, AllocationFailuresAreReportedAndLeaveNothing) {
@@ -411,11 +414,10 @@ TEST(DsaSign, AllocationFailuresAreReportedAndLeaveNothing) {
   const DSAKey key = c.key();
   EachAllocationFails([&] {
     SeededSource random(5);
-    DSASig sig{};
+    OwnedSig sig;
     const uint32_t rc = dsa_sign(&c.digest, &key, &random, nullptr, &sig);
     EXPECT_EQ(sig.r == nullptr, rc != KXBN_OK);
     EXPECT_EQ(sig.s == nullptr, rc != KXBN_OK);
-    KXBN_free4(sig.r, sig.s, nullptr, nullptr);
     return rc;
   });
 }

@@ -11,6 +11,7 @@
 #include "tests/support/der.h"
 #include "tests/support/each_failure.h"
 #include "tests/support/files.h"
+#include "tests/support/pool.h"
 #include "tests/support/random_source.h"
 
 namespace qex {
@@ -21,6 +22,7 @@ using test::ConstantSource;
 using test::EachAllocationFails;
 using test::HaveProgram;
 using test::Octets;
+using test::Pool;
 using test::SeededSource;
 namespace der = test::der;
 
@@ -143,15 +145,12 @@ TEST(RsaKeygen, KeysSignAndVerify) {
   RSAKey plain = made.key;
   plain.p = nullptr;
   const Big input("123456789abcdef123456789abcdef");
-  KXBN* crt = nullptr;
-  KXBN* direct = nullptr;
-  KXBN* back = nullptr;
-  ASSERT_EQ(rsa_private(&made.key, input, &crt, nullptr), KXBN_OK);
-  ASSERT_EQ(rsa_private(&plain, input, &direct, nullptr), KXBN_OK);
-  ASSERT_EQ(rsa_public(&made.key, crt, &back, nullptr), KXBN_OK);
+  Number crt, direct, back;
+  ASSERT_EQ(rsa_private(&made.key, input, crt.out(), nullptr), KXBN_OK);
+  ASSERT_EQ(rsa_private(&plain, input, direct.out(), nullptr), KXBN_OK);
+  ASSERT_EQ(rsa_public(&made.key, crt, back.out(), nullptr), KXBN_OK);
   EXPECT_EQ(test::hex_of(crt), test::hex_of(direct));
   EXPECT_EQ(test::hex_of(back), input.hex());
-  KXBN_free4(crt, direct, back, nullptr);
 }
 
 TEST(RsaKeygen, DifferentNumbersGiveDifferentKeysTheSameGiveTheSame) {
@@ -312,8 +311,7 @@ TEST(RsaKeygen, SourceThatEndsIsPassedUpFromEveryPlace) {
 }
 
 TEST(RsaKeygen, NumbersComeFromThePool) {
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(2048, &pool), KXBN_OK);
+  const Pool pool(2048);
   SeededSource source(80);
   RSAKey key;
   ASSERT_EQ(rsa_generate_key(&key, 1024, Big("10001"), &source, pool), KXBN_OK);
@@ -321,8 +319,7 @@ TEST(RsaKeygen, NumbersComeFromThePool) {
   EXPECT_EQ(test::hex_of(key.d), test::hex_of(same.key.d));
   rsa_free_key(&key);
   EXPECT_TRUE(is_empty(key));
-  for (KXBN_Pool* each = pool; each != nullptr; each = each->next) EXPECT_EQ(each->freeMask, UINT32_MAX);
-  KXBN_pool_free(pool);
+  EXPECT_TRUE(pool.all_free());
 }
 
 TEST(RsaKeygen, AllocationFailuresAreReportedAndLeaveNothing) {

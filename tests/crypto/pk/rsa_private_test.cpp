@@ -4,12 +4,14 @@
 #include "crypto/pk/rsa.h"
 #include "tests/support/big.h"
 #include "tests/support/each_failure.h"
+#include "tests/support/pool.h"
 
 namespace qex {
 namespace {
 
 using test::Big;
 using test::EachAllocationFails;
+using test::Pool;
 using test::Vector;
 
 struct OwnedKey {
@@ -65,12 +67,10 @@ TEST(RsaPrivate, PublicOperationUndoesIt) {
     const OwnedKey owned(v);
     const RSAKey key = owned.full();
     const Big input(test::random_hex(random, KXBN_bits(owned.n) - 1));
-    KXBN* out = nullptr;
-    KXBN* back = nullptr;
-    ASSERT_EQ(rsa_private(&key, input, &out, nullptr), KXBN_OK);
-    ASSERT_EQ(rsa_public(&key, out, &back, nullptr), KXBN_OK);
+    Number out, back;
+    ASSERT_EQ(rsa_private(&key, input, out.out(), nullptr), KXBN_OK);
+    ASSERT_EQ(rsa_public(&key, out, back.out(), nullptr), KXBN_OK);
     EXPECT_EQ(test::hex_of(back), input.hex());
-    KXBN_free4(out, back, nullptr, nullptr);
   }
 }
 
@@ -156,14 +156,13 @@ TEST(RsaPrivateDeathTest, PlainOperationNeedsModulusAndExponent) {
 TEST(RsaPrivate, ResultComesFromThePool) {
   const OwnedKey owned(rsa_keys().at(1));
   const RSAKey key = owned.crt();
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(1024, &pool), KXBN_OK);
-  KXBN* out = nullptr;
-  ASSERT_EQ(rsa_private(&key, Big("5"), &out, pool), KXBN_OK);
-  EXPECT_EQ(out->pool, pool);
-  KXBN_free(out);
+  const Pool pool(1024);
+  {
+    Number out;
+    ASSERT_EQ(rsa_private(&key, Big("5"), out.out(), pool), KXBN_OK);
+    EXPECT_EQ(out->pool, pool);
+  }
   EXPECT_EQ(pool->freeMask, UINT32_MAX);
-  KXBN_pool_free(pool);
 }
 
 TEST(RsaPrivate, AllocationFailuresAreReportedAndLeaveNothing) {
@@ -171,10 +170,9 @@ TEST(RsaPrivate, AllocationFailuresAreReportedAndLeaveNothing) {
   const Big input(rsa_keys().at(1).at("Input"));
   for (const RSAKey& key : {owned.plain(), owned.crt()}) {
     EachAllocationFails([&] {
-      KXBN* out = nullptr;
-      const uint32_t rc = rsa_private(&key, input, &out, nullptr);
+      Number out;
+      const uint32_t rc = rsa_private(&key, input, out.out(), nullptr);
       EXPECT_EQ(out == nullptr, rc != KXBN_OK);
-      KXBN_free(out);
       return rc;
     });
   }

@@ -7,6 +7,7 @@
 
 #include "tests/support/big.h"
 #include "tests/support/failing_alloc.h"
+#include "tests/support/pool.h"
 
 namespace qex {
 namespace {
@@ -15,6 +16,7 @@ using test::Big;
 using test::FailingAlloc;
 using test::LiveBlocks;
 using test::ones;
+using test::Pool;
 
 RSAKey public_key(const Big& n, const Big& e) {
   RSAKey key{};
@@ -35,10 +37,9 @@ TEST(RsaPublic, RecoversTheBlocksOfOpensslSignatures) {
     const Big n(v.at("N")), e(v.at("E")), signature(v.at("Signature"));
     ASSERT_EQ(std::to_string(KXBN_bits(n)), v.at("Bits"));
     const RSAKey key = public_key(n, e);
-    KXBN* out = nullptr;
-    ASSERT_EQ(rsa_public(&key, signature, &out, nullptr), KXBN_OK);
+    Number out;
+    ASSERT_EQ(rsa_public(&key, signature, out.out(), nullptr), KXBN_OK);
     EXPECT_EQ(test::hex_of(out), stripped(v.at("Block"))) << v.at("Bits") << " " << v.at("E");
-    KXBN_free(out);
   }
 }
 
@@ -62,34 +63,28 @@ TEST(RsaPublic, SignatureNotBelowTheModulusIsReduced) {
   Big above(ones(521));
   ASSERT_EQ(KXBN_addword(above, 1), KXBN_OK);
   const RSAKey key = public_key(n, e);
-  KXBN* out = nullptr;
-  ASSERT_EQ(rsa_public(&key, n, &out, nullptr), KXBN_OK);
+  Number out;
+  ASSERT_EQ(rsa_public(&key, n, out.out(), nullptr), KXBN_OK);
   EXPECT_EQ(test::hex_of(out), "0");
-  KXBN_free(out);
-  ASSERT_EQ(rsa_public(&key, above, &out, nullptr), KXBN_OK);
+  ASSERT_EQ(rsa_public(&key, above, out.out(), nullptr), KXBN_OK);
   EXPECT_EQ(test::hex_of(out), "1");
-  KXBN_free(out);
 }
 
 TEST(RsaPublic, EvenModulusGivesTheArithmeticResult) {
   const Big n("de0b6b3a7640000"), e("3");  // 10^18
   const RSAKey key = public_key(n, e);
-  KXBN* out = nullptr;
-  ASSERT_EQ(rsa_public(&key, Big("3b9aca07"), &out, nullptr), KXBN_OK);  // 10^9 + 7
-  EXPECT_EQ(test::hex_of(out), "2239e1ff57");                            // 147 * 10^9 + 343
-  KXBN_free(out);
+  Number out;
+  ASSERT_EQ(rsa_public(&key, Big("3b9aca07"), out.out(), nullptr), KXBN_OK);  // 10^9 + 7
+  EXPECT_EQ(test::hex_of(out), "2239e1ff57");                                 // 147 * 10^9 + 343
 }
 
 TEST(RsaPublic, OutComesFromThePool) {
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(64, &pool), KXBN_OK);
-  KXBN* out = nullptr;
-  ASSERT_EQ(rsa_exp(Big("f1"), Big("3"), Big("5"), &out, pool), KXBN_OK);
+  const Pool pool(64);
+  Number out;
+  ASSERT_EQ(rsa_exp(Big("f1"), Big("3"), Big("5"), out.out(), pool), KXBN_OK);
   EXPECT_EQ(out->pool, pool);
   EXPECT_EQ(test::hex_of(out), "7d");
   EXPECT_EQ(pool->freeMask, 0xFFFFFFFFu & ~(1u << (out - pool->slots)));
-  KXBN_free(out);
-  KXBN_pool_free(pool);
 }
 
 TEST(RsaPublic, ModulusOfZeroIsRefusedAndOutIsNull) {
@@ -107,23 +102,21 @@ TEST(RsaPublic, ModulusOfZeroIsRefusedAndOutIsNull) {
 TEST(RsaPublic, ModulusWithoutRoomForTheResultIsRefused) {
   // The moduli are even and the power is small, so that nothing but the room for the result can refuse them.
   const std::string zeros((kMaxBits - 64) / 4, '0');
-  KXBN* out = nullptr;
-  ASSERT_EQ(rsa_exp(Big("8" + zeros.substr(1)), Big("3"), Big("5"), &out, nullptr), KXBN_OK);
+  Number out;
+  ASSERT_EQ(rsa_exp(Big("8" + zeros.substr(1)), Big("3"), Big("5"), out.out(), nullptr), KXBN_OK);
   EXPECT_EQ(test::hex_of(out), "7d");
-  KXBN_free(out);
   KXBN marker{};
-  out = &marker;
-  EXPECT_EQ(rsa_exp(Big("1" + zeros), Big("3"), Big("5"), &out, nullptr), KXBN_BADARG);
-  EXPECT_EQ(out, nullptr);
+  KXBN* refused = &marker;
+  EXPECT_EQ(rsa_exp(Big("1" + zeros), Big("3"), Big("5"), &refused, nullptr), KXBN_BADARG);
+  EXPECT_EQ(refused, nullptr);
 }
 
 TEST(RsaPublic, ExponentOfAnySizeIsTaken) {
   const Big n(ones(127)), e(ones(20000)), input("3");
-  KXBN* out = nullptr;
-  ASSERT_EQ(rsa_exp(n, e, input, &out, nullptr), KXBN_OK);
+  Number out;
+  ASSERT_EQ(rsa_exp(n, e, input, out.out(), nullptr), KXBN_OK);
   // pow(3, 2**20000 - 1, 2**127 - 1), from Python
   EXPECT_EQ(test::hex_of(out), "34c15028beae53f4b066af3f7992c37c");
-  KXBN_free(out);
 }
 
 TEST(RsaPublic, AllocationFailureIsReportedAndOutIsNull) {
@@ -133,17 +126,15 @@ TEST(RsaPublic, AllocationFailureIsReportedAndOutIsNull) {
   for (;; ++nth) {
     const long before = LiveBlocks();
     FailingAlloc memory(nth);
-    KXBN* out = nullptr;
-    const uint32_t rc = rsa_public(&key, input, &out, nullptr);
-    if (memory.refused() == 0) {
-      ASSERT_EQ(rc, KXBN_OK);
-      KXBN_free(out);
-      EXPECT_EQ(LiveBlocks(), before);
-      break;
+    uint32_t rc;
+    {
+      Number out;
+      rc = rsa_public(&key, input, out.out(), nullptr);
+      EXPECT_EQ(out == nullptr, rc != KXBN_OK);
     }
-    EXPECT_EQ(rc, KXBN_NOMEM);
-    EXPECT_EQ(out, nullptr);
     EXPECT_EQ(LiveBlocks(), before) << nth;
+    ASSERT_EQ(rc, memory.refused() == 0 ? KXBN_OK : KXBN_NOMEM);
+    if (memory.refused() == 0) break;
   }
   EXPECT_EQ(nth, 1u);  // the result
 }

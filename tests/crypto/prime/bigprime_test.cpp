@@ -8,6 +8,7 @@
 
 #include "tests/support/big.h"
 #include "tests/support/each_failure.h"
+#include "tests/support/pool.h"
 #include "tests/support/random_source.h"
 
 namespace qex {
@@ -18,6 +19,7 @@ using test::ConstantSource;
 using test::EachAllocationFails;
 using test::hex_of;
 using test::ListSource;
+using test::Pool;
 using test::SeededSource;
 
 // is_prime is exact and slow, by other means than the library's.
@@ -256,14 +258,12 @@ TEST(PrimeTest, WithoutARandomSourceIsRefused) {
 }
 
 TEST(PrimeTest, PoolGetsItsNumbersBack) {
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(512, &pool), KXBN_OK);
+  const Pool pool(512);
   SeededSource random(10);
   EXPECT_EQ(bigprime_test(Big("1fffffffffffffff"), 0, &random, pool), KXBN_OK);
   EXPECT_EQ(bigprime_test(Big("1fffffffffffffff"), 0, &random, pool), KXBN_OK);
   EXPECT_EQ(pool->freeMask, UINT32_MAX);
   EXPECT_EQ(pool->next, nullptr);
-  KXBN_pool_free(pool);
 }
 
 TEST(PrimeTest, AllocationFailuresAreReportedAndLeaveNothing) {

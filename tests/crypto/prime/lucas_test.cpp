@@ -8,6 +8,7 @@
 
 #include "tests/support/big.h"
 #include "tests/support/each_failure.h"
+#include "tests/support/pool.h"
 
 namespace qex {
 namespace {
@@ -15,6 +16,7 @@ namespace {
 using test::Big;
 using test::EachAllocationFails;
 using test::hex_of;
+using test::Pool;
 using test::power_of_two;
 
 int symbol_of(const KXBN* a, const KXBN* n) {
@@ -162,12 +164,10 @@ TEST(LucasTest, NumberTooLargeForItsSuccessorGivesCode1) {
 }
 
 TEST(LucasTest, PoolGetsItsNumbersBack) {
-  KXBN_Pool* pool = nullptr;
-  ASSERT_EQ(KXBN_pool_new(512, &pool), KXBN_OK);
+  const Pool pool(512);
   EXPECT_EQ(bnlucas_test(Big("1fffffffffffffff"), pool), KXBN_OK);
   EXPECT_EQ(pool->freeMask, UINT32_MAX);
   EXPECT_EQ(pool->next, nullptr);
-  KXBN_pool_free(pool);
 }
 
 TEST(LucasTest, AllocationFailuresAreReportedAndLeaveNothing) {
