@@ -80,11 +80,11 @@ uint32_t dsa_verify_int(const KXBN* z, const DSAKey* key, const DSASig* sig, KXB
 uint32_t dsa_sign(const DigestBuf* digest, const DSAKey* key, const RandomSource* random, KXBN_Pool* pool,
                   DSASig* sig) {
   if (random == nullptr || is_negative(key->q) || KXBN_bits(key->q) < 2) return KXBN_BADARG;
+  Arithmetic compute(pool);
   Number z, k;
-  if (const uint32_t rc = digest_number(z.out(), digest, key->q, pool)) return rc;
-  if (const uint32_t rc = k.make(pool, KXBN_bits(key->q))) return rc;
+  compute.call(digest_number, z.out(), digest, key->q, pool).make(KXBN_bits(key->q), k);
   for (int i = 0; i < kMaxDraws; ++i) {
-    if (const uint32_t rc = draw_k(k, key->q, random, pool)) return rc;
+    if (!compute.call(draw_k, k, key->q, random, pool).ok()) return compute.code();
     const uint32_t rc = dsa_sign_int(z, key, k, pool, sig);
     if (rc != KXBN_NONPRIME) return rc;
   }

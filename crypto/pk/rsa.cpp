@@ -2,7 +2,7 @@
 #include "crypto/pk/rsa.h"
 
 #include "crypto/assertion.h"
-#include "crypto/bignum/number.h"
+#include "crypto/bignum/arithmetic.h"
 
 namespace qex {
 
@@ -14,12 +14,11 @@ template <class Power>
                               KXBN_Pool* pool) {
   QEX_ASSERT(mod != nullptr, Claim::ModulusIsPresent);
   QEX_ASSERT(exp != nullptr, Claim::ExponentIsPresent);
-  *out = nullptr;
+  Arithmetic compute(pool);
   Number result;
-  if (const uint32_t rc = result.make(pool, KXBN_bits(mod) + 64)) return rc;
-  if (const uint32_t rc = power(result, input, exp, mod, pool)) return rc;
-  *out = result.release();
-  return KXBN_OK;
+  compute.make(KXBN_bits(mod) + 64, result).call(power, result, input, exp, mod, pool);
+  *out = compute.ok() ? result.release() : nullptr;
+  return compute.code();
 }
 
 }  // namespace

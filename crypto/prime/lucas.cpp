@@ -41,18 +41,17 @@ void set_signed(KXBN* n, int value) {
 // choose_q finds the first Q whose D = 1 - 4Q has the symbol -1; `*q` stays 0 when none has.
 [[nodiscard]] uint32_t choose_q(int* q, const KXBN* n, KXBN_Pool* pool) {
   *q = 0;
+  Arithmetic compute(pool);
   Number d;
-  if (const uint32_t rc = d.make(pool, 32)) return rc;
-  for (int i = 1; i <= kCandidates; ++i) {
+  compute.make(32, d);
+  for (int i = 1; compute.ok() && *q == 0 && i <= kCandidates; ++i) {
     const int candidate = i % 2 == 1 ? -i : i;
     set_signed(d, 1 - 4 * candidate);
     int symbol = 0;
-    if (const uint32_t rc = bnlucas_jacobi(&symbol, d, n, pool)) return rc;
-    if (symbol != -1) continue;
-    *q = candidate;
-    break;
+    compute.call(bnlucas_jacobi, &symbol, d, n, pool);
+    if (symbol == -1) *q = candidate;
   }
-  return KXBN_OK;
+  return compute.code();
 }
 
 // The Lucas sequence U for P = 1 modulo n: two neighbours U(k) and U(k+1), from k = 0.
