@@ -386,7 +386,7 @@ TEST(Verify, BytesAfterTheCallersCertificateArePartOfItsHash) {
   EXPECT_EQ(VerdictOn(maker.encode(), AuthorityCertificate()), (Verdict{QEX_E_MISMATCH, 0}));
 }
 
-// --- -1: arguments and the caller's certificate ----------------------------------------------------
+// --- QEX_E_ARG: arguments and the caller's certificate -----------------------------------------------
 
 TEST(Verify, NullTokenIsAnArgumentErrorAndKeepsTheLastError) {
   const ErrorCapture quiet;
@@ -417,7 +417,7 @@ TEST(Verify, TokenIsLookedAtBeforeTheCallersCertificate) {
   EXPECT_EQ(VerdictOn(maker.encode(), {0x31, 0x00}), (Verdict{QEX_E_BADTOKEN, kLacksAPart}));
 }
 
-// --- -7: the token ---------------------------------------------------------------------------------
+// --- QEX_E_BADTOKEN: the token -----------------------------------------------------------------------
 
 TEST(Verify, TokenThatDoesNotDecodeIsBadWithTheDecodersNumber) {
   const ErrorCapture quiet;
@@ -474,7 +474,7 @@ TEST(Verify, WellFormedTokenThatLacksAPartIsBadWithLastError100) {
   }
 }
 
-// --- -14, -6, -16: the signing-certificate attribute --------------------------------------------------
+// --- QEX_E_NOCERT, QEX_E_DECODE, QEX_E_MISMATCH: the signing-certificate attribute -------------------
 
 TEST(Verify, TokenWithoutTheAttributeHasNoCertificateOrDoesNotNameTheCallers) {
   const Octets unnamed =
@@ -550,7 +550,7 @@ TEST(Verify, SignatureIsJudgedBeforeTheCallersCertificateIsNamed) {
   EXPECT_EQ(VerdictOn(token, AuthorityCertificate()), (Verdict{QEX_E_SIGNATURE, 0}));
 }
 
-// --- -8: digest and signature -----------------------------------------------------------------------------
+// --- QEX_E_SIGNATURE: digest and signature -----------------------------------------------------------
 
 TEST(Verify, ContentOfAnotherDigestIsRefused) {
   TokenMaker maker;
@@ -615,8 +615,7 @@ TEST(Verify, AttributesAfterTheSignatureAreNotCovered) {
   expect_both(maker.encode(), {QEX_E_SIGNATURE, 0});
 }
 
-// --- -5, -2, -8, -13: the key
-// --------------------------------------------------------------------------------
+// --- QEX_E_MISSING, QEX_E_NOMEM, QEX_E_SIGNATURE, QEX_E_UNSUPPORTED: the key -------------------------
 
 // with_key makes a token whose authority has this SubjectPublicKeyInfo.
 struct KeyCase {

@@ -144,7 +144,7 @@ TEST(DsaParams, CounterLimitIsTheLastCounterTried) {
   EXPECT_TRUE(none.is_empty());
 }
 
-TEST(DsaParams, GivenSeedWithoutAPrimeQGivesCode5) {
+TEST(DsaParams, GivenSeedWithoutAPrimeQGivesNonprime) {
   Demand demand = fips_demand();
   ASSERT_EQ(KXBN_addword(demand.seed, 1), KXBN_OK);
   SeededSource random(5);

@@ -229,7 +229,7 @@ TEST(DsaVerify, SmallestQTakesNoOctetOfTheDigest) {
   EXPECT_EQ(c.outcome(), kInvalid);
 }
 
-TEST(DsaVerify, SWithoutInverseGivesCode5AndStaysPending) {
+TEST(DsaVerify, SWithoutInverseGivesNonprimeAndStaysPending) {
   Case c = fips_signature();
   set(c.q, power_of_two(159));
   set(c.r, "3");
@@ -237,7 +237,7 @@ TEST(DsaVerify, SWithoutInverseGivesCode5AndStaysPending) {
   EXPECT_EQ(c.outcome(), kCode(KXBN_NONPRIME));
 }
 
-TEST(DsaVerify, POfZeroGivesCode4AndStaysPending) {
+TEST(DsaVerify, POfZeroGivesDivzeroAndStaysPending) {
   Case c = fips_signature();
   set(c.p, "0");
   EXPECT_EQ(c.outcome(), kCode(KXBN_DIVZERO));
@@ -267,7 +267,7 @@ TEST(DsaVerify, HostileGAndYAreInvalid) {
   }
 }
 
-TEST(DsaVerify, NumberTooLargeToMultiplyGivesCode1AndStaysPending) {
+TEST(DsaVerify, NumberTooLargeToMultiplyGivesBadargAndStaysPending) {
   Case c = fips_signature();
   set(c.p, ones(300000));  // odd: its Montgomery constant would pass the largest number
   EXPECT_EQ(c.outcome(), kCode(KXBN_BADARG));

@@ -36,6 +36,10 @@ std::vector<Vector> rsa_keys() {
   return test::read_vectors("rsa_keys.txt");
 }
 
+std::string in_words(uint32_t rc) {
+  return "code " + std::to_string(rc);
+}
+
 // result_of is the number in hexadecimal, or the code in words; a failure gives no number.
 std::string result_of(const RSAKey& key, const KXBN* input, KXBN_Pool* pool = nullptr) {
   Big unrelated("7");
@@ -47,7 +51,7 @@ std::string result_of(const RSAKey& key, const KXBN* input, KXBN_Pool* pool = nu
     return text;
   }
   EXPECT_EQ(out, nullptr);
-  return "code " + std::to_string(rc);
+  return in_words(rc);
 }
 
 TEST(RsaPrivate, PlainAndRemainderTheoremAgreeWithOpenssl) {
@@ -97,27 +101,28 @@ TEST(RsaPrivate, InputNotBelowTheModulusIsReduced) {
   }
 }
 
-TEST(RsaPrivate, PrimeOfZeroGivesCode4) {
+TEST(RsaPrivate, PrimeOfZeroGivesDivzero) {
   const OwnedKey key(rsa_keys().at(1));
   const Big zero("0");
   RSAKey broken = key.crt();
   broken.p = zero;
-  EXPECT_EQ(result_of(broken, Big("5")), "code 4");
+  EXPECT_EQ(result_of(broken, Big("5")), in_words(KXBN_DIVZERO));
   broken = key.crt();
   broken.q = zero;
-  EXPECT_EQ(result_of(broken, Big("5")), "code 4");
+  EXPECT_EQ(result_of(broken, Big("5")), in_words(KXBN_DIVZERO));
   broken = key.plain();
   broken.n = zero;
-  EXPECT_EQ(result_of(broken, Big("5")), "code 4");
+  EXPECT_EQ(result_of(broken, Big("5")), in_words(KXBN_DIVZERO));
 }
 
-TEST(RsaPrivate, PrimeTooLongForTheResultGivesCode1) {
+TEST(RsaPrivate, PrimeTooLongForTheResultGivesBadarg) {
   // Exponents of 1 and powers of two for p: nothing but the room for the result, twice p and 64 bits, can
   // refuse.
   const std::string zeros(262112 / 4, '0');
   const Big fits("8" + zeros.substr(1)), longer("1" + zeros), one("1");
   EXPECT_EQ(result_of({nullptr, nullptr, nullptr, fits, one, one, one, one}, Big("5")), "5");
-  EXPECT_EQ(result_of({nullptr, nullptr, nullptr, longer, one, one, one, one}, Big("5")), "code 1");
+  EXPECT_EQ(result_of({nullptr, nullptr, nullptr, longer, one, one, one, one}, Big("5")),
+            in_words(KXBN_BADARG));
 }
 
 TEST(RsaPrivateDeathTest, MissingValuesAreBrokenPreconditionsInTheirOrder) {

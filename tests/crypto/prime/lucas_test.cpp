@@ -158,7 +158,7 @@ TEST(LucasTest, EvenSmallAndNegativeNumbersNeedNoSequence) {
   }
 }
 
-TEST(LucasTest, NumberTooLargeForItsSuccessorGivesCode1) {
+TEST(LucasTest, NumberTooLargeForItsSuccessorGivesBadarg) {
   // N + 1 has one bit more than the largest number.
   EXPECT_EQ(bnlucas_test(Big(test::ones(kMaxBits)), nullptr), KXBN_BADARG);
 }
