@@ -1,3 +1,4 @@
+// RSA keys for tests, from their file, and signatures made with them.
 #include "tests/support/rsa_signer.h"
 
 #include <cstdio>
