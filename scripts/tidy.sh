@@ -1,11 +1,11 @@
 #!/usr/bin/env bash
-# clang-tidy 14 over all sources that the preset release builds; any finding fails. .clang-tidy lists the checks,
-# tests/.clang-tidy and fuzz/.clang-tidy the differences there. The C++ sources of a folder are read as one, since
-# most of the time goes into the headers that they include.
+# clang-tidy 14 over all sources that the preset release builds; any finding fails. .clang-tidy lists the checks, those
+# in tests/, fuzz/ and bench/ the differences there. The C++ sources of a folder are read as one, since most of the time
+# goes into the headers that they include.
 #
-# usage: scripts/tidy.sh [--changed | FILE...]     default: all of the library, the tool, examples, tests and fuzz
-# targets; --changed: the folders with a source that changed since all were read (scripts/concerned.py), or a header
-# that it includes; FILE: these alone, each by itself
+# usage: scripts/tidy.sh [--changed | FILE...]     default: all of the library, the tool, examples, tests, benchmarks
+# and fuzz targets; --changed: the folders with a source that changed since all were read (scripts/concerned.py), or a
+# header that it includes; FILE: these alone, each by itself
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -15,7 +15,7 @@ cmake --preset release -B "$build" > /dev/null
 
 concerned=$(git ls-files --cached --others --exclude-standard '*.c' '*.cpp')
 if [ "${1-}" = --changed ]; then
-  concerned=$(scripts/concerned.py tidy .clang-tidy tests/.clang-tidy fuzz/.clang-tidy scripts/tidy.sh <<< "$concerned")
+  concerned=$(scripts/concerned.py tidy .clang-tidy {tests,fuzz,bench}/.clang-tidy scripts/tidy.sh <<< "$concerned")
   shift
 fi
 
@@ -26,7 +26,7 @@ plan() {
 import json, os, sys
 from collections import defaultdict
 
-FOLDERS = ("tool/", "tests/", "api/", "asn1/", "ber/", "crypto/", "ground/", "examples/", "fuzz/")
+FOLDERS = ("tool/", "tests/", "api/", "asn1/", "ber/", "crypto/", "ground/", "examples/", "fuzz/", "bench/")
 commands, root, concerned, target, *chosen = sys.argv[1:]
 concerned = set(concerned.split())
 with open(commands, encoding="utf-8") as file:
@@ -36,9 +36,9 @@ groups = defaultdict(list)
 for name in sorted(entries):
     if chosen and name not in chosen or not name.startswith(FOLDERS):
         continue
-    # Each example and fuzz target is a program of its own; the algorithms of crypto/ share names, and the units of
-    # tests/hpp/ must not see each other.
-    alone = chosen or name.endswith(".c") or name.startswith(("crypto/", "examples/", "fuzz/", "tests/hpp/"))
+    # Each example and fuzz target is a program of its own; the algorithms of crypto/ share names, as do the benchmarks,
+    # and the units of tests/hpp/ must not see each other.
+    alone = chosen or name.endswith(".c") or name.startswith(("crypto/", "examples/", "fuzz/", "bench/", "tests/hpp/"))
     groups[name if alone else os.path.dirname(name)].append(name)
 if missing := set(chosen) - set(entries):
     sys.exit(f"tidy: not built by the preset release: {' '.join(sorted(missing))}")
@@ -71,7 +71,7 @@ PY
 check() {
   local said status=0 name=${1#"$PWD"/} settings=.clang-tidy
   name=${name#"$build"/folders/}
-  case $name in tests/* | fuzz/*) settings=${name%%/*}/.clang-tidy ;; esac
+  case $name in tests/* | fuzz/* | bench/*) settings=${name%%/*}/.clang-tidy ;; esac
   said=$(clang-tidy-14 -p "$build/folders" --quiet --warnings-as-errors='*' --config-file="$settings" "$1" 2> /dev/null) ||
     status=1
   [ "$status" -eq 0 ] && [ -z "$said" ] && return 0

@@ -46,8 +46,8 @@ Octets joined(const std::map<std::string, Octets>& parts) {
   Octets both(2 * length);
   const Octets& r = parts.at("r");
   const Octets& s = parts.at("s");
-  std::copy(r.begin(), r.end(), both.begin() + static_cast<std::ptrdiff_t>(length - r.size()));
-  std::copy(s.begin(), s.end(), both.begin() + static_cast<std::ptrdiff_t>(2 * length - s.size()));
+  std::copy(r.begin(), r.end(), both.begin() + ptrdiff_t(length - r.size()));
+  std::copy(s.begin(), s.end(), both.begin() + ptrdiff_t(2 * length - s.size()));
   return both;
 }
 

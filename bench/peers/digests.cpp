@@ -21,8 +21,9 @@ std::vector<Row> DigestRows() {
       {"64 octets", "64"}, {"1 KiB", "1024"}, {"64 KiB", "65536"}, {"16 MiB", "16777216"}};
   std::vector<Row> rows;
   for (const Digest& digest : kDigests) {
-    for (const Size& size : kSizes)
+    for (const Size& size : kSizes) {
       rows.push_back({"Digests", std::string(digest.name) + ", " + size.name, digest.job, size.octets});
+    }
   }
   return rows;
 }

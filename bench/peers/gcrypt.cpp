@@ -46,8 +46,8 @@ struct Expressions {
   const Number signature(parts.at("signature"));
   const Octets& digest = parts.at("digest");
   return gcry_sexp_build(&made.key, nullptr, "(public-key (rsa (n %m) (e %m)))", n.value(), e.value()) == 0 &&
-         gcry_sexp_build(&made.data, nullptr, "(data (flags pkcs1) (hash sha256 %b))",
-                         static_cast<int>(digest.size()), digest.data()) == 0 &&
+         gcry_sexp_build(&made.data, nullptr, "(data (flags pkcs1) (hash sha256 %b))", int(digest.size()),
+                         digest.data()) == 0 &&
          gcry_sexp_build(&made.signature, nullptr, "(sig-val (rsa (s %m)))", signature.value()) == 0;
 }
 

@@ -21,7 +21,7 @@ template <gnutls_digest_algorithm_t kAlgorithm, size_t kLength>
 }
 
 gnutls_datum_t datum_of(const Octets& octets) {
-  return {const_cast<uint8_t*>(octets.data()), static_cast<unsigned>(octets.size())};
+  return {const_cast<uint8_t*>(octets.data()), unsigned(octets.size())};
 }
 
 // A token, decoded.
@@ -91,7 +91,7 @@ template <class Use>
   bool good = false;
   const int count = gnutls_pkcs7_get_crt_count(token);
   for (int i = 0; i < count && !done; ++i) {
-    const Certificate certificate(token, static_cast<unsigned>(i));
+    const Certificate certificate(token, unsigned(i));
     done = is_signer(certificate, signature);
     good = done && use(certificate);
   }
@@ -119,7 +119,7 @@ template <class Use>
   const Token token(subject.parts.at("token"));
   const int count = token.good() ? gnutls_pkcs7_get_crt_count(token) : 0;
   for (int i = 0; i < count; ++i) {
-    if (!Certificate(token, static_cast<unsigned>(i)).good()) return false;
+    if (!Certificate(token, unsigned(i)).good()) return false;
   }
   return count > 0 && (result == nullptr || put_token(token, result));
 }

@@ -8,7 +8,7 @@ namespace qex::bench {
 namespace {
 
 uint32_t length_of(const Octets& octets) {
-  return static_cast<uint32_t>(octets.size());
+  return uint32_t(octets.size());
 }
 
 template <size_t kLength, auto kInit, auto kUpdate, auto kFinal>
@@ -28,8 +28,9 @@ template <size_t kLength, auto kInit, auto kUpdate, auto kFinal>
 [[nodiscard]] bool encode_token(const Subject& subject, Octets* result) {
   uint8_t token[65536];
   uint32_t length = sizeof token;
-  if (QEX_GetTSR_EncodedToken(token, &length, subject.octets.data(), length_of(subject.octets)) != QEX_OK)
+  if (QEX_GetTSR_EncodedToken(token, &length, subject.octets.data(), length_of(subject.octets)) != QEX_OK) {
     return false;
+  }
   if (result != nullptr) result->assign(token, token + length);
   return true;
 }
@@ -75,8 +76,9 @@ void put_number(const uint8_t* octets, size_t length, Octets* result) {
 [[nodiscard]] bool read_certificate(const Subject& subject, Octets* result) {
   uint8_t certificate[16384];
   uint32_t length = sizeof certificate;
-  if (QEX_GetTST_TSACert(certificate, &length, subject.octets.data(), length_of(subject.octets)) != QEX_OK)
+  if (QEX_GetTST_TSACert(certificate, &length, subject.octets.data(), length_of(subject.octets)) != QEX_OK) {
     return false;
+  }
   if (result != nullptr) result->assign(certificate, certificate + length);
   return true;
 }

@@ -49,8 +49,9 @@ Arguments parse(const std::vector<std::string>& words) {
       throw std::runtime_error("unknown argument " + words[i]);
     }
   }
-  if (arguments.folder.empty())
+  if (arguments.folder.empty()) {
     throw std::runtime_error("usage: qex_peers FOLDER [--once] [--seconds N] [--only TEXT] [--json FILE]");
+  }
   return arguments;
 }
 

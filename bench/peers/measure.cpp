@@ -28,7 +28,7 @@ struct Entrant {
 double now(clockid_t clock) {
   timespec time{};
   clock_gettime(clock, &time);
-  return static_cast<double>(time.tv_sec) * 1e9 + static_cast<double>(time.tv_nsec);
+  return double(time.tv_sec) * 1e9 + double(time.tv_nsec);
 }
 
 // The time of one of `runs` runs. A thread's own processor time does not contain what other programs take.
@@ -36,15 +36,16 @@ Times time_of(const Way& way, const Subject& subject, uint64_t runs) {
   const double clock = now(CLOCK_MONOTONIC);
   const double processor = now(CLOCK_THREAD_CPUTIME_ID);
   for (uint64_t i = 0; i < runs; ++i) way.run(subject, nullptr);
-  const double count = static_cast<double>(runs);
+  const auto count = double(runs);
   return {(now(CLOCK_THREAD_CPUTIME_ID) - processor) / count, (now(CLOCK_MONOTONIC) - clock) / count};
 }
 
 // Several threads begin together; the slowest counts.
 Times time_on_threads(const Way& way, const Subject& subject, uint64_t runs, int threads) {
-  std::vector<Times> times(static_cast<size_t>(threads));
+  auto times = std::vector<Times>(size_t(threads));
   std::barrier start(threads);
   std::vector<std::thread> running;
+  running.reserve(times.size());
   for (Times& place : times) {
     running.emplace_back([&] {
       start.arrive_and_wait();
@@ -53,13 +54,14 @@ Times time_on_threads(const Way& way, const Subject& subject, uint64_t runs, int
   }
   for (std::thread& thread : running) thread.join();
   Times slowest{0, 0};
-  for (const Times& one : times)
+  for (const Times& one : times) {
     slowest = {std::max(slowest.processor, one.processor), std::max(slowest.clock, one.clock)};
+  }
   return slowest;
 }
 
 double median(std::vector<double> values) {
-  const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+  const auto middle = values.begin() + ptrdiff_t(values.size() / 2);
   std::ranges::nth_element(values, middle);
   return *middle;
 }
@@ -84,10 +86,12 @@ std::vector<Entrant> entrants_of(const Row& row, const Subject& subject, const s
         continue;
       }
       if (entrants.empty()) expected = result;
-      if (way.share == Share::Whole && result != expected)
+      if (way.share == Share::Whole && result != expected) {
         throw std::runtime_error(place_of(row, maker, way) + " has another result");
-      if (row.job == Job::VerifyToken && way.run(damaged, nullptr))
+      }
+      if (row.job == Job::VerifyToken && way.run(damaged, nullptr)) {
         throw std::runtime_error(place_of(row, maker, way) + " accepts a damaged token");
+      }
       entrants.push_back({&way, {maker.name, way.does, way.share}});
     }
   }
@@ -99,16 +103,16 @@ std::vector<Entrant> entrants_of(const Row& row, const Subject& subject, const s
 // which other programs get the processor.
 void calibrate(Entrant& entrant, const Subject& subject) {
   constexpr double kSample = 1e6;
-  while (time_of(*entrant.way, subject, entrant.runs).processor * static_cast<double>(entrant.runs) < kSample)
+  while (time_of(*entrant.way, subject, entrant.runs).processor * double(entrant.runs) < kSample) {
     entrant.runs *= 2;
+  }
 }
 
 void take_samples(std::vector<Entrant>& entrants, const Row& row, const Subject& subject,
                   const Effort& effort) {
   constexpr size_t kFewest = 7;
   for (Entrant& entrant : entrants) calibrate(entrant, subject);
-  const double end =
-      now(CLOCK_THREAD_CPUTIME_ID) + effort.seconds * 1e9 * static_cast<double>(entrants.size());
+  const double end = now(CLOCK_THREAD_CPUTIME_ID) + effort.seconds * 1e9 * double(entrants.size());
   for (size_t round = 0; round < kFewest || now(CLOCK_THREAD_CPUTIME_ID) < end; ++round) {
     if (row.threads > 1 && round >= 40 * kFewest) break;  // other threads' time is not seen here
     for (size_t i = 0; i < entrants.size(); ++i) {

@@ -31,7 +31,7 @@ using Owned = std::unique_ptr<Value, Freer<kFree>>;
 template <class Value, auto kDecode, auto kFree>
 [[nodiscard]] Owned<Value, kFree> decoded(const Octets& octets) {
   const uint8_t* at = octets.data();
-  return Owned<Value, kFree>(kDecode(nullptr, &at, static_cast<long>(octets.size())));
+  return Owned<Value, kFree>(kDecode(nullptr, &at, long(octets.size())));
 }
 
 auto reply_of(const Subject& subject) {
@@ -170,10 +170,9 @@ Info info_of(const Subject& subject) {
   if (TS_REQ_set_version(request.get(), 1) == 1 &&
       X509_ALGOR_set0(algorithm.get(), OBJ_nid2obj(NID_sha256), V_ASN1_UNDEF, nullptr) == 1 &&
       TS_MSG_IMPRINT_set_algo(imprint.get(), algorithm.get()) == 1 &&
-      TS_MSG_IMPRINT_set_msg(imprint.get(), const_cast<uint8_t*>(digest.data()),
-                             static_cast<int>(digest.size())) == 1 &&
+      TS_MSG_IMPRINT_set_msg(imprint.get(), const_cast<uint8_t*>(digest.data()), int(digest.size())) == 1 &&
       TS_REQ_set_msg_imprint(request.get(), imprint.get()) == 1 &&
-      ASN1_STRING_set(nonce.get(), number.data(), static_cast<int>(number.size())) == 1 &&
+      ASN1_STRING_set(nonce.get(), number.data(), int(number.size())) == 1 &&
       TS_REQ_set_nonce(request.get(), nonce.get()) == 1 && TS_REQ_set_cert_req(request.get(), 1) == 1) {
     length = i2d_TS_REQ(request.get(), &der);
   }

@@ -28,7 +28,7 @@ std::string quoted(const std::string& text) {
   std::string quoted = "\"";
   for (const char c : text) {
     if (c == '"' || c == '\\') quoted += '\\';
-    if (static_cast<unsigned char>(c) >= 0x20) quoted += c;
+    if (uint8_t(c) >= 0x20) quoted += c;
   }
   return quoted + '"';
 }

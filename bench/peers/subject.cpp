@@ -15,8 +15,9 @@ Octets read_file(const std::string& path) {
 
 Octets from_hex(const std::string& text) {
   Octets octets;
-  for (size_t i = 0; i + 1 < text.size(); i += 2)
-    octets.push_back(static_cast<uint8_t>(std::stoul(text.substr(i, 2), nullptr, 16)));
+  for (size_t i = 0; i + 1 < text.size(); i += 2) {
+    octets.push_back(uint8_t(std::stoul(text.substr(i, 2), nullptr, 16)));
+  }
   return octets;
 }
 
@@ -51,14 +52,15 @@ struct Element {
 
 Subject ReadSubject(const std::string& folder, const Row& row) {
   const std::string& name = row.subject;
-  if (name.find_first_not_of("0123456789") != std::string::npos)
+  if (name.find_first_not_of("0123456789") != std::string::npos) {
     return {read_file(folder + "/" + name), read_parts(folder + "/" + name + ".parts")};
+  }
   Subject subject;
   subject.octets.resize(std::stoul(name));
   uint32_t state = 1;
   for (uint8_t& octet : subject.octets) {
     state = state * 1664525 + 1013904223;
-    octet = static_cast<uint8_t>(state >> 24);
+    octet = uint8_t(state >> 24);
   }
   return subject;
 }

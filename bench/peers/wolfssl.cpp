@@ -17,10 +17,10 @@ template <class Context, auto kInit, auto kUpdate, auto kFinal, size_t kLength>
 [[nodiscard]] bool digest(const Subject& subject, Octets* result) {
   Context context;
   uint8_t digest[kLength];
-  if (kInit(&context) != 0 ||
-      kUpdate(&context, subject.octets.data(), static_cast<word32>(subject.octets.size())) != 0 ||
-      kFinal(&context, digest) != 0)
+  if (kInit(&context) != 0 || kUpdate(&context, subject.octets.data(), word32(subject.octets.size())) != 0 ||
+      kFinal(&context, digest) != 0) {
     return false;
+  }
   if (result != nullptr) result->assign(digest, digest + kLength);
   return true;
 }
@@ -30,7 +30,7 @@ template <class Context, auto kInit, auto kUpdate, auto kFinal, size_t kLength>
   PKCS7* token = wc_PKCS7_New(nullptr, INVALID_DEVID);
   const bool good = token != nullptr && wc_PKCS7_InitWithCert(token, nullptr, 0) == 0 &&
                     wc_PKCS7_VerifySignedData(token, const_cast<uint8_t*>(subject.octets.data()),
-                                              static_cast<word32>(subject.octets.size())) == 0;
+                                              word32(subject.octets.size())) == 0;
   wc_PKCS7_Free(token);
   return good;
 }
