@@ -46,6 +46,7 @@
 
 /// libqex for C++. All names are in the inline namespace v1.
 namespace qex {
+
 /// The version of this layer, part of every name that a linker sees.
 inline namespace v1 {
 

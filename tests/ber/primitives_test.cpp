@@ -38,7 +38,7 @@ Decoding<T> content(F decode, std::string_view hex, AsnLen len) {
 
 template <class T, class F>
 Decoding<T> content(F decode, std::string_view hex) {
-  return content<T>(decode, hex, static_cast<AsnLen>(FromHex(hex).size()));
+  return content<T>(decode, hex, AsnLen(FromHex(hex).size()));
 }
 
 template <class T, class F>
@@ -152,7 +152,7 @@ TEST(AsnInt, EncodingIsMinimal) {
 TEST(AsnInt, RoundTrip) {
   std::mt19937 random(5);
   for (int i = 0; i < 2000; ++i) {
-    const auto value = static_cast<AsnInt>(random()) >> random() % 32;
+    const auto value = AsnInt(random()) >> random() % 32;
     for (const size_t block : {1u, 100u}) {
       const auto d = full<AsnInt>(BDecAsnInt, encoded(BEncAsnInt, value), block);
       ASSERT_EQ(d.outcome, kDecoded);
@@ -212,7 +212,7 @@ TEST(UAsnInt, EncodingIsMinimalAndNeverNegative) {
 TEST(UAsnInt, RoundTrip) {
   std::mt19937 random(6);
   for (int i = 0; i < 2000; ++i) {
-    const auto value = static_cast<UAsnInt>(random()) >> random() % 32;
+    const auto value = UAsnInt(random()) >> random() % 32;
     const auto d = full<UAsnInt>(BDecUAsnInt, encoded(BEncUAsnInt, value), 2);
     ASSERT_EQ(d.outcome, kDecoded);
     ASSERT_EQ(d.value, value);

@@ -10,11 +10,13 @@
 #include "tests/support/instrumentation.h"
 
 namespace {
+
 #ifdef QEX_EMULATOR
 char emulator[] = QEX_EMULATOR;
 #else
 char emulator[] = "";
 #endif
+
 }  // namespace
 
 bool qex::test::Emulated() {
