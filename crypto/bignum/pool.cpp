@@ -67,7 +67,6 @@ uint32_t KXBN_pool_with_slot(KXBN_Pool* first, KXBN_Pool** out) {
     }
     pool = pool->next;
   } while (pool != nullptr);
-  if (first->bitSize > kMaxBits) return KXBN_BADARG;
   if (const uint32_t rc = KXBN_pool_new(int32_t(first->bitSize), out)) return rc;
   (*out)->next = first->next;
   first->next = *out;
