@@ -166,6 +166,15 @@ class InstallTest(unittest.TestCase):
                 paths = re.findall(r'^ +(?:NEW_)?RPATH "(.*)"\)?$', file.read(), re.MULTILINE)
             self.assertEqual(set(paths), {its + "/lib"})
 
+    def test_ToolLooksForItsLibraryBesideItAlone(self):
+        # An empty entry is the folder in which it is started. CMake ends the path of the tool that it builds with one,
+        # so that it can tell the path when it writes the installed one over it.
+        tool, readelf = os.path.join(self.prefix, "bin", "qex"), shutil.which("readelf")
+        if not os.path.exists(tool) or readelf is None:
+            self.skipTest("no tool, or no readelf")
+        paths = re.findall(r"\(R(?:UN)?PATH\).*\[(.*)\]", run(readelf, "-dW", tool, env={**os.environ, "LC_ALL": "C"}))
+        self.assertEqual(paths, ["$ORIGIN/" + os.path.relpath(self.lib, os.path.dirname(tool))])
+
     def test_PkgConfigLinksAStaticProgram(self):
         flags = self.pkg_config_flags("--static")
         # On Windows the header would declare the functions as those of the DLL.
