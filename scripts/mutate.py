@@ -126,17 +126,18 @@ class Library:
         return made
 
     def linked(self, target, made):
-        """Links a test program from the sound objects and those of `made`, which come first: of a function or a
-        constant in a header the linker keeps the first copy, and the sound objects of another folder have one too."""
+        """Links a test program from the sound objects and those of `made`. Of a function or a constant in a header
+        the linker keeps the first copy, and the sound objects of another folder have one too: they come last."""
         program = str(SPACE / target)
         words = list(self.links[target])
         words[words.index("-o") + 1] = program
-        changed_first = sorted(self.objects, key=lambda file: file not in made)
-        objects = [made.get(file, self.objects[file]) for file in changed_first]
+        others = [output for file, output in self.objects.items() if file not in made]
         changed = {output: made[file] for file, output in self.tests.items() if file in made}
         words = [changed.get(word, word) for word in words]
         first = next(i for i, word in enumerate(words) if word.endswith(".o"))
-        words = [word for word in words[:first] + objects + words[first:] if "libqex_core.a" not in word]
+        objects = [made[file] for file in self.objects if file in made]
+        words = words[:first] + objects + words[first:first + 1] + others + words[first + 1:]
+        words = [word for word in words if "libqex_core.a" not in word]
         words.insert(1, "-fuse-ld=lld")
         status, said = run(words, cwd=BUILD)
         if status != 0:

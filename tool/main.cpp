@@ -13,7 +13,7 @@
 namespace qex::tool {
 namespace {
 
-int tool_main(int count, char** words) {
+[[nodiscard]] int tool_main(int count, char** words) {
   PrepareProcess(count, words);
   if (const std::optional<int> status = RunAsWorker(count, words)) return *status;
   try {

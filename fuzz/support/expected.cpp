@@ -7,7 +7,7 @@
 namespace qex::fuzz {
 namespace {
 
-bool all_digits(std::string_view s) {
+[[nodiscard]] bool all_digits(std::string_view s) {
   return std::all_of(s.begin(), s.end(), [](char c) { return c >= '0' && c <= '9'; });
 }
 
@@ -83,7 +83,7 @@ std::string name_of(const Octets& type) {
 }
 
 // The bytes of a value by its tag; nothing for one that has none.
-std::optional<std::string> value_text(const Octets& type, const Tlv& value) {
+[[nodiscard]] std::optional<std::string> value_text(const Octets& type, const Tlv& value) {
   const bool under = type.size() > 2 && type[0] == 0x55 && type[1] == 0x04;
   if (under && type[2] == kTelexNumber) {
     if (value.children.size() != 3) return std::nullopt;

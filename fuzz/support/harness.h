@@ -67,7 +67,7 @@ class Record {
   T* get() const { return reinterpret_cast<T*>(block_.data()); }
   T* operator->() const { return get(); }
   // untouched returns whether every octet from `begin` on is still `fill`.
-  bool untouched(uint8_t fill, size_t begin = 0) const {
+  [[nodiscard]] bool untouched(uint8_t fill, size_t begin = 0) const {
     return std::all_of(block_.data() + begin, block_.data() + sizeof(T),
                        [&](uint8_t o) { return o == fill; });
   }
@@ -86,7 +86,7 @@ void CheckCode(int32_t code, Codes allowed, const char* what);
 // may not touch. Returns the output; nothing, with the code in `*code`, when the code is neither "too small"
 // nor success: it must then be the same for every output.
 template <class Call>
-std::optional<Octets> CheckOutputRule(Call call, int32_t* code, bool sizeByNull = true);
+[[nodiscard]] std::optional<Octets> CheckOutputRule(Call call, int32_t* code, bool sizeByNull = true);
 
 // TextOf returns the text of a zero-terminated field; ends the process when it has no terminator.
 std::string TextOf(const char* field, size_t size);
@@ -96,7 +96,7 @@ uint64_t Mix(View in, uint64_t salt = 0);
 
 // The target, and a function that returns how many octets before its input are not encodings (0 unless a
 // target defines it).
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
+extern "C" [[nodiscard]] int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size);
 size_t NotEncodings(View in);
 
 // --- CheckOutputRule ------------------------------------------------------------
@@ -105,19 +105,19 @@ namespace internal {
 inline constexpr uint8_t kUnwritten = 0xA7;
 
 template <class Call>
-int32_t CallWith(Call& call, Block& block, uint32_t* length) {
+[[nodiscard]] int32_t CallWith(Call& call, Block& block, uint32_t* length) {
   std::fill_n(block.data(), block.size(), kUnwritten);
   *length = uint32_t(block.size());
   return call(block.data(), length);
 }
 
-inline bool AllUnwritten(View octets) {
+[[nodiscard]] inline bool AllUnwritten(View octets) {
   return std::all_of(octets.begin(), octets.end(), [](uint8_t o) { return o == kUnwritten; });
 }
 }  // namespace internal
 
 template <class Call>
-std::optional<Octets> CheckOutputRule(Call call, int32_t* code, bool sizeByNull) {
+[[nodiscard]] std::optional<Octets> CheckOutputRule(Call call, int32_t* code, bool sizeByNull) {
   using namespace internal;
   uint32_t needed = 0;
   if (sizeByNull) {

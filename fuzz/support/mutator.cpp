@@ -22,7 +22,7 @@ using Random = std::minstd_rand;
 size_t below(Random& random, size_t n) {
   return random() % n;
 }
-bool one_in(Random& random, size_t n) {
+[[nodiscard]] bool one_in(Random& random, size_t n) {
   return below(random, n) == 0;
 }
 

@@ -71,7 +71,7 @@ Tlv* attribute_value(Tlv* attributes, const AsnOid& type) {
   return nullptr;
 }
 
-bool name_certificate(Tlv* attributes, bool useV2) {
+[[nodiscard]] bool name_certificate(Tlv* attributes, bool useV2) {
   Tlv* value = attribute_value(attributes, useV2 ? kIdSigningCertificateV2 : kIdSigningCertificate);
   Tlv* identifier = child(child(value, 0), 0);
   Octets algorithm = contents(useV2 ? kIdSha256 : kIdSha1);

@@ -16,14 +16,14 @@ struct Cursor {
   size_t at = 0;
 
   size_t left() const { return in.size() - at; }
-  bool get(uint8_t* octet) {
+  [[nodiscard]] bool get(uint8_t* octet) {
     if (left() == 0) return false;
     *octet = in[at++];
     return true;
   }
 };
 
-bool read_tag(Cursor* c, Octets* tag) {
+[[nodiscard]] bool read_tag(Cursor* c, Octets* tag) {
   uint8_t octet;
   if (!c->get(&octet) || octet == 0) return false;
   tag->push_back(octet);
@@ -35,7 +35,7 @@ bool read_tag(Cursor* c, Octets* tag) {
   return true;
 }
 
-bool read_length(Cursor* c, bool* indefinite, size_t* length) {
+[[nodiscard]] bool read_length(Cursor* c, bool* indefinite, size_t* length) {
   uint8_t octet;
   if (!c->get(&octet)) return false;
   *indefinite = octet == 0x80;
@@ -52,16 +52,16 @@ bool read_length(Cursor* c, bool* indefinite, size_t* length) {
   return *length != 0xFFFFFFFF;
 }
 
-bool read_element(Cursor* c, Tlv* out, Inside inside, int depth);
+[[nodiscard]] bool read_element(Cursor* c, Tlv* out, Inside inside, int depth);
 
-bool read_children(Cursor* c, size_t end, Tlv* out, Inside inside, int depth) {
+[[nodiscard]] bool read_children(Cursor* c, size_t end, Tlv* out, Inside inside, int depth) {
   while (c->at < end) {
     if (!read_element(c, &out->children.emplace_back(), inside, depth + 1)) return false;
   }
   return c->at == end;
 }
 
-bool read_until_end_of_contents(Cursor* c, Tlv* out, Inside inside, int depth) {
+[[nodiscard]] bool read_until_end_of_contents(Cursor* c, Tlv* out, Inside inside, int depth) {
   for (;;) {
     if (c->left() >= 2 && c->in[c->at] == 0 && c->in[c->at + 1] == 0) {
       c->at += 2;
@@ -113,7 +113,7 @@ bool read_element(Cursor* c, Tlv* out, Inside inside, int depth) {
   return true;
 }
 
-bool append_string(const Tlv& string, uint8_t component, Octets* out) {
+[[nodiscard]] bool append_string(const Tlv& string, uint8_t component, Octets* out) {
   if (!string.constructed()) {
     out->insert(out->end(), string.content.begin(), string.content.end());
     return true;
@@ -123,7 +123,7 @@ bool append_string(const Tlv& string, uint8_t component, Octets* out) {
   });
 }
 
-bool has_indefinite(const Tlv& tlv) {
+[[nodiscard]] bool has_indefinite(const Tlv& tlv) {
   return tlv.indefinite || std::any_of(tlv.children.begin(), tlv.children.end(), has_indefinite);
 }
 

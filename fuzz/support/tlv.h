@@ -25,10 +25,12 @@ struct Tlv {
   std::vector<Tlv> children;
   Octets length;  // when not empty, written in place of the right length
 
-  bool constructed() const { return (tag[0] & 0x20) != 0; }
+  [[nodiscard]] bool constructed() const { return (tag[0] & 0x20) != 0; }
   // is returns whether the one identifier octet is `octet`; of a primitive tag the constructed form counts
   // too.
-  bool is(uint8_t octet) const { return tag.size() == 1 && (tag[0] == octet || tag[0] == (octet | 0x20)); }
+  [[nodiscard]] bool is(uint8_t octet) const {
+    return tag.size() == 1 && (tag[0] == octet || tag[0] == (octet | 0x20));
+  }
 };
 
 // Primitive and Constructed make an element with a tag of one octet.
@@ -40,7 +42,7 @@ enum class Inside : bool { Leave, Open };  // whether encodings inside of string
 // ReadTlv reads one element at the start of `in` and returns the octets that it takes; nothing when it is not
 // well-formed: contents that do not end where the length says, an indefinite length of a primitive element, a
 // tag of 0, a tag or length of more than four octets, nesting above 100.
-std::optional<size_t> ReadTlv(View in, Tlv* out, Inside inside = Inside::Leave);
+[[nodiscard]] std::optional<size_t> ReadTlv(View in, Tlv* out, Inside inside = Inside::Leave);
 
 // ReadForest reads elements until the input ends or one is not well-formed, and returns the octets read.
 size_t ReadForest(View in, std::vector<Tlv>* out, Inside inside);
@@ -54,15 +56,15 @@ Octets LengthOctets(size_t length);
 
 // IsDefinite returns whether `in` is one element without indefinite lengths, all lengths as short as they can
 // be, and nothing after it.
-bool IsDefinite(View in);
+[[nodiscard]] bool IsDefinite(View in);
 
 // StringOf returns the content of a string: that of its components, one after another, when it
 // is constructed; nothing when a component is not of the primitive type `component`.
-std::optional<Octets> StringOf(const Tlv& string, uint8_t component);
+[[nodiscard]] std::optional<Octets> StringOf(const Tlv& string, uint8_t component);
 
 // HasEmptyInteger returns whether there is, anywhere inside, a primitive element without content that may be
 // an INTEGER, by its own tag or under an implicit one.
-bool HasEmptyInteger(const Tlv& tlv);
+[[nodiscard]] bool HasEmptyInteger(const Tlv& tlv);
 
 // Fields walks the elements of a SEQUENCE in their order.
 class Fields {
@@ -77,7 +79,7 @@ class Fields {
     ++next_;
     return &child;
   }
-  bool done() const { return sequence_ != nullptr && next_ == sequence_->children.size(); }
+  [[nodiscard]] bool done() const { return sequence_ != nullptr && next_ == sequence_->children.size(); }
 
  private:
   const Tlv* sequence_;

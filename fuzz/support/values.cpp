@@ -71,7 +71,7 @@ Octets encode(const Type& t, const void* v, size_t blockSize) {
   return out;
 }
 
-bool equal_any(const AsnAny& a, const AsnAny& b) {
+[[nodiscard]] bool equal_any(const AsnAny& a, const AsnAny& b) {
   if (a.ai != b.ai || (a.value == nullptr) != (b.value == nullptr)) return false;
   if (a.value == nullptr || a.ai == nullptr) return true;
   const auto encoding = [](const AsnAny& any) {
@@ -85,7 +85,7 @@ bool equal_any(const AsnAny& a, const AsnAny& b) {
   return encoding(a) == encoding(b);
 }
 
-bool equal_primitive(const Type& t, const void* a, const void* b) {
+[[nodiscard]] bool equal_primitive(const Type& t, const void* a, const void* b) {
   if (t.codec == &kIntCodec) return as<AsnInt>(a) == as<AsnInt>(b);
   if (t.codec == &kBoolCodec) return as<AsnBool>(a) == as<AsnBool>(b);
   if (t.codec == &kNullCodec) return true;
@@ -102,7 +102,7 @@ bool equal_primitive(const Type& t, const void* a, const void* b) {
          AsnOctsEqual(as<AsnOcts>(a), as<AsnOcts>(b));
 }
 
-bool equal_lists(const Type& element, const AsnList& a, const AsnList& b) {
+[[nodiscard]] bool equal_lists(const Type& element, const AsnList& a, const AsnList& b) {
   if (a.count != b.count) return false;
   const AsnListNode* q = b.first;
   for (const AsnListNode* p = a.first; p != nullptr; p = p->next, q = q->next) {
@@ -111,7 +111,7 @@ bool equal_lists(const Type& element, const AsnList& a, const AsnList& b) {
   return q == nullptr;
 }
 
-bool equal_fields(const Field& f, const void* a, const void* b) {
+[[nodiscard]] bool equal_fields(const Field& f, const void* a, const void* b) {
   const void* x = static_cast<const char*>(a) + f.offset;
   const void* y = static_cast<const char*>(b) + f.offset;
   if (f.held == Held::Pointer) {

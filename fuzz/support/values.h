@@ -23,7 +23,7 @@ class Chain {
 
 // EqualValues compares two values of a type member by member. Values of open types are compared by their
 // registration and their encodings.
-bool EqualValues(const Type& t, const void* a, const void* b);
+[[nodiscard]] bool EqualValues(const Type& t, const void* a, const void* b);
 
 // CheckType decodes `octets` as a value of `t` and checks the rules that hold for every type:
 // - a chain of blocks decodes as one block does: code, octets read, value;

@@ -217,7 +217,7 @@ Verdict octet_string(const Tlv& t) {
 }
 
 // Collects the components; an octet of unused bits before the last one is an error of its own.
-bool collect_bits(const Tlv& t, Octets* octets, uint8_t* unused, AsnInt* code) {
+[[nodiscard]] bool collect_bits(const Tlv& t, Octets* octets, uint8_t* unused, AsnInt* code) {
   if (!t.is(0x03)) {
     *code = -3;
     return false;

@@ -40,7 +40,7 @@ Number copy(const Number& a) {
   return n;
 }
 
-bool equal(const Number& a, const Number& b) {
+[[nodiscard]] bool equal(const Number& a, const Number& b) {
   return KXBN_cmp(a, b) == 0;
 }
 

@@ -33,7 +33,7 @@ struct Request {
   bool mustDecode = false;  // nothing in it depends on the table of open types
 };
 
-std::optional<Request> read_request(View in) {
+[[nodiscard]] std::optional<Request> read_request(View in) {
   const auto tlv = SequenceIn(in);
   if (!tlv) return std::nullopt;
   Fields fields(&*tlv);

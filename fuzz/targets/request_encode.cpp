@@ -15,14 +15,14 @@ Tlv sequence(std::vector<Tlv> children) {
 }
 
 template <size_t kSize>
-std::optional<std::string> terminated(const char (&field)[kSize]) {
+[[nodiscard]] std::optional<std::string> terminated(const char (&field)[kSize]) {
   const void* end = std::memchr(field, 0, kSize);
   if (end == nullptr) return std::nullopt;
   return std::string(field, static_cast<const char*>(end));
 }
 
 // Digests whose parameters are left out (RFC 5754, 2).
-bool is_sha(const Octets& oid) {
+[[nodiscard]] bool is_sha(const Octets& oid) {
   static const Octets kSha1 = {0x2B, 0x0E, 0x03, 0x02, 0x1A};
   static const Octets kSha2 = {0x60, 0x86, 0x48, 0x01, 0x65, 0x03, 0x04, 0x02};
   return oid == kSha1 || (oid.size() == 9 && std::equal(kSha2.begin(), kSha2.end(), oid.begin()) &&
@@ -30,7 +30,7 @@ bool is_sha(const Octets& oid) {
 }
 
 // The encoding of the record; nothing when it is to be refused.
-std::optional<Octets> expected_request(const QEX_TSQ_DATA_EX& r) {
+[[nodiscard]] std::optional<Octets> expected_request(const QEX_TSQ_DATA_EX& r) {
   const auto algorithm = terminated(r.hashAlgorithm);
   const auto policy = terminated(r.reqPolicy);
   if (!algorithm || !policy || r.hashedMessageLength > 128 || r.nonceLength > 40) return std::nullopt;

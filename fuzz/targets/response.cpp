@@ -16,7 +16,7 @@ struct Status {
   bool hasToken;
 };
 
-std::optional<uint32_t> fail_info(const Tlv* bits) {
+[[nodiscard]] std::optional<uint32_t> fail_info(const Tlv* bits) {
   if (bits == nullptr) return 0;
   if (bits->constructed() || bits->content.empty()) return std::nullopt;
   const size_t octets = 8 * (bits->content.size() - 1);
@@ -24,7 +24,7 @@ std::optional<uint32_t> fail_info(const Tlv* bits) {
   return n == 8 ? bits->content[1] : uint32_t(n) - 1;
 }
 
-std::optional<Status> read_status(View in) {
+[[nodiscard]] std::optional<Status> read_status(View in) {
   const auto tlv = SequenceIn(in);
   if (!tlv) return std::nullopt;
   Fields fields(&*tlv);

@@ -16,12 +16,12 @@ struct Outcome {
   size_t head;  // octets removed
 };
 
-bool is_blank(char c) {
+[[nodiscard]] bool is_blank(char c) {
   return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
 }
 
 // The number at the start of `s` as 32 bits, saturated.
-int32_t number(const std::string& s, bool withSign) {
+[[nodiscard]] int32_t number(const std::string& s, bool withSign) {
   size_t i = 0;
   while (i < s.size() && is_blank(s[i])) ++i;
   const bool negative = withSign && i < s.size() && s[i] == '-';

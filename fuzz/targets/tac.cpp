@@ -19,7 +19,7 @@ struct Certificate {
   const Tlv* attributes;
 };
 
-std::optional<Certificate> read_certificate(const Tlv& tlv) {
+[[nodiscard]] std::optional<Certificate> read_certificate(const Tlv& tlv) {
   Fields outer(&tlv);
   Fields info(outer.take(0x30));
   outer.take(0x30);
@@ -110,7 +110,7 @@ struct Time {
   std::optional<int32_t> sign;
 };
 
-std::optional<Time> read_time(const Tlv* tlv) {
+[[nodiscard]] std::optional<Time> read_time(const Tlv* tlv) {
   if (tlv == nullptr) return std::nullopt;
   Fields fields(tlv);
   Time t;
@@ -155,7 +155,7 @@ struct Metrics {
   Time ntpTime, offset, delay, expiration;
 };
 
-std::optional<Metrics> read_metrics(const Tlv& tlv) {
+[[nodiscard]] std::optional<Metrics> read_metrics(const Tlv& tlv) {
   Fields fields(&tlv);
   const auto ntpTime = read_time(fields.take(0x30));
   const auto offset = read_time(fields.take(0x30));
@@ -167,7 +167,7 @@ std::optional<Metrics> read_metrics(const Tlv& tlv) {
 
 constexpr uint8_t kTimingArc[] = {0x2B, 0x06, 0x01, 0x04, 0x01, 0x84, 0x59, 0x0A};  // 1.3.6.1.4.1.601.10
 
-bool is_timing(const Tlv& attribute, std::initializer_list<uint8_t> rest) {
+[[nodiscard]] bool is_timing(const Tlv& attribute, std::initializer_list<uint8_t> rest) {
   if (attribute.children.empty()) return false;
   Octets oid(std::begin(kTimingArc), std::end(kTimingArc));
   oid.insert(oid.end(), rest);
@@ -176,7 +176,7 @@ bool is_timing(const Tlv& attribute, std::initializer_list<uint8_t> rest) {
 
 // The metrics of the first attribute that is for them, when it holds one value and that is directly in the
 // set.
-std::optional<Metrics> find_metrics(const Certificate& c) {
+[[nodiscard]] std::optional<Metrics> find_metrics(const Certificate& c) {
   for (const Tlv& attribute : c.attributes->children) {
     if (!is_timing(attribute, {0x04, 0x01}) && !is_timing(attribute, {0x01})) continue;
     if (attribute.children.size() != 2 || !attribute.children[1].is(0x31)) return std::nullopt;
@@ -187,7 +187,7 @@ std::optional<Metrics> find_metrics(const Certificate& c) {
   return std::nullopt;
 }
 
-bool same(float a, float b) {
+[[nodiscard]] bool same(float a, float b) {
   return a == b || (std::isnan(a) && std::isnan(b));
 }
 

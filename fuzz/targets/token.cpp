@@ -18,7 +18,7 @@ struct Info {
   std::string name;
 };
 
-bool read_accuracy(const Tlv* accuracy, Info* info) {
+[[nodiscard]] bool read_accuracy(const Tlv* accuracy, Info* info) {
   if (accuracy == nullptr) return true;
   Fields fields(accuracy);
   const auto part = [&](uint8_t tag, int32_t* out) {
@@ -32,7 +32,7 @@ bool read_accuracy(const Tlv* accuracy, Info* info) {
          fields.done();
 }
 
-std::optional<Info> read_info(View in) {
+[[nodiscard]] std::optional<Info> read_info(View in) {
   const auto tlv = SequenceIn(in);
   if (!tlv) return std::nullopt;
   Info info;
@@ -100,7 +100,8 @@ void check_shared(const R& record, const Info& info) {
 }
 
 // check_info returns the code of the extended export, with its record in `record`.
-int32_t check_info(View token, const std::optional<Info>& info, Record<QEX_TSTINFO_EX>* record) {
+[[nodiscard]] int32_t check_info(View token, const std::optional<Info>& info,
+                                 Record<QEX_TSTINFO_EX>* record) {
   (*record)->size = sizeof(QEX_TSTINFO_EX);
   ResetProcess();
   const int32_t code = QEX_GetTST_TSTInfoEx(record->get(), token.data(), uint32_t(token.size()));
@@ -165,7 +166,7 @@ void check_certificate(View token, bool useV2) {
 
 using Rewrite = int32_t (*)(const uint8_t*, uint32_t, uint8_t*, uint32_t*);
 
-std::optional<Octets> rewritten(Rewrite rewrite, View token, const char* name, int32_t* code) {
+[[nodiscard]] std::optional<Octets> rewritten(Rewrite rewrite, View token, const char* name, int32_t* code) {
   uint32_t length = 12345;
   ResetProcess();
   const int32_t without = rewrite(token.data(), uint32_t(token.size()), nullptr, &length);
@@ -203,7 +204,7 @@ void check_id_data(View token) {
   const auto twice = rewritten(QEX_TSTInfoToIDData, *out, "QEX_TSTInfoToIDData", &code);
   FUZZ_CHECK(twice == out, out->size());
   Tlv tlv;
-  ReadTlv(*out, &tlv);
+  (void)ReadTlv(*out, &tlv);
   Fields fields(SignedDataIn(tlv));
   fields.take(0x02);
   fields.take(0x31);
@@ -213,7 +214,7 @@ void check_id_data(View token) {
   if (type != nullptr) FUZZ_CHECK(type->content == idData, type->content.size());
 }
 
-bool has_attribute_certificates(const Tlv& token) {
+[[nodiscard]] bool has_attribute_certificates(const Tlv& token) {
   Fields fields(SignedDataIn(token));
   fields.take(0x02);
   fields.take(0x31);

@@ -58,7 +58,7 @@ size_t key_bits(const Certificate& certificate) {
   return parms == nullptr ? most : std::max(most, most_bits({parms->p, parms->q, parms->g}));
 }
 
-bool is_left_out(View token, View certificate) {
+[[nodiscard]] bool is_left_out(View token, View certificate) {
   FUZZ_CHECK(EnsureAsnInit(), 0);
   size_t most = 0;
   DecodedToken contentInfo;
@@ -81,7 +81,7 @@ bool is_left_out(View token, View certificate) {
   return most > kMaxKeyBits;
 }
 
-int32_t verify(View token, View certificate, bool useV2) {
+[[nodiscard]] int32_t verify(View token, View certificate, bool useV2) {
   ResetProcess(useV2);
   return QEX_VerifyTST_Signature(token.data(), uint32_t(token.size()),
                                  certificate.empty() ? nullptr : certificate.data(),
@@ -119,7 +119,7 @@ void check_verified(View token, bool useV2) {
 }
 
 // is_own_encoding returns whether the library would write exactly these octets for the token.
-bool is_own_encoding(View token) {
+[[nodiscard]] bool is_own_encoding(View token) {
   DecodedToken contentInfo;
   ResetProcess();
   if (!DecodeToken(token.data(), uint32_t(token.size()), &contentInfo)) return false;

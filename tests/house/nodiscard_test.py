@@ -24,6 +24,8 @@ FOLDERS = {
     "crypto/pk": r"int|uint32_t",
     "bench": r"int|int32_t",
     "tests/support": r"int|int32_t",
+    "fuzz": r"int|int32_t",
+    "tool": r"int|int32_t|ExitStatus",
 }
 # C programs include the first, and C99 has no such mark; the others declare what systems and compilers do.
 AS_ELSEWHERE = ("api/qex.h", "tests/support/plain_x86.h", "tests/support/windows/")

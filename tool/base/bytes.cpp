@@ -4,7 +4,7 @@
 namespace qex::tool {
 namespace {
 
-int digit_value(char c) {
+[[nodiscard]] int digit_value(char c) {
   if (c >= '0' && c <= '9') return c - '0';
   if (c >= 'a' && c <= 'f') return c - 'a' + 10;
   if (c >= 'A' && c <= 'F') return c - 'A' + 10;

@@ -28,7 +28,7 @@ std::string ToHex(ByteView octets);
 
 // FromHex reads pairs of digits of either case; colons between pairs and a leading 0x are
 // allowed. Nothing for any other text; an empty one gives no octets.
-std::optional<Bytes> FromHex(std::string_view text);
+[[nodiscard]] std::optional<Bytes> FromHex(std::string_view text);
 
 // MinimalInteger returns the contents octets of an INTEGER without those that only repeat its
 // sign (X.690 8.3.2), so that equal integers have equal octets; no octets count as 0.

@@ -28,7 +28,7 @@ std::string escaped_name(std::string_view name) {
   return escaped;
 }
 
-std::optional<std::string> plain_name(std::string_view escaped) {
+[[nodiscard]] std::optional<std::string> plain_name(std::string_view escaped) {
   std::string name;
   for (size_t i = 0; i < escaped.size(); ++i) {
     if (escaped[i] != '\\') {
@@ -55,8 +55,8 @@ std::string tag_of(const HashAlgorithm& hash) {
   return tag;
 }
 
-std::optional<DigestEntry> entry_of(const HashAlgorithm& hash, std::string_view digits, std::string_view name,
-                                    bool escaped) {
+[[nodiscard]] std::optional<DigestEntry> entry_of(const HashAlgorithm& hash, std::string_view digits,
+                                                  std::string_view name, bool escaped) {
   std::optional<Bytes> digest = FromHex(digits);
   // FromHex bears colons and 0x, which leave fewer octets.
   if (!digest || digits.size() != hash.length * 2 || digest->size() != hash.length) return std::nullopt;
@@ -72,7 +72,7 @@ std::string_view without_blanks(std::string_view text) {
 
 // "SHA256 (NAME) = HEX", and "SHA256(NAME)= HEX" or "SHA2-256(NAME)= HEX" as the openssl command writes it.
 // The name may hold brackets: it ends at the last one.
-std::optional<DigestEntry> tagged_entry(std::string_view line, bool escaped) {
+[[nodiscard]] std::optional<DigestEntry> tagged_entry(std::string_view line, bool escaped) {
   const size_t open = line.find('(');
   const size_t close = line.rfind(')');
   if (open == std::string_view::npos || close == std::string_view::npos || close < open) return std::nullopt;

@@ -26,9 +26,9 @@ std::string TaggedDigestLine(const HashAlgorithm& hash, ByteView digest, std::st
 // ParseDigestLine reads a line of either form; `line` has lost its line feed, and may end in a carriage
 // return. A line without a tag holds a digest by `hash`. Nothing for any other text: among it names that
 // hold a NUL octet, which no file has.
-std::optional<DigestEntry> ParseDigestLine(std::string_view line, const HashAlgorithm& hash);
+[[nodiscard]] std::optional<DigestEntry> ParseDigestLine(std::string_view line, const HashAlgorithm& hash);
 
 // IsDigestComment returns whether a line is a comment or blank.
-bool IsDigestComment(std::string_view line);
+[[nodiscard]] bool IsDigestComment(std::string_view line);
 
 }  // namespace qex::tool

@@ -60,12 +60,12 @@ constexpr Range kHidden[] = {
     {0xE0000, 0xE0FFF},  // tags, variation selectors
 };
 
-bool is_hidden(uint32_t c) {
+[[nodiscard]] bool is_hidden(uint32_t c) {
   return std::ranges::any_of(kHidden,
                              [c](const Range& range) { return c >= range.first && c <= range.last; });
 }
 
-bool is_blank(uint32_t c) {
+[[nodiscard]] bool is_blank(uint32_t c) {
   return c == ' ' || (c >= 0x09 && c <= 0x0D) || c == 0x85 || c == 0xA0 || c == 0x1680 ||
          (c >= 0x2000 && c <= 0x200A) || c == 0x2028 || c == 0x2029 || c == 0x202F || c == 0x205F ||
          c == 0x2800 || c == 0x3000;
@@ -73,7 +73,7 @@ bool is_blank(uint32_t c) {
 
 constexpr size_t kQuotedWidth = 160;
 
-bool is_plain_ascii(std::string_view text) {
+[[nodiscard]] bool is_plain_ascii(std::string_view text) {
   return std::ranges::all_of(text, [](char c) { return c >= 0x20 && c < 0x7F; });
 }
 

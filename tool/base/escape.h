@@ -17,7 +17,7 @@ std::string Escaped(std::string_view text);
 std::string EscapedLines(std::string_view text);
 
 // IsUtf8 returns whether `text` is well-formed UTF-8.
-bool IsUtf8(std::string_view text);
+[[nodiscard]] bool IsUtf8(std::string_view text);
 
 // Folded returns `text` with every run of blanks, line breaks included, as one space, and cut after `most`
 // characters.

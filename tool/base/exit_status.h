@@ -30,9 +30,9 @@ std::span<const ExitText> ExitTexts();
 
 // Graver returns the one of two exit statuses that counts for several subjects: the first of 70, 1, 4, 7, 8,
 // 5, 6, 3, 2.
-ExitStatus Graver(ExitStatus a, ExitStatus b);
+[[nodiscard]] ExitStatus Graver(ExitStatus a, ExitStatus b);
 
 // ExitOfCode returns the exit status that a result code of the library leads to.
-ExitStatus ExitOfCode(int32_t code);
+[[nodiscard]] ExitStatus ExitOfCode(int32_t code);
 
 }  // namespace qex::tool

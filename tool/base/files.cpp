@@ -40,7 +40,7 @@ constexpr size_t kStep = 65536;
 
 // Reads a whole file; false when it is longer than `most`, and not all of it was read.
 template <typename Octets>
-bool read_up_to(const std::string& path, size_t most, Octets& data) {
+[[nodiscard]] bool read_up_to(const std::string& path, size_t most, Octets& data) {
   const bool standard = IsStandardStream(path);
   const int fd = standard ? STDIN_FILENO : OpenToRead(path);
   if (fd < 0) throw FileFailure(path, "cannot be opened", errno);

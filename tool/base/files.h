@@ -15,7 +15,7 @@ inline constexpr size_t kMaxMessage = size_t{16} << 20;
 // Lists of revoked certificates grow with their authority.
 inline constexpr size_t kMaxRevocationList = size_t{64} << 20;
 
-inline bool IsStandardStream(std::string_view path) {
+[[nodiscard]] inline bool IsStandardStream(std::string_view path) {
   return path == "-";
 }
 
@@ -35,10 +35,10 @@ Bytes ReadRevocationFile(const std::string& path);
 std::string ReadText(const std::string& path, size_t most);
 
 // These three are in system_*.cpp.
-bool FileExists(const std::string& path);
-bool IsDirectory(const std::string& path);
+[[nodiscard]] bool FileExists(const std::string& path);
+[[nodiscard]] bool IsDirectory(const std::string& path);
 // IsRegularFile follows links.
-bool IsRegularFile(const std::string& path);
+[[nodiscard]] bool IsRegularFile(const std::string& path);
 
 // BaseName returns the part after the last slash.
 std::string BaseName(const std::string& path);

@@ -13,7 +13,7 @@ namespace {
 
 constexpr size_t kMaxFrame = size_t{512} << 20;
 
-bool read_all(int fd, void* data, size_t length) {
+[[nodiscard]] bool read_all(int fd, void* data, size_t length) {
   auto* at = static_cast<char*>(data);
   while (length > 0) {
     const ptrdiff_t n = ReadSome(fd, at, length);

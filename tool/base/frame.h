@@ -8,12 +8,12 @@
 namespace qex::tool {
 
 // One frame from a descriptor; nothing at the end of input. False when writing fails.
-std::optional<std::string> ReadFrame(int fd);
-bool WriteFrame(int fd, std::string_view frame);
+[[nodiscard]] std::optional<std::string> ReadFrame(int fd);
+[[nodiscard]] bool WriteFrame(int fd, std::string_view frame);
 
 // A frame of several parts, each after its length. TakePart takes the first one off; nothing when there is
 // none, or not the whole of it.
 void AppendPart(std::string& frame, std::string_view part);
-std::optional<std::string_view> TakePart(std::string_view& frame);
+[[nodiscard]] std::optional<std::string_view> TakePart(std::string_view& frame);
 
 }  // namespace qex::tool

@@ -17,14 +17,14 @@ namespace qex::tool {
 namespace {
 
 // See no-color.org: any value but an empty one counts.
-bool environment_forbids_color() {
+[[nodiscard]] bool environment_forbids_color() {
   const char* noColor = std::getenv("NO_COLOR");
   const char* terminal = std::getenv("TERM");
   return (noColor != nullptr && *noColor != '\0') ||
          (terminal != nullptr && std::string_view(terminal) == "dumb");
 }
 
-bool takes_color(const Options& options) {
+[[nodiscard]] bool takes_color(const Options& options) {
   if (options.color == "always") return true;
   if (options.color == "never") return false;
   return IsTerminal(STDOUT_FILENO) && !environment_forbids_color();

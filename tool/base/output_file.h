@@ -19,12 +19,12 @@ class OutputFile {
   // Throws a Failure for a name that cannot be written, and for binary output to a terminal.
   OutputFile(const Output& output, bool force);
 
-  bool IsFile() const { return way_ == Way::File; }
+  [[nodiscard]] bool IsFile() const { return way_ == Way::File; }
   const std::string& Path() const { return path_; }
   const std::string& Target() const { return target_; }
 
   // LeadsTo returns whether this is a file that is read.
-  bool LeadsTo(const FileIdentity& input) const;
+  [[nodiscard]] bool LeadsTo(const FileIdentity& input) const;
 
   // The steps of a file; each throws a Failure.
   void MakeTemporary();
@@ -44,7 +44,7 @@ class OutputFile {
   enum class Taken { No, New, Swapped, Replaced };
 
   void find_place(const Output& output);
-  int open_device() const;
+  [[nodiscard]] int open_device() const;
   void take_name_by_link();
   void replace();
 

@@ -38,7 +38,7 @@ std::string resolve_links(const std::string& path) {
   return place;
 }
 
-bool has_no_such_call(int error) {
+[[nodiscard]] bool has_no_such_call(int error) {
   return error == EINVAL || error == ENOSYS || error == EOPNOTSUPP;
 }
 

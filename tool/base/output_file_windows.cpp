@@ -14,7 +14,7 @@
 namespace qex::tool {
 namespace {
 
-int errno_of(DWORD error) {
+[[nodiscard]] int errno_of(DWORD error) {
   switch (error) {
     case ERROR_FILE_NOT_FOUND:
     case ERROR_PATH_NOT_FOUND: return ENOENT;
@@ -28,7 +28,7 @@ int errno_of(DWORD error) {
 }
 
 // NUL and other names of devices are files in every folder.
-bool is_device(const std::string& path) {
+[[nodiscard]] bool is_device(const std::string& path) {
   const HANDLE file = ::CreateFileW(PathOf(path).c_str(), GENERIC_WRITE,
                                     FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE, nullptr,
                                     OPEN_EXISTING, 0, nullptr);

@@ -13,7 +13,7 @@ void CloseEnd(int& fd) {
 }
 
 ChildProcess::~ChildProcess() {
-  Wait();
+  (void)Wait();
   CloseEnd(output_);
   CloseEnd(errors_);
 }

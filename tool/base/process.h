@@ -31,11 +31,11 @@ class ChildProcess {
   ChildProcess& operator=(const ChildProcess&) = delete;
 
   // Send hands it a frame; false when it has ended.
-  bool Send(std::string_view frame);
+  [[nodiscard]] bool Send(std::string_view frame);
   // Receive waits for its next frame; nothing when it ended instead.
-  std::optional<std::string> Receive();
+  [[nodiscard]] std::optional<std::string> Receive();
   // The descriptor that becomes readable when a frame, or the end, comes.
-  int Output() const { return output_; }
+  [[nodiscard]] int Output() const { return output_; }
 
   // CloseInput lets the child end after its last answer.
   void CloseInput();
@@ -45,7 +45,7 @@ class ChildProcess {
   // TakeMessages returns its output to standard error since the last call, at most 64 KiB.
   std::string TakeMessages();
   // Wait closes its input and waits for its end; returns the status as the system gives it.
-  int Wait();
+  [[nodiscard]] int Wait();
 
  private:
   void gather_errors();

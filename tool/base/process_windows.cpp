@@ -51,7 +51,7 @@ struct Pipe {
   }
 };
 
-int descriptor_of(Handle& end, int flags) {
+[[nodiscard]] int descriptor_of(Handle& end, int flags) {
   const int fd = ::_open_osfhandle(reinterpret_cast<intptr_t>(end.get()), flags | _O_BINARY);
   if (fd < 0) fail_to_start("no descriptor");
   end.release();
@@ -67,7 +67,7 @@ HANDLE handle_of_process(pid_t process) {
 }
 
 // Octets that a pipe holds; nothing when it is at its end.
-std::optional<size_t> waiting_in(int fd) {
+[[nodiscard]] std::optional<size_t> waiting_in(int fd) {
   DWORD count = 0;
   if (::PeekNamedPipe(handle_of(fd), nullptr, 0, nullptr, &count, nullptr) == 0) return std::nullopt;
   return count;

@@ -17,12 +17,12 @@ namespace qex::tool {
 
 #ifdef QEX_TOOL_SANITIZED
 inline constexpr bool kSanitized = true;
-inline bool LeavesNoLeak() {
+[[nodiscard]] inline bool LeavesNoLeak() {
   return __lsan_do_recoverable_leak_check() == 0;
 }
 #else
 inline constexpr bool kSanitized = false;
-inline bool LeavesNoLeak() {
+[[nodiscard]] inline bool LeavesNoLeak() {
   return true;
 }
 #endif

@@ -9,6 +9,6 @@ void PrepareProcess(int& count, char**& words);
 
 // EndByBrokenPipe ends the process as other programs end whose reader has gone: without a line, and with a
 // status that no script takes for a pass.
-int EndByBrokenPipe();
+[[nodiscard]] int EndByBrokenPipe();
 
 }  // namespace qex::tool

@@ -20,7 +20,7 @@ extern "C" void on_stop(int number) {
   noted = number;
 }
 
-bool is_heeded(const struct sigaction& before) {
+[[nodiscard]] bool is_heeded(const struct sigaction& before) {
   return before.sa_handler != SIG_IGN;
 }
 

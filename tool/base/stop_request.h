@@ -16,7 +16,7 @@ class StopRequest {
   StopRequest& operator=(const StopRequest&) = delete;
 
   // Came returns the signal that came, 0 when none did.
-  int Came() const;
+  [[nodiscard]] int Came() const;
 
   // The mask under which poll lets these signals through.
   const sigset_t& Outside() const { return outside_; }

@@ -19,31 +19,31 @@ namespace qex::tool {
 std::filesystem::path PathOf(const std::string& path);
 
 // OpenToRead returns a descriptor, or -1 with errno set.
-int OpenToRead(const std::string& path);
+[[nodiscard]] int OpenToRead(const std::string& path);
 void CloseDescriptor(int fd);
 
 // ReadSome reads what is there, at most `size` octets; 0 at the end, -1 with errno set.
 ptrdiff_t ReadSome(int fd, void* data, size_t size);
 
 // WriteAll writes all octets to a descriptor; false with errno set.
-bool WriteAll(int fd, ByteView data);
+[[nodiscard]] bool WriteAll(int fd, ByteView data);
 
 // SizeOfRegular returns the size that a regular file says it has, 0 for anything else.
 uint64_t SizeOfRegular(int fd);
 
-bool IsTerminal(int fd);
+[[nodiscard]] bool IsTerminal(int fd);
 
 // FillRandom fills `octets` from the system's source; false with errno set.
-bool FillRandom(std::span<uint8_t> octets);
+[[nodiscard]] bool FillRandom(std::span<uint8_t> octets);
 
 // WrittenText returns what `write` writes to a stream; throws std::bad_alloc when it cannot be kept.
 std::string WrittenText(const std::function<void(FILE*)>& write);
 
 // SetVariable sets a variable of the environment; false when it cannot.
-bool SetVariable(const char* name, const char* value);
+[[nodiscard]] bool SetVariable(const char* name, const char* value);
 
 // HasNoRoom returns whether an error (errno) says that a disk, or the caller's part of it, is full.
-bool HasNoRoom(int error);
+[[nodiscard]] bool HasNoRoom(int error);
 
 // FileIdentity is the same for two paths that lead to one file.
 struct FileIdentity {
@@ -54,6 +54,6 @@ struct FileIdentity {
 
 // RegularFileAt identifies the regular file that a path leads to, or standard input; nothing for anything
 // else.
-std::optional<FileIdentity> RegularFileAt(const std::string& path);
+[[nodiscard]] std::optional<FileIdentity> RegularFileAt(const std::string& path);
 
 }  // namespace qex::tool

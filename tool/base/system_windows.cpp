@@ -30,7 +30,7 @@ HANDLE handle_of(int fd) {
   return reinterpret_cast<HANDLE>(::_get_osfhandle(fd));
 }
 
-std::optional<FileIdentity> identity_of(HANDLE file) {
+[[nodiscard]] std::optional<FileIdentity> identity_of(HANDLE file) {
   BY_HANDLE_FILE_INFORMATION about{};
   if (file == INVALID_HANDLE_VALUE || ::GetFileType(file) != FILE_TYPE_DISK ||
       ::GetFileInformationByHandle(file, &about) == 0 ||

@@ -20,10 +20,10 @@ class TemporaryFile {
   TemporaryFile& operator=(const TemporaryFile&) = delete;
 
   // KeepFree returns 0 or the error; a file system that cannot reserve room is not an error.
-  int KeepFree(uint64_t room) const;
+  [[nodiscard]] int KeepFree(uint64_t room) const;
 
   // Write returns 0 or the error. The room that is left over is given back.
-  int Write(ByteView data);
+  [[nodiscard]] int Write(ByteView data);
 
   const std::string& Name() const { return name_; }
 

@@ -24,7 +24,7 @@ struct CertArguments {
   bool pem = false;
 };
 
-ExitStatus take_certificate(const CertArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus take_certificate(const CertArguments& arguments, const Options& options) {
   const char* hint = arguments.pem ? "" : "name a file with -o, or ask for --pem";
   Outputs outputs(SingleOutput(arguments.output, options, hint), {arguments.token}, options.force);
   const Message message = ReadTokenOrReply(arguments.token);

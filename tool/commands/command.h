@@ -40,10 +40,10 @@ const Command* FindCommand(const std::string& name);
 
 // PrintHelp prints the help of a command, or of the tool when `command` is empty; throws a usage failure for
 // an unknown command.
-ExitStatus PrintHelp(const std::string& command, const Options& options);
+[[nodiscard]] ExitStatus PrintHelp(const std::string& command, const Options& options);
 
 // PrintVersion prints the version.
-ExitStatus PrintVersion(const Options& options);
+[[nodiscard]] ExitStatus PrintVersion(const Options& options);
 
 Run AddStamp(CLI::App& app);
 Run AddRequest(CLI::App& app);

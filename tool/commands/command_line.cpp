@@ -21,7 +21,7 @@ std::string command_name(const Program& program) {
   return chosen == nullptr ? "" : chosen->command->name;
 }
 
-ExitStatus run_command(Program& program, int count, char** words) {
+[[nodiscard]] ExitStatus run_command(Program& program, int count, char** words) {
   if (count <= 1) return PrintHelp("", program.options);
   try {
     RefuseEmptyAssignments(count, words);
@@ -40,7 +40,7 @@ ExitStatus run_command(Program& program, int count, char** words) {
   return chosen->run(program.options);
 }
 
-ExitStatus report_failure(const Failure& failure, const Program& program) {
+[[nodiscard]] ExitStatus report_failure(const Failure& failure, const Program& program) {
   if (program.options.json) {
     Json document = NewDocument(command_name(program), "");
     SetFailure(document, failure);

@@ -7,6 +7,6 @@ namespace qex::tool {
 
 // RunCommandLine turns the end of the command into an exit status, and a failure into a line for people; it
 // throws ReaderGone when nobody reads the standard output any more.
-ExitStatus RunCommandLine(int count, char** words);
+[[nodiscard]] ExitStatus RunCommandLine(int count, char** words);
 
 }  // namespace qex::tool

@@ -287,7 +287,7 @@ Words shell_names() {
   return names;
 }
 
-ExitStatus print_script(const std::string& name, const Options& options) {
+[[nodiscard]] ExitStatus print_script(const std::string& name, const Options& options) {
   const auto is_named = [&](const Shell& shell) { return name == shell.name; };
   const std::string script = std::find_if(std::begin(kShells), std::end(kShells), is_named)->script();
   if (options.json) {

@@ -27,8 +27,8 @@ struct DigestArguments {
   std::vector<std::string> lists;
 };
 
-ExitStatus print_digests(const DigestArguments& arguments, const HashAlgorithm& hash,
-                         const Options& options) {
+[[nodiscard]] ExitStatus print_digests(const DigestArguments& arguments, const HashAlgorithm& hash,
+                                       const Options& options) {
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& file : arguments.files) {
     Json document = NewDocument("digest", file);
@@ -133,8 +133,8 @@ LineTally check_lines(std::string_view text, const HashAlgorithm& hash, const Op
 
 // An ignored line may be the one that names the changed file: a list counts as checked only when every line
 // of it was.
-std::optional<Failure> failure_of_list(const std::string& list, const LineTally& tally,
-                                       const HashAlgorithm& hash) {
+[[nodiscard]] std::optional<Failure> failure_of_list(const std::string& list, const LineTally& tally,
+                                                     const HashAlgorithm& hash) {
   const std::string wanted = std::string("a line of a ") + hash.name + " digest and a name";
   if (tally.entries == 0) {
     return Failure{ExitStatus::Input, ShownPath(list) + ": no line is " + wanted,
@@ -149,7 +149,8 @@ std::optional<Failure> failure_of_list(const std::string& list, const LineTally&
                  "mend or remove such lines; lines of another algorithm are checked with --hash"};
 }
 
-ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const Options& options) {
+[[nodiscard]] ExitStatus check_list(const std::string& list, const HashAlgorithm& hash,
+                                    const Options& options) {
   const LineTally tally = check_lines(read_list(list), hash, options);
   const std::optional<Failure> failure = failure_of_list(list, tally, hash);
   const ExitStatus status = failure ? Graver(tally.status, failure->exit) : tally.status;
@@ -166,7 +167,8 @@ ExitStatus check_list(const std::string& list, const HashAlgorithm& hash, const 
   return status;
 }
 
-ExitStatus check_lists(const DigestArguments& arguments, const HashAlgorithm& hash, const Options& options) {
+[[nodiscard]] ExitStatus check_lists(const DigestArguments& arguments, const HashAlgorithm& hash,
+                                     const Options& options) {
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& list : arguments.lists) {
     try {

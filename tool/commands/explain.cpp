@@ -49,7 +49,7 @@ Json meanings_of(const std::string& word) {
   return meanings;
 }
 
-ExitStatus explain_one(const std::string& word, const Options& options) {
+[[nodiscard]] ExitStatus explain_one(const std::string& word, const Options& options) {
   const Json meanings = meanings_of(word);
   if (meanings.empty()) {
     throw UsageFailure(Quoted(word) + " is no result code, ASN.1 error or exit status",
@@ -110,7 +110,7 @@ std::string table_text(const std::string& title, const Json& rows) {
   return text;
 }
 
-ExitStatus explain_all(const Options& options) {
+[[nodiscard]] ExitStatus explain_all(const Options& options) {
   const Json meanings = all_meanings();
   if (options.json) {
     Json document = NewDocument("explain", "");

@@ -42,7 +42,7 @@ std::string row(const std::string& name, std::string_view text) {
   return lines + '\n';
 }
 
-bool is_repeated(const CLI::Option& option) {
+[[nodiscard]] bool is_repeated(const CLI::Option& option) {
   return option.get_items_expected_max() > 1;
 }
 

@@ -61,7 +61,7 @@ Json object_of(std::string_view line, size_t number) {
 
 // Whether every number of a value can be returned unchanged. A number that the library holds in floating
 // point may have lost digits, or be written differently.
-bool keeps_numbers(const Json& value) {
+[[nodiscard]] bool keeps_numbers(const Json& value) {
   if (value.is_structured()) return std::ranges::all_of(value, keeps_numbers);
   return !value.is_number_float();
 }
@@ -204,7 +204,7 @@ class Lines : public TaskSource {
   static constexpr size_t kStep = 65536;
 
   // A line without its end stays; of one that is too long nothing is kept.
-  std::optional<Task> take_partial() {
+  [[nodiscard]] std::optional<Task> take_partial() {
     searched_ = buffer_.size();
     if (ended_ && skipping_) {
       skipping_ = false;

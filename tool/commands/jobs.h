@@ -27,8 +27,9 @@ void AddJobsOption(CLI::App& app, std::string& place);
 // RunJobs runs the jobs of `place` until its input ends; `start` is called once in each lane, with the
 // options for rendering documents. A job that is malformed, or has a member outside `members`, gets a
 // document with exit status 2. Returns the worst exit status.
-ExitStatus RunJobs(const char* command, std::vector<std::string> members, const std::string& place,
-                   size_t count, const Options& options, const std::function<JobWork(const Options&)>& start);
+[[nodiscard]] ExitStatus RunJobs(const char* command, std::vector<std::string> members,
+                                 const std::string& place, size_t count, const Options& options,
+                                 const std::function<JobWork(const Options&)>& start);
 
 // JobSource returns the source for a member `name`: a message in base64 or PEM when `text` is one, else the
 // path of a file.

@@ -34,7 +34,7 @@ constexpr size_t kHeld = size_t{64} << 20;  // octets of tasks and outcomes that
 constexpr size_t kMaxChunk = size_t{1} << 20;
 
 // The lane's side. Nothing that is thrown leaves it: the stack above is the parent's.
-int serve(const LaneWork& work, const StopRequest& stop) {
+[[nodiscard]] int serve(const LaneWork& work, const StopRequest& stop) {
   stop.Release();
   try {
     const auto perform = work.start();
@@ -93,7 +93,7 @@ class Distributor {
   }
 
  private:
-  bool has_room() const {
+  [[nodiscard]] bool has_room() const {
     return waiting_.size() < count_ * kWaitingPerLane && outcomes_.size() < kAhead && held_ < kHeld;
   }
 
@@ -120,7 +120,7 @@ class Distributor {
   }
 
   // A lane is started when there is work for it. If that fails, the others do its work.
-  bool start(size_t i) {
+  [[nodiscard]] bool start(size_t i) {
     if (i < lanes_.size() && lanes_[i].process) return true;
     if (i >= lanes_.size()) lanes_.resize(i + 1);
     try {

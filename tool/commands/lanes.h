@@ -28,9 +28,9 @@ class TaskSource {
  public:
   virtual ~TaskSource() = default;
   // Take returns the next task; nothing when there is none at the moment, or no more at all.
-  virtual std::optional<Task> Take() = 0;
+  [[nodiscard]] virtual std::optional<Task> Take() = 0;
   // The descriptor that becomes readable when there may be more tasks; negative when no more will come.
-  virtual int Descriptor() const { return -1; }
+  [[nodiscard]] virtual int Descriptor() const { return -1; }
   // Read is called when it is readable.
   virtual void Read() {}
 };

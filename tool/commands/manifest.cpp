@@ -45,7 +45,7 @@ std::string folder_of(const std::string& list) {
 }
 
 // The list, and its stamp next to it.
-bool is_of_list(const fs::path& place, const fs::path& list) {
+[[nodiscard]] bool is_of_list(const fs::path& place, const fs::path& list) {
   return place == list || place == list.string() + ".tsr" || place == list.string() + ".tsq";
 }
 
@@ -111,7 +111,7 @@ struct Manifest {
   size_t firstUnreadable = 0;  // number of the line, from 1
 };
 
-std::optional<DigestEntry> entry_of(std::string_view line) {
+[[nodiscard]] std::optional<DigestEntry> entry_of(std::string_view line) {
   for (const char* name : kListHashes) {
     if (auto entry = ParseDigestLine(line, *FindHash(std::string_view(name)))) return entry;
   }
@@ -134,7 +134,7 @@ Manifest parse(std::string_view text) {
   return manifest;
 }
 
-std::optional<Failure> failure_of(const Manifest& manifest, const std::string& list) {
+[[nodiscard]] std::optional<Failure> failure_of(const Manifest& manifest, const std::string& list) {
   const char* hint = "the list is not one that 'qex stamp --manifest' or sha256sum wrote";
   if (manifest.unreadable != 0) {
     return Failure{ExitStatus::Input,

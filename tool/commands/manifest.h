@@ -25,7 +25,8 @@ std::string MakeManifest(const std::string& list, const std::vector<Subject>& fi
 
 // VerifyManifest verifies the token of the list, then every file that it names; files below `folders` that it
 // does not name are reported. It writes a line for each and a summary, and returns the worst exit status.
-ExitStatus VerifyManifest(const std::string& list, const std::vector<std::string>& folders, size_t jobs,
-                          const VerifyArguments& common, const Trust& trust, const Options& options);
+[[nodiscard]] ExitStatus VerifyManifest(const std::string& list, const std::vector<std::string>& folders,
+                                        size_t jobs, const VerifyArguments& common, const Trust& trust,
+                                        const Options& options);
 
 }  // namespace qex::tool

@@ -20,7 +20,7 @@ struct Outcome {
 };
 
 // Emit writes an outcome and returns its exit status.
-ExitStatus Emit(const Outcome& outcome);
+[[nodiscard]] ExitStatus Emit(const Outcome& outcome);
 
 // OutcomeOf renders a failure of a subject that has no checks to show.
 Outcome OutcomeOf(const Failure& failure, const char* command, const std::string& subject,
@@ -31,6 +31,6 @@ const char* ReasonOf(ExitStatus exit);
 
 // An outcome as a frame, and back; nothing for other octets.
 std::string FrameOf(const Outcome& outcome);
-std::optional<Outcome> OutcomeFrom(std::string_view frame);
+[[nodiscard]] std::optional<Outcome> OutcomeFrom(std::string_view frame);
 
 }  // namespace qex::tool

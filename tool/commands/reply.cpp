@@ -59,7 +59,7 @@ Message read_reply(const ReplyArguments& arguments) {
                 "look at where it came from"};
 }
 
-ExitStatus read_status(const ReplyArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus read_status(const ReplyArguments& arguments, const Options& options) {
   if (!arguments.token && !arguments.output.empty()) {
     throw UsageFailure("-o says where the token goes, so it takes --token", "add --token, or leave -o out");
   }

@@ -24,7 +24,7 @@ struct RequestArguments {
   std::string output;
 };
 
-ExitStatus make_request(RequestArguments arguments, const Options& options) {
+[[nodiscard]] ExitStatus make_request(RequestArguments arguments, const Options& options) {
   if (arguments.file.empty() == arguments.digest.empty()) {
     throw UsageFailure("request takes one of FILE and --digest",
                        "for example 'qex request report.pdf -o report.pdf.tsq'");

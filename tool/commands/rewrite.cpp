@@ -24,7 +24,7 @@ struct RewriteArguments {
   bool idData = false;
 };
 
-ExitStatus rewrite(const RewriteArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus rewrite(const RewriteArguments& arguments, const Options& options) {
   if (arguments.dropAttrCerts == arguments.idData) {
     throw UsageFailure(arguments.idData ? "--drop-attr-certs and --id-data exclude each other"
                                         : "how the token is to be written is not said",

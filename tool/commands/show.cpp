@@ -26,7 +26,7 @@ struct ShowArguments {
 };
 
 // All files are shown, even after a failure; the gravest exit status counts.
-ExitStatus show_all(const ShowArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus show_all(const ShowArguments& arguments, const Options& options) {
   static const Trust kNobody;
   Worker worker(kNobody);
   ExitStatus status = ExitStatus::Ok;
@@ -36,7 +36,7 @@ ExitStatus show_all(const ShowArguments& arguments, const Options& options) {
   return status;
 }
 
-ExitStatus show_jobs(const ShowArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus show_jobs(const ShowArguments& arguments, const Options& options) {
   if (!arguments.files.empty()) {
     throw UsageFailure("--jobs says of each job what it is about", "leave the other messages out");
   }

@@ -18,7 +18,7 @@ namespace {
 constexpr size_t kLargestTree = size_t{1} << 20;  // of a message that is printed in full
 constexpr std::string_view kReplyEnding = ".tsr";
 
-bool is_reply_name(const std::string& file) {
+[[nodiscard]] bool is_reply_name(const std::string& file) {
   return file.size() > kReplyEnding.size() && file.ends_with(kReplyEnding);
 }
 

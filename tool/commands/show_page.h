@@ -12,6 +12,7 @@ namespace qex::tool {
 // ShowPage writes one page about all files. A token is also verified, against the data and the request next
 // to it but with nobody to trust; its verdict is on the page and does not count for the exit status. A file
 // that cannot be shown has its failure there, and that counts. An empty `output` is standard output.
-ExitStatus ShowPage(const std::vector<std::string>& files, const std::string& output, const Options& options);
+[[nodiscard]] ExitStatus ShowPage(const std::vector<std::string>& files, const std::string& output,
+                                  const Options& options);
 
 }  // namespace qex::tool

@@ -127,15 +127,15 @@ void check_subjects(const StampArguments& arguments) {
   throw UsageFailure("stamp takes one of FILE and --digest", "for example 'qex stamp report.pdf --tsa URL'");
 }
 
-ExitStatus stamp_one(const StampPlan& plan, const StampSubject& subject, const Trust& trust,
-                     const Options& options) {
+[[nodiscard]] ExitStatus stamp_one(const StampPlan& plan, const StampSubject& subject, const Trust& trust,
+                                   const Options& options) {
   Worker worker(trust);
   worker.CheckTrust();
   return Emit(StampOne(plan, subject, worker, trust, options));
 }
 
-ExitStatus stamp_many(const StampArguments& arguments, const StampPlan& plan, const Trust& trust,
-                      const Options& options) {
+[[nodiscard]] ExitStatus stamp_many(const StampArguments& arguments, const StampPlan& plan,
+                                    const Trust& trust, const Options& options) {
   if (!plan.output.empty() && !IsDirectory(plan.output)) {
     throw UsageFailure("-o " + Quoted(plan.output) + " is no folder, and there may be several replies",
                        "name a folder that is there, or leave -o out");
@@ -156,8 +156,8 @@ ExitStatus stamp_many(const StampArguments& arguments, const StampPlan& plan, co
 }
 
 // The list and its stamp appear together.
-ExitStatus stamp_manifest(const StampArguments& arguments, const StampPlan& plan, const Trust& trust,
-                          const Options& options) {
+[[nodiscard]] ExitStatus stamp_manifest(const StampArguments& arguments, const StampPlan& plan,
+                                        const Trust& trust, const Options& options) {
   if (IsStandardStream(arguments.manifest) || IsStandardStream(plan.output)) {
     throw UsageFailure("the list of --manifest and its reply are files", "name them");
   }
@@ -168,7 +168,7 @@ ExitStatus stamp_manifest(const StampArguments& arguments, const StampPlan& plan
   return stamp_one(plan, subject, trust, options);
 }
 
-ExitStatus stamp(StampArguments arguments, const Options& options) {
+[[nodiscard]] ExitStatus stamp(StampArguments arguments, const Options& options) {
   check_subjects(arguments);
   const bool one = arguments.manifest.empty() && arguments.subjects.Single();
   const StampSubject subject = one || !arguments.digest.empty() ? stamp_subject(arguments) : StampSubject{};

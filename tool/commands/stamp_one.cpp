@@ -171,7 +171,7 @@ Json failed_json(const Stamp& stamp) {
 Json stamp_document(const Stamp& stamp, const Trust& trust, const std::optional<Failure>& failure) {
   const Facts& facts = stamp.answer.facts;
   Json document = NewDocument("stamp", stamp.subject.file);
-  if (facts.token) SetVerdict(document, stamp.report, trust, stamp.authority);
+  if (facts.token) (void)SetVerdict(document, stamp.report, trust, stamp.authority);
   // A stamp without a trusted authority is not a failure.
   document["exit"] = 0;
   document["error"] = document["hint"] = nullptr;

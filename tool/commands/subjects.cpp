@@ -22,7 +22,7 @@ constexpr std::string_view kReply = ".tsr";
 constexpr std::string_view kRequest = ".tsq";
 constexpr size_t kMaxNameList = size_t{1} << 30;
 
-bool exists(const std::string& path) {
+[[nodiscard]] bool exists(const std::string& path) {
   std::error_code none;
   return fs::exists(fs::symlink_status(path, none));
 }
@@ -77,11 +77,11 @@ Subject blocked(std::string name) {
   return {std::move(name), false, std::move(failure)};
 }
 
-bool is_stampable(const std::string& path) {
+[[nodiscard]] bool is_stampable(const std::string& path) {
   return !path.ends_with(kReply) && !path.ends_with(kRequest);
 }
 
-bool is_meant(const std::string& path, FolderRule rule) {
+[[nodiscard]] bool is_meant(const std::string& path, FolderRule rule) {
   switch (rule) {
     case FolderRule::Stamped: return path.ends_with(kReply) && BaseName(path) != kReply;
     case FolderRule::Unstamped: return is_stampable(path) && !IsRegularFile(path + std::string(kReply));
@@ -93,7 +93,7 @@ bool is_meant(const std::string& path, FolderRule rule) {
 }
 
 // A folder in which the rule selects nothing. If every file in it is stamped, that is fine.
-std::optional<Failure> failure_of_idle(const std::string& folder, FolderRule rule, bool empty) {
+[[nodiscard]] std::optional<Failure> failure_of_idle(const std::string& folder, FolderRule rule, bool empty) {
   if (rule == FolderRule::Stamped) {
     return Failure{ExitStatus::Input,
                    ShownPath(folder) + ": no file of this folder has a token (.tsr) beside it",

@@ -22,7 +22,7 @@ struct SubjectOptions {
   size_t jobs = 0;  // 0: one a core
 
   // Whether one FILE is given alone, which is handled separately.
-  bool Single() const { return files.size() <= 1 && folders.empty() && lists.empty(); }
+  [[nodiscard]] bool Single() const { return files.size() <= 1 && folders.empty() && lists.empty(); }
 };
 
 // One subject, or the reason why an expected one is missing.

@@ -56,7 +56,7 @@ const TacFacts& carried(const Answer& answer, const std::string& name) {
                 answer.libraryMessages};
 }
 
-ExitStatus take_out(const TacArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus take_out(const TacArguments& arguments, const Options& options) {
   if (!arguments.tac.empty()) {
     throw UsageFailure("tac get takes the certificate out of the token, so it takes no --tac",
                        "-o says where the certificate goes");
@@ -79,8 +79,9 @@ ExitStatus take_out(const TacArguments& arguments, const Options& options) {
   return ExitStatus::Ok;
 }
 
-ExitStatus show_fields(const TacArguments& arguments, const Options& options, const Json& fields,
-                       const std::optional<Failure>& missing, const std::string& source) {
+[[nodiscard]] ExitStatus show_fields(const TacArguments& arguments, const Options& options,
+                                     const Json& fields, const std::optional<Failure>& missing,
+                                     const std::string& source) {
   if (options.json) {
     Json document = NewDocument("tac", source);
     if (missing) SetFailure(document, *missing);
@@ -97,8 +98,8 @@ ExitStatus show_fields(const TacArguments& arguments, const Options& options, co
 }
 
 // A certificate in a file of its own.
-ExitStatus show_alone(const TacArguments& arguments, const Options& options, const Message& message,
-                      const std::optional<TacMatch>& match) {
+[[nodiscard]] ExitStatus show_alone(const TacArguments& arguments, const Options& options,
+                                    const Message& message, const std::optional<TacMatch>& match) {
   const std::string name = ShownPath(message.path);
   const Answer answer = AskOnce({.name = name, .message = message.octets});
   WriteLibraryMessages(answer.libraryMessages, options);
@@ -108,7 +109,7 @@ ExitStatus show_alone(const TacArguments& arguments, const Options& options, con
   return show_fields(arguments, options, fields, MissingTiming(tac, name), message.path);
 }
 
-ExitStatus show(const TacArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus show(const TacArguments& arguments, const Options& options) {
   const std::string name = ShownPath(arguments.token);
   if (!arguments.tac.empty()) {
     const Message token = ReadTokenOrReply(arguments.token);
@@ -130,7 +131,7 @@ ExitStatus show(const TacArguments& arguments, const Options& options) {
   return show_fields(arguments, options, TacFields(tac), MissingTiming(tac, name), arguments.token);
 }
 
-ExitStatus check(const TacArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus check(const TacArguments& arguments, const Options& options) {
   const std::string name = ShownPath(arguments.token);
   const Message token = ReadTokenOrReply(arguments.token);
   Bytes given;
@@ -177,7 +178,7 @@ ExitStatus check(const TacArguments& arguments, const Options& options) {
   return failure->exit;
 }
 
-ExitStatus run_action(const TacArguments& arguments, const Options& options) {
+[[nodiscard]] ExitStatus run_action(const TacArguments& arguments, const Options& options) {
   const bool get = arguments.action == "get";
   if (!get && (!arguments.output.empty() || arguments.pem)) {
     throw UsageFailure("-o and --pem say how the certificate is written, so they go with tac get",

@@ -56,7 +56,7 @@ std::vector<std::string> long_names(const CLI::App& app) {
   return names;
 }
 
-bool has_option(const CLI::App& app, const std::string& option) {
+[[nodiscard]] bool has_option(const CLI::App& app, const std::string& option) {
   return app.get_option_no_throw(option) != nullptr;
 }
 

@@ -49,7 +49,8 @@ LaneWork lane_work(const VerifyArguments& common, const Trust& trust, const Opti
           [quiet](const std::string& name) { return LostOutcome("verify", name, quiet); }};
 }
 
-ExitStatus verify_many(const VerifyCommandLine& arguments, const Trust& trust, const Options& options) {
+[[nodiscard]] ExitStatus verify_many(const VerifyCommandLine& arguments, const Trust& trust,
+                                     const Options& options) {
   if (const char* option = given_for_one(arguments.one)) {
     throw UsageFailure(std::string(option) + " is about one token, and there may be several",
                        "leave it out, or verify that one by itself");
@@ -77,7 +78,8 @@ void set_member(VerifyArguments& arguments, const std::string& name, const std::
   }
 }
 
-ExitStatus verify_jobs(const VerifyCommandLine& arguments, const Trust& trust, const Options& options) {
+[[nodiscard]] ExitStatus verify_jobs(const VerifyCommandLine& arguments, const Trust& trust,
+                                     const Options& options) {
   if (given_for_one(arguments.one) != nullptr || !arguments.one.policy.empty() ||
       !arguments.subjects.files.empty() || !arguments.subjects.Single()) {
     throw UsageFailure("--jobs says of each job what it is about", "leave the other subjects out");
@@ -98,7 +100,8 @@ ExitStatus verify_jobs(const VerifyCommandLine& arguments, const Trust& trust, c
                  });
 }
 
-ExitStatus verify_manifest(const VerifyCommandLine& arguments, const Trust& trust, const Options& options) {
+[[nodiscard]] ExitStatus verify_manifest(const VerifyCommandLine& arguments, const Trust& trust,
+                                         const Options& options) {
   if (!arguments.jobs.empty() || !arguments.subjects.files.empty() || !arguments.subjects.lists.empty() ||
       !arguments.one.digest.empty()) {
     throw UsageFailure("--manifest says which files there are",
@@ -109,7 +112,7 @@ ExitStatus verify_manifest(const VerifyCommandLine& arguments, const Trust& trus
                         arguments.one, trust, options);
 }
 
-ExitStatus verify(const VerifyCommandLine& arguments, const Options& options) {
+[[nodiscard]] ExitStatus verify(const VerifyCommandLine& arguments, const Options& options) {
   const Trust trust = ReadTrust(arguments.trust);
   if (!arguments.manifest.empty()) return verify_manifest(arguments, trust, options);
   if (!arguments.jobs.empty()) return verify_jobs(arguments, trust, options);

@@ -39,7 +39,7 @@ Imprint ExpectedDigest(const std::string& text, const Facts& facts);
 
 // SetVerdict enters indication and sub-indication of the checks into a document. It returns the failure that
 // follows from the checks and from the absence of trust options.
-std::optional<Failure> SetVerdict(Json& document, const Report& report, const Trust& trust,
-                                  const std::string& name);
+[[nodiscard]] std::optional<Failure> SetVerdict(Json& document, const Report& report, const Trust& trust,
+                                                const std::string& name);
 
 }  // namespace qex::tool

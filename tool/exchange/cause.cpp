@@ -86,11 +86,11 @@ constexpr StatusRow kStatuses[] = {
 };
 // clang-format on
 
-bool contains(std::string_view text, std::string_view word) {
+[[nodiscard]] bool contains(std::string_view text, std::string_view word) {
   return text.find(word) != std::string_view::npos;
 }
 
-bool proxy_is_named() {
+[[nodiscard]] bool proxy_is_named() {
   constexpr const char* kNames[] = {"http_proxy", "https_proxy", "HTTPS_PROXY", "all_proxy", "ALL_PROXY"};
   return std::ranges::any_of(kNames, [](const char* name) {
     const char* value = std::getenv(name);
@@ -99,7 +99,7 @@ bool proxy_is_named() {
 }
 
 // libcurl names whom it tried to connect to; with a proxy that is not the host of the address.
-bool failed_at_proxy(const std::string& url, std::string_view detail) {
+[[nodiscard]] bool failed_at_proxy(const std::string& url, std::string_view detail) {
   if (!proxy_is_named()) return false;
   std::string host = UrlPart(url, CURLUPART_HOST);
   if (host.starts_with('[')) host = host.substr(1, host.size() - 2);

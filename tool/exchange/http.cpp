@@ -54,7 +54,7 @@ constexpr long kTlsAlone = CURLPROTO_HTTPS;
 #endif
 
 // Whether the request that is being answered went over https.
-bool is_over_tls(CURL* handle) noexcept {
+[[nodiscard]] bool is_over_tls(CURL* handle) noexcept {
   const char* url = nullptr;
   if (Curl().easy_getinfo(handle, CURLINFO_EFFECTIVE_URL, &url) != CURLE_OK || url == nullptr) return false;
   return ::strncasecmp(url, "https:", 6) == 0;
@@ -62,7 +62,7 @@ bool is_over_tls(CURL* handle) noexcept {
 
 // After one https step all further steps must be https. libcurl reads the setting when it takes the next
 // step, after the head that asks for it.
-bool keep_to_tls(CURL* handle) noexcept {
+[[nodiscard]] bool keep_to_tls(CURL* handle) noexcept {
   return !is_over_tls(handle) || Curl().easy_setopt(handle, kRedirectOption, kTlsAlone) == CURLE_OK;
 }
 
@@ -127,7 +127,7 @@ std::string media_type(const char* contentType) {
   return type;
 }
 
-bool is_reply(const Bytes& body) {
+[[nodiscard]] bool is_reply(const Bytes& body) {
   return inspect::KindOf(body) == inspect::Kind::Reply;
 }
 

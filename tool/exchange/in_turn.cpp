@@ -21,8 +21,8 @@ struct Turn {
 };
 
 // A refusal, a wrong reply and the like come as plain failures: they are the authority's, and final.
-std::optional<ExchangeFailure> failure_of(const std::string& authority,
-                                          const std::function<void(const std::string&)>& ask) {
+[[nodiscard]] std::optional<ExchangeFailure> failure_of(const std::string& authority,
+                                                        const std::function<void(const std::string&)>& ask) {
   try {
     ask(authority);
   } catch (const ExchangeFailure& failure) {

@@ -15,7 +15,7 @@
 namespace qex::tool {
 namespace {
 
-bool holds_password(const std::string& login) {
+[[nodiscard]] bool holds_password(const std::string& login) {
   return login.find(':') != std::string::npos;
 }
 

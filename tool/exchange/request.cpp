@@ -60,7 +60,7 @@ Identifiers identifiers_of(const Bytes& request) {
     return element ? element->content : inspect::View{};
   };
   Elements fields(content(Elements(request).next(kSequence)));
-  fields.next(kInteger);  // version
+  fields.skip(kInteger);  // version
   Elements imprint(content(fields.next(kSequence)));
   const auto hash = content(Elements(content(imprint.next(kSequence))).next(kOid));
   const auto policy = content(fields.next(kOid));

@@ -89,7 +89,7 @@ SubIndication sub_of(ChainResult result) {
 }
 
 // Returns whether the chain holds.
-bool judge_chain(Report& report, const StrictReading& strict, const Trust& trust) {
+[[nodiscard]] bool judge_chain(Report& report, const StrictReading& strict, const Trust& trust) {
   if (!trust.chainWanted) {
     report.Skip("chain", "no roots were named (--ca-file, --ca-path, --system-ca)");
     return false;

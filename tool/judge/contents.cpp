@@ -40,8 +40,8 @@ void judge_request(Report& report, const Facts& facts, const Expected& expected)
 }
 
 // The fault of an imprint by itself; empty when there is none.
-std::optional<Fault> fault_of_imprint(const Imprint& imprint, const std::string& source,
-                                      const Options& options) {
+[[nodiscard]] std::optional<Fault> fault_of_imprint(const Imprint& imprint, const std::string& source,
+                                                    const Options& options) {
   const HashAlgorithm* hash = FindHash(imprint.algorithm);
   if (hash == nullptr) return std::nullopt;
   if (imprint.digest.size() != hash->length) {
@@ -127,7 +127,7 @@ std::string names_of(const std::vector<Bytes>& identifiers) {
 
 // RFC 3161, 2.4.2: thousandths up to 999 of the next larger unit. It excludes zero, which some authorities
 // write for absent.
-bool is_in_range(const Accuracy& accuracy) {
+[[nodiscard]] bool is_in_range(const Accuracy& accuracy) {
   const auto below = [](const std::optional<int64_t>& part, int64_t end) {
     return !part || (*part >= 0 && *part < end);
   };

@@ -45,7 +45,7 @@ double accuracy_seconds(const Accuracy& accuracy) {
   return part(accuracy.seconds) + part(accuracy.millis) / 1e3 + part(accuracy.micros) / 1e6;
 }
 
-bool is_cut(int32_t code) {
+[[nodiscard]] bool is_cut(int32_t code) {
   return code == QEX_E_SIZE;
 }
 

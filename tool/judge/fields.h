@@ -34,7 +34,7 @@ Json TacFields(const TacFacts& tac);
 
 // MissingTiming returns the failure for a certificate without timing metrics or timing policy; nothing when
 // it states both.
-std::optional<Failure> MissingTiming(const TacFacts& tac, const std::string& subject);
+[[nodiscard]] std::optional<Failure> MissingTiming(const TacFacts& tac, const std::string& subject);
 
 // TimeLine is the last line about a token: time, accuracy, serial number, policy.
 std::string TimeLine(const Facts& facts);

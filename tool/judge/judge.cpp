@@ -27,7 +27,7 @@ const char* hint_of_refusal(const Status& status) {
   }
 }
 
-bool is_granted(const Status& status) {
+[[nodiscard]] bool is_granted(const Status& status) {
   return status.value == 0 || status.value == 1;
 }
 

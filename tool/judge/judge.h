@@ -49,7 +49,7 @@ const SignerCertificate* SignerOf(const Facts& facts);
 std::string AttributeName(const Facts& facts, const Manner& manner);
 
 // RefusalOf returns the failure for a refused request; nothing for a granted one or a bare token.
-std::optional<Failure> RefusalOf(const Facts& facts, const std::string& subject);
+[[nodiscard]] std::optional<Failure> RefusalOf(const Facts& facts, const std::string& subject);
 
 // The parts of JudgeToken in sources of their own.
 void JudgeContents(Report& report, const Facts& facts, const Expected& expected, const Options& options);

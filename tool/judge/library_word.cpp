@@ -9,7 +9,7 @@
 namespace qex::tool {
 namespace {
 
-bool is_good(const LibraryCheck& check) {
+[[nodiscard]] bool is_good(const LibraryCheck& check) {
   // -16 and -6 are about the signing-certificate attribute: by then the signature has verified.
   return check.code == QEX_OK || check.code == QEX_E_MISMATCH || check.code == QEX_E_DECODE ||
          check.ownCode == QEX_OK;

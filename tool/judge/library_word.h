@@ -20,7 +20,7 @@ const LibraryCheck* TellingCheck(const Facts& facts);
 
 // CodeOf returns the result code of that check, 0 when there is none. WithCode enters it into a fault, with
 // the last ASN.1 error.
-int32_t CodeOf(const Facts& facts);
+[[nodiscard]] int32_t CodeOf(const Facts& facts);
 Fault WithCode(Fault fault, const Facts& facts);
 
 // Shown folds and cuts a reader's text, which may contain names from certificates.

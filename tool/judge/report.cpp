@@ -18,7 +18,7 @@ constexpr Tone kTones[] = {Tone::Good, Tone::Bad, Tone::Aside, Tone::Aside};
 constexpr const char* kBy[] = {"", "libqex", "strict", "both"};
 
 // A check that both readers could do and only one did is marked.
-bool is_shown(const Check& check) {
+[[nodiscard]] bool is_shown(const Check& check) {
   constexpr std::string_view kByBoth[] = {"imprint", "nonce",     "policy", "structure",
                                           "time",    "signature", "signer"};
   const bool one = check.by == By::Library || check.by == By::Strict;

@@ -68,7 +68,7 @@ class Report {
   // The first check that said no; null when all pass.
   const Check* FirstFault() const;
   // The same as a failure that names `subject`.
-  std::optional<Failure> FirstFailure(const std::string& subject) const;
+  [[nodiscard]] std::optional<Failure> FirstFailure(const std::string& subject) const;
   const Check* Find(std::string_view name) const;
 
   // One line a check, escaped.

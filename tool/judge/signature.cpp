@@ -29,14 +29,14 @@ std::string signature_text(const Facts& facts) {
   return digest.empty() ? text : text + ", " + digest;
 }
 
-bool has_weak_digest(const Facts& facts) {
+[[nodiscard]] bool has_weak_digest(const Facts& facts) {
   const HashAlgorithm* digest = FindHash(digest_name(facts));
   const uint64_t bits = facts.strict ? facts.strict->signature.digestBits : 0;
   return (digest != nullptr && digest->weak) || (bits != 0 && bits < kWeakDigestBits);
 }
 
 // A signature that verifies still fails when its key or digest gives no assurance.
-std::optional<Fault> fault_of_strength(const Facts& facts, const Options& options) {
+[[nodiscard]] std::optional<Fault> fault_of_strength(const Facts& facts, const Options& options) {
   constexpr SubIndication kWeak = SubIndication::CryptoConstraintsFailure;
   const SignerCertificate* signer = SignerOf(facts);
   const std::string text = signature_text(facts);

@@ -19,7 +19,8 @@ Fault mismatch(const std::string& text, const Facts& facts) {
 }
 
 // The objections of the signing-certificate attributes to the signer; empty when they name it.
-std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust, const Manner& manner) {
+[[nodiscard]] std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust,
+                                                       const Manner& manner) {
   const std::string name = AttributeName(facts, manner);
   if (facts.strict) {
     const StrictReading& strict = *facts.strict;
@@ -58,7 +59,7 @@ std::optional<Fault> fault_of_attributes(const Facts& facts, const Trust& trust,
   return std::nullopt;
 }
 
-bool is_pinned(const Facts& facts, const Trust& trust) {
+[[nodiscard]] bool is_pinned(const Facts& facts, const Trust& trust) {
   if (facts.strict) return facts.strict->signerIsPinned;
   const SignerCertificate* signer = SignerOf(facts);
   if (signer == nullptr) return false;

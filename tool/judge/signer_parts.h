@@ -6,7 +6,7 @@
 namespace qex::tool {
 
 // JudgeSignature makes the line "signature"; returns whether the signer is worth judging.
-bool JudgeSignature(Report& report, const Facts& facts, const Options& options);
+[[nodiscard]] bool JudgeSignature(Report& report, const Facts& facts, const Options& options);
 
 // JudgeCertificate makes the lines "key_usage", "dates", "chain" and "revocation".
 void JudgeCertificate(Report& report, const StrictReading& strict, const Trust& trust);

@@ -10,12 +10,12 @@ namespace {
 
 constexpr int64_t kSecondsOfDay = 86400;
 
-bool all_digits(std::string_view text) {
+[[nodiscard]] bool all_digits(std::string_view text) {
   return text.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 // Reads the number in the first `count` digits of `text` and removes them.
-std::optional<int> take_number(std::string_view& text, size_t count) {
+[[nodiscard]] std::optional<int> take_number(std::string_view& text, size_t count) {
   if (text.size() < count || !all_digits(text.substr(0, count))) return std::nullopt;
   int number = 0;
   for (size_t i = 0; i < count; ++i) number = number * 10 + (text[i] - '0');
@@ -28,7 +28,7 @@ struct Calendar {
 };
 
 // Seconds since 1970; nothing for a time that no calendar and no clock shows.
-std::optional<int64_t> seconds_of(const Calendar& time) {
+[[nodiscard]] std::optional<int64_t> seconds_of(const Calendar& time) {
   using namespace std::chrono;
   const year_month_day date{year{time.year}, month{unsigned(time.month)}, day{unsigned(time.day)}};
   if (time.year < 1 || !date.ok() || time.hour > 23 || time.minute > 59 || time.second > 59) {
@@ -40,7 +40,8 @@ std::optional<int64_t> seconds_of(const Calendar& time) {
 
 // Reads fields of two digits (four for the year), each after its separator; false where one is missing.
 template <size_t kCount>
-bool take_fields(std::string_view& text, const std::array<std::pair<int*, char>, kCount>& fields) {
+[[nodiscard]] bool take_fields(std::string_view& text,
+                               const std::array<std::pair<int*, char>, kCount>& fields) {
   for (const auto& [field, separator] : fields) {
     if (separator != '\0') {
       if (text.empty() || text[0] != separator) return false;

@@ -15,12 +15,12 @@ struct GenTime {
 
 // ParseGenTime reads YYYYMMDDhhmmss[.f...]Z: a real calendar time in UTC, with seconds, and a fraction that
 // does not end in zero. Nothing for any other text.
-std::optional<GenTime> ParseGenTime(std::string_view text);
+[[nodiscard]] std::optional<GenTime> ParseGenTime(std::string_view text);
 
 // IsoTime renders seconds since 1970 as 2026-09-18T10:11:12Z.
 std::string IsoTime(int64_t seconds);
 
 // ParseIsoTime reads 2026-09-18, 2026-09-18T10:11Z or 2026-09-18T10:11:12Z; nothing for any other text.
-std::optional<int64_t> ParseIsoTime(std::string_view text);
+[[nodiscard]] std::optional<int64_t> ParseIsoTime(std::string_view text);
 
 }  // namespace qex::tool

@@ -30,12 +30,12 @@ constexpr std::array<int8_t, 256> make_values() {
 
 constexpr std::array<int8_t, 256> kValues = make_values();
 
-bool is_space(char c) {
+[[nodiscard]] bool is_space(char c) {
   return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
 
 // Decodes base64 with white space anywhere; nothing if it contains any other character.
-std::optional<Bytes> from_base64(std::string_view text) {
+[[nodiscard]] std::optional<Bytes> from_base64(std::string_view text) {
   Bytes octets;
   octets.reserve(text.size() / 4 * 3);
   uint32_t group = 0;
@@ -67,7 +67,7 @@ struct PemBlock {
 };
 
 // The next PEM block of `text`, which then begins after it.
-std::optional<PemBlock> take_block(std::string_view& text) {
+[[nodiscard]] std::optional<PemBlock> take_block(std::string_view& text) {
   const size_t begin = text.find(kBegin);
   if (begin == std::string_view::npos) return std::nullopt;
   const size_t name = begin + kBegin.size();
@@ -85,14 +85,14 @@ std::string_view text_of(ByteView data) {
   return {reinterpret_cast<const char*>(data.data()), data.size()};
 }
 
-bool is_token_or_reply(ByteView octets) {
+[[nodiscard]] bool is_token_or_reply(ByteView octets) {
   const inspect::Kind kind = inspect::KindOf(octets);
   return kind == inspect::Kind::Token || kind == inspect::Kind::Reply;
 }
 
 // The first PEM block's octets. The contents of further blocks follow the token as they would without armour,
 // so that nothing after the one message goes unnoticed.
-std::optional<Bytes> from_pem(std::string_view text) {
+[[nodiscard]] std::optional<Bytes> from_pem(std::string_view text) {
   const auto first = take_block(text);
   if (!first || !first->whole) return std::nullopt;
   std::optional<Bytes> octets = from_base64(first->body);

@@ -50,7 +50,7 @@ Message ReadTokenOrReply(const std::string& path);
 std::vector<Bytes> PemBlocks(ByteView data, std::span<const std::string_view> labels);
 
 // HoldsPem returns whether a PEM block begins somewhere in `data`.
-bool HoldsPem(ByteView data);
+[[nodiscard]] bool HoldsPem(ByteView data);
 
 // ToBase64 renders octets as base64, without line feeds.
 std::string ToBase64(ByteView octets);

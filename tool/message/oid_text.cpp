@@ -12,7 +12,7 @@ constexpr size_t kMaxText = 255;
 // A natural number as base-128 digits, least significant first, at least one.
 using Digits128 = std::vector<uint8_t>;
 
-std::optional<Digits128> read_arc(std::string_view text) {
+[[nodiscard]] std::optional<Digits128> read_arc(std::string_view text) {
   const bool digitsOnly = std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
   if (text.empty() || !digitsOnly || (text.size() > 1 && text[0] == '0')) return std::nullopt;
   Digits128 number{0};

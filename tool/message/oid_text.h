@@ -13,7 +13,7 @@ namespace qex::inspect {
 
 // EncodeOid returns the contents octets; nothing for a text that is not an object identifier, or has more
 // than 255 characters.
-std::optional<std::vector<uint8_t>> EncodeOid(std::string_view text);
+[[nodiscard]] std::optional<std::vector<uint8_t>> EncodeOid(std::string_view text);
 
 // DecodeOid returns dotted text. Octets that end inside an arc, none, or more than 255 give a question mark
 // followed by their hexadecimal digits (of the first 255).

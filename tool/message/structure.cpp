@@ -15,7 +15,7 @@ struct Header {
   bool indefinite;
 };
 
-std::optional<Header> read_header(View data) {
+[[nodiscard]] std::optional<Header> read_header(View data) {
   if (data.size() < 2 || (data[0] & 0x1F) == 0x1F) return std::nullopt;
   const uint8_t first = data[1];
   if (first == 0x80) return Header{data[0], 2, 0, true};
@@ -32,7 +32,7 @@ std::optional<Header> read_header(View data) {
 }
 
 // The length of a content of indefinite length that starts at `data`; its marker is not counted.
-std::optional<size_t> indefinite_length(View data) {
+[[nodiscard]] std::optional<size_t> indefinite_length(View data) {
   size_t at = 0;
   for (size_t depth = 1;;) {
     const auto header = read_header(data.subspan(at));
@@ -44,11 +44,11 @@ std::optional<size_t> indefinite_length(View data) {
   }
 }
 
-bool is_time(const std::optional<Element>& element) {
+[[nodiscard]] bool is_time(const std::optional<Element>& element) {
   return element && (element->tag == kUtcTime || element->tag == kGeneralizedTime);
 }
 
-bool starts_with(const Element& element, uint8_t tag) {
+[[nodiscard]] bool starts_with(const Element& element, uint8_t tag) {
   return Elements(element.content).next(tag).has_value();
 }
 
@@ -61,7 +61,7 @@ Kind kind_of_signed(const Element& body) {
   const auto second = fields.next();
   if (first->tag != kInteger || !second) return Kind::Unknown;
   if (!starts_with(*second, kOid)) return Kind::AttributeCertificate;  // a holder
-  fields.next();
+  fields.skip();
   return is_time(fields.next()) ? Kind::Unknown : Kind::Certificate;  // without a version
 }
 

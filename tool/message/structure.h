@@ -24,10 +24,13 @@ class Elements {
   explicit Elements(View data) : rest_(data) {}
 
   // next returns the next element; nothing at the end and when the data are not well formed.
-  std::optional<Element> next();
+  [[nodiscard]] std::optional<Element> next();
   // next of one tag; nothing, and nothing is read, when the tag differs.
-  std::optional<Element> next(uint8_t tag);
-  bool empty() const { return rest_.empty(); }
+  [[nodiscard]] std::optional<Element> next(uint8_t tag);
+  // skip passes over an element as next does, if there is one.
+  void skip() { (void)next(); }
+  void skip(uint8_t tag) { (void)next(tag); }
+  [[nodiscard]] bool empty() const { return rest_.empty(); }
 
  private:
   View rest_;

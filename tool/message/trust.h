@@ -32,8 +32,8 @@ struct Trust {
   int64_t givenTime = 0;   // seconds since 1970
   bool anySigner = false;  // --insecure-any-signer
 
-  bool HasPin() const { return !signers.empty() || fingerprint; }
-  bool Any() const { return HasPin() || chainWanted || anySigner; }
+  [[nodiscard]] bool HasPin() const { return !signers.empty() || fingerprint; }
+  [[nodiscard]] bool Any() const { return HasPin() || chainWanted || anySigner; }
 };
 
 }  // namespace qex::tool

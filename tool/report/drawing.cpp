@@ -183,7 +183,7 @@ Row row_of(const Json& shown, const Json& verified) {
   return {};
 }
 
-int height_of(const Box& box) {
+[[nodiscard]] int height_of(const Box& box) {
   return kHead + int(box.lines.size()) * kLine + 8;
 }
 

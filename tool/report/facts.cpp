@@ -11,7 +11,7 @@ namespace {
 
 constexpr size_t kLongestPath = 10;
 
-bool is_in_path(const CertificatePath& path, const Json& certificate) {
+[[nodiscard]] bool is_in_path(const CertificatePath& path, const Json& certificate) {
   return std::ranges::find(path.certificates, &certificate) != path.certificates.end();
 }
 

@@ -28,7 +28,7 @@ const Json* FindCheck(const Json& verified, std::string_view name);
 
 // SecondsOf reads an ISO time of a document, without its fraction, as seconds since 1970; nothing for a text
 // that is not a time.
-std::optional<int64_t> SecondsOf(std::string_view time);
+[[nodiscard]] std::optional<int64_t> SecondsOf(std::string_view time);
 
 // The certificates of a message from the signer's to a root, by the names of their issuers: a certificate
 // that is drawn as an issuer has the name of one, and its key was not tried.

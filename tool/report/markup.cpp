@@ -29,7 +29,7 @@ constexpr Block kWide[] = {{0x1100, 0x115F}, {0x2E80, 0xA4CF},   {0xAC00, 0xD7A3
                            {0xFFE0, 0xFFE6}, {0x1F000, 0x1FAFF}, {0x20000, 0x3FFFD}};
 
 template <size_t N>
-bool is_in(const Block (&blocks)[N], uint32_t c) {
+[[nodiscard]] bool is_in(const Block (&blocks)[N], uint32_t c) {
   return std::ranges::any_of(blocks, [c](const Block& block) { return c >= block.first && c <= block.last; });
 }
 

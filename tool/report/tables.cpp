@@ -65,11 +65,11 @@ std::string scalar(const Json& value) {
   return Markup(value.is_string() ? value.get<std::string>() : value.dump());
 }
 
-bool is_list_of_objects(const Json& value) {
+[[nodiscard]] bool is_list_of_objects(const Json& value) {
   return value.is_array() && !value.empty() && value.front().is_object();
 }
 
-bool is_group(const Json& value) {
+[[nodiscard]] bool is_group(const Json& value) {
   return value.is_object() || is_list_of_objects(value);
 }
 
@@ -101,7 +101,7 @@ class Rows {
     return path.append("-").append(name);
   }
 
-  bool is_full() const { return rows_ >= kMostRows; }
+  [[nodiscard]] bool is_full() const { return rows_ >= kMostRows; }
 
   void add_group(const std::string& title, const std::string& id, const Json& object,
                  const std::vector<std::string_view>& without, size_t depth) {

@@ -38,7 +38,7 @@ struct Scale {
   int64_t last;
 
   // Hundredths of a percent; the ends keep a distance from the border.
-  int place(int64_t time) const {
+  [[nodiscard]] int place(int64_t time) const {
     constexpr double kBorder = 200;
     const double part =
         double(std::clamp(time, first, last) - first) / double(std::max<int64_t>(last - first, 1));

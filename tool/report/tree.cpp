@@ -34,7 +34,7 @@ struct Tree {
   bool whole = true;
 };
 
-bool is_closing(std::string_view line) {
+[[nodiscard]] bool is_closing(std::string_view line) {
   return line.find_first_not_of(" },") == std::string_view::npos;
 }
 
@@ -91,7 +91,7 @@ std::string tag_name(uint8_t tag) {
   return "[" + std::string(classes[tag >> 6]) + std::to_string(tag & 31) + "]";
 }
 
-bool is_text(uint8_t tag) {
+[[nodiscard]] bool is_text(uint8_t tag) {
   return tag == 0x0C || (tag >= 0x12 && tag <= 0x1A);
 }
 

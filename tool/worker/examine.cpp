@@ -95,7 +95,7 @@ void examine_token(Facts& facts, Bytes token, const Job& job, const Trust& trust
   facts.token = std::move(token);
 }
 
-bool is_granted(int64_t status) {
+[[nodiscard]] bool is_granted(int64_t status) {
   return status == 0 || status == 1;
 }
 
@@ -114,8 +114,8 @@ LibraryStatus library_status(ByteView reply) {
 }
 
 // The token of a granted reply, from the reader that can extract it.
-std::optional<Bytes> token_of(Facts& facts, std::optional<StrictReply>& strict, const Job& job,
-                              const LibraryStatus& library) {
+[[nodiscard]] std::optional<Bytes> token_of(Facts& facts, std::optional<StrictReply>& strict, const Job& job,
+                                            const LibraryStatus& library) {
   if (!library.value) return strict ? strict->token : std::nullopt;
   LibraryToken taken = TakeTokenByLibrary(job.message);
   facts.tokenCode = taken.code;

@@ -43,7 +43,7 @@ Json number_of(float value) {
 }
 
 template <size_t kSize>
-bool fills(const char (&text)[kSize]) {
+[[nodiscard]] bool fills(const char (&text)[kSize]) {
   return std::strlen(text) + 1 == kSize;
 }
 
@@ -88,7 +88,7 @@ Json describe_info(ByteView tac) {
   return info;
 }
 
-int32_t describe_metrics(Json& people, ByteView tac) {
+[[nodiscard]] int32_t describe_metrics(Json& people, ByteView tac) {
   QEX_TIMING_METRICS_EX record{};
   const int32_t code = QEX_GetTAC_TimingMetricsEx(&record, tac.data(), LengthOf(tac));
   RequireMemory("the timing metrics cannot be read", code);
@@ -110,7 +110,7 @@ int32_t describe_metrics(Json& people, ByteView tac) {
   return code;
 }
 
-int32_t describe_policy(Json& people, ByteView tac) {
+[[nodiscard]] int32_t describe_policy(Json& people, ByteView tac) {
   QEX_TIMING_POLICY record{};
   const int32_t code = QEX_GetTAC_TimingPolicy(&record, tac.data(), LengthOf(tac));
   RequireMemory("the timing policy cannot be read", code);

@@ -16,7 +16,8 @@ inline constexpr uint64_t kMaxSeconds = 20;  // of processor time, for one messa
 
 // StartWorker starts a process that serves one version of the signing-certificate attribute. Where the system
 // forks it runs `serve`; where it does not, it is started with kWorkerArgument (worker.h), and trusts nobody.
-std::unique_ptr<ChildProcess> StartWorker(const char* version, const std::function<int()>& serve);
+[[nodiscard]] std::unique_ptr<ChildProcess> StartWorker(const char* version,
+                                                        const std::function<int()>& serve);
 
 // VersionOfStartedWorker returns the version that a command line names which StartWorker has made; null for
 // any other.

@@ -69,21 +69,22 @@ std::vector<Bytes> candidates_for(const LibraryReading& reading, const Trust& tr
   return candidates;
 }
 
-int32_t check_signature(ByteView token, const Bytes& certificate) {
+[[nodiscard]] int32_t check_signature(ByteView token, const Bytes& certificate) {
   return CallWithMemory("the signature cannot be checked", [&] {
     return QEX_VerifyTST_Signature(token.data(), LengthOf(token),
                                    certificate.empty() ? nullptr : certificate.data(), LengthOf(certificate));
   });
 }
 
-bool is_digested(const Bytes& algorithm) {
+[[nodiscard]] bool is_digested(const Bytes& algorithm) {
   const HashAlgorithm* digest = FindHash(algorithm);
   return digest != nullptr && digest->ofLibrary;
 }
 
 // Why a code says nothing about the signature.
-std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code, const Bytes& certificate,
-                            const SignerKey& key, const std::string& serves) {
+[[nodiscard]] std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code,
+                                          const Bytes& certificate, const SignerKey& key,
+                                          const std::string& serves) {
   if (code == QEX_E_ARG && !certificate.empty()) {
     return LibraryStop("the certificate does not decode", code, certificate);
   }
@@ -112,8 +113,8 @@ std::optional<Stop> stop_of(const LibraryReading& reading, int32_t code, const B
 
 // The library bounds neither the size of a key nor the time that it takes: one that is too large does not
 // reach it.
-std::optional<LibraryCheck> check_with(LibraryReading& reading, ByteView token, const Bytes& certificate,
-                                       const std::string& serves) {
+[[nodiscard]] std::optional<LibraryCheck> check_with(LibraryReading& reading, ByteView token,
+                                                     const Bytes& certificate, const std::string& serves) {
   const bool own = certificate.empty();
   const bool ownTooLarge = reading.signer && !reading.signer->key.excess.empty();
   SignerKey key;
@@ -158,7 +159,7 @@ void verify(LibraryReading& reading, ByteView token, const std::vector<Bytes>& c
 }
 
 // With `auto` a process checks its own version when the token carries it, or carries none.
-bool is_served(const LibraryReading& reading, const Job& job, const std::string& serves) {
+[[nodiscard]] bool is_served(const LibraryReading& reading, const Job& job, const std::string& serves) {
   if (job.ess != "auto") return true;
   const bool carried = serves == "v2" ? reading.hasEssV2 : reading.hasEssV1;
   return carried || (!reading.hasEssV1 && !reading.hasEssV2);

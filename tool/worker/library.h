@@ -24,10 +24,10 @@ struct LibraryToken {
 LibraryToken TakeTokenByLibrary(ByteView reply);
 
 // StatusByLibrary returns the status of a reply; throws a Stop.
-int32_t StatusByLibrary(ByteView reply);
+[[nodiscard]] int32_t StatusByLibrary(ByteView reply);
 
 // RequestCodeByLibrary returns the code of decoding a request.
-int32_t RequestCodeByLibrary(ByteView request);
+[[nodiscard]] int32_t RequestCodeByLibrary(ByteView request);
 
 // RewriteByLibrary returns the rewritten token; throws a Failure.
 Bytes RewriteByLibrary(ByteView token, Rewriting how);

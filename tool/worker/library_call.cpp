@@ -11,7 +11,7 @@ namespace {
 constexpr int32_t kOutOfMemory = -27;
 
 // A decoder that runs out of memory answers with the code of a message that is wrong.
-std::optional<Failure> memory_failure(const std::string& what, int32_t code) {
+[[nodiscard]] std::optional<Failure> memory_failure(const std::string& what, int32_t code) {
   const int32_t asn1Error = QEX_GetLastAsnError();
   if (code != QEX_E_NOMEM && (code == QEX_OK || asn1Error != kOutOfMemory)) return std::nullopt;
   return Failure{ExitStatus::Internal, what + ": it takes more memory than is allowed",

@@ -35,7 +35,7 @@ void RequireMemory(const std::string& what, int32_t code);
 // CallWithMemory is RequireMemory for a call of which any code but QEX_OK may be due to a failed allocation,
 // so that a check seems to fail. A failed allocation leaves its mark in errno.
 template <class Call>
-int32_t CallWithMemory(const std::string& what, Call call) {
+[[nodiscard]] int32_t CallWithMemory(const std::string& what, Call call) {
   errno = 0;
   const int32_t code = call();
   if (code != QEX_OK && errno == ENOMEM) throw std::bad_alloc();
@@ -57,7 +57,7 @@ ByteView FieldOf(const uint8_t (&octets)[kSize], size_t length) {
 // FetchOutput fills `out` by an export that returns the length needed with QEX_E_SIZE. `call(data, length)`
 // returns the code. The first try has room for `guess` octets; 0 asks for the length.
 template <class Call>
-int32_t FetchOutput(Bytes& out, size_t guess, Call call) {
+[[nodiscard]] int32_t FetchOutput(Bytes& out, size_t guess, Call call) {
   out.resize(guess);
   uint32_t length = LengthOf(out);
   int32_t code = call(guess == 0 ? nullptr : out.data(), &length);

@@ -59,7 +59,7 @@ std::string answer_to(const std::string& question, const Trust& trust, bool& tru
 }
 
 // The worker's side: answers questions until there are no more.
-int serve(const Trust& trust, const char* version) {
+[[nodiscard]] int serve(const Trust& trust, const char* version) {
   LimitWorker();
   if (!SetVariable("QEX_VERIFY_ESSCERTIDV2", std::strcmp(version, "v2") == 0 ? "1" : "0")) return 1;
   out_of_memory_answer();
@@ -92,7 +92,7 @@ Failure ended(int status, const std::string& name, const std::string& messages) 
 
 // The version to begin with. Which attributes a token has only a worker can say; that the octets of the
 // second one's identifier are somewhere in it is a good guess.
-bool may_have_v2(const Bytes& message) {
+[[nodiscard]] bool may_have_v2(const Bytes& message) {
   constexpr uint8_t kSigningCertificateV2[] = {0x2A, 0x86, 0x48, 0x86, 0xF7, 0x0D,
                                                0x01, 0x09, 0x10, 0x02, 0x2F};
   return std::search(message.begin(), message.end(), std::begin(kSigningCertificateV2),
@@ -193,7 +193,7 @@ Answer AskOnce(const Job& job) {
 
 namespace {
 
-int do_one_job() {
+[[nodiscard]] int do_one_job() {
   LimitWorker();
   out_of_memory_answer();
   std::set_new_handler(end_without_memory);

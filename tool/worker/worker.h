@@ -57,6 +57,6 @@ Answer AskOnce(const Job& job);
 
 // RunAsWorker does the job of a process that was started with kWorkerArgument, and returns its exit status;
 // nothing for any other command line.
-std::optional<int> RunAsWorker(int count, char** words);
+[[nodiscard]] std::optional<int> RunAsWorker(int count, char** words);
 
 }  // namespace qex::tool

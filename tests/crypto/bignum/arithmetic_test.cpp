@@ -11,7 +11,6 @@ namespace qex {
 namespace {
 
 using test::Big;
-using test::FailingAlloc;
 using test::LiveBlocks;
 using test::Pool;
 

@@ -22,14 +22,14 @@ std::string printed(Print print) {
 }
 
 template <class T, auto kDecode, auto kFree>
-std::optional<std::string> print_message(const Type& type, View data) {
+[[nodiscard]] std::optional<std::string> print_message(const Type& type, View data) {
   const Decoded<T, kDecode, kFree> value(data);
   if (!value) return std::nullopt;
   return printed([&](FILE* stream) { PrintValue(type, stream, &*value, 0); });
 }
 
 // A token with the content that is signed, decoded too.
-std::optional<std::string> print_token(View data) {
+[[nodiscard]] std::optional<std::string> print_token(View data) {
   const Decoded<ContentInfo, BDecContentInfo, FreeContentInfo> token(data);
   if (!token) return std::nullopt;
   const std::string text = printed([&](FILE* stream) { PrintValue(kContentInfo, stream, &*token, 0); });

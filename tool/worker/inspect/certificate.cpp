@@ -37,7 +37,7 @@ size_t bits_of(View number) {
 }
 
 // At least 65537, the exponent that the description of QEX_VerifyTST_Signature demands.
-bool is_large_exponent(View exponent) {
+[[nodiscard]] bool is_large_exponent(View exponent) {
   if (exponent.size() != 3) return exponent.size() > 3;
   return (exponent[0] << 16 | exponent[1] << 8 | exponent[2]) >= 65537;
 }
@@ -178,11 +178,11 @@ std::string SubjectText(View certificate) {
   const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
   if (!body) return "";
   Elements fields(body->content);
-  fields.next(kVersionTag);
-  fields.next(kInteger);
-  fields.next(kSequence);  // signature
-  fields.next(kSequence);  // issuer
-  fields.next(kSequence);  // validity
+  fields.skip(kVersionTag);
+  fields.skip(kInteger);
+  fields.skip(kSequence);  // signature
+  fields.skip(kSequence);  // issuer
+  fields.skip(kSequence);  // validity
   const auto subject = fields.next(kSequence);
   return subject ? NameText(subject->whole) : "";
 }
@@ -192,7 +192,7 @@ Json DescribeCertificate(View certificate, const ExtensionPrinter& printer) {
   const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
   if (!body) return nullptr;
   Elements fields(body->content);
-  fields.next(kVersionTag);
+  fields.skip(kVersionTag);
   const auto serial = fields.next(kInteger);
   const auto signature = fields.next(kSequence);
   const auto issuer = fields.next(kSequence);
@@ -228,10 +228,10 @@ Json DescribeAttributeCertificate(View certificate) {
   const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
   if (!body) return nullptr;
   Elements fields(body->content);
-  fields.next(kInteger);
-  fields.next();  // the holder
+  fields.skip(kInteger);
+  fields.skip();  // the holder
   const auto issuer = fields.next();
-  fields.next(kSequence);
+  fields.skip(kSequence);
   const auto serial = fields.next(kInteger);
   if (!issuer || !serial) return nullptr;
 
@@ -252,7 +252,7 @@ Json AttributeTypes(View certificate) {
   const auto body = whole ? Elements(whole->content).next(kSequence) : std::nullopt;
   if (!body) return names;
   Elements fields(body->content);
-  for (size_t i = 0; i < kFieldsBeforeAttributes; ++i) fields.next();
+  for (size_t i = 0; i < kFieldsBeforeAttributes; ++i) fields.skip();
   const auto attributes = fields.next(kSequence);
   if (!attributes) return names;
   Elements list(attributes->content);

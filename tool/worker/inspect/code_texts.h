@@ -16,8 +16,8 @@ struct CodeText {
 };
 
 // FindCode returns the result code of a number or name; nothing when there is none.
-std::optional<CodeText> FindCode(int32_t code);
-std::optional<CodeText> FindCode(std::string_view name);
+[[nodiscard]] std::optional<CodeText> FindCode(int32_t code);
+[[nodiscard]] std::optional<CodeText> FindCode(std::string_view name);
 
 // Codes returns all result codes, 0 first.
 std::vector<CodeText> Codes();
@@ -26,7 +26,7 @@ std::vector<CodeText> Codes();
 std::string CodeMeaning(int32_t code);
 
 // Asn1ErrorMeaning returns the meaning of a last ASN.1 error; nothing for an unknown number.
-std::optional<std::string> Asn1ErrorMeaning(int32_t error);
+[[nodiscard]] std::optional<std::string> Asn1ErrorMeaning(int32_t error);
 
 // A run of ASN.1 errors that share a text: from `first` down to `last`, which mostly is the same.
 struct Asn1ErrorText {

@@ -16,11 +16,11 @@ namespace qex::inspect {
 using tool::Json;
 
 // InspectRequest returns a request as the library's codec reads it; nothing when it does not decode.
-std::optional<tool::RequestFacts> InspectRequest(View request);
+[[nodiscard]] std::optional<tool::RequestFacts> InspectRequest(View request);
 
 // InspectToken returns the contents of a token and the choices for its verification, as the library's codec
 // reads it, without verifying; nothing when it does not decode.
-std::optional<tool::LibraryReading> InspectToken(View token);
+[[nodiscard]] std::optional<tool::LibraryReading> InspectToken(View token);
 
 // TsaName renders the tsa name of a token for people; empty when it has none, or one of another form than a
 // directory name.
@@ -62,7 +62,7 @@ std::string NameText(View name);
 std::string TimeText(uint8_t tag, View content);
 
 // Asn1Text prints a message by the library's print routines; nothing when it does not decode.
-std::optional<std::string> Asn1Text(Kind kind, View data);
+[[nodiscard]] std::optional<std::string> Asn1Text(Kind kind, View data);
 
 // UnknownIdentifier is one that the library has no type for, or another type than the value has, in a place
 // where the value after it is decoded by it.
@@ -74,6 +74,6 @@ struct UnknownIdentifier {
 
 // FindUnknownIdentifier returns the first one in a message, of a token's TSTInfo last; nothing when
 // there is none.
-std::optional<UnknownIdentifier> FindUnknownIdentifier(View data);
+[[nodiscard]] std::optional<UnknownIdentifier> FindUnknownIdentifier(View data);
 
 }  // namespace qex::inspect

@@ -89,7 +89,7 @@ std::string attribute_text(const Element& attribute) {
   return text += string_text(*value);
 }
 
-bool all_digits(std::string_view text) {
+[[nodiscard]] bool all_digits(std::string_view text) {
   return std::ranges::all_of(text, [](char c) { return c >= '0' && c <= '9'; });
 }
 

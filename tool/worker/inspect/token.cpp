@@ -38,7 +38,7 @@ Bytes copy_of(const AsnOcts& value) {
   return {value.octs, value.octs + value.count};
 }
 
-std::optional<Bytes> integer_of(const AsnOcts& value) {
+[[nodiscard]] std::optional<Bytes> integer_of(const AsnOcts& value) {
   if (value.octs == nullptr) return std::nullopt;
   return tool::MinimalInteger({value.octs, value.count});
 }
@@ -52,7 +52,7 @@ tool::Imprint imprint_of(const MessageImprint* imprint) {
   return {algorithm_of(imprint->hashAlgorithm), copy_of(imprint->hashedMessage)};
 }
 
-std::optional<int64_t> number_of(const AsnInt* value) {
+[[nodiscard]] std::optional<int64_t> number_of(const AsnInt* value) {
   return value == nullptr ? std::nullopt : std::optional<int64_t>(*value);
 }
 
@@ -83,7 +83,7 @@ const SignerInfo* first_signer(const SignedData& data) {
 }
 
 // The identifier that a content-type attribute holds.
-std::optional<Bytes> content_type_of(const Attribute& attribute) {
+[[nodiscard]] std::optional<Bytes> content_type_of(const Attribute& attribute) {
   std::optional<Bytes> found;
   for_each<AsnAny>(attribute.values, [&](const AsnAny& value) {
     if (found || value.ai == nullptr || value.ai->anyId != kAnyContentType || value.value == nullptr) return;
@@ -106,7 +106,7 @@ Bytes ess_hash_of(const Attribute& attribute) {
 }
 
 // RFC 5652, 11 and RFC 5035, 5.4: these have one value each.
-bool has_one_value_alone(const AsnOid& type) {
+[[nodiscard]] bool has_one_value_alone(const AsnOid& type) {
   return AsnOidEqual(type, kIdContentType) || AsnOidEqual(type, kIdMessageDigest) ||
          AsnOidEqual(type, kIdSigningTime) || AsnOidEqual(type, kIdSigningCertificate) ||
          AsnOidEqual(type, kIdSigningCertificateV2);

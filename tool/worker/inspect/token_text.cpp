@@ -23,7 +23,7 @@ struct Parts {
   std::optional<Element> signers;
 };
 
-std::optional<Parts> parts_of(View token) {
+[[nodiscard]] std::optional<Parts> parts_of(View token) {
   const auto whole = Elements(token).next(kSequence);
   if (!whole) return std::nullopt;
   Elements fields(whole->content);
@@ -32,8 +32,8 @@ std::optional<Parts> parts_of(View token) {
   const auto data = wrapped ? Elements(wrapped->content).next(kSequence) : std::nullopt;
   if (!data) return std::nullopt;
   Elements members(data->content);
-  members.next(kInteger);
-  members.next(kSet);
+  members.skip(kInteger);
+  members.skip(kSet);
   const auto content = members.next(kSequence);
   if (!content) return std::nullopt;
   Parts parts{*content, {}, {}, {}};
@@ -79,8 +79,8 @@ Json attribute_types(const Element& attributes, std::string* signingTime) {
 
 Json describe_signer(const Element& signer) {
   Elements fields(signer.content);
-  fields.next(kInteger);
-  fields.next();  // the signer identifier
+  fields.skip(kInteger);
+  fields.skip();  // the signer identifier
   Json description;
   description["digest"] = identifier_text(fields.next(kSequence));
   const auto signedAttributes = fields.next(kContext0);
@@ -91,7 +91,7 @@ Json describe_signer(const Element& signer) {
     if (!claimed.empty()) description["signing_time_claimed_by_signer"] = claimed;
     description["signed_attributes"] = std::move(types);
   }
-  fields.next();  // the signature
+  fields.skip();  // the signature
   if (const auto others = fields.next(kContext1)) {
     description["unsigned_attributes"] = attribute_types(*others, nullptr);
   }
@@ -152,7 +152,7 @@ std::string TsaName(View token) {
   const auto parts = parts_of(token);
   if (!parts) return "";
   Elements inner(parts->content.content);
-  inner.next(kOid);
+  inner.skip(kOid);
   const auto wrapped = inner.next(kContext0);
   const auto value = wrapped ? Elements(wrapped->content).next() : std::nullopt;
   if (!value || (value->tag != kOctetString && value->tag != kConstructedString)) return "";

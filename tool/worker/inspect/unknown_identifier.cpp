@@ -25,7 +25,7 @@ constexpr uint8_t kOtherFormat = 0xA3;  // CertificateChoices
 // The forms of algorithm parameters: NULL, a named curve, a structure.
 constexpr std::array<uint8_t, 3> kParameterTags = {kNull, kOid, kSequence};
 
-bool is_registered(View identifier) {
+[[nodiscard]] bool is_registered(View identifier) {
   AsnAny any{};
   SetAnyTypeByOid(&any, {uint32_t(identifier.size()), identifier.data()});
   return any.ai != nullptr;
@@ -33,7 +33,7 @@ bool is_registered(View identifier) {
 
 // Whether a value decodes as the type that its identifier is registered for: a name attribute may be a string
 // of another type than the library's table allows.
-bool decodes(View identifier, const Element& value) {
+[[nodiscard]] bool decodes(View identifier, const Element& value) {
   AsnAny any{};
   SetAnyTypeByOid(&any, {uint32_t(identifier.size()), identifier.data()});
   ExpBuf block;
@@ -50,7 +50,7 @@ bool decodes(View identifier, const Element& value) {
 
 // The value is a list whose elements have their own identifiers: the qualifiers of a policy, the hash of a
 // signature policy. Nothing is looked up by the identifier before it.
-bool is_list_of_identified(const Element& value) {
+[[nodiscard]] bool is_list_of_identified(const Element& value) {
   const auto first = Elements(value.content).next(kSequence);
   return first && Elements(first->content).next(kOid);
 }
@@ -71,7 +71,7 @@ const char* role_of(const Element& parent, const Element& value, unsigned depth)
   return (tag & 0xC0) == 0 ? "name attribute" : nullptr;
 }
 
-std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned depth) {
+[[nodiscard]] std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned depth) {
   Elements parts(element.content);
   const auto identifier = parts.next(kOid);
   const auto value = identifier ? parts.next() : std::nullopt;
@@ -101,7 +101,7 @@ std::optional<UnknownIdentifier> unknown_in(const Element& element, unsigned dep
 
 // The format of the first revocation information of a token that is not a certificate revocation list (RFC
 // 5652, 10.2.1); the library knows only lists.
-std::optional<UnknownIdentifier> other_revocation_in(const Element& token) {
+[[nodiscard]] std::optional<UnknownIdentifier> other_revocation_in(const Element& token) {
   constexpr uint8_t kCrls = 0xA1;
   constexpr uint8_t kOtherRevocation = 0xA1;
   Elements fields(token.content);
@@ -123,15 +123,15 @@ std::optional<UnknownIdentifier> other_revocation_in(const Element& token) {
 }
 
 // The TSTInfo of a token, which is decoded separately.
-std::optional<Element> content_of(const Element& token) {
+[[nodiscard]] std::optional<Element> content_of(const Element& token) {
   Elements fields(token.content);
   if (!fields.next(kOid)) return std::nullopt;
   const auto content = fields.next(kContext0);
   const auto data = content ? Elements(content->content).next(kSequence) : std::nullopt;
   if (!data) return std::nullopt;
   Elements parts(data->content);
-  parts.next();
-  parts.next();
+  parts.skip();
+  parts.skip();
   const auto encapsulated = parts.next(kSequence);
   if (!encapsulated) return std::nullopt;
   Elements inner(encapsulated->content);

@@ -24,7 +24,7 @@ const ASN1_TYPE* value_at(const Token& token, int index) {
   return X509_ATTRIBUTE_get0_type(CMS_signed_get_attr(token.signer, index), 0);
 }
 
-bool has_one_value_by_standard(const ASN1_OBJECT* type) {
+[[nodiscard]] bool has_one_value_by_standard(const ASN1_OBJECT* type) {
   return std::ranges::find(kSingleValued, OBJ_obj2nid(type)) != std::end(kSingleValued) ||
          std::ranges::equal(OctetsOf(type), kAlgorithmProtection);
 }

@@ -18,8 +18,8 @@ const ASN1_TYPE* FirstValue(const Token& token, int nid);
 ByteView SequenceOctets(const ASN1_TYPE* value);
 
 // HasAttributes returns whether there are signed attributes, HasAttribute whether there is one of a type.
-bool HasAttributes(const Token& token);
-bool HasAttribute(const Token& token, int nid);
+[[nodiscard]] bool HasAttributes(const Token& token);
+[[nodiscard]] bool HasAttribute(const Token& token, int nid);
 
 // RepeatedAttributes returns the types that occur more than once, or do not have exactly one value.
 std::vector<Bytes> RepeatedAttributes(const Token& token);

@@ -25,7 +25,7 @@ std::string other_purposes(const EXTENDED_KEY_USAGE* purposes) {
   return others;
 }
 
-bool has_time_stamping(const EXTENDED_KEY_USAGE* purposes) {
+[[nodiscard]] bool has_time_stamping(const EXTENDED_KEY_USAGE* purposes) {
   for (int i = 0; i < sk_ASN1_OBJECT_num(purposes); ++i) {
     if (OBJ_obj2nid(sk_ASN1_OBJECT_value(purposes, i)) == NID_time_stamp) return true;
   }
@@ -43,7 +43,7 @@ std::string key_usage_fault(X509* certificate) {
 }
 
 // Whether the private key was to sign no longer at that time (RFC 3280, 4.2.1.4).
-bool key_period_ended(const X509* certificate, int64_t time) {
+[[nodiscard]] bool key_period_ended(const X509* certificate, int64_t time) {
   const Handle<PKEY_USAGE_PERIOD, PKEY_USAGE_PERIOD_free> period(static_cast<PKEY_USAGE_PERIOD*>(
       X509_get_ext_d2i(certificate, NID_private_key_usage_period, nullptr, nullptr)));
   const auto last = period ? SecondsOf(period->notAfter) : std::nullopt;

@@ -29,6 +29,6 @@ struct JudgedTimes {
 Validity ValidityAt(const X509* certificate, const JudgedTimes& times);
 
 // NamesSigner returns whether a name is the certificate's subject or one of its alternative names.
-bool NamesSigner(GENERAL_NAME* name, X509* certificate);
+[[nodiscard]] bool NamesSigner(GENERAL_NAME* name, X509* certificate);
 
 }  // namespace qex::tool::strict

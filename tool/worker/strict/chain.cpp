@@ -46,7 +46,7 @@ Chain judge_sizes(STACK_OF(X509) * path) {
 }
 
 // A certificate is valid through its last second (RFC 5280, 4.1.2.5); libcrypto treats it as expired then.
-int allow_last_second(int ok, X509_STORE_CTX* context) {
+[[nodiscard]] int allow_last_second(int ok, X509_STORE_CTX* context) {
   if (ok != 0 || X509_STORE_CTX_get_error(context) != X509_V_ERR_CERT_HAS_EXPIRED) return ok;
   const int64_t time = X509_VERIFY_PARAM_get_time(X509_STORE_CTX_get0_param(context));
   if (SecondsOf(X509_get0_notAfter(X509_STORE_CTX_get_current_cert(context))) != time) return ok;
@@ -55,7 +55,7 @@ int allow_last_second(int ok, X509_STORE_CTX* context) {
 }
 
 // False when this platform's time_t cannot hold the time.
-bool set_judged_time(X509_VERIFY_PARAM* parameters, int64_t time) {
+[[nodiscard]] bool set_judged_time(X509_VERIFY_PARAM* parameters, int64_t time) {
   const time_t narrow = time_t(time);
   if (narrow != time) return false;
   X509_VERIFY_PARAM_set_time(parameters, narrow);
@@ -116,7 +116,7 @@ class PathSearch {
   }
 
  private:
-  bool done() const {
+  [[nodiscard]] bool done() const {
     return attempts_ >= kMaxAttempts || nodes_ >= kMaxNodes || answer_.chain.result == ChainResult::Trusted;
   }
 

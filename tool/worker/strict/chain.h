@@ -26,6 +26,6 @@ ChainAnswer FindChain(const ChainQuestion& question);
 
 // HasWeakDigest returns whether certificates of a chain may not be signed with this algorithm unless weak
 // ones are allowed.
-bool HasWeakDigest(const X509_ALGOR* signatureAlgorithm);
+[[nodiscard]] bool HasWeakDigest(const X509_ALGOR* signatureAlgorithm);
 
 }  // namespace qex::tool::strict

@@ -99,7 +99,7 @@ constexpr int kFaultsOfUnknownAlgorithms[] = {
 
 // A certificate that is signed by an algorithm that libcrypto does not know has no issuer for it, or a weak
 // or wrong signature.
-bool is_of_unknown_algorithm(int error, const X509* certificate) {
+[[nodiscard]] bool is_of_unknown_algorithm(int error, const X509* certificate) {
   if (certificate == nullptr) return false;
   if (std::ranges::find(kFaultsOfUnknownAlgorithms, error) == std::end(kFaultsOfUnknownAlgorithms)) {
     return false;

@@ -17,7 +17,7 @@ class SigningCertificate {
   EssMatch Match(X509* certificate) const;
 
  private:
-  bool fits_issuer(X509* certificate) const;
+  [[nodiscard]] bool fits_issuer(X509* certificate) const;
 
   EssMatch state_ = EssMatch::Absent;  // Names: it can be compared
   const Digest* digest_ = nullptr;

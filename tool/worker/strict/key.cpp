@@ -46,7 +46,7 @@ constexpr Bound kDsaBounds[] = {
     {OSSL_PKEY_PARAM_PUB_KEY, "a public value", kMaxModulusBits},
 };
 
-OwnedBigNumber number_of(EVP_PKEY* key, const char* parameter) {
+[[nodiscard]] OwnedBigNumber number_of(EVP_PKEY* key, const char* parameter) {
   BIGNUM* number = nullptr;
   EVP_PKEY_get_bn_param(key, parameter, &number);
   return OwnedBigNumber(number);

@@ -23,13 +23,13 @@ using inspect::kSet;
 constexpr uint8_t kIndefinite = 0x80;
 constexpr size_t kMost = 64;  // certificates that are kept
 
-std::optional<Element> take(Elements& row, uint8_t tag) {
+[[nodiscard]] std::optional<Element> take(Elements& row, uint8_t tag) {
   const auto element = row.next(tag);
   return element && element->whole[1] != kIndefinite ? element : std::nullopt;
 }
 
 // The contents of a row when that is one element.
-std::optional<Element> only(ByteView row, uint8_t tag) {
+[[nodiscard]] std::optional<Element> only(ByteView row, uint8_t tag) {
   Elements elements(row);
   const auto element = take(elements, tag);
   return elements.empty() ? element : std::nullopt;
@@ -52,7 +52,7 @@ Bytes wrapped(uint8_t tag, std::initializer_list<ByteView> parts) {
 }
 
 // Whether every element of the field is a certificate; they are added to `certificates`.
-bool take_certificates(ByteView field, std::vector<ByteView>& certificates) {
+[[nodiscard]] bool take_certificates(ByteView field, std::vector<ByteView>& certificates) {
   for (Elements row(field); !row.empty();) {
     const auto certificate = take(row, kSequence);
     if (!certificate) return false;

@@ -18,13 +18,13 @@ struct TokenParts {
 
 // TakeApart returns the parts of a token; nothing when it is not plainly encoded (definite lengths, X.509
 // certificates and no other kind), or carries none.
-std::optional<TokenParts> TakeApart(ByteView token);
+[[nodiscard]] std::optional<TokenParts> TakeApart(ByteView token);
 
 // KnownCertificate returns the certificate of an encoding; nothing when it does not decode.
-OwnedCertificate KnownCertificate(ByteView encoding);
+[[nodiscard]] OwnedCertificate KnownCertificate(ByteView encoding);
 
 // KnownCertificates returns the certificates of these encodings; nothing when one of them does not decode.
-OwnedCertificates KnownCertificates(const std::vector<ByteView>& encodings);
+[[nodiscard]] OwnedCertificates KnownCertificates(const std::vector<ByteView>& encodings);
 
 // ForgetCertificates drops them all.
 void ForgetCertificates();

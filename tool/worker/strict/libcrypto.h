@@ -65,7 +65,7 @@ const ASN1_OBJECT* IdentifierOf(const X509_ALGOR* algorithm);
 std::string OidText(const ASN1_OBJECT* identifier);
 
 // SecondsOf returns seconds since 1970; nothing for a time that is not well formed.
-std::optional<int64_t> SecondsOf(const ASN1_TIME* time);
+[[nodiscard]] std::optional<int64_t> SecondsOf(const ASN1_TIME* time);
 // MomentOf renders a time in ISO 8601, or says in words that it is not well formed.
 std::string MomentOf(const ASN1_TIME* time);
 

@@ -58,7 +58,7 @@ struct Finding {
 
 // The moment from which an entry says not to rely on the certificate: the revocation, or an earlier one that
 // it names. Nothing when it cannot be read.
-std::optional<int64_t> invalid_from(const X509_REVOKED* entry) {
+[[nodiscard]] std::optional<int64_t> invalid_from(const X509_REVOKED* entry) {
   const auto revoked = SecondsOf(X509_REVOKED_get0_revocationDate(entry));
   if (X509_REVOKED_get_ext_by_NID(entry, NID_invalidity_date, -1) < 0) return revoked;
   const OwnedTime invalid(static_cast<ASN1_GENERALIZEDTIME*>(
@@ -136,7 +136,7 @@ std::vector<Finding> findings_of(const RevocationList& list, int place, const Re
 }
 
 // A hold is over when a later list leaves the certificate out.
-bool is_released(const Finding& finding, const std::vector<Finding>& all) {
+[[nodiscard]] bool is_released(const Finding& finding, const std::vector<Finding>& all) {
   return finding.hold && std::ranges::any_of(all, [&](const Finding& other) {
            return other.verdict == Verdict::Good && other.issued > finding.issued;
          });
@@ -194,7 +194,7 @@ std::string reason_after(const Finding& finding) {
 }
 
 // The weight of a result for the whole token: a revocation most, then a list that fails.
-int weight_of(RevocationResult result) {
+[[nodiscard]] int weight_of(RevocationResult result) {
   switch (result) {
     case RevocationResult::Good: return 0;
     case RevocationResult::StillValid: return 1;

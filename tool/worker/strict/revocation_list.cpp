@@ -33,12 +33,12 @@ constexpr int kKnownEntryExtensions[] = {
     NID_certificate_issuer,
 };
 
-int kind_of(X509_EXTENSION* extension) {
+[[nodiscard]] int kind_of(X509_EXTENSION* extension) {
   return OBJ_obj2nid(X509_EXTENSION_get_object(extension));
 }
 
 template <size_t N>
-bool is_unknown_critical(X509_EXTENSION* extension, const int (&known)[N]) {
+[[nodiscard]] bool is_unknown_critical(X509_EXTENSION* extension, const int (&known)[N]) {
   if (X509_EXTENSION_get_critical(extension) == 0) return false;
   return std::ranges::find(known, kind_of(extension)) == std::end(known);
 }
@@ -55,7 +55,7 @@ Owner extension_of(RevocationList& list, int kind) {
 }
 
 // libcrypto compares only times that are in the form of RFC 5280, 5.1.2.4.
-bool is_well_formed(const ASN1_TIME* time) {
+[[nodiscard]] bool is_well_formed(const ASN1_TIME* time) {
   return time != nullptr && X509_cmp_time(time, nullptr) != 0;
 }
 
@@ -80,7 +80,7 @@ void read_extensions(RevocationList& list) {
   if (kinds > 1) list.fault = kInvalidExtensions;  // RFC 5280, 5.2.5
 }
 
-bool holds_name(const GENERAL_NAMES* names, const X509_NAME* wanted) {
+[[nodiscard]] bool holds_name(const GENERAL_NAMES* names, const X509_NAME* wanted) {
   for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
     const GENERAL_NAME* name = sk_GENERAL_NAME_value(names, i);
     if (name->type == GEN_DIRNAME && X509_NAME_cmp(name->d.directoryName, wanted) == 0) return true;
@@ -129,7 +129,7 @@ class EntryReader {
     }
   }
 
-  bool is_of(const X509_NAME* issuer) const {
+  [[nodiscard]] bool is_of(const X509_NAME* issuer) const {
     return issuer_ ? holds_name(issuer_.get(), issuer)
                    : X509_NAME_cmp(X509_CRL_get_issuer(list_.crl), issuer) == 0;
   }
@@ -140,12 +140,12 @@ class EntryReader {
 };
 
 // A name relative to the issuer's has been completed.
-bool is_named(const X509_NAME* name, const DIST_POINT_NAME* point) {
+[[nodiscard]] bool is_named(const X509_NAME* name, const DIST_POINT_NAME* point) {
   if (point->type == 0) return holds_name(point->name.fullname, name);
   return point->dpname != nullptr && X509_NAME_cmp(name, point->dpname) == 0;
 }
 
-bool share_a_name(const DIST_POINT_NAME* left, const DIST_POINT_NAME* right) {
+[[nodiscard]] bool share_a_name(const DIST_POINT_NAME* left, const DIST_POINT_NAME* right) {
   if (left->type != 0) return left->dpname != nullptr && is_named(left->dpname, right);
   for (int i = 0; i < sk_GENERAL_NAME_num(left->name.fullname); ++i) {
     GENERAL_NAME* name = sk_GENERAL_NAME_value(left->name.fullname, i);
@@ -158,7 +158,7 @@ bool share_a_name(const DIST_POINT_NAME* left, const DIST_POINT_NAME* right) {
 }
 
 // Whether a certificate names the list's distribution point as one for all reasons.
-bool names_point(X509* certificate, DIST_POINT_NAME* wanted) {
+[[nodiscard]] bool names_point(X509* certificate, DIST_POINT_NAME* wanted) {
   const X509_NAME* issuer = X509_get_issuer_name(certificate);
   const OwnedDistributionPoints points(static_cast<CRL_DIST_POINTS*>(
       X509_get_ext_d2i(certificate, NID_crl_distribution_points, nullptr, nullptr)));
@@ -176,7 +176,7 @@ bool names_point(X509* certificate, DIST_POINT_NAME* wanted) {
 
 // The moment since which certificates that expire stay in the list (X.509, 9.5.2.6); nothing when they do
 // not.
-std::optional<int64_t> keeps_expired_since(const X509_CRL* list) {
+[[nodiscard]] std::optional<int64_t> keeps_expired_since(const X509_CRL* list) {
   const OwnedIdentifier identifier(Needed(OBJ_txt2obj("2.5.29.60", 1)));
   const int place = X509_CRL_get_ext_by_OBJ(list, identifier.get(), -1);
   if (place < 0) return std::nullopt;
@@ -186,7 +186,7 @@ std::optional<int64_t> keeps_expired_since(const X509_CRL* list) {
 }
 
 // Lists drop expired certificates (RFC 5280, 3.3).
-bool may_have_dropped(const RevocationList& list, const X509* certificate) {
+[[nodiscard]] bool may_have_dropped(const RevocationList& list, const X509* certificate) {
   const auto end = SecondsOf(X509_get0_notAfter(certificate));
   if (end && list.issued <= *end) return false;
   const auto kept = keeps_expired_since(list.crl);

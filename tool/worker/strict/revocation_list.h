@@ -23,9 +23,9 @@ struct RevocationList {
   std::vector<std::vector<X509_REVOKED*>> entries;  // by certificate of the path
 
   std::string Name() const;
-  bool IsWeak() const;  // signed with a weak digest
-  bool IsIndirect() const { return scope && scope->indirectCRL != 0; }
-  bool IsOfSomeReasons() const { return scope && scope->onlysomereasons != nullptr; }
+  [[nodiscard]] bool IsWeak() const;  // signed with a weak digest
+  [[nodiscard]] bool IsIndirect() const { return scope && scope->indirectCRL != 0; }
+  [[nodiscard]] bool IsOfSomeReasons() const { return scope && scope->onlysomereasons != nullptr; }
 };
 
 // ReadRevocationList reads a list, and picks the entries about the certificates of a path.

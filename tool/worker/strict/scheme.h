@@ -15,7 +15,7 @@ struct Scheme {
   std::string unsupported;  // why it cannot be tried, in words; empty: it can
   std::string fault;        // the fault of its parameters; empty: none
 
-  bool FitsKey(const std::string& keyType) const;
+  [[nodiscard]] bool FitsKey(const std::string& keyType) const;
 };
 
 // SchemeOf reads a signature algorithm; the digest algorithm counts where it names none.

@@ -70,7 +70,7 @@ std::string content_fault(const Token& token, const Digest& digest) {
   return "";
 }
 
-bool set_pss(EVP_PKEY_CTX* context, const Scheme& scheme) {
+[[nodiscard]] bool set_pss(EVP_PKEY_CTX* context, const Scheme& scheme) {
   return EVP_PKEY_CTX_set_rsa_padding(context, RSA_PKCS1_PSS_PADDING) > 0 &&
          EVP_PKEY_CTX_set_rsa_mgf1_md(context, scheme.mask->routine.get()) > 0 &&
          EVP_PKEY_CTX_set_rsa_pss_saltlen(context, scheme.saltLength) > 0;
@@ -78,7 +78,7 @@ bool set_pss(EVP_PKEY_CTX* context, const Scheme& scheme) {
 
 // Whether the last failure was one of the key's size: libcrypto has bounds of its own, such as 64 bits for
 // the exponent of a modulus beyond 3072, and the three usual lengths of q.
-bool key_was_refused() {
+[[nodiscard]] bool key_was_refused() {
   const unsigned long error = ERR_peek_error();
   const int reason = ERR_GET_REASON(error);
   if (ERR_GET_LIB(error) == ERR_LIB_RSA) {

@@ -32,7 +32,7 @@ std::vector<Bytes> critical_extensions(TS_TST_INFO* info) {
 }
 
 // A hash takes no parameters: they are absent or NULL (RFC 5754, 2).
-bool has_plain_imprint(TS_TST_INFO* info) {
+[[nodiscard]] bool has_plain_imprint(TS_TST_INFO* info) {
   int type = V_ASN1_UNDEF;
   X509_ALGOR_get0(nullptr, &type, nullptr, TS_MSG_IMPRINT_get_algo(TS_TST_INFO_get_msg_imprint(info)));
   return type == V_ASN1_UNDEF || type == V_ASN1_NULL;
@@ -57,7 +57,8 @@ Structure structure_of(const Token& token, X509* certificate) {
 }
 
 // The time at which certificates are judged; nothing when that of the token cannot be read.
-std::optional<int64_t> judged_time(const Trust& trust, const std::optional<GenTime>& genTime, int64_t now) {
+[[nodiscard]] std::optional<int64_t> judged_time(const Trust& trust, const std::optional<GenTime>& genTime,
+                                                 int64_t now) {
   switch (trust.time) {
     case TrustTime::Now: return now;
     case TrustTime::Given: return trust.givenTime;

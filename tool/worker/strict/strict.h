@@ -13,7 +13,7 @@
 namespace qex::tool {
 
 // HasStrictReader returns whether this build reads tokens strictly; one without libcrypto does not.
-bool HasStrictReader();
+[[nodiscard]] bool HasStrictReader();
 
 // ReadStrictly reads a token and judges it. Throws a Stop when it cannot be read at all.
 StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak);

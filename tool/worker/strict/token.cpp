@@ -9,14 +9,14 @@
 namespace qex::tool::strict {
 namespace {
 
-std::optional<int64_t> small_number(const ASN1_INTEGER* number) {
+[[nodiscard]] std::optional<int64_t> small_number(const ASN1_INTEGER* number) {
   if (number == nullptr) return std::nullopt;
   int64_t value = 0;
   if (ASN1_INTEGER_get_int64(&value, number) != 1) StopReading("the accuracy is not a number of 64 bits");
   return value;
 }
 
-std::optional<Accuracy> accuracy_of(TS_TST_INFO* info) {
+[[nodiscard]] std::optional<Accuracy> accuracy_of(TS_TST_INFO* info) {
   const TS_ACCURACY* accuracy = TS_TST_INFO_get_accuracy(info);
   if (accuracy == nullptr) return std::nullopt;
   return Accuracy{small_number(TS_ACCURACY_get_seconds(accuracy)),
