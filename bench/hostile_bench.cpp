@@ -2,7 +2,7 @@
 #include <benchmark/benchmark.h>
 
 #include "bench/hostile.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 
 #include "api/frame.h"
 #include "bench/hostile.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tests/support/heap_size.h"
 #include "tests/support/instrumentation.h"
 

@@ -1,4 +1,4 @@
-// Memory of decoded values, and the hook through which codec errors are reported.
+// Memory of decoded values.
 //
 // The parts of a value are in the arena of its recovery point, which releases them as a whole, or are blocks
 // of the heap, which the Free routine of its type releases one by one. A value in an arena is never freed.
@@ -29,12 +29,5 @@ void AsnFree(void* p);
   if (p == nullptr) AsnRaise(env, kOutOfMemoryCode);
   return static_cast<uint8_t*>(p);
 }
-
-// AsnErrorHandler receives every error text of the codec; the default one writes it to the
-// standard error stream and ignores the severity. A host may replace it.
-extern void (*AsnErrorHandler)(const char* text, int severity);
-
-// AsnError passes `text` to the handler with severity 1.
-void AsnError(const char* text);
 
 }  // namespace qex

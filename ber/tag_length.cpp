@@ -4,7 +4,7 @@
 // data ExpBufGetByte returns 0 and sets a flag that stays, so no test between them is needed.
 #include "ber/tag_length.h"
 
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 
 namespace qex {
 

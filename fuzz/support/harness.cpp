@@ -8,7 +8,7 @@
 #include "api/frame.h"
 #include "api/signing_certificate.h"
 #include "ber/constructed.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 
 namespace qex::fuzz {
 namespace {

@@ -1,11 +1,9 @@
-// Memory of decoded values and the error hook.
 #include "ber/memory.h"
 
 #include <gtest/gtest.h>
 
 #include <cstdint>
 
-#include "tests/support/error_capture.h"
 #include "tests/support/failing_alloc.h"
 
 namespace qex::test {
@@ -45,27 +43,6 @@ TEST(AsnAlloc, FailureIsNull) {
 
 TEST(AsnAlloc, FreeingNullIsAllowed) {
   AsnFree(nullptr);
-}
-
-TEST(AsnError, TheHandlerGetsTheTextWithSeverity1) {
-  const ErrorCapture capture;
-  AsnError("100% so\n");
-  EXPECT_EQ(capture.text(), "100% so\n");
-  EXPECT_EQ(capture.severity(), 1);
-  EXPECT_EQ(capture.count(), 1u);
-}
-
-TEST(AsnError, TheDefaultHandlerWritesTheTextUnchangedToTheErrorStream) {
-  testing::internal::CaptureStderr();
-  AsnError("50%s done %n\n");
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "50%s done %n\n");
-}
-
-TEST(AsnError, TheDefaultHandlerIgnoresTheSeverity) {
-  testing::internal::CaptureStderr();
-  AsnErrorHandler("a", 0);
-  AsnErrorHandler("b", 99);
-  EXPECT_EQ(testing::internal::GetCapturedStderr(), "ab");
 }
 
 }  // namespace

@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "ber/memory.h"
 #include "tests/support/codec_errors.h"
 #include "tests/support/error_capture.h"
 #include "tests/support/failing_alloc.h"

@@ -4,6 +4,7 @@
 #include <random>
 
 #include "ber/constructed.h"
+#include "ber/memory.h"
 #include "ber/primitives.h"
 #include "tests/ber/trailing_zeros.h"
 #include "tests/support/error_capture.h"
@@ -268,6 +269,24 @@ TEST(AsnBits, EachBitIsSetClearedAndTestedInItsPlace) {
     for (uint8_t& octet : octets) octet = uint8_t(~octet);
     EXPECT_EQ(Octets(octets, octets + 3), one) << i;
   }
+}
+
+TEST(AsnBits, SettingAndClearingKeepTheOtherBitsOfTheOctet) {
+  uint8_t octets[] = {0xF0, 0xA5, 0x5A};
+  AsnBits v = {24, octets};
+  AsnBitsClear(&v, 8);
+  EXPECT_EQ(ToHex(octets, 3), "f0255a");
+  AsnBitsSet(&v, 16);
+  EXPECT_EQ(ToHex(octets, 3), "f025da");
+}
+
+TEST(AsnBits, FreeLeavesNoPointer) {
+  const long before = LiveBlocks();
+  AsnBits v = {8, static_cast<uint8_t*>(AsnAlloc(1))};
+  FreeAsnBits(&v);
+  EXPECT_EQ(v.octs, nullptr);
+  EXPECT_EQ(v.count, 0u);
+  EXPECT_EQ(LiveBlocks(), before);
 }
 
 TEST(AsnBits, EqualityIsOverWholeOctets) {

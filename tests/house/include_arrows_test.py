@@ -117,6 +117,24 @@ def broken_arrows(sources):
     return found
 
 
+def circles(sources):
+    """Those sources of the library that lead back to themselves. A source and its header are one; headers without a
+    source, which declare what a room shares, lead nowhere."""
+    library = {path for path in sources if path.startswith(tuple(layer + "/" for layer in LAYERS))}
+    modules = {os.path.splitext(path)[0] for path in library if path.endswith(".cpp")}
+    leads = {module: set() for module in modules}
+    for path in library:
+        module = os.path.splitext(path)[0]
+        for match in INCLUDE.finditer(sources[path]):
+            target = os.path.splitext(find_target(sources, path, match[1] or match[2]) or "")[0]
+            if module in modules and target in modules and target != module:
+                leads[module].add(target)
+    while ends := {module for module, targets in leads.items()
+                   if not targets or not any(module in others for others in leads.values())}:
+        leads = {module: targets - ends for module, targets in leads.items() if module not in ends}
+    return sorted(leads)
+
+
 class RulesTest(unittest.TestCase):
     """The rules on small made-up trees, so that the check itself is known to bite."""
 
@@ -185,6 +203,12 @@ class RulesTest(unittest.TestCase):
                               ("ground/a.h", '"expect.h"'), ("tool/a.cpp", '"ground/expect.h"')):
             with self.subTest(path=path, include=include):
                 self.assertNotEqual(self.broken_by(path, include), [])
+
+    def test_CirclesAreFound(self):
+        line = {"ber/a.h": "", "ber/a.cpp": '#include "ber/b.h"', "ber/b.h": '#include "ber/shared.h"', "ber/b.cpp": "",
+                "ber/shared.h": '#include "ber/a.h"'}
+        self.assertEqual(circles(line), [])
+        self.assertEqual(circles({**line, "ber/b.cpp": '#include "ber/a.h"'}), ["ber/a", "ber/b"])
 
     def test_LibraryFilesIncludeByThePathFromTheRoot(self):
         self.assertNotEqual(self.broken_by("api/a.cpp", '"frame.h"'), [])
@@ -279,6 +303,9 @@ class TreeTest(unittest.TestCase):
 
     def test_PrivateHeadersStayInTheirRooms(self):
         self.assertEqual("\n".join(opened_doors(read_tree(self.root))), "")
+
+    def test_SourcesOfTheLibraryGoRoundInNoCircle(self):
+        self.assertEqual(circles(read_tree(self.root)), [])
 
     def test_IncludesPointDownwards(self):
         sources = read_tree(self.root)

@@ -8,7 +8,7 @@
 #include <utility>
 #include <vector>
 
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "ber/tag_length.h"
 
 namespace qex::test {

@@ -11,7 +11,7 @@
 #include <vector>
 
 #include "api/frame.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tests/support/der.h"
 #include "tests/support/guarded.h"
 

@@ -16,7 +16,7 @@
 #include "api/frame.h"
 #include "api/qex.h"
 #include "asn1/oids.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tests/support/export_calls.h"
 #include "tests/support/exports.h"
 #include "tests/support/failing_alloc.h"

@@ -9,7 +9,7 @@
 #include "api/frame.h"
 #include "api/qex.h"
 #include "ber/constructed.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tests/support/deep.h"
 #include "tests/support/readers.h"
 #include "tests/support/small_messages.h"

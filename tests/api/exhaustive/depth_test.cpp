@@ -15,7 +15,7 @@
 #include "api/frame.h"
 #include "api/qex.h"
 #include "ber/constructed.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tests/support/deep.h"
 #include "tests/support/dsa_signer.h"
 #include "tests/support/messages.h"

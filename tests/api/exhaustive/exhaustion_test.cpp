@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "api/qex.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tests/support/export_calls.h"
 #include "tests/support/fresh_process.h"
 #include "tests/support/instrumentation.h"

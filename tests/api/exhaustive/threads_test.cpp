@@ -17,7 +17,7 @@
 #include "api/signing_certificate.h"
 #include "asn1/oids.h"
 #include "ber/constructed.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tests/support/export_calls.h"
 #include "tests/support/failing_alloc.h"
 #include "tests/support/files.h"

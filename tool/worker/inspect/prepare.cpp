@@ -1,6 +1,6 @@
 // One-time preparation of the core library for inspection.
 #include "asn1/oids.h"
-#include "ber/memory.h"
+#include "ber/error_hook.h"
 #include "tool/worker/inspect/decoded.h"
 
 namespace qex::inspect {
