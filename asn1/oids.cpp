@@ -159,7 +159,14 @@ constexpr Registration kRegistrations[] = {
     holds<kSignaturePolicyIdentifier>(74, kIdSignaturePolicy),
     holds<kTime>(kAnySigningTime, kIdSigningTime),
 };
-static_assert(std::size(kRegistrations) == kOpenTypeRows, "kOpenTypeRows is the number of rows");
+
+// rows_counted fails to compile, and shows both numbers, when they differ.
+template <size_t kRows, size_t kSaid>
+[[nodiscard]] constexpr bool rows_counted() {
+  static_assert(kRows == kSaid, "kOpenTypeRows is the number of rows of kRegistrations");
+  return true;
+}
+static_assert(rows_counted<std::size(kRegistrations), kOpenTypeRows>());
 
 // rows_in_place fails to compile, and names the row, when one is not where its first column says.
 template <OpenTypeRow kRow>

@@ -271,8 +271,8 @@ TEST(Codes, FollowTheNamesOfTheSites) {
 
 // A type that has gained a field keeps its codes; the new site has one of another row.
 TEST(Codes, AFieldInTheMiddleRenumbersNothing) {
-  constexpr CodeRun kRuns[] = {{"Grown", -100, "wrongTag first last length"},
-                               {"Grown", -110, "middle middle.tag"}};
+  constexpr CodeRun kRuns[] = {{"Grown", -100, -103, "wrongTag first last length"},
+                               {"Grown", -110, -111, "middle middle.tag"}};
   SiteCodes codes("Grown", kRuns);
   EXPECT_EQ(codes.next("wrongTag"), -100);
   EXPECT_EQ(codes.next("first"), -101);
@@ -316,33 +316,39 @@ TEST(Codes, EveryCodeOfARunIsRaisedOrOutOfReach) {
 // The checks of the table, which the compiler runs for kCodeRuns.
 TEST(CodeRuns, ARowNamesATypeAndStaysInTheRange) {
   constexpr AsnInt kFree = kFirstTypeCode;
-  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kFree, kFree); }), "");
-  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kLastTypeCode, kFree); }), "");
-  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kLastTypeCode - 1, kFree); }),
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kFree, kFree, kFree); }), "");
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kLastTypeCode, kLastTypeCode, kFree); }), "");
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kLastTypeCode - 1, kLastTypeCode - 1, kFree); }),
             "a row of kCodeRuns leaves the range of the codes of types");
-  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree + 1, kFree, kFree); }),
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree + 1, kFree, kFree, kFree); }),
             "the rows of kCodeRuns must fall and must not overlap");
-  EXPECT_EQ(RefusalOf([] { check_code_run("", kFree, kFree, kFree); }), "a row of kCodeRuns names no type");
+  EXPECT_EQ(RefusalOf([] { check_code_run("", kFree, kFree, kFree, kFree); }),
+            "a row of kCodeRuns names no type");
+  EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kFree - 1, kFree - 2, kFree); }),
+            "a row of kCodeRuns ends at another code than it says; a new site takes a row of its own");
 }
 
 TEST(CodeRuns, ARowMayBeginRightAfterTheOneBefore) {
-  constexpr CodeRun kAdjacent[] = {{"A", -100, "first last"}, {"B", -102, "only"}};
+  constexpr CodeRun kAdjacent[] = {{"A", -100, -101, "first last"}, {"B", -102, -102, "only"}};
   EXPECT_EQ(RefusalOf([&] { (void)check_code_runs(kAdjacent); }), "");
-  constexpr CodeRun kOverlapping[] = {{"A", -100, "first last"}, {"B", -101, "only"}};
+  constexpr CodeRun kOverlapping[] = {{"A", -100, -101, "first last"}, {"B", -101, -101, "only"}};
   EXPECT_NE(RefusalOf([&] { (void)check_code_runs(kOverlapping); }), "");
 }
 
 // A site whose name only begins like that of the row has no code.
 TEST(SiteCodes, ASiteHasTheWholeNameOfItsRow) {
-  constexpr CodeRun kRuns[] = {{"T", -100, "lengthy"}};
+  constexpr CodeRun kRuns[] = {{"T", -100, -100, "lengthy"}};
   EXPECT_NE(RefusalOf([&] { SiteCodes("T", kRuns).next("length"); }), "");
   EXPECT_NE(RefusalOf([&] { SiteCodes("T", kRuns).next("lengthy", ".tag"); }), "");
   EXPECT_EQ(SiteCodes("T", kRuns).next("lengthy"), -100);
 }
 
 TEST(SiteCodes, ATypeHasOneToFourRows) {
-  constexpr CodeRun kRuns[] = {
-      {"T", -100, "a"}, {"T", -101, "b"}, {"T", -102, "c"}, {"T", -103, "d"}, {"T", -104, "e"}};
+  constexpr CodeRun kRuns[] = {{"T", -100, -100, "a"},
+                               {"T", -101, -101, "b"},
+                               {"T", -102, -102, "c"},
+                               {"T", -103, -103, "d"},
+                               {"T", -104, -104, "e"}};
   EXPECT_EQ(RefusalOf([&] { SiteCodes("T", std::span(kRuns).first(4)); }), "");
   EXPECT_EQ(RefusalOf([&] { SiteCodes("T", kRuns); }), "a type has at most four rows in kCodeRuns");
   EXPECT_EQ(RefusalOf([&] { SiteCodes("U", kRuns); }), "no row of kCodeRuns names this type");
@@ -350,7 +356,7 @@ TEST(SiteCodes, ATypeHasOneToFourRows) {
 
 TEST(SiteCodes, ANameThatNoSiteTakesIsRefused) {
   constexpr const char* kText = "kCodeRuns names sites that this type does not have, or names them twice";
-  constexpr CodeRun kRuns[] = {{"T", -100, "a"}, {"T", -110, "b"}};
+  constexpr CodeRun kRuns[] = {{"T", -100, -100, "a"}, {"T", -110, -110, "b"}};
   for (const char* asked : {"a", "b"}) {
     SiteCodes codes("T", kRuns);
     codes.next(asked);

@@ -4,7 +4,7 @@
 namespace qex {
 namespace {
 
-constexpr CodeRun kRuns[] = {{"Last", -677, "wrongTag length"}};
+constexpr CodeRun kRuns[] = {{"Last", -677, -678, "wrongTag length"}};
 static_assert(check_code_runs(kRuns));
 
 }  // namespace

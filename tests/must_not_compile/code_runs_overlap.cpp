@@ -4,7 +4,7 @@
 namespace qex {
 namespace {
 
-constexpr CodeRun kRuns[] = {{"First", -100, "wrongTag length"}, {"Second", -101, "length"}};
+constexpr CodeRun kRuns[] = {{"First", -100, -101, "wrongTag length"}, {"Second", -101, -101, "length"}};
 static_assert(check_code_runs(kRuns));
 
 }  // namespace

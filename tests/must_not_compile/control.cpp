@@ -43,11 +43,30 @@ struct Person {
 };
 constexpr auto kGivenName = may(FIELD(Person, surname), kPrintableString);
 constexpr Set kPerson = {"PersonalName", must(FIELD(Person, surname), kPrintableString), kGivenName};
+constexpr Set kPersonOf32Fields = {
+    "PersonalName", must(FIELD(Person, surname), kPrintableString),
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,     kGivenName,
+    kGivenName,
+};
 
 constexpr auto kCertificates = may(FIELD(SignedData, certificates), kCertificateSet, implicit_tag(0));
 
 constexpr AsnInt codes_by_two_rows() {
-  constexpr CodeRun kRuns[] = {{"Grown", -100, "wrongTag last"}, {"Grown", -110, "middle"}};
+  constexpr CodeRun kRuns[] = {{"Grown", -100, -101, "wrongTag last"}, {"Grown", -110, -110, "middle"}};
   static_assert(check_code_runs(kRuns));
   SiteCodes codes("Grown", kRuns);
   codes.next("wrongTag");

@@ -5,7 +5,7 @@ namespace qex {
 namespace {
 
 constexpr AsnInt codes_of_a_type_with_two_rows() {
-  constexpr CodeRun kRuns[] = {{"Grown", -100, "wrongTag length"}, {"Grown", -110, "length"}};
+  constexpr CodeRun kRuns[] = {{"Grown", -100, -101, "wrongTag length"}, {"Grown", -110, -110, "length"}};
   SiteCodes codes("Grown", kRuns);
   const AsnInt code = codes.next("wrongTag");
   codes.next("length");

@@ -5,7 +5,7 @@ namespace qex {
 namespace {
 
 constexpr AsnInt codes_of_a_type_that_lost_a_site() {
-  constexpr CodeRun kRuns[] = {{"Shrunk", -100, "wrongTag gone"}};
+  constexpr CodeRun kRuns[] = {{"Shrunk", -100, -101, "wrongTag gone"}};
   SiteCodes codes("Shrunk", kRuns);
   const AsnInt code = codes.next("wrongTag");
   codes.finish();

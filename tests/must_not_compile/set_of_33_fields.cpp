@@ -11,7 +11,7 @@ constexpr auto kRow = may(FIELD(Record, surname), kPrintableString);
 constexpr Set kRecord = {
     "PersonalName", kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow,
     kRow,           kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow,
-    kRow,           kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow,
+    kRow,           kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow, kRow,
 };
 
 }  // namespace

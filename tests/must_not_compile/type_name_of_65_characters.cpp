@@ -4,7 +4,7 @@
 namespace qex {
 namespace {
 
-constexpr auto kType = named("AnIdentifierThatIsLongerThanTheTextOfTheWrongTagErrorHasAnyRoomFor", kAsnOid);
+constexpr auto kType = named("AnIdentifierThatIsLongerThanTheTextOfTheWrongTagErrorHasAnRoomFor", kAsnOid);
 
 }  // namespace
 }  // namespace qex

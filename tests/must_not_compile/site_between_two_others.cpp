@@ -1,0 +1,11 @@
+// error: a row of kCodeRuns ends at another code than it says
+#include "asn1/schema.h"
+
+namespace qex {
+namespace {
+
+constexpr CodeRun kRuns[] = {{"Grown", -100, -101, "wrongTag middle length"}};
+static_assert(check_code_runs(kRuns));
+
+}  // namespace
+}  // namespace qex
