@@ -51,10 +51,10 @@ int32_t CopyOut(ExpBufHolder& buf, uint8_t* out, uint32_t capacity, uint32_t* ou
 }
 
 AsnAny NullParameters() {
-  static AsnNull null{};
+  static const AsnNull null{};
   AsnAny any{};
-  SetAnyTypeByOid(&any, kIdMd5);  // a registered NULL
-  any.value = &null;
+  SetAnyTypeByOid(&any, kIdMd5);            // a registered NULL
+  any.value = const_cast<AsnNull*>(&null);  // an encoder only reads it
   return any;
 }
 

@@ -1,5 +1,6 @@
 // The signing-certificate attribute of a token (RFC 2634, 5.4; RFC 5035) and the search for the
-// authority's certificate that it names.
+// authority's certificate that it names. MatchCertHashV2 has no caller in the library; it is part of what
+// this header offers.
 #pragma once
 
 #include <atomic>

@@ -4,6 +4,7 @@
 // content, then length, then tag. So no length has to be known in advance. Operations take a handle, a
 // pointer to the variable that holds the current block, and move it along the chain. Of every block:
 // blockStart <= first <= cursor <= end <= blockEnd, once it is rewound for reading.
+// ExpBufLast has no caller in the library; it is part of what this header offers.
 #pragma once
 
 #include <cstddef>

@@ -116,7 +116,8 @@ uint32_t FillBitStringStk(ExpBuf** b, AsnLen len, SegmentStack* stack, AsnLen* b
               "FillBitStringStk: ERROR - a component of a constructed BIT STRING that is not the last has "
               "non-zero unused bits\n");
     }
-    // Without the initial octet that 8.6.2.2 asks for, a component adds no bits.
+    // Without the initial octet that 8.6.2.2 asks for, a component adds no bits; one above 7 is accepted, as
+    // in the primitive form (ber/primitives.h).
     if (n == 0) return;
     unused = ExpBufGetByte(b);
     if ((*b)->readError != 0) AsnFail(env, kBitString.short_code, kBitString.short_text);

@@ -1,7 +1,8 @@
 // AsnList: the doubly linked list that holds every SEQUENCE OF and SET OF value.
 //
 // A node carries its element space inline; the codec keeps a pointer to the separately
-// allocated element there (dataSize is then the size of a pointer).
+// allocated element there (dataSize is then the size of a pointer). Operations without a caller in the
+// library, such as AsnListConcat, are part of what this header offers.
 #pragma once
 
 #include <cstdint>

@@ -4,6 +4,7 @@
 // Deliberate: tables hash their keys and compare nothing but the hashes, so that two keys of the
 // same 32-bit hash are one key, and the first registration wins. Code that reads a value as a type
 // asks for the descriptor, not for the key.
+// InstallAnyByInt has no caller in the library; it is part of what this header offers.
 // The caller serialises registration, which happens once; lookups change nothing.
 #pragma once
 

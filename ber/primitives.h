@@ -4,10 +4,11 @@
 // Content decoders take the tag and the length that have been read, and add the octets of
 // the content to `*bytes`. Full decoders read tag and length themselves and raise -40 on
 // another tag. Encoders write backward and return the number of octets written. Octets of a
-// decoded value are allocated with AsnAlloc and belong to the value; its Free routine
-// releases them. An announced length beyond the data left ends as running out of data does,
-// before anything is allocated for it. An allocation that fails raises kOutOfMemoryCode
-// without a text.
+// decoded value are allocated with AsnNewOctets: they belong to the arena of the recovery point, or
+// to the value, whose Free routine then releases them. An announced length beyond the data left ends as
+// running out of data does, before anything is allocated for it. An allocation that fails raises
+// kOutOfMemoryCode without a text. Routines without a caller in the library, such as those of UAsnInt, are
+// part of what this header offers.
 #pragma once
 
 #include <cstddef>

@@ -5,6 +5,7 @@
 // their result operand first; after a code other than KXBN_OK that operand is
 // still a number, fit for every use and for KXBN_free, but its value means nothing.
 // Operands may be the same record unless said otherwise. A pool argument may be null.
+// KXBN_new4 has no caller in the library; it is part of what this header offers.
 #pragma once
 
 #include <cstddef>

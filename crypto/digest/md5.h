@@ -30,7 +30,8 @@ void MD5Update(QEX_MD5_CTX* ctx, const uint8_t* data, uint32_t length);
 // no more updates before the next MD5Init.
 void MD5Final(QEX_MD5_CTX* ctx, uint8_t* out);
 
-// MD5Digest writes the digest of one whole message to `out`.
+// MD5Digest writes the digest of one whole message to `out`. It has no caller in the library; it is part of
+// what this header offers.
 void MD5Digest(const uint8_t* data, uint32_t length, uint8_t* out);
 
 // MD5CompressBlocks takes `blocks` blocks of 64 octets into the chaining values.

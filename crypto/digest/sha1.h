@@ -29,7 +29,8 @@ void SHA1Update(QEX_SHA1_CTX* ctx, const uint8_t* data, uint32_t length);
 // no more updates before the next SHA1Init.
 void SHA1Final(QEX_SHA1_CTX* ctx, uint8_t* out);
 
-// SHA1Digest writes the digest of one whole message to `out`.
+// SHA1Digest writes the digest of one whole message to `out`. It has no caller in the library; it is part of
+// what this header offers.
 void SHA1Digest(const uint8_t* data, uint32_t length, uint8_t* out);
 
 // SHA1CompressBlocks takes `blocks` blocks of 64 octets into the chaining values.

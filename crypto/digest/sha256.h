@@ -29,7 +29,8 @@ void SHA256Update(QEX_SHA256_CTX* ctx, const uint8_t* data, uint32_t length);
 // no more updates before the next SHA256Init.
 void SHA256Final(QEX_SHA256_CTX* ctx, uint8_t* out);
 
-// SHA256Digest writes the digest of one whole message to `out`.
+// SHA256Digest writes the digest of one whole message to `out`. It has no caller in the library; it is part
+// of what this header offers.
 void SHA256Digest(const uint8_t* data, uint32_t length, uint8_t* out);
 
 // SHA256CompressBlocks takes `blocks` blocks of 64 octets into the chaining values.

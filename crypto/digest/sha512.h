@@ -36,7 +36,8 @@ void SHA512Update(QEX_SHA512_CTX* ctx, const uint8_t* data, uint32_t length);
 void SHA384Final(QEX_SHA512_CTX* ctx, uint8_t* out);
 void SHA512Final(QEX_SHA512_CTX* ctx, uint8_t* out);
 
-// SHA384Digest and SHA512Digest write the digest of one whole message to `out`.
+// SHA384Digest and SHA512Digest write the digest of one whole message to `out`. They have no caller in
+// the library; they are part of what this header offers.
 void SHA384Digest(const uint8_t* data, uint32_t length, uint8_t* out);
 void SHA512Digest(const uint8_t* data, uint32_t length, uint8_t* out);
 

@@ -262,6 +262,16 @@ TEST(AsnList, FreeingReleasesNodesAndHeaderButNoElements) {
   AsnListFree(nullptr);
 }
 
+TEST(AsnList, FreeingAListReleasesItsNodes) {
+  const long before = LiveBlocks();
+  AsnList* list = AsnListNew(kPointer);
+  ASSERT_NE(AsnListAppend(list), nullptr);
+  ASSERT_NE(AsnListAppend(list), nullptr);
+  EXPECT_GT(LiveBlocks(), before + 1);
+  AsnListFree(list);
+  EXPECT_EQ(LiveBlocks(), before);
+}
+
 TEST(AsnList, ElementsOfVisitsEveryElementInOrder) {
   const Letters some("bad");
   std::string seen;

@@ -10,7 +10,8 @@
 //
 // The notation is X.680 without constraints. The source is in parentheses: a standard, "in TYPE" for
 // a type that the standard writes inline, or "of this library"; "; EXPLICIT TAGS" follows where the module
-// has another default than the header's first comment says. Where the library deviates, "-- here:" names it:
+// has another default than the header's first comment says. X.411 and X.520 are named without a clause, as
+// their editions number clauses differently. Where the library deviates, "-- here:" names it:
 //
 //   named NAME       another name of the type or field
 //   widened to NAME  the field's type is a CHOICE that also takes what the standard has

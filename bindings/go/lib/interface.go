@@ -518,7 +518,7 @@ func newTstInfo() *cTstInfo {
 	return &cTstInfo{}
 }
 
-// TacInfoEx is QEX_TACINFO_EX: who a time attribute certificate is for and from (RFC 3281, 4.1).
+// TacInfoEx is QEX_TACINFO_EX: holder, issuer and signature of a time attribute certificate (RFC 3281, 4.1).
 type TacInfoEx struct {
 	Version            int32
 	HolderName         string
@@ -557,7 +557,7 @@ func newTacInfoEx() *cTacInfoEx {
 	return &cTacInfoEx{size: 2556}
 }
 
-// TacInfo is QEX_TACINFO: who a time attribute certificate is for and from, short form.
+// TacInfo is QEX_TACINFO: holder, issuer and signature of a time attribute certificate, short form.
 type TacInfo struct {
 	Version            int32
 	HolderName         string

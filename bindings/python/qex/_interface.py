@@ -479,7 +479,7 @@ class TstInfo(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TacInfoEx(Record):
-    """QEX_TACINFO_EX: who a time attribute certificate is for and from (RFC 3281, 4.1)."""
+    """QEX_TACINFO_EX: holder, issuer and signature of a time attribute certificate (RFC 3281, 4.1)."""
 
     version: int = 0
     holder_name: str = ""
@@ -516,7 +516,7 @@ class TacInfoEx(Record):
 
 @dataclasses.dataclass(frozen=True, kw_only=True)
 class TacInfo(Record):
-    """QEX_TACINFO: who a time attribute certificate is for and from, short form."""
+    """QEX_TACINFO: holder, issuer and signature of a time attribute certificate, short form."""
 
     version: int = 0
     holder_name: str = ""

@@ -49,6 +49,17 @@ TEST(BignumBytes, LittleEndianOutputIsPaddedOnTheRight) {
   EXPECT_EQ(memcmp(buffer, expected, sizeof expected), 0);
 }
 
+TEST(BignumBytes, OctetsAroundTheOutputAreNotTouched) {
+  for (size_t length = 7; length <= 13; ++length) {
+    std::vector<uint8_t> memory(length + 2, 0x55);
+    for (const auto write : {KXBN_tobytes, KXBN_tobytes_le}) {
+      ASSERT_EQ(write(Big("10203040506aa"), memory.data() + 1, length), KXBN_OK);
+      EXPECT_EQ(memory.front(), 0x55) << length;
+      EXPECT_EQ(memory.back(), 0x55) << length;
+    }
+  }
+}
+
 TEST(BignumBytes, PaddingIsZeroWhateverTheNumberHeldBefore) {
   Big n("0123456789abcdef");
   KXBN_setword(n, 0xffffffff);  // the second word stays in its place, out of use

@@ -197,7 +197,7 @@ impl QEX_TSTINFO {
     };
 }
 
-/// Who a time attribute certificate is for and from (RFC 3281, 4.1).
+/// Holder, issuer and signature of a time attribute certificate (RFC 3281, 4.1).
 #[repr(C)]
 #[derive(Clone, Copy, Debug)]
 pub struct QEX_TACINFO_EX {
@@ -237,7 +237,7 @@ impl QEX_TACINFO_EX {
     };
 }
 
-/// Who a time attribute certificate is for and from, short form.
+/// Holder, issuer and signature of a time attribute certificate, short form.
 #[repr(C)]
 #[derive(Clone, Copy, Debug)]
 pub struct QEX_TACINFO {

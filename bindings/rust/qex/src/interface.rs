@@ -346,7 +346,7 @@ impl From<TstInfo> for Record {
     }
 }
 
-/// `QEX_TACINFO_EX`: who a time attribute certificate is for and from (RFC 3281, 4.1).
+/// `QEX_TACINFO_EX`: holder, issuer and signature of a time attribute certificate (RFC 3281, 4.1).
 #[derive(Clone, Debug, Default, PartialEq)]
 pub struct TacInfoEx {
     pub version: i32,
@@ -390,7 +390,7 @@ impl From<TacInfoEx> for Record {
     }
 }
 
-/// `QEX_TACINFO`: who a time attribute certificate is for and from, short form.
+/// `QEX_TACINFO`: holder, issuer and signature of a time attribute certificate, short form.
 #[derive(Clone, Debug, Default, PartialEq)]
 pub struct TacInfo {
     pub version: i32,
