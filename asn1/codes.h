@@ -178,8 +178,7 @@ inline constexpr CodeRun kCodeRuns[] = {
 constexpr void check_code_run(std::string_view type, AsnInt first, AsnInt last, AsnInt counted,
                               AsnInt highestFree) {
   if (type.empty()) throw "a row of kCodeRuns names no type";
-  if (last != counted)
-    throw "a row of kCodeRuns ends at another code than it says; a new site takes a row of its own";
+  if (last != counted) throw "a row of kCodeRuns has another last code; a new site takes a row of its own";
   if (first > highestFree) throw "the rows of kCodeRuns must fall and must not overlap";
   if (last < kLastTypeCode) throw "a row of kCodeRuns leaves the range of the codes of types";
 }

@@ -52,8 +52,8 @@ uint32_t CpuFeatures() {
   constexpr uint32_t kOsxsave = 1u << 27;  // leaf 1, ecx
   CpuRegisters cpu{};
   uint32_t a = 0, b = 0, c = 0, d = 0;
-  if (__get_cpuid(1, &a, &b, &cpu.ecx1, &d) == 0 || __get_cpuid_count(7, 0, &a, &cpu.ebx7, &c, &d) == 0)
-    return 0;
+  if (__get_cpuid(1, &a, &b, &cpu.ecx1, &d) == 0) return 0;
+  if (__get_cpuid_count(7, 0, &a, &cpu.ebx7, &c, &d) == 0) return 0;
   if ((cpu.ecx1 & kOsxsave) != 0) cpu.xcr0 = saved_registers();
   return FeaturesOf(cpu);
 }

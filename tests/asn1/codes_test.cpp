@@ -325,7 +325,7 @@ TEST(CodeRuns, ARowNamesATypeAndStaysInTheRange) {
   EXPECT_EQ(RefusalOf([] { check_code_run("", kFree, kFree, kFree, kFree); }),
             "a row of kCodeRuns names no type");
   EXPECT_EQ(RefusalOf([] { check_code_run("T", kFree, kFree - 1, kFree - 2, kFree); }),
-            "a row of kCodeRuns ends at another code than it says; a new site takes a row of its own");
+            "a row of kCodeRuns has another last code; a new site takes a row of its own");
 }
 
 TEST(CodeRuns, ARowMayBeginRightAfterTheOneBefore) {

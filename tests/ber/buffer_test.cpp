@@ -214,6 +214,19 @@ TEST(ExpBuf, CopyOutCrossesBlocks) {
   EXPECT_EQ(in.block()->readError, 0);
 }
 
+TEST(ExpBuf, PartsOfABlockAreReadOneAfterTheOther) {
+  const uint8_t data[] = {1, 2, 3, 4, 5};
+  ExpBuf buf;
+  ExpBufWrapData(&buf, data, sizeof data);
+  ExpBuf* at = &buf;
+  uint8_t out[2] = {};
+  EXPECT_EQ(ExpBufCopyOut(out, &at, 2), 2u);
+  EXPECT_EQ(ExpBufCopyOut(out, &at, 2), 2u);
+  EXPECT_EQ(out[0], 3);
+  EXPECT_EQ(out[1], 4);
+  EXPECT_EQ(ExpBufGetByte(&at), 5);
+}
+
 TEST(ExpBuf, CopyOutBeyondTheDataSetsReadErrorWhereItEnds) {
   Input in(std::vector<Octets>{{1, 2}, {3}});
   uint8_t out[8] = {};

@@ -120,8 +120,9 @@ TEST(Cpu, FeatureNeedsEachOfItsBits) {
     EXPECT_TRUE(has_it(all));
     for (const unsigned bit : needed.ecx1) EXPECT_FALSE(has_it({~(1u << bit), all.ebx7, all.xcr0})) << bit;
     for (const unsigned bit : needed.ebx7) EXPECT_FALSE(has_it({all.ecx1, ~(1u << bit), all.xcr0})) << bit;
-    for (const unsigned bit : needed.xcr0)
+    for (const unsigned bit : needed.xcr0) {
       EXPECT_FALSE(has_it({all.ecx1, all.ebx7, ~(uint64_t{1} << bit)})) << bit;
+    }
   }
 }
 #endif

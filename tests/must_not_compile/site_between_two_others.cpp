@@ -1,4 +1,4 @@
-// error: a row of kCodeRuns ends at another code than it says
+// error: a row of kCodeRuns has another last code; a new site takes a row of its own
 #include "asn1/schema.h"
 
 namespace qex {
