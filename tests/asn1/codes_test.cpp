@@ -3,10 +3,14 @@
 
 #include <map>
 #include <set>
+#include <sstream>
+#include <string>
+#include <vector>
 
 #include "asn1/all_types.h"
 #include "tests/support/codec.h"
 #include "tests/support/compile_time_checks.h"
+#include "tests/support/files.h"
 
 namespace qex::test {
 namespace {
@@ -311,6 +315,23 @@ TEST(Codes, EveryCodeOfARunIsRaisedOrOutOfReach) {
     for (AsnInt i = 0; i < run.count(); ++i) all.insert(run.first - i);
   }
   EXPECT_EQ(met, all);
+}
+
+// Codes are part of the interface.
+TEST(Codes, EverySiteKeepsTheCodeThatItWasReleasedWith) {
+  std::set<std::vector<std::string>> sites;
+  for (const CodeRun& run : kCodeRuns) {
+    std::istringstream names{std::string(run.sites)};
+    AsnInt code = run.first;
+    for (std::string name; names >> name; --code)
+      sites.insert({std::to_string(code), std::string(run.type), name});
+  }
+  const auto released = LinesOf("site_codes.txt");
+  for (const auto& line : released) {
+    EXPECT_EQ(sites.erase(line), 1u) << line[0] << ' ' << line[1] << ' ' << line[2] << " is gone";
+  }
+  for (const auto& line : sites)
+    ADD_FAILURE() << line[0] << ' ' << line[1] << ' ' << line[2] << " is not in the list";
 }
 
 // The checks of the table, which the compiler runs for kCodeRuns.
