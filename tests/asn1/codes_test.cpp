@@ -323,15 +323,17 @@ TEST(Codes, EverySiteKeepsTheCodeThatItWasReleasedWith) {
   for (const CodeRun& run : kCodeRuns) {
     std::istringstream names{std::string(run.sites)};
     AsnInt code = run.first;
-    for (std::string name; names >> name; --code)
+    for (std::string name; names >> name; --code) {
       sites.insert({std::to_string(code), std::string(run.type), name});
+    }
   }
   const auto released = LinesOf("site_codes.txt");
   for (const auto& line : released) {
     EXPECT_EQ(sites.erase(line), 1u) << line[0] << ' ' << line[1] << ' ' << line[2] << " is gone";
   }
-  for (const auto& line : sites)
+  for (const auto& line : sites) {
     ADD_FAILURE() << line[0] << ' ' << line[1] << ' ' << line[2] << " is not in the list";
+  }
 }
 
 // The checks of the table, which the compiler runs for kCodeRuns.

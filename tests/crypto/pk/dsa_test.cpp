@@ -69,7 +69,7 @@ struct Case {
 
 // A signature that owns the numbers that signing stores in it.
 struct OwnedSig : DSASig {
-  OwnedSig() : DSASig{nullptr, nullptr} {}
+  OwnedSig() : DSASig{} { r = s = nullptr; }
   OwnedSig(const OwnedSig&) = delete;
   OwnedSig& operator=(const OwnedSig&) = delete;
   ~OwnedSig() { KXBN_free4(r, s, nullptr, nullptr); }
