@@ -18,7 +18,7 @@ namespace qex::fuzz {
 
 // FUZZ_CHECK ends the process with the condition and the value of `detail` when it does not hold.
 #define FUZZ_CHECK(condition, detail) \
-  ((condition) ? void() : ::qex::fuzz::Fail(__FILE__, __LINE__, #condition, (long long)(detail)))
+  ((condition) ? void() : ::qex::fuzz::Fail(__FILE__, __LINE__, #condition, static_cast<long long>(detail)))
 [[noreturn]] void Fail(const char* file, int line, const char* condition, long long detail);
 
 // ResetProcess resets the process-wide words of the library to their values at load, so that no input depends
@@ -102,6 +102,7 @@ size_t NotEncodings(View in);
 // --- CheckOutputRule ------------------------------------------------------------
 
 namespace internal {
+
 inline constexpr uint8_t kUnwritten = 0xA7;
 
 template <class Call>

@@ -262,8 +262,8 @@ void check_token(View token, bool useV2) {
   FUZZ_CHECK((code == QEX_E_DECODE) == (QEX_GetLastAsnError() < 0), QEX_GetLastAsnError());
   if (!out) return;
   FUZZ_CHECK(IsDefinite(*out) && (*out)[0] == 0x30, out->size());
-  // The attribute certificate taken from the token belongs to it; -6 when it comes from the signer attributes
-  // and nothing is named.
+  // The attribute certificate taken from the token belongs to it; QEX_E_DECODE when it comes from the signer
+  // attributes and nothing is named.
   ResetProcess(useV2);
   const int32_t matches =
       QEX_CheckTAC_MatchesTST(out->data(), uint32_t(out->size()), token.data(), uint32_t(token.size()));

@@ -33,7 +33,7 @@ struct CodeRow {
   ExitStatus exit;
 };
 
-// Here -3 is that of an output buffer; a record that was cut is not a failure.
+// Here QEX_E_SIZE is that of an output buffer; a record that was cut is not a failure.
 constexpr CodeRow kCodes[] = {
     {QEX_OK, ExitStatus::Ok},
     {QEX_E_ARG, ExitStatus::Usage},

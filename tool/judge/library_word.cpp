@@ -10,7 +10,8 @@ namespace qex::tool {
 namespace {
 
 [[nodiscard]] bool is_good(const LibraryCheck& check) {
-  // -16 and -6 are about the signing-certificate attribute: by then the signature has verified.
+  // QEX_E_MISMATCH and QEX_E_DECODE are about the signing-certificate attribute: by then the signature has
+  // verified.
   return check.code == QEX_OK || check.code == QEX_E_MISMATCH || check.code == QEX_E_DECODE ||
          check.ownCode == QEX_OK;
 }

@@ -22,15 +22,16 @@ static void qex_load(const char* name, char* complaint, size_t room) {
      libraries have neither. */
   if (dlsym(RTLD_DEFAULT, "gnu_get_libc_version") != NULL) {
     void* same = dlopen(SONAME, RTLD_NOW | RTLD_NOLOAD);
-    if (same == NULL)
+    if (same == NULL) {
       snprintf(complaint, room,
                "%s is not " SONAME " by its own name: it is another version, or another library; " NEXT_STEP,
                name);
-    else if (same != library)
+    } else if (same != library) {
       snprintf(complaint, room,
                "%s cannot be used, because this process has another " SONAME
                " loaded; let both name the same file",
                name);
+    }
     if (complaint[0] != '\0') return;
   }
   void* (*versioned)(void*, const char*, const char*) = NULL;
