@@ -74,16 +74,12 @@ void* place_for(const Field& f, void* rec, AsnJmpEnv& env) {
   return v;
 }
 
-// Where a shape of an open list is met (OpenShape::inPlaceOfSet).
-constexpr bool kElementOfSet = false;
-constexpr bool kInPlaceOfSet = true;
-
 // For some identifiers a value may have another type than the registered one. Out of line, as its callers
 // have a frame on the stack at every level.
 [[gnu::noinline]] const OpenShape* find_shape(const Type& t, const AsnOid& identifier, AsnTag tag,
-                                              bool inPlaceOfSet) {
+                                              ShapePlace place) {
   for (const OpenShape& s : t.shapes) {
-    if (s.inPlaceOfSet == inPlaceOfSet && s.type->tag == tag && AsnOidEqual(s.identifier, identifier)) {
+    if (s.place == place && s.type->tag == tag && AsnOidEqual(s.identifier, identifier)) {
       return &s;
     }
   }
@@ -97,7 +93,7 @@ const AsnOid& identifier_for(const Field& f, const void* rec) {
 // The shape of the one value that replaces, under `tag`, the SET that the field names.
 const OpenShape* shape_in_place(const Field& f, AsnTag tag, const void* rec) {
   if (f.type->kind != Kind::OpenList || tag == f.type->tag) return nullptr;
-  return find_shape(*f.type, identifier_for(f, rec), tag, kInPlaceOfSet);
+  return find_shape(*f.type, identifier_for(f, rec), tag, ShapePlace::WholeSet);
 }
 
 // Reads the end of an indefinite length if it comes next. The end of the data is left to the
@@ -135,7 +131,8 @@ AsnAny* append_any(AsnList* list, AsnJmpEnv& env) {
   while (len == INDEFINITE_LEN || used < len) {
     if (len == INDEFINITE_LEN && end_of_contents(b, &used, env)) break;
     AsnAny* any = append_any(list, env);
-    const OpenShape* shape = find_shape(*f.type, identifier, AsnTag{ExpBufPeekByte(b)} << 24, kElementOfSet);
+    const OpenShape* shape =
+        find_shape(*f.type, identifier, AsnTag{ExpBufPeekByte(b)} << 24, ShapePlace::Element);
     any->ai = shape != nullptr ? shape->info : registered.ai;
     BDecAny(b, any, &used, env);
   }
@@ -361,7 +358,7 @@ AsnLen encode_list(const Type& element, ExpBuf** b, const AsnList* list) {
   const auto* any = FirstOf<const AsnAny>(list);
   if (any == nullptr) return false;
   for (const OpenShape& s : t.shapes) {
-    if (s.inPlaceOfSet && any->ai == s.info) return true;
+    if (s.place == ShapePlace::WholeSet && any->ai == s.info) return true;
   }
   return false;
 }

@@ -25,9 +25,9 @@ constexpr AnyInfo kTimingMetricsInPlace =
 }  // namespace
 
 constinit const OpenShape kAttributeShapes[] = {
-    {kIdTimingMetricsAttribute, &kTimingMetrics, &kTimingMetricsElement, false},
-    {kIdTimingPolicyAttribute, &kTimingPolicy, &kTimingPolicyElement, false},
-    {kIdTimingMetrics, &kTimingMetrics, &kTimingMetricsInPlace, true},
+    {kIdTimingMetricsAttribute, &kTimingMetrics, &kTimingMetricsElement, ShapePlace::Element},
+    {kIdTimingPolicyAttribute, &kTimingPolicy, &kTimingPolicyElement, ShapePlace::Element},
+    {kIdTimingMetrics, &kTimingMetrics, &kTimingMetricsInPlace, ShapePlace::WholeSet},
 };
 
 }  // namespace qex

@@ -50,13 +50,15 @@ struct Field {
   bool definedByInt;    // the identifier of an open type is an INTEGER
 };
 
-// Another shape that a value of `identifier` may have: `type` instead of the registered
-// one, either as an element of the SET or in place of the whole SET.
+// Where a value of another shape stands: as an element of the SET, or in place of the whole SET.
+enum class ShapePlace : uint8_t { Element, WholeSet };
+
+// Another shape that a value of `identifier` may have: `type` instead of the registered one.
 struct OpenShape {
   AsnOid identifier;
   const Type* type;
   const AnyInfo* info;
-  bool inPlaceOfSet;
+  ShapePlace place;
 };
 
 struct Type {

@@ -66,14 +66,16 @@ BENCHMARK(RsaPublic3)->Arg(2048);
 BENCHMARK(ModexpFullExponent)->Arg(1024)->Arg(2048);
 BENCHMARK(ModexpEven65537)->Arg(2048);
 
-void MontKernel(benchmark::State& state, bool squaring) {
+enum class Kernel { Product, Square };
+
+void MontKernel(benchmark::State& state, Kernel kernel) {
   const Number m = number(octets(state.range(0), 1));
   const Number a = number(octets(state.range(0) - 1, 4));
   const size_t n = qex::KXBN_getsize(m);
   const uint32_t inverse = qex::MontInverse(m->digits[0]);
   std::vector<uint32_t> work(qex::MontWorkWords(n)), r(a->digits, a->digits + n);
   for (auto _ : state) {
-    if (squaring) {
+    if (kernel == Kernel::Square) {
       qex::MontSquare(r.data(), r.data(), m->digits, n, inverse, work.data());
     } else {
       qex::MontProduct(r.data(), r.data(), r.data(), m->digits, n, inverse, work.data());
@@ -83,10 +85,10 @@ void MontKernel(benchmark::State& state, bool squaring) {
 }
 
 void MontProduct(benchmark::State& state) {
-  MontKernel(state, false);
+  MontKernel(state, Kernel::Product);
 }
 void MontSquare(benchmark::State& state) {
-  MontKernel(state, true);
+  MontKernel(state, Kernel::Square);
 }
 BENCHMARK(MontProduct)->Arg(1024)->Arg(2048);
 BENCHMARK(MontSquare)->Arg(1024)->Arg(2048);

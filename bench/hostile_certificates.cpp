@@ -30,7 +30,7 @@ Octets identifier(uint32_t i, const Octets& algorithm, uint8_t hash_length) {
 HostileInput certificates_and_identifiers(size_t size) {
   TokenPieces token;
   token.signed_attributes =
-      signing_certificate(false, many_of([](uint32_t i) { return identifier(i, {}, 20); }, size * 3 / 7));
+      signing_certificate(many_of([](uint32_t i) { return identifier(i, {}, 20); }, size * 3 / 7));
   token.certificates = numbered_certificates(size * 4 / 7);
   return input_of(token.encode());
 }
@@ -41,7 +41,7 @@ HostileInput certificates_and_identifiers_v2(size_t size) {
   const auto unit = [&](uint32_t i) {
     return der::concat(identifier(i, {}, 32), identifier(i, sha384, 48), identifier(i, sha512, 64));
   };
-  token.signed_attributes = signing_certificate(true, many_of(unit, size * 2 / 3));
+  token.signed_attributes = signing_certificate_v2(many_of(unit, size * 2 / 3));
   token.certificates = numbered_certificates(size / 3);
   return input_of(token.encode());
 }
@@ -49,7 +49,7 @@ HostileInput signer_attributes(size_t size) {
   TokenPieces token;
   const Octets claimed = {0xA0, 0x02, 0x30, 0x00};
   token.signed_attributes =
-      der::concat(signing_certificate(false, identifier(0, {}, 20)),
+      der::concat(signing_certificate(identifier(0, {}, 20)),
                   attribute("1.2.840.113549.1.9.16.2.18", der::sequence(many(claimed, size))));
   return input_of(token.encode());
 }

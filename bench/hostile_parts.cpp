@@ -31,9 +31,12 @@ Octets attribute(std::string_view type, const Octets& values) {
   return der::sequence(der::oid(type), der::set(values));
 }
 
-Octets signing_certificate(bool v2, const Octets& identifiers) {
-  return attribute(v2 ? "1.2.840.113549.1.9.16.2.47" : "1.2.840.113549.1.9.16.2.12",
-                   der::sequence(der::sequence(identifiers)));
+Octets signing_certificate(const Octets& identifiers) {
+  return attribute("1.2.840.113549.1.9.16.2.12", der::sequence(der::sequence(identifiers)));
+}
+
+Octets signing_certificate_v2(const Octets& identifiers) {
+  return attribute("1.2.840.113549.1.9.16.2.47", der::sequence(der::sequence(identifiers)));
 }
 
 Octets sha1_of(const Octets& octets) {

@@ -126,8 +126,10 @@ struct TokenPieces {
 };
 
 Octets attribute(std::string_view type, const Octets& values);
-// signing_certificate is the attribute of either version with these identifiers.
-Octets signing_certificate(bool v2, const Octets& identifiers);
+// signing_certificate is the attribute with these identifiers, signing_certificate_v2 that of the second
+// version.
+Octets signing_certificate(const Octets& identifiers);
+Octets signing_certificate_v2(const Octets& identifiers);
 Octets sha1_of(const Octets& octets);
 Octets sha256_of(const Octets& octets);
 

@@ -63,7 +63,7 @@ HostileInput content_in_pieces(size_t size) {
 
 // The first identifier names a certificate that is not there.
 Octets naming_nothing() {
-  return signing_certificate(false, der::sequence(der::octet_string(Octets(20, 7))));
+  return signing_certificate(der::sequence(der::octet_string(Octets(20, 7))));
 }
 
 HostileInput certificates_not_named(size_t size) {

@@ -35,11 +35,11 @@ void Fail(const char* file, int line, const char* condition, long long detail) {
   std::abort();
 }
 
-void ResetProcess(bool useV2) {
+void ResetProcess(SigningCertificate which) {
   AsnErrorHandler = [](const char*, int) {};
   lastUnusedBits = 0;
   lastAsnError = 0;
-  essCertIdV2Switch = useV2 ? 1 : 0;
+  essCertIdV2Switch = which == SigningCertificate::V2 ? 1 : 0;
 }
 
 Block::Block(size_t size)

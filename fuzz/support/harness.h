@@ -23,8 +23,9 @@ namespace qex::fuzz {
 
 // ResetProcess resets the process-wide words of the library to their values at load, so that no input depends
 // on an earlier one: last unused bits, last ASN.1 error, and the switch of QEX_VERIFY_ESSCERTIDV2, which is
-// set to `useV2` without reading the environment. Error texts are discarded.
-void ResetProcess(bool useV2 = false);
+// set to `which` without reading the environment. Error texts are discarded.
+enum class SigningCertificate { V1, V2 };
+void ResetProcess(SigningCertificate which = SigningCertificate::V1);
 
 // Memory of exactly `size` octets: with AddressSanitizer a heap block whose surroundings are
 // poisoned, else one with guard octets on both sides, which are checked at the end.
@@ -85,8 +86,10 @@ void CheckCode(int32_t code, Codes allowed, const char* what);
 // octet too few, with the exact room and with more, and checks the code, the length and every octet that it
 // may not touch. Returns the output; nothing, with the code in `*code`, when the code is neither "too small"
 // nor success: it must then be the same for every output.
+enum class NoOutput { AsksForSize, IsRefused };
 template <class Call>
-[[nodiscard]] std::optional<Octets> CheckOutputRule(Call call, int32_t* code, bool sizeByNull = true);
+[[nodiscard]] std::optional<Octets> CheckOutputRule(Call call, int32_t* code,
+                                                    NoOutput noOutput = NoOutput::AsksForSize);
 
 // TextOf returns the text of a zero-terminated field; ends the process when it has no terminator.
 std::string TextOf(const char* field, size_t size);
@@ -118,10 +121,10 @@ template <class Call>
 }  // namespace internal
 
 template <class Call>
-[[nodiscard]] std::optional<Octets> CheckOutputRule(Call call, int32_t* code, bool sizeByNull) {
+[[nodiscard]] std::optional<Octets> CheckOutputRule(Call call, int32_t* code, NoOutput noOutput) {
   using namespace internal;
   uint32_t needed = 0;
-  if (sizeByNull) {
+  if (noOutput == NoOutput::AsksForSize) {
     *code = call(nullptr, &needed);
   } else {
     Block nothing(0);

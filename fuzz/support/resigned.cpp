@@ -71,12 +71,13 @@ Tlv* attribute_value(Tlv* attributes, const AsnOid& type) {
   return nullptr;
 }
 
-[[nodiscard]] bool name_certificate(Tlv* attributes, bool useV2) {
-  Tlv* value = attribute_value(attributes, useV2 ? kIdSigningCertificateV2 : kIdSigningCertificate);
+[[nodiscard]] bool name_certificate(Tlv* attributes, SigningCertificate which) {
+  const bool isV2 = which == SigningCertificate::V2;
+  Tlv* value = attribute_value(attributes, isV2 ? kIdSigningCertificateV2 : kIdSigningCertificate);
   Tlv* identifier = child(child(value, 0), 0);
-  Octets algorithm = contents(useV2 ? kIdSha256 : kIdSha1);
+  Octets algorithm = contents(isV2 ? kIdSha256 : kIdSha1);
   Tlv* hash = child(identifier, 0);
-  if (useV2 && hash != nullptr && hash->tag == Octets{0x30}) {
+  if (isV2 && hash != nullptr && hash->tag == Octets{0x30}) {
     if (hash->children.empty()) return false;
     algorithm = hash->children[0].content;
     if (algorithm == contents(kIdSha1) || algorithm == contents(kIdMd5)) return false;
@@ -95,7 +96,7 @@ const Octets& ResigningCertificate() {
   return certificate;
 }
 
-std::optional<Octets> Resign(View token, bool useV2) {
+std::optional<Octets> Resign(View token, SigningCertificate which) {
   auto tlv = SequenceIn(token);
   if (!tlv) return std::nullopt;
   const auto content = EContentIn(*tlv);
@@ -112,7 +113,7 @@ std::optional<Octets> Resign(View token, bool useV2) {
 
   Tlv* messageDigest = attribute_value(attributes, kIdMessageDigest);
   const Octets contentDigest = digest(algorithm.children[0].content, *content);
-  if (messageDigest == nullptr || contentDigest.empty() || !name_certificate(attributes, useV2)) {
+  if (messageDigest == nullptr || contentDigest.empty() || !name_certificate(attributes, which)) {
     return std::nullopt;
   }
   *messageDigest = Primitive(0x04, contentDigest);

@@ -5,6 +5,7 @@
 
 #include <optional>
 
+#include "fuzz/support/harness.h"
 #include "fuzz/support/tlv.h"
 
 namespace qex::fuzz {
@@ -16,7 +17,7 @@ const Octets& ResigningCertificate();
 // signing-certificate attribute (of the version chosen) to that of ResigningCertificate, and its signature to
 // that of the resulting signed attributes. Nothing when the token is not well-formed, or lacks a part for
 // that, or has digests other than SHA-1, SHA-2 and MD5.
-[[nodiscard]] std::optional<Octets> Resign(View token, bool useV2);
+[[nodiscard]] std::optional<Octets> Resign(View token, SigningCertificate which);
 
 // WithOtherContent changes a bit of the content of a token that is well-formed; nothing when it has none.
 [[nodiscard]] std::optional<Octets> WithOtherContent(View token);

@@ -20,8 +20,11 @@ struct Outcome {
   return c == ' ' || c == '\t' || c == '\n' || c == '\v' || c == '\f' || c == '\r';
 }
 
+enum class Sign { None, Accepted };
+
 // The number at the start of `s` as 32 bits, saturated.
-[[nodiscard]] int32_t number(const std::string& s, bool withSign) {
+[[nodiscard]] int32_t number(const std::string& s, Sign sign) {
+  const bool withSign = sign == Sign::Accepted;
   size_t i = 0;
   while (i < s.size() && is_blank(s[i])) ++i;
   const bool negative = withSign && i < s.size() && s[i] == '-';
@@ -77,7 +80,7 @@ Outcome unpack_http(View in) {
   while (i < first.size() && !is_blank(first[i])) ++i;
   while (i < first.size() && is_blank(first[i])) ++i;
   if (i == first.size()) return {QEX_E_ARG, length, 0, 0};
-  const auto status = uint32_t(number(first.substr(i), false));
+  const auto status = uint32_t(number(first.substr(i), Sign::None));
   if (status != 200) return {QEX_E_FRAMING, length, status, 0};
 
   bool good = false;
@@ -93,7 +96,7 @@ Outcome unpack_http(View in) {
       while (value < line.size() && is_blank(line[value])) ++value;
       good = good || line.substr(value) == "application/timestamp-reply";
     } else if (line.starts_with("content-length:")) {
-      contentLength = number(line.substr(15), true);
+      contentLength = number(line.substr(15), Sign::Accepted);
     }
   }
   if (!good || contentLength == 0) return {QEX_E_FRAMING, length, 200, 0};

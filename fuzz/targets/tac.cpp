@@ -250,11 +250,11 @@ void check_policy(View tac, const std::optional<Certificate>& c) {
 
 // --- Tokens ----------------------------------------------------------------------
 
-void check_token(View token, bool useV2) {
+void check_token(View token, SigningCertificate which) {
   int32_t code = 0;
   const auto out = CheckOutputRule(
       [&](uint8_t* to, uint32_t* length) {
-        ResetProcess(useV2);
+        ResetProcess(which);
         return QEX_GetTST_TimeAttributeCert(to, length, token.data(), uint32_t(token.size()));
       },
       &code);
@@ -264,15 +264,15 @@ void check_token(View token, bool useV2) {
   FUZZ_CHECK(IsDefinite(*out) && (*out)[0] == 0x30, out->size());
   // The attribute certificate taken from the token belongs to it; QEX_E_DECODE when it comes from the signer
   // attributes and nothing is named.
-  ResetProcess(useV2);
+  ResetProcess(which);
   const int32_t matches =
       QEX_CheckTAC_MatchesTST(out->data(), uint32_t(out->size()), token.data(), uint32_t(token.size()));
   CheckCode(matches, {QEX_OK, QEX_E_DECODE}, "QEX_CheckTAC_MatchesTST, of its own certificate");
   FUZZ_CHECK(QEX_GetLastAsnError() == 0, QEX_GetLastAsnError());
 }
 
-void check_match(View tac, View token, bool useV2) {
-  ResetProcess(useV2);
+void check_match(View tac, View token, SigningCertificate which) {
+  ResetProcess(which);
   const int32_t code =
       QEX_CheckTAC_MatchesTST(tac.data(), uint32_t(tac.size()), token.data(), uint32_t(token.size()));
   CheckCode(code, {QEX_OK, QEX_E_DECODE, QEX_E_MISMATCH}, "QEX_CheckTAC_MatchesTST");
@@ -292,11 +292,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   check_info(tac.view(), certificate);
   check_metrics(tac.view(), certificate);
   check_policy(tac.view(), certificate);
-  for (const bool useV2 : {false, true}) {
-    check_token(tac.view(), useV2);
+  for (const SigningCertificate which : {SigningCertificate::V1, SigningCertificate::V2}) {
+    check_token(tac.view(), which);
     if (token.size() == 0) continue;
-    check_token(token.view(), useV2);
-    check_match(tac.view(), token.view(), useV2);
+    check_token(token.view(), which);
+    check_match(tac.view(), token.view(), which);
   }
   return 0;
 }

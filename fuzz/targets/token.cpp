@@ -151,11 +151,11 @@ void check_short_info(View token, int32_t fullCode, const std::optional<Info>& i
   if (!info->hasName) FUZZ_CHECK(std::memcmp(record->tsaName, name.data(), 512) == 0, 0);
 }
 
-void check_certificate(View token, bool useV2) {
+void check_certificate(View token, SigningCertificate which) {
   int32_t code = 0;
   const auto out = CheckOutputRule(
       [&](uint8_t* to, uint32_t* length) {
-        ResetProcess(useV2);
+        ResetProcess(which);
         return QEX_GetTST_TSACert(to, length, token.data(), uint32_t(token.size()));
       },
       &code);
@@ -176,7 +176,7 @@ using Rewrite = int32_t (*)(const uint8_t*, uint32_t, uint8_t*, uint32_t*);
         ResetProcess();
         return rewrite(token.data(), uint32_t(token.size()), to, room);
       },
-      code, false);
+      code, NoOutput::IsRefused);
   CheckCode(*code, {QEX_OK, QEX_E_DECODE}, name);
   FUZZ_CHECK(without == (*code == QEX_OK ? QEX_E_MISSING : *code), without);
   FUZZ_CHECK((*code == QEX_E_DECODE) == (QEX_GetLastAsnError() < 0), QEX_GetLastAsnError());
@@ -257,8 +257,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   Record<QEX_TSTINFO_EX> record(kFill);
   const int32_t code = check_info(in.view(), info, &record);
   check_short_info(in.view(), code, info);
-  check_certificate(in.view(), false);
-  check_certificate(in.view(), true);
+  check_certificate(in.view(), SigningCertificate::V1);
+  check_certificate(in.view(), SigningCertificate::V2);
   check_id_data(in.view());
   check_remove(in.view());
   return 0;

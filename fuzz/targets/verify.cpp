@@ -81,8 +81,8 @@ size_t key_bits(const Certificate& certificate) {
   return most > kMaxKeyBits;
 }
 
-[[nodiscard]] int32_t verify(View token, View certificate, bool useV2) {
-  ResetProcess(useV2);
+[[nodiscard]] int32_t verify(View token, View certificate, SigningCertificate which) {
+  ResetProcess(which);
   return QEX_VerifyTST_Signature(token.data(), uint32_t(token.size()),
                                  certificate.empty() ? nullptr : certificate.data(),
                                  uint32_t(certificate.size()));
@@ -102,19 +102,19 @@ void check_last_error(int32_t code) {
 
 // A token that verifies with its own certificate also verifies with that certificate given, and does not
 // verify with another content.
-void check_verified(View token, bool useV2) {
+void check_verified(View token, SigningCertificate which) {
   Octets certificate(token.size() + 64);
   auto length = uint32_t(certificate.size());
-  ResetProcess(useV2);
+  ResetProcess(which);
   const int32_t found = QEX_GetTST_TSACert(certificate.data(), &length, token.data(), uint32_t(token.size()));
   FUZZ_CHECK(found == QEX_OK, found);
   certificate.resize(length);
-  const int32_t code = verify(token, certificate, useV2);
+  const int32_t code = verify(token, certificate, which);
   FUZZ_CHECK(code == QEX_OK, code);
 
   const auto other = WithOtherContent(token);
   if (!other) return;
-  const int32_t changed = verify(*other, {}, useV2);
+  const int32_t changed = verify(*other, {}, which);
   FUZZ_CHECK(changed == QEX_E_SIGNATURE, changed);
 }
 
@@ -131,19 +131,19 @@ void check_verified(View token, bool useV2) {
 }
 
 // A signature over the encoding that the library itself would write verifies.
-void check_resigned(View token, bool useV2) {
-  const auto resigned = Resign(token, useV2);
+void check_resigned(View token, SigningCertificate which) {
+  const auto resigned = Resign(token, which);
   if (!resigned) return;
   const Input in(*resigned);
   const Input certificate(ResigningCertificate());
-  const int32_t code = verify(in.view(), certificate.view(), useV2);
+  const int32_t code = verify(in.view(), certificate.view(), which);
   CheckCode(code, {QEX_OK, QEX_E_BADTOKEN, QEX_E_SIGNATURE, QEX_E_DECODE, QEX_E_MISMATCH},
             "a token signed anew");
   if (!is_own_encoding(in.view())) return;
   FUZZ_CHECK(code == QEX_OK, code);
   const auto other = WithOtherContent(in.view());
   if (!other) return;
-  const int32_t changed = verify(*other, certificate.view(), useV2);
+  const int32_t changed = verify(*other, certificate.view(), which);
   FUZZ_CHECK(changed == QEX_E_SIGNATURE, changed);
 }
 
@@ -163,17 +163,17 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     ++left_out;
     return 0;
   }
-  for (const bool useV2 : {false, true}) {
-    const int32_t own = verify(token.view(), {}, useV2);
+  for (const SigningCertificate which : {SigningCertificate::V1, SigningCertificate::V2}) {
+    const int32_t own = verify(token.view(), {}, which);
     CheckCode(own,
               {QEX_OK, QEX_E_NOMEM, QEX_E_MISSING, QEX_E_BADTOKEN, QEX_E_SIGNATURE, QEX_E_UNSUPPORTED,
                QEX_E_NOCERT},
               "QEX_VerifyTST_Signature");
     check_last_error(own);
-    if (own == QEX_OK) check_verified(token.view(), useV2);
-    check_resigned(token.view(), useV2);
+    if (own == QEX_OK) check_verified(token.view(), which);
+    check_resigned(token.view(), which);
     if (certificate.size() == 0) continue;
-    const int32_t given = verify(token.view(), certificate.view(), useV2);
+    const int32_t given = verify(token.view(), certificate.view(), which);
     CheckCode(given,
               {QEX_OK, QEX_E_ARG, QEX_E_NOMEM, QEX_E_MISSING, QEX_E_DECODE, QEX_E_BADTOKEN, QEX_E_SIGNATURE,
                QEX_E_UNSUPPORTED, QEX_E_MISMATCH},

@@ -72,13 +72,13 @@ TEST(OtherMakersTac, AttributeCertificateWithAnAttributeOfAnUnknownTypeDoesNotDe
   EXPECT_EQ(report.text(), kNoDecoder);
 }
 
-void expect_attribute_certificates(bool switched) {
+void expect_attribute_certificates(Switch v2) {
   const Octets full = BouncyCastleFile("tac_full.der"), digested = BouncyCastleFile("tac_digest.der");
   int named = 0;
   for (const PeerSample& sample : Tokens()) {
     SCOPED_TRACE(sample["Name"]);
     const Octets token = sample.octets();
-    const bool usable = sample.second_version() == switched;
+    const bool usable = sample.second_version() == (v2 == Switch::On);
     const Output got = TacOf(token);
     if (sample.is("Tac", "signer") || (sample.is("Tac", "named") && usable)) {
       EXPECT_EQ(got.code, QEX_OK);
@@ -99,11 +99,11 @@ void expect_attribute_certificates(bool switched) {
 }
 
 TEST(OtherMakersTac, AttributeCertificateIsFoundByTheFirstVersionOrInTheSignersAttributes) {
-  InFreshProcess(nullptr, [] { expect_attribute_certificates(false); });
+  InFreshProcess(nullptr, [] { expect_attribute_certificates(Switch::Off); });
 }
 
 TEST(OtherMakersTac, AttributeCertificateIsFoundByTheSecondVersionWithTheSwitch) {
-  InFreshProcess("1", [] { expect_attribute_certificates(true); });
+  InFreshProcess("1", [] { expect_attribute_certificates(Switch::On); });
 }
 
 TEST(OtherMakersTac, TokensVerifyWithoutTheirAttributeCertificates) {

@@ -20,8 +20,10 @@ namespace {
 
 // --- Requests and replies --------------------------------------------------------------
 
+enum class CertReq { False, True };
+
 void expect_request(const Octets& octets, const char* hash, size_t hash_length, const char* policy,
-                    bool certificate, const std::string& nonce) {
+                    CertReq certificate, const std::string& nonce) {
   ExpectWrittenBack(TOP(TimeStampReq), octets);
   const Guarded request(octets);
   GuardedRecord<QEX_TSQ_DATA_EX> asked;
@@ -32,7 +34,7 @@ void expect_request(const Octets& octets, const char* hash, size_t hash_length, 
   EXPECT_EQ(OctetsOfField(asked->hashedMessage, hash_length),
             Digest(hash, der::octets("the data to be stamped\n")));
   EXPECT_STREQ(asked->reqPolicy, policy);
-  EXPECT_EQ(asked->certReq, certificate ? 1u : 0u);
+  EXPECT_EQ(asked->certReq, certificate == CertReq::True ? 1u : 0u);
   if (!nonce.empty()) {
     EXPECT_EQ(ToHex(OctetsOfField(asked->nonce, asked->nonceLength)), nonce);
   } else {
@@ -47,12 +49,12 @@ TEST(OtherMakers, RequestsAreReadAndWrittenBack) {
     SCOPED_TRACE(sample["Name"]);
     const bool full = sample.with_certificate();
     expect_request(sample.file("request_" + sample["Reply"] + ".der"), kSha256, 32, full ? kSamplePolicy : "",
-                   full, sample["Nonce"]);
+                   full ? CertReq::True : CertReq::False, sample["Nonce"]);
     ++met;
   }
   EXPECT_EQ(met, 13);
-  expect_request(BouncyCastleFile("request_sha1_bare.der"), kSha1, 20, "", false, "");
-  expect_request(BouncyCastleFile("request_sha512_cert.der"), kSha512, 64, kSamplePolicy, true, "");
+  expect_request(BouncyCastleFile("request_sha1_bare.der"), kSha1, 20, "", CertReq::False, "");
+  expect_request(BouncyCastleFile("request_sha512_cert.der"), kSha512, 64, kSamplePolicy, CertReq::True, "");
   ExpectWrittenBack(TOP(TimeStampReq), PeerSamples("openssl_dsa", "token_", 12)[0].file("request.der"));
 }
 
@@ -158,7 +160,8 @@ int32_t signature_verdict(const PeerSample& sample) {
   return sample["Key"].compare(0, 7, "dsa2048") == 0 && sha256 ? QEX_E_SIGNATURE : QEX_OK;
 }
 
-void expect_verdicts(bool switched) {
+void expect_verdicts(Switch v2) {
+  const bool switched = v2 == Switch::On;
   int verified = 0, refused = 0;
   for (const PeerSample& sample : Tokens()) {
     SCOPED_TRACE(sample["Name"]);
@@ -186,11 +189,11 @@ void expect_verdicts(bool switched) {
 }
 
 TEST(OtherMakers, TokensOfTheFirstVersionVerifyWithoutTheSwitch) {
-  InFreshProcess(nullptr, [] { expect_verdicts(false); });
+  InFreshProcess(nullptr, [] { expect_verdicts(Switch::Off); });
 }
 
 TEST(OtherMakers, TokensOfTheSecondVersionVerifyWithTheSwitch) {
-  InFreshProcess("1", [] { expect_verdicts(true); });
+  InFreshProcess("1", [] { expect_verdicts(Switch::On); });
 }
 
 TEST(OtherMakers, CertificateOfAnotherKeyIsRefused) {
@@ -211,7 +214,7 @@ TEST(OtherMakers, CertificateOfAnotherKeyIsRefused) {
 // The attribute CMSAlgorithmProtection (RFC 6211), which this implementation adds by default, is registered
 // for no type: such a token does not decode.
 TEST(OtherMakers, TokensWithAnAttributeOfAnUnknownTypeDoNotDecode) {
-  for (const PeerSample& sample : Tokens(true)) {
+  for (const PeerSample& sample : TokensWithProtection()) {
     SCOPED_TRACE(sample["Name"]);
     const Octets octets = sample.octets();
     const Guarded token(octets);

@@ -100,12 +100,12 @@ TEST(Samples, TstInfoAnswersItsRequest) {
 }
 
 // expect_verified goes through the replies under the current switch.
-void expect_verified(bool switched) {
+void expect_verified(Switch v2) {
   const Octets certificate = sample("certificate_tsa.der");
   for (const Reply& one : kReplies) {
     SCOPED_TRACE(one.name);
     const Octets token = token_of_reply(one.name);
-    const bool usable = one.second_version == switched;
+    const bool usable = one.second_version == (v2 == Switch::On);
     EXPECT_EQ(Verify(token), usable && one.with_certificate ? QEX_OK : QEX_E_NOCERT);
     EXPECT_EQ(Verify(token, certificate), usable ? QEX_OK : QEX_E_DECODE);
     EXPECT_EQ(Verify(token, sample("certificate_root.der")), QEX_E_SIGNATURE);
@@ -118,11 +118,11 @@ void expect_verified(bool switched) {
 }
 
 TEST(Samples, TokensOfTheFirstVersionVerifyWithoutTheSwitch) {
-  InFreshProcess(nullptr, [] { expect_verified(false); });
+  InFreshProcess(nullptr, [] { expect_verified(Switch::Off); });
 }
 
 TEST(Samples, TokensOfTheSecondVersionVerifyWithTheSwitch) {
-  InFreshProcess("1", [] { expect_verified(true); });
+  InFreshProcess("1", [] { expect_verified(Switch::On); });
 }
 
 TEST(Samples, AnyOctetOfTheContentCounts) {

@@ -61,7 +61,8 @@ Identifier generated_identifier(Random& random, bool v2, const std::vector<Octet
   return {label, hash};
 }
 
-void expect_what_one_by_one_finds(bool v2) {
+void expect_what_one_by_one_finds(Switch which) {
+  const bool v2 = which == Switch::On;
   ASSERT_TRUE(EnsureAsnInit());
   Random random(v2 ? 2 : 1);
   std::vector<Octets> certificates;
@@ -91,8 +92,8 @@ void expect_what_one_by_one_finds(bool v2) {
 }
 
 TEST(FindAmongOthers, AgreesWithComparingOneByOne) {
-  InFreshProcess("0", [] { expect_what_one_by_one_finds(false); });
-  InFreshProcess("1", [] { expect_what_one_by_one_finds(true); });
+  InFreshProcess("0", [] { expect_what_one_by_one_finds(Switch::Off); });
+  InFreshProcess("1", [] { expect_what_one_by_one_finds(Switch::On); });
 }
 
 TEST(FindAmongOthers, WithoutAnIdentifierIsADecodeFailure) {

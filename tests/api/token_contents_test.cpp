@@ -59,12 +59,15 @@ QEX_TSTINFO plain_short() {
   return record;
 }
 
+enum class TsaName { Absent, Present };
+
 // expect_full compares all of the record; without a name its last 164 bytes are those of the caller.
-void expect_full(const Octets& token, int32_t code, const QEX_TSTINFO_EX& expected, bool named = false) {
+void expect_full(const Octets& token, int32_t code, const QEX_TSTINFO_EX& expected,
+                 TsaName name = TsaName::Absent) {
   FullRecord record;
   EXPECT_EQ(read_full(token, &record), code);
   Octets octets = OctetsOfValue(expected);
-  if (!named) std::fill(octets.begin() + 880, octets.end(), Guarded::kFill);
+  if (name == TsaName::Absent) std::fill(octets.begin() + 880, octets.end(), Guarded::kFill);
   EXPECT_EQ(record.octets(), octets);
 }
 
@@ -119,7 +122,7 @@ TEST(TstInfo, EveryFieldIsReported) {
   PutOctets(full.nonce, {0x11, 0x22, 0x33, 0x44, 0x55});
   full.nonceLength = 5;
   PutText(full.tsaName, "C=GB;CN=TSA");
-  expect_full(token_with_info(info), QEX_OK, full, true);
+  expect_full(token_with_info(info), QEX_OK, full, TsaName::Present);
 
   QEX_TSTINFO brief{};
   brief.version = 9;
@@ -241,7 +244,7 @@ TEST(TstInfo, NameOfAnotherFormIsEmpty) {
 TEST(TstInfo, EmptyDirectoryNameIsEmpty) {
   TstInfoMaker info;
   info.tsa = tsa_of(der::context(4, der::sequence()));
-  expect_full(token_with_info(info), QEX_OK, plain_full(), true);
+  expect_full(token_with_info(info), QEX_OK, plain_full(), TsaName::Present);
 }
 
 TEST(TstInfo, EntryThatDoesNotFitTheNameIsLeftOutWithoutAReport) {
@@ -250,7 +253,7 @@ TEST(TstInfo, EntryThatDoesNotFitTheNameIsLeftOutWithoutAReport) {
                                                    {"2.5.4.3", der::utf8_string("TSA")}})));
   QEX_TSTINFO_EX expected = plain_full();
   PutText(expected.tsaName, "CN=TSA");
-  expect_full(token_with_info(info), QEX_OK, expected, true);
+  expect_full(token_with_info(info), QEX_OK, expected, TsaName::Present);
 }
 
 TEST(TstInfo, NameMayFillItsField) {
@@ -300,7 +303,7 @@ TEST(TstInfo, LongValuesAreCutAndReportedWithAFullRecord) {
       QEX_TSTINFO_EX expected = plain_full();
       PutText(expected.tsaName, "C=GB;CN=TSA");
       row.expect(&expected, n);
-      expect_full(token_with_info(info), n > row.field ? QEX_E_SIZE : QEX_OK, expected, true);
+      expect_full(token_with_info(info), n > row.field ? QEX_E_SIZE : QEX_OK, expected, TsaName::Present);
     }
   }
 }

@@ -141,7 +141,7 @@ class Bound {
       case Kind::ListOf: return 0;    // of no elements
       case Kind::OpenList:            // of no elements, or a value in place of the SET
         for (const OpenShape& shape : type.shapes) {
-          if (!shape.inPlaceOfSet) continue;
+          if (shape.place != ShapePlace::WholeSet) continue;
           const double value = heap_(shape.type->size) + contents_.at(shape.type);
           worst = std::max(worst, node() + heap_(sizeof(AsnAny)) + value);
         }

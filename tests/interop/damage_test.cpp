@@ -21,6 +21,7 @@ namespace qex::test {
 namespace {
 
 enum Cover : uint8_t { kCovered, kNotCovered, kAnotherEncoding };
+enum class Under { TokensCertificate, CallersCertificate };  // how the signature is verified
 
 // The parts of a token that openssl signed: ContentInfo { type, [0] SignedData { version, digestAlgorithms,
 // encapContentInfo, [0] certificates, signerInfos { SignerInfo } } }.
@@ -89,7 +90,8 @@ class DamagedToken : public ::testing::Test {
   }
 
   // Changes every `stride`-th covered bit, and expects that the token never verifies.
-  void expect_refusal(bool own_certificate, size_t stride) {
+  void expect_refusal(Under under, size_t stride) {
+    const bool own_certificate = under == Under::CallersCertificate;
     const ErrorCapture silent;
     const Guarded certificate(certificate_);
     const uint8_t* const given = own_certificate ? certificate.data() : nullptr;
@@ -118,7 +120,8 @@ class DamagedToken : public ::testing::Test {
   }
 
   // verdict is that of the token with a bit of one octet changed.
-  int32_t verdict(size_t at, bool own_certificate, uint8_t bit = 1) {
+  int32_t verdict(size_t at, Under under, uint8_t bit = 1) {
+    const bool own_certificate = under == Under::CallersCertificate;
     Octets changed = token_;
     changed.at(at) ^= bit;
     return QEX_VerifyTST_Signature(changed.data(), uint32_t(changed.size()),
@@ -144,11 +147,11 @@ constexpr size_t kStride = 1;
 #endif
 
 TEST_F(DamagedToken, IsRefusedForEveryBitThatIsCovered) {
-  expect_refusal(false, kStride);
+  expect_refusal(Under::TokensCertificate, kStride);
 }
 
 TEST_F(DamagedToken, IsRefusedForEveryBitThatIsCoveredUnderTheCallersCertificate) {
-  expect_refusal(true, kStride);
+  expect_refusal(Under::CallersCertificate, kStride);
 }
 
 TEST_F(DamagedToken, IsAcceptedWithAnotherValueOfAnUncoveredPart) {
@@ -162,17 +165,17 @@ TEST_F(DamagedToken, IsAcceptedWithAnotherValueOfAnUncoveredPart) {
       {"serial number of the sid", signer()[1][1]},
   };
   for (const auto& part : parts) {
-    EXPECT_EQ(verdict(part.element.end - 1, false), QEX_OK) << part.what;
-    EXPECT_EQ(verdict(part.element.end - 1, true), QEX_OK) << part.what;
+    EXPECT_EQ(verdict(part.element.end - 1, Under::TokensCertificate), QEX_OK) << part.what;
+    EXPECT_EQ(verdict(part.element.end - 1, Under::CallersCertificate), QEX_OK) << part.what;
   }
   // Another digest that is known: SHA-512 in place of SHA-256.
-  EXPECT_EQ(verdict(signed_data()[1][0][0].end - 1, false, 2), QEX_OK);
+  EXPECT_EQ(verdict(signed_data()[1][0][0].end - 1, Under::TokensCertificate, 2), QEX_OK);
 }
 
 TEST_F(DamagedToken, HasUncoveredCertificatesUnderTheCallersOwn) {
   const Element& own = certificates()[is_signers(certificates()[0]) ? 0 : 1];
-  EXPECT_EQ(verdict(own.end - 1, false), QEX_E_NOCERT);
-  EXPECT_EQ(verdict(own.end - 1, true), QEX_OK);
+  EXPECT_EQ(verdict(own.end - 1, Under::TokensCertificate), QEX_E_NOCERT);
+  EXPECT_EQ(verdict(own.end - 1, Under::CallersCertificate), QEX_OK);
 }
 
 // Both sides see the same damage: the content, each attribute, the signature, the key.
@@ -193,7 +196,8 @@ TEST_F(DamagedToken, IsRefusedByOpensslToo) {
     Octets changed = token_;
     changed[at] ^= 1;
     EXPECT_NE(openssl(changed), 0) << at;
-    EXPECT_EQ(verdict(at, false), at < certificates().start || at >= attributes.start ? QEX_E_SIGNATURE : 0)
+    EXPECT_EQ(verdict(at, Under::TokensCertificate),
+              at < certificates().start || at >= attributes.start ? QEX_E_SIGNATURE : 0)
         << at;
   }
 }

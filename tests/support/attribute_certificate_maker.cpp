@@ -276,7 +276,8 @@ Holder* build_holder(Records& records, const AttrCertParts& parts) {
   if (parts.object_digest.has_value()) {
     ObjectDigestInfo* const info = records.make<ObjectDigestInfo>();
     info->digestedObjectType = 1;
-    info->digestAlgorithm = BuildAlgorithm(records, parts.object_digest->algorithm, false);
+    info->digestAlgorithm =
+        BuildAlgorithm(records, parts.object_digest->algorithm, AlgorithmParameters::Absent);
     info->objectDigest = records.bits(parts.object_digest->digest, parts.object_digest->unused_bits);
     holder->objectDigestInfo = info;
   }
@@ -307,12 +308,18 @@ ListOf<Attribute>* build_attributes(Records& records, const AttrCertParts& parts
   return records.list(attributes);
 }
 
+AlgorithmParameters inner_parameters(const AttrCertParts& parts) {
+  return parts.inner_null ? AlgorithmParameters::Null : AlgorithmParameters::Absent;
+}
+
 }  // namespace
 
-AlgorithmIdentifier* BuildAlgorithm(Records& records, const std::string& identifier, bool with_null) {
+AlgorithmIdentifier* BuildAlgorithm(Records& records, const std::string& identifier,
+                                    AlgorithmParameters parameters) {
   AlgorithmIdentifier* const algorithm = records.make<AlgorithmIdentifier>();
   algorithm->algorithm = records.oid(identifier);
-  if (with_null) algorithm->parameters = records.any(algorithm->algorithm, records.make<AsnNull>());
+  if (parameters == AlgorithmParameters::Null)
+    algorithm->parameters = records.any(algorithm->algorithm, records.make<AsnNull>());
   return algorithm;
 }
 
@@ -365,13 +372,13 @@ AttributeCertificate* Build(Records& records, const AttrCertParts& parts) {
   info->version = parts.version;
   info->holder = build_holder(records, parts);
   info->issuer = build_issuer(records, parts, parts.v1_form);
-  info->signature = BuildAlgorithm(records, parts.inner_algorithm, parts.inner_null);
+  info->signature = BuildAlgorithm(records, parts.inner_algorithm, inner_parameters(parts));
   info->serialNumber = records.octs(parts.serial);
   info->attrCertValidityPeriod = build_validity(records, parts);
   info->attributes = build_attributes(records, parts);
   AttributeCertificate* const certificate = records.make<AttributeCertificate>();
   certificate->acinfo = info;
-  certificate->signatureAlgorithm = BuildAlgorithm(records, parts.outer_algorithm, true);
+  certificate->signatureAlgorithm = BuildAlgorithm(records, parts.outer_algorithm, AlgorithmParameters::Null);
   certificate->signatureValue = records.bits(parts.signature, parts.signature_unused_bits);
   return certificate;
 }
@@ -388,13 +395,13 @@ AttributeCertificateV1* BuildV1(Records& records, const AttrCertParts& parts, bo
     info->subject->holder = build_holder(records, parts);
   }
   info->issuer = build_issuer(records, parts, published || parts.v1_form);
-  info->signature = BuildAlgorithm(records, parts.inner_algorithm, parts.inner_null);
+  info->signature = BuildAlgorithm(records, parts.inner_algorithm, inner_parameters(parts));
   info->serialNumber = records.octs(parts.serial);
   info->attCertValidityPeriod = build_validity(records, parts);
   info->attributes = build_attributes(records, parts);
   AttributeCertificateV1* const certificate = records.make<AttributeCertificateV1>();
   certificate->acInfo = info;
-  certificate->signatureAlgorithm = BuildAlgorithm(records, parts.outer_algorithm, true);
+  certificate->signatureAlgorithm = BuildAlgorithm(records, parts.outer_algorithm, AlgorithmParameters::Null);
   certificate->signature = records.bits(parts.signature, parts.signature_unused_bits);
   return certificate;
 }

@@ -117,7 +117,9 @@ AttributeCertificate* Build(Records& records, const AttrCertParts& parts);
 AttributeCertificateV1* BuildV1(Records& records, const AttrCertParts& parts, bool published);
 qex::Attribute* Build(Records& records, const AttributeParts& parts);
 Name* BuildDirectoryName(Records& records, const std::vector<std::pair<std::string, std::string>>& names);
-AlgorithmIdentifier* BuildAlgorithm(Records& records, const std::string& identifier, bool with_null);
+enum class AlgorithmParameters { Absent, Null };
+AlgorithmIdentifier* BuildAlgorithm(Records& records, const std::string& identifier,
+                                    AlgorithmParameters parameters);
 Octets ByEncoders(const AttrCertParts& parts);
 
 }  // namespace qex::test

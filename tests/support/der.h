@@ -78,6 +78,7 @@ inline Octets null() {
   return {0x05, 0x00};
 }
 
+Octets boolean(bool);  // without a name: boolean(true) says enough
 inline Octets boolean(bool value) {
   return {0x01, 0x01, uint8_t(value ? 0xFF : 0x00)};
 }

@@ -8,6 +8,8 @@
 
 namespace qex::test {
 
+enum class Switch { Off, On };  // of QEX_VERIFY_ESSCERTIDV2
+
 // InFreshProcess starts this program again for `body`, with the environment variable QEX_VERIFY_ESSCERTIDV2
 // set to `value` (null: not set), and expects that nothing in it fails. Do not call it between other slow
 // expectations: the test runs again up to this place in the new process.

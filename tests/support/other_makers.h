@@ -59,15 +59,25 @@ inline std::vector<PeerSample> PeerSamples(const char* folder, const char* kind,
   return found;
 }
 
-// Tokens returns those of all implementations, with the attribute CMSAlgorithmProtection or without it.
-inline std::vector<PeerSample> Tokens(bool with_protection = false) {
+// AllTokens returns those of all implementations; Tokens those without the attribute CMSAlgorithmProtection,
+// TokensWithProtection those with it.
+inline std::vector<PeerSample> AllTokens() {
   std::vector<PeerSample> all = PeerSamples("bouncycastle", "token_", 37);
   const std::vector<PeerSample> more = PeerSamples("openssl_dsa", "token_", 12);
   all.insert(all.end(), more.begin(), more.end());
-  const auto other = [&](const PeerSample& one) { return one.with_protection() != with_protection; };
-  all.erase(std::remove_if(all.begin(), all.end(), other), all.end());
-  EXPECT_EQ(all.size(), with_protection ? 9u : 40u);
   return all;
+}
+inline std::vector<PeerSample> Tokens() {
+  std::vector<PeerSample> some = AllTokens();
+  std::erase_if(some, [](const PeerSample& one) { return one.with_protection(); });
+  EXPECT_EQ(some.size(), 40u);
+  return some;
+}
+inline std::vector<PeerSample> TokensWithProtection() {
+  std::vector<PeerSample> some = AllTokens();
+  std::erase_if(some, [](const PeerSample& one) { return !one.with_protection(); });
+  EXPECT_EQ(some.size(), 9u);
+  return some;
 }
 
 // BouncyCastleFile returns a file of the folder bouncycastle.

@@ -211,7 +211,7 @@ std::vector<qex::Attribute*> build_signed_attributes(Records& records, const Sig
     std::vector<ESSCertIDv2*> identifiers;
     for (const CertificateIdV2& id : *parts.certificate_ids_v2) {
       AlgorithmIdentifier* const algorithm =
-          id.algorithm.empty() ? nullptr : BuildAlgorithm(records, id.algorithm, false);
+          id.algorithm.empty() ? nullptr : BuildAlgorithm(records, id.algorithm, AlgorithmParameters::Absent);
       identifiers.push_back(records.make<ESSCertIDv2>({algorithm, records.octs(id.hash), nullptr}));
     }
     attributes.push_back(
@@ -249,12 +249,12 @@ SignerInfo* build_signer(Records& records, const SignerParts& parts, const Octet
   signer->sid = records.make<SignerIdentifier>();
   signer->sid->choice = SignerIdentifier::kIssuerAndSerial;
   signer->sid->issuerAndSerialNumber = issuer;
-  signer->digestAlgorithm = BuildAlgorithm(records, parts.digest, true);
+  signer->digestAlgorithm = BuildAlgorithm(records, parts.digest, AlgorithmParameters::Null);
   std::vector<qex::Attribute*> attributes = build_signed_attributes(records, parts, content);
   sort_by_encoding(&attributes);
   ListOf<qex::Attribute>* const list = records.list(attributes);
   if (parts.signed_attributes) signer->signedAttrs = list;
-  signer->signatureAlgorithm = BuildAlgorithm(records, parts.signature_algorithm, true);
+  signer->signatureAlgorithm = BuildAlgorithm(records, parts.signature_algorithm, AlgorithmParameters::Null);
   const Octets hashed = Encoded([&](ExpBuf** b) { return BEncAttributes(b, list); });
   signer->signature = records.octs(parts.sign(parts.digest, Digest(parts.digest, hashed)));
   return signer;
@@ -268,7 +268,7 @@ ContentInfo* Build(Records& records, const TokenParts& parts) {
   std::vector<AlgorithmIdentifier*> algorithms;
   std::vector<SignerInfo*> signers;
   for (const SignerParts& signer : parts.signers) {
-    algorithms.push_back(BuildAlgorithm(records, signer.digest, true));
+    algorithms.push_back(BuildAlgorithm(records, signer.digest, AlgorithmParameters::Null));
     signers.push_back(build_signer(records, signer, parts.tst_info));
   }
   data->digestAlgorithms = records.list(algorithms);

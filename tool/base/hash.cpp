@@ -36,17 +36,17 @@ using namespace std::string_view_literals;
 
 // clang-format off
 constexpr HashAlgorithm kHashes[] = {
-    {"sha256", "2.16.840.1.101.3.4.2.1", QEX_NIST_HASH "\x01"sv, 32, false, true},
-    {"sha384", "2.16.840.1.101.3.4.2.2", QEX_NIST_HASH "\x02"sv, 48, false, true},
-    {"sha512", "2.16.840.1.101.3.4.2.3", QEX_NIST_HASH "\x03"sv, 64, false, true},
-    {"sha1", "1.3.14.3.2.26", "\x2B\x0E\x03\x02\x1A"sv, 20, true, true},
-    {"md5", "1.2.840.113549.2.5", "\x2A\x86\x48\x86\xF7\x0D\x02\x05"sv, 16, true, true},
-    {"sha224", "2.16.840.1.101.3.4.2.4", QEX_NIST_HASH "\x04"sv, 28, false, false},
-    {"sha512-256", "2.16.840.1.101.3.4.2.6", QEX_NIST_HASH "\x06"sv, 32, false, false},
-    {"sha3-224", "2.16.840.1.101.3.4.2.7", QEX_NIST_HASH "\x07"sv, 28, false, false},
-    {"sha3-256", "2.16.840.1.101.3.4.2.8", QEX_NIST_HASH "\x08"sv, 32, false, false},
-    {"sha3-384", "2.16.840.1.101.3.4.2.9", QEX_NIST_HASH "\x09"sv, 48, false, false},
-    {"sha3-512", "2.16.840.1.101.3.4.2.10", QEX_NIST_HASH "\x0A"sv, 64, false, false},
+    {"sha256", "2.16.840.1.101.3.4.2.1", QEX_NIST_HASH "\x01"sv, 32, Strength::Sound, Computed::ByLibrary},
+    {"sha384", "2.16.840.1.101.3.4.2.2", QEX_NIST_HASH "\x02"sv, 48, Strength::Sound, Computed::ByLibrary},
+    {"sha512", "2.16.840.1.101.3.4.2.3", QEX_NIST_HASH "\x03"sv, 64, Strength::Sound, Computed::ByLibrary},
+    {"sha1", "1.3.14.3.2.26", "\x2B\x0E\x03\x02\x1A"sv, 20, Strength::Weak, Computed::ByLibrary},
+    {"md5", "1.2.840.113549.2.5", "\x2A\x86\x48\x86\xF7\x0D\x02\x05"sv, 16, Strength::Weak, Computed::ByLibrary},
+    {"sha224", "2.16.840.1.101.3.4.2.4", QEX_NIST_HASH "\x04"sv, 28, Strength::Sound, Computed::ByLibcrypto},
+    {"sha512-256", "2.16.840.1.101.3.4.2.6", QEX_NIST_HASH "\x06"sv, 32, Strength::Sound, Computed::ByLibcrypto},
+    {"sha3-224", "2.16.840.1.101.3.4.2.7", QEX_NIST_HASH "\x07"sv, 28, Strength::Sound, Computed::ByLibcrypto},
+    {"sha3-256", "2.16.840.1.101.3.4.2.8", QEX_NIST_HASH "\x08"sv, 32, Strength::Sound, Computed::ByLibcrypto},
+    {"sha3-384", "2.16.840.1.101.3.4.2.9", QEX_NIST_HASH "\x09"sv, 48, Strength::Sound, Computed::ByLibcrypto},
+    {"sha3-512", "2.16.840.1.101.3.4.2.10", QEX_NIST_HASH "\x0A"sv, 64, Strength::Sound, Computed::ByLibcrypto},
 };
 // clang-format on
 
@@ -139,7 +139,7 @@ const HashAlgorithm& HashNamed(const std::string& name) {
 }
 
 void RefuseWeakHash(const HashAlgorithm& hash, const Options& options) {
-  if (!hash.weak || options.allowWeak) return;
+  if (hash.strength == Strength::Sound || options.allowWeak) return;
   throw Failure{ExitStatus::CheckFailed,
                 std::string("hash algorithm ") + hash.name + " is weak: collisions are known",
                 "use sha256, or accept it with --allow-weak"};

@@ -10,13 +10,16 @@
 
 namespace qex::tool {
 
+enum class Strength { Sound, Weak };  // weak: collisions are known
+enum class Computed { ByLibrary, ByLibcrypto };
+
 struct HashAlgorithm {
   const char* name;  // sha256
   const char* identifier;
   std::string_view octets;  // contents octets of the identifier
   size_t length;            // of the digest, in octets
-  bool weak;                // collisions are known
-  bool ofLibrary;           // the library exports it
+  Strength strength;
+  Computed computed;
 };
 
 std::span<const HashAlgorithm> HashAlgorithms();

@@ -18,7 +18,7 @@ namespace {
 // A command with all that it takes, the options of every command among it.
 std::vector<Grammar> whole_grammars() {
   const Program program;
-  const std::vector<Parameter> common = ParametersOf(program.app, false);
+  const std::vector<Parameter> common = OptionsOf(program.app);
   std::vector<Grammar> all;
   for (const Program::Entry& entry : program.entries) {
     Grammar grammar = GrammarOf(entry);
@@ -64,7 +64,7 @@ std::string bash_case(const std::string& pattern, const Parameter& parameter) {
 
 std::string bash_script() {
   const Program program;
-  const std::vector<Parameter> common = ParametersOf(program.app, false);
+  const std::vector<Parameter> common = OptionsOf(program.app);
   std::string values;
   std::string options;
   std::string arguments;
@@ -186,7 +186,7 @@ std::string zsh_script() {
     cases += "      " + command + ") _arguments -s" + zsh_arguments(grammar) + " ;;\n";
   }
   const Program program;
-  const Grammar common{nullptr, ParametersOf(program.app, false), {}};
+  const Grammar common{nullptr, OptionsOf(program.app), {}};
   return "#compdef qex\n"
          "# Completion of qex for zsh: source <(qex completion zsh), or keep it as _qex in a folder of "
          "$fpath\n"
@@ -252,7 +252,7 @@ std::string fish_script() {
       "    printf '%s\\n' $files\n"
       "end\n"
       "complete -c qex -f\n";
-  for (const Parameter& parameter : ParametersOf(program.app, false)) text += fish_option("", parameter);
+  for (const Parameter& parameter : OptionsOf(program.app)) text += fish_option("", parameter);
   for (const Command& command : Commands()) {
     text += std::string("complete -c qex -n __fish_use_subcommand -a ") + command.name + " -d " +
             fish_text(command.summary) + "\n";

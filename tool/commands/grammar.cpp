@@ -97,9 +97,7 @@ Parameter parameter_of(const CLI::Option& option) {
   return parameter;
 }
 
-}  // namespace
-
-std::vector<Parameter> ParametersOf(const CLI::App& app, bool positional) {
+std::vector<Parameter> parameters_of(const CLI::App& app, bool positional) {
   std::vector<Parameter> parameters;
   for (const CLI::Option* option : app.get_options()) {
     if (option->get_positional() == positional) parameters.push_back(parameter_of(*option));
@@ -107,8 +105,18 @@ std::vector<Parameter> ParametersOf(const CLI::App& app, bool positional) {
   return parameters;
 }
 
+}  // namespace
+
+std::vector<Parameter> OptionsOf(const CLI::App& app) {
+  return parameters_of(app, /*positional=*/false);
+}
+
+std::vector<Parameter> ArgumentsOf(const CLI::App& app) {
+  return parameters_of(app, /*positional=*/true);
+}
+
 Grammar GrammarOf(const Program::Entry& entry) {
-  Grammar grammar{entry.command, ParametersOf(*entry.app, false), ParametersOf(*entry.app, true)};
+  Grammar grammar{entry.command, OptionsOf(*entry.app), ArgumentsOf(*entry.app)};
   std::erase_if(grammar.options, [](const Parameter& own) { return own.names == Words{"-h", "--help"}; });
   return grammar;
 }

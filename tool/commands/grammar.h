@@ -29,8 +29,9 @@ struct Parameter {
   bool required;
 };
 
-// ParametersOf returns the options of `app`, or its arguments, in their order.
-std::vector<Parameter> ParametersOf(const CLI::App& app, bool positional);
+// The options of `app`, or its arguments, in their order.
+std::vector<Parameter> OptionsOf(const CLI::App& app);
+std::vector<Parameter> ArgumentsOf(const CLI::App& app);
 
 // A command with its own options and its arguments.
 struct Grammar {

@@ -159,7 +159,7 @@ Json parameter_rows(const std::vector<Parameter>& parameters) {
 
 // The help in parts, for programs.
 void add_parts(Json& document, const Program& program, const Program::Entry* entry) {
-  document["common_options"] = parameter_rows(ParametersOf(program.app, false));
+  document["common_options"] = parameter_rows(OptionsOf(program.app));
   if (entry == nullptr) {
     for (const Command& command : Commands()) {
       document["commands"].push_back({{"name", command.name}, {"summary", command.summary}});

@@ -80,7 +80,7 @@ class Distributor {
     while (stop_.Came() == 0) {
       take();
       for (size_t i = 0; i < count_ && !waiting_.empty(); ++i) hand_out(i);
-      tell(false);
+      tell(Ready::InOrder);
       const bool busy = std::ranges::any_of(lanes_, [](const Lane& lane) { return !lane.tasks.empty(); });
       if (busy || !waiting_.empty()) {
         await();
@@ -89,7 +89,7 @@ class Distributor {
         await();
       }
     }
-    tell(true);
+    tell(Ready::All);
   }
 
  private:
@@ -177,10 +177,12 @@ class Distributor {
     lane.tasks.pop_front();
   }
 
-  // Passes on finished outcomes in order; with `all` also those after an unfinished task.
-  void tell(bool all) {
+  enum class Ready { InOrder, All };
+
+  // Passes on finished outcomes in order; with All also those after an unfinished task.
+  void tell(Ready which) {
     std::vector<Outcome> ready;
-    while (!outcomes_.empty() && (all || outcomes_.front())) {
+    while (!outcomes_.empty() && (which == Ready::All || outcomes_.front())) {
       if (outcomes_.front()) {
         held_ -= outcomes_.front()->output.size();
         ready.push_back(std::move(*outcomes_.front()));

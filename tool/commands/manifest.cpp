@@ -183,12 +183,13 @@ void add_additional(std::vector<Subject>& subjects, const std::vector<std::strin
 std::vector<Subject> subjects_of(const std::string& list, const Manifest& manifest,
                                  const std::vector<std::string>& folders) {
   std::vector<Subject> subjects;
-  subjects.push_back({list, true, {}, std::string(1, kList)});
-  if (auto failure = failure_of(manifest, list)) subjects.push_back({list, true, std::move(*failure)});
+  subjects.push_back({.name = list, .named = true, .frame = std::string(1, kList)});
+  if (auto failure = failure_of(manifest, list))
+    subjects.push_back({.name = list, .named = true, .failure = std::move(*failure)});
   for (const DigestEntry& entry : manifest.entries) {
     std::string path = entry.name.starts_with('/') ? entry.name : folder_of(list) + entry.name;
     std::string frame = frame_of(entry, path);
-    subjects.push_back({std::move(path), false, {}, std::move(frame)});
+    subjects.push_back({.name = std::move(path), .frame = std::move(frame)});
   }
   add_additional(subjects, folders, list, manifest);
   return subjects;
@@ -198,7 +199,7 @@ std::vector<Subject> subjects_of(const std::string& list, const Manifest& manife
 // two files can share proves nothing of either.
 void compare(const HashAlgorithm& hash, const std::string& digest, const std::string& path,
              const Options& options) {
-  if (hash.weak && !options.allowWeak) {
+  if (hash.strength == Strength::Weak && !options.allowWeak) {
     throw Failure{ExitStatus::CheckFailed,
                   ShownPath(path) + ": the list has a weak digest of it, " + hash.name,
                   "collisions of this hash are known; --allow-weak accepts it all the same"};

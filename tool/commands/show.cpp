@@ -25,13 +25,17 @@ struct ShowArguments {
   std::string output;
 };
 
+[[nodiscard]] Printed printed_by(const ShowArguments& arguments) {
+  return arguments.asn1 ? Printed::Yes : Printed::No;
+}
+
 // All files are shown, even after a failure; the gravest exit status counts.
 [[nodiscard]] ExitStatus show_all(const ShowArguments& arguments, const Options& options) {
   static const Trust kNobody;
   Worker worker(kNobody);
   ExitStatus status = ExitStatus::Ok;
   for (const std::string& file : arguments.files) {
-    status = Graver(status, Emit(ShowOne(file, arguments.asn1, options, worker)));
+    status = Graver(status, Emit(ShowOne(file, printed_by(arguments), options, worker)));
   }
   return status;
 }
@@ -46,8 +50,8 @@ struct ShowArguments {
                    auto worker = std::make_shared<Worker>(kNobody);
                    return [&arguments, rendered, worker](const JobMembers& members) {
                      if (members.empty()) throw UsageFailure("a job without a token", "add the member token");
-                     return ShowOne(JobSource("token", members.front().second), arguments.asn1, rendered,
-                                    *worker);
+                     return ShowOne(JobSource("token", members.front().second), printed_by(arguments),
+                                    rendered, *worker);
                    };
                  });
 }

@@ -71,7 +71,8 @@ Json shown_fields(const Facts& facts) {
   return fields;
 }
 
-Outcome show_message(const Source& source, bool asn1, const Options& options, Worker& worker) {
+Outcome show_message(const Source& source, Printed printed, const Options& options, Worker& worker) {
+  const bool asn1 = printed == Printed::Yes;
   const std::string& file = source.path;
   const Message message = ReadAnyMessage(source);
   Job job{.name = ShownPath(file), .message = message.octets};
@@ -109,9 +110,9 @@ Outcome show_message(const Source& source, bool asn1, const Options& options, Wo
 
 }  // namespace
 
-Outcome ShowOne(const Source& source, bool asn1, const Options& options, Worker& worker) {
+Outcome ShowOne(const Source& source, Printed printed, const Options& options, Worker& worker) {
   try {
-    return show_message(source, asn1, options, worker);
+    return show_message(source, printed, options, worker);
   } catch (const Failure& failure) {
     return OutcomeOf(failure, "show", source.path, options);
   }

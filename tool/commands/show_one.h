@@ -8,8 +8,10 @@
 
 namespace qex::tool {
 
-// ShowOne renders the contents of a message as text, as JSON, or with `asn1` as the library prints it; JSON
+enum class Printed { No, Yes };
+
+// ShowOne renders the contents of a message as text, as JSON, or `printed` as the library prints it; JSON
 // has that as one more member. No Failure leaves it.
-Outcome ShowOne(const Source& source, bool asn1, const Options& options, Worker& worker);
+Outcome ShowOne(const Source& source, Printed printed, const Options& options, Worker& worker);
 
 }  // namespace qex::tool

@@ -59,10 +59,10 @@ Json document_in(const Outcome& outcome) {
 Outcome show_message_of(const Message& message, const Options& options, Worker& worker) {
   const Source source(message.path, message.octets);
   if (message.octets.size() <= kLargestTree) {
-    Outcome outcome = ShowOne(source, true, options, worker);
+    Outcome outcome = ShowOne(source, Printed::Yes, options, worker);
     if (outcome.exit == ExitStatus::Ok) return outcome;
   }
-  return ShowOne(source, false, options, worker);
+  return ShowOne(source, Printed::No, options, worker);
 }
 
 Json verification_of(const Message& message, const Options& options, Worker& worker) {

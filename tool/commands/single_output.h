@@ -16,7 +16,7 @@ inline std::vector<Output> SingleOutput(const std::string& path, const Options& 
                                         const std::string& terminalHint) {
   const std::string place = path.empty() ? "-" : path;
   if (options.json && IsStandardStream(place)) return {};
-  return {{place, false, terminalHint}};
+  return {{.path = place, .terminalHint = terminalHint}};
 }
 
 }  // namespace qex::tool

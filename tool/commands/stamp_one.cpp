@@ -68,13 +68,13 @@ constexpr uint64_t kRequestRoom = 1024;
 
 std::vector<Output> outputs_of(const Places& places, const StampSubject& subject, const Options& options) {
   if (!IsStandardStream(places.reply)) {
-    std::vector<Output> outputs{{places.reply, !places.replyIsGiven, "", kReplyRoom},
-                                {places.request, true, "", kRequestRoom}};
-    if (subject.content) outputs.push_back({subject.file, false, "", subject.content->size()});
+    std::vector<Output> outputs{{.path = places.reply, .found = !places.replyIsGiven, .room = kReplyRoom},
+                                {.path = places.request, .found = true, .room = kRequestRoom}};
+    if (subject.content) outputs.push_back({.path = subject.file, .room = subject.content->size()});
     return outputs;
   }
   if (options.json) return {};  // the document contains the reply
-  return {{"-", false, "name a file with -o"}};
+  return {{.path = "-", .terminalHint = "name a file with -o"}};
 }
 
 std::string source_of(const StampSubject& subject) {

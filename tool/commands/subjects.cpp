@@ -46,7 +46,9 @@ std::vector<std::string> files_below(const std::string& top, FolderRule rule,
         names.push_back(entry->path().string());
       }
     }
-    if (error) subjects.push_back({folder, true, FileFailure(folder, "cannot be read", error.value())});
+    if (error)
+      subjects.push_back(
+          {.name = folder, .named = true, .failure = FileFailure(folder, "cannot be read", error.value())});
   }
   std::ranges::sort(names);
   return names;
@@ -60,11 +62,11 @@ void add_stamped(const std::string& token, std::vector<Subject>& subjects) {
   } else if (exists(name)) {
     Failure failure{ExitStatus::File, ShownPath(name) + ": is no regular file",
                     "name it alone to have it read"};
-    subjects.push_back({std::move(name), false, std::move(failure)});
+    subjects.push_back({.name = std::move(name), .failure = std::move(failure)});
   } else {
     Failure failure{ExitStatus::File, ShownPath(token) + ": the file that it belongs to is not beside it",
                     "look for the file; a token alone is checked with --token"};
-    subjects.push_back({token, false, std::move(failure)});
+    subjects.push_back({.name = token, .failure = std::move(failure)});
   }
 }
 
@@ -74,7 +76,7 @@ Subject blocked(std::string name) {
   std::error_code none;
   const char* what = fs::is_symlink(token, none) ? ": is a link that leads to no file" : ": is no file";
   Failure failure{ExitStatus::File, ShownPath(token) + what, "take it away, and the file is stamped"};
-  return {std::move(name), false, std::move(failure)};
+  return {.name = std::move(name), .failure = std::move(failure)};
 }
 
 [[nodiscard]] bool is_stampable(const std::string& path) {
@@ -119,7 +121,7 @@ void add_folder(const std::string& folder, FolderRule rule, std::vector<Subject>
   }
   if (subjects.size() != before) return;
   if (auto failure = failure_of_idle(folder, rule, names.empty())) {
-    subjects.push_back({folder, true, std::move(*failure)});
+    subjects.push_back({.name = folder, .named = true, .failure = std::move(*failure)});
   }
 }
 
@@ -134,12 +136,13 @@ void add_list(const std::string& list, bool nulSeparated, std::vector<Subject>& 
       rest.remove_prefix(std::min(end + 1, rest.size()));
     }
   } catch (const Failure& failure) {
-    subjects.push_back({list, true, failure});
+    subjects.push_back({.name = list, .named = true, .failure = failure});
   }
   if (subjects.size() != before) return;
-  subjects.push_back({list, true,
-                      Failure{ExitStatus::Input, ShownPath(list) + ": names no file",
-                              "a list has a name a line, or with -0 a NUL after each"}});
+  subjects.push_back({.name = list,
+                      .named = true,
+                      .failure = Failure{ExitStatus::Input, ShownPath(list) + ": names no file",
+                                         "a list has a name a line, or with -0 a NUL after each"}});
 }
 
 // Names that lead to no file, or to one that is opened only when the command line names it.
@@ -177,7 +180,7 @@ std::vector<Subject> FindSubjects(const SubjectOptions& options, FolderRule rule
     throw UsageFailure("--list - is given twice", "standard input is read once");
   }
   std::vector<Subject> subjects;
-  for (const std::string& file : options.files) subjects.push_back({file, true});
+  for (const std::string& file : options.files) subjects.push_back({.name = file, .named = true});
   for (const std::string& folder : options.folders) add_folder(folder, rule, subjects);
   for (const std::string& list : options.lists) add_list(list, options.nulSeparated, subjects);
   if (rule != FolderRule::Entries) refuse_names(subjects);

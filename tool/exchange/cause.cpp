@@ -24,28 +24,30 @@ constexpr const char* kProxyLoginHint =
 constexpr const char* kClientCertHint =
     "the server asks for a certificate of yours: --client-cert with --client-key";
 
+enum class Again { IsInVain, MayHelp };
+
 struct CodeRow {
   CURLcode code;
-  bool again;  // asking once more may help
+  Again again;
   const char* hint;
 };
 
 // clang-format off
 constexpr CodeRow kCodes[] = {
-    {CURLE_COULDNT_RESOLVE_HOST,  true,  "look at the host's name, and at the connection to the network"},
-    {CURLE_COULDNT_RESOLVE_PROXY, true,  kProxyHint},
-    {CURLE_COULDNT_CONNECT,       true,  "look at the host and port; is the authority running?"},
-    {CURLE_OPERATION_TIMEDOUT,    true,  "wait longer with --timeout, or try again with --retry"},
-    {CURLE_PARTIAL_FILE,          true,  "the connection ended early; try again"},
-    {CURLE_GOT_NOTHING,           true,  "the connection ended early; try again"},
-    {CURLE_RECV_ERROR,            true,  "the exchange broke off; try again with --retry"},
-    {CURLE_SEND_ERROR,            true,  "the exchange broke off; try again with --retry"},
-    {CURLE_SSL_CONNECT_ERROR,     true,  "does the authority speak https at this port?"},
-    {CURLE_PEER_FAILED_VERIFICATION, false, "it may be another server than it says; a root of your own is named with --cacert"},
-    {CURLE_SSL_CACERT_BADFILE,    false, "name a file of PEM certificates with --cacert"},
-    {CURLE_SSL_CERTPROBLEM,       false, "look at the files of --client-cert and --client-key"},
-    {CURLE_TOO_MANY_REDIRECTS,    false, "the authority sends its clients in circles; look at the address"},
-    {CURLE_UNSUPPORTED_PROTOCOL,  false, "is it a service of http? no redirect to another protocol, or from https to http, is followed"},
+    {CURLE_COULDNT_RESOLVE_HOST,  Again::MayHelp,  "look at the host's name, and at the connection to the network"},
+    {CURLE_COULDNT_RESOLVE_PROXY, Again::MayHelp,  kProxyHint},
+    {CURLE_COULDNT_CONNECT,       Again::MayHelp,  "look at the host and port; is the authority running?"},
+    {CURLE_OPERATION_TIMEDOUT,    Again::MayHelp,  "wait longer with --timeout, or try again with --retry"},
+    {CURLE_PARTIAL_FILE,          Again::MayHelp,  "the connection ended early; try again"},
+    {CURLE_GOT_NOTHING,           Again::MayHelp,  "the connection ended early; try again"},
+    {CURLE_RECV_ERROR,            Again::MayHelp,  "the exchange broke off; try again with --retry"},
+    {CURLE_SEND_ERROR,            Again::MayHelp,  "the exchange broke off; try again with --retry"},
+    {CURLE_SSL_CONNECT_ERROR,     Again::MayHelp,  "does the authority speak https at this port?"},
+    {CURLE_PEER_FAILED_VERIFICATION, Again::IsInVain, "it may be another server than it says; a root of your own is named with --cacert"},
+    {CURLE_SSL_CACERT_BADFILE,    Again::IsInVain, "name a file of PEM certificates with --cacert"},
+    {CURLE_SSL_CERTPROBLEM,       Again::IsInVain, "look at the files of --client-cert and --client-key"},
+    {CURLE_TOO_MANY_REDIRECTS,    Again::IsInVain, "the authority sends its clients in circles; look at the address"},
+    {CURLE_UNSUPPORTED_PROTOCOL,  Again::IsInVain, "is it a service of http? no redirect to another protocol, or from https to http, is followed"},
 };
 
 // Results of checking the server's certificate, as OpenSSL numbers them (x509_vfy.h).
@@ -176,7 +178,7 @@ ExchangeFailure TransferFailure(const CurlHandle& handle, const std::string& url
   const bool known = row != std::end(kCodes);
   ExchangeFailure failure = LastingFault(ExitStatus::Network, name + ": " + text,
                                          known ? row->hint : "look at the address and the connection");
-  failure.again = known && row->again;
+  failure.again = known && row->again == Again::MayHelp;
   // The contents of the caller's files are not a fault of the network.
   if (code == CURLE_SSL_CACERT_BADFILE || code == CURLE_SSL_CERTPROBLEM) {
     failure.exit = ExitStatus::Input;

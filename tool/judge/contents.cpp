@@ -49,7 +49,7 @@ void judge_request(Report& report, const Facts& facts, const Expected& expected)
                      " octets, not of " + std::to_string(hash->length),
                  SubIndication::HashFailure, "no " + std::string(hash->name) + " has that length"};
   }
-  if (hash->weak && !options.allowWeak) {
+  if (hash->strength == Strength::Weak && !options.allowWeak) {
     return Fault{std::string(hash->name) + " of " + source + ": a weak hash",
                  SubIndication::CryptoConstraintsFailure,
                  "collisions of this hash are known; --allow-weak accepts it all the same"};

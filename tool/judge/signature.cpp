@@ -32,7 +32,7 @@ std::string signature_text(const Facts& facts) {
 [[nodiscard]] bool has_weak_digest(const Facts& facts) {
   const HashAlgorithm* digest = FindHash(digest_name(facts));
   const uint64_t bits = facts.strict ? facts.strict->signature.digestBits : 0;
-  return (digest != nullptr && digest->weak) || (bits != 0 && bits < kWeakDigestBits);
+  return (digest != nullptr && digest->strength == Strength::Weak) || (bits != 0 && bits < kWeakDigestBits);
 }
 
 // A signature that verifies still fails when its key or digest gives no assurance.

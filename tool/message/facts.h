@@ -75,10 +75,10 @@ struct SignerCertificate {
 
 // Where a reader stopped.
 struct Stop {
-  std::string text;        // for people
-  std::string identifier;  // "name (dotted)" of the identifier without a type; empty: another reason
-  bool algorithm = false;  // that identifier names an algorithm
-  int32_t code = 0;        // of the library
+  std::string text;             // for people
+  std::string identifier = {};  // "name (dotted)" of the identifier without a type; empty: another reason
+  bool algorithm = false;       // that identifier names an algorithm
+  int32_t code = 0;             // of the library
   int32_t asn1Error = 0;
 };
 

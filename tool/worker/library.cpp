@@ -78,7 +78,12 @@ std::vector<Bytes> candidates_for(const LibraryReading& reading, const Trust& tr
 
 [[nodiscard]] bool is_digested(const Bytes& algorithm) {
   const HashAlgorithm* digest = FindHash(algorithm);
-  return digest != nullptr && digest->ofLibrary;
+  return digest != nullptr && digest->computed == Computed::ByLibrary;
+}
+
+// The library is without this algorithm, or one of these.
+[[nodiscard]] Stop algorithm_stop(std::string text, std::string identifier, int32_t code) {
+  return {.text = std::move(text), .identifier = std::move(identifier), .algorithm = true, .code = code};
 }
 
 // Why a code says nothing about the signature.
@@ -90,23 +95,23 @@ std::vector<Bytes> candidates_for(const LibraryReading& reading, const Trust& tr
   }
   if (code == QEX_E_MISMATCH && serves == "v2" && !reading.essHash.empty() && !is_digested(reading.essHash)) {
     const std::string hash = inspect::NamedOid(inspect::DecodeOid(reading.essHash));
-    return Stop{"the certificate is named by its " + hash + ", which the library does not compute", hash,
-                true, code, 0};
+    return algorithm_stop("the certificate is named by its " + hash + ", which the library does not compute",
+                          hash, code);
   }
   const bool unknownDigest = !is_digested(reading.digestAlgorithm);
   if (code == QEX_E_UNSUPPORTED || (code == QEX_E_SIGNATURE && unknownDigest)) {
     const std::string pair = "digest " + inspect::NamedOid(inspect::DecodeOid(reading.digestAlgorithm)) +
                              " with signature " +
                              inspect::NamedOid(inspect::DecodeOid(reading.signatureAlgorithm));
-    return Stop{key.type + " key, " + pair + ": not supported by the library", pair, true, code, 0};
+    return algorithm_stop(key.type + " key, " + pair + ": not supported by the library", pair, code);
   }
   // Deliberate in the library: no more than 20 octets of a digest take part in DSA.
   if (code == QEX_E_SIGNATURE && key.type == "dsa" &&
       inspect::DsaOrderBits(certificate.empty() && reading.signer ? reading.signer->der : certificate) >
           kDsaOrderBits) {
     const std::string algorithm = inspect::NamedOid(inspect::DecodeOid(reading.signatureAlgorithm));
-    return Stop{"the library verifies DSA with a q of 160 bits alone, not this " + algorithm, algorithm, true,
-                code, 0};
+    return algorithm_stop("the library verifies DSA with a q of 160 bits alone, not this " + algorithm,
+                          algorithm, code);
   }
   return std::nullopt;
 }

@@ -10,7 +10,7 @@ bool HasStrictReader() {
 }
 
 StrictReading ReadStrictly(ByteView /*token*/, const Trust& /*trust*/, bool /*allowWeak*/) {
-  throw Stop{"the strict reader is left out of qex for Windows", {}, false, 0, 0};
+  throw Stop{"the strict reader is left out of qex for Windows"};
 }
 
 void CheckTrust(const Trust& trust) {

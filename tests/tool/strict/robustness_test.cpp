@@ -19,7 +19,7 @@ class StrictRobustness : public testing::Test {
   // Reads octets that may be anything.
   void read_any(const Octets& octets) const {
     try {
-      const StrictReading reading = tool::ReadStrictly(octets, trust, false);
+      const StrictReading reading = tool::ReadStrictly(octets, trust);
       if (octets == token) return;
       // Content and attributes are signed; everything else may change.
       if (reading.signature.result == SignatureResult::Valid) {
@@ -52,7 +52,7 @@ TEST_F(StrictRobustness, TheTokenItselfPasses) {
 TEST_F(StrictRobustness, EveryPrefixIsRefused) {
   for (size_t n = 0; n < token.size(); ++n) {
     const Octets part(token.begin(), token.begin() + ptrdiff_t(n));
-    EXPECT_THROW(tool::ReadStrictly(part, trust, false), Stop) << n;
+    EXPECT_THROW(tool::ReadStrictly(part, trust), Stop) << n;
   }
 }
 
@@ -72,11 +72,10 @@ TEST_F(StrictRobustness, EveryOctetMayChange) {
 TEST_F(StrictRobustness, DeepNestingAndGreatLengthsAreRefused) {
   Octets deep;
   for (int i = 0; i < 20000; ++i) deep = der::concat(Octets{0x30, 0x80}, deep);
-  EXPECT_THROW(tool::ReadStrictly(deep, trust, false), Stop);
-  EXPECT_THROW(tool::ReadStrictly(Octets{0x30, 0x84, 0x7F, 0xFF, 0xFF, 0xFF}, trust, false), Stop);
-  EXPECT_THROW(
-      tool::ReadStrictly(Octets{0x30, 0x88, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, trust, false),
-      Stop);
+  EXPECT_THROW(tool::ReadStrictly(deep, trust), Stop);
+  EXPECT_THROW(tool::ReadStrictly(Octets{0x30, 0x84, 0x7F, 0xFF, 0xFF, 0xFF}, trust), Stop);
+  EXPECT_THROW(tool::ReadStrictly(Octets{0x30, 0x88, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF, 0xFF}, trust),
+               Stop);
 }
 
 TEST_F(StrictRobustness, EmptyPartsAreHarmless) {
@@ -92,12 +91,12 @@ TEST_F(StrictRobustness, EmptyPartsAreHarmless) {
 }
 
 TEST_F(StrictRobustness, NothingLeaks) {
-  tool::ReadStrictly(token, trust, false);
-  EXPECT_THROW(tool::ReadStrictly(Octets(100, 0x30), trust, false), Stop);
+  tool::ReadStrictly(token, trust);
+  EXPECT_THROW(tool::ReadStrictly(Octets(100, 0x30), trust), Stop);
   const long before = LiveBlocks();
   for (int i = 0; i < 3; ++i) {
-    tool::ReadStrictly(token, trust, false);
-    EXPECT_THROW(tool::ReadStrictly(Octets(100, 0x30), trust, false), Stop);
+    tool::ReadStrictly(token, trust);
+    EXPECT_THROW(tool::ReadStrictly(Octets(100, 0x30), trust), Stop);
   }
   EXPECT_EQ(LiveBlocks(), before);
 }
@@ -114,7 +113,7 @@ TEST_F(StrictRobustness, LackOfMemoryIsNotAVerdict) {
       {
         FailingAlloc memory(allowed, fail);
         try {
-          reading = tool::ReadStrictly(token, trust, false);
+          reading = tool::ReadStrictly(token, trust);
         } catch (const std::bad_alloc&) {
           thrown = true;
         } catch (const Stop& stop) {
@@ -124,7 +123,7 @@ TEST_F(StrictRobustness, LackOfMemoryIsNotAVerdict) {
       }
       ASSERT_EQ(thrown, refused != 0) << allowed;
       StrictReading after;
-      ASSERT_NO_THROW(after = reading ? *reading : tool::ReadStrictly(token, trust, false))
+      ASSERT_NO_THROW(after = reading ? *reading : tool::ReadStrictly(token, trust))
           << fail << " " << allowed;
       ASSERT_EQ(after.signature.result, SignatureResult::Valid) << allowed << after.signature.reason;
       ASSERT_EQ(after.chain->result, tool::ChainResult::Trusted) << allowed;

@@ -275,7 +275,7 @@ TEST_F(StrictSigner, ATokenOlderThanTheCertificateIsSeenWheneverItIsJudged) {
   trust.givenTime = kGenTime + kDay;
   const auto validity = [&](int64_t from) {
     young.from = from;
-    return *tool::ReadStrictly(TokenPlan(Make(young)).encode(), trust, false).validity;
+    return *tool::ReadStrictly(TokenPlan(Make(young)).encode(), trust).validity;
   };
   EXPECT_EQ(validity(kGenTime + 1).result, ValidityResult::Valid);
   EXPECT_TRUE(validity(kGenTime + 1).stampedBefore);

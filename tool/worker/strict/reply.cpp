@@ -16,7 +16,7 @@ using inspect::kSequence;
 using inspect::kUtf8String;
 
 [[noreturn]] void stop(const char* text) {
-  throw Stop{text, {}, false, 0, 0};
+  throw Stop{text};
 }
 
 int64_t status_value(const std::optional<Element>& status) {

@@ -16,34 +16,36 @@
 namespace qex::tool::strict {
 namespace {
 
-// A reason of revocation (RFC 5280, 5.3.1), and whether tokens from before the revocation remain valid (RFC
-// 3161, 4).
+// What becomes of tokens from before the revocation (RFC 3161, 4).
+enum class EarlierTokens { LoseValidity, StayValid };
+
+// A reason of revocation (RFC 5280, 5.3.1).
 struct Reason {
   long code;
   const char* name;
-  bool lenient;
+  EarlierTokens earlier;
 };
 
 constexpr Reason kReasons[] = {
-    {CRL_REASON_UNSPECIFIED, "unspecified", true},
-    {CRL_REASON_KEY_COMPROMISE, "keyCompromise", false},
-    {CRL_REASON_CA_COMPROMISE, "cACompromise", false},
-    {CRL_REASON_AFFILIATION_CHANGED, "affiliationChanged", true},
-    {CRL_REASON_SUPERSEDED, "superseded", true},
-    {CRL_REASON_CESSATION_OF_OPERATION, "cessationOfOperation", true},
-    {CRL_REASON_CERTIFICATE_HOLD, "certificateHold", false},
-    {CRL_REASON_REMOVE_FROM_CRL, "removeFromCRL", false},
-    {CRL_REASON_PRIVILEGE_WITHDRAWN, "privilegeWithdrawn", false},
-    {CRL_REASON_AA_COMPROMISE, "aACompromise", false},
+    {CRL_REASON_UNSPECIFIED, "unspecified", EarlierTokens::StayValid},
+    {CRL_REASON_KEY_COMPROMISE, "keyCompromise", EarlierTokens::LoseValidity},
+    {CRL_REASON_CA_COMPROMISE, "cACompromise", EarlierTokens::LoseValidity},
+    {CRL_REASON_AFFILIATION_CHANGED, "affiliationChanged", EarlierTokens::StayValid},
+    {CRL_REASON_SUPERSEDED, "superseded", EarlierTokens::StayValid},
+    {CRL_REASON_CESSATION_OF_OPERATION, "cessationOfOperation", EarlierTokens::StayValid},
+    {CRL_REASON_CERTIFICATE_HOLD, "certificateHold", EarlierTokens::LoseValidity},
+    {CRL_REASON_REMOVE_FROM_CRL, "removeFromCRL", EarlierTokens::LoseValidity},
+    {CRL_REASON_PRIVILEGE_WITHDRAWN, "privilegeWithdrawn", EarlierTokens::LoseValidity},
+    {CRL_REASON_AA_COMPROMISE, "aACompromise", EarlierTokens::LoseValidity},
 };
-constexpr Reason kNoReason{-1, "without a reason", false};
+constexpr Reason kNoReason{-1, "without a reason", EarlierTokens::LoseValidity};
 
 Reason reason_of(const X509_REVOKED* entry) {
   const OwnedEnumerated code(
       static_cast<ASN1_ENUMERATED*>(X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr)));
   if (!code) return kNoReason;
   const auto* row = std::ranges::find(kReasons, ASN1_ENUMERATED_get(code.get()), &Reason::code);
-  return row == std::end(kReasons) ? Reason{-1, "for an unknown reason", false} : *row;
+  return row == std::end(kReasons) ? Reason{-1, "for an unknown reason", EarlierTokens::LoseValidity} : *row;
 }
 
 // The answer of one list about one certificate, the gravest last.
@@ -73,7 +75,8 @@ Finding finding_of(const X509_REVOKED* entry, const RevocationQuestion& question
   const auto since = invalid_from(entry);
   const bool older = since && question.genTime && *question.genTime < *since;
   Finding finding;
-  finding.verdict = older && reason.lenient ? Verdict::StillValid : Verdict::Revoked;
+  finding.verdict =
+      older && reason.earlier == EarlierTokens::StayValid ? Verdict::StillValid : Verdict::Revoked;
   finding.hold = reason.code == CRL_REASON_CERTIFICATE_HOLD;
   finding.text = "revoked " + MomentOf(revoked) + ", " + reason.name;
   if (since && since != SecondsOf(revoked)) finding.text += ", invalid since " + IsoTime(*since);

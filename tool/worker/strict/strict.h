@@ -16,7 +16,7 @@ namespace qex::tool {
 [[nodiscard]] bool HasStrictReader();
 
 // ReadStrictly reads a token and judges it. Throws a Stop when it cannot be read at all.
-StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak);
+StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak = false);
 
 struct StrictReply {
   Status status;

@@ -44,7 +44,7 @@ Token decode_token(ByteView octets) {
 void StopReading(const std::string& text) {
   const std::string reason = LastReason();
   ThrowIfMemoryFailed();
-  throw Stop{reason.empty() ? text : text + " (" + reason + ")", {}, false, 0, 0};
+  throw Stop{reason.empty() ? text : text + " (" + reason + ")"};
 }
 
 Token OpenToken(ByteView octets) {
