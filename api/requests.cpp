@@ -24,7 +24,7 @@ constexpr char kHttpHead[] =
     "Content-Length:     \r\n\r\n";
 constexpr size_t kHttpHeadLength = sizeof(kHttpHead) - 1;
 constexpr size_t kHttpDigitsAt = 109;
-static_assert(kHttpHeadLength == 117);
+static_assert(kHttpHeadLength == 117, "kHttpDigitsAt counts from the start of this head");
 
 // No request is longer: two identifiers, the hash and the nonce have at most 128, 128, 128 and 40 octets.
 constexpr size_t kMostRequest = 512;

@@ -32,7 +32,8 @@ constexpr ResultText kResults[] = {
 // clang-format on
 
 static_assert(std::is_sorted(std::begin(kResults), std::end(kResults),
-                             [](const ResultText& a, const ResultText& b) { return a.code > b.code; }));
+                             [](const ResultText& a, const ResultText& b) { return a.code > b.code; }),
+              "the rows of kResults fall by code");
 
 }  // namespace
 

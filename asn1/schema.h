@@ -47,6 +47,9 @@ struct Member {
 
 // The [number] of a tagged field, as the ASN.1 text writes it.
 struct Tag {
+  constexpr Tag(uint32_t n, Tagging t, AsnTag c) : number(n), tagging(t), tagClass(c) {
+    if (n > 30) throw "a tag number is at most 30: the codec writes tags of one octet";
+  }
   uint32_t number;
   Tagging tagging;
   AsnTag tagClass;
@@ -54,18 +57,14 @@ struct Tag {
 inline constexpr AsnTag kApplicationClass = 0x40000000;
 inline constexpr AsnTag kContextClass = 0x80000000;
 inline constexpr Tag kOwnTag{0, Tagging::None, 0};
-constexpr Tag tagged(uint32_t number, Tagging tagging, AsnTag tagClass) {
-  if (number > 30) throw "a tag number is at most 30: the codec writes tags of one octet";
-  return {number, tagging, tagClass};
-}
 constexpr Tag implicit_tag(uint32_t number) {
-  return tagged(number, Tagging::Implicit, kContextClass);
+  return Tag(number, Tagging::Implicit, kContextClass);
 }
 constexpr Tag explicit_tag(uint32_t number) {
-  return tagged(number, Tagging::Explicit, kContextClass);
+  return Tag(number, Tagging::Explicit, kContextClass);
 }
 constexpr Tag explicit_application_tag(uint32_t number) {
-  return tagged(number, Tagging::Explicit, kApplicationClass);
+  return Tag(number, Tagging::Explicit, kApplicationClass);
 }
 
 template <class V>

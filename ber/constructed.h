@@ -25,7 +25,7 @@ extern std::atomic<uint16_t> lastUnusedBits;
 template <class T>
 class DecoderStack {
  public:
-  static_assert(std::is_trivially_copyable_v<T>);
+  static_assert(std::is_trivially_copyable_v<T>, "DecoderStack copies records octet by octet");
   static constexpr size_t kInside = 16;
 
   DecoderStack() = default;

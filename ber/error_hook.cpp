@@ -1,3 +1,4 @@
+// The hook is a process-wide word; without one, texts go to standard error.
 #include "ber/error_hook.h"
 
 #include <cstdio>

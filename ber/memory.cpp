@@ -1,3 +1,4 @@
+// AsnAlloc and AsnFree on the C heap; no size is 0 there, so every block has an address of its own.
 #include "ber/memory.h"
 
 #include <cstdlib>

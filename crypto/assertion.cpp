@@ -49,7 +49,7 @@ constexpr ClaimRow kClaims[] = {
   }
   return std::end(kClaims)[-1].claim == Claim::IqmpIsPresent;
 }
-static_assert(each_row_is_at_its_claim());
+static_assert(each_row_is_at_its_claim(), "kClaims has one row a claim, in the order of Claim");
 
 }  // namespace
 

@@ -1,3 +1,5 @@
+// Samples of a millisecond, taken in turn, each with the processor time of its thread and the time of the
+// wall.
 #include "bench/peers/measure.h"
 
 #include <time.h>

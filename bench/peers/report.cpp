@@ -1,3 +1,4 @@
+// Times in the unit that suits them, and ratios of peers to this library.
 #include "bench/peers/report.h"
 
 #include <iomanip>

@@ -1,3 +1,4 @@
+// Each file of the folder, read once.
 #include "bench/peers/subject.h"
 
 #include <fstream>

@@ -47,7 +47,7 @@ struct KXBN_Pool {
   uint32_t freeMask;       // bit k set: slot k is free
   KXBN slots[kPoolSlots];  // a slot without `digits` has not been used yet
 };
-static_assert(sizeof(void*) != 4 || sizeof(KXBN_Pool) == 652);
+static_assert(sizeof(void*) != 4 || sizeof(KXBN_Pool) == 652, "a pool of a 32-bit machine has 652 octets");
 
 // KXBN_pool_new makes a pool for numbers of `bits` bits. Codes: KXBN_BADARG when `bits` is negative or above
 // kMaxBits, KXBN_NOMEM. The caller frees it with KXBN_pool_free.

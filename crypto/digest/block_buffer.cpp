@@ -1,3 +1,4 @@
+// The padding: one bit, then zeros, for the longest block.
 #include "crypto/digest/block_buffer.h"
 
 namespace qex {

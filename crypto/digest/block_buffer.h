@@ -29,7 +29,7 @@ inline void AddByteCount(uint32_t* low, uint32_t* high, uint32_t length) {
 template <class Octet, size_t kBlock>
 void ClearBlock(Octet (&block)[kBlock]) {
   constexpr size_t kPiece = 64 / sizeof(Octet);
-  static_assert(kBlock % kPiece == 0);
+  static_assert(kBlock % kPiece == 0, "a block is cleared in pieces of 64 octets");
   for (size_t at = 0; at < kBlock; at += kPiece) std::memset(block + at, 0, 64);
 }
 
@@ -74,7 +74,7 @@ void PutLength(uint8_t* at, const uint64_t (&length)[kWords]) {
 template <size_t kBlock, size_t kWords>
 [[gnu::always_inline]] inline size_t CloseMessage(uint8_t* last, uint32_t fill,
                                                   const uint64_t (&length)[kWords]) {
-  static_assert(kBlock <= sizeof(kPadding));
+  static_assert(kBlock <= sizeof(kPadding), "kPadding is as long as the longest block");
   constexpr size_t kLength = sizeof(length);
   const size_t blocks = fill + 1 + kLength <= kBlock ? 1 : 2;
   // The padding reaches past a first block without room for the length, and up to the length in the second.

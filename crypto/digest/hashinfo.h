@@ -16,7 +16,7 @@ struct HashInfo {
   void (*update)(void* ctx, const uint8_t* data, uint32_t length);
   void (*final)(void* ctx, uint8_t* out);
 };
-static_assert(sizeof(HashInfo) == 4 * sizeof(uint32_t) + 3 * sizeof(void (*)()));
+static_assert(sizeof(HashInfo) == 4 * sizeof(uint32_t) + 3 * sizeof(void (*)()), "HashInfo has no padding");
 
 extern const HashInfo kSHA1Info;
 extern const HashInfo kSHA256Info;

@@ -36,7 +36,8 @@ constexpr RoundsRow kRounds[] = {
     {512, {5, 9, 12}},   {384, {7, 12, 16}},  {256, {10, 20, 27}}, {224, {12, 24, 32}}, {192, {15, 29, 37}},
     {160, {19, 35, 43}}, {140, {22, 38, 46}}, {100, {28, 44, 52}}, {0, {39, 55, 63}},
 };
-static_assert(std::size(kRounds) == 14 && std::end(kRounds)[-1].minBits == 0);
+static_assert(std::size(kRounds) == 14 && std::end(kRounds)[-1].minBits == 0,
+              "the last row of kRounds takes every candidate");
 
 // residue returns |n| mod d.
 [[nodiscard]] uint32_t residue(const KXBN* n, uint32_t d) {
@@ -118,7 +119,7 @@ uint32_t StrongTest::round() {
 }  // namespace
 
 constinit const std::array<uint32_t, kSmallPrimeCount> kSmallPrimes = sieve();
-static_assert(sieve().front() == 2 && sieve().back() == 3607);
+static_assert(sieve().front() == 2 && sieve().back() == 3607, "kSmallPrimeCount primes end at 3607");
 
 uint32_t bigprime_rounds(uint32_t bits, uint32_t bound) {
   QEX_ASSERT(bound < std::size(kRounds[0].rounds), Claim::ErrorBoundIsKnown);

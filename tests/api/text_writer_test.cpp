@@ -1,3 +1,4 @@
+// TextWriter cuts a text to its field, and writes nothing after the field.
 #include "api/text_writer.h"
 
 #include <gtest/gtest.h>

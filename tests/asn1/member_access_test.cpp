@@ -1,3 +1,4 @@
+// Members of a record by their offset, held in it or by a pointer.
 #include "asn1/member_access.h"
 
 #include <gtest/gtest.h>

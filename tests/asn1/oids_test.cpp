@@ -3,6 +3,7 @@
 #include "asn1/oids.h"
 
 #include <map>
+#include <regex>
 
 #include "asn1/timing_shapes.h"
 #include "tests/asn1/samples.h"
@@ -300,6 +301,31 @@ TEST(Identifiers, ConstantsHaveThePublishedOctets) {
     ASSERT_NE(found, kOthers.end()) << line[2];
     EXPECT_EQ(ToHex(found->second), line[1]) << line[2];
     EXPECT_EQ(ToHex(oid_content(line[0])), line[1]);
+  }
+}
+
+// The arcs of every identifier that asn1/oids.h lists after those of the table, in its order.
+std::vector<std::vector<unsigned long>> arcs_in_header() {
+  const std::vector<uint8_t> octets = ReadFile(QEX_SOURCE_DIR "/asn1/oids.h");
+  std::string text(octets.begin(), octets.end());
+  text.erase(0, text.find("// Other identifiers, by arc."));
+  std::vector<std::vector<unsigned long>> all;
+  const std::regex literal("\"([0-9.]+)\"_oid"), number("[0-9]+");
+  for (std::sregex_iterator at(text.begin(), text.end(), literal), end; at != end; ++at) {
+    const std::string dotted = (*at)[1];
+    std::vector<unsigned long>& arcs = all.emplace_back();
+    for (std::sregex_iterator arc(dotted.begin(), dotted.end(), number); arc != end; ++arc) {
+      arcs.push_back(std::stoul(arc->str()));
+    }
+  }
+  return all;
+}
+
+TEST(Identifiers, OthersStandByArcInTheirHeader) {
+  const auto arcs = arcs_in_header();
+  ASSERT_EQ(arcs.size(), kOthers.size());
+  for (size_t i = 1; i < arcs.size(); ++i) {
+    EXPECT_LT(arcs[i - 1], arcs[i]) << testing::PrintToString(arcs[i]) << " is out of its place";
   }
 }
 

@@ -1,3 +1,4 @@
+// Error texts reach the handler that is set.
 #include "ber/error_hook.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// AsnAlloc gives zeroed blocks, each of its own.
 #include "ber/memory.h"
 
 #include <gtest/gtest.h>

@@ -1,3 +1,4 @@
+// Words are read and written in either order at any address.
 #include "crypto/octets.h"
 
 #include <gtest/gtest.h>

@@ -4,7 +4,7 @@
 namespace qex {
 namespace {
 
-constexpr Tag kTag = implicit_tag(31);
+constexpr Tag kTag{31, Tagging::Implicit, kContextClass};
 
 }  // namespace
 }  // namespace qex

@@ -1,3 +1,4 @@
+// One way out for all commands: every failure becomes its message and its exit status here.
 #include "tool/commands/command_line.h"
 
 #include <cstring>

@@ -1,3 +1,4 @@
+// Numbers of power.txt that are given by a seed are made here as tests/data/make_power_vectors.py makes them.
 #include "tests/crypto/bignum/power_cases.h"
 
 #include <gtest/gtest.h>
