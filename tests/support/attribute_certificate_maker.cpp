@@ -318,8 +318,9 @@ AlgorithmIdentifier* BuildAlgorithm(Records& records, const std::string& identif
                                     AlgorithmParameters parameters) {
   AlgorithmIdentifier* const algorithm = records.make<AlgorithmIdentifier>();
   algorithm->algorithm = records.oid(identifier);
-  if (parameters == AlgorithmParameters::Null)
+  if (parameters == AlgorithmParameters::Null) {
     algorithm->parameters = records.any(algorithm->algorithm, records.make<AsnNull>());
+  }
   return algorithm;
 }
 

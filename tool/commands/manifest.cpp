@@ -184,8 +184,9 @@ std::vector<Subject> subjects_of(const std::string& list, const Manifest& manife
                                  const std::vector<std::string>& folders) {
   std::vector<Subject> subjects;
   subjects.push_back({.name = list, .named = true, .frame = std::string(1, kList)});
-  if (auto failure = failure_of(manifest, list))
+  if (auto failure = failure_of(manifest, list)) {
     subjects.push_back({.name = list, .named = true, .failure = std::move(*failure)});
+  }
   for (const DigestEntry& entry : manifest.entries) {
     std::string path = entry.name.starts_with('/') ? entry.name : folder_of(list) + entry.name;
     std::string frame = frame_of(entry, path);

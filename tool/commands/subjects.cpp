@@ -46,9 +46,10 @@ std::vector<std::string> files_below(const std::string& top, FolderRule rule,
         names.push_back(entry->path().string());
       }
     }
-    if (error)
+    if (error) {
       subjects.push_back(
           {.name = folder, .named = true, .failure = FileFailure(folder, "cannot be read", error.value())});
+    }
   }
   std::ranges::sort(names);
   return names;
