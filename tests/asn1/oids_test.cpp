@@ -313,10 +313,11 @@ std::vector<std::vector<unsigned long>> arcs_in_header() {
   const std::regex literal("\"([0-9.]+)\"_oid"), number("[0-9]+");
   for (std::sregex_iterator at(text.begin(), text.end(), literal), end; at != end; ++at) {
     const std::string dotted = (*at)[1];
-    std::vector<unsigned long>& arcs = all.emplace_back();
+    std::vector<unsigned long> arcs;
     for (std::sregex_iterator arc(dotted.begin(), dotted.end(), number); arc != end; ++arc) {
       arcs.push_back(std::stoul(arc->str()));
     }
+    all.push_back(std::move(arcs));
   }
   return all;
 }
