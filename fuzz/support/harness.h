@@ -21,10 +21,12 @@ namespace qex::fuzz {
   ((condition) ? void() : ::qex::fuzz::Fail(__FILE__, __LINE__, #condition, static_cast<long long>(detail)))
 [[noreturn]] void Fail(const char* file, int line, const char* condition, long long detail);
 
+// The version of the attribute that the library reads, or that a token has.
+enum class SigningCertificate { V1, V2 };
+
 // ResetProcess resets the process-wide words of the library to their values at load, so that no input depends
 // on an earlier one: last unused bits, last ASN.1 error, and the switch of QEX_VERIFY_ESSCERTIDV2, which is
 // set to `which` without reading the environment. Error texts are discarded.
-enum class SigningCertificate { V1, V2 };
 void ResetProcess(SigningCertificate which = SigningCertificate::V1);
 
 // Memory of exactly `size` octets: with AddressSanitizer a heap block whose surroundings are
@@ -82,11 +84,13 @@ using Codes = std::initializer_list<int32_t>;
 // CheckCode ends the process unless `code` is one of those that the export can return.
 void CheckCode(int32_t code, Codes allowed, const char* what);
 
+// What an export does with a null output.
+enum class NoOutput { AsksForSize, IsRefused };
+
 // CheckOutputRule calls an export that writes an encoding, `call(out, &length)`, with no output, with one
 // octet too few, with the exact room and with more, and checks the code, the length and every octet that it
 // may not touch. Returns the output; nothing, with the code in `*code`, when the code is neither "too small"
 // nor success: it must then be the same for every output.
-enum class NoOutput { AsksForSize, IsRefused };
 template <class Call>
 [[nodiscard]] std::optional<Octets> CheckOutputRule(Call call, int32_t* code,
                                                     NoOutput noOutput = NoOutput::AsksForSize);

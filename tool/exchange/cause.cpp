@@ -24,7 +24,7 @@ constexpr const char* kProxyLoginHint =
 constexpr const char* kClientCertHint =
     "the server asks for a certificate of yours: --client-cert with --client-key";
 
-enum class Again { IsInVain, MayHelp };
+enum class Again { IsInVain, MayHelp };  // asking once more
 
 struct CodeRow {
   CURLcode code;
