@@ -11,7 +11,8 @@
 #define AT(record, member, offset) \
   static_assert(offsetof(record, member) == (offset), #record "." #member " is not at " #offset)
 
-static_assert(sizeof(float) == 4 && std::numeric_limits<float>::is_iec559);  // a cleared one is 0
+static_assert(sizeof(float) == 4 && std::numeric_limits<float>::is_iec559,
+              "a float is of IEEE 754, where cleared octets are 0");
 
 // clang-format off
 SIZE(QEX_U64, 8);

@@ -166,7 +166,8 @@ template <size_t kRows, size_t kSaid>
   static_assert(kRows == kSaid, "kOpenTypeRows is the number of rows of kRegistrations");
   return true;
 }
-static_assert(rows_counted<std::size(kRegistrations), kOpenTypeRows>());
+static_assert(rows_counted<std::size(kRegistrations), kOpenTypeRows>(),
+              "kOpenTypeRows is the number of rows of kRegistrations");
 
 // rows_in_place fails to compile, and names the row, when one is not where its first column says.
 template <OpenTypeRow kRow>

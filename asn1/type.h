@@ -50,7 +50,7 @@ struct Field {
   bool definedByInt;    // the identifier of an open type is an INTEGER
 };
 
-// Where a value of another shape stands: as an element of the SET, or in place of the whole SET.
+// A value of another shape is an element of the SET, or replaces the whole SET.
 enum class ShapePlace : uint8_t { Element, WholeSet };
 
 // Another shape that a value of `identifier` may have: `type` instead of the registered one.

@@ -1,4 +1,4 @@
-// The hook is a process-wide word; without one, texts go to standard error.
+// Until a program sets its own handler, texts go to standard error.
 #include "ber/error_hook.h"
 
 #include <cstdio>

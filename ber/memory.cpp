@@ -1,4 +1,4 @@
-// AsnAlloc and AsnFree on the C heap; no size is 0 there, so every block has an address of its own.
+// On the C heap. A size of 0 becomes 1, so that every block has an address of its own.
 #include "ber/memory.h"
 
 #include <cstdlib>

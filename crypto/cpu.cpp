@@ -1,4 +1,4 @@
-// On x86 from CPUID and XCR0, on AArch64 from the auxiliary vector of Linux; elsewhere none.
+// Read from CPUID and XCR0 on x86-64, from the auxiliary vector of Linux on AArch64; no feature elsewhere.
 #include "crypto/cpu.h"
 
 #if defined(__x86_64__)

@@ -1,5 +1,4 @@
-// Samples of a millisecond, taken in turn, each with the processor time of its thread and the time of the
-// wall.
+// A sample lasts at least a millisecond and has two times: by the thread's own clock, and by the wall clock.
 #include "bench/peers/measure.h"
 
 #include <time.h>

@@ -1,4 +1,4 @@
-// Times in the unit that suits them, and ratios of peers to this library.
+// A figure is printed in the largest unit in which it is at least 1.
 #include "bench/peers/report.h"
 
 #include <iomanip>

@@ -1,4 +1,4 @@
-// Each file of the folder, read once.
+// A subject whose name is a number is that many generated octets; any other is a file with its parts.
 #include "bench/peers/subject.h"
 
 #include <fstream>

@@ -13,7 +13,7 @@ struct QEX_MD5_CTX {
   uint8_t buffer[64];     // the block that is not yet full
   uint32_t fill;          // octets in `buffer`, 0 to 63
 };
-static_assert(sizeof(QEX_MD5_CTX) == 92, "a context has the size that HashInfo states");
+static_assert(sizeof(QEX_MD5_CTX) == 92, "a context of MD5 has 92 octets");
 
 namespace qex {
 

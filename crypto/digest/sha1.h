@@ -12,7 +12,7 @@ struct QEX_SHA1_CTX {
   uint32_t block[16];     // the block that is not yet full, as the words of the standard
   uint32_t fill;          // octets in `block`, 0 to 63
 };
-static_assert(sizeof(QEX_SHA1_CTX) == 96, "a context has the size that HashInfo states");
+static_assert(sizeof(QEX_SHA1_CTX) == 96, "a context of SHA-1 has 96 octets");
 
 namespace qex {
 

@@ -12,7 +12,7 @@ struct QEX_SHA256_CTX {
   uint32_t fill;           // octets in `buffer`, 0 to 63
   uint8_t buffer[64];      // the block that is not yet full
 };
-static_assert(sizeof(QEX_SHA256_CTX) == 108, "a context has the size that HashInfo states");
+static_assert(sizeof(QEX_SHA256_CTX) == 108, "a context of SHA-256 has 108 octets");
 
 namespace qex {
 

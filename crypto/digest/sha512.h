@@ -15,7 +15,7 @@ struct QEX_SHA512_CTX {
   uint32_t fill;             // octets in `buffer`, 0 to 127
   uint8_t buffer[128];       // the block that is not yet full
 };
-static_assert(sizeof(QEX_SHA512_CTX) == 212, "a context has the size that HashInfo states");
+static_assert(sizeof(QEX_SHA512_CTX) == 212, "a context of SHA-384 and SHA-512 has 212 octets");
 
 namespace qex {
 

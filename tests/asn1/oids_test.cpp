@@ -322,7 +322,7 @@ std::vector<std::vector<unsigned long>> arcs_in_header() {
   return all;
 }
 
-TEST(Identifiers, OthersStandByArcInTheirHeader) {
+TEST(Identifiers, OthersAreSortedByArcInTheirHeader) {
   const auto arcs = arcs_in_header();
   ASSERT_EQ(arcs.size(), kOthers.size());
   for (size_t i = 1; i < arcs.size(); ++i) {

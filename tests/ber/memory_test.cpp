@@ -1,4 +1,4 @@
-// AsnAlloc gives zeroed blocks, each of its own.
+// AsnAlloc gives zeroed blocks that do not overlap, and null when there is no memory.
 #include "ber/memory.h"
 
 #include <gtest/gtest.h>

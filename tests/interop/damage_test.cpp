@@ -70,20 +70,20 @@ class DamagedToken : public ::testing::Test {
   }
 
   // The coverage of each octet of the token.
-  std::vector<uint8_t> cover(bool own_certificate) const {
+  std::vector<uint8_t> cover(bool callers_certificate) const {
     std::vector<uint8_t> cover(token_.size(), kCovered);
     mark_lengths(cover, root_);
     mark(cover, signed_data()[0]);
     mark(cover, signed_data()[1]);
     mark(cover, encapsulated()[0]);
     for (const Element& one : certificates().parts) {
-      if (own_certificate || !is_signers(one)) {
+      if (callers_certificate || !is_signers(one)) {
         mark(cover, one);
       } else {
         mark_booleans(cover, one);
       }
     }
-    if (own_certificate) mark(cover, certificates());
+    if (callers_certificate) mark(cover, certificates());
     mark(cover, signer()[0]);
     mark(cover, signer()[1]);
     return cover;
@@ -91,15 +91,15 @@ class DamagedToken : public ::testing::Test {
 
   // Changes every `stride`-th covered bit, and expects that the token never verifies.
   void expect_refusal(Under under, size_t stride) {
-    const bool own_certificate = under == Under::CallersCertificate;
+    const bool callers_certificate = under == Under::CallersCertificate;
     const ErrorCapture silent;
     const Guarded certificate(certificate_);
-    const uint8_t* const given = own_certificate ? certificate.data() : nullptr;
-    const uint32_t given_length = own_certificate ? certificate.size() : 0;
+    const uint8_t* const given = callers_certificate ? certificate.data() : nullptr;
+    const uint32_t given_length = callers_certificate ? certificate.size() : 0;
     Guarded token(token_);
     ASSERT_EQ(QEX_VerifyTST_Signature(token.data(), token.size(), given, given_length), QEX_OK);
 
-    const std::vector<uint8_t> covers = cover(own_certificate);
+    const std::vector<uint8_t> covers = cover(callers_certificate);
     static const std::set<int32_t> kRefusals = {QEX_E_BADTOKEN,  QEX_E_NOCERT, QEX_E_MISSING,
                                                 QEX_E_SIGNATURE, QEX_E_DECODE, QEX_E_UNSUPPORTED,
                                                 QEX_E_MISMATCH};
@@ -116,17 +116,17 @@ class DamagedToken : public ::testing::Test {
       EXPECT_EQ(kRefusals.count(code), 1u) << code << " at octet " << at << " bit " << bit % 8;
       ++refused;
     }
-    EXPECT_GE(refused * stride, own_certificate ? 4000u : 9000u);
+    EXPECT_GE(refused * stride, callers_certificate ? 4000u : 9000u);
   }
 
   // verdict is that of the token with a bit of one octet changed.
   int32_t verdict(size_t at, Under under, uint8_t bit = 1) {
-    const bool own_certificate = under == Under::CallersCertificate;
+    const bool callers_certificate = under == Under::CallersCertificate;
     Octets changed = token_;
     changed.at(at) ^= bit;
     return QEX_VerifyTST_Signature(changed.data(), uint32_t(changed.size()),
-                                   own_certificate ? certificate_.data() : nullptr,
-                                   own_certificate ? uint32_t(certificate_.size()) : 0);
+                                   callers_certificate ? certificate_.data() : nullptr,
+                                   callers_certificate ? uint32_t(certificate_.size()) : 0);
   }
 
   Octets token_;

@@ -1,4 +1,4 @@
-// One way out for all commands: every failure becomes its message and its exit status here.
+// Every failure of a command becomes a message and an exit status here.
 #include "tool/commands/command_line.h"
 
 #include <cstring>

@@ -46,8 +46,9 @@ Words split(std::string_view text) {
 }
 
 Words suffixes_of(const CLI::Option& option) {
-  const std::string name =
-      option.get_lnames().empty() ? option.get_name(true, false) : option.get_lnames().front();
+  const std::string name = option.get_lnames().empty()
+                               ? option.get_name(/*positional=*/true, /*all_options=*/false)
+                               : option.get_lnames().front();
   for (const SuffixRow& row : kSuffixes) {
     if (row.name == name) return split(row.suffixes);
   }
@@ -89,7 +90,7 @@ Parameter parameter_of(const CLI::Option& option) {
   for (const std::string& name : option.get_snames()) parameter.names.push_back("-" + name);
   for (const std::string& name : option.get_lnames()) parameter.names.push_back("--" + name);
   if (option.get_positional()) {
-    parameter.label = parameter.value = option.get_name(true, false);
+    parameter.label = parameter.value = option.get_name(/*positional=*/true, /*all_options=*/false);
   } else if (parameter.kind != ValueKind::None) {
     const Words allowed = ValueChoices(option);
     parameter.value = allowed.empty() ? parameter.label : Joined(allowed, "|");

@@ -122,7 +122,7 @@ Failure UnknownCommand(const std::string& name) {
 }
 
 Failure UnreadCommandLine(const CLI::ParseError& error, const Program& program) {
-  std::vector<std::string> rest = program.app.remaining(true);
+  std::vector<std::string> rest = program.app.remaining(/*recurse=*/true);
   const auto is_option = [](const std::string& word) {
     return word.size() > 1 && word[0] == '-' && (word[1] < '0' || word[1] > '9');
   };

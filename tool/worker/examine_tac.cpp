@@ -134,7 +134,7 @@ TacFacts DescribeTac(ByteView tac) {
   facts.metricsCode = describe_metrics(info, tac);
   facts.policyCode = describe_policy(info, tac);
   info["attributes"] = inspect::AttributeTypes(tac);
-  facts.info = info.dump(-1, ' ', false, Json::error_handler_t::replace);
+  facts.info = info.dump(-1, ' ', /*ensure_ascii=*/false, Json::error_handler_t::replace);
   return facts;
 }
 

@@ -81,7 +81,7 @@ std::vector<Bytes> candidates_for(const LibraryReading& reading, const Trust& tr
   return digest != nullptr && digest->computed == Computed::ByLibrary;
 }
 
-// The library is without this algorithm, or one of these.
+// The library does not support the algorithm that `identifier` names, or this combination of two.
 [[nodiscard]] Stop algorithm_stop(std::string text, std::string identifier, int32_t code) {
   return {.text = std::move(text), .identifier = std::move(identifier), .algorithm = true, .code = code};
 }

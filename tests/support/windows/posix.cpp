@@ -1,4 +1,4 @@
-// The few functions of POSIX that tests call, by those of Windows.
+// The few POSIX functions that tests call, on top of those of Windows.
 #include "tests/support/windows/posix.h"
 
 #include <sys/mman.h>

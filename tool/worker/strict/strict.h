@@ -15,7 +15,8 @@ namespace qex::tool {
 // HasStrictReader returns whether this build reads tokens strictly; one without libcrypto does not.
 [[nodiscard]] bool HasStrictReader();
 
-// ReadStrictly reads a token and judges it. Throws a Stop when it cannot be read at all.
+// ReadStrictly reads a token and judges it; `allowWeak` accepts weak digests and short keys in the chain and
+// in revocation lists. Throws a Stop when the token cannot be read at all.
 StrictReading ReadStrictly(ByteView token, const Trust& trust, bool allowWeak = false);
 
 struct StrictReply {
